@@ -1,0 +1,59 @@
+// The error object that every operation answers with.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "base/PosixCode.h"
+#include "base/PropertyValue.h"
+#include "base/Result.h"
+
+namespace qrt {
+
+/// Error domains of the platform.
+inline constexpr std::string_view posixErrorDomain = "NSPOSIXErrorDomain";
+inline constexpr std::string_view osStatusErrorDomain = "NSOSStatusErrorDomain";
+inline constexpr std::string_view cocoaErrorDomain = "NSCocoaErrorDomain";
+
+/// Keys of an error's user information that the platform defines.
+inline constexpr std::string_view localizedDescriptionKey = "NSLocalizedDescription";
+inline constexpr std::string_view localizedRecoverySuggestionKey = "NSLocalizedRecoverySuggestion";
+inline constexpr std::string_view filePathErrorKey = "NSFilePath";
+inline constexpr std::string_view underlyingErrorKey = "NSUnderlyingError";
+
+struct Error {
+  std::string domain;
+  std::int64_t code = 0;
+  Dictionary userInfo;
+
+  friend bool operator==(const Error&, const Error&) = default;
+};
+
+/// Nothing on success, else the reason. A value answer (an inspection's result) travels as an error
+/// of code 0 whose user information is the answer.
+class [[nodiscard]] Outcome : public std::optional<Error> {
+ public:
+  using std::optional<Error>::optional;
+};
+
+inline constexpr std::nullopt_t success = std::nullopt;
+
+/// The code that a log line or a person is shown: 0 for success.
+inline std::int64_t codeOf(const Outcome& outcome) { return outcome ? outcome->code : 0; }
+
+Error posixError(PosixCode code, Dictionary userInfo = {});
+/// As above with the path the error is about.
+Error posixError(PosixCode code, std::string_view path);
+Error osStatusError(std::int32_t status);
+
+/// Success for `PosixCode::success`, else the POSIX error.
+Outcome posixOutcome(PosixCode code);
+
+bool isPosixError(const Error& error, PosixCode code);
+
+/// The localized description, or a text made of domain and code when there is none.
+std::string descriptionOf(const Error& error);
+
+}  // namespace qrt

@@ -1,0 +1,44 @@
+#include "base/Utf8.h"
+
+#include <array>
+#include <cstdint>
+
+namespace qrt {
+
+Utf8Character firstUtf8Character(std::string_view text) {
+  const auto lead = static_cast<std::uint8_t>(text.front());
+  if (lead < 0x80) return {1, lead};
+
+  struct Form {
+    std::uint8_t mask, pattern;
+    char32_t smallest;
+  };
+  static constexpr std::array<Form, 3> forms{
+      {{0xE0, 0xC0, 0x80}, {0xF0, 0xE0, 0x800}, {0xF8, 0xF0, 0x10000}}};
+  for (std::size_t i = 0; i < forms.size(); ++i) {
+    const std::size_t length = i + 2;
+    if ((lead & forms[i].mask) != forms[i].pattern) continue;
+    if (text.size() < length) return {};
+    char32_t codePoint = lead & static_cast<std::uint8_t>(~forms[i].mask);
+    for (std::size_t k = 1; k < length; ++k) {
+      const auto next = static_cast<std::uint8_t>(text[k]);
+      if ((next & 0xC0) != 0x80) return {};
+      codePoint = codePoint << 6 | (next & 0x3F);
+    }
+    const bool surrogate = codePoint >= 0xD800 && codePoint <= 0xDFFF;
+    if (codePoint < forms[i].smallest || codePoint > 0x10FFFF || surrogate) return {};
+    return {length, codePoint};
+  }
+  return {};
+}
+
+bool isValidUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const auto character = firstUtf8Character(text);
+    if (character.length == 0) return false;
+    text.remove_prefix(character.length);
+  }
+  return true;
+}
+
+}  // namespace qrt

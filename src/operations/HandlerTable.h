@@ -1,0 +1,37 @@
+// Where the operation set finds the code that performs an operation.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "base/Error.h"
+#include "base/PropertyValue.h"
+#include "protocol/FeedbackConnection.h"
+
+namespace qrt {
+
+/// Performs one operation. The arguments fit the catalogue's description; the feedback connection is
+/// null when the requestor gave none. Handlers of different requests run at the same time.
+using Handler = std::function<Outcome(const Array& arguments, FeedbackConnection* feedback)>;
+
+/// Handlers by their full names, e.g. "performOperationSignalProcessWithArguments:". Filled by the
+/// composition root before the service starts, read-only afterwards.
+class HandlerTable {
+ public:
+  void add(std::string name, Handler handler) {
+    handlers_.insert_or_assign(std::move(name), std::move(handler));
+  }
+
+  /// Null when no handler has that name.
+  const Handler* find(std::string_view name) const {
+    const auto found = handlers_.find(name);
+    return found == handlers_.end() ? nullptr : &found->second;
+  }
+
+ private:
+  std::map<std::string, Handler, std::less<>> handlers_;
+};
+
+}  // namespace qrt

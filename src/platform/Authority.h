@@ -1,0 +1,91 @@
+// The system's authorization services and rights database.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "base/PropertyValue.h"
+#include "base/Result.h"
+
+namespace qrt {
+
+/// Status of the authorization services; 0 is success.
+enum class AuthorizationStatus : std::int32_t {
+  success = 0,
+  invalidPointer = -60004,
+  denied = -60005,
+  canceled = -60006,
+  interactionNotAllowed = -60007,
+  internal = -60008,
+  externalizeNotAllowed = -60009,
+  internalizeNotAllowed = -60010,
+};
+
+constexpr std::int32_t number(AuthorizationStatus status) {
+  return static_cast<std::int32_t>(status);
+}
+
+/// Flags of a rights request and of freeing a reference.
+namespace authorization_flag {
+inline constexpr std::uint32_t none = 0;
+inline constexpr std::uint32_t interactionAllowed = 1;
+inline constexpr std::uint32_t extendRights = 2;
+inline constexpr std::uint32_t destroyRights = 8;
+}  // namespace authorization_flag
+
+using AuthorizationExternalForm = std::array<std::uint8_t, 32>;
+
+/// The records that the authorization services take. Names are constants; values are heap copies.
+struct AuthorizationItem {
+  const char* name;
+  std::size_t valueLength;
+  void* value;
+  std::uint32_t flags;
+};
+
+struct AuthorizationEnvironment {
+  std::uint32_t count;
+  AuthorizationItem* items;
+};
+
+/// A reference to one client's authorization. Dropping it keeps the rights that were acquired
+/// through it; `free` says otherwise.
+class Authorization {
+ public:
+  virtual ~Authorization() = default;
+
+  /// Asks for one right. May block for as long as a person takes to answer a dialog.
+  virtual AuthorizationStatus copyRight(const std::string& rightName,
+                                        const AuthorizationEnvironment& environment,
+                                        std::uint32_t flags) = 0;
+
+  /// Ends the reference; with `authorization_flag::destroyRights` the acquired rights end as well.
+  virtual void free(std::uint32_t flags) = 0;
+};
+
+/// Thread-safe.
+class Authority {
+ public:
+  virtual ~Authority() = default;
+
+  /// A reference for the authorization that a client externalized.
+  virtual Result<std::unique_ptr<Authorization>, AuthorizationStatus> createFromExternalForm(
+      const AuthorizationExternalForm& form) = 0;
+
+  /// A fresh reference of this process, without rights.
+  virtual Result<std::unique_ptr<Authorization>, AuthorizationStatus> create() = 0;
+
+  /// The rights database. `rightGet` answers `denied` for a right that is not there.
+  virtual AuthorizationStatus rightGet(const std::string& name) = 0;
+  virtual AuthorizationStatus rightSet(Authorization& authorization, const std::string& name,
+                                       const PropertyValue& definition,
+                                       const std::string& description,
+                                       const std::string& localizationTable) = 0;
+  virtual AuthorizationStatus rightRemove(Authorization& authorization,
+                                          const std::string& name) = 0;
+};
+
+}  // namespace qrt

@@ -1,0 +1,51 @@
+// What the file system knows about one object.
+#pragma once
+
+#include <cstdint>
+
+#include "base/PropertyValue.h"
+
+namespace qrt {
+
+/// Type bits of a mode; the same numbers on every port.
+namespace file_type {
+inline constexpr std::uint32_t mask = 0xF000;
+inline constexpr std::uint32_t fifo = 0x1000;
+inline constexpr std::uint32_t characterDevice = 0x2000;
+inline constexpr std::uint32_t folder = 0x4000;
+inline constexpr std::uint32_t blockDevice = 0x6000;
+inline constexpr std::uint32_t regular = 0x8000;
+inline constexpr std::uint32_t link = 0xA000;
+inline constexpr std::uint32_t socket = 0xC000;
+inline constexpr std::uint32_t whiteout = 0xE000;
+}  // namespace file_type
+
+/// BSD file flags. A port maps what its file systems have onto these numbers.
+namespace file_flag {
+inline constexpr std::uint32_t userImmutable = 0x2;
+inline constexpr std::uint32_t userAppendOnly = 0x4;
+inline constexpr std::uint32_t systemImmutable = 0x20000;
+inline constexpr std::uint32_t systemAppendOnly = 0x40000;
+inline constexpr std::uint32_t restricted = 0x80000;
+inline constexpr std::uint32_t noUnlink = 0x100000;
+}  // namespace file_flag
+
+struct FileStatus {
+  /// Type bits and the twelve permission bits.
+  std::uint32_t mode = 0;
+  std::uint32_t flags = 0;
+  std::uint32_t userID = 0;
+  std::uint32_t groupID = 0;
+  std::uint64_t device = 0;
+  std::uint64_t inode = 0;
+  std::uint64_t linkCount = 0;
+  /// Logical size in bytes.
+  std::uint64_t size = 0;
+  Date modificationDate;
+
+  std::uint32_t type() const { return mode & file_type::mask; }
+  bool isFolder() const { return type() == file_type::folder; }
+  bool isLink() const { return type() == file_type::link; }
+};
+
+}  // namespace qrt

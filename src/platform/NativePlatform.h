@@ -1,0 +1,27 @@
+// The one door to the port's own implementations.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/Platform.h"
+
+namespace qrt {
+
+/// Owns the facilities of the system this program runs on. The places that a facility reads lie
+/// below `root`: "/" in the programs, a folder of its own in a test.
+class NativePlatform {
+ public:
+  explicit NativePlatform(const std::string& root = "/");
+  ~NativePlatform();
+  NativePlatform(const NativePlatform&) = delete;
+  NativePlatform& operator=(const NativePlatform&) = delete;
+
+  const Platform& facilities() const;
+
+ private:
+  struct Facilities;
+  std::unique_ptr<Facilities> owned_;
+};
+
+}  // namespace qrt

@@ -1,0 +1,32 @@
+// Everything that the core asks of the system it runs on.
+#pragma once
+
+namespace qrt {
+
+class Authority;
+class FileSystem;
+class HelperConnector;
+class KernelSettings;
+class Log;
+class ProcessTable;
+class PropertyLists;
+class SelfProcess;
+class SystemVersionFile;
+class Transport;
+
+/// References to the facilities of a platform. Made once by the composition root; tests put a double
+/// in the place of one and keep the native rest. Every facility outlives its users.
+struct Platform {
+  Log& log;
+  SelfProcess& self;
+  FileSystem& files;
+  PropertyLists& propertyLists;
+  SystemVersionFile& versionFile;
+  ProcessTable& processes;
+  KernelSettings& kernelSettings;
+  Authority& authority;
+  Transport& transport;
+  HelperConnector& helperConnector;
+};
+
+}  // namespace qrt

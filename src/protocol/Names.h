@@ -1,0 +1,38 @@
+// Names that the daemon and its clients share.
+#pragma once
+
+#include <string_view>
+
+namespace qrt {
+
+/// Identifier of the service: bundle identifier, Mach service, launchd label and systemd unit stem.
+inline constexpr std::string_view helperServiceIdentifier = "com.vantor.system.privilegedhelper-vk2";
+
+/// Where the packaged socket unit listens on systems with socket activation.
+inline constexpr std::string_view defaultSocketPath =
+    "/run/com.vantor.system.privilegedhelper-vk2/socket";
+
+/// Marks the metadata pair that may stand before a request's arguments.
+inline constexpr std::string_view metadataMarker = "!QRTMETA!";
+inline constexpr std::string_view authorizationPromptKey = "QRTAuthorizationPrompt";
+inline constexpr std::string_view authorizationIconKey = "QRTAuthorizationIcon";
+
+/// Keys of feedback messages.
+inline constexpr std::string_view progressFractionKey = "ProgressFraction";
+inline constexpr std::string_view outputDataKey = "OutputData";
+inline constexpr std::string_view errorDataKey = "ErrorData";
+inline constexpr std::string_view fileObjectInfoKey = "FileObjectInfo";
+inline constexpr std::string_view finalFeedbackMessageKey = "FinalFeedbackMessage";
+
+/// The remote interfaces as D-Bus names.
+namespace wire {
+inline constexpr const char* helperPath = "/com/vantor/QRTPrivilegedHelper";
+inline constexpr const char* helperInterface = "com.vantor.QRTPrivilegedHelperProtocol";
+inline constexpr const char* authorityInterface = "com.vantor.QRTAuthorizationAuthority";
+inline constexpr const char* feedbackPath = "/com/vantor/QRTPrivilegedOperationFeedback";
+inline constexpr const char* feedbackInterface =
+    "com.vantor.QRTPrivilegedOperationFeedbackProtocol";
+inline constexpr const char* feedbackMethod = "processPrivilegedOperationFeedback";
+}  // namespace wire
+
+}  // namespace qrt

@@ -1,0 +1,38 @@
+// The remote interface of the daemon.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "base/Error.h"
+#include "base/PropertyValue.h"
+#include "protocol/FeedbackConnection.h"
+
+namespace qrt {
+
+/// Something that a peer can open another connection to the daemon with; each port has its own.
+class ListenerEndpoint {
+ public:
+  virtual ~ListenerEndpoint() = default;
+};
+
+/// What a client may call. Calls of one connection arrive one after the other, calls of different
+/// connections at the same time. What a method returns is its one reply; a method that ends the
+/// process does not reply.
+class QRTPrivilegedHelperProtocol {
+ public:
+  virtual ~QRTPrivilegedHelperProtocol() = default;
+
+  virtual std::unique_ptr<ListenerEndpoint> connectWithEndpoint() = 0;
+  virtual std::string getVersionString() = 0;
+  virtual void registerClientWithPID(std::int32_t identifier) = 0;
+  virtual void unregisterClientWithPID(std::int32_t identifier) = 0;
+
+  /// `endpoint` is null when the client wants no feedback; `arguments` is null when it sent none.
+  virtual Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
+                                             FeedbackEndpoint* endpoint,
+                                             const Array* arguments) = 0;
+};
+
+}  // namespace qrt

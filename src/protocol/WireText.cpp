@@ -1,0 +1,60 @@
+#include "protocol/WireText.h"
+
+#include "base/Utf8.h"
+
+namespace qrt {
+namespace {
+
+constexpr char32_t firstByteCharacter = 0x10FF00;
+
+/// Every character of the range begins with these two bytes, and few others do.
+constexpr std::string_view rangePrefix = "\xF4\x8F";
+
+void appendByteCharacter(std::string& text, char byte) {
+  const char32_t codePoint = firstByteCharacter + static_cast<unsigned char>(byte);
+  text.append(rangePrefix);
+  text.push_back(static_cast<char>(0x80 | (codePoint >> 6 & 0x3F)));
+  text.push_back(static_cast<char>(0x80 | (codePoint & 0x3F)));
+}
+
+}  // namespace
+
+std::string encodeWireText(std::string_view bytes) {
+  if (isValidUtf8(bytes) && bytes.find(rangePrefix) == std::string_view::npos) {
+    return std::string(bytes);
+  }
+  std::string text;
+  text.reserve(bytes.size() + 16);
+  while (!bytes.empty()) {
+    const auto character = firstUtf8Character(bytes);
+    const std::size_t length = character.length == 0 ? 1 : character.length;
+    const bool plain = character.length != 0 && character.codePoint < firstByteCharacter;
+    for (const char byte : bytes.substr(0, length)) {
+      if (plain) {
+        text.push_back(byte);
+      } else {
+        appendByteCharacter(text, byte);
+      }
+    }
+    bytes.remove_prefix(length);
+  }
+  return text;
+}
+
+std::string decodeWireText(std::string_view text) {
+  std::string bytes;
+  bytes.reserve(text.size());
+  while (!text.empty()) {
+    const auto character = firstUtf8Character(text);
+    const std::size_t length = character.length == 0 ? 1 : character.length;
+    if (character.codePoint >= firstByteCharacter) {
+      bytes.push_back(static_cast<char>(character.codePoint - firstByteCharacter));
+    } else {
+      bytes.append(text.substr(0, length));
+    }
+    text.remove_prefix(length);
+  }
+  return bytes;
+}
+
+}  // namespace qrt

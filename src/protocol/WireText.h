@@ -1,0 +1,16 @@
+// Strings on the wire: always valid UTF-8, yet every byte of a file name survives the journey.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace qrt {
+
+/// A byte that is not part of valid UTF-8 becomes the character U+10FF00 + byte. A text that really
+/// holds a character of that range has the character's bytes sent the same way, so that
+/// `decodeWireText(encodeWireText(bytes)) == bytes` for all bytes.
+std::string encodeWireText(std::string_view bytes);
+
+std::string decodeWireText(std::string_view text);
+
+}  // namespace qrt

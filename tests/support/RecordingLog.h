@@ -1,0 +1,36 @@
+// A log that a test can read.
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/Log.h"
+
+namespace qrt::test {
+
+class RecordingLog : public Log {
+ public:
+  struct Line {
+    LogLevel level;
+    std::string text;
+    friend bool operator==(const Line&, const Line&) = default;
+  };
+
+  void open(std::string_view, std::string_view) override {}
+  void write(LogLevel level, std::string_view line) override {
+    const std::lock_guard lock(mutex_);
+    lines_.push_back({level, std::string(line)});
+  }
+
+  std::vector<Line> lines() const {
+    const std::lock_guard lock(mutex_);
+    return lines_;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<Line> lines_;
+};
+
+}  // namespace qrt::test
