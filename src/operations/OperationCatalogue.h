@@ -1,0 +1,56 @@
+// The table of all privileged operations, as constant data.
+#pragma once
+
+#include <cstdint>
+
+namespace qrt {
+
+/// The platform's number for "not found" and, as an argument count, for "any number".
+inline constexpr std::uint64_t NSNotFound = 0x7fffffffffffffff;
+
+/// One record of the table. Its layout is fixed: seven 64-bit slots.
+struct QRTPrivilegedOperationStaticDescription {
+  struct Capabilities {
+    bool progressFeedback = false;
+    bool liveOutput = false;
+    std::uint8_t reserved[6] = {};
+  };
+
+  std::uint64_t code;
+  const char* identifier;
+  /// One of `authentication_policy`.
+  std::uint64_t authenticationPolicy;
+  Capabilities capabilities;
+  /// The exact number of arguments, or `NSNotFound`.
+  std::uint64_t argumentCount;
+  /// One letter an argument: "S" string, "N" number, "D" data. Null for none or any.
+  const char* argumentTypes;
+  /// What the authorization prompt tells the user.
+  const char* userPresentation;
+};
+static_assert(sizeof(QRTPrivilegedOperationStaticDescription) == 7 * sizeof(std::uint64_t));
+static_assert(sizeof(QRTPrivilegedOperationStaticDescription::Capabilities) ==
+              sizeof(std::uint64_t));
+
+namespace authentication_policy {
+inline constexpr std::uint64_t allow = 0;
+inline constexpr std::uint64_t defaultRule = 1;
+inline constexpr std::uint64_t authenticateAdmin = 2;
+}  // namespace authentication_policy
+
+/// Codes that the service performs itself; they have no handler.
+namespace operation_code {
+inline constexpr std::uint64_t nop = 9998;
+inline constexpr std::uint64_t discardAuth = 9997;
+inline constexpr std::uint64_t deleteFiles = 9996;
+inline constexpr std::uint64_t prepareUninstall = 9995;
+inline constexpr std::uint64_t performUninstall = 9994;
+}  // namespace operation_code
+
+/// The code of the record behind the last one. Nothing else in that record is read.
+inline constexpr std::uint64_t endOfCatalogue = 9999;
+
+/// Ends with a record of code `endOfCatalogue`.
+extern const QRTPrivilegedOperationStaticDescription privilegedOperationCatalogue[];
+
+}  // namespace qrt
