@@ -12,9 +12,9 @@
 
 namespace qrt {
 
-/// Status of the authorization services; 0 is success.
+/// Status of the authorization services.
 enum class AuthorizationStatus : std::int32_t {
-  success = 0,
+  noError = 0,
   invalidPointer = -60004,
   denied = -60005,
   canceled = -60006,
