@@ -1,0 +1,147 @@
+// Authorization services that answer as a test tells them to.
+#pragma once
+
+#include <deque>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/Authority.h"
+
+namespace qrt::test {
+
+/// Every call is recorded, in order; every status can be scripted. Set it up before other threads
+/// use it. Rights are kept in a map that stands for the database.
+class FakeAuthority : public Authority {
+ public:
+  struct Item {
+    std::string name;
+    /// The value's bytes, the terminating NUL included.
+    std::string value;
+    friend bool operator==(const Item&, const Item&) = default;
+  };
+  struct Call {
+    /// "createFromExternalForm", "create", "copyRight", "free", "rightSet" or "rightRemove".
+    std::string function;
+    std::string rightName = {};
+    std::uint32_t flags = 0;
+    std::vector<Item> environment = {};
+    friend bool operator==(const Call&, const Call&) = default;
+  };
+  struct Right {
+    PropertyValue definition;
+    std::string description;
+    std::string localizationTable;
+    friend bool operator==(const Right&, const Right&) = default;
+  };
+
+  AuthorizationStatus createFromExternalFormStatus = AuthorizationStatus::noError;
+  AuthorizationStatus createStatus = AuthorizationStatus::noError;
+  /// One a call, in order; granted when there is none left.
+  std::deque<AuthorizationStatus> copyRightStatuses;
+  AuthorizationStatus rightSetStatus = AuthorizationStatus::noError;
+  AuthorizationStatus rightRemoveStatus = AuthorizationStatus::noError;
+  /// For rights whose look-up shall not depend on the database.
+  std::map<std::string, AuthorizationStatus> rightGetStatuses;
+
+  std::vector<Call> calls() const { return locked(calls_); }
+  std::vector<Call> takeCalls() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(calls_, {});
+  }
+  std::map<std::string, Right> rights() const { return locked(rights_); }
+  AuthorizationExternalForm lastExternalForm() const { return locked(lastExternalForm_); }
+
+  Result<std::unique_ptr<Authorization>, AuthorizationStatus> createFromExternalForm(
+      const AuthorizationExternalForm& form) override {
+    const std::lock_guard lock(mutex_);
+    calls_.push_back({"createFromExternalForm"});
+    lastExternalForm_ = form;
+    return reference(createFromExternalFormStatus);
+  }
+
+  Result<std::unique_ptr<Authorization>, AuthorizationStatus> create() override {
+    const std::lock_guard lock(mutex_);
+    calls_.push_back({"create"});
+    return reference(createStatus);
+  }
+
+  AuthorizationStatus rightGet(const std::string& name) override {
+    const std::lock_guard lock(mutex_);
+    if (const auto scripted = rightGetStatuses.find(name); scripted != rightGetStatuses.end()) {
+      return scripted->second;
+    }
+    return rights_.contains(name) ? AuthorizationStatus::noError : AuthorizationStatus::denied;
+  }
+
+  AuthorizationStatus rightSet(Authorization&, const std::string& name,
+                               const PropertyValue& definition, const std::string& description,
+                               const std::string& localizationTable) override {
+    const std::lock_guard lock(mutex_);
+    calls_.push_back({"rightSet", name});
+    if (rightSetStatus == AuthorizationStatus::noError) {
+      rights_.insert_or_assign(name, Right{definition, description, localizationTable});
+    }
+    return rightSetStatus;
+  }
+
+  AuthorizationStatus rightRemove(Authorization&, const std::string& name) override {
+    const std::lock_guard lock(mutex_);
+    calls_.push_back({"rightRemove", name});
+    if (rightRemoveStatus == AuthorizationStatus::noError) rights_.erase(name);
+    return rightRemoveStatus;
+  }
+
+ private:
+  class Reference : public Authorization {
+   public:
+    explicit Reference(FakeAuthority& authority) : authority_(authority) {}
+
+    AuthorizationStatus copyRight(const std::string& rightName,
+                                  const AuthorizationEnvironment& environment,
+                                  std::uint32_t flags) override {
+      Call call{"copyRight", rightName, flags};
+      for (std::uint32_t i = 0; i < environment.count; ++i) {
+        const auto& item = environment.items[i];
+        call.environment.push_back(
+            {item.name, {static_cast<const char*>(item.value), item.valueLength}});
+      }
+      const std::lock_guard lock(authority_.mutex_);
+      authority_.calls_.push_back(std::move(call));
+      auto& statuses = authority_.copyRightStatuses;
+      if (statuses.empty()) return AuthorizationStatus::noError;
+      const auto status = statuses.front();
+      statuses.pop_front();
+      return status;
+    }
+
+    void free(std::uint32_t flags) override {
+      const std::lock_guard lock(authority_.mutex_);
+      authority_.calls_.push_back({"free", {}, flags});
+    }
+
+   private:
+    FakeAuthority& authority_;
+  };
+
+  Result<std::unique_ptr<Authorization>, AuthorizationStatus> reference(
+      AuthorizationStatus status) {
+    if (status != AuthorizationStatus::noError) return status;
+    return std::unique_ptr<Authorization>(std::make_unique<Reference>(*this));
+  }
+
+  template <class T>
+  T locked(const T& value) const {
+    const std::lock_guard lock(mutex_);
+    return value;
+  }
+
+  mutable std::mutex mutex_;
+  std::vector<Call> calls_;
+  std::map<std::string, Right> rights_;
+  AuthorizationExternalForm lastExternalForm_{};
+};
+
+}  // namespace qrt::test
