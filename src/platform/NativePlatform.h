@@ -8,6 +8,9 @@
 
 namespace qrt {
 
+class CallerProcess;
+class Terminal;
+
 /// Owns the facilities of the system this program runs on. The places that a facility reads lie
 /// below `root`: "/" in the programs, a folder of its own in a test.
 class NativePlatform {
@@ -23,5 +26,9 @@ class NativePlatform {
   struct Facilities;
   std::unique_ptr<Facilities> owned_;
 };
+
+/// What a command-line program has beside the facilities.
+std::unique_ptr<Terminal> makeNativeTerminal();
+std::unique_ptr<CallerProcess> makeNativeCallerProcess();
 
 }  // namespace qrt

@@ -1,0 +1,34 @@
+// This process as the caller of the daemon: who it is and what can interrupt it.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "base/Result.h"
+
+namespace qrt {
+
+class CallerProcess {
+ public:
+  /// Ends its own effect when it goes.
+  class InterruptionGuard {
+   public:
+    virtual ~InterruptionGuard() = default;
+  };
+
+  virtual ~CallerProcess() = default;
+
+  virtual std::int32_t processIdentifier() const = 0;
+
+  /// Absolute path of the current folder, without symbolic links.
+  virtual PosixResult<std::string> currentFolder() const = 0;
+
+  /// While the guard lives, an interruption (of the keyboard, or a request to end) calls `action`
+  /// instead of ending the process. It runs in a signal handler, on any thread, maybe more than
+  /// once. One guard at a time.
+  virtual std::unique_ptr<InterruptionGuard> catchInterruptions(std::function<void()> action) = 0;
+};
+
+}  // namespace qrt

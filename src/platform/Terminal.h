@@ -1,0 +1,26 @@
+// The standard streams of a command-line program.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+namespace qrt {
+
+enum class StandardStream { output, error };
+
+/// Thread-safe.
+class Terminal {
+ public:
+  virtual ~Terminal() = default;
+
+  /// True when a person may be looking at the stream.
+  virtual bool isTerminal(StandardStream stream) const = 0;
+
+  /// Width of the terminal in characters; 80 when it does not tell.
+  virtual std::size_t columns() const = 0;
+
+  /// Writes all bytes, unbuffered. False when nobody can read them any more.
+  virtual bool write(StandardStream stream, std::string_view bytes) = 0;
+};
+
+}  // namespace qrt

@@ -1,0 +1,73 @@
+#include "platform/posix/PosixCallerProcess.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+
+#include "platform/NativePlatform.h"
+#include "platform/posix/NativeError.h"
+
+namespace qrt {
+namespace {
+
+constexpr std::array interruptingSignals{SIGINT, SIGTERM, SIGHUP};
+
+std::atomic<const std::function<void()>*> currentAction = nullptr;
+static_assert(std::atomic<const std::function<void()>*>::is_always_lock_free);
+
+void handleInterruption(int) {
+  if (const auto* action = currentAction.load()) (*action)();
+}
+
+class SignalGuard : public CallerProcess::InterruptionGuard {
+ public:
+  explicit SignalGuard(std::function<void()> action) : action_(std::move(action)) {
+    currentAction = &action_;
+    struct sigaction handling {};
+    handling.sa_handler = handleInterruption;
+    for (std::size_t i = 0; i < interruptingSignals.size(); ++i) {
+      ::sigaction(interruptingSignals[i], nullptr, &previous_[i]);
+      // What the parent told us to ignore (as nohup does) stays ignored.
+      if (previous_[i].sa_handler == SIG_IGN) continue;
+      ::sigaction(interruptingSignals[i], &handling, nullptr);
+    }
+  }
+
+  ~SignalGuard() override {
+    for (std::size_t i = 0; i < interruptingSignals.size(); ++i) {
+      ::sigaction(interruptingSignals[i], &previous_[i], nullptr);
+    }
+    currentAction = nullptr;
+  }
+
+ private:
+  std::function<void()> action_;
+  std::array<struct sigaction, interruptingSignals.size()> previous_{};
+};
+
+}  // namespace
+
+std::int32_t PosixCallerProcess::processIdentifier() const { return ::getpid(); }
+
+PosixResult<std::string> PosixCallerProcess::currentFolder() const {
+  const std::unique_ptr<char, decltype(&std::free)> path(::getcwd(nullptr, 0), &std::free);
+  if (!path) return lastError();
+  // A folder outside the process's root has no path.
+  if (path.get()[0] != '/') return PosixCode::noEntry;
+  return std::string(path.get());
+}
+
+std::unique_ptr<CallerProcess::InterruptionGuard> PosixCallerProcess::catchInterruptions(
+    std::function<void()> action) {
+  return std::make_unique<SignalGuard>(std::move(action));
+}
+
+std::unique_ptr<CallerProcess> makeNativeCallerProcess() {
+  return std::make_unique<PosixCallerProcess>();
+}
+
+}  // namespace qrt

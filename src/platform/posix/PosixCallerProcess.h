@@ -1,0 +1,15 @@
+// The calling process, its signals and its folder.
+#pragma once
+
+#include "platform/CallerProcess.h"
+
+namespace qrt {
+
+class PosixCallerProcess : public CallerProcess {
+ public:
+  std::int32_t processIdentifier() const override;
+  PosixResult<std::string> currentFolder() const override;
+  std::unique_ptr<InterruptionGuard> catchInterruptions(std::function<void()> action) override;
+};
+
+}  // namespace qrt
