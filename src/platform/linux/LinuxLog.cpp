@@ -1,0 +1,112 @@
+#include "platform/linux/LinuxLog.h"
+
+#define SD_JOURNAL_SUPPRESS_LOCATION
+#include <sys/uio.h>
+#include <systemd/sd-journal.h>
+#include <unistd.h>
+
+#include <vector>
+
+#include "base/Utf8.h"
+
+namespace qrt {
+namespace {
+
+int priorityOf(LogLevel level) {
+  switch (level) {
+    case LogLevel::standard:
+      return 5;
+    case LogLevel::info:
+      return 6;
+    case LogLevel::error:
+      return 3;
+    case LogLevel::fault:
+      return 2;
+  }
+  return 5;
+}
+
+/// The controls of ASCII and of Latin-1.
+bool isControl(char32_t character) {
+  return character < 0x20 || (character >= 0x7f && character < 0xa0);
+}
+
+void appendEscaped(std::string& line, std::string_view bytes) {
+  constexpr const char* digits = "0123456789abcdef";
+  for (const char c : bytes) {
+    const auto byte = static_cast<unsigned char>(c);
+    line.append({'\\', 'x', digits[byte >> 4], digits[byte & 0xf]});
+  }
+}
+
+/// Whole characters only, at most `limit` bytes.
+std::string printable(std::string_view text, std::size_t limit) {
+  std::string line;
+  while (!text.empty()) {
+    const auto character = firstUtf8Character(text);
+    const auto bytes = text.substr(0, std::max<std::size_t>(character.length, 1));
+    const auto before = line.size();
+    if (character.length == 0 || isControl(character.codePoint)) {
+      appendEscaped(line, bytes);
+    } else {
+      line.append(bytes);
+    }
+    if (line.size() > limit) {
+      line.resize(before);
+      break;
+    }
+    text.remove_prefix(bytes.size());
+  }
+  return line;
+}
+
+void sendToJournal(const std::vector<std::string>& fields) {
+  std::vector<iovec> pieces;
+  for (const auto& field : fields) {
+    pieces.push_back({const_cast<char*>(field.data()), field.size()});
+  }
+  sd_journal_sendv(pieces.data(), static_cast<int>(pieces.size()));
+}
+
+void sendToStandardError(const std::string& line) {
+  // There is nobody to tell about a failure.
+  [[maybe_unused]] const auto written = ::write(STDERR_FILENO, line.data(), line.size());
+}
+
+}  // namespace
+
+LinuxLog::Sink LinuxLog::sinkFor(const std::string& root, StandardError standardError) {
+  // Without the socket the journal's library reports success and the line is lost.
+  if (access((root + "/run/systemd/journal/socket").c_str(), W_OK) == 0) return Sink::journal;
+  return standardError == StandardError::use ? Sink::standardError : Sink::nowhere;
+}
+
+LinuxLog::LinuxLog(const std::string& root, StandardError standardError)
+    : sink_(sinkFor(root, standardError)) {}
+
+void LinuxLog::open(std::string_view subsystem, std::string_view category) {
+  const std::lock_guard lock(mutex_);
+  subsystem_ = subsystem;
+  category_ = category;
+}
+
+void LinuxLog::write(LogLevel level, std::string_view line) {
+  if (sink_ == Sink::nowhere) return;
+  const auto priority = std::to_string(priorityOf(level));
+  if (sink_ == Sink::standardError) {
+    const auto prefix = "<" + priority + ">";
+    sendToStandardError(prefix + printable(line, maximumBytes - prefix.size() - 1) + "\n");
+    return;
+  }
+
+  std::vector<std::string> fields{"MESSAGE=" + printable(line, maximumBytes),
+                                  "PRIORITY=" + priority};
+  {
+    const std::lock_guard lock(mutex_);
+    if (!subsystem_.empty()) fields.push_back("SUBSYSTEM=" + subsystem_);
+    if (!category_.empty()) fields.push_back("CATEGORY=" + category_);
+  }
+  sendToJournal(fields);
+}
+
+}  // namespace qrt

@@ -1,0 +1,15 @@
+// Whole small files.
+#pragma once
+
+#include <cstddef>
+
+#include "base/PropertyValue.h"
+#include "base/Result.h"
+
+namespace qrt {
+
+/// The contents of a file of at most `limit` bytes; a larger one is `noSpace`. `folder` is an open
+/// folder or AT_FDCWD. Made for files of the system: links are followed and a FIFO would block.
+PosixResult<Data> readFile(int folder, const char* path, std::size_t limit);
+
+}  // namespace qrt
