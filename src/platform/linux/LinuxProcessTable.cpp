@@ -1,0 +1,73 @@
+#include "platform/linux/LinuxProcessTable.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <signal.h>
+
+#include <cerrno>
+#include <charconv>
+#include <memory>
+
+#include "platform/FileDescriptor.h"
+#include "platform/linux/ProcessFiles.h"
+#include "platform/posix/NativeError.h"
+#include "platform/posix/ReadFile.h"
+
+namespace qrt {
+namespace {
+
+struct CloseFolder {
+  void operator()(DIR* folder) const { closedir(folder); }
+};
+
+std::string textOf(int folder, const char* name) {
+  constexpr std::size_t maximumBytes = 64 << 10;
+  const auto contents = readFile(folder, name, maximumBytes);
+  return contents ? std::string(contents->begin(), contents->end()) : std::string();
+}
+
+/// The identifier that a folder's name stands for; none for folders that are no processes.
+std::optional<std::int32_t> identifierNamed(std::string_view name) {
+  std::int32_t identifier = 0;
+  const auto end = name.data() + name.size();
+  const auto parsed = std::from_chars(name.data(), end, identifier);
+  if (parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
+  return identifier;
+}
+
+std::optional<ProcessRecord> recordOf(int processes, const char* name) {
+  const auto identifier = identifierNamed(name);
+  if (!identifier) return std::nullopt;
+  // The open folder stays the same process's, even when its number is used again.
+  const FileDescriptor process(openat(processes, name, O_PATH | O_DIRECTORY | O_CLOEXEC));
+  if (!process) return std::nullopt;
+  const auto stat = textOf(process.get(), "stat");
+  const auto command = commandNameInStat(stat);
+  const auto user = effectiveUserInStatus(textOf(process.get(), "status"));
+  if (!command || !user) return std::nullopt;
+  return ProcessRecord{*identifier, std::string(*command), *user};
+}
+
+}  // namespace
+
+std::optional<std::vector<ProcessRecord>> LinuxProcessTable::processes() {
+  const std::unique_ptr<DIR, CloseFolder> folder(opendir(folder_.c_str()));
+  if (!folder) return std::nullopt;
+  std::vector<ProcessRecord> records;
+  for (;;) {
+    errno = 0;
+    const auto* entry = readdir(folder.get());
+    if (!entry) break;
+    if (auto record = recordOf(dirfd(folder.get()), entry->d_name)) {
+      records.push_back(std::move(*record));
+    }
+  }
+  if (errno != 0) return std::nullopt;
+  return records;
+}
+
+PosixCode LinuxProcessTable::sendSignal(std::int32_t process, std::int32_t signal) {
+  return kill(process, signal) == 0 ? PosixCode::success : lastError();
+}
+
+}  // namespace qrt

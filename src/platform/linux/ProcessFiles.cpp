@@ -1,0 +1,32 @@
+#include "platform/linux/ProcessFiles.h"
+
+#include <charconv>
+
+namespace qrt {
+
+std::optional<std::string_view> commandNameInStat(std::string_view contents) {
+  const auto begin = contents.find('(');
+  const auto end = contents.rfind(')');
+  if (begin == std::string_view::npos || end == std::string_view::npos || end < begin) {
+    return std::nullopt;
+  }
+  return contents.substr(begin + 1, end - begin - 1);
+}
+
+std::optional<std::uint32_t> effectiveUserInStatus(std::string_view contents) {
+  // A line end in the name, which stands before this line, is shown escaped.
+  constexpr std::string_view label = "\nUid:\t";
+  const auto line = contents.find(label);
+  if (line == std::string_view::npos) return std::nullopt;
+  contents.remove_prefix(line + label.size());
+  // Real, effective, saved and file system user, separated by tabs.
+  const auto tab = contents.find('\t');
+  if (tab == std::string_view::npos) return std::nullopt;
+  contents.remove_prefix(tab + 1);
+  std::uint32_t user = 0;
+  const auto parsed = std::from_chars(contents.data(), contents.data() + contents.size(), user);
+  if (parsed.ec != std::errc()) return std::nullopt;
+  return user;
+}
+
+}  // namespace qrt

@@ -1,0 +1,17 @@
+// What the kernel's text files tell about a process.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace qrt {
+
+/// The short command name in the contents of "stat". The name may itself hold spaces, parentheses
+/// and line ends.
+std::optional<std::string_view> commandNameInStat(std::string_view contents);
+
+/// The effective user in the contents of "status".
+std::optional<std::uint32_t> effectiveUserInStatus(std::string_view contents);
+
+}  // namespace qrt
