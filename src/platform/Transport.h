@@ -50,6 +50,10 @@ class Transport {
  public:
   virtual ~Transport() = default;
   virtual std::unique_ptr<Listener> makeListener(const std::string& serviceIdentifier) = 0;
+
+  /// For a daemon that will not serve: dismisses whoever waits at the door, so that whatever started
+  /// it for them does not start it again and again.
+  virtual void turnAway() = 0;
 };
 
 }  // namespace qrt

@@ -1,0 +1,33 @@
+// The way from the command line to the service.
+#pragma once
+
+#include <functional>
+#include <iosfwd>
+#include <span>
+#include <string_view>
+
+#include "base/PropertyValue.h"
+#include "platform/Platform.h"
+
+namespace qrt {
+
+class HandlerTable;
+
+struct EntryPoint {
+  const Platform& platform;
+  /// The program's own Info.plist.
+  const Dictionary& infoDictionary;
+  /// Opens the doors of the subsystems; called when the service is about to start.
+  std::function<void(HandlerTable&)> registerHandlers;
+  std::ostream& standardOutput;
+  std::ostream& standardError;
+
+  /// `arguments` is the command line without the program's name. Returns the exit status; a service
+  /// that has started does not come back.
+  int enter(std::span<const char* const> arguments) const;
+
+ private:
+  int serve(class QRTPrivilegedOperationSet& operationSet) const;
+};
+
+}  // namespace qrt

@@ -1,0 +1,98 @@
+#include "service/QRTPrivilegedHelper.h"
+
+#include "operations/OperationCatalogue.h"
+#include "operations/QRTPrivilegedOperationSet.h"
+#include "platform/Log.h"
+#include "platform/SelfProcess.h"
+
+namespace qrt {
+namespace {
+
+QRTPrivilegedHelper* sharedHelper = nullptr;
+
+}  // namespace
+
+QRTPrivilegedHelper* QRTPrivilegedHelper::privilegedHelper() { return sharedHelper; }
+
+QRTPrivilegedHelper& QRTPrivilegedHelper::init() {
+  if (!sharedHelper) sharedHelper = new QRTPrivilegedHelper;
+  return *sharedHelper;
+}
+
+QRTPrivilegedHelper* QRTPrivilegedHelper::initForOperationSet(
+    const QRTPrivilegedOperationSet* operationSet, const Platform& platform) {
+  auto& helper = init();
+  if (!operationSet) return nullptr;
+  helper.platform_.emplace(platform);
+  helper.operationSet_ = operationSet;
+  helper.pipeline_ = std::make_unique<RequestPipeline>(*operationSet, platform.authority,
+                                                       platform.log, helper.internalOperations());
+  helper.listener_ = platform.transport.makeListener(operationSet->serviceIdentifierForHelper());
+  helper.listener_->setDelegate(helper);
+  platform.log.info(
+      "Activated helper version %{public}@, implementing operation set '%{public}@'.",
+      operationSet->implementationVersion(), operationSet->implementationCode());
+  return &helper;
+}
+
+RequestPipeline::InternalOperations QRTPrivilegedHelper::internalOperations() {
+  const auto nothingToDo = [](const Array&) -> Outcome { return success; };
+  const auto withoutEffect = [](const Array&) -> Outcome {
+    return posixError(PosixCode::notImplemented);
+  };
+  return {{operation_code::nop, nothingToDo},
+          {operation_code::discardAuth, nothingToDo},
+          {operation_code::prepareUninstall, withoutEffect}};
+}
+
+Outcome QRTPrivilegedHelper::run() {
+  if (auto failure = listener_->resume()) return failure;
+  listener_->runLoop();
+  return success;
+}
+
+bool QRTPrivilegedHelper::shouldAcceptNewConnection(Listener& listener,
+                                                    IncomingConnection* connection) {
+  if (&listener != listener_.get() || !connection) {
+    sysLog().fault("Received bad XPC connection request. Ignoring...");
+    return false;
+  }
+  connection->setExportedObject(*this);
+  connection->resume();
+  return true;
+}
+
+std::unique_ptr<ListenerEndpoint> QRTPrivilegedHelper::connectWithEndpoint() {
+  return listener_->endpoint();
+}
+
+std::string QRTPrivilegedHelper::getVersionString() {
+  return operationSet_->implementationVersion();
+}
+
+void QRTPrivilegedHelper::registerClientWithPID(std::int32_t identifier) {
+  sysLog().info("Beginning work for client %d.", identifier);
+  clients_.add(identifier);
+}
+
+void QRTPrivilegedHelper::unregisterClientWithPID(std::int32_t identifier) {
+  sysLog().info("Finishing work for client %d.", identifier);
+  const std::size_t remaining = clients_.remove(identifier);
+  sysLog().info("%llu clients remaining.", remaining);
+  if (remaining == 0) terminatePrivilegedHelper();
+}
+
+Outcome QRTPrivilegedHelper::performPrivilegedOperation(std::uint64_t code,
+                                                        const Data& authorizationData,
+                                                        FeedbackEndpoint* endpoint,
+                                                        const Array* arguments) {
+  return pipeline_->performPrivilegedOperation(code, authorizationData, endpoint, arguments);
+}
+
+void QRTPrivilegedHelper::terminatePrivilegedHelper() {
+  sysLog().info("Terminating privileged helper.");
+  listener_->invalidate();
+  platform_->self.exit(0);
+}
+
+}  // namespace qrt

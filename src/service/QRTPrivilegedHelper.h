@@ -1,0 +1,62 @@
+// The daemon's central object.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/Platform.h"
+#include "platform/Transport.h"
+#include "service/ClientRegistry.h"
+#include "service/RequestPipeline.h"
+
+namespace qrt {
+
+class QRTPrivilegedOperationSet;
+
+/// Listens under the service identifier, keeps the registry of clients and ends the process when
+/// the last of them leaves. At most one exists in a process; it is never destroyed.
+class QRTPrivilegedHelper : public QRTPrivilegedHelperProtocol, public ListenerDelegate {
+ public:
+  /// The instance, or null before the first `init`.
+  static QRTPrivilegedHelper* privilegedHelper();
+
+  /// The instance, made when there is none yet.
+  static QRTPrivilegedHelper& init();
+
+  /// The instance, set up to serve that operation set. Null without an operation set.
+  static QRTPrivilegedHelper* initForOperationSet(const QRTPrivilegedOperationSet* operationSet,
+                                                  const Platform& platform);
+
+  /// Serves until the process ends. An error tells why serving cannot begin.
+  Outcome run();
+
+  std::unique_ptr<ListenerEndpoint> connectWithEndpoint() override;
+  std::string getVersionString() override;
+  void registerClientWithPID(std::int32_t identifier) override;
+  /// Ends the process when no client remains.
+  void unregisterClientWithPID(std::int32_t identifier) override;
+  Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
+                                     FeedbackEndpoint* endpoint, const Array* arguments) override;
+
+  bool shouldAcceptNewConnection(Listener& listener, IncomingConnection* connection) override;
+
+  [[noreturn]] void terminatePrivilegedHelper();
+
+  const ClientRegistry& clients() const { return clients_; }
+
+ private:
+  QRTPrivilegedHelper() = default;
+
+  Log& sysLog() const { return platform_->log; }
+  RequestPipeline::InternalOperations internalOperations();
+
+  ClientRegistry clients_;
+  std::optional<Platform> platform_;
+  const QRTPrivilegedOperationSet* operationSet_ = nullptr;
+  std::unique_ptr<Listener> listener_;
+  std::unique_ptr<RequestPipeline> pipeline_;
+};
+
+}  // namespace qrt

@@ -1,0 +1,230 @@
+#include "service/RequestPipeline.h"
+
+#include <chrono>
+#include <thread>
+#include <typeinfo>
+
+#include "operations/OperationCatalogue.h"
+#include "operations/OperationException.h"
+#include "operations/QRTPrivilegedOperationSet.h"
+#include "platform/Log.h"
+#include "protocol/FeedbackMessage.h"
+#include "protocol/Names.h"
+
+namespace qrt {
+namespace {
+
+/// Time for the final message to be taken before the connection ends.
+constexpr std::chrono::milliseconds pauseBeforeSuspension{250};
+
+Error invalidArgument() { return posixError(PosixCode::invalidArgument); }
+
+bool isTypeCode(char code) { return code == 'S' || code == 'N' || code == 'D'; }
+
+bool isOfType(const PropertyValue& value, char typeCode) {
+  switch (typeCode) {
+    case 'S':
+      return value.string() != nullptr;
+    case 'N':
+      return value.number() != nullptr;
+    default:
+      return value.data() != nullptr;
+  }
+}
+
+bool beginsWithMetadata(const Array& arguments) {
+  if (arguments.size() < 2) return false;
+  const auto* marker = arguments[0].string();
+  return marker && *marker == metadataMarker && arguments[1].dictionary();
+}
+
+std::string orNil(std::string_view text) { return std::string(text.empty() ? "<nil>" : text); }
+
+}  // namespace
+
+struct RequestPipeline::Request {
+  std::uint64_t code;
+  const std::string& identifier;
+  const QRTPrivilegedOperation& operation;
+  Array arguments;
+  std::unique_ptr<FeedbackConnection> feedback;
+};
+
+RequestPipeline::RequestPipeline(const QRTPrivilegedOperationSet& operationSet,
+                                 Authority& authority, Log& log,
+                                 InternalOperations internalOperations)
+    : operationSet_(operationSet),
+      authorizationCheck_(operationSet, authority, log),
+      log_(log),
+      internalOperations_(std::move(internalOperations)) {}
+
+Outcome RequestPipeline::performPrivilegedOperation(std::uint64_t code,
+                                                    const Data& authorizationData,
+                                                    FeedbackEndpoint* endpoint,
+                                                    const Array* arguments) const {
+  const auto& identifiers = operationSet_.opIdentifiersByCode();
+  const auto identifier = identifiers.find(code);
+  const std::uint64_t received = arguments ? arguments->size() : 0;
+  if (!arguments || identifier == identifiers.end()) {
+    log_.error("Received invalid operation with code %llu, %llu arguments.", code, received);
+    return invalidArgument();
+  }
+  log_.info("About to perform privileged operation '%{public}@' with %llu arguments.",
+            identifier->second, received);
+
+  Request request{code, identifier->second,
+                  operationSet_.implementedOperations().find(identifier->second)->second,
+                  *arguments, nullptr};
+  if (auto refusal = authorize(request, authorizationData)) return refusal;
+  if (auto refusal = validate(request)) return refusal;
+  if (auto refusal = openFeedback(request, endpoint)) return refusal;
+  auto outcome = run(request);
+  closeFeedback(request);
+  log_.info("Operation %{public}@ was completed with return code %lld.", request.identifier,
+            codeOf(outcome));
+  return outcome;
+}
+
+/// Takes the metadata off the arguments and asks for the right.
+Outcome RequestPipeline::authorize(Request& request, const Data& authorizationData) const {
+  std::string prompt;
+  std::string iconPath;
+  if (beginsWithMetadata(request.arguments)) {
+    const Dictionary metadata = *request.arguments[1].dictionary();
+    request.arguments.erase(request.arguments.begin(), request.arguments.begin() + 2);
+    log_.error(
+        "Actual number of arguments is %llu. %llu additional metadata entries have been "
+        "transferred.",
+        request.arguments.size(), metadata.size());
+    AuthorizationCheck::processMetadataDictionary(metadata, &prompt, &iconPath);
+  }
+  const bool destroyingRights = request.code == operation_code::discardAuth;
+  auto refusal = authorizationCheck_.checkAuthorization(authorizationData, request.code, prompt,
+                                                        iconPath, destroyingRights);
+  if (refusal) {
+    log_.error("Operation could not be authorized, rejected with error code %lld.", refusal->code);
+  }
+  return refusal;
+}
+
+Outcome RequestPipeline::validate(const Request& request) const {
+  const auto& arguments = request.arguments;
+  const auto count = request.operation.argumentCount();
+  if (count == NSNotFound) {
+    for (const auto& argument : arguments) {
+      if (argument.string()) continue;
+      log_.error(
+          "Operation %{public}@ was rejected because at least one argument has class %{public}@ "
+          "(string expected).",
+          request.identifier, argument.className());
+      return invalidArgument();
+    }
+    return success;
+  }
+
+  if (arguments.size() != count) {
+    log_.error(
+        "Operation %{public}@ was rejected because an invalid number of arguments was specified "
+        "(%llu expected, %llu sent).",
+        request.identifier, count, arguments.size());
+    return invalidArgument();
+  }
+  const auto typeCodes = request.operation.argumentTypeCodes().value_or("");
+  if (typeCodes.size() != count) {
+    log_.error(
+        "Operation %{public}@ was rejected because a contradiction in its definition has been "
+        "detected (bad type codes).",
+        request.identifier);
+    return invalidArgument();
+  }
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    if (!isTypeCode(typeCodes[i])) {
+      log_.error(
+          "Operation %{public}@ was rejected because a contradiction in its definition has been "
+          "detected (invalid type code '%C').",
+          request.identifier, typeCodes[i]);
+      return invalidArgument();
+    }
+    if (!isOfType(arguments[i], typeCodes[i])) {
+      log_.error(
+          "Operation %{public}@ was rejected because argument %llu has class %{public}@ (expected "
+          "type '%c').",
+          request.identifier, i, arguments[i].className(), typeCodes[i]);
+      return invalidArgument();
+    }
+  }
+  return success;
+}
+
+Outcome RequestPipeline::openFeedback(Request& request, FeedbackEndpoint* endpoint) const {
+  const bool progress = request.operation.isSupportingProgressFeedback();
+  if (!endpoint || !(progress || request.operation.isSupportingLiveOutput())) return success;
+
+  log_.info("About to configure feedback protocol.");
+  auto connection = endpoint->connect();
+  auto firstMessage = progress ? progressMessage(0.0) : initialOutputMessage();
+  log_.info("About to open return connection for feedback (progress option %d).",
+            static_cast<int>(progress));
+  auto failure = connection->open(std::move(firstMessage));
+  if (failure) {
+    log_.error(
+        "The operation is supporting feedback information, but no return connection could be "
+        "opened (%{public}@).",
+        descriptionOf(*failure));
+    return failure;
+  }
+  request.feedback = std::move(connection);
+  return success;
+}
+
+/// The one place where exceptions end.
+Outcome RequestPipeline::run(const Request& request) const {
+  std::string name;
+  std::string reason;
+  try {
+    return dispatch(request);
+  } catch (const OperationException& exception) {
+    name = exception.name();
+    reason = exception.what();
+  } catch (const std::exception& exception) {
+    name = typeid(exception).name();
+    reason = exception.what();
+  } catch (...) {
+    // Nothing is known about it.
+  }
+  log_.error(
+      "The exception '%{public}s' occurred while trying to execute the privileged operation: "
+      "%{public}s",
+      orNil(name), orNil(reason));
+  return posixError(PosixCode::interrupted);
+}
+
+Outcome RequestPipeline::dispatch(const Request& request) const {
+  const auto internal = internalOperations_.find(request.code);
+  if (internal != internalOperations_.end()) return internal->second(request.arguments);
+
+  const bool feedbackOption = request.operation.isSupportingProgressFeedback() ||
+                              request.operation.isSupportingLiveOutput();
+  const auto* handler = operationSet_.selectorForExecutionOfPrivilegedOperationWithCode(
+      request.code, feedbackOption);
+  if (!handler) {
+    log_.error(
+        "Privileged operation %{public}@ could not be performed because no implementation found.",
+        request.identifier);
+    return posixError(PosixCode::notImplemented);
+  }
+  log_.info("Operation %{public}@ will be executed with feedback option %{public}s.",
+            request.identifier, request.feedback ? "enabled" : "disabled");
+  return (*handler)(request.arguments, request.feedback.get());
+}
+
+void RequestPipeline::closeFeedback(Request& request) const {
+  if (!request.feedback) return;
+  log_.info("Sending final feedback message.");
+  request.feedback->processPrivilegedOperationFeedback(finalMessage());
+  std::this_thread::sleep_for(pauseBeforeSuspension);
+  log_.info("Suspending feedback connection %{public}p.", request.feedback.get());
+  request.feedback->suspend();
+}
+
+}  // namespace qrt

@@ -1,0 +1,51 @@
+// The way of one request from its arrival to its reply.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "base/Error.h"
+#include "base/PropertyValue.h"
+#include "protocol/FeedbackConnection.h"
+#include "service/AuthorizationCheck.h"
+
+namespace qrt {
+
+class Log;
+class QRTPrivilegedOperation;
+class QRTPrivilegedOperationSet;
+
+/// Resolves, authorizes, validates, runs and answers. Holds nothing between requests; requests of
+/// different connections pass through at the same time.
+class RequestPipeline {
+ public:
+  /// An operation that the service performs itself, without a handler of the operation set.
+  using InternalOperation = std::function<Outcome(const Array& arguments)>;
+  using InternalOperations = std::map<std::uint64_t, InternalOperation>;
+
+  RequestPipeline(const QRTPrivilegedOperationSet& operationSet, Authority& authority, Log& log,
+                  InternalOperations internalOperations);
+
+  Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
+                                     FeedbackEndpoint* endpoint, const Array* arguments) const;
+
+ private:
+  struct Request;
+
+  Outcome authorize(Request& request, const Data& authorizationData) const;
+  Outcome validate(const Request& request) const;
+  Outcome openFeedback(Request& request, FeedbackEndpoint* endpoint) const;
+  Outcome run(const Request& request) const;
+  Outcome dispatch(const Request& request) const;
+  void closeFeedback(Request& request) const;
+
+  const QRTPrivilegedOperationSet& operationSet_;
+  AuthorizationCheck authorizationCheck_;
+  Log& log_;
+  InternalOperations internalOperations_;
+};
+
+}  // namespace qrt

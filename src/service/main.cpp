@@ -1,0 +1,31 @@
+// The composition root: makes the platform, opens the doors of the subsystems, enters the service.
+#include <iostream>
+
+#include "filesystem/FileSystemOperations.h"
+#include "operations/SystemSettings.h"
+#include "platform/NativePlatform.h"
+#include "platform/PropertyLists.h"
+#include "platform/SelfProcess.h"
+#include "service/EmbeddedPropertyLists.h"
+#include "service/EntryPoint.h"
+
+int main(int argc, char** argv) {
+  const qrt::NativePlatform native;
+  const auto& platform = native.facilities();
+
+  const auto info = platform.propertyLists.parse(qrt::infoPropertyList);
+  const qrt::Dictionary nothing;
+  const auto* infoDictionary = info ? info->dictionary() : nullptr;
+
+  const qrt::EntryPoint entryPoint{platform, infoDictionary ? *infoDictionary : nothing,
+                                   [&](qrt::HandlerTable& handlers) {
+                                     qrt::registerSystemSettingHandlers(handlers, platform);
+                                     qrt::registerFileSystemHandlers(handlers, platform);
+                                   },
+                                   std::cout, std::cerr};
+  const auto arguments = std::span<const char* const>(argv, argc > 0 ? argc : 0);
+  const int status = entryPoint.enter(arguments.subspan(arguments.empty() ? 0 : 1));
+  std::cout.flush();
+  // Connections may still be served; nothing is torn down under them.
+  platform.self.exit(status);
+}
