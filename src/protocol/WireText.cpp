@@ -6,6 +6,7 @@ namespace qrt {
 namespace {
 
 constexpr char32_t firstByteCharacter = 0x10FF00;
+constexpr char32_t firstDecodedCharacter = firstByteCharacter + 0x80;
 
 /// Every character of the range begins with these two bytes, and few others do.
 constexpr std::string_view rangePrefix = "\xF4\x8F";
@@ -20,7 +21,9 @@ void appendByteCharacter(std::string& text, char byte) {
 }  // namespace
 
 std::string encodeWireText(std::string_view bytes) {
-  if (isValidUtf8(bytes) && bytes.find(rangePrefix) == std::string_view::npos) {
+  const bool special = bytes.find(rangePrefix) != std::string_view::npos ||
+                       bytes.find('\0') != std::string_view::npos;
+  if (!special && isValidUtf8(bytes)) {
     return std::string(bytes);
   }
   std::string text;
@@ -28,7 +31,8 @@ std::string encodeWireText(std::string_view bytes) {
   while (!bytes.empty()) {
     const auto character = firstUtf8Character(bytes);
     const std::size_t length = character.length == 0 ? 1 : character.length;
-    const bool plain = character.length != 0 && character.codePoint < firstByteCharacter;
+    const bool plain = character.length != 0 && character.codePoint != 0 &&
+                       character.codePoint < firstByteCharacter;
     for (const char byte : bytes.substr(0, length)) {
       if (plain) {
         text.push_back(byte);
@@ -47,7 +51,7 @@ std::string decodeWireText(std::string_view text) {
   while (!text.empty()) {
     const auto character = firstUtf8Character(text);
     const std::size_t length = character.length == 0 ? 1 : character.length;
-    if (character.codePoint >= firstByteCharacter) {
+    if (character.codePoint >= firstDecodedCharacter) {
       bytes.push_back(static_cast<char>(character.codePoint - firstByteCharacter));
     } else {
       bytes.append(text.substr(0, length));

@@ -31,5 +31,12 @@ TEST(WireText, EveryByteStringSurvivesTheJourney) {
   }
 }
 
+TEST(WireText, NoTextDecodesToAByteThatPathsAreMadeOf) {
+  const std::string slash = "\xF4\x8F\xBC\xAF", zero = "\xF4\x8F\xBC\x80";
+  EXPECT_EQ(decodeWireText(slash), slash);
+  EXPECT_EQ(decodeWireText(zero), zero);
+  EXPECT_EQ(encodeWireText(std::string_view("\0", 1)), zero);
+}
+
 }  // namespace
 }  // namespace qrt
