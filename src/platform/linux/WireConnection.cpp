@@ -1,0 +1,222 @@
+#include "platform/linux/WireConnection.h"
+
+#include <fcntl.h>
+#include <poll.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "platform/posix/NativeError.h"
+
+namespace qrt {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// A handshake is a handful of short lines.
+constexpr std::size_t maximumHandshakeBytes = 16 << 10;
+constexpr std::size_t readChunk = 256 << 10;
+constexpr std::size_t maximumDescriptors = 64;
+/// libsystemd asks for 8 MiB, which a peer that does not read would make the kernel hold.
+constexpr int sendBufferBytes = 256 << 10;
+
+int noteDispatch(sd_bus_message*, void* connection, sd_bus_error*) {
+  static_cast<WireConnection*>(connection)->noteDispatched();
+  return 0;
+}
+
+}  // namespace
+
+PosixResult<std::unique_ptr<WireConnection>> WireConnection::make(FileDescriptor socket,
+                                                                  Role role) {
+  int pair[2];
+  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, pair) < 0) {
+    return lastError();
+  }
+  std::unique_ptr<WireConnection> connection(new WireConnection);
+  connection->feed_.reset(pair[0]);
+  FileDescriptor input(pair[1]);
+  const int status = fcntl(socket.get(), F_GETFL);
+  if (status < 0 || fcntl(socket.get(), F_SETFL, status | O_NONBLOCK) < 0) return lastError();
+  FileDescriptor output(fcntl(socket.get(), F_DUPFD_CLOEXEC, 3));
+  if (!output) return lastError();
+  connection->socket_ = std::move(socket);
+  connection->role_ = role;
+
+  sd_bus* bus = nullptr;
+  if (const int result = sd_bus_new(&bus); result < 0) return contractCode(-result);
+  connection->bus_ = bus;
+  sd_id128_t identifier;
+  int result = sd_id128_randomize(&identifier);
+  if (result >= 0 && role == Role::server) result = sd_bus_set_server(bus, 1, identifier);
+  // Who the peer is was settled by the kernel when it connected; what it claims in the handshake
+  // does not matter.
+  if (result >= 0) result = sd_bus_set_anonymous(bus, 1);
+  if (result >= 0) result = sd_bus_negotiate_fds(bus, 1);
+  if (result >= 0) result = sd_bus_add_filter(bus, nullptr, noteDispatch, connection.get());
+  if (result >= 0) result = sd_bus_set_fd(bus, input.get(), output.get());
+  if (result < 0) return contractCode(-result);
+  input.release();  // libsystemd's from here on.
+  output.release();
+  if (result = sd_bus_start(bus); result < 0) return contractCode(-result);
+  setsockopt(connection->socket(), SOL_SOCKET, SO_SNDBUF, &sendBufferBytes, sizeof sendBufferBytes);
+  return connection;
+}
+
+WireConnection::~WireConnection() { sd_bus_close_unref(bus_); }
+
+bool WireConnection::hasQueuedOutput() const {
+  std::uint64_t waiting = 0;
+  return sd_bus_get_n_queued_write(bus_, &waiting) >= 0 && waiting > 0;
+}
+
+short WireConnection::pollEvents() const {
+  // A peer that does not take its replies is not served further ones.
+  return hasQueuedOutput() ? POLLOUT : POLLIN;
+}
+
+WireReader WireConnection::arguments() const {
+  const auto body = std::span(received_).subspan(frame_.headerLength, frame_.bodyLength);
+  return {body, frame_.bigEndian};
+}
+
+bool WireConnection::isReady() const { return sd_bus_is_ready(bus_) > 0; }
+
+bool WireConnection::handshake() {
+  const auto deadline = Clock::now() + handshakeLimit;
+  while (!isReady()) {
+    const auto progress = step();
+    if (progress == Progress::closed) return false;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    if (left <= 0) return false;
+    if (progress == Progress::made) continue;
+    pollfd waiting{socket(), pollEvents(), 0};
+    if (poll(&waiting, 1, static_cast<int>(left)) == 0) return false;
+  }
+  return true;
+}
+
+WireConnection::Progress WireConnection::step() {
+  if (hasQueuedOutput()) {
+    if (!process()) return Progress::closed;
+    if (hasQueuedOutput()) return Progress::waits;
+  }
+  const bool isHandshake = !isReady();
+  const auto read = isHandshake ? readHandshakeLine() : readMessage();
+  if (read == Read::waits) return Progress::waits;
+  if (read == Read::failed) return Progress::closed;
+
+  dispatched_ = false;
+  const bool alive = feed();
+  received_.clear();
+  if (received_.capacity() > readChunk) received_.shrink_to_fit();
+  descriptors_.clear();
+  // libsystemd drops a message silently when its header fields make no sense.
+  const bool dropped = role_ == Role::server && !isHandshake && !dispatched_;
+  return alive && !dropped ? Progress::made : Progress::closed;
+}
+
+/// Takes exactly one line from the socket, so that the first message stays behind the handshake.
+WireConnection::Read WireConnection::readHandshakeLine() {
+  char window[1024];
+  const auto seen = recv(socket(), window, sizeof window, MSG_PEEK);
+  if (seen < 0) return errno == EAGAIN || errno == EINTR ? Read::waits : Read::failed;
+  const auto* end = static_cast<const char*>(memchr(window, '\n', static_cast<std::size_t>(seen)));
+  const auto length = end ? static_cast<std::size_t>(end + 1 - window)
+                          : static_cast<std::size_t>(seen);
+  handshakeBytes_ += length;
+  if (length == 0 || handshakeBytes_ > maximumHandshakeBytes) return Read::failed;
+  return receive(length);
+}
+
+WireConnection::Read WireConnection::readMessage() {
+  if (received_.size() < MessageFrame::prefixLength) {
+    if (const auto read = receive(MessageFrame::prefixLength); read != Read::complete) return read;
+    const auto frame =
+        MessageFrame::parse(std::span(received_).first<MessageFrame::prefixLength>());
+    if (!frame) return Read::failed;
+    frame_ = *frame;
+  }
+  return receive(frame_.length());
+}
+
+/// Reads until `received_` holds `wanted` bytes. Memory grows with what arrives, not with what a
+/// header announces.
+WireConnection::Read WireConnection::receive(std::size_t wanted) {
+  while (received_.size() < wanted) {
+    const auto before = received_.size();
+    received_.resize(before + std::min(wanted - before, readChunk));
+    iovec vector{received_.data() + before, received_.size() - before};
+    alignas(cmsghdr) char control[CMSG_SPACE(maximumDescriptors * sizeof(int))];
+    msghdr header{};
+    header.msg_iov = &vector;
+    header.msg_iovlen = 1;
+    header.msg_control = control;
+    header.msg_controllen = sizeof control;
+    const auto count = recvmsg(socket(), &header, MSG_CMSG_CLOEXEC | MSG_DONTWAIT);
+    received_.resize(before + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return errno == EAGAIN ? Read::waits : Read::failed;
+    if (count == 0 || !collectDescriptors(header)) return Read::failed;
+  }
+  return Read::complete;
+}
+
+bool WireConnection::collectDescriptors(msghdr& header) {
+  for (auto* part = CMSG_FIRSTHDR(&header); part; part = CMSG_NXTHDR(&header, part)) {
+    if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_RIGHTS) continue;
+    const std::size_t count = (part->cmsg_len - CMSG_LEN(0)) / sizeof(int);
+    for (std::size_t i = 0; i < count; ++i) {
+      int descriptor;
+      std::memcpy(&descriptor, CMSG_DATA(part) + i * sizeof(int), sizeof descriptor);
+      descriptors_.emplace_back(descriptor);
+    }
+  }
+  return (header.msg_flags & MSG_CTRUNC) == 0 && descriptors_.size() <= maximumDescriptors;
+}
+
+/// Passes `received_` and its descriptors on to libsystemd and lets it work.
+bool WireConnection::feed() {
+  alignas(cmsghdr) char control[CMSG_SPACE(maximumDescriptors * sizeof(int))] = {};
+  msghdr header{};
+  if (!descriptors_.empty()) {
+    header.msg_control = control;
+    header.msg_controllen = CMSG_SPACE(descriptors_.size() * sizeof(int));
+    auto* part = CMSG_FIRSTHDR(&header);
+    part->cmsg_level = SOL_SOCKET;
+    part->cmsg_type = SCM_RIGHTS;
+    part->cmsg_len = CMSG_LEN(descriptors_.size() * sizeof(int));
+    for (std::size_t i = 0; i < descriptors_.size(); ++i) {
+      const int descriptor = descriptors_[i].get();
+      std::memcpy(CMSG_DATA(part) + i * sizeof(int), &descriptor, sizeof descriptor);
+    }
+  }
+  // A handler may start to read the next message only when this one is done, but `received_` must
+  // stay as it is until then.
+  std::size_t fed = 0;
+  while (fed < received_.size()) {
+    iovec vector{received_.data() + fed, received_.size() - fed};
+    header.msg_iov = &vector;
+    header.msg_iovlen = 1;
+    const auto count = sendmsg(feed_.get(), &header, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (count < 0 && errno != EAGAIN && errno != EINTR) return false;
+    if (count > 0) {
+      fed += static_cast<std::size_t>(count);
+      header.msg_control = nullptr;
+      header.msg_controllen = 0;
+    }
+    if (!process()) return false;
+  }
+  return true;
+}
+
+bool WireConnection::process() {
+  int result;
+  do {
+    result = sd_bus_process(bus_, nullptr);
+  } while (result > 0);
+  return result >= 0;
+}
+
+}  // namespace qrt

@@ -1,0 +1,84 @@
+// One D-Bus connection over a socket, without a bus.
+#pragma once
+
+#include <sys/socket.h>
+#include <systemd/sd-bus.h>
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "base/Result.h"
+#include "platform/FileDescriptor.h"
+#include "platform/linux/MessageFrame.h"
+#include "platform/linux/WireReader.h"
+
+namespace qrt {
+
+/// Stands between the socket and libsystemd: bytes are read here, cut into messages, measured, and
+/// handed on one message at a time through a socket pair; libsystemd writes to the socket itself.
+/// That bounds what a peer can make the process hold, lets handlers read the marshalled arguments,
+/// and leaves no message waiting unseen behind the handshake.
+///
+/// Belongs to one thread. Handlers run inside `step()`.
+class WireConnection {
+ public:
+  enum class Role { server, client };
+  enum class Progress {
+    made,    ///< Call again.
+    waits,   ///< Nothing to do before the socket is ready for `pollEvents()`.
+    closed,  ///< The peer left or sent what is no D-Bus message.
+  };
+  static constexpr std::chrono::seconds handshakeLimit{5};
+
+  /// `socket` must be a connected stream socket.
+  static PosixResult<std::unique_ptr<WireConnection>> make(FileDescriptor socket, Role role);
+  ~WireConnection();
+
+  /// Shakes hands within the limit. False: the peer did not.
+  bool handshake();
+
+  /// Writes what waits, reads and dispatches at most one message, or one line of the handshake.
+  Progress step();
+
+  int socket() const { return socket_.get(); }
+  short pollEvents() const;
+  bool hasQueuedOutput() const;
+
+  /// For messages, replies and objects. Never pumped by anyone but this class.
+  sd_bus* bus() const { return bus_; }
+
+  /// The arguments of the message that is being dispatched.
+  WireReader arguments() const;
+  /// The descriptors that came with it; a handler may take them.
+  std::vector<FileDescriptor>& descriptors() { return descriptors_; }
+
+  /// To be called by callbacks for replies, which libsystemd delivers past its filters.
+  void noteDispatched() { dispatched_ = true; }
+
+ private:
+  WireConnection() = default;
+
+  enum class Read { complete, waits, failed };
+  bool isReady() const;
+  Read readMessage();
+  Read readHandshakeLine();
+  Read receive(std::size_t wanted);
+  bool collectDescriptors(msghdr& header);
+  bool feed();
+  bool process();
+
+  FileDescriptor socket_;
+  FileDescriptor feed_;
+  sd_bus* bus_ = nullptr;
+  Role role_ = Role::server;
+
+  std::vector<std::uint8_t> received_;
+  MessageFrame frame_;
+  std::vector<FileDescriptor> descriptors_;
+  std::size_t handshakeBytes_ = 0;
+  bool dispatched_ = false;
+};
+
+}  // namespace qrt

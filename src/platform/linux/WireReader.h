@@ -1,0 +1,72 @@
+// Reads marshalled D-Bus arguments.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "base/PropertyValue.h"
+
+namespace qrt {
+
+/// Takes arguments one after the other from the body of a message. libsystemd has a reader of its
+/// own, but that refuses strings with the characters U+10FFFE and U+10FFFF, which stand for bytes of
+/// file names here, and has no bound on the number of values.
+///
+/// The first thing that is malformed or over a limit ends the reading: `ok()` is false from then on
+/// and everything taken is empty. Never reads outside the body.
+class WireReader {
+ public:
+  static constexpr int maximumDepth = 32;
+  static constexpr std::size_t maximumValues = 1'000'000;
+
+  WireReader(std::span<const std::uint8_t> body, bool bigEndian)
+      : body_(body), bigEndian_(bigEndian) {}
+
+  bool ok() const { return ok_; }
+  /// True when nothing is left and nothing was wrong.
+  bool atEnd() const { return ok_ && position_ == body_.size(); }
+
+  std::uint8_t byte() { return static_cast<std::uint8_t>(fixed(1)); }
+  std::int32_t int32() { return static_cast<std::int32_t>(fixed(4)); }
+  std::uint32_t uint32() { return static_cast<std::uint32_t>(fixed(4)); }
+  std::int64_t int64() { return static_cast<std::int64_t>(fixed(8)); }
+  std::uint64_t uint64() { return fixed(8); }
+  double real();
+  /// A string, with the bytes of file names restored.
+  std::string string();
+  Data data();
+  /// "av" and "a{sv}".
+  Array array();
+  Dictionary dictionary();
+  /// "ah": places in the message's list of descriptors.
+  std::vector<std::uint32_t> descriptorIndexes();
+  /// "(sxa{sv})".
+  Error error();
+
+ private:
+  class Level;
+
+  void fail() { ok_ = false; }
+  std::uint64_t fixed(std::size_t width);
+  void align(std::size_t boundary);
+  std::span<const std::uint8_t> bytes(std::size_t count);
+  /// The text behind a length of the given width, without its end mark.
+  std::string_view text(std::size_t lengthWidth);
+  /// Enters an array; its elements are aligned to `boundary`. Returns where it ends.
+  std::size_t arrayEnd(std::size_t boundary);
+  PropertyValue variant();
+  PropertyValue value(std::string_view signature);
+
+  std::span<const std::uint8_t> body_;
+  bool bigEndian_;
+  std::size_t position_ = 0;
+  int depth_ = 0;
+  std::size_t values_ = 0;
+  bool ok_ = true;
+};
+
+}  // namespace qrt

@@ -1,0 +1,21 @@
+// Writes values into D-Bus messages.
+#pragma once
+
+#include <systemd/sd-bus.h>
+
+#include <string_view>
+
+#include "base/Error.h"
+#include "base/PropertyValue.h"
+
+namespace qrt::wire {
+
+/// Each appends one argument and answers like libsystemd: negative is a native error number.
+int appendString(sd_bus_message* message, std::string_view bytes);
+int appendData(sd_bus_message* message, const Data& data);
+int appendArray(sd_bus_message* message, const Array& array);
+int appendDictionary(sd_bus_message* message, const Dictionary& dictionary);
+/// The three arguments of a reply that tells an outcome.
+int appendOutcome(sd_bus_message* message, const Outcome& outcome);
+
+}  // namespace qrt::wire
