@@ -1,0 +1,38 @@
+// Makes and checks the external form of an authorization.
+#pragma once
+
+#include <array>
+#include <mutex>
+#include <optional>
+
+#include "platform/Authority.h"
+#include "platform/linux/PeerIdentity.h"
+#include "platform/linux/StateFolder.h"
+
+namespace qrt {
+
+/// An external form names one process and proves that this daemon wrote it: version (1 byte),
+/// user (4), process (4), low 56 bits of the start time (7), all little endian, and a keyed
+/// 16-byte hash of these. The key is made once and never leaves the state folder. Thread-safe.
+class ExternalFormSeal {
+ public:
+  explicit ExternalFormSeal(StateFolder& state) : state_(state) {}
+
+  /// None when the key can be neither read nor made.
+  std::optional<AuthorizationExternalForm> seal(const PeerIdentity& identity);
+  /// None for a form that this key did not seal.
+  std::optional<PeerIdentity> open(const AuthorizationExternalForm& form);
+
+ private:
+  static constexpr std::size_t keyLength = 32;
+  using Key = std::array<std::uint8_t, keyLength>;
+
+  const Key* key();
+  std::optional<Key> loadOrMakeKey();
+
+  StateFolder& state_;
+  std::mutex mutex_;
+  std::optional<Key> key_;
+};
+
+}  // namespace qrt

@@ -1,0 +1,34 @@
+// Who is at the other end of a socket.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "platform/FileDescriptor.h"
+
+namespace qrt {
+
+/// One process for as long as it lives: its number may be used again, number and start time not.
+struct PeerIdentity {
+  std::uint32_t userID = 0;
+  std::int32_t processID = 0;
+  /// Clock ticks after the system's start.
+  std::uint64_t startTime = 0;
+
+  friend bool operator==(const PeerIdentity&, const PeerIdentity&) = default;
+};
+
+/// The process that connected `socket`, or none when it cannot be told: it has ended, or it lives in
+/// a namespace that this one cannot name. To be asked of sockets that a listener accepted; for a
+/// socket pair the kernel names whoever made it.
+std::optional<PeerIdentity> identityOfPeer(int socket);
+/// The user at the other end, known also where the process is not.
+std::optional<std::uint32_t> userOfPeer(int socket);
+
+/// Start time of a running process.
+std::optional<std::uint64_t> startTimeOfProcess(std::int32_t processID);
+
+/// A handle of the process, if it is still the one meant; it becomes readable when the process ends.
+std::optional<FileDescriptor> openProcess(const PeerIdentity& identity);
+
+}  // namespace qrt
