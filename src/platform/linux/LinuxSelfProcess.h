@@ -1,0 +1,15 @@
+// This process on Linux.
+#pragma once
+
+#include "platform/SelfProcess.h"
+
+namespace qrt {
+
+class LinuxSelfProcess : public SelfProcess {
+ public:
+  std::uint32_t realUserID() const override;
+  void prepareForService() override;
+  [[noreturn]] void exit(int status) override;
+};
+
+}  // namespace qrt

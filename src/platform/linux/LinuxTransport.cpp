@@ -1,0 +1,149 @@
+#include "platform/linux/LinuxTransport.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <thread>
+
+#include "platform/linux/ActivationSocket.h"
+#include "platform/linux/LinuxListenerEndpoint.h"
+#include "platform/linux/ServedConnection.h"
+#include "platform/posix/NativeError.h"
+
+namespace qrt {
+namespace {
+
+constexpr std::chrono::milliseconds pauseWithoutDescriptors{100};
+
+class LinuxIncomingConnection : public IncomingConnection {
+ public:
+  LinuxIncomingConnection(FileDescriptor socket, Peer peer)
+      : socket_(std::move(socket)), peer_(std::move(peer)) {}
+
+  void setExportedObject(QRTPrivilegedHelperProtocol& object) override { object_ = &object; }
+
+  void resume() override {
+    if (object_) ServedConnection::serve(std::move(socket_), std::move(peer_), *object_);
+  }
+
+ private:
+  FileDescriptor socket_;
+  Peer peer_;
+  QRTPrivilegedHelperProtocol* object_ = nullptr;
+};
+
+class LinuxListener : public Listener {
+ public:
+  LinuxListener(LinuxAuthority& authority, ConnectionQuota& quota)
+      : authority_(authority), quota_(quota) {}
+
+  void setDelegate(ListenerDelegate& delegate) override { delegate_ = &delegate; }
+
+  Outcome resume() override {
+    auto socket = takeActivationSocket();
+    if (!socket) {
+      auto error = posixError(PosixCode::badDescriptor);
+      error.userInfo.emplace(localizedDescriptionKey,
+                             "This program is started by a socket activator, which passes the "
+                             "listening socket down.");
+      return error;
+    }
+    socket_ = std::move(*socket);
+    reserve_.reset(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    return success;
+  }
+
+  void runLoop() override {
+    while (!invalidated_) {
+      FileDescriptor accepted(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+      if (accepted) {
+        welcome(std::move(accepted));
+      } else if (!recoverFrom(errno)) {
+        return;
+      }
+    }
+  }
+
+  void invalidate() override { invalidated_ = true; }
+
+  std::unique_ptr<ListenerEndpoint> endpoint() override {
+    const Peer* asker = ServedConnection::current();
+    int pair[2];
+    if (!asker || socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) < 0) return nullptr;
+    FileDescriptor ours(pair[0]);
+    FileDescriptor theirs(pair[1]);
+    if (!offer(std::move(ours), *asker)) return nullptr;
+    return std::make_unique<LinuxListenerEndpoint>(std::move(theirs));
+  }
+
+ private:
+  void welcome(FileDescriptor socket) {
+    const auto user = userOfPeer(socket.get());
+    if (!user) return;
+    Peer peer{*user, identityOfPeer(socket.get()), &quota_, &authority_};
+    offer(std::move(socket), peer);
+  }
+
+  bool offer(FileDescriptor socket, const Peer& peer) {
+    LinuxIncomingConnection connection(std::move(socket), peer);
+    return delegate_ && delegate_->shouldAcceptNewConnection(*this, &connection);
+  }
+
+  /// False when no further peer can ever be accepted.
+  bool recoverFrom(int failure) {
+    switch (failure) {
+      case EMFILE:
+      case ENFILE:
+        // The peer would make the next call fail at once as well: the spare descriptor lets it in
+        // and out again.
+        reserve_.reset();
+        FileDescriptor(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+        reserve_.reset(open("/dev/null", O_RDONLY | O_CLOEXEC));
+        [[fallthrough]];
+      case ENOMEM:
+      case ENOBUFS:
+        std::this_thread::sleep_for(pauseWithoutDescriptors);
+        return true;
+      case EBADF:
+      case EINVAL:
+      case ENOTSOCK:
+        return false;
+      case EAGAIN: {
+        pollfd waiting{socket_.get(), POLLIN, 0};
+        poll(&waiting, 1, -1);
+        return true;
+      }
+      default:
+        return true;
+    }
+  }
+
+  LinuxAuthority& authority_;
+  ConnectionQuota& quota_;
+  ListenerDelegate* delegate_ = nullptr;
+  FileDescriptor socket_;
+  FileDescriptor reserve_;
+  std::atomic<bool> invalidated_{false};
+};
+
+}  // namespace
+
+std::unique_ptr<Listener> LinuxTransport::makeListener(const std::string&) {
+  return std::make_unique<LinuxListener>(authority_, quota_);
+}
+
+void LinuxTransport::turnAway() {
+  const auto socket = takeActivationSocket();
+  if (!socket) return;
+  for (;;) {
+    pollfd waiting{socket->get(), POLLIN, 0};
+    if (poll(&waiting, 1, 0) <= 0) return;
+    FileDescriptor(accept4(socket->get(), nullptr, nullptr, SOCK_CLOEXEC));
+  }
+}
+
+}  // namespace qrt

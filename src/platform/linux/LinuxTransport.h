@@ -1,0 +1,25 @@
+// The daemon's side of the wire on Linux.
+#pragma once
+
+#include "platform/Transport.h"
+#include "platform/linux/ConnectionQuota.h"
+#include "platform/linux/LinuxAuthority.h"
+
+namespace qrt {
+
+/// Serves the listening socket that the activator passes down. Every accepted socket is a D-Bus
+/// connection with a thread, and so a serial queue, of its own.
+class LinuxTransport : public Transport {
+ public:
+  explicit LinuxTransport(LinuxAuthority& authority) : authority_(authority) {}
+
+  std::unique_ptr<Listener> makeListener(const std::string& serviceIdentifier) override;
+  void turnAway() override;
+
+ private:
+  LinuxAuthority& authority_;
+  /// Outlives every connection: their threads end with the process.
+  ConnectionQuota quota_;
+};
+
+}  // namespace qrt

@@ -1,0 +1,47 @@
+// One client being served.
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "platform/FileDescriptor.h"
+#include "platform/linux/ConnectionQuota.h"
+#include "platform/linux/LinuxAuthority.h"
+#include "platform/linux/PeerIdentity.h"
+#include "platform/linux/WireConnection.h"
+#include "protocol/QRTPrivilegedHelperProtocol.h"
+
+namespace qrt {
+
+/// Who asks, and what the connections of that peer count against.
+struct Peer {
+  std::uint32_t userID = 0;
+  std::optional<PeerIdentity> process;
+  ConnectionQuota* quota = nullptr;
+  LinuxAuthority* authority = nullptr;
+};
+
+/// Turns D-Bus messages into calls of the exported object. Served on a thread of its own until the
+/// peer leaves.
+class ServedConnection {
+ public:
+  /// Starts the thread. Without a place in the quota, or without resources, the socket is closed.
+  static bool serve(FileDescriptor socket, Peer peer, QRTPrivilegedHelperProtocol& object);
+
+  /// The peer whose call the current thread serves; null elsewhere.
+  static const Peer* current();
+
+ private:
+  ServedConnection(std::unique_ptr<WireConnection> wire, Peer peer,
+                   QRTPrivilegedHelperProtocol& object);
+  void run();
+  void exportObjects();
+
+  struct Methods;
+
+  std::unique_ptr<WireConnection> wire_;
+  Peer peer_;
+  QRTPrivilegedHelperProtocol& object_;
+};
+
+}  // namespace qrt
