@@ -1,0 +1,26 @@
+// Files that stand for those of a system, below a folder that stands for its root.
+#pragma once
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "support/ScratchFolder.h"
+
+namespace qrt::test {
+
+/// Makes a file and the folders above it. Returns its full path.
+inline std::string plant(const ScratchFolder& root, const std::string& name,
+                         std::string_view contents = {}) {
+  const auto slash = name.rfind('/');
+  if (slash != std::string::npos)
+    EXPECT_TRUE(run({"mkdir", "-p", root.path(name.substr(0, slash))}));
+  return root.file(name, contents);
+}
+
+inline std::string contentsOf(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+}  // namespace qrt::test
