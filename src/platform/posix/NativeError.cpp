@@ -1,0 +1,9 @@
+#include "platform/posix/NativeError.h"
+
+#include <cerrno>
+
+namespace qrt {
+
+PosixCode lastError() { return contractCode(errno); }
+
+}  // namespace qrt
