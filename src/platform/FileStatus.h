@@ -42,6 +42,8 @@ struct FileStatus {
   /// Logical size in bytes.
   std::uint64_t size = 0;
   Date modificationDate;
+  /// Another file system begins here. False where the system does not tell.
+  bool isMountRoot = false;
 
   std::uint32_t type() const { return mode & file_type::mask; }
   bool isFolder() const { return type() == file_type::folder; }

@@ -22,6 +22,13 @@ struct Location {
   FileAt at() const { return {parent, name.c_str()}; }
 };
 
+/// True when opening failed for want of descriptors or memory, which says nothing about the object:
+/// such a failure must never pass for an unreadable or missing folder.
+constexpr bool isExhaustion(PosixCode code) {
+  return code == PosixCode::tooManyFiles || code == PosixCode::tooManyFilesInSystem ||
+         code == PosixCode::outOfMemory;
+}
+
 /// System calls on files, in contract numbers. Stateless and thread-safe.
 class FileSystem {
  public:
@@ -33,7 +40,9 @@ class FileSystem {
   virtual PosixResult<Folder> openFolder(FileAt object, Links links) = 0;
 
   /// Splits a path at its last component and opens what stands before it, following links there.
-  /// Trailing slashes do not count; "/" and paths that end in "." or ".." are named "." in themselves.
+  /// The parent serves as a base, its entries cannot be read. Trailing slashes do not count; "/"
+  /// and paths that end in "." or ".." are named "." in themselves. Nothing can be at an empty path
+  /// or at one that holds a zero byte: `noEntry`.
   virtual PosixResult<Location> locate(const std::string& path) = 0;
 
   /// Removes a folder (which must be empty) or anything else; the caller says which.
@@ -42,7 +51,9 @@ class FileSystem {
 
   /// Gives the object the BSD flags `wanted`. `current` is its status as just read (of the target,
   /// when links are followed): flags that are already as wanted are not written, though a read-only
-  /// file system still refuses.
+  /// file system still refuses. Flags that the file system or the kind of object cannot have are
+  /// `notSupported`. A link is resolved once; what is written to is never a device or a FIFO, even
+  /// when the object was exchanged after its status was read.
   virtual PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
                              std::uint32_t wanted) = 0;
 

@@ -1,7 +1,9 @@
 // An open folder.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 #include "base/Result.h"
@@ -12,7 +14,8 @@ namespace qrt {
 struct FolderEntry {
   /// Zero-terminated, one component; valid until the folder's next entry is asked for.
   const char* name;
-  /// Type bits (`file_type`), or 0 where the file system does not tell.
+  /// Type bits (`file_type`), or 0 where the file system does not tell. A whiteout may be told as
+  /// the device that stands for it; its status has the right bits.
   std::uint32_t type;
 };
 
@@ -25,7 +28,7 @@ class Folder {
   /// The base that plain paths are relative to.
   static const Folder& ofProcess();
 
-  explicit Folder(FileDescriptor descriptor) : descriptor_(std::move(descriptor)) {}
+  explicit Folder(FileDescriptor descriptor);
   Folder(Folder&& other) noexcept;
   Folder& operator=(Folder&& other) noexcept;
   ~Folder();
@@ -33,13 +36,23 @@ class Folder {
   /// The next entry in the order of the file system, without "." and ".."; none at the end.
   PosixResult<std::optional<FolderEntry>> next();
 
+  /// Makes the next entry the first one again, of the folder as it is by then.
+  void rewind();
+
+  /// Whether the mount that the folder is on refuses changes. The system is asked once a folder.
+  bool isReadOnly() const;
+
   /// For system calls below this interface.
   int descriptor() const;
 
  private:
+  struct Listing;
+  enum class Mount : std::uint8_t { notAsked, writable, readOnly };
+
   FileDescriptor descriptor_;
-  /// The stream over the entries, opened by the first `next()`. It then owns the descriptor.
-  void* stream_ = nullptr;
+  /// The entries read ahead; made by the first `next()`.
+  std::unique_ptr<Listing> listing_;
+  mutable std::atomic<Mount> mount_ = Mount::notAsked;
 };
 
 /// An object by its name in an open folder, or by a path when the folder is `Folder::ofProcess()`.

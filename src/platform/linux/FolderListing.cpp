@@ -1,0 +1,71 @@
+#include <dirent.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <string_view>
+
+#include "platform/Folder.h"
+#include "platform/posix/NativeError.h"
+
+namespace qrt {
+
+/// Reads the kernel's records itself: a C library stream costs two more system calls a folder.
+struct Folder::Listing {
+  static constexpr std::size_t capacity = 32 * 1024;
+
+  std::size_t position = 0;
+  std::size_t filled = 0;
+  alignas(dirent64) std::byte records[capacity];
+
+  bool isConsumed() const { return position == filled; }
+
+  const dirent64& take() {
+    const auto* record = reinterpret_cast<const dirent64*>(records + position);
+    position += record->d_reclen;
+    return *record;
+  }
+};
+
+Folder::Folder(FileDescriptor descriptor) : descriptor_(std::move(descriptor)) {}
+
+Folder::Folder(Folder&& other) noexcept
+    : descriptor_(std::move(other.descriptor_)),
+      listing_(std::move(other.listing_)),
+      mount_(other.mount_.load(std::memory_order_relaxed)) {}
+
+Folder& Folder::operator=(Folder&& other) noexcept {
+  descriptor_ = std::move(other.descriptor_);
+  listing_ = std::move(other.listing_);
+  mount_.store(other.mount_.load(std::memory_order_relaxed), std::memory_order_relaxed);
+  return *this;
+}
+
+Folder::~Folder() = default;
+
+PosixResult<std::optional<FolderEntry>> Folder::next() {
+  // Not make_unique: it would fill the buffer with zeros first.
+  if (!listing_) listing_.reset(new Listing);
+  for (;;) {
+    if (listing_->isConsumed()) {
+      const auto count = ::getdents64(descriptor(), listing_->records, Listing::capacity);
+      if (count < 0) return lastError();
+      if (count == 0) return std::optional<FolderEntry>();
+      listing_->position = 0;
+      listing_->filled = static_cast<std::size_t>(count);
+    }
+    const auto& record = listing_->take();
+    const std::string_view name = record.d_name;
+    if (name == "." || name == "..") continue;
+    return std::optional(
+        FolderEntry{record.d_name, static_cast<std::uint32_t>(DTTOIF(record.d_type))});
+  }
+}
+
+void Folder::rewind() {
+  ::lseek(descriptor(), 0, SEEK_SET);
+  listing_.reset();
+}
+
+int Folder::descriptor() const { return descriptor_.get(); }
+
+}  // namespace qrt

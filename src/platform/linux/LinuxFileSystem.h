@@ -1,0 +1,18 @@
+// The file system through Linux's own calls.
+#pragma once
+
+#include "platform/posix/PosixFileSystem.h"
+
+namespace qrt {
+
+/// BSD flags are inode flags here: user immutable and user append-only exist where the file system
+/// keeps them, the others nowhere. A whiteout is the character device 0:0.
+class LinuxFileSystem : public PosixFileSystem {
+ public:
+  PosixResult<FileStatus> status(FileAt object, Links links) override;
+  PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
+                     std::uint32_t wanted) override;
+  PosixResult<Data> readFile(FileAt object, std::size_t limit) override;
+};
+
+}  // namespace qrt

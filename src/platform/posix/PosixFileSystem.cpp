@@ -1,0 +1,66 @@
+#include "platform/posix/PosixFileSystem.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "platform/posix/NativeError.h"
+
+namespace qrt {
+namespace {
+
+/// How a folder is opened that is only a base. Where the system can, that needs no right to read
+/// it.
+#ifdef O_PATH
+constexpr int baseAccess = O_PATH;
+#else
+constexpr int baseAccess = O_RDONLY;
+#endif
+
+PosixResult<Folder> openedFolder(FileAt object, int flags) {
+  FileDescriptor descriptor(
+      ::openat(object.folder.descriptor(), object.name, flags | O_DIRECTORY | O_CLOEXEC));
+  if (!descriptor) return lastError();
+  return Folder(std::move(descriptor));
+}
+
+struct SplitPath {
+  std::string parent;
+  std::string name;
+};
+
+SplitPath split(std::string path) {
+  while (path.size() > 1 && path.back() == '/') path.pop_back();
+  const auto slash = path.rfind('/');
+  const auto nameStart = slash == std::string::npos ? 0 : slash + 1;
+  auto name = path.substr(nameStart);
+  if (name.empty() || name == "." || name == "..") return {std::move(path), "."};
+  if (nameStart == 0) return {".", std::move(name)};
+  path.resize(nameStart);
+  return {std::move(path), std::move(name)};
+}
+
+PosixCode removed(FileAt object, int flags) {
+  if (::unlinkat(object.folder.descriptor(), object.name, flags) == 0) return PosixCode::success;
+  return lastError();
+}
+
+}  // namespace
+
+PosixResult<Folder> PosixFileSystem::openFolder(FileAt object, Links links) {
+  return openedFolder(object, O_RDONLY | O_NONBLOCK | (links == Links::stay ? O_NOFOLLOW : 0));
+}
+
+PosixResult<Location> PosixFileSystem::locate(const std::string& path) {
+  const bool isPath = !path.empty() && path.find('\0') == std::string::npos;
+  if (!isPath) return PosixCode::noEntry;
+  auto [parentPath, name] = split(path);
+  auto parent = openedFolder(parentPath.c_str(), baseAccess);
+  if (!parent) return parent.error();
+  return Location{std::move(*parent), std::move(name)};
+}
+
+PosixCode PosixFileSystem::removeFolder(FileAt object) { return removed(object, AT_REMOVEDIR); }
+
+PosixCode PosixFileSystem::removeFile(FileAt object) { return removed(object, 0); }
+
+}  // namespace qrt

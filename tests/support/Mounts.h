@@ -1,0 +1,69 @@
+// File systems that a test mounts for itself.
+#pragma once
+
+#include <sched.h>
+#include <sys/mount.h>
+
+#include "support/ScratchFolder.h"
+
+namespace qrt::test {
+
+/// A mount in a namespace that ends with the process: nothing stays behind, nobody else sees it.
+/// `isMounted()` is false without the right to mount or without the file system's tools.
+class Mount {
+ public:
+  /// `memory` and `ext4` and so on keep flags; `plainMemory` does not.
+  enum class Kind { memory, plainMemory, ext4, xfs, btrfs };
+
+  Mount(Kind kind, const std::string& on) : on_(on) {
+    if (!ownNamespace()) return;
+    if (kind == Kind::memory) {
+      isMounted_ = run({"mount", "-t", "tmpfs", "scratch", on});
+    } else if (kind == Kind::plainMemory) {
+      isMounted_ = run({"mount", "-t", "ramfs", "scratch", on});
+    } else {
+      isMounted_ = mountImage(kind);
+    }
+  }
+  Mount(const Mount&) = delete;
+  Mount& operator=(const Mount&) = delete;
+  ~Mount() {
+    if (isMounted_) umount2(on_.c_str(), MNT_DETACH);
+  }
+
+  bool isMounted() const { return isMounted_; }
+
+  bool makeReadOnly() const { return run({"mount", "-o", "remount,ro", on_}); }
+
+ private:
+  static bool ownNamespace() {
+    static const bool own =
+        unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    return own;
+  }
+
+  bool mountImage(Kind kind) {
+    struct Format {
+      Kind kind;
+      const char* tool;
+      off_t size;
+    };
+    constexpr off_t mebibyte = 1024 * 1024;
+    static constexpr Format formats[] = {{Kind::ext4, "mkfs.ext4", 64 * mebibyte},
+                                         {Kind::xfs, "mkfs.xfs", 320 * mebibyte},
+                                         {Kind::btrfs, "mkfs.btrfs", 128 * mebibyte}};
+    for (const auto& format : formats) {
+      if (format.kind != kind) continue;
+      const auto image = images_.file("image");
+      return truncate(image.c_str(), format.size) == 0 && run({format.tool, "-q", image}) &&
+             run({"mount", "-o", "loop", image, on_});
+    }
+    return false;
+  }
+
+  std::string on_;
+  ScratchFolder images_;
+  bool isMounted_ = false;
+};
+
+}  // namespace qrt::test

@@ -1,0 +1,88 @@
+// A folder of a test's own, gone with the test.
+#pragma once
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qrt::test {
+
+/// Runs a program and tells whether it ended with status 0. What it prints is lost.
+inline bool run(std::vector<std::string> arguments) {
+  const auto child = fork();
+  if (child == 0) {
+    const int nowhere = open("/dev/null", O_RDWR);
+    for (const int stream : {0, 1, 2}) dup2(nowhere, stream);
+    std::vector<char*> pointers;
+    for (auto& argument : arguments) pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    execvp(pointers[0], pointers.data());
+    _exit(127);
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+inline bool exists(const std::string& path) {
+  struct stat status;
+  return lstat(path.c_str(), &status) == 0;
+}
+
+/// Makes trees below a new folder; names are relative to it. Flags that were set through it are
+/// cleared before the folder goes, whatever became of the test.
+class ScratchFolder {
+ public:
+  /// `where` is on a memory file system by default where there is one.
+  explicit ScratchFolder(const std::string& where = defaultPlace()) {
+    path_ = where + "/qrt-test-XXXXXX";
+    if (mkdtemp(path_.data()) == nullptr) ADD_FAILURE() << "no folder below " << where;
+    chmod(path_.c_str(), 0755);
+  }
+  ScratchFolder(const ScratchFolder&) = delete;
+  ScratchFolder& operator=(const ScratchFolder&) = delete;
+  ~ScratchFolder() {
+    for (const auto& flagged : flagged_) run({"chattr", "-ia", flagged});
+    run({"rm", "-rf", path_});
+  }
+
+  const std::string& path() const { return path_; }
+  std::string path(std::string_view name) const { return path_ + "/" + std::string(name); }
+
+  std::string folder(std::string_view name) const {
+    EXPECT_EQ(mkdir(path(name).c_str(), 0755), 0) << name;
+    return path(name);
+  }
+  std::string file(std::string_view name, std::string_view contents = {}) const {
+    const int file = open(path(name).c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    EXPECT_EQ(write(file, contents.data(), contents.size()), static_cast<ssize_t>(contents.size()))
+        << name;
+    close(file);
+    return path(name);
+  }
+  std::string link(std::string_view name, const std::string& target) const {
+    EXPECT_EQ(symlink(target.c_str(), path(name).c_str()), 0) << name;
+    return path(name);
+  }
+
+  /// `change` as the flag tool takes it: "+i", "-i", "+a". False where flags are not supported.
+  bool changeFlags(std::string_view name, const std::string& change) {
+    flagged_.push_back(path(name));
+    return run({"chattr", change, path(name)});
+  }
+
+ private:
+  static std::string defaultPlace() { return access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp"; }
+
+  std::string path_;
+  std::vector<std::string> flagged_;
+};
+
+}  // namespace qrt::test
