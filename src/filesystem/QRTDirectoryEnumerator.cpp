@@ -1,0 +1,164 @@
+#include "filesystem/QRTDirectoryEnumerator.h"
+
+#include <algorithm>
+
+namespace qrt {
+namespace {
+
+/// Set in the type bits of folders. Those of sockets, block devices and whiteouts have it as well;
+/// these are then simply not opened.
+constexpr std::uint32_t folderBit = 0x4000;
+
+/// Where every volume is found a second time, by its number.
+constexpr std::string_view volumeNamespace = "/.vol";
+
+}  // namespace
+
+std::unique_ptr<QRTDirectoryEnumerator> QRTDirectoryEnumerator::enumeratorAtPath(
+    FileSystem& files, Log& log, const std::string& path) {
+  return enumeratorAtPath(files, log, path, false);
+}
+
+std::unique_ptr<QRTDirectoryEnumerator> QRTDirectoryEnumerator::enumeratorAtPath(
+    FileSystem& files, Log& log, const std::string& path, bool stayOnFileSystem) {
+  if (path.empty()) return nullptr;
+  std::unique_ptr<QRTDirectoryEnumerator> made(new QRTDirectoryEnumerator(files, log, path));
+  if (!made->initForBasePath(path.c_str(), Links::follow, stayOnFileSystem)) return nullptr;
+  return made;
+}
+
+std::unique_ptr<QRTDirectoryEnumerator> QRTDirectoryEnumerator::enumeratorAtObject(
+    FileSystem& files, Log& log, FileAt object, const std::string& path, bool stayOnFileSystem) {
+  std::unique_ptr<QRTDirectoryEnumerator> made(new QRTDirectoryEnumerator(files, log, path));
+  if (!made->initForBasePath(object, Links::stay, stayOnFileSystem)) return nullptr;
+  return made;
+}
+
+QRTDirectoryEnumerator::QRTDirectoryEnumerator(FileSystem& files, Log& log,
+                                               const std::string& basePath)
+    : files_(files), log_(log), basePath_(basePath) {}
+
+bool QRTDirectoryEnumerator::initForBasePath(FileAt base, Links links, bool stayOnFileSystem) {
+  const bool isPath = basePath_.find('\0') == std::string::npos;
+  const auto status =
+      isPath ? files_.status(base, links) : PosixResult<FileStatus>(PosixCode::noEntry);
+  if (!status || !status->isFolder()) {
+    log_.error("%{public}@: attempt to initialize with invalid path '%@'", className, basePath_);
+    return false;
+  }
+  if (basePath_.size() != 1) basePath_ += '/';
+
+  levelCount_ = 1;
+  auto folder = files_.openFolder(base, links);
+  if (folder) {
+    top().folder.emplace(std::move(*folder));
+  } else {
+    note(folder.error());
+  }
+  if (stayOnFileSystem) {
+    const auto ownStatus = files_.status(base, Links::stay);
+    shouldStayOnFileSystem_ = static_cast<bool>(ownStatus);
+    if (ownStatus) baseFileSystemID_ = ownStatus->device;
+  }
+  return true;
+}
+
+std::optional<std::string> QRTDirectoryEnumerator::nextObject() {
+  const auto entry = nextEntry();
+  if (!entry) return std::nullopt;
+  objectHolder_ = &top();
+  objectName_ = entry->name;
+  objectType_ = entry->type;
+  auto relativePath = currentRelativePathForDirectoryEntry(*entry);
+  if (shouldDescend(*entry, relativePath)) pushDirectoryEntry(*entry);
+  return relativePath;
+}
+
+std::vector<std::string> QRTDirectoryEnumerator::allObjects() {
+  std::vector<std::string> paths;
+  while (auto path = nextObject()) paths.push_back(std::move(*path));
+  return paths;
+}
+
+void QRTDirectoryEnumerator::skipDescendents() { popDirectory(); }
+
+FileAt QRTDirectoryEnumerator::object() const { return {*objectHolder_->folder, objectName_}; }
+
+std::optional<FolderEntry> QRTDirectoryEnumerator::nextEntry() {
+  while (levelCount_ != 0 && failure_ == PosixCode::success) {
+    if (auto& folder = top().folder) {
+      const auto entry = folder->next();
+      if (entry && *entry) return *entry;
+      if (!entry) note(entry.error());
+    }
+    popDirectory();
+  }
+  return std::nullopt;
+}
+
+bool QRTDirectoryEnumerator::shouldDescend(const FolderEntry& entry,
+                                           std::string_view relativePath) const {
+  const bool isTypeKnown = entry.type != 0;
+  if (isTypeKnown && (entry.type & folderBit) == 0) return false;
+  if (!isTypeKnown || shouldStayOnFileSystem_) {
+    const auto status = files_.status(object(), Links::stay);
+    if (!status || (status->type() & folderBit) == 0) return false;
+    if (shouldStayOnFileSystem_) return status->device == baseFileSystemID_;
+  }
+  return !isInVolumeNamespace(relativePath);
+}
+
+bool QRTDirectoryEnumerator::isInVolumeNamespace(std::string_view relativePath) const {
+  const auto fromBase = std::min(basePath_.size(), volumeNamespace.size());
+  return basePath_.starts_with(volumeNamespace.substr(0, fromBase)) &&
+         relativePath.starts_with(volumeNamespace.substr(fromBase));
+}
+
+void QRTDirectoryEnumerator::pushDirectoryEntry(const FolderEntry& entry) {
+  const std::string_view name = entry.name;
+  if (name.empty()) return;
+  if (relativePathLength_ + 1 + name.size() > maximumPathLength) {
+    log_.standard("%{public}@: maximum path length reached. Skipping...", className);
+    return;
+  }
+  if (levelCount_ == maximumLevels) {
+    log_.standard("%{public}@: maximum number of nested directories reached. Skipping...",
+                  className);
+    return;
+  }
+
+  auto folder = files_.openFolder(object(), Links::stay);
+  if (!folder) return note(folder.error());
+  auto* end = relativePath_.data() + relativePathLength_;
+  const bool isSeparated = relativePathLength_ != 0;
+  if (isSeparated) *end++ = '/';
+  std::copy(name.begin(), name.end(), end);
+
+  auto& level = levels_[levelCount_++];
+  level.folder.emplace(std::move(*folder));
+  level.componentLength = static_cast<std::uint8_t>(name.size() + (isSeparated ? 1 : 0));
+  relativePathLength_ += level.componentLength;
+}
+
+void QRTDirectoryEnumerator::popDirectory() {
+  if (levelCount_ == 0) return;
+  auto& level = levels_[--levelCount_];
+  level.folder.reset();
+  relativePathLength_ -= level.componentLength;
+}
+
+std::string QRTDirectoryEnumerator::currentRelativePathForDirectoryEntry(
+    const FolderEntry& entry) const {
+  const std::string_view name = entry.name;
+  std::string path;
+  path.reserve(relativePathLength_ + 1 + name.size());
+  path.append(relativePath_.data(), relativePathLength_);
+  if (relativePathLength_ != 0) path += '/';
+  return path.append(name);
+}
+
+void QRTDirectoryEnumerator::note(PosixCode failure) {
+  if (isExhaustion(failure)) failure_ = failure;
+}
+
+}  // namespace qrt

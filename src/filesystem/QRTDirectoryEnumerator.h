@@ -1,0 +1,112 @@
+// A depth-first walk that hands out paths, bounded in depth and length.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/FileSystem.h"
+#include "platform/Log.h"
+
+namespace qrt {
+
+/// Walks what is below a base folder, folders before their contents, in the order of the file
+/// system. Links are handed out and never followed. The walk goes from open folder to open folder:
+/// its paths say where things were found, and whoever acts on an object uses `object()`, which no
+/// exchange of a folder can lead astray.
+///
+/// An unreadable folder is handed out and its contents are not; nobody is told. Only running out of
+/// descriptors or memory ends the walk early, see `failure()`.
+///
+/// Belongs to one thread. Not restartable.
+class QRTDirectoryEnumerator {
+ public:
+  /// Null for an empty path and for one that is not an existing folder (links followed); the latter
+  /// is logged. `files` and `log` outlive the enumerator.
+  static std::unique_ptr<QRTDirectoryEnumerator> enumeratorAtPath(FileSystem& files, Log& log,
+                                                                  const std::string& path);
+  static std::unique_ptr<QRTDirectoryEnumerator> enumeratorAtPath(FileSystem& files, Log& log,
+                                                                  const std::string& path,
+                                                                  bool stayOnFileSystem);
+
+  /// The same for a folder that another walk has come upon: a link in its place is not followed.
+  /// `path` is only told.
+  static std::unique_ptr<QRTDirectoryEnumerator> enumeratorAtObject(FileSystem& files, Log& log,
+                                                                    FileAt object,
+                                                                    const std::string& path,
+                                                                    bool stayOnFileSystem);
+
+  QRTDirectoryEnumerator(const QRTDirectoryEnumerator&) = delete;
+  QRTDirectoryEnumerator& operator=(const QRTDirectoryEnumerator&) = delete;
+
+  /// The next path relative to the base, or none when the walk is over.
+  std::optional<std::string> nextObject();
+
+  /// All remaining paths.
+  std::vector<std::string> allObjects();
+
+  /// Leaves the folder that the walk is in. Called right after a folder was handed out and entered,
+  /// that skips its contents; called after anything else, it skips the rest of the folder that
+  /// holds the object.
+  void skipDescendents();
+
+  bool shouldStayOnFileSystem() const { return shouldStayOnFileSystem_; }
+
+  /// The object whose path was returned last. Good until the next `nextObject()` or
+  /// `skipDescendents()`; not to be asked before the first object nor after the last.
+  FileAt object() const;
+
+  /// Its type bits (`file_type`), or 0 where the file system's listing does not tell.
+  std::uint32_t objectType() const { return objectType_; }
+
+  /// `success`, or why the walk ended before its end: descriptors or memory ran out. What was
+  /// handed out is then incomplete, and the caller says so.
+  PosixCode failure() const { return failure_; }
+
+ private:
+  static constexpr std::string_view className = "QRTDirectoryEnumerator";
+  static constexpr std::size_t maximumPathLength = 1024;
+  static constexpr std::size_t maximumLevels = 500;
+
+  struct Level {
+    /// None where the base could not be opened.
+    std::optional<Folder> folder;
+    /// What the level added to the relative path. One byte on purpose: a name of 255 bytes and its
+    /// separator add nothing, and what is below them is told as if it were one folder further up.
+    std::uint8_t componentLength = 0;
+  };
+
+  QRTDirectoryEnumerator(FileSystem& files, Log& log, const std::string& basePath);
+  bool initForBasePath(FileAt base, Links links, bool stayOnFileSystem);
+
+  Level& top() { return levels_[levelCount_ - 1]; }
+  std::optional<FolderEntry> nextEntry();
+  bool shouldDescend(const FolderEntry& entry, std::string_view relativePath) const;
+  bool isInVolumeNamespace(std::string_view relativePath) const;
+  void pushDirectoryEntry(const FolderEntry& entry);
+  void popDirectory();
+  std::string currentRelativePathForDirectoryEntry(const FolderEntry& entry) const;
+  void note(PosixCode failure);
+
+  FileSystem& files_;
+  Log& log_;
+  std::string basePath_;
+  std::array<char, maximumPathLength> relativePath_;
+  std::size_t relativePathLength_ = 0;
+  /// The base first; one more for each folder that the walk is in.
+  std::array<Level, maximumLevels> levels_;
+  std::size_t levelCount_ = 0;
+  bool shouldStayOnFileSystem_ = false;
+  std::uint64_t baseFileSystemID_ = 0;
+  const Level* objectHolder_ = nullptr;
+  const char* objectName_ = nullptr;
+  std::uint32_t objectType_ = 0;
+  PosixCode failure_ = PosixCode::success;
+};
+
+}  // namespace qrt

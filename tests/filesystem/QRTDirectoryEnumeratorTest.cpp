@@ -1,0 +1,249 @@
+#include "filesystem/QRTDirectoryEnumerator.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "platform/NativeFileSystem.h"
+#include "support/Mounts.h"
+#include "support/RecordingLog.h"
+#include "support/ScratchFolder.h"
+
+namespace qrt {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+class EnumeratorTest : public testing::Test {
+ protected:
+  auto at(const std::string& path, bool stay = false) {
+    return QRTDirectoryEnumerator::enumeratorAtPath(*files_, log_, path, stay);
+  }
+  std::vector<std::string> allAt(const std::string& path, bool stay = false) {
+    return at(path, stay)->allObjects();
+  }
+
+  /// A chain of folders below `name`, made by descriptors because its path may be too long for the
+  /// system.
+  FileDescriptor makeChain(const std::string& name, const std::string& component, int levels) {
+    FileDescriptor folder(open(scratch_.folder(name).c_str(), O_RDONLY | O_DIRECTORY));
+    for (int level = 0; level < levels; ++level) {
+      EXPECT_EQ(mkdirat(folder.get(), component.c_str(), 0755), 0);
+      folder = FileDescriptor(openat(folder.get(), component.c_str(), O_RDONLY | O_DIRECTORY));
+    }
+    return folder;
+  }
+
+  test::ScratchFolder scratch_;
+  test::RecordingLog log_;
+  std::unique_ptr<FileSystem> files_ = makeNativeFileSystem();
+};
+
+test::RecordingLog::Line skipping(const std::string& limit) {
+  return {LogLevel::standard, "QRTDirectoryEnumerator: maximum " + limit + " reached. Skipping..."};
+}
+
+TEST_F(EnumeratorTest, OnlyAnExistingFolderIsABase) {
+  const auto file = scratch_.file("file");
+  EXPECT_EQ(at(""), nullptr);
+  EXPECT_THAT(log_.lines(), IsEmpty());
+  for (const auto& path : {file, scratch_.path("missing"), std::string("/\0", 2)}) {
+    EXPECT_EQ(at(path), nullptr);
+  }
+  const test::RecordingLog::Line line{
+      LogLevel::error,
+      "QRTDirectoryEnumerator: attempt to initialize with invalid path '<private>'"};
+  EXPECT_THAT(log_.lines(), ElementsAre(line, line, line));
+}
+
+TEST_F(EnumeratorTest, HandsOutFoldersBeforeTheirContents) {
+  const std::string unlucky = "not \xFF utf8\nand a line";
+  scratch_.folder("a");
+  scratch_.folder("a/b");
+  scratch_.file("a/b/" + unlucky);
+  scratch_.folder("empty");
+  scratch_.link("link", "a");
+  scratch_.link("a/dangling", "nowhere");
+  const auto paths = allAt(scratch_.path());
+  EXPECT_THAT(paths,
+              UnorderedElementsAre("a", "a/b", "a/b/" + unlucky, "a/dangling", "empty", "link"));
+  const auto position = [&](const std::string& path) {
+    return std::find(paths.begin(), paths.end(), path) - paths.begin();
+  };
+  EXPECT_LT(position("a"), position("a/b"));
+  EXPECT_EQ(position("a/b") + 1, position("a/b/" + unlucky));
+}
+
+TEST_F(EnumeratorTest, PathsBelowTheRootHaveNoLeadingSlash) {
+  const auto walk = at("/", true);
+  for (int i = 0; i < 100; ++i) {
+    const auto path = walk->nextObject();
+    ASSERT_TRUE(path);
+    EXPECT_NE(path->front(), '/');
+    EXPECT_TRUE(test::exists("/" + *path));
+  }
+}
+
+TEST_F(EnumeratorTest, SkippingLeavesTheFolderThatTheWalkIsIn) {
+  scratch_.folder("base");
+  scratch_.folder("base/folder");
+  for (const char* name : {"base/folder/1", "base/folder/2", "base/folder/3"}) scratch_.file(name);
+
+  // After a folder that was entered: its contents.
+  auto walk = at(scratch_.path("base"));
+  EXPECT_EQ(walk->nextObject(), "folder");
+  walk->skipDescendents();
+  EXPECT_EQ(walk->nextObject(), std::nullopt);
+
+  // After a file: the rest of the folder that holds it.
+  walk = at(scratch_.path("base"));
+  walk->nextObject();
+  walk->nextObject();
+  walk->skipDescendents();
+  EXPECT_EQ(walk->nextObject(), std::nullopt);
+
+  // Beyond the end: nothing.
+  walk->skipDescendents();
+  EXPECT_EQ(walk->nextObject(), std::nullopt);
+}
+
+TEST_F(EnumeratorTest, TheObjectIsReachedThroughItsFolder) {
+  scratch_.folder("a");
+  scratch_.folder("a/b");
+  scratch_.file("a/b/file", "12345");
+  const auto walk = at(scratch_.path());
+  walk->nextObject();
+  EXPECT_EQ(walk->objectType(), file_type::folder);
+  walk->nextObject();
+  walk->nextObject();
+  ASSERT_EQ(rename(scratch_.path("a").c_str(), scratch_.path("moved").c_str()), 0);
+  EXPECT_STREQ(walk->object().name, "file");
+  EXPECT_EQ(files_->status(walk->object(), Links::stay)->size, 5u);
+}
+
+TEST_F(EnumeratorTest, AFoundFolderIsWalkedWithoutItsPath) {
+  scratch_.folder("a");
+  scratch_.file("a/file");
+  scratch_.link("link", "a");
+  const auto base = files_->locate(scratch_.path("a"));
+  const auto in = [&](const char* name) {
+    return QRTDirectoryEnumerator::enumeratorAtObject(*files_, log_, {base->parent, name},
+                                                      "/elsewhere", true);
+  };
+  EXPECT_THAT(in("a")->allObjects(), ElementsAre("file"));
+  EXPECT_EQ(in("link"), nullptr);
+}
+
+TEST_F(EnumeratorTest, StayingKeepsOutOfMountedVolumes) {
+  scratch_.folder("base");
+  const test::Mount mount(test::Mount::Kind::memory, scratch_.folder("base/volume"));
+  if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount";
+  scratch_.file("base/volume/inside");
+  const auto base = scratch_.path("base");
+  EXPECT_THAT(allAt(base), ElementsAre("volume", "volume/inside"));
+  EXPECT_THAT(allAt(base, true), ElementsAre("volume"));
+
+  // A base that is a link is followed, but its file system is that of the link itself.
+  scratch_.folder("base/volume/folder");
+  scratch_.file("base/volume/folder/deep");
+  const auto link = scratch_.link("link", "base/volume");
+  EXPECT_THAT(allAt(link, true), UnorderedElementsAre("inside", "folder"));
+  EXPECT_THAT(allAt(link), UnorderedElementsAre("inside", "folder", "folder/deep"));
+}
+
+TEST_F(EnumeratorTest, TheVolumeNamespaceIsNotEntered) {
+  // Five bytes decide, so any name that begins with them will do.
+  std::string hidden = "/.vol-qrt-test-XXXXXX";
+  if (mkdtemp(hidden.data()) == nullptr) GTEST_SKIP() << "needs the right to write to /";
+  const bool isMade = mkdir((hidden + "/folder").c_str(), 0755) == 0 &&
+                      mkdir((hidden + "/folder/inner").c_str(), 0755) == 0;
+  const auto below = allAt(hidden);
+  const auto staying = allAt(hidden, true);
+  const auto fromElsewhere = allAt("/./" + hidden);
+  test::run({"rm", "-rf", hidden});
+  ASSERT_TRUE(isMade);
+  EXPECT_THAT(below, ElementsAre("folder"));
+  EXPECT_THAT(staying, ElementsAre("folder", "folder/inner"));
+  EXPECT_THAT(fromElsewhere, ElementsAre("folder", "folder/inner"));
+}
+
+TEST_F(EnumeratorTest, NestingIsLimited) {
+  const auto end = makeChain("deep", "d", 600);
+  const auto paths = allAt(scratch_.path("deep"));
+  ASSERT_EQ(paths.size(), 500u);
+  EXPECT_EQ(paths.back().size(), 999u);
+  EXPECT_THAT(log_.lines(), ElementsAre(skipping("number of nested directories")));
+}
+
+TEST_F(EnumeratorTest, TheRelativePathIsLimited) {
+  // Nine levels of 100 bytes and their separators are 908 bytes; one of 114 makes 1023.
+  for (const auto& [last, isEntered] : {std::pair(115, true), std::pair(116, false)}) {
+    const auto name = "long" + std::to_string(last);
+    const auto end = makeChain(name, std::string(100, 'n'), 9);
+    const std::string component(static_cast<std::size_t>(last), 'l');
+    ASSERT_EQ(mkdirat(end.get(), component.c_str(), 0755), 0);
+    const FileDescriptor folder(openat(end.get(), component.c_str(), O_RDONLY | O_DIRECTORY));
+    ASSERT_EQ(mkdirat(folder.get(), "below", 0755), 0);
+
+    const auto paths = allAt(scratch_.path(name));
+    EXPECT_EQ(paths.size(), isEntered ? 11u : 10u);
+    EXPECT_EQ(paths[9].size(), 909u + static_cast<std::size_t>(last));
+  }
+  // The folder below the longest one, and the one that was too long.
+  EXPECT_THAT(log_.lines(), ElementsAre(skipping("path length"), skipping("path length")));
+}
+
+TEST_F(EnumeratorTest, ANameOf255BytesBelowTheFirstLevelAddsNothing) {
+  const std::string longName(255, 'n');
+  const auto inside = makeChain("base", longName, 3);
+  ASSERT_EQ(mkdirat(inside.get(), "x", 0755), 0);
+  ASSERT_EQ(unlinkat(inside.get(), "x", AT_REMOVEDIR), 0);
+  ASSERT_GE(FileDescriptor(openat(inside.get(), "file", O_CREAT, 0600)).get(), 0);
+  EXPECT_THAT(allAt(scratch_.path("base")),
+              ElementsAre(longName, longName + "/" + longName, longName + "/" + longName,
+                          longName + "/file"));
+}
+
+TEST_F(EnumeratorTest, RunningOutOfDescriptorsEndsTheWalkAndIsTold) {
+  makeChain("deep", "d", 40);
+  auto walk = at(scratch_.path("deep"));
+  rlimit before;
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  const FileDescriptor next(dup(0));
+  rlimit few = before;
+  few.rlim_cur = static_cast<rlim_t>(next.get()) + 10;
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+  const auto paths = walk->allObjects();
+  const auto withoutBase = (few.rlim_cur = 0, setrlimit(RLIMIT_NOFILE, &few), at("/"));
+  setrlimit(RLIMIT_NOFILE, &before);
+
+  EXPECT_LT(paths.size(), 12u);
+  EXPECT_EQ(walk->failure(), PosixCode::tooManyFiles);
+  EXPECT_EQ(withoutBase->nextObject(), std::nullopt);
+  EXPECT_EQ(withoutBase->failure(), PosixCode::tooManyFiles);
+}
+
+TEST_F(EnumeratorTest, AnUnreadableFolderIsPassedOverInSilence) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root to become somebody else";
+  scratch_.folder("base");
+  scratch_.folder("base/locked");
+  scratch_.file("base/locked/file");
+  ASSERT_EQ(chmod(scratch_.path("base/locked").c_str(), 0700), 0);
+  ASSERT_EQ(seteuid(65534), 0);
+  const auto walk = at(scratch_.path("base"));
+  const auto paths = walk->allObjects();
+  ASSERT_EQ(seteuid(0), 0);
+  EXPECT_THAT(paths, ElementsAre("locked"));
+  EXPECT_EQ(walk->failure(), PosixCode::success);
+}
+
+}  // namespace
+}  // namespace qrt
