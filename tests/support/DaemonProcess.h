@@ -1,0 +1,36 @@
+// A daemon of its own for a test or a measurement.
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+
+namespace qrt::test {
+
+/// Listens at a socket in a scratch folder and starts the daemon beside this program as soon as it
+/// is made, the way an activator does. Stops it and removes the folder when it goes.
+class DaemonProcess {
+ public:
+  DaemonProcess();
+  ~DaemonProcess();
+  DaemonProcess(const DaemonProcess&) = delete;
+  DaemonProcess& operator=(const DaemonProcess&) = delete;
+
+  const std::string& folder() const { return folder_; }
+  std::string socketPath() const { return folder_ + "/socket"; }
+  /// What the daemon has logged so far.
+  std::string log() const;
+  pid_t processID() const { return process_; }
+
+  /// Waits for the daemon to end by itself and returns its exit status; -1 after ten seconds or when
+  /// a signal ended it.
+  int waitForEnd();
+
+ private:
+  std::string folder_;
+  pid_t process_ = -1;
+};
+
+/// The folder that this program lies in, which holds the other programs of the same build.
+std::string folderOfPrograms();
+
+}  // namespace qrt::test
