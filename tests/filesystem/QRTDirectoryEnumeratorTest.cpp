@@ -184,7 +184,7 @@ TEST_F(EnumeratorTest, NestingIsLimited) {
 }
 
 TEST_F(EnumeratorTest, TheRelativePathIsLimited) {
-  // Nine levels of 100 bytes and their separators are 908 bytes; one of 114 makes 1023.
+  // Nine levels of 100 bytes and their separators are 908 bytes; one more of 115 makes 1024.
   for (const auto& [last, isEntered] : {std::pair(115, true), std::pair(116, false)}) {
     const auto name = "long" + std::to_string(last);
     const auto end = makeChain(name, std::string(100, 'n'), 9);

@@ -13,8 +13,9 @@ namespace qrt::test {
 inline std::string plant(const ScratchFolder& root, const std::string& name,
                          std::string_view contents = {}) {
   const auto slash = name.rfind('/');
-  if (slash != std::string::npos)
+  if (slash != std::string::npos) {
     EXPECT_TRUE(run({"mkdir", "-p", root.path(name.substr(0, slash))}));
+  }
   return root.file(name, contents);
 }
 

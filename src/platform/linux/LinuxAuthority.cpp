@@ -32,7 +32,7 @@ std::optional<AuthorizationExternalForm> LinuxAuthority::externalForm(const Peer
 Result<std::unique_ptr<Authorization>, AuthorizationStatus> LinuxAuthority::createFromExternalForm(
     const AuthorizationExternalForm& form) {
   const auto process = seal_.open(form);
-  if (!process || !openProcess(*process)) return AuthorizationStatus::internalizeNotAllowed;
+  if (!process || !living_.contains(*process)) return AuthorizationStatus::internalizeNotAllowed;
   return std::unique_ptr<Authorization>(std::make_unique<Reference>(*this, *process));
 }
 

@@ -5,6 +5,7 @@
 
 #include "platform/Authority.h"
 #include "platform/linux/ExternalFormSeal.h"
+#include "platform/linux/LivingProcesses.h"
 #include "platform/linux/PeerIdentity.h"
 #include "platform/linux/RightsFile.h"
 
@@ -36,6 +37,7 @@ class LinuxAuthority : public Authority {
   StateFolder state_;
   ExternalFormSeal seal_;
   RightsFile rights_;
+  LivingProcesses living_;
 };
 
 }  // namespace qrt

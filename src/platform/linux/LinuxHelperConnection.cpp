@@ -184,25 +184,33 @@ Outcome LinuxHelperConnection::call(const char* interface, const char* method,
 
 /// Runs the connection, and the feedback beside it, until the reply is there.
 Outcome LinuxHelperConnection::wait(PendingReply& reply, WireConnection* feedback) {
-  for (;;) {
-    // Feedback first: what was sent before the reply is handed out before the reply.
-    if (feedback) {
-      auto progress = WireConnection::Progress::made;
-      while (progress == WireConnection::Progress::made) progress = feedback->step();
-      if (progress == WireConnection::Progress::closed) feedback = nullptr;
-    }
-    if (reply.arrived) return reply.outcome;
-    const auto progress = wire_->step();
-    if (progress == WireConnection::Progress::closed) return reply.arrived ? reply.outcome : interrupted();
-    if (progress == WireConnection::Progress::made) continue;
-
+  using Progress = WireConnection::Progress;
+  const auto pumpFeedback = [&feedback] {
+    auto progress = Progress::made;
+    while (feedback && progress == Progress::made) progress = feedback->step();
+    if (progress == Progress::closed) feedback = nullptr;
+  };
+  while (!reply.arrived) {
     pollfd events[] = {{wire_->socket(), wire_->pollEvents(), 0},
                        {interruption_.get(), POLLIN, 0},
-                       {feedback ? feedback->socket() : -1, feedback ? feedback->pollEvents() : short{0}, 0}};
-    if (poll(events, std::size(events), -1) < 0 && errno != EINTR) return interrupted();
-    eventfd_t count;
-    if (eventfd_read(interruption_.get(), &count) == 0) return posixError(PosixCode::interrupted);
+                       {-1, 0, 0}};
+    if (feedback) events[2] = {feedback->socket(), feedback->pollEvents(), 0};
+    if (poll(events, std::size(events), -1) < 0) {
+      if (errno == EINTR) continue;
+      return interrupted();
+    }
+    if (events[1].revents != 0) {
+      eventfd_t count;
+      eventfd_read(interruption_.get(), &count);
+      return posixError(PosixCode::interrupted);
+    }
+    if (events[2].revents != 0) pumpFeedback();
+    if (events[0].revents != 0 && wire_->step() == Progress::closed) break;
   }
+  if (!reply.arrived) return interrupted();
+  // What was sent before the reply is handed out before it.
+  pumpFeedback();
+  return reply.outcome;
 }
 
 Outcome LinuxHelperConnection::performPrivilegedOperation(std::uint64_t code,

@@ -36,12 +36,12 @@ FileDescriptor processHandle(int socket, std::int32_t processID) {
   return FileDescriptor(static_cast<int>(syscall(SYS_pidfd_open, processID, 0)));
 }
 
-bool isRunning(int processHandle) {
-  pollfd ended{processHandle, POLLIN, 0};
+}  // namespace
+
+bool isRunning(const FileDescriptor& process) {
+  pollfd ended{process.get(), POLLIN, 0};
   return poll(&ended, 1, 0) == 0;
 }
-
-}  // namespace
 
 std::optional<std::uint64_t> startTimeOfProcess(std::int32_t processID) {
   char path[32];
@@ -86,14 +86,14 @@ std::optional<PeerIdentity> identityOfPeer(int socket) {
   const auto handle = processHandle(socket, credentials->pid);
   const auto startTime = startTimeOfProcess(credentials->pid);
   // Still running now means that the start time was read from this process and not from a successor.
-  if (!handle || !startTime || !isRunning(handle.get())) return std::nullopt;
+  if (!handle || !startTime || !isRunning(handle)) return std::nullopt;
   return PeerIdentity{credentials->uid, credentials->pid, *startTime};
 }
 
 std::optional<FileDescriptor> openProcess(const PeerIdentity& identity) {
   FileDescriptor handle(static_cast<int>(syscall(SYS_pidfd_open, identity.processID, 0)));
   if (!handle || startTimeOfProcess(identity.processID) != identity.startTime ||
-      !isRunning(handle.get())) {
+      !isRunning(handle)) {
     return std::nullopt;
   }
   return handle;

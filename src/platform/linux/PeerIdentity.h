@@ -31,4 +31,6 @@ std::optional<std::uint64_t> startTimeOfProcess(std::int32_t processID);
 /// A handle of the process, if it is still the one meant; it becomes readable when the process ends.
 std::optional<FileDescriptor> openProcess(const PeerIdentity& identity);
 
+bool isRunning(const FileDescriptor& process);
+
 }  // namespace qrt

@@ -98,6 +98,7 @@ bool WireConnection::handshake() {
 }
 
 WireConnection::Progress WireConnection::step() {
+  dispatched_ = false;
   if (hasQueuedOutput()) {
     if (!process()) return Progress::closed;
     if (hasQueuedOutput()) return Progress::waits;
@@ -107,7 +108,6 @@ WireConnection::Progress WireConnection::step() {
   if (read == Read::waits) return Progress::waits;
   if (read == Read::failed) return Progress::closed;
 
-  dispatched_ = false;
   const bool alive = feed();
   received_.clear();
   if (received_.capacity() > readChunk) received_.shrink_to_fit();
@@ -211,11 +211,12 @@ bool WireConnection::feed() {
   return true;
 }
 
+/// Lets libsystemd work until it has dispatched the message it was fed or has nothing to do.
 bool WireConnection::process() {
   int result;
   do {
     result = sd_bus_process(bus_, nullptr);
-  } while (result > 0);
+  } while (result > 0 && !dispatched_);
   return result >= 0;
 }
 
