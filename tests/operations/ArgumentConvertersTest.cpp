@@ -1,0 +1,84 @@
+#include "operations/ArgumentConverters.h"
+
+#include <gtest/gtest.h>
+
+namespace qrt {
+namespace {
+
+TEST(ArgumentConverters, BooleansAreExactlyZeroAndOne) {
+  bool value = false;
+  EXPECT_TRUE(getBool(&value, "1"));
+  EXPECT_TRUE(value);
+  for (const char* text : {"true", "", "01", "1 ", "2", "-1"}) {
+    EXPECT_FALSE(getBool(&value, text)) << text;
+    EXPECT_TRUE(value) << text;
+  }
+  EXPECT_TRUE(getBool(&value, "0"));
+  EXPECT_FALSE(value);
+  EXPECT_TRUE(getBool(nullptr, "1"));
+}
+
+using Value = std::optional<PropertyValue>;
+
+Value bytes(Data data) { return PropertyValue(std::move(data)); }
+
+TEST(ArgumentConverters, ValuesByType) {
+  using enum CoreFoundationType;
+  struct Case {
+    CoreFoundationType type;
+    const char* text;
+    Value value;
+  };
+  const Value none;
+  const Case cases[] = {
+      {boolean, "true", true},
+      {boolean, "false", false},
+      {boolean, "TRUE", none},
+      {boolean, "1", none},
+      {number, "42", 42},
+      {number, " \n-7 rest", -7},
+      {number, "+5", 5},
+      {number, "+-5", 0},
+      {number, "ten", 0},
+      {number, "", 0},
+      {number, "99999999999999999999", INT64_MAX},
+      {number, "-99999999999999999999", INT64_MIN},
+      {string, "", ""},
+      {string, "%41", "%41"},
+      {data, "%41%42", bytes({0x41, 0x42})},
+      {data, "%0A%ff", bytes({0x0a, 0xff})},
+      {data, "%4", none},
+      {data, "", none},
+      {data, "%100", none},
+      {data, "%ff%fff", none},
+      {data, "%99999999999999999999", none},
+      // Any number of digits; one byte for each three characters, what follows is not looked at.
+      {data, "%1%2%3", bytes({1, 2})},
+      {data, "%0041%42", bytes({0x41, 0x42})},
+      {data, "%0000000", bytes({0})},
+      {data, "%41x", bytes({0x41})},
+      // Characters count, not their bytes.
+      {data, "%41\xc3\xa9\xc3\xa9", bytes({0x41})},
+      {data, "%41\xc3\xa9\xc3\xa9\xc3\xa9", none},
+      {data, "%41\xf0\x9f\x98\x80x", none},
+      {data, "% \t41", bytes({0x41})},
+      {data, " %41", none},
+      {data, "%41 %42", none},
+      {data, "%0x41%42", none},
+      {data, "%-1", none},
+      {data, "%%%", none},
+      {data, "%g0", none},
+      {data, "abc", none},
+      {other, "true", none},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(copyCoreFoundationValueWithType(c.type, c.text), c.value)
+        << static_cast<int>(c.type) << " " << c.text;
+  }
+  for (const auto type : {boolean, number, string, data, other}) {
+    EXPECT_EQ(copyCoreFoundationValueWithType(type, std::nullopt), none);
+  }
+}
+
+}  // namespace
+}  // namespace qrt

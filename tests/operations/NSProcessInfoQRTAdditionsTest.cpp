@@ -1,0 +1,177 @@
+#include "operations/NSProcessInfoQRTAdditions.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <thread>
+
+#include "platform/NativePlatform.h"
+#include "platform/Platform.h"
+#include "support/PlantedFile.h"
+
+namespace qrt {
+namespace {
+
+using namespace NSProcessInfoQRTAdditions;
+
+constexpr const char* versionFile = "System/Library/CoreServices/SystemVersion.plist";
+
+std::string versionFileFor(const std::string& version) {
+  return "{ ProductName = \"Name\"; ProductVersion = \"" + version +
+         "\"; ProductBuildVersion = \"17G65\"; }";
+}
+
+class VersionInfo : public testing::Test {
+ protected:
+  const test::ScratchFolder root;
+  const NativePlatform native{root.path() + "/"};
+  const Platform& platform = native.facilities();
+
+  void plantAndUpdate(const std::string& contents) {
+    test::plant(root, versionFile, contents);
+    updateVersionInfo(platform);
+  }
+};
+
+TEST_F(VersionInfo, CodesAndNamesOfVersions) {
+  struct Case {
+    const char* version;
+    std::int64_t code;
+    const char* marketingName;
+    bool isPolite;
+  };
+  const Case cases[] = {
+      {"10.7.5", 0x1075, "Mac OS X", true},   {"10.7.15", 0x107F, "Mac OS X", true},
+      {"10.8", 0x1080, "OS X", true},         {"10.9.5", 4245, "OS X", true},
+      {"10.11.15", 0x10BF, "OS X", true},     {"10.12", 4288, "macOS", false},
+      {"10.12.1", 0x10C1, "macOS", false},    {"10.16", 0x1100, "macOS", false},
+      {"11", 0x1100, "macOS", false},         {"12.3.1", 0x1231, "macOS", false},
+      {"x10.12", 0x1000, "Mac OS X", true},   {".13.2", 0x10D2, "macOS", false},
+      {"10.13beta4", 0x10D0, "macOS", false}, {"", 0x1000, "Mac OS X", true},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.version);
+    plantAndUpdate(versionFileFor(c.version));
+    EXPECT_EQ(operatingSystemVersionCode(platform), c.code);
+    EXPECT_EQ(operatingSystemMarketingName(platform), c.marketingName);
+    EXPECT_EQ(shouldUIUsePoliteForms(platform), c.isPolite);
+    EXPECT_EQ(operatingSystemVersionNumberString(platform), c.version);
+  }
+  EXPECT_EQ(operatingSystemProductName(platform), "Name");
+  EXPECT_EQ(operatingSystemBuildCode(platform), "17G65");
+
+  plantAndUpdate(versionFileFor("999999999999999999999.1"));
+  EXPECT_GT(operatingSystemVersionCode(platform), 0x10000);
+}
+
+TEST_F(VersionInfo, WithoutFactsTextsArePolite) {
+  const auto expectNothing = [&] {
+    EXPECT_EQ(operatingSystemVersionCode(platform), 4096);
+    EXPECT_EQ(operatingSystemProductName(platform), "");
+    EXPECT_EQ(operatingSystemMarketingName(platform), "");
+    EXPECT_EQ(operatingSystemVersionNumberString(platform), "");
+    EXPECT_EQ(operatingSystemBuildCode(platform), "");
+    EXPECT_TRUE(shouldUIUsePoliteForms(platform));
+  };
+  updateVersionInfo(platform);
+  expectNothing();
+  for (const char* contents : {"", "{}", "( \"10.13\" )", "{ ProductVersion = "}) {
+    SCOPED_TRACE(contents);
+    plantAndUpdate(versionFileFor("10.13"));
+    plantAndUpdate(contents);
+    expectNothing();
+  }
+}
+
+TEST_F(VersionInfo, IsReadOnceUntilAskedForAnew) {
+  plantAndUpdate(versionFileFor("10.13"));
+  test::plant(root, versionFile, versionFileFor("10.8"));
+  EXPECT_EQ(operatingSystemVersionCode(platform), 0x10D0);
+  updateVersionInfo(platform);
+  EXPECT_EQ(operatingSystemVersionCode(platform), 0x1080);
+}
+
+TEST_F(VersionInfo, FirstUseByManyThreadsIsReadByTheFirst) {
+  test::plant(root, versionFile, versionFileFor("10.13"));
+  std::atomic<int> wrong = 0;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([&] {
+      for (int round = 0; round < 50; ++round) {
+        if (round % 10 == 0) updateVersionInfo(platform);
+        wrong += operatingSystemVersionCode(platform) != 0x10D0;
+        wrong += operatingSystemBuildCode(platform) != "17G65";
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(wrong, 0);
+}
+
+class ProcessQueries : public testing::Test {
+ protected:
+  const test::ScratchFolder root;
+  const NativePlatform native{root.path() + "/"};
+  const Platform& platform = native.facilities();
+
+  void plantProcess(int identifier, const std::string& name, int effectiveUser) {
+    const auto folder = "proc/" + std::to_string(identifier);
+    test::plant(root, folder + "/stat", std::to_string(identifier) + " (" + name + ") S 1 1");
+    test::plant(root, folder + "/status",
+                "Name:\tany\nUid:\t7\t" + std::to_string(effectiveUser) + "\t8\t9\n");
+  }
+};
+
+TEST_F(ProcessQueries, FindByNameAsFarAsTheKernelKeepsIt) {
+  plantProcess(1, "init", 0);
+  plantProcess(30, "worker", 501);
+  plantProcess(31, "worker", 502);
+  plantProcess(40, "a-very-long-nam", 0);
+  using Identifiers = std::vector<std::int32_t>;
+  const auto named = [&](const std::string& name) {
+    auto found = identifiersForRunningProcessesNamed(platform, name);
+    if (found) std::sort(found->begin(), found->end());
+    return found;
+  };
+  EXPECT_EQ(named("worker"), (Identifiers{30, 31}));
+  EXPECT_EQ(named("Worker"), Identifiers());
+  EXPECT_EQ(named("work"), Identifiers());
+  EXPECT_EQ(named("a-very-long-name-indeed"), Identifiers{40});
+  EXPECT_EQ(named("a-very-long-na"), Identifiers());
+  EXPECT_EQ(named(""), std::nullopt);
+
+  EXPECT_TRUE(isProcessRunningWithName(platform, "init"));
+  EXPECT_FALSE(isProcessRunningWithName(platform, "absent"));
+  EXPECT_FALSE(isProcessRunningWithName(platform, ""));
+}
+
+TEST_F(ProcessQueries, NameAndUserByIdentifier) {
+  plantProcess(30, "worker", 501);
+  std::uint32_t user = 12;
+  EXPECT_EQ(processNameForProcessID(platform, 31, &user), std::nullopt);
+  EXPECT_EQ(user, 12u);
+  EXPECT_EQ(processNameForProcessID(platform, 30), "worker");
+  EXPECT_EQ(processNameForProcessID(platform, 30, &user), "worker");
+  EXPECT_EQ(user, 501u);
+}
+
+TEST_F(ProcessQueries, ATableThatCannotBeReadAnswersNothing) {
+  EXPECT_EQ(identifiersForRunningProcessesNamed(platform, "init"), std::nullopt);
+  EXPECT_FALSE(isProcessRunningWithName(platform, "init"));
+  EXPECT_EQ(processNameForProcessID(platform, 1), std::nullopt);
+}
+
+TEST(RealProcesses, ThisOneIsFound) {
+  const NativePlatform native;
+  std::uint32_t user = ~0u;
+  const auto name = processNameForProcessID(native.facilities(), getpid(), &user);
+  ASSERT_TRUE(name);
+  EXPECT_EQ(user, geteuid());
+  const auto identifiers = identifiersForRunningProcessesNamed(native.facilities(), *name);
+  ASSERT_TRUE(identifiers);
+  EXPECT_EQ(std::count(identifiers->begin(), identifiers->end(), getpid()), 1);
+}
+
+}  // namespace
+}  // namespace qrt
