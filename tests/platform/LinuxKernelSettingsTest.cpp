@@ -1,0 +1,91 @@
+#include "platform/linux/LinuxKernelSettings.h"
+
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "support/PlantedFile.h"
+
+namespace qrt {
+namespace {
+
+using test::contentsOf;
+using test::plant;
+
+class LinuxKernelSettingsTest : public testing::Test {
+ protected:
+  const test::ScratchFolder root;
+  LinuxKernelSettings settings{root.path()};
+};
+
+TEST_F(LinuxKernelSettingsTest, DotsSeparateAndSlashesAreDots) {
+  const auto limit = plant(root, "proc/sys/kernel/limit");
+  const auto dotted = plant(root, "proc/sys/net/conf/eth0.1/forwarding");
+  const auto hidden = plant(root, "proc/sys/net/.hidden");
+  EXPECT_EQ(settings.write("kernel.limit", INT64_MIN), PosixCode::success);
+  EXPECT_EQ(settings.write("net.conf.eth0/1.forwarding", INT64_MAX), PosixCode::success);
+  EXPECT_EQ(settings.write("net./hidden", 0), PosixCode::success);
+  EXPECT_EQ(contentsOf(limit), "-9223372036854775808");
+  EXPECT_EQ(contentsOf(dotted), "9223372036854775807");
+  EXPECT_EQ(contentsOf(hidden), "0");
+}
+
+TEST_F(LinuxKernelSettingsTest, NothingOutsideIsReached) {
+  const auto outside = plant(root, "proc/outside");
+  plant(root, "proc/sys/kernel/limit");
+  root.link("proc/sys/folderlink", root.path("proc"));
+  root.link("proc/sys/filelink", outside);
+  const std::string names[] = {"",
+                               ".",
+                               "..",
+                               "//.outside",
+                               "//",
+                               "/",
+                               ".outside",
+                               "outside.",
+                               "kernel..limit",
+                               "absent",
+                               "kernel.absent",
+                               "kernel.//.limit",
+                               "kernel///outside",
+                               std::string("kernel.limit\0x", 14)};
+  for (const auto& name : names) EXPECT_EQ(settings.write(name, 1), PosixCode::noEntry) << name;
+  EXPECT_EQ(settings.write("filelink", 1), PosixCode::tooManyLinks);
+  EXPECT_EQ(settings.write("folderlink.outside", 1), PosixCode::notDirectory);
+  EXPECT_EQ(settings.write("kernel.limit.more", 1), PosixCode::notDirectory);
+  EXPECT_EQ(settings.write("kernel", 1), PosixCode::isDirectory);
+  EXPECT_EQ(contentsOf(outside), "");
+}
+
+TEST_F(LinuxKernelSettingsTest, WithoutSettingsThereIsNoEntry) {
+  EXPECT_EQ(settings.write("kernel.limit", 1), PosixCode::noEntry);
+}
+
+TEST(RealKernelSettings, AreSet) {
+  const auto child = fork();
+  if (child == 0) {
+    // A network of the child's own: nobody else's setting changes.
+    if (unshare(CLONE_NEWNET) != 0) _exit(2);
+    LinuxKernelSettings settings("/");
+    const bool isSet = settings.write("net.ipv4.conf.lo.forwarding", 1) == PosixCode::success &&
+                       contentsOf("/proc/sys/net/ipv4/conf/lo/forwarding") == "1\n" &&
+                       settings.write("net.ipv4.conf.lo.forwarding", 0) == PosixCode::success &&
+                       contentsOf("/proc/sys/net/ipv4/conf/lo/forwarding") == "0\n";
+    _exit(isSet ? 0 : 1);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  if (WEXITSTATUS(status) == 2) GTEST_SKIP() << "needs root for a network namespace";
+  EXPECT_EQ(status, 0);
+}
+
+TEST(RealKernelSettings, RefuseWhatTheKernelRefuses) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  LinuxKernelSettings settings("/");
+  EXPECT_EQ(settings.write("vm.swappiness", 1'000'000), PosixCode::invalidArgument);
+  EXPECT_EQ(settings.write("kernel.osrelease", 1), PosixCode::permissionDenied);
+}
+
+}  // namespace
+}  // namespace qrt
