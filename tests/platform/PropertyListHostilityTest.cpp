@@ -1,0 +1,160 @@
+// Small inputs that stand for much work: each is answered with an error, soon.
+#include <gtest/gtest.h>
+
+#include <ctime>
+
+#include "support/PropertyListText.h"
+
+namespace qrt {
+namespace {
+
+constexpr std::size_t mebibyte = 1 << 20;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr double instrumentation = 20;
+#elif defined(__has_feature)
+constexpr double instrumentation =
+    __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) ? 20 : 1;
+#else
+constexpr double instrumentation = 1;
+#endif
+
+/// Other tests run at the same time: what counts is this thread's own time.
+double threadSeconds() {
+  timespec now;
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+std::string repeated(std::string_view piece, std::size_t bytes) {
+  std::string text;
+  while (text.size() < bytes) text += piece;
+  return text;
+}
+
+std::string bigEndian(std::uint64_t value, int width) {
+  std::string bytes;
+  for (int i = width - 1; i >= 0; --i) bytes += static_cast<char>(value >> 8 * i);
+  return bytes;
+}
+
+/// A binary list of the objects, references four bytes wide.
+std::string binary(const std::vector<std::string>& objects) {
+  std::string bytes = "bplist00";
+  std::string offsets;
+  for (const auto& object : objects) {
+    offsets += bigEndian(bytes.size(), 4);
+    bytes += object;
+  }
+  const auto table = bytes.size();
+  return bytes + offsets + std::string(6, '\0') + "\x04\x04" + bigEndian(objects.size(), 8) +
+         bigEndian(0, 8) + bigEndian(table, 8);
+}
+
+std::string arrayOf(const std::vector<std::uint64_t>& references) {
+  std::string object = "\xAF\x12" + bigEndian(references.size(), 4);
+  for (const auto reference : references) object += bigEndian(reference, 4);
+  return object;
+}
+
+/// Every array holds the next one `width` times, the last one `leaf`.
+std::string sharedArrays(std::size_t levels, std::size_t width, const std::string& leaf) {
+  std::vector<std::string> objects;
+  for (std::size_t i = 1; i <= levels; ++i) {
+    objects.push_back(arrayOf(std::vector<std::uint64_t>(width, i)));
+  }
+  objects.push_back(leaf);
+  return binary(objects);
+}
+
+std::string manyAttributes() {
+  std::string text = "<plist";
+  for (int i = 0; text.size() < mebibyte; ++i) text += " a" + std::to_string(i) + "=''";
+  return text + "><set/></plist>";
+}
+
+std::string entityBomb() {
+  std::string text = "<!DOCTYPE plist [<!ENTITY e0 'lol'>";
+  for (int i = 1; i < 10; ++i) {
+    const auto inner = "&e" + std::to_string(i - 1) + ";";
+    text += "<!ENTITY e" + std::to_string(i) + " '" + repeated(inner, 10 * inner.size()) + "'>";
+  }
+  return text + "]><plist><string>&e9;</string></plist>";
+}
+
+/// Default attributes would be made anew for every element.
+std::string attributeBomb() {
+  std::string text = "<!DOCTYPE plist [<!ATTLIST true";
+  for (int i = 0; text.size() < mebibyte / 2; ++i) text += " a" + std::to_string(i) + " CDATA ''";
+  return text + ">]><plist><array>" + repeated("<true/>", mebibyte / 2) + "</array></plist>";
+}
+
+TEST(PropertyListHostility, IsAnsweredWithAnErrorSoon) {
+  std::vector<std::string> chain;
+  for (std::uint64_t i = 1; chain.size() < mebibyte / 14; ++i) chain.push_back(arrayOf({i}));
+
+  const std::vector<std::pair<std::string, std::string>> inputs{
+      {"nested XML", repeated("<array>", mebibyte)},
+      {"nested XML dictionaries", repeated("<dict><key>a</key>", mebibyte)},
+      {"unknown XML", "<?xml version='1.0'?>" + repeated("<a>", mebibyte)},
+      {"XML attributes", manyAttributes()},
+      {"entities", entityBomb()},
+      {"default attributes", attributeBomb()},
+      {"nested text", repeated("(", mebibyte)},
+      {"nested text dictionaries", repeated("{a=", mebibyte)},
+      {"text pairs", repeated("a=(", mebibyte)},
+      {"text without end", "\"" + repeated("\\U0041", mebibyte)},
+      {"comments without end", repeated("/*", mebibyte)},
+      {"nested binary", binary(chain)},
+      {"binary in itself", sharedArrays(0, 0, arrayOf({0}))},
+      {"binary in itself often", sharedArrays(0, 0, arrayOf({0, 0, 0, 0, 0, 0, 0, 0}))},
+      {"shared objects", sharedArrays(20, 2, "\x09")},
+      {"shared empty arrays", sharedArrays(3, 200, "\xA0")},
+      {"shared strings", sharedArrays(12, 4, "\x5F\x11\x04\x01" + std::string(1025, 'a'))},
+      {"shared data",
+       sharedArrays(1, 17, "\x4F\x12" + bigEndian(mebibyte, 4) + std::string(mebibyte, 'a'))},
+      {"count of objects", "bplist00\x09\x08" + std::string(6, '\0') + "\x01\x01" +
+                               bigEndian(~0ull, 8) + bigEndian(0, 8) + bigEndian(9, 8)},
+      {"count of items", binary({"\xAF\x13" + bigEndian(~0ull >> 1, 8)})},
+      {"count of pairs", binary({"\xDF\x13" + bigEndian(1ull << 61, 8)})},
+      {"count of characters", binary({"\x6F\x13" + bigEndian(1ull << 63, 8)})},
+      {"too many bytes", std::string(PropertyLists::maximumBytes + 1, ' ')},
+  };
+  for (const auto& [name, bytes] : inputs) {
+    const double begin = threadSeconds();
+    const auto shown = test::shown(test::parsed(bytes));
+    const double seconds = threadSeconds() - begin;
+    EXPECT_TRUE(shown.starts_with("error 3840")) << name << ": " << shown.substr(0, 200);
+    EXPECT_LT(seconds, 0.1 * instrumentation) << name;
+  }
+}
+
+/// Exactly the limit is still read, one more is not.
+TEST(PropertyListHostility, LimitsAreExact) {
+  const std::size_t depth = PropertyLists::maximumDepth;
+  const auto nested = [](std::string_view open, std::string_view close, std::size_t levels) {
+    return repeated(open, levels * open.size()) + repeated(close, levels * close.size());
+  };
+  const auto many = [](std::string_view begin, std::string_view item, std::string_view end,
+                       std::size_t objects) {
+    return std::string(begin) + repeated(item, (objects - 1) * item.size()) + std::string(end);
+  };
+  const std::size_t objects = PropertyLists::maximumObjects;
+  const auto chainOf = [](std::size_t levels) { return sharedArrays(levels - 1, 1, "\xA0"); };
+  const std::vector<std::pair<std::string, std::string>> pairs{
+      {nested("<array>", "</array>", depth), nested("<array>", "</array>", depth + 1)},
+      {nested("(", ")", depth), nested("(", ")", depth + 1)},
+      {chainOf(depth), chainOf(depth + 1)},
+      {many("<array>", "<true/>", "</array>", objects),
+       many("<array>", "<true/>", "</array>", objects + 1)},
+      {many("(", "a,", ")", objects), many("(", "a,", ")", objects + 1)},
+  };
+  for (const auto& [within, beyond] : pairs) {
+    const auto begin = within.substr(0, 20);
+    EXPECT_TRUE(test::parsed(within)) << begin;
+    EXPECT_FALSE(test::parsed(beyond)) << begin;
+  }
+}
+
+}  // namespace
+}  // namespace qrt

@@ -1,0 +1,431 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "support/PropertyListText.h"
+
+namespace qrt {
+namespace {
+
+using test::parsed;
+using test::shown;
+
+struct Case {
+  std::string bytes;
+  /// None where the bytes are not a property list.
+  std::optional<PropertyValue> value;
+};
+
+void expectEach(const std::vector<Case>& cases) {
+  for (const auto& [bytes, value] : cases) {
+    SCOPED_TRACE(bytes);
+    const auto list = parsed(bytes);
+    if (value) {
+      EXPECT_EQ(shown(list), shown(*value));
+    } else {
+      ASSERT_FALSE(list) << shown(list);
+      EXPECT_EQ(list.error().domain, cocoaErrorDomain);
+      EXPECT_EQ(list.error().code, 3840);
+      EXPECT_TRUE(stringIn(list.error().userInfo, localizedDescriptionKey));
+    }
+  }
+}
+
+std::string utf16(std::u16string_view text, bool bigEndian) {
+  std::string bytes;
+  for (const char16_t unit : text) {
+    const char high = static_cast<char>(unit >> 8);
+    const char low = static_cast<char>(unit & 0xFF);
+    bytes += bigEndian ? std::string{high, low} : std::string{low, high};
+  }
+  return bytes;
+}
+
+PropertyValue date(double seconds) { return Date{seconds}; }
+
+TEST(PropertyList, TellsTheFormsApart) {
+  const std::u16string text = u"\uFEFF( \"\u00FC\U0001F600\" )";
+  const std::u16string xml =
+      u"\uFEFF <?xml version='1.0' encoding='UTF-16'?>"
+      u"<array><string>\u00FC\U0001F600</string></array>";
+  const PropertyValue greeting = Array{"\u00FC\U0001F600"};
+  expectEach({
+      {utf16(text, true), greeting},
+      {utf16(text, false), greeting},
+      {utf16(xml, true), greeting},
+      {utf16(xml, false), greeting},
+      {"\xEF\xBB\xBF(\"\u00FC\U0001F600\")", greeting},
+      {"\xEF\xBB\xBF<?xml version='1.0' encoding='UTF-8'?><plist><array>"
+       "<string>\u00FC&#x1F600;</string></array></plist>",
+       greeting},
+      {"<?xml version='1.0' encoding='ISO-8859-1'?><string>\xFC</string>", "\u00FC"},
+      {" \n<!-- here --><true/>", true},
+      {"<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" \"x.dtd\"><plist><true/></plist>",
+       true},
+      {"<da7a>", Data{0xDA, 0x7A}},
+      {"<data>2nA=</data>", Data{0xDA, 0x70}},
+      {"bplist01", "bplist01"},
+      {"", {}},
+      {" \n\t", {}},
+      {"/* nothing */", {}},
+      {"\xEF\xBB\xBF", {}},
+      {"\"\xFC\"", {}},
+      {std::string("\"\0\"", 3), {}},
+      {"\xFE\xFF" + utf16(u"\xD800", true), {}},
+      {"\xFE\xFF" + utf16(u"\xDC00\xD800", true), {}},
+      {"\xFF\xFE"
+       "a",
+       {}},
+  });
+}
+
+TEST(PropertyList, ReadsXmlElements) {
+  const auto plist = [](const std::string& content) { return "<plist>" + content + "</plist>"; };
+  constexpr double infinity = std::numeric_limits<double>::infinity();
+  expectEach({
+      {plist("<string>a&lt;<![CDATA[<b>]]><!-- c -->d</string>"), "a<<b>d"},
+      {plist("<string/>"), ""},
+      {plist("<integer> 42\n</integer>"), 42},
+      {plist("<integer>+0x1F</integer>"), 31},
+      {plist("<integer>-0x10</integer>"), -16},
+      {plist("<integer>-9223372036854775808</integer>"), std::numeric_limits<std::int64_t>::min()},
+      {plist("<integer>9223372036854775807</integer>"), std::numeric_limits<std::int64_t>::max()},
+      {plist("<integer>9223372036854775808</integer>"), std::uint64_t{1} << 63},
+      {plist("<integer>18446744073709551615</integer>"), std::numeric_limits<std::uint64_t>::max()},
+      {plist("<real>-1.5e3</real>"), -1500.0},
+      {plist("<real>3</real>"), 3.0},
+      {plist("<real>+nan</real>"), std::nan("")},
+      {plist("<real>-Infinity</real>"), -infinity},
+      {plist("<real>+inf</real>"), infinity},
+      {plist("<true> </true>"), true},
+      {plist("<false/>"), false},
+      {plist("<date>1969-12-31T23:59:59Z</date>"), date(-1)},
+      {plist("<date>2024-02-29T01:02:03Z</date>"), date(1709168523)},
+      {plist("<data>\n\tAAEC\n\t/w==\n</data>"), Data{0, 1, 2, 0xFF}},
+      {plist("<data/>"), Data{}},
+      {plist("<array><array/><dict/></array>"), Array{Array{}, Dictionary{}}},
+      {plist("<dict><key>a</key><integer>1</integer><key>a</key><integer>2</integer></dict>"),
+       Dictionary{{"a", 2}}},
+  });
+}
+
+TEST(PropertyList, RefusesXmlThatIsNoPropertyList) {
+  std::vector<Case> cases;
+  for (const char* content : {"",
+                              "text<true/>",
+                              "<true/><true/>",
+                              "<true>x</true>",
+                              "<plist><true/></plist>",
+                              "<set/>",
+                              "<array><true/>",
+                              "<array></dict>",
+                              "<array>text</array>",
+                              "<string><b/></string>",
+                              "<string>&unknown;</string>",
+                              "<string>&#0;</string>",
+                              "<string>&#xD800;</string>",
+                              "<string>\xFF</string>",
+                              "<string>\x01</string>",
+                              "<key>a</key>",
+                              "<array><key>a</key></array>",
+                              "<dict><key>a</key></dict>",
+                              "<dict><true/></dict>",
+                              "<dict><key>a</key><key>b</key><true/></dict>",
+                              "<dict><plist/></dict>",
+                              "<integer/>",
+                              "<integer>1.5</integer>",
+                              "<integer>0x</integer>",
+                              "<integer>--1</integer>",
+                              "<integer>18446744073709551616</integer>",
+                              "<integer>-9223372036854775809</integer>",
+                              "<real/>",
+                              "<real>1,5</real>",
+                              "<real>+-1</real>",
+                              "<date>2023-02-29T00:00:00Z</date>",
+                              "<date>2023-02-28T24:00:00Z</date>",
+                              "<date>2023-02-28</date>",
+                              "<data>AAE</data>",
+                              "<data>A*==</data>"}) {
+    cases.push_back({std::string("<plist>") + content + "</plist>", {}});
+  }
+  const std::string value = "<plist><string>&e;</string></plist>";
+  for (const char* type :
+       {"<!DOCTYPE plist [<!ENTITY e 'x'>]>", "<!DOCTYPE plist [<!ENTITY e SYSTEM '/etc/passwd'>]>",
+        "<!DOCTYPE plist SYSTEM '/etc/passwd'>",
+        "<!DOCTYPE plist [<!ATTLIST plist a CDATA 'b'>]>"}) {
+    cases.push_back({type + value, {}});
+  }
+  expectEach(cases);
+}
+
+TEST(PropertyList, ReadsOldStyleText) {
+  expectEach({
+      {"hello", "hello"},
+      {"/usr/bin:http://a.b/c_$-d", "/usr/bin:http://a.b/c_$-d"},
+      {"42", "42"},
+      {R"("a \"b\" \\ \a\b\f\n\r\t\v \q 'c'")", "a \"b\" \\ \a\b\f\n\r\t\v q 'c'"},
+      {R"('a "b" \'')", "a \"b\" '"},
+      {"\"two\nlines\"", "two\nlines"},
+      {R"("\101\1018\351\251\777")", "AA8\u00D8'\uFFFD"},
+      {R"("\U00fc\Ud83d\Ude00\U41 \u41")", "\u00FC\U0001F600A u41"},
+      {"<>", Data{}},
+      {"< 00 01\n02fF >", Data{0, 1, 2, 0xFF}},
+      {"<[AAEC/w==]>", Data{0, 1, 2, 0xFF}},
+      {"(<*I-5>, <*I\"7\">, <*R1.5>, <*BY>, <*BN>)", Array{-5, 7, 1.5, true, false}},
+      {"(<*D1970-01-01 01:00:00 +0100>, <*D1970-01-01 00:00:01 -0030>)",
+       Array{date(0), date(1801)}},
+      {"{}", Dictionary{}},
+      {"()", Array{}},
+      {"(a, (b), {c = d;},)", Array{"a", Array{"b"}, Dictionary{{"c", "d"}}}},
+      {"{ a = 1; 'b c' = (); short; a = 2; }",
+       Dictionary{{"a", "2"}, {"b c", Array{}}, {"short", "short"}}},
+      {"// first\n{ /* a; */ a /**/ = // b\r \"/* c */\" ; } // last",
+       Dictionary{{"a", "/* c */"}}},
+      {"/* Title */\n\"key\" = \"value\";\nshort;\nd = {e = f;};\n",
+       Dictionary{{"key", "value"}, {"short", "short"}, {"d", Dictionary{{"e", "f"}}}}},
+  });
+}
+
+TEST(PropertyList, RefusesTextThatIsNoPropertyList) {
+  std::vector<Case> cases;
+  for (const char* text : {"hello world",
+                           "{",
+                           "{a",
+                           "{a}",
+                           "{a=",
+                           "{a=b",
+                           "{a=b}",
+                           "{a=b;",
+                           "{a=b;};",
+                           "{=b;}",
+                           "{(a)=b;}",
+                           "{a==b;}",
+                           "(",
+                           "(a",
+                           "(a,",
+                           "(a b)",
+                           "(,)",
+                           "(a,,b)",
+                           "(a))",
+                           "a = b",
+                           "a = b; c",
+                           "a;;",
+                           "\"a",
+                           "'a",
+                           "\"a\\",
+                           "\"\\U\"",
+                           "\"\\Ud800\"",
+                           "\"\\Ud800\\U0041\"",
+                           "\"\\Udc00\"",
+                           "<0",
+                           "<0>",
+                           "<0 1>",
+                           "<0g>",
+                           "<[AA>",
+                           "<*>",
+                           "<*X1>",
+                           "<*I>",
+                           "<*I1.5>",
+                           "<*RX>",
+                           "<*BX>",
+                           "<*B>",
+                           "<*D2001-01-01>",
+                           "a /* b",
+                           "(a, /* b",
+                           "\xC3\xBC",
+                           "}",
+                           "@"}) {
+    cases.push_back({text, {}});
+  }
+  expectEach(cases);
+}
+
+/// Puts a binary list together: the objects as they lie in the file, references one byte wide.
+std::string binary(const std::vector<std::string>& objects, char root = 0) {
+  std::string bytes = "bplist00";
+  std::string offsets;
+  for (const auto& object : objects) {
+    offsets += utf16(std::u16string{static_cast<char16_t>(bytes.size())}, true);
+    bytes += object;
+  }
+  const auto number = [](std::size_t value) {
+    return std::string(7, '\0') + static_cast<char>(value);
+  };
+  const std::size_t table = bytes.size();
+  return bytes + offsets + std::string(6, '\0') + "\x02\x01" + number(objects.size()) +
+         number(static_cast<std::size_t>(root)) + number(table);
+}
+
+template <std::size_t size>
+std::string raw(const char (&bytes)[size]) {
+  return {bytes, size - 1};
+}
+
+TEST(PropertyList, ReadsBinaryObjects) {
+  const std::string fifteen = "abcdefghijklmno";
+  expectEach({
+      {binary({"\x08"}), false},
+      {binary({"\x09"}), true},
+      {binary({"\x10\xFF"}), 255},
+      {binary({"\x11\xFF\xFE"}), 65534},
+      {binary({"\x12\xFF\xFF\xFF\xFF"}), 4294967295},
+      {binary({"\x13" + std::string(8, '\xFF')}), -1},
+      {binary({"\x14" + std::string(8, '\0') + std::string(8, '\xFF')}),
+       std::numeric_limits<std::uint64_t>::max()},
+      {binary({raw("\x22\xBF\xC0\0\0")}), -1.5},
+      {binary({raw("\x23\x3F\xF8\0\0\0\0\0\0")}), 1.5},
+      {binary({raw("\x33\0\0\0\0\0\0\0\0")}), date(978307200)},
+      {binary({raw("\x43\0\x80\xFF")}), Data{0, 0x80, 0xFF}},
+      {binary({"\x52hi"}), "hi"},
+      {binary({raw("\x5F\x10\x0F") + fifteen}), fifteen},
+      {binary({raw("\x63\0\xFC\xD8\x3D\xDE\0")}), "\u00FC\U0001F600"},
+      {binary({raw("\xA2\1\1"), "\x51x"}), Array{"x", "x"}},
+      {binary({raw("\xC1\1"), "\x51x"}), Array{"x"}},
+      {binary({raw("\xD2\1\2\2\1"), "\x51x", "\x51y"}), Dictionary{{"x", "y"}, {"y", "x"}}},
+      {binary({"\xA0"}), Array{}},
+      {binary({"\xD0"}), Dictionary{}},
+      {binary({"\x08", "\x09"}, 1), true},
+  });
+}
+
+TEST(PropertyList, RefusesMalformedBinaryObjects) {
+  const std::string whole = binary({"\x09"});
+  const auto changed = [&](std::size_t fromEnd, char byte) {
+    std::string bytes = whole;
+    bytes[bytes.size() - fromEnd] = byte;
+    return bytes;
+  };
+  const std::string hugeCount = "\x13\x7F" + std::string(7, '\xFF');
+  std::vector<Case> cases{
+      {"bplist00", {}},          {whole.substr(0, whole.size() - 1), {}},
+      {changed(26, 0), {}},                             // Width of an offset,
+      {changed(26, 9), {}},      {changed(25, 0), {}},  // of a reference.
+      {changed(17, 2), {}},                             // Number of objects,
+      {changed(24, '\x7F'), {}}, {changed(9, 1), {}},   // root,
+      {changed(16, '\x7F'), {}}, {changed(1, 7), {}},   // where the offsets lie.
+      {changed(1, 100), {}},     {changed(8, '\x7F'), {}},
+      {changed(33, 7), {}},  // The offset.
+      {changed(33, 9), {}},      {changed(34, '\x7F'), {}},
+  };
+  const std::vector<std::vector<std::string>> files{{raw("\0")},
+                                                    {"\x0F"},
+                                                    {"\x07"},  // Null, fill, unknown.
+                                                    {"\x10"},
+                                                    {"\x13\x01"},
+                                                    {"\x15" + std::string(32, '\0')},  // Integers.
+                                                    {"\x14" + std::string(16, '\xFF')},
+                                                    {"\x21\1\1"},
+                                                    {"\x24" + std::string(16, '\1')},  // Reals.
+                                                    {raw("\x32\0\0\0\0")},
+                                                    {raw("\x33\x7F\xF0\0\0\0\0\0\0")},  // Dates.
+                                                    {"\x42"
+                                                     "a"},
+                                                    {"\x52"
+                                                     "a"},
+                                                    {"\x62"
+                                                     "abc"},  // Too short.
+                                                    {"\x51\x80"},
+                                                    {raw("\x61\xD8\0")},
+                                                    {raw("\x61\xDC\0")},  // No characters.
+                                                    {"\x80\1"},           // UID.
+                                                    {"\xA1\1"},
+                                                    {"\xA1"},
+                                                    {"\xD1\1"},
+                                                    {"\xD1\1\1", "\x10\1"},  // References.
+                                                    {"\xA1" + raw("\0")},
+                                                    {"\xD1\1" + raw("\0"), "\x51x"},  // Cycles.
+                                                    {"\x5F"},
+                                                    {"\x5F\x51x"},
+                                                    {"\x5F\x10"},
+                                                    {raw("\x5F\x14") + std::string(16, '\0')},
+                                                    {"\x4F" + hugeCount},
+                                                    {"\x6F" + hugeCount},
+                                                    {"\xAF" + hugeCount},
+                                                    {"\xDF" + hugeCount}};
+  for (const auto& objects : files) cases.push_back({binary(objects), {}});
+  expectEach(cases);
+}
+
+TEST(PropertyList, TellsWhereTheProblemIs) {
+  for (const auto& [bytes, place] : std::vector<std::pair<std::string, std::string>>{
+           {"<array>\n<true/>\n<set/>", "line 3"},
+           {"{\n  a = b\n}", "line 3"},
+           {"{\n a = \"b;\n}\n", "line 2"},
+           {binary({raw("\xA2\1\2"), "\x09", raw("\0")}), "object 2"}}) {
+    EXPECT_NE(shown(parsed(bytes)).find(place), std::string::npos) << shown(parsed(bytes));
+  }
+}
+
+TEST(PropertyList, WritesXml) {
+  const PropertyValue value =
+      Dictionary{{"z", Array{true, false, -1, std::numeric_limits<std::uint64_t>::max(), 0.1}},
+                 {"a<b", "\t\n\r&<>\"'\u00FC\U0001F600"},
+                 {"d", Data(58, 'M')},
+                 {"e", Array{Array{}, Dictionary{}, Data{}, "", Date{-0.5}}}};
+  const std::string expected = R"(<?xml version="1.0" encoding="UTF-8"?>
+<!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
+<plist version="1.0">
+<dict>
+	<key>a&lt;b</key>
+	<string>	
+&#13;&amp;&lt;&gt;"')"
+                               "\u00FC\U0001F600"
+                               R"(</string>
+	<key>d</key>
+	<data>
+	TU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1N
+	TQ==
+	</data>
+	<key>e</key>
+	<array>
+		<array/>
+		<dict/>
+		<data>
+		</data>
+		<string></string>
+		<date>1969-12-31T23:59:59Z</date>
+	</array>
+	<key>z</key>
+	<array>
+		<true/>
+		<false/>
+		<integer>-1</integer>
+		<integer>18446744073709551615</integer>
+		<real>0.1</real>
+	</array>
+</dict>
+</plist>
+)";
+  EXPECT_EQ(shown(value), expected);
+  EXPECT_EQ(shown(parsed(expected)), expected);
+}
+
+TEST(PropertyList, RefusesToWriteWhatXmlCannotHold) {
+  PropertyValue deep = Array{};
+  for (std::size_t i = 0; i < PropertyLists::maximumDepth; ++i) deep = Array{std::move(deep)};
+  const std::vector<PropertyValue> values{posixError(PosixCode::busy),
+                                          Dictionary{{"a", Array{posixError(PosixCode::busy)}}},
+                                          "\xFF",
+                                          std::string("\0", 1),
+                                          "\x1F",
+                                          "\xEF\xBF\xBE",
+                                          "\xED\xA0\x80",
+                                          Dictionary{{"\x1F", true}},
+                                          Date{std::nan("")},
+                                          Date{1e300},
+                                          Date{-1e300},
+                                          Date{253402300800.0},
+                                          deep,
+                                          Data(PropertyLists::maximumBytes),
+                                          Array(PropertyLists::maximumObjects, true)};
+  for (const auto& value : values) {
+    const auto text = LinuxPropertyLists().xml(value);
+    ASSERT_FALSE(text) << text->substr(0, 1000);
+    EXPECT_EQ(text.error().domain, cocoaErrorDomain);
+    EXPECT_EQ(text.error().code, 3851);
+  }
+}
+
+}  // namespace
+}  // namespace qrt
