@@ -87,8 +87,9 @@ void QRTPrivilegedHelper::unregisterClientWithPID(std::int32_t identifier) {
 Outcome QRTPrivilegedHelper::performPrivilegedOperation(std::uint64_t code,
                                                         const Data& authorizationData,
                                                         FeedbackEndpoint* endpoint,
-                                                        const Array* arguments) {
-  return pipeline_->performPrivilegedOperation(code, authorizationData, endpoint, arguments);
+                                                        std::optional<Array> arguments) {
+  return pipeline_->performPrivilegedOperation(code, authorizationData, endpoint,
+                                               std::move(arguments));
 }
 
 void QRTPrivilegedHelper::terminatePrivilegedHelper() {

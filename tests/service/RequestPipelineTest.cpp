@@ -55,8 +55,7 @@ class RequestPipelineTest : public testing::Test {
         operations_, authority_, log_,
         {{operation_code::nop, [](const Array&) -> Outcome { return success; }},
          {operation_code::discardAuth, [](const Array&) -> Outcome { return success; }}});
-    return pipeline.performPrivilegedOperation(code, Data(32, 7), endpoint,
-                                               arguments ? &*arguments : nullptr);
+    return pipeline.performPrivilegedOperation(code, Data(32, 7), endpoint, std::move(arguments));
   }
 
   std::vector<std::string> logged() const {

@@ -77,8 +77,9 @@ struct ServedConnection::Methods {
     const auto code = reader.uint64();
     const auto authorizationData = reader.data();
     const auto endpointIndexes = reader.descriptorIndexes();
-    const auto arguments = reader.array();
+    auto arguments = reader.array();
     if (!reader.atEnd()) return malformed(call);
+    wire.discardArguments();
 
     std::vector<FileDescriptor> sockets;
     for (const auto index : endpointIndexes) {
@@ -87,7 +88,7 @@ struct ServedConnection::Methods {
     }
     LinuxFeedbackEndpoint endpoint(std::move(sockets), wire.socket());
     const auto outcome = self(context).object_.performPrivilegedOperation(
-        code, authorizationData, endpointIndexes.empty() ? nullptr : &endpoint, &arguments);
+        code, authorizationData, endpointIndexes.empty() ? nullptr : &endpoint, std::move(arguments));
     return reply(call, [&](sd_bus_message* answer) { return wire::appendOutcome(answer, outcome); });
   }
 

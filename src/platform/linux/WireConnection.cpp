@@ -81,6 +81,11 @@ WireReader WireConnection::arguments() const {
   return {body, frame_.bigEndian};
 }
 
+void WireConnection::discardArguments() {
+  frame_ = {};
+  std::vector<std::uint8_t>().swap(received_);
+}
+
 bool WireConnection::isReady() const { return sd_bus_is_ready(bus_) > 0; }
 
 bool WireConnection::handshake() {
@@ -192,8 +197,6 @@ bool WireConnection::feed() {
       std::memcpy(CMSG_DATA(part) + i * sizeof(int), &descriptor, sizeof descriptor);
     }
   }
-  // A handler may start to read the next message only when this one is done, but `received_` must
-  // stay as it is until then.
   std::size_t fed = 0;
   while (fed < received_.size()) {
     iovec vector{received_.data() + fed, received_.size() - fed};
