@@ -16,7 +16,9 @@ using Clock = std::chrono::steady_clock;
 
 /// A handshake is a handful of short lines.
 constexpr std::size_t maximumHandshakeBytes = 16 << 10;
-constexpr std::size_t readChunk = 256 << 10;
+constexpr std::size_t smallestRead = 4 << 10;
+/// A buffer that grew beyond this is not kept for the next message.
+constexpr std::size_t keptBufferBytes = 64 << 10;
 constexpr std::size_t maximumDescriptors = 64;
 /// libsystemd asks for 8 MiB, which a peer that does not read would make the kernel hold.
 constexpr int sendBufferBytes = 256 << 10;
@@ -115,7 +117,7 @@ WireConnection::Progress WireConnection::step() {
 
   const bool alive = feed();
   received_.clear();
-  if (received_.capacity() > readChunk) received_.shrink_to_fit();
+  if (received_.capacity() > keptBufferBytes) received_.shrink_to_fit();
   descriptors_.clear();
   // libsystemd drops a message silently when its header fields make no sense.
   const bool dropped = role_ == Role::server && !isHandshake && !dispatched_;
@@ -151,7 +153,7 @@ WireConnection::Read WireConnection::readMessage() {
 WireConnection::Read WireConnection::receive(std::size_t wanted) {
   while (received_.size() < wanted) {
     const auto before = received_.size();
-    received_.resize(before + std::min(wanted - before, readChunk));
+    received_.resize(before + std::min(wanted - before, std::max(before, smallestRead)));
     iovec vector{received_.data() + before, received_.size() - before};
     alignas(cmsghdr) char control[CMSG_SPACE(maximumDescriptors * sizeof(int))];
     msghdr header{};
