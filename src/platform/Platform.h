@@ -8,14 +8,17 @@ class FileSystem;
 class HelperConnector;
 class KernelSettings;
 class Log;
+class Preferences;
 class ProcessTable;
 class PropertyLists;
 class SelfProcess;
+class SubprocessFacility;
+class SystemConfiguration;
 class SystemVersionFile;
 class Transport;
 
-/// References to the facilities of a platform. Made once by the composition root; tests put a double
-/// in the place of one and keep the native rest. Every facility outlives its users.
+/// References to the facilities of a platform. Made once by the composition root; tests put a
+/// double in the place of one and keep the native rest. Every facility outlives its users.
 struct Platform {
   Log& log;
   SelfProcess& self;
@@ -24,6 +27,9 @@ struct Platform {
   SystemVersionFile& versionFile;
   ProcessTable& processes;
   KernelSettings& kernelSettings;
+  SubprocessFacility& subprocesses;
+  Preferences& preferences;
+  SystemConfiguration& systemConfiguration;
   Authority& authority;
   Transport& transport;
   HelperConnector& helperConnector;
