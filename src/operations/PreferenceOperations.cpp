@@ -2,7 +2,6 @@
 
 #include "operations/PrivilegedOperationError.h"
 #include "operations/PropertyListArgument.h"
-#include "platform/Platform.h"
 #include "platform/Preferences.h"
 
 namespace qrt {
@@ -19,21 +18,22 @@ PreferenceSelector selectorFor(const std::string& text, std::string_view any,
 }
 
 Outcome performOperationModifyPreferencesWithArguments(const Array& arguments,
-                                                       const Platform& platform) {
+                                                       Preferences& preferences,
+                                                       PropertyLists& propertyLists) {
   const auto& key = *arguments[0].string();
   const auto& application = *arguments[1].string();
   const auto& user = *arguments[2].string();
   const auto& host = *arguments[3].string();
   const bool isComplete = !key.empty() && !application.empty() && !user.empty() && !host.empty();
   if (!isComplete) return posixError(PosixCode::invalidArgument);
-  const auto value = valueFromText(platform.propertyLists, *arguments[4].string());
+  const auto value = valueFromText(propertyLists, *arguments[4].string());
   if (!value) return value.error();
 
   PreferenceDomain domain;
   if (application != globalDomain) domain.application = application;
   domain.user = selectorFor(user, "kCFPreferencesAnyUser", "kCFPreferencesCurrentUser");
   domain.host = selectorFor(host, "kCFPreferencesAnyHost", "kCFPreferencesCurrentHost");
-  if (!platform.preferences.setValue(domain, key, *value)) return preferenceSettingError();
+  if (!preferences.setValue(domain, key, *value)) return preferenceSettingError();
   return success;
 }
 
@@ -46,10 +46,12 @@ Error preferenceSettingError() {
       "authenticate as administrator.");
 }
 
-void registerPreferenceHandlers(HandlerTable& handlers, const Platform& platform) {
+void registerPreferenceHandlers(HandlerTable& handlers, Preferences& preferences,
+                                PropertyLists& propertyLists) {
   handlers.add("performOperationModifyPreferencesWithArguments:",
-               [&platform](const Array& arguments, FeedbackConnection*) {
-                 return performOperationModifyPreferencesWithArguments(arguments, platform);
+               [&preferences, &propertyLists](const Array& arguments, FeedbackConnection*) {
+                 return performOperationModifyPreferencesWithArguments(arguments, preferences,
+                                                                       propertyLists);
                });
 }
 

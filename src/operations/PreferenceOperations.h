@@ -6,12 +6,14 @@
 
 namespace qrt {
 
-struct Platform;
+class Preferences;
+class PropertyLists;
 
 /// Code 10: a preference setting could not be updated.
 Error preferenceSettingError();
 
-/// Adds the handler of "modify-preferences". The platform outlives the table.
-void registerPreferenceHandlers(HandlerTable& handlers, const Platform& platform);
+/// Adds the handler of "modify-preferences". The facilities outlive the table.
+void registerPreferenceHandlers(HandlerTable& handlers, Preferences& preferences,
+                                PropertyLists& propertyLists);
 
 }  // namespace qrt

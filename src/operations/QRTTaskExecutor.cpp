@@ -33,9 +33,9 @@ bool QRTTaskExecutor::hasExecutableSafePermissionsAtPath(FileSystem& files,
 std::int32_t QRTTaskExecutor::executeProgramAtPath(const std::string& path,
                                                    const std::vector<std::string>& withArguments) {
   if (path.empty()) return notRun;
-  auto prepared = platform_.subprocesses.prepare();
+  auto prepared = subprocesses_.prepare();
   if (!prepared) {
-    platform_.log.error(
+    log_.error(
         "The operation '%{public}@' cannot be executed because the system is running out of file "
         "handles.",
         lastPathComponent(path));

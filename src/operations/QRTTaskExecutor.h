@@ -6,11 +6,12 @@
 #include <vector>
 
 #include "base/PropertyValue.h"
-#include "platform/Platform.h"
 #include "platform/Subprocess.h"
 
 namespace qrt {
 
+class FileSystem;
+class Log;
 class QRTTaskExecutor;
 
 /// Called on the thread that runs the program.
@@ -32,7 +33,8 @@ class QRTTaskExecutor {
   /// The status of a program that could not be run.
   static constexpr std::int32_t notRun = -1;
 
-  explicit QRTTaskExecutor(const Platform& platform) : platform_(platform) {}
+  QRTTaskExecutor(SubprocessFacility& subprocesses, Log& log)
+      : subprocesses_(subprocesses), log_(log) {}
 
   /// True when nobody but root can have put the program there: what the path leads to is a file of
   /// root and of group 0 that group and others cannot write, in a folder of the same kind.
@@ -58,7 +60,8 @@ class QRTTaskExecutor {
   std::int32_t runSubTask(const ProgramLaunch& program);
   void processIncomingData(Data data, bool asError);
 
-  const Platform& platform_;
+  SubprocessFacility& subprocesses_;
+  Log& log_;
   QRTTaskExecutorDelegate* delegate_ = nullptr;
   EnvironmentChanges environment_;
   std::unique_ptr<Subprocess> subTask_;

@@ -4,7 +4,6 @@
 #include "operations/PrivilegedOperationError.h"
 #include "operations/PropertyListArgument.h"
 #include "platform/Log.h"
-#include "platform/Platform.h"
 #include "platform/SystemConfiguration.h"
 
 namespace qrt {
@@ -40,15 +39,16 @@ Error configurationError() {
 }
 
 Outcome performOperationModifySysconfWithArguments(const Array& arguments,
-                                                   const Platform& platform) {
+                                                   SystemConfiguration& systemConfiguration,
+                                                   PropertyLists& propertyLists) {
   const auto& clientName = *arguments[0].string();
   const auto& identifier = *arguments[1].string();
   const auto& key = *arguments[2].string();
   if (clientName.empty() || key.empty()) return posixError(PosixCode::invalidArgument);
-  const auto value = valueFromText(platform.propertyLists, *arguments[3].string());
+  const auto value = valueFromText(propertyLists, *arguments[3].string());
   if (!value) return value.error();
 
-  const auto configuration = platform.systemConfiguration.open(clientName, identifier);
+  const auto configuration = systemConfiguration.open(clientName, identifier);
   if (!configuration) return configurationError();
   const ConfigurationLock lock(*configuration);
   if (!lock.isHeld()) return posixError(PosixCode::busy);
@@ -59,26 +59,27 @@ Outcome performOperationModifySysconfWithArguments(const Array& arguments,
 }
 
 Outcome performOperationEnableIpvsixWithArguments(const Array& arguments,
-                                                  const Platform& platform) {
+                                                  SystemConfiguration& systemConfiguration,
+                                                  Log& log) {
   if (arguments.size() < 3) return posixError(PosixCode::invalidArgument);
   const auto& clientName = *arguments[0].string();
   const auto& identifier = *arguments[1].string();
   const bool isEnabled = arguments[2].number()->asBool();
 
-  const auto configuration = platform.systemConfiguration.open(clientName, {});
+  const auto configuration = systemConfiguration.open(clientName, {});
   if (!configuration) return preferenceSettingError();
   const ConfigurationLock lock(*configuration);
   if (!lock.isHeld()) {
-    platform.log.error("Network preferences locked by other application.");
+    log.error("Network preferences locked by other application.");
     return posixError(PosixCode::busy);
   }
   const auto service = configuration->networkService(identifier);
   if (!service) {
-    platform.log.error("Network service with identifier '%{public}@' doesn't exist.", identifier);
+    log.error("Network service with identifier '%{public}@' doesn't exist.", identifier);
     return preferenceSettingError();
   }
   if (!service->supportsIPv6()) {
-    platform.log.error("IPv6 protocol is not supported by selected network service.");
+    log.error("IPv6 protocol is not supported by selected network service.");
     return preferenceSettingError();
   }
   if (!service->setIPv6Enabled(isEnabled) || !applyAndCommit(*configuration)) {
@@ -89,14 +90,18 @@ Outcome performOperationEnableIpvsixWithArguments(const Array& arguments,
 
 }  // namespace
 
-void registerSystemConfigurationHandlers(HandlerTable& handlers, const Platform& platform) {
+void registerSystemConfigurationHandlers(HandlerTable& handlers,
+                                         SystemConfiguration& systemConfiguration,
+                                         PropertyLists& propertyLists, Log& log) {
   handlers.add("performOperationModifySysconfWithArguments:",
-               [&platform](const Array& arguments, FeedbackConnection*) {
-                 return performOperationModifySysconfWithArguments(arguments, platform);
+               [&systemConfiguration, &propertyLists](const Array& arguments, FeedbackConnection*) {
+                 return performOperationModifySysconfWithArguments(arguments, systemConfiguration,
+                                                                   propertyLists);
                });
   handlers.add("performOperationEnableIpvsixWithArguments:",
-               [&platform](const Array& arguments, FeedbackConnection*) {
-                 return performOperationEnableIpvsixWithArguments(arguments, platform);
+               [&systemConfiguration, &log](const Array& arguments, FeedbackConnection*) {
+                 return performOperationEnableIpvsixWithArguments(arguments, systemConfiguration,
+                                                                  log);
                });
 }
 

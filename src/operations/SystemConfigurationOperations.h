@@ -5,9 +5,14 @@
 
 namespace qrt {
 
-struct Platform;
+class Log;
+class PropertyLists;
+class SystemConfiguration;
 
-/// Adds the handlers of "modify-sysconf" and "enable-ipvsix". The platform outlives the table.
-void registerSystemConfigurationHandlers(HandlerTable& handlers, const Platform& platform);
+/// Adds the handlers of "modify-sysconf" and "enable-ipvsix". The facilities
+/// outlive the table.
+void registerSystemConfigurationHandlers(HandlerTable& handlers,
+                                         SystemConfiguration& systemConfiguration,
+                                         PropertyLists& propertyLists, Log& log);
 
 }  // namespace qrt

@@ -3,6 +3,7 @@
 #include "operations/PrivilegedOperationError.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "operations/QRTTaskExecutor.h"
+#include "platform/Platform.h"
 #include "protocol/FeedbackConnection.h"
 #include "protocol/FeedbackMessage.h"
 
@@ -60,7 +61,7 @@ Outcome executeTrusted(const Platform& platform, QRTPrivilegedOperationSetVK2& o
   operationSet.setOutputConnection(forwardingOutputToConnection);
 
   OutputForwarder forwarder(forwardingOutputToConnection);
-  QRTTaskExecutor executor(platform);
+  QRTTaskExecutor executor(platform.subprocesses, platform.log);
   executor.setDelegate(&forwarder);
   executor.setEnvironmentChanges(std::move(environment));
   const auto status = executor.executeProgramAtPath(systemProgramAtPath, withArguments);

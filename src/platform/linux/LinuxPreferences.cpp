@@ -121,8 +121,8 @@ PosixCode writeDefaults(int folder, const std::string& name, const DefaultsFile&
   auto fresh = FileReplacement::begin(folder, name);
   if (!fresh) return fresh.error();
   auto code = fresh->write({reinterpret_cast<const std::uint8_t*>(text->data()), text->size()});
-  if (code == PosixCode::success) code = giveTo(*fresh, file.user, file.group);
   if (code == PosixCode::success) code = fresh->setMode(file.mode);
+  if (code == PosixCode::success) code = giveTo(*fresh, file.user, file.group);
   return code == PosixCode::success ? fresh->commit() : code;
 }
 
