@@ -23,7 +23,7 @@ int main(int argc, char** argv) {
     // The one set there is. It knows whose output is being forwarded.
     auto& liveSet = dynamic_cast<qrt::QRTPrivilegedOperationSetVK2&>(operationSet);
     qrt::registerOperationHandlers(handlers, platform, liveSet);
-    qrt::registerFileSystemHandlers(handlers, platform);
+    qrt::FileSystemOperations::registerHandlers(handlers, platform);
   };
   const qrt::EntryPoint entryPoint{platform, infoDictionary ? *infoDictionary : nothing,
                                    registerHandlers, std::cout, std::cerr};
