@@ -8,9 +8,12 @@ class FileSystem;
 class HelperConnector;
 class KernelSettings;
 class Log;
+class Preferences;
 class ProcessTable;
 class PropertyLists;
 class SelfProcess;
+class SubprocessFacility;
+class SystemConfiguration;
 class SystemVersionFile;
 class Transport;
 
@@ -24,6 +27,9 @@ struct Platform {
   SystemVersionFile& versionFile;
   ProcessTable& processes;
   KernelSettings& kernelSettings;
+  SubprocessFacility& subprocesses;
+  Preferences& preferences;
+  SystemConfiguration& systemConfiguration;
   Authority& authority;
   Transport& transport;
   HelperConnector& helperConnector;
