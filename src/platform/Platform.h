@@ -6,6 +6,7 @@ namespace qrt {
 class Authority;
 class FileSystem;
 class HelperConnector;
+class JobControl;
 class KernelSettings;
 class Log;
 class Preferences;
@@ -28,6 +29,7 @@ struct Platform {
   ProcessTable& processes;
   KernelSettings& kernelSettings;
   SubprocessFacility& subprocesses;
+  JobControl& jobControl;
   Preferences& preferences;
   SystemConfiguration& systemConfiguration;
   Authority& authority;

@@ -15,6 +15,7 @@
 #include "platform/linux/LinuxSystemConfiguration.h"
 #include "platform/linux/LinuxSystemVersionFile.h"
 #include "platform/linux/LinuxTransport.h"
+#include "platform/linux/SystemdJobControl.h"
 #include "platform/posix/PosixSubprocess.h"
 #include "protocol/Names.h"
 
@@ -51,15 +52,27 @@ struct NativePlatform::Facilities {
   LinuxProcessTable processes;
   LinuxKernelSettings kernelSettings;
   PosixSubprocessFacility subprocesses;
+  SystemdJobControl jobControl;
   LinuxPreferences preferences;
   LinuxSystemConfiguration systemConfiguration;
   LinuxAuthority authority;
   LinuxTransport transport;
   LinuxHelperConnector helperConnector;
 
-  Platform references{log,       self,           files,          propertyLists, versionFile,
-                      processes, kernelSettings, subprocesses,   preferences,   systemConfiguration,
-                      authority, transport,      helperConnector};
+  Platform references{log,
+                      self,
+                      files,
+                      propertyLists,
+                      versionFile,
+                      processes,
+                      kernelSettings,
+                      subprocesses,
+                      jobControl,
+                      preferences,
+                      systemConfiguration,
+                      authority,
+                      transport,
+                      helperConnector};
 };
 
 NativePlatform::NativePlatform(const std::string& root)
