@@ -83,8 +83,8 @@ TEST_F(SelfUninstallTest, RefusesWithoutTouchingAnything) {
   clients_.add(getpid());
   EXPECT_EQ(uninstall(program_, job_), posixError(PosixCode::busy));
   EXPECT_EQ(doubles_.log.lines().back().text,
-            "Uninstall request from PID 4711 was rejected because client '" + "test_service' " +
-                "with PID " + std::to_string(getpid()) + " is still working with us.");
+            "Uninstall request from PID 4711 was rejected because client 'test_service' with PID " +
+                std::to_string(getpid()) + " is still working with us.");
   clients_.remove(getpid());
 
   chmod(tool_.c_str(), 0775);
