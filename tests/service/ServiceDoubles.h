@@ -80,6 +80,9 @@ struct ServicePlatform {
                     native.facilities().versionFile,
                     native.facilities().processes,
                     native.facilities().kernelSettings,
+                    native.facilities().subprocesses,
+                    native.facilities().preferences,
+                    native.facilities().systemConfiguration,
                     authority,
                     transport,
                     native.facilities().helperConnector};
