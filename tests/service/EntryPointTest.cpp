@@ -5,7 +5,6 @@
 #include <sstream>
 
 #include "ServiceDoubles.h"
-#include "operations/HandlerTable.h"
 #include "platform/PropertyLists.h"
 #include "service/EmbeddedPropertyLists.h"
 
@@ -19,7 +18,8 @@ class EntryPointTest : public testing::Test {
   std::ostringstream output_, error_;
 
   int enter(std::vector<const char*> arguments) {
-    const EntryPoint entryPoint{doubles_.platform, info_, [](HandlerTable&) {}, output_, error_};
+    const EntryPoint entryPoint{doubles_.platform, info_, [](QRTPrivilegedOperationSet&) {},
+                                output_, error_};
     return entryPoint.enter(arguments);
   }
   std::vector<std::string> logged() const {
