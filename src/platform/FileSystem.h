@@ -45,7 +45,7 @@ class FileSystem {
   /// or at one that holds a zero byte: `noEntry`.
   virtual PosixResult<Location> locate(const std::string& path) = 0;
 
-  /// The absolute path, free of links, of the object that a path leads to.
+  /// The absolute path of what a path leads to, without links, "." and "..".
   virtual PosixResult<std::string> resolvedPath(const std::string& path) = 0;
 
   /// Removes a folder (which must be empty) or anything else; the caller says which.

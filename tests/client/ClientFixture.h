@@ -79,6 +79,9 @@ class ClientFixture : public testing::Test {
                           rest_.versionFile,
                           rest_.processes,
                           rest_.kernelSettings,
+                          rest_.subprocesses,
+                          rest_.preferences,
+                          rest_.systemConfiguration,
                           authority,
                           rest_.transport,
                           helper};

@@ -141,6 +141,21 @@ TEST_F(ClientTest, AFailureIsToldInWords) {
   }
 }
 
+TEST_F(ClientTest, AUtilityThatFailsSpeaksForItself) {
+  helper.feedback = {outputMessage(bytes("\x1B[32mok\x1B[0m\n")),
+                     errorOutputMessage(bytes("bad\n"))};
+  helper.answer = privilegedOperationError(3, "Not completed.", "Code $1$.", {"77"});
+  EXPECT_EQ(run({"execute-utility", "chmod", "--", "-R"}), 77);
+  EXPECT_EQ(terminal.output(), "\x1B[32mok\x1B[0m\n");
+  EXPECT_EQ(terminal.errors(), "bad\n");
+  EXPECT_EQ(run({"--json", "execute-utility", "chmod"}), 77);
+  EXPECT_THAT(terminal.output(), testing::HasSubstr(R"("done":false)"));
+
+  helper.answer = privilegedOperationError(3, "Not completed.", "Code $1$.", {"-1"});
+  EXPECT_EQ(run({"execute-utility", "chmod"}), 1);
+  EXPECT_EQ(terminal.errors(), "bad\nqrtctl execute-utility: Not completed.\nCode -1.\n");
+}
+
 TEST_F(ClientTest, SpeaksTheLanguageOfItsTables) {
   const test::ScratchFolder bundle;
   bundle.folder("Resources");

@@ -42,5 +42,21 @@ TEST(ExitStatus, FollowsDomainAndCode) {
   }
 }
 
+TEST(ExitStatus, AProgramsOwnStatusIsPassedOn) {
+  const std::pair<Array, int> cases[] = {
+      {{"1"}, 1},   {{"2"}, 2}, {{"9"}, 9},  {{"255"}, 255},  {{"-1"}, 1}, {{"0"}, 1},
+      {{"256"}, 1}, {{"x"}, 1}, {{"2x"}, 1}, {{"2", "2"}, 1}, {{}, 1},
+  };
+  for (const auto& [parameters, status] : cases) {
+    Error error{"com.vantor.error.privileged-operation",
+                3,
+                {{"QRTLocalizedRecoverySuggestionParameters", parameters}}};
+    EXPECT_EQ(static_cast<int>(exitStatusFor(error)), status);
+    error.code = 9;
+    EXPECT_EQ(static_cast<int>(exitStatusFor(error)), 1);
+  }
+  EXPECT_EQ(static_cast<int>(exitStatusFor({"com.vantor.error.privileged-operation", 3, {}})), 1);
+}
+
 }  // namespace
 }  // namespace qrt

@@ -203,7 +203,7 @@ TEST_F(LinuxPreferencesTest, NothingPlantedLeadsAnywhereElse) {
   give(outside + "/Defaults");
   give(target);
   const auto defaults = home + "/GNUstep/Defaults";
-  const auto foreign = [this](const std::string& path) {
+  const auto foreign = [](const std::string& path) {
     EXPECT_EQ(mkdir(path.c_str(), 0777), 0);
     EXPECT_EQ(chmod(path.c_str(), 0777), 0);
   };

@@ -19,7 +19,8 @@ class EntryPointTest : public testing::Test {
   std::ostringstream output_, error_;
 
   int enter(std::vector<const char*> arguments) {
-    const EntryPoint entryPoint{doubles_.platform, info_, [](QRTPrivilegedOperationSet&) {}, output_, error_};
+    const EntryPoint entryPoint{doubles_.platform, info_, [](QRTPrivilegedOperationSet&) {},
+                                output_, error_};
     return entryPoint.enter(arguments);
   }
   std::vector<std::string> logged() const {

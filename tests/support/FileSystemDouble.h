@@ -34,6 +34,9 @@ class FileSystemDouble : public FileSystem {
     return native_->openFolder(object, links);
   }
   PosixResult<Location> locate(const std::string& path) override { return native_->locate(path); }
+  PosixResult<std::string> resolvedPath(const std::string& path) override {
+    return native_->resolvedPath(path);
+  }
   PosixCode removeFolder(FileAt object) override {
     const auto answer = beforeRemoval(object);
     return answer ? *answer : native_->removeFolder(object);

@@ -36,6 +36,7 @@ Exit status:
   4    not found
   6    the privileged helper cannot be reached
   130  interrupted; an operation that runs goes on in the helper
+  "execute-utility" ends with the status of the utility when that is not 0.
 
 Output:
   Records, program output and answers go to standard output, progress and messages to standard

@@ -1,6 +1,8 @@
 // What the shell is told.
 #pragma once
 
+#include <optional>
+
 #include "base/Error.h"
 
 namespace qrt {
@@ -15,7 +17,11 @@ enum class ExitStatus : int {
   interrupted = 130,
 };
 
-/// The status for an operation that ended with this error. A code of 0 is an answer, not a failure.
+/// The status of a program that the operation ran to its end; none when the error is another one.
+std::optional<int> statusOfProgram(const Error& error);
+
+/// The status for an operation that ended with this error: the program's own, or one of the list. A
+/// code of 0 is an answer, not a failure.
 ExitStatus exitStatusFor(const Error& error);
 
 }  // namespace qrt

@@ -6,6 +6,7 @@
 #include <variant>
 
 #include "client/cli/ErrorText.h"
+#include "client/cli/ExitStatus.h"
 #include "client/cli/Json.h"
 #include "client/cli/Presenter.h"
 #include "client/cli/Printable.h"
@@ -50,6 +51,8 @@ class TextPresenter : public Presenter {
 
   void showFailure(const Error& error) override {
     endProgress(false);
+    // A program that failed has said why.
+    if (statusOfProgram(error)) return;
     terminal_.write(StandardStream::error, fmt::format("{}: {}", label_, errorText(error)));
   }
 
