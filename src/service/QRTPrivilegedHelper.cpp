@@ -31,9 +31,8 @@ QRTPrivilegedHelper* QRTPrivilegedHelper::initForOperationSet(
                                                        platform.log, helper.internalOperations());
   helper.listener_ = platform.transport.makeListener(operationSet->serviceIdentifierForHelper());
   helper.listener_->setDelegate(helper);
-  platform.log.info(
-      "Activated helper version %{public}@, implementing operation set '%{public}@'.",
-      operationSet->implementationVersion(), operationSet->implementationCode());
+  platform.log.info("Activated helper version %{public}@, implementing operation set '%{public}@'.",
+                    operationSet->implementationVersion(), operationSet->implementationCode());
   return &helper;
 }
 

@@ -205,8 +205,8 @@ Outcome RequestPipeline::dispatch(const Request& request) const {
 
   const bool feedbackOption = request.operation.isSupportingProgressFeedback() ||
                               request.operation.isSupportingLiveOutput();
-  const auto* handler = operationSet_.selectorForExecutionOfPrivilegedOperationWithCode(
-      request.code, feedbackOption);
+  const auto* handler =
+      operationSet_.selectorForExecutionOfPrivilegedOperationWithCode(request.code, feedbackOption);
   if (!handler) {
     log_.error(
         "Privileged operation %{public}@ could not be performed because no implementation found.",

@@ -93,12 +93,11 @@ TEST_F(DaemonTest, BadRequestsAreAnsweredAndServiceGoesOn) {
   const auto number = [](WireBytes& a, std::uint64_t value) { a.signature("t").u64(value); };
   const Case cases[] = {
       {"unknown code", requestBody(12345, form, {}, noArguments), "NSPOSIXErrorDomain", 22},
-      {"31-byte authorization", requestBody(9998, shortForm, {}, noArguments),
-       "NSPOSIXErrorDomain", 22},
+      {"31-byte authorization", requestBody(9998, shortForm, {}, noArguments), "NSPOSIXErrorDomain",
+       22},
       {"forged authorization", requestBody(9998, forged, {}, noArguments),
        "com.vantor.error.privileged-operation", 87654321},
-      {"wrong count",
-       requestBody(signalProcess, form, {}, [&](WireBytes& a) { number(a, 1); }),
+      {"wrong count", requestBody(signalProcess, form, {}, [&](WireBytes& a) { number(a, 1); }),
        "NSPOSIXErrorDomain", 22},
       {"wrong class at 0",
        requestBody(signalProcess, form, {},
@@ -261,9 +260,9 @@ TEST_F(DaemonTest, RefusesFeedbackEndpointsThatAreNone) {
     std::vector<std::uint32_t> indexes;
     for (std::uint32_t i = 0; i < sent.size(); ++i) indexes.push_back(i);
     auto body = requestBody(deleteFoldercontents, form, indexes, folder);
-    auto call = test::methodCallWithDescriptors(RawClient::helperInterface,
-                                                "performPrivilegedOperation", "tayahav", body,
-                                                static_cast<std::uint32_t>(sent.size()));
+    auto call =
+        test::methodCallWithDescriptors(RawClient::helperInterface, "performPrivilegedOperation",
+                                        "tayahav", body, static_cast<std::uint32_t>(sent.size()));
     EXPECT_TRUE(peer.sendWithDescriptors(call, sent));
     const auto reply = peer.receiveReply();
     return reply ? reply->outcome() : std::pair<std::string, std::int64_t>{};
@@ -324,7 +323,8 @@ TEST_F(DaemonTest, OperationsAtTheSameTimeKeepTheirFeedbackApart) {
       auto connection = connect();
       const auto form = connection->createExternalForm();
       Array arguments;
-      for (int i = 0; i < folders + which; ++i) arguments.emplace_back(base + "/" + std::to_string(i));
+      for (int i = 0; i < folders + which; ++i)
+        arguments.emplace_back(base + "/" + std::to_string(i));
       std::vector<Dictionary> received;
       const auto outcome = connection->performPrivilegedOperation(
           deleteFoldercontents, *form,

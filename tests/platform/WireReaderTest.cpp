@@ -70,7 +70,8 @@ TEST(WireReader, RefusesWhatIsMalformed) {
        wraps([](WireBytes& a) { a.signature("s").string(std::string("a\0b", 3)); })},
       {"not UTF-8", wraps([](WireBytes& a) { a.signature("s").string("\xFF"); })},
       {"boolean of 2", wraps([](WireBytes& a) { a.signature("b").u32(2); })},
-      {"dirty padding", wraps([](WireBytes& a) { a.signature("y").byte(1).signature("u").byte(9).u32(1); })},
+      {"dirty padding",
+       wraps([](WireBytes& a) { a.signature("y").byte(1).signature("u").byte(9).u32(1); })},
       {"signature of two values", wraps([](WireBytes& a) { a.signature("ss").string("a"); })},
       {"type without a meaning", wraps([](WireBytes& a) { a.signature("o").string("/"); })},
       {"variant in a variant",
@@ -127,7 +128,9 @@ TEST(MessageFrame, MeasuresOrRefuses) {
       {"type", {'l', 5, 0, 1, 5, 0, 0, 0, 1, 0, 0, 0, 9, 0, 0, 0}, 0},
       {"version", {'l', 1, 0, 2, 5, 0, 0, 0, 1, 0, 0, 0, 9, 0, 0, 0}, 0},
       {"too long", {'l', 1, 0, 1, 0, 0, 0, 1, 1, 0, 0, 0, 9, 0, 0, 0}, 0},
-      {"lengths that overflow", {'l', 1, 0, 1, 255, 255, 255, 255, 1, 0, 0, 0, 255, 255, 255, 255}, 0},
+      {"lengths that overflow",
+       {'l', 1, 0, 1, 255, 255, 255, 255, 1, 0, 0, 0, 255, 255, 255, 255},
+       0},
   };
   for (const auto& c : cases) {
     const auto frame = MessageFrame::parse(std::span(c.prefix).first<16>());

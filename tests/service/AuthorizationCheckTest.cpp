@@ -36,11 +36,10 @@ TEST_F(AuthorizationCheckTest, MapsWhatTheAuthoritySays) {
     AuthorizationStatus status;
     Outcome outcome;
   };
-  for (const auto& c :
-       {Case{AuthorizationStatus::noError, success},
-        Case{AuthorizationStatus::denied, posixError(PosixCode::notPermitted)},
-        Case{AuthorizationStatus::canceled, posixError(PosixCode::canceled)},
-        Case{AuthorizationStatus::interactionNotAllowed, osStatusError(-60007)}}) {
+  for (const auto& c : {Case{AuthorizationStatus::noError, success},
+                        Case{AuthorizationStatus::denied, posixError(PosixCode::notPermitted)},
+                        Case{AuthorizationStatus::canceled, posixError(PosixCode::canceled)},
+                        Case{AuthorizationStatus::interactionNotAllowed, osStatusError(-60007)}}) {
     authority_.copyRightStatuses = {c.status};
     EXPECT_EQ(check(Data(32)), c.outcome);
     EXPECT_EQ(authority_.takeCalls().back().function, "free");

@@ -15,8 +15,7 @@ namespace {
 class EntryPointTest : public testing::Test {
  protected:
   test::ServicePlatform doubles_;
-  Dictionary info_ =
-      *doubles_.platform.propertyLists.parse(infoPropertyList).value().dictionary();
+  Dictionary info_ = *doubles_.platform.propertyLists.parse(infoPropertyList).value().dictionary();
   std::ostringstream output_, error_;
 
   int enter(std::vector<const char*> arguments) {
@@ -37,9 +36,9 @@ TEST_F(EntryPointTest, CommandLine) {
     const char* output;
   };
   doubles_.self.userID = 501;
-  for (const auto& c : {Case{{"v"}, 0, "1.6 (Build 171004)\n"},
-                        Case{{"version"}, 0, "1.6 (Build 171004)\n"}, Case{{"-v"}, 1, ""},
-                        Case{{""}, 1, ""}, Case{{"V"}, 1, ""}, Case{{"v", "v"}, 1, ""}}) {
+  for (const auto& c :
+       {Case{{"v"}, 0, "1.6 (Build 171004)\n"}, Case{{"version"}, 0, "1.6 (Build 171004)\n"},
+        Case{{"-v"}, 1, ""}, Case{{""}, 1, ""}, Case{{"V"}, 1, ""}, Case{{"v", "v"}, 1, ""}}) {
     output_.str("");
     EXPECT_EQ(enter(c.arguments), c.status);
     EXPECT_EQ(output_.str(), c.output);
@@ -84,8 +83,7 @@ TEST_F(EntryPointTest, ServesOrSaysWhyItCannot) {
   EXPECT_TRUE(doubles_.transport.served);
   EXPECT_FALSE(doubles_.transport.turnedAway);
   EXPECT_EQ(doubles_.log.lines().back(),
-            (test::RecordingLog::Line{LogLevel::standard,
-                                      "Privileged helper is shutting down."}));
+            (test::RecordingLog::Line{LogLevel::standard, "Privileged helper is shutting down."}));
 
   doubles_.transport.resumeFailure =
       Error{"NSPOSIXErrorDomain", 9, {{"NSLocalizedDescription", "No socket."}}};

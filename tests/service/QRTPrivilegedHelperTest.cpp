@@ -36,10 +36,10 @@ TEST_F(QRTPrivilegedHelperTest, ThereIsOneInAProcess) {
 
 TEST_F(QRTPrivilegedHelperTest, ListensUnderTheServiceIdentifier) {
   EXPECT_EQ(doubles_.transport.serviceIdentifier, "com.vantor.system.privilegedhelper-vk2");
-  EXPECT_EQ(doubles_.log.lines().back(),
-            (RecordingLog::Line{
-                LogLevel::info,
-                "Activated helper version 1.6, implementing operation set 'vk2'."}));
+  EXPECT_EQ(
+      doubles_.log.lines().back(),
+      (RecordingLog::Line{LogLevel::info,
+                          "Activated helper version 1.6, implementing operation set 'vk2'."}));
   EXPECT_EQ(helper_.getVersionString(), "1.6");
   EXPECT_NE(helper_.connectWithEndpoint(), nullptr);
 }
@@ -58,9 +58,9 @@ TEST_F(QRTPrivilegedHelperTest, AcceptsOnlyFromItsOwnListener) {
   EXPECT_FALSE(helper_.shouldAcceptNewConnection(*foreignListener, &connection));
   EXPECT_FALSE(helper_.shouldAcceptNewConnection(own, nullptr));
   EXPECT_FALSE(connection.resumed);
-  EXPECT_EQ(doubles_.log.lines().back(),
-            (RecordingLog::Line{LogLevel::fault,
-                                "Received bad XPC connection request. Ignoring..."}));
+  EXPECT_EQ(
+      doubles_.log.lines().back(),
+      (RecordingLog::Line{LogLevel::fault, "Received bad XPC connection request. Ignoring..."}));
   EXPECT_TRUE(helper_.shouldAcceptNewConnection(own, &connection));
   EXPECT_TRUE(connection.resumed);
   EXPECT_EQ(connection.exported, &helper_);

@@ -82,8 +82,7 @@ TEST_F(RequestPipelineTest, AnswersARequestInTheOrderOfItsSteps) {
               "transferred."},
              {LogLevel::info,
               "Operation inspect-fileobject will be executed with feedback option disabled."},
-             {LogLevel::info,
-              "Operation inspect-fileobject was completed with return code 0."}}));
+             {LogLevel::info, "Operation inspect-fileobject was completed with return code 0."}}));
   const auto calls = authority_.calls();
   ASSERT_EQ(calls.size(), 3u);
   EXPECT_EQ(calls[1].environment,
@@ -98,8 +97,7 @@ TEST_F(RequestPipelineTest, RefusesWhatDoesNotFitTheCatalogue) {
   };
   const Case cases[] = {
       {12345, Array{}, "Received invalid operation with code 12345, 0 arguments."},
-      {inspectFileobject, std::nullopt,
-       "Received invalid operation with code 5, 0 arguments."},
+      {inspectFileobject, std::nullopt, "Received invalid operation with code 5, 0 arguments."},
       {inspectFileobject, Array{"!QRTMETA!", "no dictionary", "/tmp"},
        "Operation inspect-fileobject was rejected because an invalid number of arguments was "
        "specified (1 expected, 3 sent)."},
@@ -139,8 +137,8 @@ TEST_F(RequestPipelineTest, FeedbackBeginsAndEndsAroundTheOperation) {
          recording(posixError(PosixCode::notEmpty)));
   const auto outcome = perform(deleteFileobjects, Array{}, &feedback_);
   EXPECT_EQ(codeOf(outcome), 66);
-  EXPECT_EQ(feedback_.messages, (std::vector<Dictionary>{progressMessage(0.0), progressMessage(0.5),
-                                                         finalMessage()}));
+  EXPECT_EQ(feedback_.messages,
+            (std::vector<Dictionary>{progressMessage(0.0), progressMessage(0.5), finalMessage()}));
   EXPECT_TRUE(feedback_.suspended);
   const auto lines = logged();
   EXPECT_EQ(lines[1], "About to configure feedback protocol.");
@@ -200,8 +198,7 @@ TEST_F(RequestPipelineTest, AnEscapedExceptionIsAnInterruption) {
   for (const auto& c : cases) {
     handle("performOperationDeleteFileobjectsWithArguments:feedbackConnection:", c.handler);
     feedback_ = {};
-    EXPECT_EQ(perform(deleteFileobjects, Array{}, &feedback_),
-              posixError(PosixCode::interrupted));
+    EXPECT_EQ(perform(deleteFileobjects, Array{}, &feedback_), posixError(PosixCode::interrupted));
     EXPECT_EQ(feedback_.messages.back(), finalMessage());
     EXPECT_THAT(logged(), testing::Contains(std::string("The exception ") + c.told));
   }

@@ -72,8 +72,7 @@ class FakeHelper : public HelperConnector {
       return invalidConnection();
     }
     Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
-                                       const FeedbackHandler& handler,
-                                       const Array& sent) override {
+                                       const FeedbackHandler& handler, const Array& sent) override {
       helper_.calls.push_back("perform " + std::to_string(code) +
                               (authorizationData == Data(32, 0xAB) ? "" : " unauthorized"));
       helper_.arguments = sent;

@@ -130,8 +130,8 @@ WireConnection::Read WireConnection::readHandshakeLine() {
   const auto seen = recv(socket(), window, sizeof window, MSG_PEEK);
   if (seen < 0) return errno == EAGAIN || errno == EINTR ? Read::waits : Read::failed;
   const auto* end = static_cast<const char*>(memchr(window, '\n', static_cast<std::size_t>(seen)));
-  const auto length = end ? static_cast<std::size_t>(end + 1 - window)
-                          : static_cast<std::size_t>(seen);
+  const auto length =
+      end ? static_cast<std::size_t>(end + 1 - window) : static_cast<std::size_t>(seen);
   handshakeBytes_ += length;
   if (length == 0 || handshakeBytes_ > maximumHandshakeBytes) return Read::failed;
   return receive(length);
