@@ -76,6 +76,7 @@ struct ServicePlatform {
   Platform platform{log,
                     self,
                     native.facilities().files,
+                    native.facilities().extendedAttributes,
                     native.facilities().propertyLists,
                     native.facilities().versionFile,
                     native.facilities().processes,

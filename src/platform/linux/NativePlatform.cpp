@@ -4,6 +4,7 @@
 
 #include "platform/linux/ActivationSocket.h"
 #include "platform/linux/LinuxAuthority.h"
+#include "platform/linux/LinuxExtendedAttributes.h"
 #include "platform/linux/LinuxFileSystem.h"
 #include "platform/linux/LinuxHelperConnection.h"
 #include "platform/linux/LinuxKernelSettings.h"
@@ -40,6 +41,7 @@ struct NativePlatform::Facilities {
   LinuxLog log;
   LinuxSelfProcess self;
   LinuxFileSystem files;
+  LinuxExtendedAttributes extendedAttributes;
   LinuxPropertyLists propertyLists;
   LinuxSystemVersionFile versionFile;
   LinuxProcessTable processes;
@@ -48,8 +50,9 @@ struct NativePlatform::Facilities {
   LinuxTransport transport;
   LinuxHelperConnector helperConnector;
 
-  Platform references{log,       self,           files,     propertyLists, versionFile,
-                      processes, kernelSettings, authority, transport,     helperConnector};
+  Platform references{log,           self,        files,          extendedAttributes,
+                      propertyLists, versionFile, processes,      kernelSettings,
+                      authority,     transport,   helperConnector};
 };
 
 NativePlatform::NativePlatform(const std::string& root)
