@@ -18,7 +18,7 @@ Outcome outcome(PosixCode code, const std::string& path) {
 
 }  // namespace
 
-Result<Dictionary> extendedAttributesForItemAtPath(const AttributeContext& context,
+Result<Dictionary> extendedAttributesForItemAtPath(const ItemContext& context,
                                                    const std::string& path, bool notFollowingLinks,
                                                    bool exposingFSCompression) {
   if (path.empty()) return posixError(PosixCode::invalidArgument);
@@ -29,7 +29,7 @@ Result<Dictionary> extendedAttributesForItemAtPath(const AttributeContext& conte
                                    exposingFSCompression);
 }
 
-Result<Dictionary> extendedAttributesForItem(const AttributeContext& context, FileAt item,
+Result<Dictionary> extendedAttributesForItem(const ItemContext& context, FileAt item,
                                              const std::string& path, bool notFollowingLinks,
                                              bool exposingFSCompression) {
   const auto names = context.attributes.names(item, linksFor(notFollowingLinks),
@@ -43,9 +43,8 @@ Result<Dictionary> extendedAttributesForItem(const AttributeContext& context, Fi
   return attributes;
 }
 
-Outcome setForItemAtPath(const AttributeContext& context, const std::string& path,
-                         const Data& value, const std::string& ofExtendedAttribute,
-                         bool notFollowingLinks) {
+Outcome setForItemAtPath(const ItemContext& context, const std::string& path, const Data& value,
+                         const std::string& ofExtendedAttribute, bool notFollowingLinks) {
   if (path.empty() || value.empty() || ofExtendedAttribute.empty()) {
     return posixError(PosixCode::invalidArgument);
   }
@@ -57,7 +56,7 @@ Outcome setForItemAtPath(const AttributeContext& context, const std::string& pat
       path);
 }
 
-Outcome removeFromItemAtPath(const AttributeContext& context, const std::string& path,
+Outcome removeFromItemAtPath(const ItemContext& context, const std::string& path,
                              const std::string& extendedAttribute, bool notFollowingLinks,
                              bool includingFSCompression) {
   if (path.empty() || extendedAttribute.empty()) return posixError(PosixCode::invalidArgument);

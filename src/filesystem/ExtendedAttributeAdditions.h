@@ -4,16 +4,9 @@
 #include <string>
 
 #include "base/Error.h"
-#include "platform/ExtendedAttributes.h"
-#include "platform/FileSystem.h"
+#include "filesystem/ItemContext.h"
 
 namespace qrt {
-
-/// What work on extended attributes stands on.
-struct AttributeContext {
-  FileSystem& files;
-  ExtendedAttributes& attributes;
-};
 
 /// An empty path, name or value is POSIX 22, nothing at the path POSIX 2 with the path. A link that
 /// leads nowhere counts as nothing even when links are not followed. Other failures are POSIX
@@ -22,19 +15,18 @@ namespace ExtendedAttributeAdditions {
 
 /// Names and values. Attributes without contents are left out. The names are those of the link when
 /// links are not followed; values are read from its target all the same.
-Result<Dictionary> extendedAttributesForItemAtPath(const AttributeContext& context,
+Result<Dictionary> extendedAttributesForItemAtPath(const ItemContext& context,
                                                    const std::string& path, bool notFollowingLinks,
                                                    bool exposingFSCompression);
 /// The same for an object whose folder is open; the path is for errors.
-Result<Dictionary> extendedAttributesForItem(const AttributeContext& context, FileAt item,
+Result<Dictionary> extendedAttributesForItem(const ItemContext& context, FileAt item,
                                              const std::string& path, bool notFollowingLinks,
                                              bool exposingFSCompression);
 
-Outcome setForItemAtPath(const AttributeContext& context, const std::string& path,
-                         const Data& value, const std::string& ofExtendedAttribute,
-                         bool notFollowingLinks);
+Outcome setForItemAtPath(const ItemContext& context, const std::string& path, const Data& value,
+                         const std::string& ofExtendedAttribute, bool notFollowingLinks);
 
-Outcome removeFromItemAtPath(const AttributeContext& context, const std::string& path,
+Outcome removeFromItemAtPath(const ItemContext& context, const std::string& path,
                              const std::string& extendedAttribute, bool notFollowingLinks,
                              bool includingFSCompression);
 
