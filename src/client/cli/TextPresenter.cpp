@@ -5,8 +5,8 @@
 #include <utility>
 #include <variant>
 
+#include "client/cli/AnswerText.h"
 #include "client/cli/ErrorText.h"
-#include "client/cli/Json.h"
 #include "client/cli/Presenter.h"
 #include "client/cli/Printable.h"
 #include "client/cli/ProgressDisplay.h"
@@ -19,11 +19,6 @@ namespace {
 
 std::string_view textOf(const Data& data) {
   return {reinterpret_cast<const char*>(data.data()), data.size()};
-}
-
-std::string valueText(const PropertyValue& value) {
-  if (const auto* text = value.string()) return printable(*text);
-  return jsonOf(value).dump();
 }
 
 class TextPresenter : public Presenter {
@@ -43,7 +38,7 @@ class TextPresenter : public Presenter {
     for (const auto& [key, value] : answer) {
       // A single value needs no name.
       const auto name = answer.size() == 1 ? "" : printable(key) + ": ";
-      isRead = write(StandardStream::output, name + valueText(value) + '\n') && isRead;
+      isRead = write(StandardStream::output, name + answerText(key, value) + '\n') && isRead;
     }
     return isRead;
   }
