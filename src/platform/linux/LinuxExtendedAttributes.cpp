@@ -15,6 +15,14 @@ namespace {
 constexpr std::string_view userNamespace = "user.";
 constexpr std::string_view namespaces[] = {userNamespace, "system.", "security.", "trusted."};
 
+/// XFS tells access control lists a second time under these names; no other file system could make
+/// anything of them.
+constexpr std::string_view secondViews[] = {"trusted.SGI_ACL_FILE", "trusted.SGI_ACL_DEFAULT"};
+
+bool isSecondView(std::string_view name) {
+  return std::find(std::begin(secondViews), std::end(secondViews), name) != std::end(secondViews);
+}
+
 bool hasNamespace(std::string_view name) {
   return std::any_of(std::begin(namespaces), std::end(namespaces),
                      [name](std::string_view prefix) { return name.starts_with(prefix); });
@@ -67,7 +75,7 @@ PosixResult<std::vector<std::string>> LinuxExtendedAttributes::names(FileAt obje
   std::vector<std::string> names;
   for (std::string_view rest = *list; !rest.empty();) {
     const auto name = rest.substr(0, rest.find('\0'));
-    names.emplace_back(nameOf(name));
+    if (!isSecondView(name)) names.emplace_back(nameOf(name));
     rest.remove_prefix(std::min(rest.size(), name.size() + 1));
   }
   return names;
