@@ -27,6 +27,11 @@ void putCode(Data& record, std::size_t offset, std::uint32_t code) {
   }
 }
 
+/// What there is to find where no attribute can be is none.
+bool meansNone(PosixCode code) {
+  return code == PosixCode::noAttribute || code == PosixCode::notSupported;
+}
+
 }  // namespace
 
 PosixResult<FinderInfo> FinderInfo::read(const ItemContext& context, FileAt item, Links links) {
@@ -37,9 +42,7 @@ PosixResult<FinderInfo> FinderInfo::read(const ItemContext& context, FileAt item
     info.record_.resize(size);
     return info;
   }
-  const bool isNone =
-      record.error() == PosixCode::noAttribute || record.error() == PosixCode::notSupported;
-  if (!isNone) return record.error();
+  if (!meansNone(record.error())) return record.error();
   return info;
 }
 
@@ -48,7 +51,7 @@ PosixCode FinderInfo::write(const ItemContext& context, FileAt item, Links links
       std::all_of(record_.begin(), record_.end(), [](std::uint8_t byte) { return byte == 0; });
   if (!saysNothing) return context.attributes.set(item, links, attributeName, record_);
   const auto code = context.attributes.remove(item, links, attributeName, Compression::hidden);
-  return code == PosixCode::noAttribute ? PosixCode::success : code;
+  return meansNone(code) ? PosixCode::success : code;
 }
 
 std::uint32_t FinderInfo::typeCode() const { return codeAt(record_, typeOffset); }

@@ -60,8 +60,7 @@ class Copy {
     path_ = path;
     const auto status = context_.files.status(from, Links::stay);
     if (!status) return status.error();
-    const bool isTop = levels_.empty();
-    if (status->isMountRoot && !isTop) return PosixCode::busy;
+    if (isOtherVolume(*status)) return PosixCode::busy;
     if (status->isFolder()) return enter(from, to, *status, std::move(path));
 
     if (status->linkCount > 1) {
@@ -73,6 +72,13 @@ class Copy {
     }
     const auto code = create(from, to, status->type());
     return code == PosixCode::success ? copyAttributes(from, to, *status) : code;
+  }
+
+  /// Where the system does not tell that a volume is mounted on a folder, its number does.
+  bool isOtherVolume(const FileStatus& status) const {
+    if (levels_.empty()) return false;
+    const auto own = levels_.front().status.device;
+    return status.isMountRoot || (status.isFolder() && status.device != own);
   }
 
   /// An object that was copied already, by its path from the top. Links can only be met below a

@@ -197,6 +197,7 @@ TEST_F(FileObjectOperationsTest, ClassicAttributesAreTheRecordThatOthersRead) {
   EXPECT_EQ(perform("ModifyHfsattr", {plain, 0, 0, 0}), success);
   EXPECT_TRUE(attributes.names(plain.c_str(), Links::stay, Compression::hidden)->empty());
 
+  EXPECT_EQ(perform("ModifyHfsattr", {"/proc/self/stat", 0, 0, 0}), success);
   EXPECT_EQ(perform("ModifyHfsattr", {"", type, creator, 1}), invalid);
   EXPECT_EQ(perform("ModifyHfsattr", {scratch_.path("missing"), type, creator, 1})->code, 4);
   EXPECT_EQ(perform("ModifyHfsattr", {"/proc/self/stat", type, creator, 1})->domain,

@@ -232,7 +232,9 @@ TEST_F(AcrossTest, WhatCouldNotBeRemovedIsNotCopied) {
     const Mount inner(Mount::Kind::memory, scratch_.path("tree/inner"));
     scratch_.file("tree/inner/file");
     EXPECT_EQ(causeOf(move(scratch_.path("tree"), to)), number(PosixCode::busy));
-    EXPECT_TRUE(test::exists(scratch_.path("tree/inner/file")));
+    EXPECT_EQ(causeOf(move(scratch_.path("tree"), scratch_.path("tree/inner/tree"))),
+              number(PosixCode::busy));
+    EXPECT_EQ(output("ls -A '" + scratch_.path("tree/inner") + "'"), "file\n");
   }
   if (!scratch_.changeFlags("tree", "+i")) GTEST_SKIP() << "needs the right to set flags";
   EXPECT_EQ(move(scratch_.path("tree"), to)->code, 513);
