@@ -7,11 +7,15 @@ class Authority;
 class ExtendedAttributes;
 class FileSystem;
 class HelperConnector;
+class JobControl;
 class KernelSettings;
 class Log;
+class Preferences;
 class ProcessTable;
 class PropertyLists;
 class SelfProcess;
+class SubprocessFacility;
+class SystemConfiguration;
 class SystemVersionFile;
 class Transport;
 
@@ -26,6 +30,10 @@ struct Platform {
   SystemVersionFile& versionFile;
   ProcessTable& processes;
   KernelSettings& kernelSettings;
+  SubprocessFacility& subprocesses;
+  JobControl& jobControl;
+  Preferences& preferences;
+  SystemConfiguration& systemConfiguration;
   Authority& authority;
   Transport& transport;
   HelperConnector& helperConnector;

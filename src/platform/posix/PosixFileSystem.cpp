@@ -27,6 +27,10 @@ PosixResult<Folder> openedFolder(FileAt object, int flags) {
   return Folder(std::move(descriptor));
 }
 
+bool isPath(const std::string& text) {
+  return !text.empty() && text.find('\0') == std::string::npos;
+}
+
 struct SplitPath {
   std::string parent;
   std::string name;
@@ -58,8 +62,7 @@ PosixResult<Folder> PosixFileSystem::openFolder(FileAt object, Links links) {
 }
 
 PosixResult<Location> PosixFileSystem::locate(const std::string& path) {
-  const bool isPath = !path.empty() && path.find('\0') == std::string::npos;
-  if (!isPath) return PosixCode::noEntry;
+  if (!isPath(path)) return PosixCode::noEntry;
   auto [parentPath, name] = split(path);
   auto parent = openedFolder(parentPath.c_str(), baseAccess);
   if (!parent) return parent.error();
@@ -79,8 +82,8 @@ PosixResult<std::string> PosixFileSystem::linkTarget(FileAt link) {
 }
 
 PosixResult<std::string> PosixFileSystem::resolvedPath(const std::string& path) {
-  if (path.find('\0') != std::string::npos) return PosixCode::noEntry;
-  const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.c_str(), nullptr),
+  if (!isPath(path)) return PosixCode::noEntry;
+  const std::unique_ptr<char, decltype(&std::free)> resolved(realpath(path.c_str(), nullptr),
                                                              &std::free);
   if (!resolved) return lastError();
   return std::string(resolved.get());

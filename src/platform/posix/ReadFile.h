@@ -12,4 +12,7 @@ namespace qrt {
 /// folder or AT_FDCWD. Made for files of the system: links are followed and a FIFO would block.
 PosixResult<Data> readFile(int folder, const char* path, std::size_t limit);
 
+/// The same from an open file, from where it stands to its end.
+PosixResult<Data> readFile(int file, std::size_t limit);
+
 }  // namespace qrt
