@@ -21,6 +21,7 @@ inline constexpr std::string_view cocoaErrorDomain = "NSCocoaErrorDomain";
 inline constexpr std::string_view localizedDescriptionKey = "NSLocalizedDescription";
 inline constexpr std::string_view localizedRecoverySuggestionKey = "NSLocalizedRecoverySuggestion";
 inline constexpr std::string_view filePathErrorKey = "NSFilePath";
+inline constexpr std::string_view destinationFilePathErrorKey = "NSDestinationFilePath";
 inline constexpr std::string_view underlyingErrorKey = "NSUnderlyingError";
 
 struct Error {

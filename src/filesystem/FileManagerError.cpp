@@ -52,4 +52,10 @@ Error fileWriteError(PosixCode cause, const std::string& path) {
   return cocoaError(writeErrors, unknownWriteError, cause, path);
 }
 
+Error fileWriteError(PosixCode cause, const std::string& path, const std::string& destination) {
+  auto error = fileWriteError(cause, path);
+  error.userInfo.emplace(destinationFilePathErrorKey, destination);
+  return error;
+}
+
 }  // namespace qrt

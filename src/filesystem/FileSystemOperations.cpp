@@ -1,6 +1,9 @@
 #include "filesystem/FileSystemOperations.h"
 
 #include "filesystem/DeletionOperations.h"
+#include "filesystem/FileObjectOperations.h"
+#include "filesystem/QRTFolderStashAdditions.h"
+#include "filesystem/SystemFileOperations.h"
 #include "operations/NSProcessInfoQRTAdditions.h"
 
 namespace qrt::FileSystemOperations {
@@ -16,6 +19,40 @@ Handler withDeletionContext(DeletionHandler handler, const Platform& platform) {
   };
 }
 
+using ItemHandler = Outcome (*)(const ItemContext&, const Array&);
+
+Handler withItemContext(ItemHandler handler, const Platform& platform) {
+  return [handler, &platform](const Array& arguments, FeedbackConnection*) {
+    return handler({platform.files, platform.extendedAttributes}, arguments);
+  };
+}
+
+struct ItemOperation {
+  const char* handlerName;
+  ItemHandler handler;
+};
+
+constexpr ItemOperation itemOperations[] = {
+    {"performOperationModifySystemfileWithArguments:",
+     SystemFileOperations::performOperationModifySystemfileWithArguments},
+    {"performOperationCreateFileobjectWithArguments:",
+     FileObjectOperations::performOperationCreateFileobjectWithArguments},
+    {"performOperationRenameFileobjectWithArguments:",
+     FileObjectOperations::performOperationRenameFileobjectWithArguments},
+    {"performOperationInspectFileobjectWithArguments:",
+     FileObjectOperations::performOperationInspectFileobjectWithArguments},
+    {"performOperationTouchFileobjectWithArguments:",
+     FileObjectOperations::performOperationTouchFileobjectWithArguments},
+    {"performOperationModifyProtectionWithArguments:",
+     FileObjectOperations::performOperationModifyProtectionWithArguments},
+    {"performOperationModifyHfsattrWithArguments:",
+     FileObjectOperations::performOperationModifyHfsattrWithArguments},
+    {"performOperationCreateLinkWithArguments:",
+     FileObjectOperations::performOperationCreateLinkWithArguments},
+    {"performOperationRenameStashfolderWithArguments:",
+     QRTFolderStashAdditions::performOperationRenameStashfolderWithArguments},
+};
+
 }  // namespace
 
 void registerHandlers(HandlerTable& table, const Platform& platform) {
@@ -24,6 +61,9 @@ void registerHandlers(HandlerTable& table, const Platform& platform) {
             withDeletionContext(performOperationDeleteFileobjectsWithArguments, platform));
   table.add("performOperationDeleteFoldercontentsWithArguments:feedbackConnection:",
             withDeletionContext(performOperationDeleteFoldercontentsWithArguments, platform));
+  for (const auto& operation : itemOperations) {
+    table.add(operation.handlerName, withItemContext(operation.handler, platform));
+  }
 }
 
 }  // namespace qrt::FileSystemOperations

@@ -9,6 +9,7 @@
 #include "base/Result.h"
 #include "platform/FileStatus.h"
 #include "platform/Folder.h"
+#include "platform/OpenFile.h"
 
 namespace qrt {
 
@@ -45,8 +46,40 @@ class FileSystem {
   /// or at one that holds a zero byte: `noEntry`.
   virtual PosixResult<Location> locate(const std::string& path) = 0;
 
+  /// What a link holds.
+  virtual PosixResult<std::string> linkTarget(FileAt link) = 0;
+
   /// The absolute path of what a path leads to, without links, "." and "..".
   virtual PosixResult<std::string> resolvedPath(const std::string& path) = 0;
+
+  /// Creation never touches what is there already: a name that is taken, be it by a link, is
+  /// `exists`. New files and folders get exactly the given permission bits, and the mask of the
+  /// process neither counts nor changes.
+  virtual PosixResult<OpenFile> createFile(FileAt object, std::uint32_t permissions) = 0;
+  virtual PosixResult<Folder> createFolder(FileAt object, std::uint32_t permissions) = 0;
+  virtual PosixCode createLink(FileAt object, const std::string& target) = 0;
+  virtual PosixCode createHardLink(FileAt object, FileAt existing) = 0;
+  /// A FIFO, socket or device like `model`, open to its owner alone.
+  virtual PosixCode createSpecialFile(FileAt object, FileAt model) = 0;
+
+  /// Gives an object another name on its file system. A name that is taken is `exists`.
+  virtual PosixCode rename(FileAt object, FileAt newObject) = 0;
+
+  virtual PosixCode setOwner(FileAt object, Links links, std::uint32_t userID,
+                             std::uint32_t groupID) = 0;
+  /// Sets the twelve permission bits. Where links have none of their own they are `notSupported`.
+  virtual PosixCode setPermissions(FileAt object, Links links, std::uint32_t permissions) = 0;
+  /// Sets the times of access and modification to now, or to those of another object, whose links
+  /// are not followed.
+  virtual PosixCode touch(FileAt object, Links links) = 0;
+  virtual PosixCode copyTimes(FileAt from, FileAt to) = 0;
+
+  /// Writes the contents of a regular file into an empty one and keeps its holes. Anything else
+  /// that is found at `from` is `invalidArgument`.
+  virtual PosixCode copyContents(FileAt from, OpenFile& to) = 0;
+
+  /// Returns when everything written to the folder's file system is safe from a loss of power.
+  virtual PosixCode synchronize(const Folder& onFileSystem) = 0;
 
   /// Removes a folder (which must be empty) or anything else; the caller says which.
   virtual PosixCode removeFolder(FileAt object) = 0;

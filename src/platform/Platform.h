@@ -4,6 +4,7 @@
 namespace qrt {
 
 class Authority;
+class ExtendedAttributes;
 class FileSystem;
 class HelperConnector;
 class JobControl;
@@ -24,6 +25,7 @@ struct Platform {
   Log& log;
   SelfProcess& self;
   FileSystem& files;
+  ExtendedAttributes& extendedAttributes;
   PropertyLists& propertyLists;
   SystemVersionFile& versionFile;
   ProcessTable& processes;

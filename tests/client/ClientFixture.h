@@ -75,6 +75,7 @@ class ClientFixture : public testing::Test {
   const Platform platform{log,
                           self,
                           rest_.files,
+                          rest_.extendedAttributes,
                           rest_.propertyLists,
                           rest_.versionFile,
                           rest_.processes,

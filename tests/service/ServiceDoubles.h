@@ -89,6 +89,7 @@ struct ServicePlatform {
   Platform platform{log,
                     self,
                     real.files,
+                    real.extendedAttributes,
                     real.propertyLists,
                     real.versionFile,
                     real.processes,

@@ -28,6 +28,8 @@ std::string errorText(const Error& error) {
 
   const auto* path = stringIn(error.userInfo, filePathErrorKey);
   if (path && text.find(printable(*path)) == std::string::npos) text += line("Path: ", *path);
+  const auto* destination = stringIn(error.userInfo, destinationFilePathErrorKey);
+  if (destination) text += line("Destination: ", *destination);
   if (const auto* cause = causeOf(error)) text += "Cause: " + errorText(*cause);
   return text;
 }

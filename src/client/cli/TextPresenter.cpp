@@ -5,9 +5,9 @@
 #include <utility>
 #include <variant>
 
+#include "client/cli/AnswerText.h"
 #include "client/cli/ErrorText.h"
 #include "client/cli/ExitStatus.h"
-#include "client/cli/Json.h"
 #include "client/cli/Presenter.h"
 #include "client/cli/Printable.h"
 #include "client/cli/ProgressDisplay.h"
@@ -20,11 +20,6 @@ namespace {
 
 std::string_view textOf(const Data& data) {
   return {reinterpret_cast<const char*>(data.data()), data.size()};
-}
-
-std::string valueText(const PropertyValue& value) {
-  if (const auto* text = value.string()) return printable(*text);
-  return jsonOf(value).dump();
 }
 
 class TextPresenter : public Presenter {
@@ -44,7 +39,7 @@ class TextPresenter : public Presenter {
     for (const auto& [key, value] : answer) {
       // A single value needs no name.
       const auto name = answer.size() == 1 ? "" : printable(key) + ": ";
-      isRead = write(StandardStream::output, name + valueText(value) + '\n') && isRead;
+      isRead = write(StandardStream::output, name + answerText(key, value) + '\n') && isRead;
     }
     return isRead;
   }

@@ -3,10 +3,14 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
+#include <unistd.h>
+
+#include <cstdio>
 
 #include "platform/NativeFileSystem.h"
 #include "platform/linux/InodeFlags.h"
 #include "platform/linux/ObjectHandle.h"
+#include "platform/posix/CopyContents.h"
 #include "platform/posix/NativeError.h"
 #include "platform/posix/ReadFile.h"
 
@@ -45,6 +49,8 @@ bool isOnReadOnlyMount(FileAt object, Links links, const FileStatus& current) {
   return handle && Folder(std::move(*handle).takeDescriptor()).isReadOnly();
 }
 
+PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
+
 }  // namespace
 
 PosixResult<FileStatus> LinuxFileSystem::status(FileAt object, Links links) {
@@ -71,6 +77,56 @@ PosixResult<Data> LinuxFileSystem::readFile(FileAt object, std::size_t limit) {
   if (!handle) return handle.error();
   if (handle->type() != file_type::regular) return PosixCode::invalidArgument;
   return qrt::readFile(AT_FDCWD, handle->path().c_str(), limit);
+}
+
+PosixCode LinuxFileSystem::createSpecialFile(FileAt object, FileAt model) {
+  struct stat status;
+  if (::fstatat(model.folder.descriptor(), model.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return lastError();
+  }
+  const mode_t mode = (status.st_mode & file_type::mask) | 0600;
+  return codeFor(::mknodat(object.folder.descriptor(), object.name, mode, status.st_rdev));
+}
+
+PosixCode LinuxFileSystem::rename(FileAt object, FileAt newObject) {
+  const auto code =
+      codeFor(::renameat2(object.folder.descriptor(), object.name, newObject.folder.descriptor(),
+                          newObject.name, RENAME_NOREPLACE));
+  // What an old kernel or a simple file system answers; the latter also means a folder that is to
+  // be moved into itself, which then fails once more.
+  const bool mayLackRefusal =
+      code == PosixCode::notImplemented || code == PosixCode::invalidArgument;
+  return mayLackRefusal ? renameAfterLooking(object, newObject) : code;
+}
+
+PosixCode LinuxFileSystem::renameAfterLooking(FileAt object, FileAt newObject) {
+  const auto taken = status(newObject, Links::stay);
+  if (taken) return PosixCode::exists;
+  if (taken.error() != PosixCode::noEntry) return taken.error();
+  return codeFor(::renameat(object.folder.descriptor(), object.name, newObject.folder.descriptor(),
+                            newObject.name));
+}
+
+PosixCode LinuxFileSystem::copyTimes(FileAt from, FileAt to) {
+  struct stat status;
+  if (::fstatat(from.folder.descriptor(), from.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return lastError();
+  }
+  const timespec times[] = {status.st_atim, status.st_mtim};
+  return codeFor(::utimensat(to.folder.descriptor(), to.name, times, AT_SYMLINK_NOFOLLOW));
+}
+
+PosixCode LinuxFileSystem::copyContents(FileAt from, OpenFile& to) {
+  const auto handle = ObjectHandle::open(from, Links::stay);
+  if (!handle) return handle.error();
+  if (handle->type() != file_type::regular) return PosixCode::invalidArgument;
+  const auto file = handle->openForReading();
+  if (!file) return file.error();
+  return qrt::copyContents(file->get(), to.descriptor());
+}
+
+PosixCode LinuxFileSystem::synchronize(const Folder& onFileSystem) {
+  return codeFor(::syncfs(onFileSystem.descriptor()));
 }
 
 std::unique_ptr<FileSystem> makeNativeFileSystem() { return std::make_unique<LinuxFileSystem>(); }

@@ -13,6 +13,14 @@ class LinuxFileSystem : public PosixFileSystem {
   PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
                      std::uint32_t wanted) override;
   PosixResult<Data> readFile(FileAt object, std::size_t limit) override;
+  PosixCode createSpecialFile(FileAt object, FileAt model) override;
+  PosixCode rename(FileAt object, FileAt newObject) override;
+  PosixCode copyTimes(FileAt from, FileAt to) override;
+  PosixCode copyContents(FileAt from, OpenFile& to) override;
+  PosixCode synchronize(const Folder& onFileSystem) override;
+
+  /// What `rename` does on file systems that cannot refuse a taken name themselves.
+  PosixCode renameAfterLooking(FileAt object, FileAt newObject);
 };
 
 }  // namespace qrt

@@ -4,6 +4,7 @@
 
 #include "platform/linux/ActivationSocket.h"
 #include "platform/linux/LinuxAuthority.h"
+#include "platform/linux/LinuxExtendedAttributes.h"
 #include "platform/linux/LinuxFileSystem.h"
 #include "platform/linux/LinuxHelperConnection.h"
 #include "platform/linux/LinuxKernelSettings.h"
@@ -47,6 +48,7 @@ struct NativePlatform::Facilities {
   LinuxLog log;
   LinuxSelfProcess self;
   LinuxFileSystem files;
+  LinuxExtendedAttributes extendedAttributes;
   LinuxPropertyLists propertyLists;
   LinuxSystemVersionFile versionFile;
   LinuxProcessTable processes;
@@ -62,6 +64,7 @@ struct NativePlatform::Facilities {
   Platform references{log,
                       self,
                       files,
+                      extendedAttributes,
                       propertyLists,
                       versionFile,
                       processes,

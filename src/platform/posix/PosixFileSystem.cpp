@@ -1,6 +1,7 @@
 #include "platform/posix/PosixFileSystem.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -42,10 +43,13 @@ SplitPath split(std::string path) {
   return {std::move(path), std::move(name)};
 }
 
+PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
+
 PosixCode removed(FileAt object, int flags) {
-  if (::unlinkat(object.folder.descriptor(), object.name, flags) == 0) return PosixCode::success;
-  return lastError();
+  return codeFor(::unlinkat(object.folder.descriptor(), object.name, flags));
 }
+
+int nativeFlags(Links links) { return links == Links::stay ? AT_SYMLINK_NOFOLLOW : 0; }
 
 }  // namespace
 
@@ -62,12 +66,71 @@ PosixResult<Location> PosixFileSystem::locate(const std::string& path) {
   return Location{std::move(*parent), std::move(name)};
 }
 
+PosixResult<std::string> PosixFileSystem::linkTarget(FileAt link) {
+  for (std::size_t size = 256;; size *= 2) {
+    std::string target(size, '\0');
+    const auto length =
+        ::readlinkat(link.folder.descriptor(), link.name, target.data(), target.size());
+    if (length < 0) return lastError();
+    if (static_cast<std::size_t>(length) == size) continue;  // There may be more.
+    target.resize(static_cast<std::size_t>(length));
+    return target;
+  }
+}
+
 PosixResult<std::string> PosixFileSystem::resolvedPath(const std::string& path) {
   if (path.find('\0') != std::string::npos) return PosixCode::noEntry;
   const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.c_str(), nullptr),
                                                              &std::free);
   if (!resolved) return lastError();
   return std::string(resolved.get());
+}
+
+PosixResult<OpenFile> PosixFileSystem::createFile(FileAt object, std::uint32_t permissions) {
+  const auto mode = static_cast<mode_t>(permissions);
+  OpenFile file(FileDescriptor(::openat(object.folder.descriptor(), object.name,
+                                        O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode)));
+  if (file.descriptor() < 0) return lastError();
+  const auto code = file.setPermissions(permissions);
+  if (code == PosixCode::success) return file;
+  removed(object, 0);
+  return code;
+}
+
+PosixResult<Folder> PosixFileSystem::createFolder(FileAt object, std::uint32_t permissions) {
+  const auto mode = static_cast<mode_t>(permissions);
+  if (::mkdirat(object.folder.descriptor(), object.name, mode) != 0) return lastError();
+  auto folder = openFolder(object, Links::stay);
+  if (!folder) return folder.error();
+  if (::fchmod(folder->descriptor(), mode) == 0) return folder;
+  const auto code = lastError();
+  removeFolder(object);
+  return code;
+}
+
+PosixCode PosixFileSystem::createLink(FileAt object, const std::string& target) {
+  if (target.find('\0') != std::string::npos) return PosixCode::invalidArgument;
+  return codeFor(::symlinkat(target.c_str(), object.folder.descriptor(), object.name));
+}
+
+PosixCode PosixFileSystem::createHardLink(FileAt object, FileAt existing) {
+  return codeFor(::linkat(existing.folder.descriptor(), existing.name, object.folder.descriptor(),
+                          object.name, 0));
+}
+
+PosixCode PosixFileSystem::setOwner(FileAt object, Links links, std::uint32_t userID,
+                                    std::uint32_t groupID) {
+  return codeFor(
+      ::fchownat(object.folder.descriptor(), object.name, userID, groupID, nativeFlags(links)));
+}
+
+PosixCode PosixFileSystem::setPermissions(FileAt object, Links links, std::uint32_t permissions) {
+  return codeFor(::fchmodat(object.folder.descriptor(), object.name,
+                            static_cast<mode_t>(permissions), nativeFlags(links)));
+}
+
+PosixCode PosixFileSystem::touch(FileAt object, Links links) {
+  return codeFor(::utimensat(object.folder.descriptor(), object.name, nullptr, nativeFlags(links)));
 }
 
 PosixCode PosixFileSystem::removeFolder(FileAt object) { return removed(object, AT_REMOVEDIR); }

@@ -1,6 +1,7 @@
 // What the file systems of both ports have in common.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "platform/FileSystem.h"
@@ -11,7 +12,16 @@ class PosixFileSystem : public FileSystem {
  public:
   PosixResult<Folder> openFolder(FileAt object, Links links) override;
   PosixResult<Location> locate(const std::string& path) override;
+  PosixResult<std::string> linkTarget(FileAt link) override;
   PosixResult<std::string> resolvedPath(const std::string& path) override;
+  PosixResult<OpenFile> createFile(FileAt object, std::uint32_t permissions) override;
+  PosixResult<Folder> createFolder(FileAt object, std::uint32_t permissions) override;
+  PosixCode createLink(FileAt object, const std::string& target) override;
+  PosixCode createHardLink(FileAt object, FileAt existing) override;
+  PosixCode setOwner(FileAt object, Links links, std::uint32_t userID,
+                     std::uint32_t groupID) override;
+  PosixCode setPermissions(FileAt object, Links links, std::uint32_t permissions) override;
+  PosixCode touch(FileAt object, Links links) override;
   PosixCode removeFolder(FileAt object) override;
   PosixCode removeFile(FileAt object) override;
 };

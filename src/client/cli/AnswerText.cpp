@@ -1,0 +1,35 @@
+#include "client/cli/AnswerText.h"
+
+#include <cstdint>
+
+#include "client/cli/Json.h"
+#include "client/cli/Printable.h"
+
+namespace qrt {
+namespace {
+
+struct Meaning {
+  std::string_view key;
+  std::int64_t code;
+  std::string_view words;
+};
+
+constexpr Meaning meanings[] = {
+    {"ObjectExistence", 0, "nothing there"},
+    {"ObjectExistence", 1, "folder"},
+    {"ObjectExistence", 2, "object that is not a folder"},
+};
+
+}  // namespace
+
+std::string answerText(std::string_view key, const PropertyValue& value) {
+  if (const auto* text = value.string()) return printable(*text);
+  for (const auto& meaning : meanings) {
+    const bool isMeant =
+        meaning.key == key && value.number() && value.number()->asInt64() == meaning.code;
+    if (isMeant) return std::string(meaning.words);
+  }
+  return jsonOf(value).dump();
+}
+
+}  // namespace qrt

@@ -1,0 +1,110 @@
+#include "filesystem/AdvancedOpsAdditions.h"
+
+#include <optional>
+
+#include "filesystem/FileManager.h"
+#include "filesystem/FileManagerError.h"
+#include "filesystem/FinderInfo.h"
+#include "filesystem/ItemLinks.h"
+#include "filesystem/QRTFileDeletionAdditions.h"
+#include "filesystem/TreeWalk.h"
+
+namespace qrt::AdvancedOpsAdditions {
+namespace {
+
+/// Gives everything in a tree the same immutable flag.
+class ImmutableFlagChange : public TreeVisitor {
+ public:
+  /// With a file system to stay on, objects on others are passed over, and so are those that are
+  /// gone, which are on none.
+  ImmutableFlagChange(FileSystem& files, bool value, std::optional<std::uint32_t> onlyFileSystem)
+      : files_(files), value_(value), onlyFileSystem_(onlyFileSystem) {}
+
+  PosixResult<Next> visit(const TreeObject& object) override {
+    const auto at = object.at();
+    if (onlyFileSystem_ && fileSystemID(files_, at) != *onlyFileSystem_) return Next::pass;
+    const auto code = QRTFileDeletionAdditions::setImmutableFlag(files_, value_, at, false);
+    if (code != PosixCode::success) return code;
+    return Next::enter;
+  }
+
+ private:
+  FileSystem& files_;
+  const bool value_;
+  const std::optional<std::uint32_t> onlyFileSystem_;
+};
+
+/// What a failure to reach an object says about it.
+Outcome missing(PosixCode code) {
+  return posixError(isExhaustion(code) ? code : PosixCode::noEntry);
+}
+
+Outcome setUserImmutableBelow(FileSystem& files, FileAt object, bool value, bool stayOnFileSystem) {
+  std::optional<std::uint32_t> onlyFileSystem;
+  if (stayOnFileSystem) onlyFileSystem = fileSystemID(files, object);
+  const auto folder = files.openFolder(object, Links::follow);
+  if (!folder) return isExhaustion(folder.error()) ? posixOutcome(folder.error()) : success;
+  ImmutableFlagChange change(files, value, onlyFileSystem);
+  const auto failure = walkTree(files, {*folder, "."}, change);
+  return failure ? posixOutcome(failure->code) : success;
+}
+
+/// Reads, changes and writes the classic attributes.
+template <class Change>
+Outcome changeFinderInfo(const ItemContext& context, FileAt item, const std::string& path,
+                         Change change) {
+  auto info = FinderInfo::read(context, item, Links::follow);
+  if (!info) return fileWriteError(info.error(), path);
+  change(*info);
+  const auto code = info->write(context, item, Links::follow);
+  if (code == PosixCode::success) return success;
+  return fileWriteError(code, path);
+}
+
+}  // namespace
+
+Outcome createLinkAtPath(FileSystem& files, const std::string& path, const std::string& toTarget,
+                         bool asHardLink) {
+  if (asHardLink) return FileManager::linkItemAtPath(files, toTarget, path);
+  return FileManager::createSymbolicLinkAtPath(files, path, toTarget);
+}
+
+Outcome setUserImmutableAtPath(FileSystem& files, const std::string& path, bool toValue,
+                               bool recursive, bool stayOnFileSystem) {
+  if (path.empty()) return posixError(PosixCode::invalidArgument);
+  const auto location = files.locate(path);
+  if (!location) return missing(location.error());
+  const auto target = files.status(location->at(), Links::follow);
+  if (!target) return missing(target.error());
+  const auto code =
+      QRTFileDeletionAdditions::setImmutableFlag(files, toValue, location->at(), true);
+  if (code != PosixCode::success) return posixError(code);
+  if (!recursive || !target->isFolder()) return success;
+  return setUserImmutableBelow(files, location->at(), toValue, stayOnFileSystem);
+}
+
+Outcome setMacAttributesAtPath(const ItemContext& context, const std::string& path,
+                               std::uint32_t typeCode, std::uint32_t creatorCode, bool hidden) {
+  if (path.empty()) return posixError(PosixCode::invalidArgument);
+  const auto item = context.files.locate(path);
+  if (!item) return fileWriteError(item.error(), path);
+  const auto outcome = changeFinderInfo(context, item->at(), path, [&](FinderInfo& info) {
+    info.setTypeCode(typeCode);
+    info.setCreatorCode(creatorCode);
+  });
+  if (outcome) return outcome;
+  return changeFinderInfo(context, item->at(), path,
+                          [&](FinderInfo& info) { info.setHidden(hidden); });
+}
+
+std::uint32_t fileSystemIDForPath(FileSystem& files, const std::string& path) {
+  const auto location = files.locate(path);
+  return location ? fileSystemID(files, location->at()) : noFileSystemID;
+}
+
+std::uint32_t fileSystemID(FileSystem& files, FileAt object) {
+  const auto status = files.status(object, Links::stay);
+  return status ? static_cast<std::uint32_t>(status->device) : noFileSystemID;
+}
+
+}  // namespace qrt::AdvancedOpsAdditions

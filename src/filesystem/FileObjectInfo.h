@@ -1,0 +1,29 @@
+// The record that tells a requestor about a file-system object.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "base/PropertyValue.h"
+#include "platform/FileSystem.h"
+
+namespace qrt {
+
+/// The platform's name for the type bits of a mode.
+std::string_view fileTypeName(std::uint32_t type);
+
+/// The record's entries: "Path" as given, "Type", "Size" in bytes, "ModificationDate" and "Mode"
+/// (the twelve permission bits). `status` is of the object itself, also when it is a link.
+Dictionary fileObjectInfo(const std::string& path, const FileStatus& status);
+
+/// Appends the record of the object at a path. Does nothing without an array, for an empty path,
+/// and for an object whose status cannot be read. Thread-safe for different arrays.
+void addFileSystemObjectInfoDictionaryToArray(FileSystem& files, Array* array,
+                                              const std::string& ifPossibleForObjectAtPath);
+
+/// The same for an object whose folder is open; the path is only told.
+void addFileSystemObjectInfoDictionaryToArray(FileSystem& files, Array* array, FileAt object,
+                                              const std::string& path);
+
+}  // namespace qrt

@@ -1,0 +1,116 @@
+#include "filesystem/QRTFolderStashAdditions.h"
+
+#include "filesystem/ExtendedAttributeAdditions.h"
+#include "filesystem/FileManager.h"
+#include "filesystem/FileManagerError.h"
+#include "filesystem/ItemMove.h"
+#include "filesystem/PathText.h"
+
+namespace qrt::QRTFolderStashAdditions {
+namespace {
+
+constexpr std::uint32_t permissionBits = 07777;
+constexpr std::uint32_t ownerOnly = 0700;
+
+/// The folder's own name for itself: what is done through it cannot be led astray.
+FileAt itself(const Folder& folder) { return {folder, "."}; }
+
+std::string pathBeside(std::string path, const std::string& name) {
+  while (path.size() > 1 && path.back() == '/') path.pop_back();
+  const auto slash = path.rfind('/');
+  if (slash == std::string::npos) return name;
+  path.resize(slash + 1);
+  return path + name;
+}
+
+Result<FolderMetadata> metadataOf(const ItemContext& context, FileAt folder,
+                                  const std::string& path) {
+  const auto status = context.files.status(folder, Links::stay);
+  if (!status) return posixError(status.error(), path);
+  auto attributes =
+      ExtendedAttributeAdditions::extendedAttributesForItem(context, folder, path, false, false);
+  if (!attributes) return attributes.error();
+  return FolderMetadata{*status, std::move(*attributes)};
+}
+
+void enforceStatus(FileSystem& files, const FileStatus& saved, FileAt item) {
+  const auto current = files.status(item, Links::follow);
+  if (!current) return;
+  if (current->userID != saved.userID || current->groupID != saved.groupID) {
+    files.setOwner(item, Links::follow, saved.userID, saved.groupID);
+  }
+  if (current->mode != saved.mode) {
+    files.setPermissions(item, Links::follow, saved.mode & permissionBits);
+  }
+  if (current->flags != saved.flags) {
+    files.setFlags(item, Links::follow, *current, saved.flags);
+  }
+}
+
+void enforceExtendedAttributes(const ItemContext& context, const Dictionary& saved, FileAt item) {
+  auto& attributes = context.attributes;
+  const auto current =
+      ExtendedAttributeAdditions::extendedAttributesForItem(context, item, {}, false, false);
+  if (!current) return;
+  for (const auto& [name, value] : saved) {
+    attributes.set(item, Links::follow, name, *value.data());
+  }
+  for (const auto& [name, value] : *current) {
+    if (saved.contains(name)) continue;
+    attributes.remove(item, Links::follow, name, Compression::hidden);
+  }
+}
+
+Outcome createSubstitute(const ItemContext& context, FileAt place, const std::string& path,
+                         const FolderMetadata& metadata) {
+  const auto substitute = context.files.createFolder(place, ownerOnly);
+  if (!substitute) return fileWriteError(substitute.error(), path);
+  enforceFolderMetadata(context, metadata, itself(*substitute));
+  return success;
+}
+
+}  // namespace
+
+Outcome moveFolderAtPath(const ItemContext& context, const std::string& path,
+                         const std::string& newName, bool creatingEmptySubstitute) {
+  if (path.empty() || newName.empty()) return posixError(PosixCode::invalidArgument);
+  auto& files = context.files;
+  bool isFolder = false;
+  if (!FileManager::fileExistsAtPath(files, path, &isFolder) || !isFolder) {
+    return posixError(PosixCode::notDirectory, path);
+  }
+  const auto target = pathBeside(path, newName);
+  if (FileManager::fileExistsAtPath(files, target)) return posixError(PosixCode::exists, target);
+
+  const auto location = files.locate(path);
+  if (!location) return posixError(location.error(), path);
+  const auto targetLocation = files.locate(target);
+  if (!targetLocation) return fileWriteError(targetLocation.error(), path, target);
+  const auto folder = files.openFolder(location->at(), Links::follow);
+  if (!folder) return posixError(folder.error(), path);
+  const auto metadata = metadataOf(context, itself(*folder), path);
+  if (!metadata) return metadata.error();
+
+  auto error = FileManager::moveItem(context, location->at(), path, targetLocation->at(), target);
+  if (error) return error;
+  const auto moved = files.openFolder(targetLocation->at(), Links::follow);
+  if (moved) enforceFolderMetadata(context, *metadata, itself(*moved));
+  if (!creatingEmptySubstitute) return success;
+  return createSubstitute(context, location->at(), path, *metadata);
+}
+
+void enforceFolderMetadata(const ItemContext& context, const FolderMetadata& metadata,
+                           FileAt ifNecessaryIgnoringErrorsForItem) {
+  const auto item = ifNecessaryIgnoringErrorsForItem;
+  enforceStatus(context.files, metadata.status, item);
+  enforceExtendedAttributes(context, metadata.extendedAttributes, item);
+}
+
+Outcome performOperationRenameStashfolderWithArguments(const ItemContext& context,
+                                                       const Array& arguments) {
+  if (arguments.size() < 3) return posixError(PosixCode::invalidArgument);
+  return moveFolderAtPath(context, *arguments[0].string(), *arguments[1].string(),
+                          arguments[2].number()->asBool());
+}
+
+}  // namespace qrt::QRTFolderStashAdditions

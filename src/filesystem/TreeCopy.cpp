@@ -1,0 +1,165 @@
+#include "filesystem/TreeCopy.h"
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "filesystem/PathText.h"
+
+namespace qrt {
+namespace {
+
+constexpr std::uint32_t permissionBits = 07777;
+constexpr std::uint32_t ownerOnlyFile = 0600;
+constexpr std::uint32_t ownerOnlyFolder = 0700;
+
+/// Success as well when the file system of the copy does not know such a thing.
+PosixCode ifSupported(PosixCode code) {
+  return code == PosixCode::notSupported ? PosixCode::success : code;
+}
+
+/// The same for owners and permissions: of a new object, these are refused to its own maker only
+/// where there are none.
+PosixCode ifKept(PosixCode code) {
+  return code == PosixCode::notPermitted ? PosixCode::success : ifSupported(code);
+}
+
+class Copy {
+ public:
+  Copy(const ItemContext& context, FileAt to) : context_(context), to_(to) {}
+
+  std::optional<TreeFailure> copy(FileAt from) {
+    auto code = copyItem(from, to_, {});
+    while (code == PosixCode::success && !levels_.empty()) code = copyNext();
+    if (code == PosixCode::success) return std::nullopt;
+    return TreeFailure{code, path_};
+  }
+
+ private:
+  struct Level {
+    Folder from;
+    Folder to;
+    FileStatus status;
+    /// From the top.
+    std::string path;
+  };
+
+  PosixCode copyNext() {
+    auto& level = levels_.back();
+    path_ = level.path;
+    const auto entry = level.from.next();
+    if (!entry) return entry.error();
+    if (!*entry) return leave();
+    const auto* name = (*entry)->name;
+    auto path = level.path.empty() ? std::string(name) : appendingPathComponent(level.path, name);
+    return copyItem({level.from, name}, {level.to, name}, std::move(path));
+  }
+
+  PosixCode copyItem(FileAt from, FileAt to, std::string path) {
+    path_ = path;
+    const auto status = context_.files.status(from, Links::stay);
+    if (!status) return status.error();
+    if (isOtherVolume(*status)) return PosixCode::busy;
+    if (status->isFolder()) return enter(from, to, *status, std::move(path));
+
+    if (status->linkCount > 1) {
+      const auto [first, isNew] =
+          linked_.try_emplace(std::pair(status->device, status->inode), path_);
+      const bool isLinked =
+          !isNew && context_.files.createHardLink(to, copied(first->second)) == PosixCode::success;
+      if (isLinked) return PosixCode::success;
+    }
+    const auto code = create(from, to, status->type());
+    return code == PosixCode::success ? copyAttributes(from, to, *status) : code;
+  }
+
+  /// Where the system does not tell that a volume is mounted on a folder, its number does.
+  bool isOtherVolume(const FileStatus& status) const {
+    if (levels_.empty()) return false;
+    const auto own = levels_.front().status.device;
+    return status.isMountRoot || (status.isFolder() && status.device != own);
+  }
+
+  /// An object that was copied already, by its path from the top. Links can only be met below a
+  /// folder, so there is an open top.
+  FileAt copied(const std::string& path) const { return {levels_.front().to, path.c_str()}; }
+
+  PosixCode create(FileAt from, FileAt to, std::uint32_t type) {
+    if (type == file_type::regular) {
+      auto file = context_.files.createFile(to, ownerOnlyFile);
+      return file ? context_.files.copyContents(from, *file) : file.error();
+    }
+    if (type == file_type::link) {
+      const auto target = context_.files.linkTarget(from);
+      return target ? context_.files.createLink(to, *target) : target.error();
+    }
+    return context_.files.createSpecialFile(to, from);
+  }
+
+  PosixCode enter(FileAt from, FileAt to, const FileStatus& status, std::string path) {
+    auto source = context_.files.openFolder(from, Links::stay);
+    if (!source) return source.error();
+    auto folder = context_.files.createFolder(to, ownerOnlyFolder);
+    if (!folder) return folder.error();
+    levels_.push_back({std::move(*source), std::move(*folder), status, std::move(path)});
+    return PosixCode::success;
+  }
+
+  /// A folder's attributes come last: its times change with its contents, and a flag would forbid
+  /// them.
+  PosixCode leave() {
+    const auto level = std::move(levels_.back());
+    levels_.pop_back();
+    return copyAttributes({level.from, "."}, {level.to, "."}, level.status);
+  }
+
+  /// The owner comes first: a change of it takes away permission bits and privileges.
+  PosixCode copyAttributes(FileAt from, FileAt to, const FileStatus& status) {
+    auto& files = context_.files;
+    auto code = ifKept(files.setOwner(to, Links::stay, status.userID, status.groupID));
+    if (code == PosixCode::success) code = copyExtendedAttributes(from, to);
+    if (code == PosixCode::success) {
+      code = ifKept(files.setPermissions(to, Links::stay, status.mode & permissionBits));
+    }
+    if (code == PosixCode::success) code = files.copyTimes(from, to);
+    if (code == PosixCode::success) code = setFlags(to, status);
+    return code;
+  }
+
+  PosixCode copyExtendedAttributes(FileAt from, FileAt to) {
+    const auto names = context_.attributes.names(from, Links::stay, Compression::hidden);
+    if (!names) return ifSupported(names.error());
+    for (const auto& name : *names) {
+      const auto value = context_.attributes.value(from, Links::stay, name);
+      if (!value && value.error() == PosixCode::noAttribute) continue;
+      const auto code =
+          value ? context_.attributes.set(to, Links::stay, name, *value) : value.error();
+      if (ifSupported(code) != PosixCode::success) return code;
+    }
+    return PosixCode::success;
+  }
+
+  PosixCode setFlags(FileAt to, const FileStatus& status) {
+    if (status.flags == 0) return PosixCode::success;
+    auto current = status;
+    current.flags = 0;
+    return ifSupported(context_.files.setFlags(to, Links::stay, current, status.flags));
+  }
+
+  const ItemContext& context_;
+  const FileAt to_;
+  std::vector<Level> levels_;
+  /// Where the first name of each object with several was copied to.
+  std::map<std::pair<std::uint64_t, std::uint64_t>, std::string> linked_;
+  /// Of the object being copied, from the top.
+  std::string path_;
+};
+
+}  // namespace
+
+std::optional<TreeFailure> copyTree(const ItemContext& context, FileAt from, FileAt to) {
+  return Copy(context, to).copy(from);
+}
+
+}  // namespace qrt

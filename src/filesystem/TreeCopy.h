@@ -1,0 +1,20 @@
+// Copying an object with everything below it and everything attached to it.
+#pragma once
+
+#include <optional>
+
+#include "filesystem/ItemContext.h"
+#include "filesystem/TreeWalk.h"
+
+namespace qrt {
+
+/// Copies contents, owner, permissions, times, flags and extended attributes; links as links, hard
+/// links within the tree as hard links where they can be, holes as holes. What the new file system
+/// has no place for is left out. Nobody else may be able to change the folder that the copy is made
+/// in.
+///
+/// A volume mounted below `from` is `busy`. The first error ends the copying; what was copied by
+/// then stays.
+std::optional<TreeFailure> copyTree(const ItemContext& context, FileAt from, FileAt to);
+
+}  // namespace qrt

@@ -1,0 +1,35 @@
+// An open regular file.
+#pragma once
+
+#include <cstdint>
+
+#include "base/PosixCode.h"
+#include "base/PropertyValue.h"
+#include "platform/FileDescriptor.h"
+
+namespace qrt {
+
+/// Holds a file by its descriptor: what happens to its name meanwhile does not matter. Belongs to
+/// one thread.
+class OpenFile {
+ public:
+  explicit OpenFile(FileDescriptor descriptor) : descriptor_(std::move(descriptor)) {}
+
+  /// Writes all of it, from where the last write ended.
+  PosixCode write(const Data& bytes);
+
+  PosixCode setOwner(std::uint32_t userID, std::uint32_t groupID);
+  /// The twelve permission bits.
+  PosixCode setPermissions(std::uint32_t permissions);
+
+  /// Returns when contents and attributes are safe from a loss of power.
+  PosixCode synchronize();
+
+  /// For system calls below this interface.
+  int descriptor() const { return descriptor_.get(); }
+
+ private:
+  FileDescriptor descriptor_;
+};
+
+}  // namespace qrt

@@ -1,0 +1,113 @@
+#include "platform/linux/LinuxExtendedAttributes.h"
+
+#include <sys/xattr.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <string_view>
+
+#include "platform/linux/ObjectHandle.h"
+#include "platform/posix/NativeError.h"
+
+namespace qrt {
+namespace {
+
+constexpr std::string_view userNamespace = "user.";
+constexpr std::string_view namespaces[] = {userNamespace, "system.", "security.", "trusted."};
+
+/// XFS tells access control lists a second time under these names; no other file system could make
+/// anything of them.
+constexpr std::string_view secondViews[] = {"trusted.SGI_ACL_FILE", "trusted.SGI_ACL_DEFAULT"};
+
+bool isSecondView(std::string_view name) {
+  return std::find(std::begin(secondViews), std::end(secondViews), name) != std::end(secondViews);
+}
+
+bool hasNamespace(std::string_view name) {
+  return std::any_of(std::begin(namespaces), std::end(namespaces),
+                     [name](std::string_view prefix) { return name.starts_with(prefix); });
+}
+
+std::string nativeName(const std::string& name) {
+  return hasNamespace(name) ? name : std::string(userNamespace) + name;
+}
+
+std::string_view nameOf(std::string_view nativeName) {
+  if (!nativeName.starts_with(userNamespace)) return nativeName;
+  const auto rest = nativeName.substr(userNamespace.size());
+  return hasNamespace(rest) ? nativeName : rest;
+}
+
+bool isName(std::string_view name) {
+  return !name.empty() && name.find('\0') == std::string_view::npos;
+}
+
+PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
+
+/// What a call delivers that tells the length when it is given no room. The length may have grown
+/// by the time of the second call; then it is asked for again.
+template <class Bytes, class Call>
+PosixResult<Bytes> delivered(Call call) {
+  for (;;) {
+    const auto wanted = call(nullptr, 0);
+    if (wanted < 0) return lastError();
+    Bytes bytes(static_cast<std::size_t>(wanted), 0);
+    if (wanted == 0) return bytes;
+    const auto length = call(bytes.data(), bytes.size());
+    if (length < 0 && errno == ERANGE) continue;
+    if (length < 0) return lastError();
+    bytes.resize(static_cast<std::size_t>(length));
+    return bytes;
+  }
+}
+
+}  // namespace
+
+PosixResult<std::vector<std::string>> LinuxExtendedAttributes::names(FileAt object, Links links,
+                                                                     Compression) {
+  const auto handle = ObjectHandle::open(object, links);
+  if (!handle) return handle.error();
+  const auto path = handle->path();
+  const auto list = delivered<std::string>(
+      [&path](char* bytes, std::size_t size) { return ::listxattr(path.c_str(), bytes, size); });
+  if (!list) return list.error();
+
+  std::vector<std::string> names;
+  for (std::string_view rest = *list; !rest.empty();) {
+    const auto name = rest.substr(0, rest.find('\0'));
+    if (!isSecondView(name)) names.emplace_back(nameOf(name));
+    rest.remove_prefix(std::min(rest.size(), name.size() + 1));
+  }
+  return names;
+}
+
+PosixResult<Data> LinuxExtendedAttributes::value(FileAt object, Links links,
+                                                 const std::string& name) {
+  if (!isName(name)) return PosixCode::invalidArgument;
+  const auto handle = ObjectHandle::open(object, links);
+  if (!handle) return handle.error();
+  const auto path = handle->path();
+  const auto native = nativeName(name);
+  return delivered<Data>([&](std::uint8_t* bytes, std::size_t size) {
+    return ::getxattr(path.c_str(), native.c_str(), bytes, size);
+  });
+}
+
+PosixCode LinuxExtendedAttributes::set(FileAt object, Links links, const std::string& name,
+                                       const Data& value) {
+  if (!isName(name)) return PosixCode::invalidArgument;
+  const auto handle = ObjectHandle::open(object, links);
+  if (!handle) return handle.error();
+  return codeFor(
+      ::setxattr(handle->path().c_str(), nativeName(name).c_str(), value.data(), value.size(), 0));
+}
+
+PosixCode LinuxExtendedAttributes::remove(FileAt object, Links links, const std::string& name,
+                                          Compression) {
+  if (!isName(name)) return PosixCode::invalidArgument;
+  const auto handle = ObjectHandle::open(object, links);
+  if (!handle) return handle.error();
+  return codeFor(::removexattr(handle->path().c_str(), nativeName(name).c_str()));
+}
+
+}  // namespace qrt

@@ -1,0 +1,21 @@
+// Extended attributes through Linux's own calls.
+#pragma once
+
+#include "platform/ExtendedAttributes.h"
+
+namespace qrt {
+
+/// Names here begin with a namespace. One that is given without lives in "user.", which is taken
+/// off again on reading unless the rest would then seem to have a namespace. No file system shows
+/// compressed contents as an attribute.
+class LinuxExtendedAttributes : public ExtendedAttributes {
+ public:
+  PosixResult<std::vector<std::string>> names(FileAt object, Links links,
+                                              Compression compression) override;
+  PosixResult<Data> value(FileAt object, Links links, const std::string& name) override;
+  PosixCode set(FileAt object, Links links, const std::string& name, const Data& value) override;
+  PosixCode remove(FileAt object, Links links, const std::string& name,
+                   Compression compression) override;
+};
+
+}  // namespace qrt

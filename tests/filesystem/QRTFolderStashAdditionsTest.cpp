@@ -1,0 +1,118 @@
+#include "filesystem/QRTFolderStashAdditions.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "platform/NativePlatform.h"
+#include "support/Mounts.h"
+#include "support/ScratchFolder.h"
+
+namespace qrt {
+namespace {
+
+class QRTFolderStashAdditionsTest : public testing::Test {
+ protected:
+  Outcome stash(const std::string& path, const std::string& name, bool substitute) {
+    return QRTFolderStashAdditions::performOperationRenameStashfolderWithArguments(
+        context_, {path, name, substitute});
+  }
+
+  struct stat statusOf(const std::string& name) {
+    struct stat status {};
+    EXPECT_EQ(lstat(scratch_.path(name).c_str(), &status), 0) << name;
+    return status;
+  }
+
+  Dictionary attributesOf(const std::string& name) {
+    Dictionary attributes;
+    const auto path = scratch_.path(name);
+    const auto names = context_.attributes.names(path.c_str(), Links::follow, Compression::hidden);
+    for (const auto& attribute : *names) {
+      attributes.emplace(attribute,
+                         *context_.attributes.value(path.c_str(), Links::follow, attribute));
+    }
+    return attributes;
+  }
+
+  test::ScratchFolder scratch_;
+  const NativePlatform platform_;
+  const ItemContext context_{platform_.facilities().files,
+                             platform_.facilities().extendedAttributes};
+};
+
+TEST_F(QRTFolderStashAdditionsTest, TheSubstituteIsEmptyAndHasTheSameMetadata) {
+  const auto folder = scratch_.folder("folder");
+  scratch_.file("folder/file");
+  ASSERT_EQ(chown(folder.c_str(), 1234, 4321), 0);
+  ASSERT_EQ(chmod(folder.c_str(), 03751), 0);
+  ASSERT_TRUE(test::run({"setfattr", "-n", "trusted.label", "-v", "t", folder}));
+  ASSERT_TRUE(test::run({"setfacl", "-m", "u:77:rwx,g::r-x,d:u:78:r-x", folder}));
+  const auto before = statusOf("folder");
+  const auto attributes = attributesOf("folder");
+  EXPECT_EQ(attributes.size(), 3u);
+  // What a new folder is born with here is not what the old one had.
+  ASSERT_TRUE(test::run({"setfacl", "-m", "d:u:99:rwx,d:g:99:rwx", scratch_.path()}));
+
+  EXPECT_EQ(stash(folder, "aside", true), success);
+  EXPECT_EQ(statusOf("aside").st_ino, before.st_ino);
+  EXPECT_TRUE(test::exists(scratch_.path("aside/file")));
+  EXPECT_FALSE(test::exists(scratch_.path("folder/file")));
+  for (const char* name : {"folder", "aside"}) {
+    const auto after = statusOf(name);
+    EXPECT_EQ(after.st_mode, before.st_mode) << name;
+    EXPECT_EQ(after.st_uid, 1234u) << name;
+    EXPECT_EQ(after.st_gid, 4321u) << name;
+    EXPECT_EQ(attributesOf(name), attributes) << name;
+  }
+}
+
+TEST_F(QRTFolderStashAdditionsTest, ASubstituteWithoutMetadataLosesWhatItWasBornWith) {
+  const auto folder = scratch_.folder("folder");
+  ASSERT_TRUE(test::run({"setfacl", "-m", "d:u:99:rwx", scratch_.path()}));
+  EXPECT_EQ(stash(folder, "aside", true), success);
+  EXPECT_EQ(attributesOf("folder"), Dictionary());
+  EXPECT_EQ(statusOf("folder").st_mode & 07777, 0755u);
+}
+
+TEST_F(QRTFolderStashAdditionsTest, WithoutASubstituteTheOldPathIsFree) {
+  scratch_.folder("folder");
+  EXPECT_EQ(stash(scratch_.path("folder/"), "aside", false), success);
+  EXPECT_FALSE(test::exists(scratch_.path("folder")));
+  EXPECT_TRUE(test::exists(scratch_.path("aside")));
+}
+
+TEST_F(QRTFolderStashAdditionsTest, ALinkToAFolderIsMovedItself) {
+  scratch_.folder("folder");
+  ASSERT_EQ(chmod(scratch_.path("folder").c_str(), 0711), 0);
+  const auto link = scratch_.link("link", "folder");
+  EXPECT_EQ(stash(link, "aside", true), success);
+  EXPECT_TRUE(S_ISLNK(statusOf("aside").st_mode));
+  EXPECT_EQ(statusOf("link").st_mode, S_IFDIR | 0711u);
+}
+
+TEST_F(QRTFolderStashAdditionsTest, WhatCannotBeMovedIsRefused) {
+  const auto folder = scratch_.folder("folder");
+  const auto file = scratch_.file("file");
+  const auto invalid = posixError(PosixCode::invalidArgument);
+  EXPECT_EQ(stash("", "aside", true), invalid);
+  EXPECT_EQ(stash(folder, "", true), invalid);
+  EXPECT_EQ(QRTFolderStashAdditions::performOperationRenameStashfolderWithArguments(
+                context_, {folder, "aside"}),
+            invalid);
+  for (const auto& path : {file, scratch_.path("missing"), scratch_.link("dangling", "nowhere")}) {
+    EXPECT_EQ(stash(path, "aside", true), posixError(PosixCode::notDirectory, path));
+  }
+  EXPECT_EQ(stash(folder, "file", true), posixError(PosixCode::exists, file));
+  EXPECT_EQ(stash(folder, "folder", true), posixError(PosixCode::exists, folder));
+  EXPECT_EQ(stash(folder, "dangling", true)->code, 516);
+  if (scratch_.changeFlags("folder", "+i")) {
+    EXPECT_EQ(stash(folder, "aside", true)->code, 513);
+  }
+  EXPECT_TRUE(test::exists(folder));
+}
+
+}  // namespace
+}  // namespace qrt

@@ -1,0 +1,104 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "platform/linux/LinuxFileSystem.h"
+#include "support/ScratchFolder.h"
+
+namespace qrt {
+namespace {
+
+class FileCreationTest : public testing::Test {
+ protected:
+  std::uint32_t modeOf(const std::string& path) {
+    return files_.status(path.c_str(), Links::stay)->mode;
+  }
+
+  test::ScratchFolder scratch_;
+  LinuxFileSystem files_;
+};
+
+TEST_F(FileCreationTest, PermissionsAreExactWhateverTheMaskAndTheFolder) {
+  ASSERT_EQ(chmod(scratch_.path().c_str(), 02777), 0);
+  for (const mode_t mask : {0000, 0022, 0777}) {
+    const auto before = umask(mask);
+    const auto file = scratch_.path("file" + std::to_string(mask));
+    const auto folder = scratch_.path("folder" + std::to_string(mask));
+    EXPECT_TRUE(files_.createFile(file.c_str(), 0646));
+    EXPECT_TRUE(files_.createFolder(folder.c_str(), 0757));
+    EXPECT_EQ(umask(before), mask);
+    EXPECT_EQ(modeOf(file), file_type::regular | 0646u);
+    EXPECT_EQ(modeOf(folder), file_type::folder | 0757u);
+  }
+}
+
+TEST_F(FileCreationTest, ANameThatIsTakenStaysAsItIs) {
+  scratch_.folder("folder");
+  scratch_.file("file", "x");
+  scratch_.link("dangling", "nowhere");
+  scratch_.link("link", "folder");
+  const auto model = scratch_.path("fifo");
+  ASSERT_EQ(mkfifo(model.c_str(), 0600), 0);
+  for (const char* name : {"folder", "file", "dangling", "link"}) {
+    const auto path = scratch_.path(name);
+    const auto before = files_.status(path.c_str(), Links::stay);
+    EXPECT_EQ(files_.createFile(path.c_str(), 0600).error(), PosixCode::exists);
+    EXPECT_EQ(files_.createFolder(path.c_str(), 0700).error(), PosixCode::exists);
+    EXPECT_EQ(files_.createLink(path.c_str(), "x"), PosixCode::exists);
+    EXPECT_EQ(files_.createHardLink(path.c_str(), model.c_str()), PosixCode::exists);
+    EXPECT_EQ(files_.createSpecialFile(path.c_str(), model.c_str()), PosixCode::exists);
+    EXPECT_EQ(files_.rename(model.c_str(), path.c_str()), PosixCode::exists);
+    EXPECT_EQ(files_.renameAfterLooking(model.c_str(), path.c_str()), PosixCode::exists);
+    const auto after = files_.status(path.c_str(), Links::stay);
+    EXPECT_EQ(after->inode, before->inode);
+    EXPECT_EQ(after->size, before->size);
+  }
+  EXPECT_FALSE(test::exists(scratch_.path("nowhere")));
+}
+
+TEST_F(FileCreationTest, BothWaysToRenameGiveTheSameAnswers) {
+  const auto folder = scratch_.folder("folder");
+  const auto rename = [&](bool newer, const std::string& from, const std::string& to) {
+    return newer ? files_.rename(from.c_str(), to.c_str())
+                 : files_.renameAfterLooking(from.c_str(), to.c_str());
+  };
+  for (const bool newer : {true, false}) {
+    const auto link = scratch_.link("link", "nowhere");
+    EXPECT_EQ(rename(newer, link, scratch_.path("new")), PosixCode::success);
+    EXPECT_EQ(rename(newer, link, scratch_.path("other")), PosixCode::noEntry);
+    EXPECT_EQ(rename(newer, folder, folder + "/inside"), PosixCode::invalidArgument);
+    EXPECT_EQ(rename(newer, folder, scratch_.path("no/where")), PosixCode::noEntry);
+    EXPECT_EQ(rename(newer, folder, "/proc/folder"), PosixCode::crossDevice);
+    ASSERT_EQ(unlink(scratch_.path("new").c_str()), 0);
+  }
+}
+
+TEST_F(FileCreationTest, LinksTellLongTargetsAndPathsAreResolved) {
+  const std::string target(4000, 't');
+  EXPECT_EQ(*files_.linkTarget(scratch_.link("long", target).c_str()), target);
+  EXPECT_EQ(files_.linkTarget(scratch_.file("file").c_str()).error(), PosixCode::invalidArgument);
+
+  const auto folder = *files_.resolvedPath(scratch_.folder("folder"));
+  scratch_.link("link", "folder");
+  EXPECT_EQ(*files_.resolvedPath(scratch_.path("link/../link/.")), folder);
+  EXPECT_EQ(files_.resolvedPath(scratch_.link("loop", "loop")).error(), PosixCode::tooManyLinks);
+  EXPECT_EQ(files_.resolvedPath(scratch_.path("missing")).error(), PosixCode::noEntry);
+  EXPECT_EQ(files_.resolvedPath(std::string("/tmp\0x", 6)).error(), PosixCode::noEntry);
+}
+
+TEST_F(FileCreationTest, PermissionsAndOwnersOfLinksAreTheirOwn) {
+  const auto file = scratch_.file("file");
+  const auto link = scratch_.link("link", "file");
+  EXPECT_EQ(files_.setPermissions(link.c_str(), Links::stay, 0600), PosixCode::notSupported);
+  EXPECT_EQ(modeOf(file), file_type::regular | 0644u);
+  EXPECT_EQ(files_.setOwner(link.c_str(), Links::stay, 12, 34), PosixCode::success);
+  EXPECT_EQ(files_.status(file.c_str(), Links::stay)->userID, geteuid());
+  EXPECT_EQ(files_.status(link.c_str(), Links::stay)->userID, 12u);
+  EXPECT_EQ(files_.setPermissions(link.c_str(), Links::follow, 0600), PosixCode::success);
+  EXPECT_EQ(modeOf(file), file_type::regular | 0600u);
+}
+
+}  // namespace
+}  // namespace qrt

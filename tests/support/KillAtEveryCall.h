@@ -1,0 +1,60 @@
+// A process that ends at each of its system calls in turn.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace qrt::test {
+
+/// Runs `action` in a child that is killed at its stop number `stop`, counted from 1: before its
+/// first system call, after it, before the second, ... True when the child came to its end instead.
+template <class Action>
+bool survives(Action action, int stop) {
+  const auto child = fork();
+  if (child == 0) {
+    ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+    raise(SIGSTOP);
+    action();
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  if (!WIFSTOPPED(status)) {
+    ADD_FAILURE() << "cannot trace";
+    return true;
+  }
+  for (int seen = 0;; ++seen) {
+    if (seen == stop) {
+      kill(child, SIGKILL);
+      waitpid(child, &status, 0);
+      return false;
+    }
+    ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
+    waitpid(child, &status, 0);
+    if (WIFEXITED(status)) return true;
+    if (WIFSIGNALED(status)) {
+      ADD_FAILURE() << "ended by signal " << WTERMSIG(status);
+      return true;
+    }
+  }
+}
+
+/// Kills `action` at every stop, each time after `prepare`, and has `check` look at what is left.
+/// Returns how often it was killed.
+template <class Prepare, class Action, class Check>
+int killAtEveryCall(Prepare prepare, Action action, Check check) {
+  constexpr int unreasonablyMany = 20000;
+  for (int stop = 1; stop < unreasonablyMany; ++stop) {
+    prepare();
+    const bool hasSurvived = survives(action, stop);
+    check(stop);
+    if (hasSurvived || testing::Test::HasFailure()) return stop - 1;
+  }
+  ADD_FAILURE() << "never came to its end";
+  return 0;
+}
+
+}  // namespace qrt::test
