@@ -4,12 +4,15 @@
 namespace qrt {
 
 class Authority;
+class BlockDevices;
 class FileSystem;
 class HelperConnector;
 class KernelSettings;
 class Log;
+class Nvram;
 class ProcessTable;
 class PropertyLists;
+class SMCExchange;
 class SelfProcess;
 class SystemVersionFile;
 class Transport;
@@ -27,6 +30,9 @@ struct Platform {
   Authority& authority;
   Transport& transport;
   HelperConnector& helperConnector;
+  SMCExchange& smc;
+  Nvram& nvram;
+  BlockDevices& blockDevices;
 };
 
 }  // namespace qrt

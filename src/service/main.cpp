@@ -2,6 +2,7 @@
 #include <iostream>
 
 #include "filesystem/FileSystemOperations.h"
+#include "hardware/HardwareOperations.h"
 #include "operations/SystemSettings.h"
 #include "platform/NativePlatform.h"
 #include "platform/PropertyLists.h"
@@ -21,6 +22,7 @@ int main(int argc, char** argv) {
                                    [&](qrt::HandlerTable& handlers) {
                                      qrt::registerSystemSettingHandlers(handlers, platform);
                                      qrt::registerFileSystemHandlers(handlers, platform);
+                                     qrt::registerHardwareHandlers(handlers, platform);
                                    },
                                    std::cout, std::cerr};
   const auto arguments = std::span<const char* const>(argv, argc > 0 ? argc : 0);

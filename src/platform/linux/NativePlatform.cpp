@@ -8,11 +8,14 @@
 #include "platform/linux/LinuxHelperConnection.h"
 #include "platform/linux/LinuxKernelSettings.h"
 #include "platform/linux/LinuxLog.h"
+#include "platform/linux/LinuxNvram.h"
 #include "platform/linux/LinuxProcessTable.h"
 #include "platform/linux/LinuxPropertyLists.h"
+#include "platform/linux/LinuxSMCExchange.h"
 #include "platform/linux/LinuxSelfProcess.h"
 #include "platform/linux/LinuxSystemVersionFile.h"
 #include "platform/linux/LinuxTransport.h"
+#include "platform/posix/PosixBlockDevices.h"
 #include "protocol/Names.h"
 
 namespace qrt {
@@ -35,7 +38,10 @@ struct NativePlatform::Facilities {
         processes(root),
         kernelSettings(root),
         authority(stateFolder(root), propertyLists),
-        transport(authority) {}
+        transport(authority),
+        smc(root),
+        nvram(root),
+        blockDevices(root) {}
 
   LinuxLog log;
   LinuxSelfProcess self;
@@ -47,9 +53,13 @@ struct NativePlatform::Facilities {
   LinuxAuthority authority;
   LinuxTransport transport;
   LinuxHelperConnector helperConnector;
+  LinuxSMCExchange smc;
+  LinuxNvram nvram;
+  PosixBlockDevices blockDevices;
 
   Platform references{log,       self,           files,     propertyLists, versionFile,
-                      processes, kernelSettings, authority, transport,     helperConnector};
+                      processes, kernelSettings, authority, transport,     helperConnector,
+                      smc,       nvram,          blockDevices};
 };
 
 NativePlatform::NativePlatform(const std::string& root)
