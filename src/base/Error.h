@@ -36,6 +36,14 @@ struct Error {
 class [[nodiscard]] Outcome : public std::optional<Error> {
  public:
   using std::optional<Error>::optional;
+
+  friend bool operator==(const Outcome& a, const Outcome& b) {
+    return a.has_value() == b.has_value() && (!a || *a == *b);
+  }
+  friend bool operator==(const Outcome& outcome, std::nullopt_t) { return !outcome.has_value(); }
+  friend bool operator==(const Outcome& outcome, const Error& error) {
+    return outcome && *outcome == error;
+  }
 };
 
 inline constexpr std::nullopt_t success = std::nullopt;

@@ -9,7 +9,8 @@ namespace {
 template <class To>
 To saturated(double value) {
   if (std::isnan(value)) return 0;
-  // The largest 64-bit integers are not doubles; the next power of two is, and is the first value out of range.
+  // The largest 64-bit integers are not doubles; the next power of two is, and is the first value
+  // out of range.
   const double end = std::ldexp(1.0, std::numeric_limits<To>::digits);
   if (value >= end) return std::numeric_limits<To>::max();
   if (value <= static_cast<double>(std::numeric_limits<To>::min())) {
@@ -46,8 +47,8 @@ double Number::asDouble() const {
 }
 
 bool operator==(const Number& a, const Number& b) {
-  const bool floating = std::holds_alternative<double>(a.storage_) ||
-                        std::holds_alternative<double>(b.storage_);
+  const bool floating =
+      std::holds_alternative<double>(a.storage_) || std::holds_alternative<double>(b.storage_);
   if (floating) return a.asDouble() == b.asDouble();
   const auto negative = [](const Number& n) {
     const auto* value = std::get_if<std::int64_t>(&n.storage_);

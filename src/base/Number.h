@@ -15,8 +15,7 @@ class Number {
   using Storage = std::variant<bool, std::int64_t, std::uint64_t, double>;
 
   template <class T>
-    requires std::is_arithmetic_v<T>
-  Number(T value) : storage_(widen(value)) {}
+  requires std::is_arithmetic_v<T> Number(T value) : storage_(widen(value)) {}
 
   bool asBool() const;
   /// Doubles are truncated toward zero and saturate; NaN is 0. Integers keep their 64 bits.

@@ -37,8 +37,7 @@ class PropertyValue {
   PropertyValue(const char* text) : storage_(std::string(text)) {}
   PropertyValue(Number number) : storage_(number) {}
   template <class T>
-    requires std::is_arithmetic_v<T>
-  PropertyValue(T number) : storage_(Number(number)) {}
+  requires std::is_arithmetic_v<T> PropertyValue(T number) : storage_(Number(number)) {}
   PropertyValue(Data data) : storage_(std::move(data)) {}
   PropertyValue(Date date) : storage_(date) {}
   PropertyValue(Array array) : storage_(std::move(array)) {}
@@ -60,7 +59,8 @@ class PropertyValue {
   friend bool operator==(const PropertyValue& a, const PropertyValue& b);
 
  private:
-  std::variant<std::string, Number, Data, Date, Array, Dictionary, std::shared_ptr<const Error>> storage_;
+  std::variant<std::string, Number, Data, Date, Array, Dictionary, std::shared_ptr<const Error>>
+      storage_;
 };
 
 /// The string under `key`, or null when the key is missing or holds another kind of value.

@@ -10,8 +10,8 @@ namespace qrt {
 
 struct Error;
 
-/// Holds a `T` or an `E`, never neither. Asking for the one that is not there is a programming error
-/// and ends the process.
+/// Holds a `T` or an `E`, never neither. Asking for the one that is not there is a programming
+/// error and ends the process.
 template <class T, class E = Error>
 class [[nodiscard]] Result {
  public:

@@ -64,14 +64,25 @@ bool QRTDirectoryEnumerator::initForBasePath(FileAt base, Links links, bool stay
 }
 
 std::optional<std::string> QRTDirectoryEnumerator::nextObject() {
-  const auto entry = nextEntry();
-  if (!entry) return std::nullopt;
+  if (!advance()) return std::nullopt;
+  return objectPath();
+}
+
+bool QRTDirectoryEnumerator::advance() {
+  if (!readNextEntry()) return false;
   objectHolder_ = &top();
-  objectName_ = entry->name;
-  objectType_ = entry->type;
-  auto relativePath = currentRelativePathForDirectoryEntry(*entry);
-  if (shouldDescend(*entry, relativePath)) pushDirectoryEntry(*entry);
-  return relativePath;
+  objectPathStart_ = relativePathLength_;
+  if (shouldDescend()) pushDirectoryEntry();
+  return true;
+}
+
+std::string QRTDirectoryEnumerator::objectPath() const {
+  const std::string_view name = entry_.name;
+  std::string path;
+  path.reserve(objectPathStart_ + 1 + name.size());
+  path.append(relativePath_.data(), objectPathStart_);
+  if (objectPathStart_ != 0) path += '/';
+  return path.append(name);
 }
 
 std::vector<std::string> QRTDirectoryEnumerator::allObjects() {
@@ -82,40 +93,40 @@ std::vector<std::string> QRTDirectoryEnumerator::allObjects() {
 
 void QRTDirectoryEnumerator::skipDescendents() { popDirectory(); }
 
-FileAt QRTDirectoryEnumerator::object() const { return {*objectHolder_->folder, objectName_}; }
-
-std::optional<FolderEntry> QRTDirectoryEnumerator::nextEntry() {
+bool QRTDirectoryEnumerator::readNextEntry() {
   while (levelCount_ != 0 && failure_ == PosixCode::success) {
     if (auto& folder = top().folder) {
       const auto entry = folder->next();
-      if (entry && *entry) return *entry;
       if (!entry) note(entry.error());
+      if (entry && *entry) {
+        entry_ = **entry;
+        return true;
+      }
     }
     popDirectory();
   }
-  return std::nullopt;
+  return false;
 }
 
-bool QRTDirectoryEnumerator::shouldDescend(const FolderEntry& entry,
-                                           std::string_view relativePath) const {
-  const bool isTypeKnown = entry.type != 0;
-  if (isTypeKnown && (entry.type & folderBit) == 0) return false;
+bool QRTDirectoryEnumerator::shouldDescend() const {
+  const bool isTypeKnown = entry_.type != 0;
+  if (isTypeKnown && (entry_.type & folderBit) == 0) return false;
   if (!isTypeKnown || shouldStayOnFileSystem_) {
     const auto status = files_.status(object(), Links::stay);
     if (!status || (status->type() & folderBit) == 0) return false;
     if (shouldStayOnFileSystem_) return status->device == baseFileSystemID_;
   }
-  return !isInVolumeNamespace(relativePath);
+  return !isInVolumeNamespace();
 }
 
-bool QRTDirectoryEnumerator::isInVolumeNamespace(std::string_view relativePath) const {
+bool QRTDirectoryEnumerator::isInVolumeNamespace() const {
   const auto fromBase = std::min(basePath_.size(), volumeNamespace.size());
   return basePath_.starts_with(volumeNamespace.substr(0, fromBase)) &&
-         relativePath.starts_with(volumeNamespace.substr(fromBase));
+         objectPath().starts_with(volumeNamespace.substr(fromBase));
 }
 
-void QRTDirectoryEnumerator::pushDirectoryEntry(const FolderEntry& entry) {
-  const std::string_view name = entry.name;
+void QRTDirectoryEnumerator::pushDirectoryEntry() {
+  const std::string_view name = entry_.name;
   if (name.empty()) return;
   if (relativePathLength_ + 1 + name.size() > maximumPathLength) {
     log_.standard("%{public}@: maximum path length reached. Skipping...", className);
@@ -145,16 +156,6 @@ void QRTDirectoryEnumerator::popDirectory() {
   auto& level = levels_[--levelCount_];
   level.folder.reset();
   relativePathLength_ -= level.componentLength;
-}
-
-std::string QRTDirectoryEnumerator::currentRelativePathForDirectoryEntry(
-    const FolderEntry& entry) const {
-  const std::string_view name = entry.name;
-  std::string path;
-  path.reserve(relativePathLength_ + 1 + name.size());
-  path.append(relativePath_.data(), relativePathLength_);
-  if (relativePathLength_ != 0) path += '/';
-  return path.append(name);
 }
 
 void QRTDirectoryEnumerator::note(PosixCode failure) {

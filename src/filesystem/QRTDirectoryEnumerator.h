@@ -47,6 +47,9 @@ class QRTDirectoryEnumerator {
   /// The next path relative to the base, or none when the walk is over.
   std::optional<std::string> nextObject();
 
+  /// The same without the path, for walks that need few of them. False when the walk is over.
+  bool advance();
+
   /// All remaining paths.
   std::vector<std::string> allObjects();
 
@@ -57,12 +60,15 @@ class QRTDirectoryEnumerator {
 
   bool shouldStayOnFileSystem() const { return shouldStayOnFileSystem_; }
 
-  /// The object whose path was returned last. Good until the next `nextObject()` or
-  /// `skipDescendents()`; not to be asked before the first object nor after the last.
-  FileAt object() const;
+  /// The object that the walk has come to. Good until it goes on or `skipDescendents()`; not to be
+  /// asked before the first object nor after the last.
+  FileAt object() const { return {*objectHolder_->folder, entry_.name}; }
 
   /// Its type bits (`file_type`), or 0 where the file system's listing does not tell.
-  std::uint32_t objectType() const { return objectType_; }
+  std::uint32_t objectType() const { return entry_.type; }
+
+  /// Its path relative to the base.
+  std::string objectPath() const;
 
   /// `success`, or why the walk ended before its end: descriptors or memory ran out. What was
   /// handed out is then incomplete, and the caller says so.
@@ -85,12 +91,11 @@ class QRTDirectoryEnumerator {
   bool initForBasePath(FileAt base, Links links, bool stayOnFileSystem);
 
   Level& top() { return levels_[levelCount_ - 1]; }
-  std::optional<FolderEntry> nextEntry();
-  bool shouldDescend(const FolderEntry& entry, std::string_view relativePath) const;
-  bool isInVolumeNamespace(std::string_view relativePath) const;
-  void pushDirectoryEntry(const FolderEntry& entry);
+  bool readNextEntry();
+  bool shouldDescend() const;
+  bool isInVolumeNamespace() const;
+  void pushDirectoryEntry();
   void popDirectory();
-  std::string currentRelativePathForDirectoryEntry(const FolderEntry& entry) const;
   void note(PosixCode failure);
 
   FileSystem& files_;
@@ -103,9 +108,10 @@ class QRTDirectoryEnumerator {
   std::size_t levelCount_ = 0;
   bool shouldStayOnFileSystem_ = false;
   std::uint64_t baseFileSystemID_ = 0;
+  FolderEntry entry_{};
   const Level* objectHolder_ = nullptr;
-  const char* objectName_ = nullptr;
-  std::uint32_t objectType_ = 0;
+  /// How much of the relative path stands before the object's name.
+  std::size_t objectPathStart_ = 0;
   PosixCode failure_ = PosixCode::success;
 };
 

@@ -14,9 +14,9 @@ namespace qrt {
 /// Receives the feedback of a running operation, on the thread that called it.
 using FeedbackHandler = std::function<void(const Dictionary& message)>;
 
-/// Failures of the connection itself are "NSCocoaErrorDomain" 4097 (it broke while a call ran, or an
-/// interruption was asked for: then POSIX 4) and 4099 (it cannot be opened or used).
-/// Calls wait for their reply without a time limit. Not thread-safe, but for `interrupt`.
+/// Failures of the connection itself are "NSCocoaErrorDomain" 4097 (it broke while a call ran, or
+/// an interruption was asked for: then POSIX 4) and 4099 (it cannot be opened or used). Calls wait
+/// for their reply without a time limit. Not thread-safe, but for `interrupt`.
 class HelperConnection {
  public:
   virtual ~HelperConnection() = default;

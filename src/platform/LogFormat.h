@@ -19,7 +19,8 @@ struct LogConversion {
 
 namespace log_format {
 
-/// Reads the conversion behind a "%". Advances `rest` past it. A letter of 0 means "not a conversion".
+/// Reads the conversion behind a "%". Advances `rest` past it. A letter of 0 means "not a
+/// conversion".
 constexpr LogConversion takeConversion(std::string_view& rest) {
   LogConversion conversion;
   constexpr std::string_view publicQualifier = "{public}";
@@ -101,8 +102,8 @@ LogArgument logArgument(const T& value) {
   }
 }
 
-/// A format string in the notation of the platform's log. Making one from a literal whose conversions
-/// do not fit `Args` in number or kind does not compile.
+/// A format string in the notation of the platform's log. Making one from a literal whose
+/// conversions do not fit `Args` in number or kind does not compile.
 template <class... Args>
 class LogFormat {
  public:

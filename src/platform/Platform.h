@@ -17,8 +17,8 @@ class SelfProcess;
 class SystemVersionFile;
 class Transport;
 
-/// References to the facilities of a platform. Made once by the composition root; tests put a double
-/// in the place of one and keep the native rest. Every facility outlives its users.
+/// References to the facilities of a platform. Made once by the composition root; tests put a
+/// double in the place of one and keep the native rest. Every facility outlives its users.
 struct Platform {
   Log& log;
   SelfProcess& self;

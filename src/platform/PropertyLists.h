@@ -24,9 +24,9 @@ class PropertyLists {
   /// Failure is the platform's error 3840 with a description.
   virtual Result<PropertyValue> parse(std::span<const std::uint8_t> bytes) = 0;
 
-  /// The list in XML form. Failure is error 3851: the value holds an error object, a date outside of
-  /// the years 0 to 9999, or text that is not valid UTF-8 or has characters that XML cannot hold; or
-  /// the list is beyond what a reader accepts.
+  /// The list in XML form. Failure is error 3851: the value holds an error object, a date outside
+  /// of the years 0 to 9999, or text that is not valid UTF-8 or has characters that XML cannot
+  /// hold; or the list is beyond what a reader accepts.
   virtual Result<std::string> xml(const PropertyValue& value) = 0;
 };
 

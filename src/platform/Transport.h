@@ -51,8 +51,8 @@ class Transport {
   virtual ~Transport() = default;
   virtual std::unique_ptr<Listener> makeListener(const std::string& serviceIdentifier) = 0;
 
-  /// For a daemon that will not serve: dismisses whoever waits at the door, so that whatever started
-  /// it for them does not start it again and again.
+  /// For a daemon that will not serve: dismisses whoever waits at the door, so that whatever
+  /// started it for them does not start it again and again.
   virtual void turnAway() = 0;
 };
 

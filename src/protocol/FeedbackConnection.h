@@ -8,8 +8,9 @@
 
 namespace qrt {
 
-/// Messages travel one way and in order. A requestor that does not read holds up neither the daemon's
-/// memory nor anyone else: progress is coalesced when too much waits, records and output wait.
+/// Messages travel one way and in order. A requestor that does not read holds up neither the
+/// daemon's memory nor anyone else: progress is coalesced when too much waits, records and output
+/// wait.
 class FeedbackConnection {
  public:
   virtual ~FeedbackConnection() = default;

@@ -8,9 +8,7 @@ Dictionary progressMessage(double fraction) {
   return {{std::string(progressFractionKey), fraction}};
 }
 
-Dictionary outputMessage(Data output) {
-  return {{std::string(outputDataKey), std::move(output)}};
-}
+Dictionary outputMessage(Data output) { return {{std::string(outputDataKey), std::move(output)}}; }
 
 Dictionary errorOutputMessage(Data output) {
   return {{std::string(errorDataKey), std::move(output)}};

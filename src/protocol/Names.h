@@ -6,7 +6,8 @@
 namespace qrt {
 
 /// Identifier of the service: bundle identifier, Mach service, launchd label and systemd unit stem.
-inline constexpr std::string_view helperServiceIdentifier = "com.vantor.system.privilegedhelper-vk2";
+inline constexpr std::string_view helperServiceIdentifier =
+    "com.vantor.system.privilegedhelper-vk2";
 
 /// Where the packaged socket unit listens on systems with socket activation.
 inline constexpr std::string_view defaultSocketPath =

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "base/Error.h"
@@ -29,10 +30,11 @@ class QRTPrivilegedHelperProtocol {
   virtual void registerClientWithPID(std::int32_t identifier) = 0;
   virtual void unregisterClientWithPID(std::int32_t identifier) = 0;
 
-  /// `endpoint` is null when the client wants no feedback; `arguments` is null when it sent none.
+  /// `endpoint` is null when the client wants no feedback; there are no `arguments` when it sent no
+  /// array, not even an empty one.
   virtual Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
                                              FeedbackEndpoint* endpoint,
-                                             const Array* arguments) = 0;
+                                             std::optional<Array> arguments) = 0;
 };
 
 }  // namespace qrt

@@ -12,8 +12,8 @@ namespace qrt {
 /// which is never decoded.
 std::string encodeWireText(std::string_view bytes);
 
-/// Only bytes that encoding produces are made: U+10FF00 to U+10FF7F stay characters, so that no text
-/// turns into a "/" or an early end behind the back of whoever looked at it.
+/// Only bytes that encoding produces are made: U+10FF00 to U+10FF7F stay characters, so that no
+/// text turns into a "/" or an early end behind the back of whoever looked at it.
 std::string decodeWireText(std::string_view text);
 
 }  // namespace qrt

@@ -59,12 +59,12 @@ Outcome AuthorizationCheck::checkAuthorization(const Data& authorizationData,
 
   const auto environment = QRTPrivilegedOperationSet::createAuthorizationEnvironmentForRightPrompt(
       overridingPrompt, iconWithPath);
-  const auto status =
-      isValidUtf8(*rightName)
-          ? (*authorization)
-                ->copyRight(*rightName, *environment,
-                            authorization_flag::interactionAllowed | authorization_flag::extendRights)
-          : AuthorizationStatus::invalidPointer;
+  const auto status = isValidUtf8(*rightName)
+                          ? (*authorization)
+                                ->copyRight(*rightName, *environment,
+                                            authorization_flag::interactionAllowed |
+                                                authorization_flag::extendRights)
+                          : AuthorizationStatus::invalidPointer;
   if (status != AuthorizationStatus::noError) {
     log_.info(
         "Privileged helper received failure status %d during an attempt to interactively extend "

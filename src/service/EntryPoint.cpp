@@ -31,8 +31,8 @@ int EntryPoint::enter(std::span<const char* const> arguments) const {
                      "implemented.\n";
     return refused;
   }
-  auto& operationSet = QRTPrivilegedOperationSet::privilegedOperationSet(factory, platform.log,
-                                                                         platform.authority);
+  auto& operationSet =
+      QRTPrivilegedOperationSet::privilegedOperationSet(factory, platform.log, platform.authority);
   const auto executableVersion = textIn(infoDictionary, "CFBundleShortVersionString");
 
   if (arguments.size() == 1) {

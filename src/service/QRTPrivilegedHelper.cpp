@@ -31,9 +31,8 @@ QRTPrivilegedHelper* QRTPrivilegedHelper::initForOperationSet(
                                                        platform.log, helper.internalOperations());
   helper.listener_ = platform.transport.makeListener(operationSet->serviceIdentifierForHelper());
   helper.listener_->setDelegate(helper);
-  platform.log.info(
-      "Activated helper version %{public}@, implementing operation set '%{public}@'.",
-      operationSet->implementationVersion(), operationSet->implementationCode());
+  platform.log.info("Activated helper version %{public}@, implementing operation set '%{public}@'.",
+                    operationSet->implementationVersion(), operationSet->implementationCode());
   return &helper;
 }
 
@@ -87,8 +86,9 @@ void QRTPrivilegedHelper::unregisterClientWithPID(std::int32_t identifier) {
 Outcome QRTPrivilegedHelper::performPrivilegedOperation(std::uint64_t code,
                                                         const Data& authorizationData,
                                                         FeedbackEndpoint* endpoint,
-                                                        const Array* arguments) {
-  return pipeline_->performPrivilegedOperation(code, authorizationData, endpoint, arguments);
+                                                        std::optional<Array> arguments) {
+  return pipeline_->performPrivilegedOperation(code, authorizationData, endpoint,
+                                               std::move(arguments));
 }
 
 void QRTPrivilegedHelper::terminatePrivilegedHelper() {

@@ -38,7 +38,8 @@ class QRTPrivilegedHelper : public QRTPrivilegedHelperProtocol, public ListenerD
   /// Ends the process when no client remains.
   void unregisterClientWithPID(std::int32_t identifier) override;
   Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
-                                     FeedbackEndpoint* endpoint, const Array* arguments) override;
+                                     FeedbackEndpoint* endpoint,
+                                     std::optional<Array> arguments) override;
 
   bool shouldAcceptNewConnection(Listener& listener, IncomingConnection* connection) override;
 

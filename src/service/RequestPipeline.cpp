@@ -61,7 +61,7 @@ RequestPipeline::RequestPipeline(const QRTPrivilegedOperationSet& operationSet,
 Outcome RequestPipeline::performPrivilegedOperation(std::uint64_t code,
                                                     const Data& authorizationData,
                                                     FeedbackEndpoint* endpoint,
-                                                    const Array* arguments) const {
+                                                    std::optional<Array> arguments) const {
   const auto& identifiers = operationSet_.opIdentifiersByCode();
   const auto identifier = identifiers.find(code);
   const std::uint64_t received = arguments ? arguments->size() : 0;
@@ -74,7 +74,7 @@ Outcome RequestPipeline::performPrivilegedOperation(std::uint64_t code,
 
   Request request{code, identifier->second,
                   operationSet_.implementedOperations().find(identifier->second)->second,
-                  *arguments, nullptr};
+                  std::move(*arguments), nullptr};
   if (auto refusal = authorize(request, authorizationData)) return refusal;
   if (auto refusal = validate(request)) return refusal;
   if (auto refusal = openFeedback(request, endpoint)) return refusal;
@@ -205,8 +205,8 @@ Outcome RequestPipeline::dispatch(const Request& request) const {
 
   const bool feedbackOption = request.operation.isSupportingProgressFeedback() ||
                               request.operation.isSupportingLiveOutput();
-  const auto* handler = operationSet_.selectorForExecutionOfPrivilegedOperationWithCode(
-      request.code, feedbackOption);
+  const auto* handler =
+      operationSet_.selectorForExecutionOfPrivilegedOperationWithCode(request.code, feedbackOption);
   if (!handler) {
     log_.error(
         "Privileged operation %{public}@ could not be performed because no implementation found.",

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "base/Error.h"
@@ -30,7 +31,8 @@ class RequestPipeline {
                   InternalOperations internalOperations);
 
   Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
-                                     FeedbackEndpoint* endpoint, const Array* arguments) const;
+                                     FeedbackEndpoint* endpoint,
+                                     std::optional<Array> arguments) const;
 
  private:
   struct Request;

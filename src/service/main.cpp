@@ -21,8 +21,13 @@ int main(int argc, char** argv) {
   const qrt::EntryPoint entryPoint{platform, infoDictionary ? *infoDictionary : nothing,
                                    [&](qrt::HandlerTable& handlers) {
                                      qrt::registerSystemSettingHandlers(handlers, platform);
+<<<<<<< HEAD
                                      qrt::registerFileSystemHandlers(handlers, platform);
                                      qrt::registerHardwareHandlers(handlers, platform);
+=======
+                                     qrt::FileSystemOperations::registerHandlers(handlers,
+                                                                                 platform);
+>>>>>>> main
                                    },
                                    std::cout, std::cerr};
   const auto arguments = std::span<const char* const>(argv, argc > 0 ? argc : 0);

@@ -18,9 +18,14 @@ TEST(Number, DoublesTruncateAndSaturate) {
     std::int64_t asSigned;
     std::uint64_t asUnsigned;
   };
-  for (const auto& c : {Case{1.9, 1, 1}, Case{-1.9, -1, 0}, Case{1e300, largest, largestUnsigned},
-                        Case{-1e300, smallest, 0}, Case{0x1p63, largest, 0x1p63},
-                        Case{0x1p64, largest, largestUnsigned}, Case{std::nan(""), 0, 0}}) {
+  const Case cases[] = {{1.9, 1, 1},
+                        {-1.9, -1, 0},
+                        {1e300, largest, largestUnsigned},
+                        {-1e300, smallest, 0},
+                        {0x1p63, largest, std::uint64_t{1} << 63},
+                        {0x1p64, largest, largestUnsigned},
+                        {std::nan(""), 0, 0}};
+  for (const auto& c : cases) {
     EXPECT_EQ(Number(c.value).asInt64(), c.asSigned) << c.value;
     EXPECT_EQ(Number(c.value).asUInt64(), c.asUnsigned) << c.value;
   }

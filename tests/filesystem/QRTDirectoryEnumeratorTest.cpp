@@ -159,6 +159,16 @@ TEST_F(EnumeratorTest, StayingKeepsOutOfMountedVolumes) {
   EXPECT_THAT(allAt(link), UnorderedElementsAre("inside", "folder", "folder/deep"));
 }
 
+TEST_F(EnumeratorTest, TypesAreAskedForWhereTheListingDoesNotTellThem) {
+  const test::Mount mount(test::Mount::Kind::ext4WithoutTypes, scratch_.folder("mount"));
+  if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount and the file system's tools";
+  scratch_.folder("mount/a");
+  scratch_.file("mount/a/file");
+  scratch_.link("mount/link", "a");
+  EXPECT_THAT(allAt(scratch_.path("mount")),
+              UnorderedElementsAre("lost+found", "a", "a/file", "link"));
+}
+
 TEST_F(EnumeratorTest, TheVolumeNamespaceIsNotEntered) {
   // Five bytes decide, so any name that begins with them will do.
   std::string hidden = "/.vol-qrt-test-XXXXXX";

@@ -62,7 +62,11 @@ TEST(LinuxLog, IsSilentWhereStandardErrorIsNotTheLogs) {
 }
 
 TEST(LinuxLog, NothingThatIsLoggedCanForgeALineOrSteerATerminal) {
-  const std::pair<std::string, std::string> cases[] = {
+  struct Case {
+    std::string text;
+    std::string shown;
+  };
+  const Case cases[] = {
       {"a\n<0>forged", "a\\x0a<0>forged"},
       {"\x1b[31mred\r\t\x7f", "\\x1b[31mred\\x0d\\x09\\x7f"},
       {std::string("zero\0end", 8), "zero\\x00end"},
@@ -75,9 +79,9 @@ TEST(LinuxLog, NothingThatIsLoggedCanForgeALineOrSteerATerminal) {
       {"", ""},
   };
   LogWithoutJournal system;
-  for (const auto& [text, shown] : cases) {
-    EXPECT_EQ(writtenToStandardError([&] { system.log.write(LogLevel::info, text); }),
-              "<6>" + shown + "\n");
+  for (const auto& c : cases) {
+    EXPECT_EQ(writtenToStandardError([&] { system.log.write(LogLevel::info, c.text); }),
+              "<6>" + c.shown + "\n");
   }
 }
 

@@ -44,7 +44,8 @@ std::string folderOfPrograms() {
 }
 
 DaemonProcess::DaemonProcess() {
-  char pattern[] = "/tmp/qrt-daemon-XXXXXX";
+  // In memory: what is measured is the daemon, not a disk.
+  char pattern[] = "/dev/shm/qrt-daemon-XXXXXX";
   require(mkdtemp(pattern) != nullptr, "mkdtemp");
   folder_ = pattern;
   require(chmod(pattern, 0755) == 0 && mkdir((folder_ + "/state").c_str(), 0700) == 0, "folder");

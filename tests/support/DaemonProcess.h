@@ -1,8 +1,8 @@
 // A daemon of its own for a test or a measurement.
 #pragma once
 
-#include <string>
 #include <sys/types.h>
+#include <string>
 
 namespace qrt::test {
 
@@ -21,8 +21,8 @@ class DaemonProcess {
   std::string log() const;
   pid_t processID() const { return process_; }
 
-  /// Waits for the daemon to end by itself and returns its exit status; -1 after ten seconds or when
-  /// a signal ended it.
+  /// Waits for the daemon to end by itself and returns its exit status; -1 after ten seconds or
+  /// when a signal ended it.
   int waitForEnd();
 
  private:

@@ -12,8 +12,8 @@ namespace qrt::test {
 /// `isMounted()` is false without the right to mount or without the file system's tools.
 class Mount {
  public:
-  /// `memory` and `ext4` and so on keep flags; `plainMemory` does not.
-  enum class Kind { memory, plainMemory, ext4, xfs, btrfs };
+  /// `plainMemory` keeps no flags. The listings of `ext4WithoutTypes` do not tell types.
+  enum class Kind { memory, plainMemory, ext4, ext4WithoutTypes, xfs, btrfs };
 
   Mount(Kind kind, const std::string& on) : on_(on) {
     if (!ownNamespace()) return;
@@ -45,17 +45,21 @@ class Mount {
   bool mountImage(Kind kind) {
     struct Format {
       Kind kind;
-      const char* tool;
       off_t size;
+      std::vector<std::string> tool;
     };
     constexpr off_t mebibyte = 1024 * 1024;
-    static constexpr Format formats[] = {{Kind::ext4, "mkfs.ext4", 64 * mebibyte},
-                                         {Kind::xfs, "mkfs.xfs", 320 * mebibyte},
-                                         {Kind::btrfs, "mkfs.btrfs", 128 * mebibyte}};
+    const Format formats[] = {
+        {Kind::ext4, 64 * mebibyte, {"mkfs.ext4", "-q"}},
+        {Kind::ext4WithoutTypes, 64 * mebibyte, {"mkfs.ext4", "-q", "-O", "^filetype"}},
+        {Kind::xfs, 320 * mebibyte, {"mkfs.xfs", "-q"}},
+        {Kind::btrfs, 128 * mebibyte, {"mkfs.btrfs", "-q"}}};
     for (const auto& format : formats) {
       if (format.kind != kind) continue;
       const auto image = images_.file("image");
-      return truncate(image.c_str(), format.size) == 0 && run({format.tool, "-q", image}) &&
+      auto tool = format.tool;
+      tool.push_back(image);
+      return truncate(image.c_str(), format.size) == 0 && run(tool) &&
              run({"mount", "-o", "loop", image, on_});
     }
     return false;

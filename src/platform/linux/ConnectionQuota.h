@@ -32,8 +32,7 @@ class ConnectionQuota {
   std::unique_ptr<Place> enter(std::uint32_t user) {
     const std::lock_guard guard(mutex_);
     const auto mine = places_.find(user);
-    const bool userIsFull =
-        user != 0 && mine != places_.end() && mine->second >= maximumOfOneUser;
+    const bool userIsFull = user != 0 && mine != places_.end() && mine->second >= maximumOfOneUser;
     if (total_ >= maximumInAll || userIsFull) return nullptr;
     auto place = std::make_unique<Place>(*this, user);
     ++total_;

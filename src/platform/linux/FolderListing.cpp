@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <cstddef>
-#include <string_view>
 
 #include "platform/Folder.h"
 #include "platform/posix/NativeError.h"
@@ -25,6 +24,14 @@ struct Folder::Listing {
     return *record;
   }
 };
+
+namespace {
+
+bool isDotOrDots(const char* name) {
+  return name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0));
+}
+
+}  // namespace
 
 Folder::Folder(FileDescriptor descriptor) : descriptor_(std::move(descriptor)) {}
 
@@ -54,8 +61,7 @@ PosixResult<std::optional<FolderEntry>> Folder::next() {
       listing_->filled = static_cast<std::size_t>(count);
     }
     const auto& record = listing_->take();
-    const std::string_view name = record.d_name;
-    if (name == "." || name == "..") continue;
+    if (isDotOrDots(record.d_name)) continue;
     return std::optional(
         FolderEntry{record.d_name, static_cast<std::uint32_t>(DTTOIF(record.d_type))});
   }

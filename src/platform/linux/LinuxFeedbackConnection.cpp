@@ -20,7 +20,8 @@ namespace {
 constexpr std::int64_t connectionInvalid = 4099;
 
 Error invalid(std::string_view description) {
-  return {std::string(cocoaErrorDomain), connectionInvalid,
+  return {std::string(cocoaErrorDomain),
+          connectionInvalid,
           {{std::string(localizedDescriptionKey), description}}};
 }
 
@@ -68,8 +69,8 @@ Outcome LinuxFeedbackConnection::connect() {
   if (!wire || !wake_) return invalid("There are no resources for a feedback connection.");
   wire_ = std::move(*wire);
   static const sd_bus_vtable bus[] = {
-      SD_BUS_VTABLE_START(0),
-      SD_BUS_METHOD("Hello", "", "s", hello, SD_BUS_VTABLE_UNPRIVILEGED), SD_BUS_VTABLE_END};
+      SD_BUS_VTABLE_START(0), SD_BUS_METHOD("Hello", "", "s", hello, SD_BUS_VTABLE_UNPRIVILEGED),
+      SD_BUS_VTABLE_END};
   sd_bus_add_object_vtable(wire_->bus(), nullptr, "/org/freedesktop/DBus", "org.freedesktop.DBus",
                            bus, nullptr);
   if (!wire_->handshake()) return invalid("Nobody answered at the feedback endpoint.");
@@ -99,8 +100,8 @@ bool LinuxFeedbackConnection::send(const Dictionary& message) {
 }
 
 bool LinuxFeedbackConnection::isFull(std::size_t further) const {
-  return !waiting_.empty() && (waiting_.size() >= maximumWaiting ||
-                               waitingBytes_ + further > maximumWaitingBytes);
+  return !waiting_.empty() &&
+         (waiting_.size() >= maximumWaiting || waitingBytes_ + further > maximumWaitingBytes);
 }
 
 void LinuxFeedbackConnection::enqueue(Dictionary message, bool canBeLost) {
@@ -197,9 +198,8 @@ bool LinuxFeedbackConnection::waitForEvents() {
       }
     }
   }
-  pollfd events[] = {{wire_->socket(), wire_->pollEvents(), 0},
-                     {wake_.get(), POLLIN, 0},
-                     {requestor_, 0, 0}};
+  pollfd events[] = {
+      {wire_->socket(), wire_->pollEvents(), 0}, {wake_.get(), POLLIN, 0}, {requestor_, 0, 0}};
   if (poll(events, std::size(events), patience) < 0) return errno == EINTR;
   if (events[1].revents != 0) {
     eventfd_t count;

@@ -15,8 +15,8 @@
 
 namespace qrt {
 
-/// The daemon's end of a requestor's feedback socket. A thread of its own writes what waits, answers
-/// the peer's handshake calls, and notices when the requestor is gone.
+/// The daemon's end of a requestor's feedback socket. A thread of its own writes what waits,
+/// answers the peer's handshake calls, and notices when the requestor is gone.
 class LinuxFeedbackConnection : public FeedbackConnection {
  public:
   static constexpr std::size_t maximumWaiting = 256;

@@ -22,7 +22,8 @@ constexpr std::int64_t connectionInterrupted = 4097;
 constexpr std::int64_t connectionInvalid = 4099;
 
 Error connectionError(std::int64_t code, std::string description) {
-  return {std::string(cocoaErrorDomain), code,
+  return {std::string(cocoaErrorDomain),
+          code,
           {{std::string(localizedDescriptionKey), std::move(description)}}};
 }
 
@@ -191,9 +192,8 @@ Outcome LinuxHelperConnection::wait(PendingReply& reply, WireConnection* feedbac
     if (progress == Progress::closed) feedback = nullptr;
   };
   while (!reply.arrived) {
-    pollfd events[] = {{wire_->socket(), wire_->pollEvents(), 0},
-                       {interruption_.get(), POLLIN, 0},
-                       {-1, 0, 0}};
+    pollfd events[] = {
+        {wire_->socket(), wire_->pollEvents(), 0}, {interruption_.get(), POLLIN, 0}, {-1, 0, 0}};
     if (feedback) events[2] = {feedback->socket(), feedback->pollEvents(), 0};
     if (poll(events, std::size(events), -1) < 0) {
       if (errno == EINTR) continue;
@@ -275,8 +275,8 @@ Result<std::unique_ptr<HelperConnection>> LinuxHelperConnector::connect(
   FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   if (!socket) return posixError(lastError());
   if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&name), sizeof name) < 0) {
-    auto error = connectionError(connectionInvalid,
-                                 "The helper cannot be reached at '" + address + "'.");
+    auto error =
+        connectionError(connectionInvalid, "The helper cannot be reached at '" + address + "'.");
     error.userInfo.emplace(underlyingErrorKey, posixError(lastError()));
     return error;
   }

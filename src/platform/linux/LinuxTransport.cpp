@@ -27,13 +27,16 @@ class LinuxIncomingConnection : public IncomingConnection {
   void setExportedObject(QRTPrivilegedHelperProtocol& object) override { object_ = &object; }
 
   void resume() override {
-    if (object_) ServedConnection::serve(std::move(socket_), std::move(peer_), *object_);
+    if (object_) isServed_ = ServedConnection::serve(std::move(socket_), peer_, *object_);
   }
+
+  bool isServed() const { return isServed_; }
 
  private:
   FileDescriptor socket_;
   Peer peer_;
   QRTPrivilegedHelperProtocol* object_ = nullptr;
+  bool isServed_ = false;
 };
 
 class LinuxListener : public Listener {
@@ -90,7 +93,8 @@ class LinuxListener : public Listener {
 
   bool offer(FileDescriptor socket, const Peer& peer) {
     LinuxIncomingConnection connection(std::move(socket), peer);
-    return delegate_ && delegate_->shouldAcceptNewConnection(*this, &connection);
+    return delegate_ && delegate_->shouldAcceptNewConnection(*this, &connection) &&
+           connection.isServed();
   }
 
   /// False when no further peer can ever be accepted.

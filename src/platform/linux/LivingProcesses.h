@@ -10,8 +10,8 @@
 
 namespace qrt {
 
-/// Keeps handles of the processes it was asked about, so that asking again costs one system call and
-/// not a look into /proc. Thread-safe.
+/// Keeps handles of the processes it was asked about, so that asking again costs one system call
+/// and not a look into /proc. Thread-safe.
 class LivingProcesses {
  public:
   bool contains(const PeerIdentity& process);

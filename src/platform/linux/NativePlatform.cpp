@@ -32,8 +32,8 @@ std::string stateFolder(const std::string& root) {
 
 struct NativePlatform::Facilities {
   explicit Facilities(const std::string& root)
-      : log(root, startedByActivator() ? LinuxLog::StandardError::use
-                                    : LinuxLog::StandardError::avoid),
+      : log(root,
+            startedByActivator() ? LinuxLog::StandardError::use : LinuxLog::StandardError::avoid),
         versionFile(root),
         processes(root),
         kernelSettings(root),

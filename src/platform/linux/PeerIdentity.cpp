@@ -85,7 +85,8 @@ std::optional<PeerIdentity> identityOfPeer(int socket) {
   }
   const auto handle = processHandle(socket, credentials->pid);
   const auto startTime = startTimeOfProcess(credentials->pid);
-  // Still running now means that the start time was read from this process and not from a successor.
+  // Still running now means that the start time was read from this process and not from a
+  // successor.
   if (!handle || !startTime || !isRunning(handle)) return std::nullopt;
   return PeerIdentity{credentials->uid, credentials->pid, *startTime};
 }

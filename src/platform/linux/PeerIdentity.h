@@ -18,8 +18,8 @@ struct PeerIdentity {
   friend bool operator==(const PeerIdentity&, const PeerIdentity&) = default;
 };
 
-/// The process that connected `socket`, or none when it cannot be told: it has ended, or it lives in
-/// a namespace that this one cannot name. To be asked of sockets that a listener accepted; for a
+/// The process that connected `socket`, or none when it cannot be told: it has ended, or it lives
+/// in a namespace that this one cannot name. To be asked of sockets that a listener accepted; for a
 /// socket pair the kernel names whoever made it.
 std::optional<PeerIdentity> identityOfPeer(int socket);
 /// The user at the other end, known also where the process is not.
@@ -28,7 +28,8 @@ std::optional<std::uint32_t> userOfPeer(int socket);
 /// Start time of a running process.
 std::optional<std::uint64_t> startTimeOfProcess(std::int32_t processID);
 
-/// A handle of the process, if it is still the one meant; it becomes readable when the process ends.
+/// A handle of the process, if it is still the one meant; it becomes readable when the process
+/// ends.
 std::optional<FileDescriptor> openProcess(const PeerIdentity& identity);
 
 bool isRunning(const FileDescriptor& process);

@@ -77,8 +77,9 @@ struct ServedConnection::Methods {
     const auto code = reader.uint64();
     const auto authorizationData = reader.data();
     const auto endpointIndexes = reader.descriptorIndexes();
-    const auto arguments = reader.array();
+    auto arguments = reader.array();
     if (!reader.atEnd()) return malformed(call);
+    wire.discardArguments();
 
     std::vector<FileDescriptor> sockets;
     for (const auto index : endpointIndexes) {
@@ -87,14 +88,15 @@ struct ServedConnection::Methods {
     }
     LinuxFeedbackEndpoint endpoint(std::move(sockets), wire.socket());
     const auto outcome = self(context).object_.performPrivilegedOperation(
-        code, authorizationData, endpointIndexes.empty() ? nullptr : &endpoint, &arguments);
-    return reply(call, [&](sd_bus_message* answer) { return wire::appendOutcome(answer, outcome); });
+        code, authorizationData, endpointIndexes.empty() ? nullptr : &endpoint,
+        std::move(arguments));
+    return reply(call,
+                 [&](sd_bus_message* answer) { return wire::appendOutcome(answer, outcome); });
   }
 
   static int createExternalForm(sd_bus_message* call, void* context, sd_bus_error*) {
     const auto& peer = self(context).peer_;
-    const auto form =
-        peer.process ? peer.authority->externalForm(*peer.process) : std::nullopt;
+    const auto form = peer.process ? peer.authority->externalForm(*peer.process) : std::nullopt;
     if (!form) {
       return sd_bus_reply_method_errorf(call, SD_BUS_ERROR_ACCESS_DENIED, "%s",
                                         "The calling process cannot be identified.");
@@ -114,9 +116,9 @@ ServedConnection::ServedConnection(std::unique_ptr<WireConnection> wire, Peer pe
 void ServedConnection::exportObjects() {
   // Whoever may connect may call: each request is authorized by itself.
   constexpr auto open = SD_BUS_VTABLE_UNPRIVILEGED;
-  static const sd_bus_vtable bus[] = {
-      SD_BUS_VTABLE_START(0), SD_BUS_METHOD("Hello", "", "s", Methods::hello, open),
-      SD_BUS_VTABLE_END};
+  static const sd_bus_vtable bus[] = {SD_BUS_VTABLE_START(0),
+                                      SD_BUS_METHOD("Hello", "", "s", Methods::hello, open),
+                                      SD_BUS_VTABLE_END};
   static const sd_bus_vtable helper[] = {
       SD_BUS_VTABLE_START(0),
       SD_BUS_METHOD_WITH_ARGS("connectWithEndpoint", SD_BUS_NO_ARGS, SD_BUS_RESULT("h", endpoint),

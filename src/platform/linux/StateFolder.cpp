@@ -43,7 +43,8 @@ PosixResult<FileDescriptor> StateFolder::open() {
 PosixResult<StateFolder::Lock> StateFolder::lock() {
   auto folder = open();
   if (!folder) return folder.error();
-  FileDescriptor file(openat(folder->get(), "lock", O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+  FileDescriptor file(
+      openat(folder->get(), "lock", O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
   if (!file) return lastError();
   while (flock(file.get(), LOCK_EX) < 0) {
     if (errno != EINTR) return lastError();

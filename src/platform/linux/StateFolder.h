@@ -10,8 +10,8 @@
 
 namespace qrt {
 
-/// Small files that only root may touch. Thread-safe, and safe against another process that does the
-/// same.
+/// Small files that only root may touch. Thread-safe, and safe against another process that does
+/// the same.
 class StateFolder {
  public:
   /// Held while a file is read, changed and replaced; other processes wait.

@@ -16,7 +16,9 @@ using Clock = std::chrono::steady_clock;
 
 /// A handshake is a handful of short lines.
 constexpr std::size_t maximumHandshakeBytes = 16 << 10;
-constexpr std::size_t readChunk = 256 << 10;
+constexpr std::size_t smallestRead = 4 << 10;
+/// A buffer that grew beyond this is not kept for the next message.
+constexpr std::size_t keptBufferBytes = 64 << 10;
 constexpr std::size_t maximumDescriptors = 64;
 /// libsystemd asks for 8 MiB, which a peer that does not read would make the kernel hold.
 constexpr int sendBufferBytes = 256 << 10;
@@ -81,6 +83,11 @@ WireReader WireConnection::arguments() const {
   return {body, frame_.bigEndian};
 }
 
+void WireConnection::discardArguments() {
+  frame_ = {};
+  std::vector<std::uint8_t>().swap(received_);
+}
+
 bool WireConnection::isReady() const { return sd_bus_is_ready(bus_) > 0; }
 
 bool WireConnection::handshake() {
@@ -110,7 +117,7 @@ WireConnection::Progress WireConnection::step() {
 
   const bool alive = feed();
   received_.clear();
-  if (received_.capacity() > readChunk) received_.shrink_to_fit();
+  if (received_.capacity() > keptBufferBytes) received_.shrink_to_fit();
   descriptors_.clear();
   // libsystemd drops a message silently when its header fields make no sense.
   const bool dropped = role_ == Role::server && !isHandshake && !dispatched_;
@@ -123,8 +130,8 @@ WireConnection::Read WireConnection::readHandshakeLine() {
   const auto seen = recv(socket(), window, sizeof window, MSG_PEEK);
   if (seen < 0) return errno == EAGAIN || errno == EINTR ? Read::waits : Read::failed;
   const auto* end = static_cast<const char*>(memchr(window, '\n', static_cast<std::size_t>(seen)));
-  const auto length = end ? static_cast<std::size_t>(end + 1 - window)
-                          : static_cast<std::size_t>(seen);
+  const auto length =
+      end ? static_cast<std::size_t>(end + 1 - window) : static_cast<std::size_t>(seen);
   handshakeBytes_ += length;
   if (length == 0 || handshakeBytes_ > maximumHandshakeBytes) return Read::failed;
   return receive(length);
@@ -146,7 +153,7 @@ WireConnection::Read WireConnection::readMessage() {
 WireConnection::Read WireConnection::receive(std::size_t wanted) {
   while (received_.size() < wanted) {
     const auto before = received_.size();
-    received_.resize(before + std::min(wanted - before, readChunk));
+    received_.resize(before + std::min(wanted - before, std::max(before, smallestRead)));
     iovec vector{received_.data() + before, received_.size() - before};
     alignas(cmsghdr) char control[CMSG_SPACE(maximumDescriptors * sizeof(int))];
     msghdr header{};
@@ -192,8 +199,6 @@ bool WireConnection::feed() {
       std::memcpy(CMSG_DATA(part) + i * sizeof(int), &descriptor, sizeof descriptor);
     }
   }
-  // A handler may start to read the next message only when this one is done, but `received_` must
-  // stay as it is until then.
   std::size_t fed = 0;
   while (fed < received_.size()) {
     iovec vector{received_.data() + fed, received_.size() - fed};

@@ -13,8 +13,8 @@
 namespace qrt {
 
 /// Takes arguments one after the other from the body of a message. libsystemd has a reader of its
-/// own, but that refuses strings with the characters U+10FFFE and U+10FFFF, which stand for bytes of
-/// file names here, and has no bound on the number of values.
+/// own, but that refuses strings with the characters U+10FFFE and U+10FFFF, which stand for bytes
+/// of file names here, and has no bound on the number of values.
 ///
 /// The first thing that is malformed or over a limit ends the reading: `ok()` is false from then on
 /// and everything taken is empty. Never reads outside the body.

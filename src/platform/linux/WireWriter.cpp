@@ -59,7 +59,8 @@ int appendVariant(sd_bus_message* message, const PropertyValue& value) {
     return inContainer(message, 'v', "av", [&] { return appendArray(message, *array); });
   }
   if (const auto* dictionary = value.dictionary()) {
-    return inContainer(message, 'v', "a{sv}", [&] { return appendDictionary(message, *dictionary); });
+    return inContainer(message, 'v', "a{sv}",
+                       [&] { return appendDictionary(message, *dictionary); });
   }
   return inContainer(message, 'v', "(sxa{sv})",
                      [&] { return appendError(message, *value.error()); });

@@ -1,0 +1,113 @@
+#include "client/PrivilegeRequestor.h"
+
+#include <thread>
+#include <utility>
+
+#include "operations/QRTPrivilegedOperationSet.h"
+#include "protocol/Names.h"
+
+namespace qrt {
+namespace {
+
+/// Puts the metadata pair in front when there is something in it.
+Array withMetadata(const AuthorizationPresentation& presentation, Array arguments) {
+  Dictionary metadata;
+  if (!presentation.prompt.empty()) {
+    metadata.emplace(authorizationPromptKey, presentation.prompt);
+  }
+  if (!presentation.iconPath.empty()) {
+    metadata.emplace(authorizationIconKey, presentation.iconPath);
+  }
+  if (metadata.empty()) return arguments;
+  arguments.insert(arguments.begin(), {metadataMarker, std::move(metadata)});
+  return arguments;
+}
+
+Result<std::unique_ptr<HelperConnection>> connectAndRegister(HelperConnector& connector,
+                                                             const std::string& address,
+                                                             std::int32_t processIdentifier) {
+  auto connection = connector.connect(address);
+  if (!connection) return connection.error();
+  if (auto failure = (*connection)->registerClientWithPID(processIdentifier)) return *failure;
+  return connection;
+}
+
+}  // namespace
+
+bool isConnectionFailure(const Error& error) {
+  constexpr std::int64_t interrupted = 4097;
+  constexpr std::int64_t invalid = 4099;
+  return error.domain == cocoaErrorDomain && (error.code == interrupted || error.code == invalid);
+}
+
+Result<std::unique_ptr<PrivilegeRequestor>> PrivilegeRequestor::connect(
+    HelperConnector& connector, const std::string& address, std::int32_t processIdentifier,
+    const QRTPrivilegedOperationSet& operations, RegistrationPatience patience) {
+  auto connection = connectAndRegister(connector, address, processIdentifier);
+  for (int attempt = 1; !connection && attempt < patience.attempts; ++attempt) {
+    if (!isConnectionFailure(connection.error())) break;
+    std::this_thread::sleep_for(patience.pause);
+    connection = connectAndRegister(connector, address, processIdentifier);
+  }
+  if (!connection) return connection.error();
+  return std::unique_ptr<PrivilegeRequestor>(
+      new PrivilegeRequestor(std::move(*connection), processIdentifier, operations));
+}
+
+PrivilegeRequestor::PrivilegeRequestor(std::unique_ptr<HelperConnection> connection,
+                                       std::int32_t processIdentifier,
+                                       const QRTPrivilegedOperationSet& operations)
+    : connection_(std::move(connection)),
+      processIdentifier_(processIdentifier),
+      operations_(operations) {}
+
+PrivilegeRequestor::~PrivilegeRequestor() {
+  // Unregistering could end the daemon under the operation.
+  if (isOperationLeftBehind_) return;
+  // Nobody is left to be told of a failure.
+  static_cast<void>(connection_->unregisterClientWithPID(processIdentifier_));
+}
+
+Result<std::string> PrivilegeRequestor::version() { return connection_->getVersionString(); }
+
+Outcome PrivilegeRequestor::perform(std::string_view identifier, Array arguments,
+                                    const AuthorizationPresentation& presentation,
+                                    const FeedbackHandler& handler) {
+  const auto found = operations_.implementedOperations().find(identifier);
+  if (found == operations_.implementedOperations().end()) {
+    return posixError(PosixCode::invalidArgument);
+  }
+  return perform(found->second, std::move(arguments), presentation, handler);
+}
+
+Outcome PrivilegeRequestor::perform(const QRTPrivilegedOperation& operation, Array arguments,
+                                    const AuthorizationPresentation& presentation,
+                                    const FeedbackHandler& handler) {
+  const auto authorization = authorizationData();
+  if (!authorization) return authorization.error();
+  if (wasInterrupted_) return posixError(PosixCode::interrupted);
+  auto outcome = connection_->performPrivilegedOperation(
+      operations_.opCodeForOperation(&operation), *authorization, handler,
+      withMetadata(presentation, std::move(arguments)));
+  isOperationLeftBehind_ =
+      wasInterrupted_ && outcome && isPosixError(*outcome, PosixCode::interrupted);
+  return outcome;
+}
+
+void PrivilegeRequestor::interrupt() {
+  wasInterrupted_ = true;
+  connection_->interrupt();
+}
+
+bool PrivilegeRequestor::wasInterrupted() const { return wasInterrupted_; }
+
+Result<Data> PrivilegeRequestor::authorizationData() {
+  if (!authorizationData_) {
+    auto form = connection_->createExternalForm();
+    if (!form) return form.error();
+    authorizationData_ = std::move(*form);
+  }
+  return *authorizationData_;
+}
+
+}  // namespace qrt

@@ -1,0 +1,34 @@
+// From the words of a command line to the values of a request.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "base/PropertyValue.h"
+#include "base/Result.h"
+#include "client/cli/OperationArguments.h"
+
+namespace qrt {
+
+class CallerProcess;
+
+/// What is wrong with a command line, as a sentence without a full stop.
+struct UsageError {
+  std::string text;
+};
+
+template <class T>
+using UsageResult = Result<T, UsageError>;
+
+/// The words given for each description, in the order of the descriptions.
+using GivenWords = std::vector<std::vector<std::string>>;
+
+/// The values in the order in which they are sent.
+UsageResult<Array> readArguments(const std::vector<ArgumentDescription>& descriptions,
+                                 const GivenWords& words, const CallerProcess& caller);
+
+/// The path below the current folder when it is relative. Links and ".." are not resolved; an empty
+/// path stays empty.
+UsageResult<std::string> absolutePath(const std::string& path, const CallerProcess& caller);
+
+}  // namespace qrt

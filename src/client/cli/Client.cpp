@@ -1,0 +1,191 @@
+#include "client/cli/Client.h"
+
+#include <fmt/format.h>
+
+#include <cstddef>
+#include <memory>
+#include <utility>
+#include <variant>
+
+#include "client/cli/CommandLine.h"
+#include "client/cli/Presenter.h"
+#include "client/cli/Printable.h"
+#include "operations/MessageLocalization.h"
+#include "operations/NSProcessInfoQRTAdditions.h"
+#include "operations/QRTPrivilegedOperationSetVK2.h"
+#include "operations/StringTables.h"
+#include "platform/Authority.h"
+#include "platform/CallerProcess.h"
+#include "platform/Platform.h"
+#include "platform/SelfProcess.h"
+#include "platform/Terminal.h"
+
+namespace qrt {
+namespace {
+
+Error describedError(PosixCode code, std::string_view description,
+                     std::string_view suggestion = {}) {
+  Dictionary texts{{std::string(localizedDescriptionKey), description}};
+  if (!suggestion.empty()) texts.emplace(localizedRecoverySuggestionKey, suggestion);
+  return posixError(code, std::move(texts));
+}
+
+class Client {
+ public:
+  Client(const ClientSurroundings& surroundings, const QRTPrivilegedOperationSet& operations)
+      : surroundings_(surroundings), operations_(operations) {}
+
+  ExitStatus run(const std::vector<std::string>& words) {
+    auto parsed = parseCommandLine(words, operations_);
+    if (const auto* help = std::get_if<HelpText>(&parsed)) {
+      return status(surroundings_.terminal.write(StandardStream::output, help->text));
+    }
+    if (const auto* error = std::get_if<UsageError>(&parsed)) return refuse(*error);
+    return execute(std::get<Command>(std::move(parsed)));
+  }
+
+ private:
+  ExitStatus execute(Command command) {
+    command_ = std::move(command);
+    presenter_ = command_.options.isJson
+                     ? makeJsonPresenter(surroundings_.terminal)
+                     : makeTextPresenter(surroundings_.terminal, "qrtctl " + command_.name);
+    if (const auto* operation = std::get_if<OperationCommand>(&command_.what)) {
+      return performOperation(*operation);
+    }
+    switch (std::get<OwnCommand>(command_.what)) {
+      case OwnCommand::version:
+        return showVersion();
+      case OwnCommand::installRights:
+        return changeRights(true);
+      case OwnCommand::removeRights:
+        return changeRights(false);
+    }
+    return ExitStatus::usage;
+  }
+
+  ExitStatus performOperation(const OperationCommand& command) {
+    auto arguments =
+        readArguments(command.operation->arguments, command.words, surroundings_.caller);
+    if (!arguments) return refuse(arguments.error());
+    auto iconPath = absolutePath(command_.options.iconPath, surroundings_.caller);
+    if (!iconPath) return refuse(iconPath.error());
+
+    auto requestor = connect();
+    if (!requestor) return fail(requestor.error());
+    const auto interruption =
+        surroundings_.caller.catchInterruptions([&] { (*requestor)->interrupt(); });
+    bool isRead = true;
+    const auto handler = [&](const Dictionary& message) {
+      if (!isRead) return;
+      isRead = presenter_->showFeedback(message);
+      // Nobody waits for the result any more either.
+      if (!isRead) (*requestor)->interrupt();
+    };
+    const auto outcome =
+        (*requestor)
+            ->perform(command.operation->identifier, std::move(*arguments),
+                      {command_.options.prompt, std::move(*iconPath)},
+                      givesFeedback(command.operation->identifier) ? handler : FeedbackHandler());
+    if (!isRead) return ExitStatus::failed;
+    return conclude(outcome, (*requestor)->wasInterrupted());
+  }
+
+  ExitStatus conclude(const Outcome& outcome, bool wasInterrupted) {
+    if (!outcome) return status(presenter_->showAnswer({}));
+    if (outcome->code == 0) return status(presenter_->showAnswer(outcome->userInfo));
+    if (wasInterrupted && isPosixError(*outcome, PosixCode::interrupted)) {
+      fail(describedError(PosixCode::interrupted, "Interrupted.",
+                          "The operation goes on in the privileged helper."));
+      return ExitStatus::interrupted;
+    }
+    return fail(*outcome);
+  }
+
+  ExitStatus showVersion() {
+    auto requestor = connect();
+    if (!requestor) return fail(requestor.error());
+    const auto version = (*requestor)->version();
+    if (!version) return fail(version.error());
+    return status(presenter_->showAnswer({{"version", *version}}));
+  }
+
+  /// Rights live in the system's database, which this process changes itself.
+  ExitStatus changeRights(bool isInstalling) {
+    if (surroundings_.platform.self.realUserID() != 0) {
+      return fail(describedError(PosixCode::notPermitted, "Only root can change the rights."));
+    }
+    auto& authority = surroundings_.platform.authority;
+    const auto authorization = authority.create();
+    if (!authorization) return fail(osStatusError(number(authorization.error())));
+    if (isInstalling) {
+      operations_.setAuthorizationRightsForImplementedOperationsUsingAuthorization(
+          authorization->get());
+    } else {
+      operations_.removeAuthorizationRightsForImplementedOperationsUsingAuthorization(
+          **authorization);
+    }
+    (*authorization)->free(authorization_flag::none);
+
+    // Single failures are not told, so look.
+    std::int64_t installed = 0;
+    std::int64_t missing = 0;
+    operations_.enumerateRightDefinitionsUsingBlock(
+        [&](const std::string& name, const PropertyValue&, const std::string&) {
+          const bool isThere = authority.rightGet(name) == AuthorizationStatus::noError;
+          ++(isThere ? installed : missing);
+        });
+    const auto left = isInstalling ? missing : installed;
+    if (left != 0) {
+      return fail(describedError(
+          PosixCode::inputOutput,
+          fmt::format("{} rights could not be {}.", left, isInstalling ? "installed" : "removed")));
+    }
+    return status(presenter_->showAnswer({{"installed", installed}}));
+  }
+
+  Result<std::unique_ptr<PrivilegeRequestor>> connect() {
+    return PrivilegeRequestor::connect(
+        surroundings_.platform.helperConnector, command_.options.socketPath,
+        surroundings_.caller.processIdentifier(), operations_, surroundings_.patience);
+  }
+
+  bool givesFeedback(std::string_view identifier) const {
+    const auto& operation = operations_.implementedOperations().find(identifier)->second;
+    return operation.isSupportingProgressFeedback() || operation.isSupportingLiveOutput();
+  }
+
+  ExitStatus fail(const Error& error) {
+    StringTables tables(surroundings_.bundlePath, surroundings_.language,
+                        surroundings_.platform.files, surroundings_.platform.propertyLists);
+    const MessageLocalization localization(
+        tables, NSProcessInfoQRTAdditions::shouldUIUsePoliteForms(surroundings_.platform));
+    presenter_->showFailure(*localization.localizedErrorForPrivilegedOperationError(error));
+    return exitStatusFor(error);
+  }
+
+  ExitStatus refuse(const UsageError& error) {
+    surroundings_.terminal.write(
+        StandardStream::error,
+        fmt::format("qrtctl: {}\nTry \"qrtctl --help\".\n", printable(error.text)));
+    return ExitStatus::usage;
+  }
+
+  static ExitStatus status(bool isRead) { return isRead ? ExitStatus::done : ExitStatus::failed; }
+
+  const ClientSurroundings& surroundings_;
+  const QRTPrivilegedOperationSet& operations_;
+  Command command_;
+  std::unique_ptr<Presenter> presenter_;
+};
+
+}  // namespace
+
+ExitStatus runClient(const std::vector<std::string>& words,
+                     const ClientSurroundings& surroundings) {
+  const QRTPrivilegedOperationSetVK2 operations(surroundings.platform.log,
+                                                surroundings.platform.authority);
+  return Client(surroundings, operations).run(words);
+}
+
+}  // namespace qrt

@@ -1,0 +1,30 @@
+// One run of the command-line client.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "client/PrivilegeRequestor.h"
+#include "client/cli/ExitStatus.h"
+
+namespace qrt {
+
+class CallerProcess;
+class Terminal;
+struct Platform;
+
+/// All that a run needs of the world around it.
+struct ClientSurroundings {
+  const Platform& platform;
+  Terminal& terminal;
+  CallerProcess& caller;
+  /// Folder of the string tables, and the language to look for there ("de").
+  std::string bundlePath;
+  std::string language;
+  RegistrationPatience patience = {};
+};
+
+/// `words` are those behind the program's name.
+ExitStatus runClient(const std::vector<std::string>& words, const ClientSurroundings& surroundings);
+
+}  // namespace qrt

@@ -1,0 +1,46 @@
+// What the words behind the program's name ask for.
+#pragma once
+
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "client/cli/ArgumentReader.h"
+#include "client/cli/OperationArguments.h"
+#include "protocol/Names.h"
+
+namespace qrt {
+
+class QRTPrivilegedOperationSet;
+
+struct CommandOptions {
+  bool isJson = false;
+  std::string prompt;
+  std::string iconPath;
+  std::string socketPath{defaultSocketPath};
+};
+
+/// Commands that are no operation of the daemon.
+enum class OwnCommand { version, installRights, removeRights };
+
+struct OperationCommand {
+  const OperationArguments* operation;
+  GivenWords words;
+};
+
+struct Command {
+  CommandOptions options;
+  std::string name;
+  std::variant<OwnCommand, OperationCommand> what;
+};
+
+struct HelpText {
+  std::string text;
+};
+
+/// `operations` has the sentences that describe the operations. Words behind "--" are never
+/// options.
+std::variant<Command, HelpText, UsageError> parseCommandLine(
+    const std::vector<std::string>& words, const QRTPrivilegedOperationSet& operations);
+
+}  // namespace qrt

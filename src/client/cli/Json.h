@@ -1,0 +1,26 @@
+// Values and errors as JSON.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "base/Error.h"
+#include "base/PropertyValue.h"
+
+namespace qrt {
+
+/// Keys stand in the order in which they were added.
+using Json = nlohmann::ordered_json;
+
+/// Numbers and booleans keep their kind and value. Text is in its wire form, data is Base64, a date
+/// is seconds since 1970, an error an object as below.
+Json jsonOf(const PropertyValue& value);
+Json jsonOf(const Dictionary& dictionary);
+
+/// Domain, code, what is told to a person, and the whole user information.
+Json jsonOf(const Error& error);
+
+/// One line, always valid UTF-8, with its line feed.
+std::string lineOf(const Json& json);
+
+}  // namespace qrt

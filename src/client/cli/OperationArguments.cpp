@@ -1,0 +1,170 @@
+#include "client/cli/OperationArguments.h"
+
+namespace qrt {
+namespace {
+
+using enum ArgumentForm;
+using enum Occurrence;
+
+constexpr bool available = true;
+constexpr bool later = false;
+
+constexpr std::string_view sameFileSystem = "Stay on the file system of the folder";
+
+}  // namespace
+
+// clang-format off
+const std::vector<OperationArguments>& operationArguments() {
+  static const std::vector<OperationArguments> table = {
+      {"nop", available},
+      {"discard-auth", available},
+      {"delete-files", later,
+       {{"PATH", path, "Object to delete", oneOrMore}}},
+      {"prepare-uninstall", available},
+      {"perform-uninstall", later,
+       {{"", ownProcess},
+        {"EXECUTABLE", path, "Installed program"},
+        {"JOB", path, "Installed job description"}}},
+      {"modify-systemfile", later,
+       {{"FILE", path, "File to give new contents"},
+        {"CONTENTS", fileContents, "File with the new contents; \"-\" is standard input"},
+        {"--remove-backup", numberFlag, "Do not keep the old file beside the new one"}}},
+      {"create-fileobject", later,
+       {{"PATH", path, "Object to create"},
+        {"TYPE", choice, "What to create: file, executable or folder", once,
+         "file=F executable=X folder=D"}}},
+      {"rename-fileobject", later,
+       {{"PATH", path, "Object to rename"},
+        {"NEWPATH", path, "Its new path"}}},
+      {"delete-fileobjects", available,
+       {{"--recursive", textFlag, "Delete folders with everything below them"},
+        {"--stop-on-first-error", textFlag, "Leave the remaining objects alone after a failure"},
+        {"PATH", path, "Object to delete", oneOrMore}}},
+      {"delete-foldercontents", available,
+       {{"FOLDER", path, "Folder to empty; the folder itself stays", oneOrMore}}},
+      {"inspect-fileobject", later,
+       {{"PATH", path, "Object to look for"}}},
+      {"touch-fileobject", later,
+       {{"PATH", path, "Object to touch"}}},
+      {"modify-protection", later,
+       {{"PATH", path, "Object to protect or release"},
+        {"PROTECTION", onOff, "Whether the object shall be immutable: on or off"},
+        {"--recursive", numberFlag, "Include everything below a folder"},
+        {"--one-file-system", numberFlag, sameFileSystem}}},
+      {"modify-hfsattr", later,
+       {{"PATH", path, "Object to change"},
+        {"TYPE", number, "Type code"},
+        {"CREATOR", number, "Creator code"},
+        {"--hidden", numberFlag, "Hide the object; without it the object is shown"}}},
+      {"create-link", later,
+       {{"PATH", path, "Link to create"},
+        {"TARGET", text, "What it leads to, kept as it is written"},
+        {"--hard", numberFlag, "Create a hard link instead of a symbolic one"}}},
+      {"search-agedfiles", later,
+       {{"FOLDER", path, "Where to search"},
+        {"DAYS", number, "Age of an object since its last change, at least"},
+        {"--one-file-system", numberFlag, sameFileSystem}}},
+      {"search-filenames", later,
+       {{"FOLDER", path, "Where to search; folders below it are not entered"},
+        {"--prefix", text, "How the names begin", optional},
+        {"--extension", text, "How the names end, without the dot", optional},
+        {"--folders", numberFlag, "Look for folders instead of other objects"}}},
+      {"search-patterns", later,
+       {{"FOLDER", path, "Where to search"},
+        {"--one-file-system", textFlag, sameFileSystem},
+        {"--name", taggedText, "A whole name to look for", any, "0"},
+        {"--prefix", taggedText, "How a name begins", any, "1"},
+        {"--extension", taggedText, "How a name ends, without the dot", any, "2"}}},
+      {"search-fileorphans", later,
+       {{"FOLDER", path, "Where to search"},
+        {"--one-file-system", numberFlag, sameFileSystem}}},
+      {"inspect-storagesize", later,
+       {{"FOLDER", path, "Folder to measure"}}},
+      {"modify-kernelsetting", available,
+       {{"NAME", text, "Name of the setting, with dots"},
+        {"VALUE", number, "Its new value"}}},
+      {"modify-nvram", later,
+       {{"NAME", text, "Name of the variable"},
+        {"VALUE", text, "Its new value; bytes are written as %0A%FF"}}},
+      {"modify-preferences", later,
+       {{"KEY", text, "Name of the preference"},
+        {"DOMAIN", text, "Domain of the application"},
+        {"USER", text, "User name, kCFPreferencesAnyUser or kCFPreferencesCurrentUser"},
+        {"HOST", text, "Host, kCFPreferencesAnyHost or kCFPreferencesCurrentHost"},
+        {"VALUE", text, "New value as a property list; leave it out to remove the key", optional}}},
+      {"modify-sysconf", later,
+       {{"", constant, "", once, "qrtctl"},
+        {"--file", text, "Identifier of the preferences file", optional},
+        {"KEY", text, "Name of the setting"},
+        {"VALUE", text, "New value as a property list; leave it out to remove the key", optional}}},
+      {"signal-process", available,
+       {{"PID", number, "Identifier of the process"},
+        {"SIGNAL", signal, "Signal to send: TERM, SIGTERM or its number"}}},
+      {"modify-acl", later,
+       {{"PATH", path, "Object to change"},
+        {"ACL", fileContents, "File with the list in its external form; \"-\" is standard input"}}},
+      {"prop-permissions", later,
+       {{"FOLDER", path, "Folder whose permissions everything below it gets"},
+        {"--expected", number, "Number of objects below it, for the progress", optional, "0"},
+        {"--one-file-system", numberFlag, sameFileSystem},
+        {"--copy", bits,
+         "What to copy: acl, others, group, owner, group-id, user-id; mark-inherited marks the "
+         "entries of the list",
+         any,
+         "acl=1 others=2 group=4 owner=8 group-id=16 user-id=32 mark-inherited=64"}}},
+      {"execute-utility", later,
+       {{"", constant, "", once, "qrtctl"},
+        {"UTILITY", text, "Name of the utility"},
+        {"ARGUMENT", text, "What the utility gets", any}}},
+      {"enable-ipvsix", later,
+       {{"", constant, "", once, "qrtctl"},
+        {"SERVICE", text, "Identifier of the network service"},
+        {"SUPPORT", onOff, "Whether it shall support IPv6: on or off"}}},
+      {"rename-stashfolder", later,
+       {{"FOLDER", path, "Folder to move aside"},
+        {"NAME", text, "Its new name, in the same place"},
+        {"--substitute", numberFlag, "Leave an empty folder of the same kind behind"}}},
+      {"create-installmedia", later,
+       {{"INSTALLER", path, "Installer application"},
+        {"VOLUME", path, "Volume that becomes the medium"}}},
+      {"erase-diskblocks", later,
+       {{"DEVICE", text, "Name of the device, without its folder"},
+        {"COUNT", number, "Number of blocks of 512 bytes"}}},
+      {"write-smcvalue", later,
+       {{"KEY", text, "Key of four characters"},
+        {"VALUE", fileContents, "File with the bytes; \"-\" is standard input"}}},
+  };
+  return table;
+}
+// clang-format on
+
+std::string_view typeLettersOf(ArgumentForm form) {
+  switch (form) {
+    case path:
+    case text:
+    case choice:
+    case textFlag:
+    case constant:
+      return "S";
+    case taggedText:
+      return "SS";
+    case number:
+    case numberFlag:
+    case onOff:
+    case signal:
+    case bits:
+    case ownProcess:
+      return "N";
+    case fileContents:
+      return "D";
+  }
+  return "";
+}
+
+bool isOption(const ArgumentDescription& description) { return description.name.starts_with("--"); }
+
+bool takesNoValue(ArgumentForm form) { return form == textFlag || form == numberFlag; }
+
+bool isImplied(ArgumentForm form) { return form == constant || form == ownProcess; }
+
+}  // namespace qrt

@@ -1,0 +1,13 @@
+// Signals by name.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace qrt {
+
+/// The platform's number for "TERM" or "SIGTERM", in upper or lower case.
+std::optional<std::int32_t> signalNumber(std::string_view name);
+
+}  // namespace qrt

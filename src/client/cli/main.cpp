@@ -1,0 +1,30 @@
+#include <clocale>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "client/cli/Client.h"
+#include "platform/CallerProcess.h"
+#include "platform/NativePlatform.h"
+#include "platform/Terminal.h"
+
+namespace {
+
+/// The language part of the user's locale; "C" and "POSIX" name tables that nobody has.
+std::string languageOfUser() {
+  std::setlocale(LC_CTYPE, "");
+  const char* const locale = std::setlocale(LC_MESSAGES, "");
+  const std::string_view name = locale ? locale : "C";
+  return std::string(name.substr(0, name.find_first_of("_.@")));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const qrt::NativePlatform native;
+  const auto terminal = qrt::makeNativeTerminal();
+  const auto caller = qrt::makeNativeCallerProcess();
+  const qrt::ClientSurroundings surroundings{native.facilities(), *terminal, *caller,
+                                             QRT_BUNDLE_PATH, languageOfUser()};
+  return static_cast<int>(qrt::runClient({argv + 1, argv + argc}, surroundings));
+}

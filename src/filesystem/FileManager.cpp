@@ -1,0 +1,69 @@
+#include "filesystem/FileManager.h"
+
+#include "filesystem/FileManagerError.h"
+#include "filesystem/PathText.h"
+#include "filesystem/TreeRemoval.h"
+
+namespace qrt::FileManager {
+namespace {
+
+/// The system would read a path with a zero byte as the path before it.
+bool isPath(const std::string& text) { return text.find('\0') == std::string::npos; }
+
+PosixResult<FileStatus> statusOf(FileSystem& files, const std::string& path, Links links) {
+  if (!isPath(path)) return PosixCode::noEntry;
+  return files.status(path.c_str(), links);
+}
+
+}  // namespace
+
+bool fileExistsAtPath(FileSystem& files, const std::string& path, bool* isDirectory) {
+  const auto status = statusOf(files, path, Links::follow);
+  if (!status) return false;
+  if (isDirectory != nullptr) *isDirectory = status->isFolder();
+  return true;
+}
+
+Result<FileStatus> attributesOfItemAtPath(FileSystem& files, const std::string& path) {
+  const auto status = statusOf(files, path, Links::stay);
+  if (!status) return fileReadError(status.error(), path);
+  return *status;
+}
+
+Result<std::vector<std::string>> contentsOfDirectoryAtPath(FileSystem& files,
+                                                           const std::string& path) {
+  auto folder = openDirectoryAtPath(files, path);
+  if (!folder) return folder.error();
+  return contentsOfDirectory(*folder, path);
+}
+
+Result<Folder> openDirectoryAtPath(FileSystem& files, const std::string& path) {
+  if (!isPath(path)) return fileReadError(PosixCode::noEntry, path);
+  auto folder = files.openFolder(path.c_str(), Links::follow);
+  if (!folder) return fileReadError(folder.error(), path);
+  return std::move(*folder);
+}
+
+Result<std::vector<std::string>> contentsOfDirectory(Folder& folder, const std::string& path) {
+  std::vector<std::string> names;
+  for (;;) {
+    const auto entry = folder.next();
+    if (!entry) return fileReadError(entry.error(), path);
+    if (!*entry) return names;
+    names.emplace_back((*entry)->name);
+  }
+}
+
+Outcome removeItemAtPath(FileSystem& files, const std::string& path) {
+  const auto location = files.locate(path);
+  if (!location) return fileWriteError(location.error(), path);
+  return removeItem(files, location->at(), path);
+}
+
+Outcome removeItem(FileSystem& files, FileAt item, const std::string& path) {
+  const auto failure = removeTree(files, item);
+  if (!failure) return success;
+  return fileWriteError(failure->code, appendingPathComponent(path, failure->relativePath));
+}
+
+}  // namespace qrt::FileManager

@@ -1,0 +1,162 @@
+#include "filesystem/QRTFileDeletionAdditions.h"
+
+#include "filesystem/FileManager.h"
+#include "filesystem/TreeWalk.h"
+
+namespace qrt::QRTFileDeletionAdditions {
+namespace {
+
+constexpr std::int64_t firstSystemWithIntegrityProtection = 0x10B0;
+
+constexpr std::uint32_t userFlags = file_flag::userImmutable | file_flag::userAppendOnly;
+constexpr std::uint32_t systemFlags = file_flag::systemImmutable | file_flag::systemAppendOnly;
+constexpr std::uint32_t integrityFlags = file_flag::restricted | file_flag::noUnlink;
+
+Error fileDeletionError(Code code, const std::string& path) {
+  return {std::string(fileDeletionErrorDomain()),
+          static_cast<std::int64_t>(code),
+          {{std::string(filePathErrorKey), path}}};
+}
+
+bool isSIPRestricted(const DeletionContext& context, FileAt object, const std::string& path,
+                     Outcome* refiningError) {
+  if (context.operatingSystemVersionCode < firstSystemWithIntegrityProtection) return false;
+  const auto status = context.files.status(object, Links::stay);
+  if (!status || (status->flags & integrityFlags) == 0) return false;
+  if (refiningError != nullptr) {
+    auto refined = fileDeletionError(Code::systemProtected, path);
+    if (*refiningError) {
+      refined.userInfo.emplace(underlyingErrorKey, std::move(**refiningError));
+    }
+    *refiningError = std::move(refined);
+  }
+  return true;
+}
+
+Outcome refined(const DeletionContext& context, FileAt object, const std::string& path,
+                Outcome error) {
+  isSIPRestricted(context, object, path, &error);
+  return error;
+}
+
+/// `status` is the object's own, or its target's when links are followed.
+PosixCode changeImmutableFlag(FileSystem& files, bool flag, FileAt object, Links links,
+                              const FileStatus& status) {
+  const auto wanted =
+      flag ? status.flags | file_flag::userImmutable : status.flags & ~file_flag::userImmutable;
+  const auto code = files.setFlags(object, links, status, wanted);
+  if (!flag && code == PosixCode::notSupported) return PosixCode::success;
+  return code;
+}
+
+/// Clears the user immutable flag of everything but links.
+class ImmutableFlagClearing : public TreeVisitor {
+ public:
+  explicit ImmutableFlagClearing(FileSystem& files) : files_(files) {}
+
+  PosixResult<Next> visit(const TreeObject& object) override {
+    const auto code = object.isLink() ? PosixCode::success : clear(object.at());
+    if (code != PosixCode::success && code != PosixCode::noEntry) return code;
+    return Next::enter;
+  }
+
+ private:
+  PosixCode clear(FileAt object) {
+    const auto status = files_.status(object, Links::stay);
+    if (!status) return status.error();
+    if (status->isLink()) return PosixCode::success;
+    return changeImmutableFlag(files_, false, object, Links::stay, *status);
+  }
+
+  FileSystem& files_;
+};
+
+PosixCode clearImmutableFlags(FileSystem& files, FileAt top, bool isFolder) {
+  const auto code = setImmutableFlag(files, false, top, true);
+  if (code != PosixCode::success || !isFolder) return code;
+  ImmutableFlagClearing clearing(files);
+  const auto failure = walkTree(files, top, clearing);
+  return failure ? failure->code : PosixCode::success;
+}
+
+Outcome enforceSingleRemoval(const DeletionContext& context, FileAt object,
+                             const std::string& path) {
+  auto& files = context.files;
+  const auto status = files.status(object, Links::stay);
+  if (!status) return posixError(status.error());
+  if (status->type() == file_type::whiteout) return fileDeletionError(Code::whiteout, path);
+  if ((status->flags & systemFlags) != 0) return fileDeletionError(Code::systemFlags, path);
+  if ((status->flags & userFlags) != 0) {
+    const auto code = files.setFlags(object, Links::stay, *status, status->flags & ~userFlags);
+    if (code != PosixCode::success) return fileDeletionError(Code::flagsNotChangeable, path);
+  }
+  const auto code = status->isFolder() ? files.removeFolder(object) : files.removeFile(object);
+  if (code != PosixCode::notPermitted) return posixOutcome(code);
+  return refined(context, object, path, posixError(code));
+}
+
+}  // namespace
+
+Outcome enforceRemovalOfFileSystemObjectAtPath(const DeletionContext& context,
+                                               const std::string& path, bool recursive) {
+  return recursive ? enforceRecursiveRemovalOfFileSystemObjectAtPath(context, path)
+                   : enforceSingleRemovalOfFileSystemObjectAtPath(context, path);
+}
+
+Outcome enforceSingleRemovalOfFileSystemObjectAtPath(const DeletionContext& context,
+                                                     const std::string& path) {
+  if (path.empty()) return posixError(PosixCode::invalidArgument);
+  const auto location = context.files.locate(path);
+  if (!location) return posixError(location.error());
+  return enforceSingleRemoval(context, location->at(), path);
+}
+
+Outcome enforceRecursiveRemovalOfFileSystemObjectAtPath(const DeletionContext& context,
+                                                        const std::string& path) {
+  if (path.empty()) return posixError(PosixCode::invalidArgument);
+  const auto location = context.files.locate(path);
+  if (location) return enforceRecursiveRemovalOfFileSystemObject(context, location->at(), path);
+  if (isExhaustion(location.error())) return posixError(location.error());
+  return success;  // Nothing can be there.
+}
+
+Outcome enforceRecursiveRemovalOfFileSystemObject(const DeletionContext& context, FileAt object,
+                                                  const std::string& path) {
+  const auto target = context.files.status(object, Links::follow);
+  if (!target) return success;
+  const auto status = context.files.status(object, Links::stay);
+  const bool isLink = status && status->isLink();
+  if (!isLink) {
+    const auto code = clearImmutableFlags(context.files, object, target->isFolder());
+    if (code != PosixCode::success) return refined(context, object, path, posixError(code));
+  }
+  auto error = FileManager::removeItem(context.files, object, path);
+  if (!error) return success;
+  return refined(context, object, path, std::move(error));
+}
+
+Outcome setImmutableFlag(FileSystem& files, bool flag, const std::string& path,
+                         bool checkingExistenceOfLinkTarget) {
+  if (path.empty()) return posixError(PosixCode::invalidArgument);
+  const auto location = files.locate(path);
+  if (!location) return posixError(location.error());
+  return posixOutcome(setImmutableFlag(files, flag, location->at(), checkingExistenceOfLinkTarget));
+}
+
+PosixCode setImmutableFlag(FileSystem& files, bool flag, FileAt object,
+                           bool checkingExistenceOfLinkTarget) {
+  const auto status = files.status(object, Links::stay);
+  if (!status) return status.error();
+  if (!status->isLink()) return changeImmutableFlag(files, flag, object, Links::stay, *status);
+  const auto target = files.status(object, Links::follow);
+  if (target) return changeImmutableFlag(files, flag, object, Links::follow, *target);
+  return checkingExistenceOfLinkTarget ? PosixCode::noEntry : PosixCode::success;
+}
+
+bool isSIPRestrictedObjectAtPath(const DeletionContext& context, const std::string& path,
+                                 Outcome* refiningError) {
+  const auto location = context.files.locate(path);
+  return location && isSIPRestricted(context, location->at(), path, refiningError);
+}
+
+}  // namespace qrt::QRTFileDeletionAdditions

@@ -1,0 +1,76 @@
+// Acting on everything below a folder, with two threads where that pays.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "platform/FileSystem.h"
+
+namespace qrt {
+
+/// An object that a walk has come upon. Refers to the walk; good during the call it is passed to.
+class TreeObject {
+ public:
+  struct Holder;
+
+  TreeObject(const Holder* holder, FileAt at, std::uint32_t type, unsigned worker)
+      : at_(at), type_(type), worker_(worker), holder_(holder) {}
+
+  /// By the open folder that holds it: no exchange of a folder leads astray.
+  FileAt at() const { return at_; }
+
+  /// Type bits (`file_type`), never 0. An attacker may have put something else in its place since.
+  std::uint32_t type() const { return type_; }
+  bool isFolder() const { return type_ == file_type::folder; }
+  bool isLink() const { return type_ == file_type::link; }
+
+  /// Which of the walk's threads makes the call: 0 (the caller of the walk) or 1.
+  unsigned worker() const { return worker_; }
+
+  /// From the top of the walk, which is "" itself.
+  std::string relativePath() const;
+
+ private:
+  FileAt at_;
+  std::uint32_t type_;
+  unsigned worker_;
+  const Holder* holder_;
+};
+
+/// What a walk does. Two threads may call it at the same time, for different objects.
+class TreeVisitor {
+ public:
+  enum class Next { enter, pass };
+  enum class Leave { done, again };
+
+  virtual ~TreeVisitor() = default;
+
+  /// Comes to each object below the top, to folders before anything in them. `enter` goes on into a
+  /// folder and means nothing for other objects. An error ends the walk.
+  virtual PosixResult<Next> visit(const TreeObject& object) = 0;
+
+  /// Comes to each entered folder, the top included, when everything below it is done. `again` has
+  /// the folder's contents visited once more; `round` counts from 0.
+  virtual PosixResult<Leave> leave(const TreeObject& folder, unsigned round);
+
+  /// A folder (the top included) cannot be opened or read on. Success passes over it.
+  /// Running out of descriptors or memory is not asked about, it ends the walk.
+  virtual PosixCode cannotRead(const TreeObject& folder, PosixCode reason);
+};
+
+struct TreeFailure {
+  PosixCode code;
+  /// Of the object that it happened to, from the top.
+  std::string relativePath;
+};
+
+/// Visits what is below `top`, which is not followed when it is a link. Folders are opened relative
+/// to the open folder that holds them; depth is limited by descriptors alone. The first error ends
+/// the walk and is returned.
+///
+/// Starts on the calling thread and ends there. A second thread joins when enough has been seen and
+/// folders wait; the two share folders out, so that the order between siblings is nobody's.
+std::optional<TreeFailure> walkTree(FileSystem& files, FileAt top, TreeVisitor& visitor);
+
+}  // namespace qrt

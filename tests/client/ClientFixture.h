@@ -1,0 +1,87 @@
+// The command-line client in a world that a test controls.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "client/cli/Client.h"
+#include "platform/CallerProcess.h"
+#include "platform/NativePlatform.h"
+#include "platform/SelfProcess.h"
+#include "support/FakeAuthority.h"
+#include "support/FakeHelper.h"
+#include "support/FakeTerminal.h"
+#include "support/RecordingLog.h"
+
+namespace qrt::test {
+
+class FakeCaller : public CallerProcess {
+ public:
+  PosixResult<std::string> folder = std::string("/here");
+
+  std::int32_t processIdentifier() const override { return 42; }
+  PosixResult<std::string> currentFolder() const override { return folder; }
+  std::unique_ptr<InterruptionGuard> catchInterruptions(std::function<void()> action) override {
+    interrupt = std::move(action);
+    return std::make_unique<InterruptionGuard>();
+  }
+
+  /// What a signal would do.
+  std::function<void()> interrupt;
+};
+
+class FakeSelf : public SelfProcess {
+ public:
+  std::uint32_t userID = 0;
+
+  std::uint32_t realUserID() const override { return userID; }
+  void prepareForService() override {}
+  [[noreturn]] void exit(int status) override { std::exit(status); }
+};
+
+class ClientFixture : public testing::Test {
+ protected:
+  /// Runs the client; its output so far is gone.
+  int run(const std::vector<std::string>& words) {
+    terminal.take();
+    return static_cast<int>(
+        runClient(words, {platform,
+                          terminal,
+                          caller,
+                          bundlePath,
+                          language,
+                          {.attempts = 2, .pause = std::chrono::milliseconds(1)}}));
+  }
+
+  FakeHelper helper;
+  FakeTerminal terminal;
+  FakeCaller caller;
+  FakeSelf self;
+  FakeAuthority authority;
+  RecordingLog log;
+  std::string bundlePath = "/nowhere";
+  std::string language = "C";
+
+ private:
+  NativePlatform native_;
+  const Platform& rest_ = native_.facilities();
+
+ protected:
+  const Platform platform{log,
+                          self,
+                          rest_.files,
+                          rest_.propertyLists,
+                          rest_.versionFile,
+                          rest_.processes,
+                          rest_.kernelSettings,
+                          authority,
+                          rest_.transport,
+                          helper};
+};
+
+}  // namespace qrt::test

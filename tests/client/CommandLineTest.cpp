@@ -1,0 +1,140 @@
+// From the words of a command line to the values on the wire.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <limits>
+
+#include "ClientFixture.h"
+
+namespace qrt {
+namespace {
+
+class CommandLineTest : public test::ClientFixture {};
+
+TEST_F(CommandLineTest, WordsBecomeTheArgumentsOfTheRequest) {
+  struct Case {
+    std::vector<std::string> words;
+    std::string call;
+    Array arguments;
+  };
+  const Case cases[] = {
+      {{"nop"}, "perform 9998", {}},
+      {{"delete-fileobjects", "a"}, "perform 3", {"0", "0", "/here/a"}},
+      {{"delete-fileobjects", "--recursive", "/a", "../b/"},
+       "perform 3",
+       {"1", "0", "/a", "/here/../b/"}},
+      {{"delete-fileobjects", "a", "--stop-on-first-error", "b"},
+       "perform 3",
+       {"0", "1", "/here/a", "/here/b"}},
+      {{"delete-foldercontents", "."}, "perform 4", {"/here/."}},
+      {{"modify-kernelsetting", "vm.swappiness", "60"}, "perform 15", {"vm.swappiness", 60}},
+      {{"modify-kernelsetting", "a", "-9223372036854775808"},
+       "perform 15",
+       {"a", std::numeric_limits<std::int64_t>::min()}},
+      {{"modify-kernelsetting", "a", "18446744073709551615"},
+       "perform 15",
+       {"a", std::numeric_limits<std::uint64_t>::max()}},
+      {{"modify-kernelsetting", "a", "0xfF"}, "perform 15", {"a", 255}},
+      {{"modify-kernelsetting", "a", "-0x10"}, "perform 15", {"a", -16}},
+      {{"signal-process", "1234", "TERM"}, "perform 19", {1234, SIGTERM}},
+      {{"signal-process", "1234", "sigusr1"}, "perform 19", {1234, SIGUSR1}},
+      {{"signal-process", "-1", "9"}, "perform 19", {-1, 9}},
+      // Words that look like something else.
+      {{"delete-foldercontents", "nop", "version", "[a,b]", "[]", "++", "{}", "%%", "-"},
+       "perform 4",
+       {"/here/nop", "/here/version", "/here/[a,b]", "/here/[]", "/here/++", "/here/{}", "/here/%%",
+        "/here/-"}},
+      {{"delete-foldercontents", "a", "--", "--json", "-x", "--", "[b]", "++"},
+       "perform 4",
+       {"/here/a", "/here/--json", "/here/-x", "/here/--", "/here/[b]", "/here/++"}},
+      {{"delete-foldercontents", "--", "--help"}, "perform 4", {"/here/--help"}},
+      {{"delete-foldercontents", "\x01x", "\xFF\xFE"},
+       "perform 4",
+       {"/here/\x01x", "/here/\xFF\xFE"}},
+      // An empty path never becomes the current folder.
+      {{"delete-foldercontents", ""}, "perform 4", {""}},
+      // General options stand anywhere.
+      {{"--prompt", "[p]", "nop", "--icon=i.png"},
+       "perform 9998",
+       {"!QRTMETA!",
+        Dictionary{{"QRTAuthorizationPrompt", "[p]"}, {"QRTAuthorizationIcon", "/here/i.png"}}}},
+      {{"nop", "--prompt", ""}, "perform 9998", {}},
+  };
+  for (const auto& [words, call, arguments] : cases) {
+    helper.calls.clear();
+    EXPECT_EQ(run(words), 0) << testing::PrintToString(words) << terminal.errors();
+    EXPECT_THAT(helper.calls, testing::Contains(call)) << testing::PrintToString(words);
+    EXPECT_EQ(helper.arguments, arguments) << testing::PrintToString(words);
+  }
+}
+
+TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeAnythingIsDone) {
+  const std::vector<std::string> cases[] = {
+      {},
+      {"format-planet"},
+      {"write-smcvalue", "KEY0", "-"},
+      {"nop", "extra"},
+      {"--", "nop"},
+      {"nop", "--unknown"},
+      {"--prompt"},
+      {"delete-fileobjects"},
+      {"delete-fileobjects", "--recursive=maybe", "a"},
+      {"delete-fileobjects", "--recursive=false", "a"},
+      {"delete-fileobjects", "--no-recursive", "a"},
+      {"--json=false", "nop"},
+      {"delete-foldercontents", "a", "-x"},
+      {"modify-kernelsetting", "a"},
+      {"modify-kernelsetting", "a", "1", "2"},
+      {"modify-kernelsetting", "a", ""},
+      {"modify-kernelsetting", "a", "1.5"},
+      {"modify-kernelsetting", "a", "1 "},
+      {"modify-kernelsetting", "a", "0x"},
+      {"modify-kernelsetting", "a", "0x-1"},
+      {"modify-kernelsetting", "a", "--1"},
+      {"modify-kernelsetting", "a", "18446744073709551616"},
+      {"modify-kernelsetting", "a", "-9223372036854775809"},
+      {"signal-process", "1", "SIGNIFICANT"},
+      {"signal-process", "one", "TERM"},
+  };
+  for (const auto& words : cases) {
+    EXPECT_EQ(run(words), 2) << testing::PrintToString(words);
+    EXPECT_THAT(terminal.errors(), testing::StartsWith("qrtctl: "));
+    EXPECT_EQ(terminal.output(), "");
+  }
+  EXPECT_EQ(run({"nop", "--socket=\x1B[2J", "\x1B[2J"}), 2);
+  EXPECT_EQ(terminal.errors().find('\x1B'), std::string::npos);
+  EXPECT_TRUE(helper.calls.empty());
+}
+
+TEST_F(CommandLineTest, ARelativePathNeedsACurrentFolder) {
+  caller.folder = PosixCode::noEntry;
+  EXPECT_EQ(run({"delete-foldercontents", "a"}), 2);
+  EXPECT_EQ(run({"delete-foldercontents", "/a"}), 0);
+  EXPECT_EQ(helper.arguments, Array{"/a"});
+}
+
+TEST_F(CommandLineTest, HelpTellsEverythingAndStartsNothing) {
+  EXPECT_EQ(run({"--help"}), 0);
+  const auto help = terminal.output();
+  for (const auto* expected :
+       {"delete-foldercontents", "Delete the contents of one or more folders.", "install-rights",
+        "--socket", "\n  0    done\n", "\n  6    ", "\n  130  ", "Base64"}) {
+    EXPECT_NE(help.find(expected), std::string::npos) << expected;
+  }
+  EXPECT_EQ(help.find("write-smcvalue"), std::string::npos);
+  EXPECT_EQ(run({"delete-fileobjects", "--help"}), 0);
+  EXPECT_NE(terminal.output().find("--stop-on-first-error"), std::string::npos);
+  EXPECT_TRUE(helper.calls.empty());
+}
+
+TEST_F(CommandLineTest, TheSocketIsTheInstalledOneUnlessAnotherIsNamed) {
+  run({"nop"});
+  run({"nop", "--socket", "/tmp/[s]"});
+  EXPECT_THAT(helper.calls,
+              testing::IsSupersetOf({"connect /run/com.vantor.system.privilegedhelper-vk2/socket",
+                                     "connect /tmp/[s]"}));
+}
+
+}  // namespace
+}  // namespace qrt

@@ -1,0 +1,94 @@
+#include "service/QRTPrivilegedHelper.h"
+
+#include <gtest/gtest.h>
+
+#include "ServiceDoubles.h"
+#include "operations/QRTPrivilegedOperationSetVK2.h"
+
+namespace qrt {
+namespace {
+
+using test::RecordingLog;
+
+class QRTPrivilegedHelperTest : public testing::Test {
+ protected:
+  test::ServicePlatform doubles_;
+  QRTPrivilegedOperationSetVK2 operations_{doubles_.log, doubles_.authority};
+  QRTPrivilegedHelper& helper_ =
+      *QRTPrivilegedHelper::initForOperationSet(&operations_, doubles_.platform);
+
+  ~QRTPrivilegedHelperTest() override {
+    // The helper is the process's only one: leave its registry empty for the next test.
+    for (const auto identifier : helper_.clients().clientSet()) {
+      try {
+        helper_.unregisterClientWithPID(identifier);
+      } catch (const test::Exited&) {
+      }
+    }
+  }
+};
+
+TEST_F(QRTPrivilegedHelperTest, ThereIsOneInAProcess) {
+  EXPECT_EQ(QRTPrivilegedHelper::privilegedHelper(), &helper_);
+  EXPECT_EQ(&QRTPrivilegedHelper::init(), &helper_);
+  EXPECT_EQ(QRTPrivilegedHelper::initForOperationSet(nullptr, doubles_.platform), nullptr);
+}
+
+TEST_F(QRTPrivilegedHelperTest, ListensUnderTheServiceIdentifier) {
+  EXPECT_EQ(doubles_.transport.serviceIdentifier, "com.vantor.system.privilegedhelper-vk2");
+  EXPECT_EQ(
+      doubles_.log.lines().back(),
+      (RecordingLog::Line{LogLevel::info,
+                          "Activated helper version 1.6, implementing operation set 'vk2'."}));
+  EXPECT_EQ(helper_.getVersionString(), "1.6");
+  EXPECT_NE(helper_.connectWithEndpoint(), nullptr);
+}
+
+TEST_F(QRTPrivilegedHelperTest, AcceptsOnlyFromItsOwnListener) {
+  struct Connection : IncomingConnection {
+    QRTPrivilegedHelperProtocol* exported = nullptr;
+    bool resumed = false;
+    void setExportedObject(QRTPrivilegedHelperProtocol& object) override { exported = &object; }
+    void resume() override { resumed = exported != nullptr; }
+  } connection;
+  test::FakeTransport foreign;
+  const auto foreignListener = foreign.makeListener("other");
+  auto& own = *doubles_.transport.listener;
+
+  EXPECT_FALSE(helper_.shouldAcceptNewConnection(*foreignListener, &connection));
+  EXPECT_FALSE(helper_.shouldAcceptNewConnection(own, nullptr));
+  EXPECT_FALSE(connection.resumed);
+  EXPECT_EQ(
+      doubles_.log.lines().back(),
+      (RecordingLog::Line{LogLevel::fault, "Received bad XPC connection request. Ignoring..."}));
+  EXPECT_TRUE(helper_.shouldAcceptNewConnection(own, &connection));
+  EXPECT_TRUE(connection.resumed);
+  EXPECT_EQ(connection.exported, &helper_);
+}
+
+TEST_F(QRTPrivilegedHelperTest, EndsWhenTheLastClientLeaves) {
+  helper_.registerClientWithPID(42);
+  helper_.registerClientWithPID(42);
+  helper_.registerClientWithPID(43);
+  helper_.unregisterClientWithPID(42);
+  EXPECT_EQ(doubles_.log.lines().back().text, "1 clients remaining.");
+  EXPECT_FALSE(doubles_.transport.invalidated);
+  EXPECT_THROW(helper_.unregisterClientWithPID(43), test::Exited);
+  EXPECT_TRUE(doubles_.transport.invalidated);
+
+  std::vector<std::string> told;
+  for (const auto& line : doubles_.log.lines()) told.push_back(line.text);
+  EXPECT_EQ(told, (std::vector<std::string>{
+                      "Activated helper version 1.6, implementing operation set 'vk2'.",
+                      "Beginning work for client 42.", "Beginning work for client 42.",
+                      "Beginning work for client 43.", "Finishing work for client 42.",
+                      "1 clients remaining.", "Finishing work for client 43.",
+                      "0 clients remaining.", "Terminating privileged helper."}));
+}
+
+TEST_F(QRTPrivilegedHelperTest, AnUnknownClientLeavingAnEmptyRegistryEndsItToo) {
+  EXPECT_THROW(helper_.unregisterClientWithPID(-7), test::Exited);
+}
+
+}  // namespace
+}  // namespace qrt

@@ -1,0 +1,42 @@
+// A requestor's feedback end that remembers what it was sent.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "protocol/FeedbackConnection.h"
+
+namespace qrt::test {
+
+/// Stands for the endpoint and for the connection to it.
+class FakeFeedback : public FeedbackEndpoint {
+ public:
+  /// What opening answers; nothing accepts the connection.
+  std::optional<Error> refusal;
+  std::vector<Dictionary> messages;
+  bool suspended = false;
+
+  std::unique_ptr<FeedbackConnection> connect() override {
+    return std::make_unique<Connection>(*this);
+  }
+
+ private:
+  class Connection : public FeedbackConnection {
+   public:
+    explicit Connection(FakeFeedback& owner) : owner_(owner) {}
+    Outcome open(Dictionary firstMessage) override {
+      if (owner_.refusal) return *owner_.refusal;
+      owner_.messages.push_back(std::move(firstMessage));
+      return success;
+    }
+    void processPrivilegedOperationFeedback(Dictionary message) override {
+      owner_.messages.push_back(std::move(message));
+    }
+    void suspend() override { owner_.suspended = true; }
+
+   private:
+    FakeFeedback& owner_;
+  };
+};
+
+}  // namespace qrt::test

@@ -1,0 +1,95 @@
+// A daemon that answers as a test tells it to.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/HelperConnection.h"
+
+namespace qrt::test {
+
+/// The connections it hands out live no longer than it. Every call is recorded, in order.
+class FakeHelper : public HelperConnector {
+ public:
+  /// Failures that come first, one a try.
+  std::vector<Error> connectFailures;
+  std::vector<Error> registrationFailures;
+  Outcome versionFailure;
+  Outcome externalFormFailure;
+
+  /// What an operation sends while it runs, and answers. `whileItRuns` is called between the two.
+  std::vector<Dictionary> feedback;
+  std::function<void()> whileItRuns;
+  Outcome answer;
+
+  std::vector<std::string> calls;
+  Array arguments;
+  bool wasFeedbackWanted = false;
+
+  Result<std::unique_ptr<HelperConnection>> connect(const std::string& address) override {
+    calls.push_back("connect " + address);
+    if (auto failure = takeFirst(connectFailures)) return *failure;
+    return std::unique_ptr<HelperConnection>(std::make_unique<Connection>(*this));
+  }
+
+  static Error brokenConnection() { return {std::string(cocoaErrorDomain), 4097, {}}; }
+  static Error invalidConnection() { return {std::string(cocoaErrorDomain), 4099, {}}; }
+
+ private:
+  static Outcome takeFirst(std::vector<Error>& failures) {
+    if (failures.empty()) return success;
+    auto first = failures.front();
+    failures.erase(failures.begin());
+    return first;
+  }
+
+  class Connection : public HelperConnection {
+   public:
+    explicit Connection(FakeHelper& helper) : helper_(helper) {}
+
+    Result<std::string> getVersionString() override {
+      helper_.calls.push_back("version");
+      if (helper_.versionFailure) return *helper_.versionFailure;
+      return std::string("1.6");
+    }
+    Outcome registerClientWithPID(std::int32_t identifier) override {
+      helper_.calls.push_back("register " + std::to_string(identifier));
+      return takeFirst(helper_.registrationFailures);
+    }
+    Outcome unregisterClientWithPID(std::int32_t identifier) override {
+      helper_.calls.push_back("unregister " + std::to_string(identifier));
+      return success;
+    }
+    Result<Data> createExternalForm() override {
+      helper_.calls.push_back("createExternalForm");
+      if (helper_.externalFormFailure) return *helper_.externalFormFailure;
+      return Data(32, 0xAB);
+    }
+    Result<std::unique_ptr<HelperConnection>> connectWithEndpoint() override {
+      return invalidConnection();
+    }
+    Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
+                                       const FeedbackHandler& handler, const Array& sent) override {
+      helper_.calls.push_back("perform " + std::to_string(code) +
+                              (authorizationData == Data(32, 0xAB) ? "" : " unauthorized"));
+      helper_.arguments = sent;
+      helper_.wasFeedbackWanted = handler != nullptr;
+      for (const auto& message : helper_.feedback) {
+        if (handler) handler(message);
+      }
+      if (helper_.whileItRuns) helper_.whileItRuns();
+      if (isInterrupted_) return posixError(PosixCode::interrupted);
+      return helper_.answer;
+    }
+    void interrupt() override { isInterrupted_ = true; }
+
+   private:
+    FakeHelper& helper_;
+    bool isInterrupted_ = false;
+  };
+};
+
+}  // namespace qrt::test
