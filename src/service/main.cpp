@@ -21,13 +21,9 @@ int main(int argc, char** argv) {
   const qrt::EntryPoint entryPoint{platform, infoDictionary ? *infoDictionary : nothing,
                                    [&](qrt::HandlerTable& handlers) {
                                      qrt::registerSystemSettingHandlers(handlers, platform);
-<<<<<<< HEAD
-                                     qrt::registerFileSystemHandlers(handlers, platform);
-                                     qrt::registerHardwareHandlers(handlers, platform);
-=======
                                      qrt::FileSystemOperations::registerHandlers(handlers,
                                                                                  platform);
->>>>>>> main
+                                     qrt::registerHardwareHandlers(handlers, platform);
                                    },
                                    std::cout, std::cerr};
   const auto arguments = std::span<const char* const>(argv, argc > 0 ? argc : 0);
