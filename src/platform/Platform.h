@@ -3,6 +3,7 @@
 
 namespace qrt {
 
+class ApplicationRegistry;
 class Authority;
 class BlockDevices;
 class FileSystem;
@@ -33,6 +34,7 @@ struct Platform {
   SMCExchange& smc;
   Nvram& nvram;
   BlockDevices& blockDevices;
+  ApplicationRegistry& applications;
 };
 
 }  // namespace qrt

@@ -82,7 +82,11 @@ struct ServicePlatform {
                     native.facilities().kernelSettings,
                     authority,
                     transport,
-                    native.facilities().helperConnector};
+                    native.facilities().helperConnector,
+                    native.facilities().smc,
+                    native.facilities().nvram,
+                    native.facilities().blockDevices,
+                    native.facilities().applications};
 };
 
 }  // namespace qrt::test

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "platform/linux/ActivationSocket.h"
+#include "platform/linux/LinuxApplicationRegistry.h"
 #include "platform/linux/LinuxAuthority.h"
 #include "platform/linux/LinuxFileSystem.h"
 #include "platform/linux/LinuxHelperConnection.h"
@@ -56,10 +57,11 @@ struct NativePlatform::Facilities {
   LinuxSMCExchange smc;
   LinuxNvram nvram;
   PosixBlockDevices blockDevices;
+  LinuxApplicationRegistry applications;
 
-  Platform references{log,       self,           files,     propertyLists, versionFile,
-                      processes, kernelSettings, authority, transport,     helperConnector,
-                      smc,       nvram,          blockDevices};
+  Platform references{log,       self,           files,        propertyLists, versionFile,
+                      processes, kernelSettings, authority,    transport,     helperConnector,
+                      smc,       nvram,          blockDevices, applications};
 };
 
 NativePlatform::NativePlatform(const std::string& root)
