@@ -27,7 +27,7 @@ std::string bar(double fraction, std::size_t width) {
 }  // namespace
 
 ProgressLine::ProgressLine(Terminal& terminal, std::string label, TimePoint start)
-    : terminal_(terminal), label_(std::move(label)), start_(start), nextDraw_(start + quietStart) {}
+    : terminal_(terminal), label_(std::move(label)), start_(start), nextDraw_(start + shortestInterval) {}
 
 void ProgressLine::setFraction(double fraction, TimePoint now) {
   // What is not a number fails the comparison: nothing done.
@@ -73,7 +73,7 @@ std::size_t ProgressLine::room() const {
 std::string ProgressLine::content(TimePoint now) const {
   const auto figures =
       fmt::format("{:3} %  {}", static_cast<int>(fraction_ * 100), elapsedText(now - start_));
-  const auto labelled = label_ + "  " + figures;
+  auto labelled = label_ + "  " + figures;
   if (labelled.size() > room()) return figures.substr(0, room());
 
   constexpr std::size_t frame = 4;

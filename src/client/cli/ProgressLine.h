@@ -16,7 +16,6 @@ class ProgressLine {
   using TimePoint = std::chrono::steady_clock::time_point;
 
   static constexpr std::chrono::milliseconds shortestInterval{100};
-  static constexpr std::chrono::milliseconds quietStart{250};
 
   ProgressLine(Terminal& terminal, std::string label, TimePoint start);
 

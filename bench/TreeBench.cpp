@@ -1,0 +1,109 @@
+// Walking and deleting trees: 200,000 files in 20,000 folders.
+//
+//   TreeBench [options of the benchmark library]     measures in this process
+//   TreeBench make|enumerate|remove PATH             does it once, for a comparison with other
+//   programs
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <memory>
+#include <string>
+
+#include "filesystem/QRTDirectoryEnumerator.h"
+#include "filesystem/QRTFileDeletionAdditions.h"
+#include "platform/NativeFileSystem.h"
+#include "support/RecordingLog.h"
+
+namespace {
+
+constexpr int outerFolders = 200;
+constexpr int innerFolders = 100;
+constexpr int filesEach = 10;
+constexpr std::size_t objects =
+    outerFolders * (1 + innerFolders * (1 + static_cast<std::size_t>(filesEach)));
+
+qrt::FileSystem& files() {
+  static const auto native = qrt::makeNativeFileSystem();
+  return *native;
+}
+
+bool make(const std::string& top) {
+  if (mkdir(top.c_str(), 0755) != 0) return false;
+  for (int outer = 0; outer < outerFolders; ++outer) {
+    const auto outerPath = top + "/outer" + std::to_string(outer);
+    mkdir(outerPath.c_str(), 0755);
+    for (int inner = 0; inner < innerFolders; ++inner) {
+      const auto innerPath = outerPath + "/inner" + std::to_string(inner);
+      mkdir(innerPath.c_str(), 0755);
+      const qrt::FileDescriptor folder(open(innerPath.c_str(), O_RDONLY | O_DIRECTORY));
+      for (int file = 0; file < filesEach; ++file) {
+        const auto name = "file" + std::to_string(file);
+        const qrt::FileDescriptor made(openat(folder.get(), name.c_str(), O_CREAT | O_EXCL, 0644));
+        if (!made) return false;
+      }
+    }
+  }
+  return true;
+}
+
+std::size_t enumerate(const std::string& top) {
+  qrt::test::RecordingLog log;
+  const auto walk = qrt::QRTDirectoryEnumerator::enumeratorAtPath(files(), log, top);
+  std::size_t count = 0;
+  while (walk && walk->nextObject()) ++count;
+  return count;
+}
+
+bool remove(const std::string& top) {
+  const qrt::DeletionContext context{files(), 0x1000};
+  return !qrt::QRTFileDeletionAdditions::enforceRemovalOfFileSystemObjectAtPath(context, top, true);
+}
+
+/// Where a tree is made: in memory where there is such a place.
+std::string scratchPath() {
+  std::string path = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
+  path += "/qrt-bench-XXXXXX";
+  if (mkdtemp(path.data()) == nullptr) return {};
+  rmdir(path.c_str());
+  return path;
+}
+
+void enumerating(benchmark::State& state) {
+  const auto top = scratchPath();
+  if (!make(top)) return state.SkipWithError("the tree could not be made");
+  for (auto _ : state) {
+    if (enumerate(top) != objects) state.SkipWithError("objects are missing");
+  }
+  remove(top);
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(objects));
+}
+BENCHMARK(enumerating)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void removing(benchmark::State& state) {
+  const auto top = scratchPath();
+  for (auto _ : state) {
+    state.PauseTiming();
+    if (!make(top)) state.SkipWithError("the tree could not be made");
+    state.ResumeTiming();
+    if (!remove(top)) state.SkipWithError("the tree could not be removed");
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(objects));
+}
+BENCHMARK(removing)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+bool doOnce(const std::string& what, const std::string& path) {
+  if (what == "make") return make(path);
+  if (what == "enumerate") return enumerate(path) == objects;
+  return what == "remove" && remove(path);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  if (count == 3 && arguments[1][0] != '-') return doOnce(arguments[1], arguments[2]) ? 0 : 1;
+  benchmark::Initialize(&count, arguments);
+  if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 2;
+  benchmark::RunSpecifiedBenchmarks();
+}

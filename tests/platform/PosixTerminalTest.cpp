@@ -1,0 +1,123 @@
+#include "platform/posix/PosixTerminal.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <array>
+#include <string>
+#include <thread>
+
+#include "platform/FileDescriptor.h"
+#include "platform/posix/PosixCallerProcess.h"
+#include "support/ScratchFolder.h"
+
+namespace qrt {
+namespace {
+
+/// Lets a descriptor of this process lead elsewhere for a while.
+class Redirection {
+ public:
+  Redirection(int descriptor, int elsewhere) : descriptor_(descriptor), before_(dup(descriptor)) {
+    dup2(elsewhere, descriptor);
+  }
+  ~Redirection() { dup2(before_.get(), descriptor_); }
+
+ private:
+  int descriptor_;
+  FileDescriptor before_;
+};
+
+std::pair<FileDescriptor, FileDescriptor> makePipe() {
+  int ends[2];
+  EXPECT_EQ(pipe(ends), 0);
+  return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+}
+
+TEST(PosixTerminal, WritesEverythingToASlowReaderOfANonBlockingStream) {
+  auto [reading, writing] = makePipe();
+  fcntl(writing.get(), F_SETFL, O_NONBLOCK);
+  const std::string text(1 << 20, 'x');
+  std::string received;
+  std::thread reader([&, descriptor = reading.get()] {
+    std::array<char, 10'000> piece;
+    for (;;) {
+      const auto count = read(descriptor, piece.data(), piece.size());
+      if (count <= 0) return;
+      received.append(piece.data(), static_cast<std::size_t>(count));
+    }
+  });
+  bool isWritten = false;
+  {
+    const Redirection redirection(STDOUT_FILENO, writing.get());
+    isWritten = PosixTerminal().write(StandardStream::output, text);
+  }
+  writing.reset();
+  reader.join();
+  EXPECT_TRUE(isWritten);
+  EXPECT_EQ(received, text);
+}
+
+TEST(PosixTerminal, TellsWhenTheReaderHasGone) {
+  auto [reading, writing] = makePipe();
+  reading.reset();
+  PosixTerminal terminal;
+  const Redirection redirection(STDERR_FILENO, writing.get());
+  EXPECT_FALSE(terminal.write(StandardStream::error, "x"));
+  EXPECT_FALSE(terminal.isTerminal(StandardStream::error));
+}
+
+TEST(PosixTerminal, KnowsATerminalAndItsWidth) {
+  const FileDescriptor controller(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+  ASSERT_TRUE(controller && grantpt(controller.get()) == 0 && unlockpt(controller.get()) == 0);
+  const FileDescriptor screen(open(ptsname(controller.get()), O_RDWR | O_NOCTTY | O_CLOEXEC));
+  ASSERT_TRUE(screen);
+  PosixTerminal terminal;
+  const Redirection redirection(STDERR_FILENO, screen.get());
+  EXPECT_TRUE(terminal.isTerminal(StandardStream::error));
+  winsize size{};
+  size.ws_col = 57;
+  ASSERT_EQ(ioctl(screen.get(), TIOCSWINSZ, &size), 0);
+  EXPECT_EQ(terminal.columns(), 57u);
+
+  const FileDescriptor nowhere(open("/dev/null", O_RDWR | O_CLOEXEC));
+  const Redirection errors(STDERR_FILENO, nowhere.get());
+  const Redirection output(STDOUT_FILENO, nowhere.get());
+  EXPECT_EQ(terminal.columns(), 80u);
+}
+
+TEST(PosixCallerProcess, AnInterruptionCallsTheActionWhileTheGuardLives) {
+  PosixCallerProcess caller;
+  int calls = 0;
+  signal(SIGHUP, SIG_IGN);
+  {
+    const auto guard = caller.catchInterruptions([&] { ++calls; });
+    raise(SIGINT);
+    raise(SIGTERM);
+    EXPECT_EQ(calls, 2);
+    // What was ignored stays ignored.
+    raise(SIGHUP);
+    EXPECT_EQ(calls, 2);
+  }
+  signal(SIGHUP, SIG_DFL);
+  EXPECT_EXIT(raise(SIGINT), testing::KilledBySignal(SIGINT), "");
+}
+
+TEST(PosixCallerProcess, KnowsItselfAndItsFolder) {
+  const test::ScratchFolder scratch;
+  const PosixCallerProcess caller;
+  EXPECT_EQ(caller.processIdentifier(), getpid());
+  const FileDescriptor before(open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const auto folder = scratch.folder("here");
+  ASSERT_EQ(chdir(folder.c_str()), 0);
+  EXPECT_EQ(caller.currentFolder().value(), folder);
+  rmdir(folder.c_str());
+  EXPECT_EQ(caller.currentFolder().error(), PosixCode::noEntry);
+  ASSERT_EQ(fchdir(before.get()), 0);
+}
+
+}  // namespace
+}  // namespace qrt

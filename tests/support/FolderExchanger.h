@@ -1,0 +1,51 @@
+// Somebody who exchanges two objects all the time.
+#pragma once
+
+#include <fcntl.h>
+#include <stdio.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+
+namespace qrt::test {
+
+/// Is at it, in a thread of its own, from when it is made until it goes. Either object may go
+/// before.
+class FolderExchanger {
+ public:
+  FolderExchanger(std::string first, std::string second)
+      : first_(std::move(first)), second_(std::move(second)), thread_([this] { work(); }) {
+    while (!hasBegun_) std::this_thread::yield();
+  }
+  FolderExchanger(const FolderExchanger&) = delete;
+  FolderExchanger& operator=(const FolderExchanger&) = delete;
+  ~FolderExchanger() {
+    isOver_ = true;
+    thread_.join();
+  }
+
+ private:
+  void work() {
+    while (!isOver_) {
+      exchange();
+      hasBegun_ = true;
+    }
+  }
+
+  void exchange() {
+#ifdef __APPLE__
+    renamex_np(first_.c_str(), second_.c_str(), RENAME_SWAP);
+#else
+    renameat2(AT_FDCWD, first_.c_str(), AT_FDCWD, second_.c_str(), RENAME_EXCHANGE);
+#endif
+  }
+
+  const std::string first_;
+  const std::string second_;
+  std::atomic<bool> hasBegun_ = false;
+  std::atomic<bool> isOver_ = false;
+  std::thread thread_;
+};
+
+}  // namespace qrt::test
