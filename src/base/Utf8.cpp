@@ -41,4 +41,14 @@ bool isValidUtf8(std::string_view text) {
   return true;
 }
 
+std::size_t utf16Length(std::string_view text) {
+  std::size_t length = 0;
+  while (!text.empty()) {
+    const auto character = firstUtf8Character(text);
+    length += character.codePoint > 0xFFFF ? 2 : 1;
+    text.remove_prefix(character.length == 0 ? 1 : character.length);
+  }
+  return length;
+}
+
 }  // namespace qrt

@@ -18,4 +18,7 @@ Utf8Character firstUtf8Character(std::string_view text);
 
 bool isValidUtf8(std::string_view text);
 
+/// Length in the units that the platform counts texts in. Bytes that are not valid count one each.
+std::size_t utf16Length(std::string_view text);
+
 }  // namespace qrt

@@ -6,7 +6,7 @@
 #include "filesystem/SystemFileOperations.h"
 #include "operations/NSProcessInfoQRTAdditions.h"
 
-namespace qrt::FileSystemOperations {
+namespace qrt {
 namespace {
 
 using DeletionHandler = Outcome (*)(const DeletionContext&, const Array&, FeedbackConnection*);
@@ -55,7 +55,7 @@ constexpr ItemOperation itemOperations[] = {
 
 }  // namespace
 
-void registerHandlers(HandlerTable& table, const Platform& platform) {
+void registerFileSystemHandlers(HandlerTable& table, const Platform& platform) {
   using namespace DeletionOperations;
   table.add("performOperationDeleteFileobjectsWithArguments:feedbackConnection:",
             withDeletionContext(performOperationDeleteFileobjectsWithArguments, platform));
@@ -66,4 +66,4 @@ void registerHandlers(HandlerTable& table, const Platform& platform) {
   }
 }
 
-}  // namespace qrt::FileSystemOperations
+}  // namespace qrt

@@ -4,9 +4,9 @@
 #include "operations/HandlerTable.h"
 #include "platform/Platform.h"
 
-namespace qrt::FileSystemOperations {
+namespace qrt {
 
 /// `platform` outlives the table.
-void registerHandlers(HandlerTable& table, const Platform& platform);
+void registerFileSystemHandlers(HandlerTable& table, const Platform& platform);
 
-}  // namespace qrt::FileSystemOperations
+}  // namespace qrt

@@ -28,17 +28,6 @@ std::int64_t integerValue(std::string_view text) {
                                : std::numeric_limits<std::int64_t>::max();
 }
 
-/// Length in the units that the platform counts texts in.
-std::size_t utf16Length(std::string_view text) {
-  std::size_t length = 0;
-  while (!text.empty()) {
-    const auto character = firstUtf8Character(text);
-    length += character.codePoint > 0xFFFF ? 2 : 1;
-    text.remove_prefix(character.length == 0 ? 1 : character.length);
-  }
-  return length;
-}
-
 /// Takes "%" and a hexadecimal number below 256.
 std::optional<std::uint8_t> takeByte(std::string_view& text) {
   if (!text.starts_with('%')) return std::nullopt;

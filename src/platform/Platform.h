@@ -3,16 +3,20 @@
 
 namespace qrt {
 
+class ApplicationRegistry;
 class Authority;
+class BlockDevices;
 class ExtendedAttributes;
 class FileSystem;
 class HelperConnector;
 class JobControl;
 class KernelSettings;
 class Log;
+class Nvram;
 class Preferences;
 class ProcessTable;
 class PropertyLists;
+class SMCExchange;
 class SelfProcess;
 class SubprocessFacility;
 class SystemConfiguration;
@@ -37,6 +41,10 @@ struct Platform {
   Authority& authority;
   Transport& transport;
   HelperConnector& helperConnector;
+  SMCExchange& smc;
+  Nvram& nvram;
+  BlockDevices& blockDevices;
+  ApplicationRegistry& applications;
 };
 
 }  // namespace qrt

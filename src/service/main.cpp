@@ -2,6 +2,7 @@
 #include <iostream>
 
 #include "filesystem/FileSystemOperations.h"
+#include "hardware/HardwareOperations.h"
 #include "operations/OperationHandlers.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "platform/NativePlatform.h"
@@ -23,7 +24,8 @@ int main(int argc, char** argv) {
     // The one set there is. It knows whose output is being forwarded.
     auto& liveSet = dynamic_cast<qrt::QRTPrivilegedOperationSetVK2&>(operationSet);
     qrt::registerOperationHandlers(handlers, platform, liveSet);
-    qrt::FileSystemOperations::registerHandlers(handlers, platform);
+    qrt::registerFileSystemHandlers(handlers, platform);
+    qrt::registerHardwareHandlers(handlers, platform);
   };
   const qrt::EntryPoint entryPoint{platform, infoDictionary ? *infoDictionary : nothing,
                                    registerHandlers, std::cout, std::cerr};

@@ -85,7 +85,11 @@ class ClientFixture : public testing::Test {
                           rest_.systemConfiguration,
                           authority,
                           rest_.transport,
-                          helper};
+                          helper,
+                          rest_.smc,
+                          rest_.nvram,
+                          rest_.blockDevices,
+                          rest_.applications};
 };
 
 }  // namespace qrt::test

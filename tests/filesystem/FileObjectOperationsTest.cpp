@@ -27,7 +27,7 @@ const auto invalid = posixError(PosixCode::invalidArgument);
 class FileObjectOperationsTest : public testing::Test {
  protected:
   FileObjectOperationsTest() {
-    FileSystemOperations::registerHandlers(handlers_, platform_.facilities());
+    registerFileSystemHandlers(handlers_, platform_.facilities());
   }
 
   /// Performs an operation the way a request does.

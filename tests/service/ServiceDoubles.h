@@ -100,7 +100,11 @@ struct ServicePlatform {
                     real.systemConfiguration,
                     authority,
                     transport,
-                    real.helperConnector};
+                    real.helperConnector,
+                    real.smc,
+                    real.nvram,
+                    real.blockDevices,
+                    real.applications};
 };
 
 }  // namespace qrt::test

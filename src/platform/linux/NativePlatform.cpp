@@ -3,20 +3,24 @@
 #include <cstdlib>
 
 #include "platform/linux/ActivationSocket.h"
+#include "platform/linux/LinuxApplicationRegistry.h"
 #include "platform/linux/LinuxAuthority.h"
 #include "platform/linux/LinuxExtendedAttributes.h"
 #include "platform/linux/LinuxFileSystem.h"
 #include "platform/linux/LinuxHelperConnection.h"
 #include "platform/linux/LinuxKernelSettings.h"
 #include "platform/linux/LinuxLog.h"
+#include "platform/linux/LinuxNvram.h"
 #include "platform/linux/LinuxPreferences.h"
 #include "platform/linux/LinuxProcessTable.h"
 #include "platform/linux/LinuxPropertyLists.h"
+#include "platform/linux/LinuxSMCExchange.h"
 #include "platform/linux/LinuxSelfProcess.h"
 #include "platform/linux/LinuxSystemConfiguration.h"
 #include "platform/linux/LinuxSystemVersionFile.h"
 #include "platform/linux/LinuxTransport.h"
 #include "platform/linux/SystemdJobControl.h"
+#include "platform/posix/PosixBlockDevices.h"
 #include "platform/posix/PosixSubprocess.h"
 #include "protocol/Names.h"
 
@@ -43,7 +47,10 @@ struct NativePlatform::Facilities {
         systemConfiguration(serviceFolder("CONFIGURATION_DIRECTORY", root + "etc"), root,
                             propertyLists, kernelSettings),
         authority(serviceFolder("STATE_DIRECTORY", root + "var/lib"), propertyLists),
-        transport(authority) {}
+        transport(authority),
+        smc(root),
+        nvram(root),
+        blockDevices(root) {}
 
   LinuxLog log;
   LinuxSelfProcess self;
@@ -60,22 +67,16 @@ struct NativePlatform::Facilities {
   LinuxAuthority authority;
   LinuxTransport transport;
   LinuxHelperConnector helperConnector;
+  LinuxSMCExchange smc;
+  LinuxNvram nvram;
+  PosixBlockDevices blockDevices;
+  LinuxApplicationRegistry applications;
 
-  Platform references{log,
-                      self,
-                      files,
-                      extendedAttributes,
-                      propertyLists,
-                      versionFile,
-                      processes,
-                      kernelSettings,
-                      subprocesses,
-                      jobControl,
-                      preferences,
-                      systemConfiguration,
-                      authority,
-                      transport,
-                      helperConnector};
+  Platform references{log,           self,         files,           extendedAttributes,
+                      propertyLists, versionFile,  processes,       kernelSettings,
+                      subprocesses,  jobControl,   preferences,     systemConfiguration,
+                      authority,     transport,    helperConnector, smc,
+                      nvram,         blockDevices, applications};
 };
 
 NativePlatform::NativePlatform(const std::string& root)

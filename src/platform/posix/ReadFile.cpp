@@ -12,7 +12,7 @@
 namespace qrt {
 
 PosixResult<Data> readFile(int folder, const char* path, std::size_t limit) {
-  const FileDescriptor file(openat(folder, path, O_RDONLY | O_CLOEXEC));
+  const FileDescriptor file(openat(folder, path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (!file) return lastError();
   return readFile(file.get(), limit);
 }

@@ -1,0 +1,54 @@
+#include "base/Path.h"
+
+namespace qrt::path {
+namespace {
+
+std::string_view withoutTrailingSlashes(std::string_view path) {
+  while (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);
+  return path;
+}
+
+std::string_view withoutLeadingSlashes(std::string_view path) {
+  while (path.starts_with('/')) path.remove_prefix(1);
+  return path;
+}
+
+}  // namespace
+
+std::string appending(std::string_view folder, std::string_view component) {
+  component = withoutTrailingSlashes(component);
+  folder = withoutTrailingSlashes(folder);
+  if (folder.empty()) return std::string(component);
+  component = withoutLeadingSlashes(component);
+  std::string path(folder);
+  if (component.empty()) return path;
+  if (!path.ends_with('/')) path += '/';
+  return path += component;
+}
+
+std::string_view lastComponent(std::string_view path) {
+  path = withoutTrailingSlashes(path);
+  if (path == "/") return path;
+  return path.substr(path.rfind('/') + 1);
+}
+
+std::string_view withoutLastComponent(std::string_view path) {
+  path = withoutTrailingSlashes(path);
+  const auto slash = path.rfind('/');
+  if (slash == std::string_view::npos) return {};
+  return withoutTrailingSlashes(path.substr(0, slash + 1));
+}
+
+std::string_view extension(std::string_view path) {
+  const auto name = lastComponent(path);
+  const auto dot = name.rfind('.');
+  return dot == 0 || dot == std::string_view::npos ? std::string_view() : name.substr(dot + 1);
+}
+
+std::string_view withoutExtension(std::string_view path) {
+  path = withoutTrailingSlashes(path);
+  const auto length = extension(path).size();
+  return length == 0 ? path : path.substr(0, path.size() - length - 1);
+}
+
+}  // namespace qrt::path

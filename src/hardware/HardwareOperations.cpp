@@ -1,0 +1,30 @@
+#include "hardware/HardwareOperations.h"
+
+#include <memory>
+
+#include "hardware/FirmwareOperations.h"
+#include "hardware/SharedSMCController.h"
+#include "operations/HandlerTable.h"
+#include "platform/Platform.h"
+
+namespace qrt {
+
+void registerHardwareHandlers(HandlerTable& handlers, const Platform& platform) {
+  auto& nvram = platform.nvram;
+  handlers.add("performOperationModifyNvramWithArguments:",
+               [&nvram](const Array& arguments, FeedbackConnection*) {
+                 return performOperationModifyNvramWithArguments(arguments, nvram);
+               });
+  auto& devices = platform.blockDevices;
+  handlers.add("performOperationEraseDiskblocksWithArguments:",
+               [&devices](const Array& arguments, FeedbackConnection*) {
+                 return performOperationEraseDiskblocksWithArguments(arguments, devices);
+               });
+  const auto controller = std::make_shared<SharedSMCController>(platform.smc, platform.log);
+  handlers.add("performOperationWriteSmcvalueWithArguments:",
+               [controller](const Array& arguments, FeedbackConnection*) {
+                 return performOperationWriteSmcvalueWithArguments(arguments, *controller);
+               });
+}
+
+}  // namespace qrt

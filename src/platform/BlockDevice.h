@@ -1,0 +1,40 @@
+// Storage devices, for overwriting them with zeros.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+#include "base/Result.h"
+
+namespace qrt {
+
+/// A device that is open for writing. What is written goes past the system's cache where the device
+/// lets it. For one thread at a time.
+class BlockDevice {
+ public:
+  static constexpr std::size_t largestWrite = 1 << 20;
+
+  virtual ~BlockDevice() = default;
+
+  /// Writes that many zero bytes, at most `largestWrite`, behind those already written. Answers how
+  /// many it were: fewer where the device ends. An error leaves the place where it was, though some
+  /// bytes behind it may have been written.
+  virtual PosixResult<std::size_t> writeZeros(std::size_t count) = 0;
+
+  /// Waits until what was written is on the device. What cannot keep anything is done at once.
+  virtual PosixCode synchronize() = 0;
+};
+
+/// Thread-safe.
+class BlockDevices {
+ public:
+  virtual ~BlockDevices() = default;
+
+  /// Opens "/dev/<name>" for writing at its beginning. Links are followed, slashes around the name
+  /// do not count, and a ".." in it is `invalidArgument`. Neither opening nor writing waits for the
+  /// other end of a FIFO.
+  virtual PosixResult<std::unique_ptr<BlockDevice>> open(const std::string& name) = 0;
+};
+
+}  // namespace qrt

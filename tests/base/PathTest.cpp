@@ -1,0 +1,36 @@
+#include "base/Path.h"
+
+#include <gtest/gtest.h>
+
+namespace qrt {
+namespace {
+
+TEST(Path, TakenApart) {
+  struct Case {
+    const char *path, *parent, *last, *extension, *withoutExtension;
+  };
+  for (const auto& c :
+       {Case{"/a/b.txt", "/a", "b.txt", "txt", "/a/b"},
+        Case{"/a/b.txt//", "/a", "b.txt", "txt", "/a/b"}, Case{"/a.d/b", "/a.d", "b", "", "/a.d/b"},
+        Case{"b.tar.gz", "", "b.tar.gz", "gz", "b.tar"}, Case{"/.app", "/", ".app", "", "/.app"},
+        Case{"/", "/", "/", "", "/"}, Case{"a.", "", "a.", "", "a."}, Case{"", "", "", "", ""}}) {
+    EXPECT_EQ(path::withoutLastComponent(c.path), c.parent) << c.path;
+    EXPECT_EQ(path::lastComponent(c.path), c.last) << c.path;
+    EXPECT_EQ(path::extension(c.path), c.extension) << c.path;
+    EXPECT_EQ(path::withoutExtension(c.path), c.withoutExtension) << c.path;
+  }
+}
+
+TEST(Path, PutTogether) {
+  struct Case {
+    const char *folder, *component, *path;
+  };
+  for (const auto& c : {Case{"/a", "b", "/a/b"}, Case{"/a//", "//b/", "/a/b"}, Case{"/", "b", "/b"},
+                        Case{"", "/b", "/b"}, Case{"", "b", "b"}, Case{"/a", "", "/a"},
+                        Case{"/a", "/", "/a"}, Case{"a", "b/c", "a/b/c"}}) {
+    EXPECT_EQ(path::appending(c.folder, c.component), c.path);
+  }
+}
+
+}  // namespace
+}  // namespace qrt
