@@ -16,6 +16,7 @@
 #include "support/FakeAuthority.h"
 #include "support/FakeHelper.h"
 #include "support/FakeTerminal.h"
+#include "support/PlatformDouble.h"
 #include "support/RecordingLog.h"
 
 namespace qrt::test {
@@ -69,27 +70,11 @@ class ClientFixture : public testing::Test {
 
  private:
   NativePlatform native_;
-  const Platform& rest_ = native_.facilities();
 
  protected:
-  const Platform platform{log,
-                          self,
-                          rest_.files,
-                          rest_.extendedAttributes,
-                          rest_.propertyLists,
-                          rest_.versionFile,
-                          rest_.processes,
-                          rest_.kernelSettings,
-                          rest_.subprocesses,
-                          rest_.preferences,
-                          rest_.systemConfiguration,
-                          authority,
-                          rest_.transport,
-                          helper,
-                          rest_.smc,
-                          rest_.nvram,
-                          rest_.blockDevices,
-                          rest_.applications};
+  const Platform platform = platformWith(
+      {.log = &log, .self = &self, .authority = &authority, .helperConnector = &helper},
+      native_.facilities());
 };
 
 }  // namespace qrt::test

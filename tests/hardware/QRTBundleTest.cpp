@@ -9,6 +9,7 @@
 #include "platform/ApplicationRegistry.h"
 #include "platform/NativePlatform.h"
 #include "support/PlantedFile.h"
+#include "support/PlatformDouble.h"
 
 namespace qrt {
 namespace {
@@ -46,21 +47,7 @@ class Bundles : public testing::Test {
   FakeRegistry registry;
   NativePlatform native;
 
-  const Platform& facilities = native.facilities();
-  const Platform platform{facilities.log,
-                          facilities.self,
-                          facilities.files,
-                          facilities.propertyLists,
-                          facilities.versionFile,
-                          facilities.processes,
-                          facilities.kernelSettings,
-                          facilities.authority,
-                          facilities.transport,
-                          facilities.helperConnector,
-                          facilities.smc,
-                          facilities.nvram,
-                          facilities.blockDevices,
-                          registry};
+  const Platform platform = test::platformWith({.applications = &registry}, native.facilities());
 };
 
 constexpr const char* executable = "{CFBundleExecutable=x;}";

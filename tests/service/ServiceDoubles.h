@@ -10,6 +10,7 @@
 #include "platform/SelfProcess.h"
 #include "platform/Transport.h"
 #include "support/FakeAuthority.h"
+#include "support/PlatformDouble.h"
 #include "support/RecordingLog.h"
 
 namespace qrt::test {
@@ -85,26 +86,12 @@ struct ServicePlatform {
   FakeSelfProcess self;
   FakeTransport transport;
   FakeJobControl jobControl;
-  const Platform& real = native.facilities();
-  Platform platform{log,
-                    self,
-                    real.files,
-                    real.extendedAttributes,
-                    real.propertyLists,
-                    real.versionFile,
-                    real.processes,
-                    real.kernelSettings,
-                    real.subprocesses,
-                    jobControl,
-                    real.preferences,
-                    real.systemConfiguration,
-                    authority,
-                    transport,
-                    real.helperConnector,
-                    real.smc,
-                    real.nvram,
-                    real.blockDevices,
-                    real.applications};
+  const Platform platform = platformWith({.log = &log,
+                                          .self = &self,
+                                          .jobControl = &jobControl,
+                                          .authority = &authority,
+                                          .transport = &transport},
+                                         native.facilities());
 };
 
 }  // namespace qrt::test

@@ -1,0 +1,45 @@
+// A platform with some facilities replaced.
+#pragma once
+
+#include "platform/Platform.h"
+
+namespace qrt::test {
+
+/// What stands in for the facilities of another platform; null leaves the other's.
+struct Doubles {
+  Log* log = nullptr;
+  SelfProcess* self = nullptr;
+  JobControl* jobControl = nullptr;
+  Authority* authority = nullptr;
+  Transport* transport = nullptr;
+  HelperConnector* helperConnector = nullptr;
+  ApplicationRegistry* applications = nullptr;
+};
+
+/// Doubles and rest outlive it.
+inline Platform platformWith(const Doubles& doubles, const Platform& rest) {
+  const auto either = [](auto* facility, auto& other) -> auto& {
+    return facility ? *facility : other;
+  };
+  return {.log = either(doubles.log, rest.log),
+          .self = either(doubles.self, rest.self),
+          .files = rest.files,
+          .extendedAttributes = rest.extendedAttributes,
+          .propertyLists = rest.propertyLists,
+          .versionFile = rest.versionFile,
+          .processes = rest.processes,
+          .kernelSettings = rest.kernelSettings,
+          .subprocesses = rest.subprocesses,
+          .jobControl = either(doubles.jobControl, rest.jobControl),
+          .preferences = rest.preferences,
+          .systemConfiguration = rest.systemConfiguration,
+          .authority = either(doubles.authority, rest.authority),
+          .transport = either(doubles.transport, rest.transport),
+          .helperConnector = either(doubles.helperConnector, rest.helperConnector),
+          .smc = rest.smc,
+          .nvram = rest.nvram,
+          .blockDevices = rest.blockDevices,
+          .applications = either(doubles.applications, rest.applications)};
+}
+
+}  // namespace qrt::test
