@@ -167,6 +167,10 @@ PosixCode LinuxPreferences::changeFile(int folder, const std::string& name, cons
   } else if (file->contents.erase(change.key) == 0) {
     return PosixCode::success;
   }
+  // The user must not get hold of what becomes the file of somebody else.
+  const bool isOwn = file->user == place.user;
+  const FileSystemIdentity writer(isOwn ? place.user : 0, isOwn ? place.group : 0);
+  if (!writer.isTaken()) return PosixCode::notPermitted;
   return writeDefaults(folder, name, *file, propertyLists_);
 }
 

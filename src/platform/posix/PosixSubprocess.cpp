@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <string_view>
@@ -82,12 +83,7 @@ std::vector<std::string> environmentFor(const ProgramLaunch& program) {
   return environment;
 }
 
-bool holdsZeroByte(const ProgramLaunch& program) {
-  for (const auto& text : argumentsFor(program)) {
-    if (text.find('\0') != std::string::npos) return true;
-  }
-  return false;
-}
+bool holdsZeroByte(const std::string& text) { return text.find('\0') != std::string::npos; }
 
 /// No signal is handled by this thread, nor by a child that it forks, while the guard lives.
 class SignalBlock {
@@ -164,10 +160,11 @@ class PosixSubprocess : public Subprocess {
 };
 
 PosixCode PosixSubprocess::launch(const ProgramLaunch& program) {
-  if (holdsZeroByte(program)) return PosixCode::invalidArgument;
+  auto texts = argumentsFor(program);
+  if (std::any_of(texts.begin(), texts.end(), holdsZeroByte)) return PosixCode::invalidArgument;
   Pipe report;
   if (!report.open()) return lastError();
-  const StringVector arguments(argumentsFor(program));
+  const StringVector arguments(std::move(texts));
   const StringVector environment(environmentFor(program));
   const std::array<int, 3> streams{input_.readingEnd.get(), output_.writingEnd.get(),
                                    error_.writingEnd.get()};
