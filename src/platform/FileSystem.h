@@ -45,6 +45,9 @@ class FileSystem {
   /// or at one that holds a zero byte: `noEntry`.
   virtual PosixResult<Location> locate(const std::string& path) = 0;
 
+  /// The absolute path, free of links, of the object that a path leads to.
+  virtual PosixResult<std::string> resolvedPath(const std::string& path) = 0;
+
   /// Removes a folder (which must be empty) or anything else; the caller says which.
   virtual PosixCode removeFolder(FileAt object) = 0;
   virtual PosixCode removeFile(FileAt object) = 0;

@@ -8,13 +8,17 @@ class Authority;
 class BlockDevices;
 class FileSystem;
 class HelperConnector;
+class JobControl;
 class KernelSettings;
 class Log;
 class Nvram;
+class Preferences;
 class ProcessTable;
 class PropertyLists;
 class SMCExchange;
 class SelfProcess;
+class SubprocessFacility;
+class SystemConfiguration;
 class SystemVersionFile;
 class Transport;
 
@@ -28,6 +32,10 @@ struct Platform {
   SystemVersionFile& versionFile;
   ProcessTable& processes;
   KernelSettings& kernelSettings;
+  SubprocessFacility& subprocesses;
+  JobControl& jobControl;
+  Preferences& preferences;
+  SystemConfiguration& systemConfiguration;
   Authority& authority;
   Transport& transport;
   HelperConnector& helperConnector;

@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <string_view>
 
-namespace qrt {
+#include "platform/StandardStream.h"
 
-enum class StandardStream { output, error };
+namespace qrt {
 
 /// Thread-safe.
 class Terminal {

@@ -24,6 +24,13 @@ class ClientRegistry {
     return clientSet_.size();
   }
 
+  /// Removes an identifier and keeps the registry closed for as long as the lock lives.
+  std::unique_lock<std::mutex> removeAndHold(std::int32_t identifier) {
+    std::unique_lock lock(clientSetLock_);
+    clientSet_.erase(identifier);
+    return lock;
+  }
+
   std::set<std::int32_t> clientSet() const {
     const std::lock_guard lock(clientSetLock_);
     return clientSet_;

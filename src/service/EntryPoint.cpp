@@ -63,7 +63,7 @@ int EntryPoint::enter(std::span<const char* const> arguments) const {
 }
 
 int EntryPoint::serve(QRTPrivilegedOperationSet& operationSet) const {
-  registerHandlers(operationSet.handlers());
+  registerHandlers(operationSet);
   platform.self.prepareForService();
   auto* helper = QRTPrivilegedHelper::initForOperationSet(&operationSet, platform);
   const auto failure = helper->run();

@@ -11,14 +11,14 @@
 
 namespace qrt {
 
-class HandlerTable;
+class QRTPrivilegedOperationSet;
 
 struct EntryPoint {
   const Platform& platform;
   /// The program's own Info.plist.
   const Dictionary& infoDictionary;
   /// Opens the doors of the subsystems; called when the service is about to start.
-  std::function<void(HandlerTable&)> registerHandlers;
+  std::function<void(QRTPrivilegedOperationSet&)> registerHandlers;
   std::ostream& standardOutput;
   std::ostream& standardError;
 
@@ -27,7 +27,7 @@ struct EntryPoint {
   int enter(std::span<const char* const> arguments) const;
 
  private:
-  int serve(class QRTPrivilegedOperationSet& operationSet) const;
+  int serve(QRTPrivilegedOperationSet& operationSet) const;
 };
 
 }  // namespace qrt

@@ -6,6 +6,8 @@
 #include "operations/QRTPrivilegedOperationSet.h"
 #include "platform/Log.h"
 #include "platform/SelfProcess.h"
+#include "service/ObjectRemoval.h"
+#include "service/SelfUninstall.h"
 
 namespace qrt {
 namespace {
@@ -41,9 +43,21 @@ RequestPipeline::InternalOperations QRTPrivilegedHelper::internalOperations() {
   const auto withoutEffect = [](const Array&) -> Outcome {
     return posixError(PosixCode::notImplemented);
   };
+  const auto deleteFiles = [this](const Array& paths) {
+    return deleteFileSystemObjectsWithPaths(platform_->files, sysLog(), paths);
+  };
+  const auto performUninstall = [this](const Array& arguments) {
+    const SelfUninstall uninstall{*platform_, *operationSet_, clients_,
+                                  [this] { terminatePrivilegedHelper(); }};
+    return uninstall.performUninstallForClientWithPID(
+        static_cast<std::int32_t>(arguments[0].number()->asInt64()), *arguments[1].string(),
+        *arguments[2].string());
+  };
   return {{operation_code::nop, nothingToDo},
           {operation_code::discardAuth, nothingToDo},
-          {operation_code::prepareUninstall, withoutEffect}};
+          {operation_code::deleteFiles, deleteFiles},
+          {operation_code::prepareUninstall, withoutEffect},
+          {operation_code::performUninstall, performUninstall}};
 }
 
 Outcome QRTPrivilegedHelper::run() {

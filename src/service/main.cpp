@@ -3,7 +3,8 @@
 
 #include "filesystem/FileSystemOperations.h"
 #include "hardware/HardwareOperations.h"
-#include "operations/SystemSettings.h"
+#include "operations/OperationHandlers.h"
+#include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "platform/NativePlatform.h"
 #include "platform/PropertyLists.h"
 #include "platform/SelfProcess.h"
@@ -18,14 +19,16 @@ int main(int argc, char** argv) {
   const qrt::Dictionary nothing;
   const auto* infoDictionary = info ? info->dictionary() : nullptr;
 
+  const auto registerHandlers = [&](qrt::QRTPrivilegedOperationSet& operationSet) {
+    auto& handlers = operationSet.handlers();
+    // The one set there is. It knows whose output is being forwarded.
+    auto& liveSet = dynamic_cast<qrt::QRTPrivilegedOperationSetVK2&>(operationSet);
+    qrt::registerOperationHandlers(handlers, platform, liveSet);
+    qrt::FileSystemOperations::registerHandlers(handlers, platform);
+    qrt::registerHardwareHandlers(handlers, platform);
+  };
   const qrt::EntryPoint entryPoint{platform, infoDictionary ? *infoDictionary : nothing,
-                                   [&](qrt::HandlerTable& handlers) {
-                                     qrt::registerSystemSettingHandlers(handlers, platform);
-                                     qrt::FileSystemOperations::registerHandlers(handlers,
-                                                                                 platform);
-                                     qrt::registerHardwareHandlers(handlers, platform);
-                                   },
-                                   std::cout, std::cerr};
+                                   registerHandlers, std::cout, std::cerr};
   const auto arguments = std::span<const char* const>(argv, argc > 0 ? argc : 0);
   const int status = entryPoint.enter(arguments.subspan(arguments.empty() ? 0 : 1));
   std::cout.flush();

@@ -72,20 +72,24 @@ class ClientFixture : public testing::Test {
   const Platform& rest_ = native_.facilities();
 
  protected:
-  const Platform platform{log,
-                          self,
-                          rest_.files,
-                          rest_.propertyLists,
-                          rest_.versionFile,
-                          rest_.processes,
-                          rest_.kernelSettings,
-                          authority,
-                          rest_.transport,
-                          helper,
-                          rest_.smc,
-                          rest_.nvram,
-                          rest_.blockDevices,
-                          rest_.applications};
+  const Platform platform{.log = log,
+                          .self = self,
+                          .files = rest_.files,
+                          .propertyLists = rest_.propertyLists,
+                          .versionFile = rest_.versionFile,
+                          .processes = rest_.processes,
+                          .kernelSettings = rest_.kernelSettings,
+                          .subprocesses = rest_.subprocesses,
+                          .jobControl = rest_.jobControl,
+                          .preferences = rest_.preferences,
+                          .systemConfiguration = rest_.systemConfiguration,
+                          .authority = authority,
+                          .transport = rest_.transport,
+                          .helperConnector = helper,
+                          .smc = rest_.smc,
+                          .nvram = rest_.nvram,
+                          .blockDevices = rest_.blockDevices,
+                          .applications = rest_.applications};
 };
 
 }  // namespace qrt::test

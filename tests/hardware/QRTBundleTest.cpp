@@ -46,21 +46,25 @@ class Bundles : public testing::Test {
   FakeRegistry registry;
   NativePlatform native;
 
-  const Platform& facilities = native.facilities();
-  const Platform platform{facilities.log,
-                          facilities.self,
-                          facilities.files,
-                          facilities.propertyLists,
-                          facilities.versionFile,
-                          facilities.processes,
-                          facilities.kernelSettings,
-                          facilities.authority,
-                          facilities.transport,
-                          facilities.helperConnector,
-                          facilities.smc,
-                          facilities.nvram,
-                          facilities.blockDevices,
-                          registry};
+  const Platform& real = native.facilities();
+  const Platform platform{.log = real.log,
+                          .self = real.self,
+                          .files = real.files,
+                          .propertyLists = real.propertyLists,
+                          .versionFile = real.versionFile,
+                          .processes = real.processes,
+                          .kernelSettings = real.kernelSettings,
+                          .subprocesses = real.subprocesses,
+                          .jobControl = real.jobControl,
+                          .preferences = real.preferences,
+                          .systemConfiguration = real.systemConfiguration,
+                          .authority = real.authority,
+                          .transport = real.transport,
+                          .helperConnector = real.helperConnector,
+                          .smc = real.smc,
+                          .nvram = real.nvram,
+                          .blockDevices = real.blockDevices,
+                          .applications = registry};
 };
 
 constexpr const char* executable = "{CFBundleExecutable=x;}";

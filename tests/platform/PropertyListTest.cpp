@@ -74,9 +74,7 @@ TEST(PropertyList, TellsTheFormsApart) {
       {std::string("\"\0\"", 3), {}},
       {"\xFE\xFF" + utf16(u"\xD800", true), {}},
       {"\xFE\xFF" + utf16(u"\xDC00\xD800", true), {}},
-      {"\xFF\xFE"
-       "a",
-       {}},
+      {utf16(u"\uFEFFa", false) + "b", {}},
   });
 }
 
@@ -121,7 +119,8 @@ TEST(PropertyList, RefusesXmlThatIsNoPropertyList) {
                               "<array><true/>",
                               "<array></dict>",
                               "<array>text</array>",
-                              "<string><b/></string>",
+                              "<string><true/></string>",
+                              "<string>a<dict/></string>",
                               "<string>&unknown;</string>",
                               "<string>&#0;</string>",
                               "<string>&#xD800;</string>",
@@ -182,6 +181,7 @@ TEST(PropertyList, ReadsOldStyleText) {
        Dictionary{{"a", "2"}, {"b c", Array{}}, {"short", "short"}}},
       {"// first\n{ /* a; */ a /**/ = // b\r \"/* c */\" ; } // last",
        Dictionary{{"a", "/* c */"}}},
+      {"short;", Dictionary{{"short", "short"}}},
       {"/* Title */\n\"key\" = \"value\";\nshort;\nd = {e = f;};\n",
        Dictionary{{"key", "value"}, {"short", "short"}, {"d", Dictionary{{"e", "f"}}}}},
   });
@@ -289,69 +289,89 @@ TEST(PropertyList, ReadsBinaryObjects) {
   });
 }
 
-TEST(PropertyList, RefusesMalformedBinaryObjects) {
+TEST(PropertyList, RefusesMalformedBinaryTrailers) {
+  struct Change {
+    const char* what;
+    std::size_t fromEnd;
+    char byte;
+  };
   const std::string whole = binary({"\x09"});
-  const auto changed = [&](std::size_t fromEnd, char byte) {
+  ASSERT_TRUE(parsed(whole));
+  for (const auto& [what, fromEnd, byte] : std::vector<Change>{
+           {"no offset width", 26, 0},
+           {"wide offsets", 26, 9},
+           {"no reference width", 25, 0},
+           {"wide references", 25, 9},
+           {"more objects than offsets", 17, 2},
+           {"no objects", 17, 0},
+           {"a number of objects that overflows", 24, '\x80'},
+           {"a root that is not there", 9, 1},
+           {"a root far away", 16, '\x7F'},
+           {"offsets in the magic number", 1, 7},
+           {"offsets beyond the end", 1, 100},
+           {"offsets far away", 8, '\x7F'},
+           {"an object in the magic number", 33, 0},
+           {"an object in the offsets", 33, 9},
+           {"an object beyond the end", 34, '\x7F'},
+       }) {
+    SCOPED_TRACE(what);
     std::string bytes = whole;
     bytes[bytes.size() - fromEnd] = byte;
-    return bytes;
+    expectEach({{bytes, {}}});
+  }
+  expectEach({{"bplist00", {}}, {whole.substr(0, whole.size() - 1), {}}});
+}
+
+TEST(PropertyList, RefusesMalformedBinaryObjects) {
+  struct File {
+    const char* what;
+    std::vector<std::string> objects;
   };
   const std::string hugeCount = "\x13\x7F" + std::string(7, '\xFF');
-  std::vector<Case> cases{
-      {"bplist00", {}},          {whole.substr(0, whole.size() - 1), {}},
-      {changed(26, 0), {}},                             // Width of an offset,
-      {changed(26, 9), {}},      {changed(25, 0), {}},  // of a reference.
-      {changed(17, 2), {}},                             // Number of objects,
-      {changed(24, '\x7F'), {}}, {changed(9, 1), {}},   // root,
-      {changed(16, '\x7F'), {}}, {changed(1, 7), {}},   // where the offsets lie.
-      {changed(1, 100), {}},     {changed(8, '\x7F'), {}},
-      {changed(33, 7), {}},  // The offset.
-      {changed(33, 9), {}},      {changed(34, '\x7F'), {}},
-  };
-  const std::vector<std::vector<std::string>> files{{raw("\0")},
-                                                    {"\x0F"},
-                                                    {"\x07"},  // Null, fill, unknown.
-                                                    {"\x10"},
-                                                    {"\x13\x01"},
-                                                    {"\x15" + std::string(32, '\0')},  // Integers.
-                                                    {"\x14" + std::string(16, '\xFF')},
-                                                    {"\x21\1\1"},
-                                                    {"\x24" + std::string(16, '\1')},  // Reals.
-                                                    {raw("\x32\0\0\0\0")},
-                                                    {raw("\x33\x7F\xF0\0\0\0\0\0\0")},  // Dates.
-                                                    {"\x42"
-                                                     "a"},
-                                                    {"\x52"
-                                                     "a"},
-                                                    {"\x62"
-                                                     "abc"},  // Too short.
-                                                    {"\x51\x80"},
-                                                    {raw("\x61\xD8\0")},
-                                                    {raw("\x61\xDC\0")},  // No characters.
-                                                    {"\x80\1"},           // UID.
-                                                    {"\xA1\1"},
-                                                    {"\xA1"},
-                                                    {"\xD1\1"},
-                                                    {"\xD1\1\1", "\x10\1"},  // References.
-                                                    {"\xA1" + raw("\0")},
-                                                    {"\xD1\1" + raw("\0"), "\x51x"},  // Cycles.
-                                                    {"\x5F"},
-                                                    {"\x5F\x51x"},
-                                                    {"\x5F\x10"},
-                                                    {raw("\x5F\x14") + std::string(16, '\0')},
-                                                    {"\x4F" + hugeCount},
-                                                    {"\x6F" + hugeCount},
-                                                    {"\xAF" + hugeCount},
-                                                    {"\xDF" + hugeCount}};
-  for (const auto& objects : files) cases.push_back({binary(objects), {}});
-  expectEach(cases);
+  for (const auto& [what, objects] : std::vector<File>{
+           {"null", {raw("\0")}},
+           {"fill byte", {"\x0F"}},
+           {"unknown kind", {"\x70"}},
+           {"UID", {"\x80\1"}},
+           {"integer without bytes", {"\x10"}},
+           {"integer cut short", {"\x13\1"}},
+           {"integer of 32 bytes", {"\x15" + std::string(32, '\0')}},
+           {"integer of 128 bits", {"\x14" + std::string(16, '\xFF')}},
+           {"real of 2 bytes", {"\x21\1\1"}},
+           {"real of 16 bytes", {"\x24" + std::string(16, '\1')}},
+           {"date of 4 bytes", {raw("\x32\0\0\0\0")}},
+           {"infinite date", {raw("\x33\x7F\xF0\0\0\0\0\0\0")}},
+           {"data cut short", {"\x42z"}},
+           {"string cut short", {"\x52z"}},
+           {"wide string cut short", {"\x62zzz"}},
+           {"string that is not ASCII", {"\x51\x80"}},
+           {"high surrogate alone", {raw("\x61\xD8\0")}},
+           {"low surrogate alone", {raw("\x61\xDC\0")}},
+           {"array of no object", {"\xA1\1"}},
+           {"array cut short", {"\xA1"}},
+           {"dictionary cut short", {"\xD1\1"}},
+           {"key that is no string", {"\xD1\1\1", "\x10\1"}},
+           {"array in itself", {"\xA1" + raw("\0")}},
+           {"dictionary in itself", {"\xD1\1" + raw("\0"), "\x51x"}},
+           {"no count", {"\x5F"}},
+           {"count that is no integer", {"\x5F\x51x"}},
+           {"count cut short", {"\x5F\x10"}},
+           {"count of 16 bytes", {raw("\x5F\x14") + std::string(16, '\0')}},
+           {"huge data", {"\x4F" + hugeCount}},
+           {"huge string", {"\x6F" + hugeCount}},
+           {"huge array", {"\xAF" + hugeCount}},
+           {"huge dictionary", {"\xDF" + hugeCount}},
+       }) {
+    SCOPED_TRACE(what);
+    expectEach({{binary(objects), {}}});
+  }
 }
 
 TEST(PropertyList, TellsWhereTheProblemIs) {
   for (const auto& [bytes, place] : std::vector<std::pair<std::string, std::string>>{
            {"<array>\n<true/>\n<set/>", "line 3"},
            {"{\n  a = b\n}", "line 3"},
-           {"{\n a = \"b;\n}\n", "line 2"},
+           {"{\n a = \"b\n\\n;\n}\n", "line 2"},
            {binary({raw("\xA2\1\2"), "\x09", raw("\0")}), "object 2"}}) {
     EXPECT_NE(shown(parsed(bytes)).find(place), std::string::npos) << shown(parsed(bytes));
   }
@@ -404,26 +424,35 @@ TEST(PropertyList, WritesXml) {
 TEST(PropertyList, RefusesToWriteWhatXmlCannotHold) {
   PropertyValue deep = Array{};
   for (std::size_t i = 0; i < PropertyLists::maximumDepth; ++i) deep = Array{std::move(deep)};
-  const std::vector<PropertyValue> values{posixError(PosixCode::busy),
-                                          Dictionary{{"a", Array{posixError(PosixCode::busy)}}},
-                                          "\xFF",
-                                          std::string("\0", 1),
-                                          "\x1F",
-                                          "\xEF\xBF\xBE",
-                                          "\xED\xA0\x80",
-                                          Dictionary{{"\x1F", true}},
-                                          Date{std::nan("")},
-                                          Date{1e300},
-                                          Date{-1e300},
-                                          Date{253402300800.0},
-                                          deep,
-                                          Data(PropertyLists::maximumBytes),
-                                          Array(PropertyLists::maximumObjects, true)};
-  for (const auto& value : values) {
+  Dictionary wide;
+  for (std::size_t i = 0; i < PropertyLists::maximumObjects / 2; ++i) {
+    wide.emplace(std::to_string(i), true);
+  }
+  struct Value {
+    const char* what;
+    PropertyValue value;
+  };
+  for (const auto& [what, value] : std::vector<Value>{
+           {"error", posixError(PosixCode::busy)},
+           {"error inside", Dictionary{{"a", Array{posixError(PosixCode::busy)}}}},
+           {"no UTF-8", "\xFF"},
+           {"surrogate", "\xED\xA0\x80"},
+           {"null character", std::string(1, '\0')},
+           {"control character", "\x1F"},
+           {"control character in a key", Dictionary{{"\x1F", true}}},
+           {"noncharacter", "\xEF\xBF\xBE"},
+           {"date that is no number", Date{std::nan("")}},
+           {"date of the far past", Date{-1e300}},
+           {"date of the year 10000", Date{253402300800.0}},
+           {"depth", deep},
+           {"objects of an array", Array(PropertyLists::maximumObjects, true)},
+           {"objects of a dictionary", wide},
+           {"bytes", Data(PropertyLists::maximumBytes)},
+       }) {
     const auto text = LinuxPropertyLists().xml(value);
-    ASSERT_FALSE(text) << text->substr(0, 1000);
-    EXPECT_EQ(text.error().domain, cocoaErrorDomain);
-    EXPECT_EQ(text.error().code, 3851);
+    ASSERT_FALSE(text) << what;
+    EXPECT_EQ(text.error().domain, cocoaErrorDomain) << what;
+    EXPECT_EQ(text.error().code, 3851) << what;
   }
 }
 

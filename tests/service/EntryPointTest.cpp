@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "ServiceDoubles.h"
-#include "operations/HandlerTable.h"
+#include "operations/QRTPrivilegedOperationSet.h"
 #include "platform/PropertyLists.h"
 #include "service/EmbeddedPropertyLists.h"
 
@@ -19,7 +19,7 @@ class EntryPointTest : public testing::Test {
   std::ostringstream output_, error_;
 
   int enter(std::vector<const char*> arguments) {
-    const EntryPoint entryPoint{doubles_.platform, info_, [](HandlerTable&) {}, output_, error_};
+    const EntryPoint entryPoint{doubles_.platform, info_, [](QRTPrivilegedOperationSet&) {}, output_, error_};
     return entryPoint.enter(arguments);
   }
   std::vector<std::string> logged() const {

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "platform/JobControl.h"
 #include "platform/NativePlatform.h"
 #include "platform/SelfProcess.h"
 #include "platform/Transport.h"
@@ -66,27 +67,43 @@ class FakeTransport : public Transport {
   };
 };
 
-/// The native platform with the four facilities that the service itself stands on replaced.
+/// A removal tool that a test plants.
+class FakeJobControl : public JobControl {
+ public:
+  std::string tool = "/bin/true";
+  std::string removalTool() const override { return tool; }
+  std::vector<std::string> removalArguments(const std::string& identifier) const override {
+    return {"forget", identifier};
+  }
+};
+
+/// The native platform with the facilities that the service itself stands on replaced.
 struct ServicePlatform {
   NativePlatform native;
   RecordingLog log;
   FakeAuthority authority;
   FakeSelfProcess self;
   FakeTransport transport;
+  FakeJobControl jobControl;
+  const Platform& real = native.facilities();
   Platform platform{log,
                     self,
-                    native.facilities().files,
-                    native.facilities().propertyLists,
-                    native.facilities().versionFile,
-                    native.facilities().processes,
-                    native.facilities().kernelSettings,
+                    real.files,
+                    real.propertyLists,
+                    real.versionFile,
+                    real.processes,
+                    real.kernelSettings,
+                    real.subprocesses,
+                    jobControl,
+                    real.preferences,
+                    real.systemConfiguration,
                     authority,
                     transport,
-                    native.facilities().helperConnector,
-                    native.facilities().smc,
-                    native.facilities().nvram,
-                    native.facilities().blockDevices,
-                    native.facilities().applications};
+                    real.helperConnector,
+                    real.smc,
+                    real.nvram,
+                    real.blockDevices,
+                    real.applications};
 };
 
 }  // namespace qrt::test

@@ -1,9 +1,10 @@
 #include "platform/linux/LinuxSelfProcess.h"
 
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <csignal>
+
+#include "platform/posix/DescriptorLimit.h"
 
 namespace qrt {
 
@@ -11,12 +12,10 @@ std::uint32_t LinuxSelfProcess::realUserID() const { return getuid(); }
 
 void LinuxSelfProcess::prepareForService() {
   // A walk holds a stream for every level it is in, and several walk at the same time.
-  rlimit descriptors;
-  if (getrlimit(RLIMIT_NOFILE, &descriptors) == 0) {
-    descriptors.rlim_cur = descriptors.rlim_max;
-    setrlimit(RLIMIT_NOFILE, &descriptors);
-  }
+  raiseDescriptorLimit();
   std::signal(SIGPIPE, SIG_IGN);
+  // A parent that ignored its children's ends would have us lose the statuses of ours.
+  std::signal(SIGCHLD, SIG_DFL);
 }
 
 void LinuxSelfProcess::exit(int status) {

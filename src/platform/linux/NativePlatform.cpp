@@ -10,23 +10,27 @@
 #include "platform/linux/LinuxKernelSettings.h"
 #include "platform/linux/LinuxLog.h"
 #include "platform/linux/LinuxNvram.h"
+#include "platform/linux/LinuxPreferences.h"
 #include "platform/linux/LinuxProcessTable.h"
 #include "platform/linux/LinuxPropertyLists.h"
 #include "platform/linux/LinuxSMCExchange.h"
 #include "platform/linux/LinuxSelfProcess.h"
+#include "platform/linux/LinuxSystemConfiguration.h"
 #include "platform/linux/LinuxSystemVersionFile.h"
 #include "platform/linux/LinuxTransport.h"
+#include "platform/linux/SystemdJobControl.h"
 #include "platform/posix/PosixBlockDevices.h"
+#include "platform/posix/PosixSubprocess.h"
 #include "protocol/Names.h"
 
 namespace qrt {
 namespace {
 
-/// Where systemd lets the service keep its state, or the same place without systemd.
-std::string stateFolder(const std::string& root) {
-  const char* given = std::getenv("STATE_DIRECTORY");
+/// A folder that systemd gives the service, or the same place without systemd.
+std::string serviceFolder(const char* variable, const std::string& parent) {
+  const char* given = std::getenv(variable);
   if (given && *given) return given;
-  return root + "var/lib/" + std::string(helperServiceIdentifier);
+  return parent + "/" + std::string(helperServiceIdentifier);
 }
 
 }  // namespace
@@ -38,7 +42,10 @@ struct NativePlatform::Facilities {
         versionFile(root),
         processes(root),
         kernelSettings(root),
-        authority(stateFolder(root), propertyLists),
+        preferences(root, propertyLists),
+        systemConfiguration(serviceFolder("CONFIGURATION_DIRECTORY", root + "etc"), root,
+                            propertyLists, kernelSettings),
+        authority(serviceFolder("STATE_DIRECTORY", root + "var/lib"), propertyLists),
         transport(authority),
         smc(root),
         nvram(root),
@@ -51,6 +58,10 @@ struct NativePlatform::Facilities {
   LinuxSystemVersionFile versionFile;
   LinuxProcessTable processes;
   LinuxKernelSettings kernelSettings;
+  PosixSubprocessFacility subprocesses;
+  SystemdJobControl jobControl;
+  LinuxPreferences preferences;
+  LinuxSystemConfiguration systemConfiguration;
   LinuxAuthority authority;
   LinuxTransport transport;
   LinuxHelperConnector helperConnector;
@@ -59,9 +70,24 @@ struct NativePlatform::Facilities {
   PosixBlockDevices blockDevices;
   LinuxApplicationRegistry applications;
 
-  Platform references{log,       self,           files,        propertyLists, versionFile,
-                      processes, kernelSettings, authority,    transport,     helperConnector,
-                      smc,       nvram,          blockDevices, applications};
+  Platform references{log,
+                      self,
+                      files,
+                      propertyLists,
+                      versionFile,
+                      processes,
+                      kernelSettings,
+                      subprocesses,
+                      jobControl,
+                      preferences,
+                      systemConfiguration,
+                      authority,
+                      transport,
+                      helperConnector,
+                      smc,
+                      nvram,
+                      blockDevices,
+                      applications};
 };
 
 NativePlatform::NativePlatform(const std::string& root)

@@ -139,7 +139,7 @@ std::optional<Date> dateFromZonedText(std::string_view text) {
 }
 
 std::optional<Data> dataFromHexText(std::string_view text) {
-  Data data(text.size() / 2);
+  Data data(text.size() / 2 + 1);  // The decoder wants a place even for nothing.
   std::size_t size = 0;
   const int status = sodium_hex2bin(data.data(), data.size(), text.data(), text.size(),
                                     propertyListBlanks, &size, nullptr);

@@ -6,9 +6,10 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 
+#include "platform/linux/FileReplacement.h"
 #include "platform/posix/NativeError.h"
+#include "platform/posix/ReadFile.h"
 
 namespace qrt {
 namespace {
@@ -16,15 +17,8 @@ namespace {
 constexpr mode_t onlyOwner = 0700;
 constexpr std::size_t maximumBytes = 1 << 20;
 
-PosixCode writeAll(int file, std::span<const std::uint8_t> contents) {
-  while (!contents.empty()) {
-    const auto count = write(file, contents.data(), contents.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return lastError();
-    contents = contents.subspan(static_cast<std::size_t>(count));
-  }
-  return fsync(file) < 0 ? lastError() : PosixCode::success;
-}
+/// Begins like the temporary names, so that no file of a caller has it.
+constexpr const char* lockName = ".lock";
 
 }  // namespace
 
@@ -44,7 +38,7 @@ PosixResult<StateFolder::Lock> StateFolder::lock() {
   auto folder = open();
   if (!folder) return folder.error();
   FileDescriptor file(
-      openat(folder->get(), "lock", O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+      openat(folder->get(), lockName, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
   if (!file) return lastError();
   while (flock(file.get(), LOCK_EX) < 0) {
     if (errno != EINTR) return lastError();
@@ -57,33 +51,17 @@ PosixResult<Data> StateFolder::read(const std::string& name) {
   if (!folder) return folder.error();
   const FileDescriptor file(openat(folder->get(), name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
   if (!file) return lastError();
-  Data contents;
-  for (;;) {
-    const auto before = contents.size();
-    contents.resize(before + 4096);
-    const auto count = ::read(file.get(), contents.data() + before, 4096);
-    contents.resize(before + static_cast<std::size_t>(count > 0 ? count : 0));
-    if (count < 0 && errno != EINTR) return lastError();
-    if (count == 0) return contents;
-    if (contents.size() > maximumBytes) return PosixCode::noSpace;
-  }
+  return readFile(file.get(), maximumBytes);
 }
 
 PosixCode StateFolder::replace(const std::string& name, std::span<const std::uint8_t> contents) {
-  auto folder = open();
+  if (contents.size() > maximumBytes) return PosixCode::noSpace;
+  const auto folder = open();
   if (!folder) return folder.error();
-  const std::string fresh = name + ".new";
-  if (unlinkat(folder->get(), fresh.c_str(), 0) < 0 && errno != ENOENT) return lastError();
-  const FileDescriptor file(openat(folder->get(), fresh.c_str(),
-                                   O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
-  if (!file) return lastError();
-  if (const auto code = writeAll(file.get(), contents); code != PosixCode::success) {
-    unlinkat(folder->get(), fresh.c_str(), 0);
-    return code;
-  }
-  if (renameat(folder->get(), fresh.c_str(), folder->get(), name.c_str()) < 0) return lastError();
-  fsync(folder->get());
-  return PosixCode::success;
+  auto fresh = FileReplacement::begin(folder->get(), name);
+  if (!fresh) return fresh.error();
+  const auto written = fresh->write(contents);
+  return written == PosixCode::success ? fresh->commit() : written;
 }
 
 std::uint64_t StateFolder::version(const std::string& name) {

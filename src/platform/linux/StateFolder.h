@@ -10,8 +10,8 @@
 
 namespace qrt {
 
-/// Small files that only root may touch. Thread-safe, and safe against another process that does
-/// the same.
+/// Small files that only root may touch; their names do not begin with a dot. Thread-safe, and safe
+/// against another process that does the same.
 class StateFolder {
  public:
   /// Held while a file is read, changed and replaced; other processes wait.
@@ -22,7 +22,7 @@ class StateFolder {
   const std::string& path() const { return path_; }
 
   PosixResult<Lock> lock();
-  /// A file of at most 1 MiB.
+  /// A file of at most 1 MiB, which is what `replace` makes.
   PosixResult<Data> read(const std::string& name);
   /// Replaces the file in one step: readers see the old contents or the new.
   PosixCode replace(const std::string& name, std::span<const std::uint8_t> contents);

@@ -3,6 +3,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdlib>
+#include <memory>
+
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
@@ -21,6 +24,10 @@ PosixResult<Folder> openedFolder(FileAt object, int flags) {
       ::openat(object.folder.descriptor(), object.name, flags | O_DIRECTORY | O_CLOEXEC));
   if (!descriptor) return lastError();
   return Folder(std::move(descriptor));
+}
+
+bool isPath(const std::string& text) {
+  return !text.empty() && text.find('\0') == std::string::npos;
 }
 
 struct SplitPath {
@@ -51,12 +58,19 @@ PosixResult<Folder> PosixFileSystem::openFolder(FileAt object, Links links) {
 }
 
 PosixResult<Location> PosixFileSystem::locate(const std::string& path) {
-  const bool isPath = !path.empty() && path.find('\0') == std::string::npos;
-  if (!isPath) return PosixCode::noEntry;
+  if (!isPath(path)) return PosixCode::noEntry;
   auto [parentPath, name] = split(path);
   auto parent = openedFolder(parentPath.c_str(), baseAccess);
   if (!parent) return parent.error();
   return Location{std::move(*parent), std::move(name)};
+}
+
+PosixResult<std::string> PosixFileSystem::resolvedPath(const std::string& path) {
+  if (!isPath(path)) return PosixCode::noEntry;
+  const std::unique_ptr<char, decltype(&std::free)> resolved(realpath(path.c_str(), nullptr),
+                                                             &std::free);
+  if (!resolved) return lastError();
+  return std::string(resolved.get());
 }
 
 PosixCode PosixFileSystem::removeFolder(FileAt object) { return removed(object, AT_REMOVEDIR); }

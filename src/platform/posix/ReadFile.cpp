@@ -14,13 +14,16 @@ namespace qrt {
 PosixResult<Data> readFile(int folder, const char* path, std::size_t limit) {
   const FileDescriptor file(openat(folder, path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (!file) return lastError();
+  return readFile(file.get(), limit);
+}
 
+PosixResult<Data> readFile(int file, std::size_t limit) {
   // Files that the kernel makes up do not tell their size.
   constexpr std::size_t firstPiece = 4096;
   Data contents;
   for (std::size_t length = 0;;) {
     if (length == contents.size()) contents.resize(std::max(firstPiece, 2 * length));
-    const auto count = read(file.get(), contents.data() + length, contents.size() - length);
+    const auto count = read(file, contents.data() + length, contents.size() - length);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return lastError();
     length += static_cast<std::size_t>(count);

@@ -13,4 +13,7 @@ namespace qrt {
 /// A file that would have its reader wait is `tryAgain`.
 PosixResult<Data> readFile(int folder, const char* path, std::size_t limit);
 
+/// The same from an open file, from where it stands to its end.
+PosixResult<Data> readFile(int file, std::size_t limit);
+
 }  // namespace qrt

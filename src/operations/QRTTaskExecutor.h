@@ -1,0 +1,70 @@
+// Running one external program.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "base/PropertyValue.h"
+#include "platform/Subprocess.h"
+
+namespace qrt {
+
+class FileSystem;
+class Log;
+class QRTTaskExecutor;
+
+/// Called on the thread that runs the program.
+class QRTTaskExecutorDelegate {
+ public:
+  virtual ~QRTTaskExecutorDelegate() = default;
+
+  /// A piece of output as soon as it is there, in the order of its stream. The last piece of each
+  /// stream is empty. The program waits while this works.
+  virtual void receiveTaskOutput(Data data, bool isError) = 0;
+
+  virtual void taskWillExecute(QRTTaskExecutor&) {}
+  virtual void taskDidLaunch(QRTTaskExecutor&) {}
+};
+
+/// Runs one program at a time, on the thread that asks for it.
+class QRTTaskExecutor {
+ public:
+  /// The status of a program that could not be run.
+  static constexpr std::int32_t notRun = -1;
+
+  QRTTaskExecutor(SubprocessFacility& subprocesses, Log& log)
+      : subprocesses_(subprocesses), log_(log) {}
+
+  /// True when nobody but root can have put the program there: what the path leads to is a file of
+  /// root and of group 0 that group and others cannot write, in a folder of the same kind.
+  static bool hasExecutableSafePermissionsAtPath(FileSystem& files, const std::string& path);
+
+  /// Not owned. Without a delegate the output goes to this process's own streams.
+  void setDelegate(QRTTaskExecutorDelegate* delegate) { delegate_ = delegate; }
+  /// For the programs that are run from now on.
+  void setEnvironmentChanges(EnvironmentChanges changes) { environment_ = std::move(changes); }
+
+  /// The program's exit status, or the number of the signal that killed it; `notRun` without a path
+  /// or without descriptors for its pipes. Throws an `OperationException` when the program cannot
+  /// be launched. Returns when the program has ended and its output has been received.
+  std::int32_t executeProgramAtPath(const std::string& path,
+                                    const std::vector<std::string>& withArguments);
+
+  /// This process's ends of the pipes while a program runs, else -1.
+  int subTaskInputHandle() const { return subTask_ ? subTask_->inputHandle() : -1; }
+  int subTaskOutputHandle() const { return subTask_ ? subTask_->outputHandle() : -1; }
+  int subTaskErrorHandle() const { return subTask_ ? subTask_->errorHandle() : -1; }
+
+ private:
+  std::int32_t runSubTask(const ProgramLaunch& program);
+  void processIncomingData(Data data, bool asError);
+
+  SubprocessFacility& subprocesses_;
+  Log& log_;
+  QRTTaskExecutorDelegate* delegate_ = nullptr;
+  EnvironmentChanges environment_;
+  std::unique_ptr<Subprocess> subTask_;
+};
+
+}  // namespace qrt

@@ -1,0 +1,245 @@
+#include "platform/posix/PosixSubprocess.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <string_view>
+
+#include "platform/FileDescriptor.h"
+#include "platform/posix/ChildProcess.h"
+#include "platform/posix/DescriptorLimit.h"
+#include "platform/posix/NativeError.h"
+
+extern char** environ;
+
+namespace qrt {
+namespace {
+
+/// How late the end of a program may be noticed that leaves its streams open behind it.
+constexpr std::chrono::milliseconds exitCheckInterval{100};
+
+struct Pipe {
+  FileDescriptor readingEnd;
+  FileDescriptor writingEnd;
+
+  bool open() {
+    int ends[2];
+    if (!openPipe(ends)) return false;
+    readingEnd.reset(ends[0]);
+    writingEnd.reset(ends[1]);
+    return clearOfStandardStreams(readingEnd) && clearOfStandardStreams(writingEnd);
+  }
+
+ private:
+  /// A process that was started with one of those closed gets its place for the next descriptor,
+  /// and a child must be able to fill them one after the other.
+  static bool clearOfStandardStreams(FileDescriptor& end) {
+    constexpr int firstOther = STDERR_FILENO + 1;
+    if (end.get() < firstOther) end.reset(fcntl(end.get(), F_DUPFD_CLOEXEC, firstOther));
+    return static_cast<bool>(end);
+  }
+};
+
+/// Strings as the system calls want them: an array of pointers that ends with null.
+class StringVector {
+ public:
+  explicit StringVector(std::vector<std::string> strings) : strings_(std::move(strings)) {
+    for (auto& text : strings_) pointers_.push_back(text.data());
+    pointers_.push_back(nullptr);
+  }
+  StringVector(const StringVector&) = delete;
+  StringVector& operator=(const StringVector&) = delete;
+
+  char* const* pointers() const { return pointers_.data(); }
+
+ private:
+  std::vector<std::string> strings_;
+  std::vector<char*> pointers_;
+};
+
+std::vector<std::string> argumentsFor(const ProgramLaunch& program) {
+  std::vector<std::string> arguments{program.path};
+  arguments.insert(arguments.end(), program.arguments.begin(), program.arguments.end());
+  return arguments;
+}
+
+std::vector<std::string> environmentFor(const ProgramLaunch& program) {
+  std::vector<std::string> environment;
+  for (char** entry = environ; *entry; ++entry) {
+    const std::string_view text(*entry);
+    const std::string name(text.substr(0, text.find('=')));
+    const bool isOurs = name.starts_with("LISTEN_");
+    if (!isOurs && !program.environment.contains(name)) environment.emplace_back(text);
+  }
+  for (const auto& [name, value] : program.environment) {
+    if (value) environment.push_back(name + "=" + *value);
+  }
+  return environment;
+}
+
+bool holdsZeroByte(const ProgramLaunch& program) {
+  for (const auto& text : argumentsFor(program)) {
+    if (text.find('\0') != std::string::npos) return true;
+  }
+  return false;
+}
+
+/// No signal is handled by this thread, nor by a child that it forks, while the guard lives.
+class SignalBlock {
+ public:
+  SignalBlock() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &previous_);
+  }
+  ~SignalBlock() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
+
+ private:
+  sigset_t previous_;
+};
+
+void resetSignals() {
+  for (int number = 1; number < NSIG; ++number) ::signal(number, SIG_DFL);
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+/// The child's way from fork to its program. Only calls that are safe there; an error goes to the
+/// parent, who otherwise sees `report` closed by the program's start.
+[[noreturn]] void becomeProgram(const std::array<int, 3>& streams, int report,
+                                char* const* arguments, char* const* environment) {
+  for (int place = STDIN_FILENO; place <= STDERR_FILENO; ++place) dup2(streams[place], place);
+  restoreDescriptorLimit();
+  resetSignals();
+  const int error = replaceImage(arguments[0], arguments, environment);
+  [[maybe_unused]] const auto told = write(report, &error, sizeof error);
+  constexpr int notStarted = 127;
+  _exit(notStarted);
+}
+
+/// Waits for a change of the child's state. 0 when there was none yet.
+pid_t waitFor(pid_t child, int* status, int options) {
+  for (;;) {
+    const auto result = waitpid(child, status, options);
+    if (result >= 0 || errno != EINTR) return result;
+  }
+}
+
+class PosixSubprocess : public Subprocess {
+ public:
+  ~PosixSubprocess() override {
+    if (child_ == 0) return;
+    for (auto* pipe : {&input_, &output_, &error_}) *pipe = Pipe();
+    int status;
+    waitFor(child_, &status, 0);
+  }
+
+  bool openPipes() { return input_.open() && output_.open() && error_.open(); }
+
+  int inputHandle() const override { return input_.writingEnd.get(); }
+  int outputHandle() const override { return output_.readingEnd.get(); }
+  int errorHandle() const override { return error_.readingEnd.get(); }
+
+  PosixCode launch(const ProgramLaunch& program) override;
+  std::int32_t waitUntilExit(const Sink& sink) override;
+  void drain(const Sink& sink) override;
+
+ private:
+  bool bothEnded() const { return streams_[0].fd < 0 && streams_[1].fd < 0; }
+  bool passOn(const Sink& sink, std::chrono::milliseconds patience);
+
+  Pipe input_;
+  Pipe output_;
+  Pipe error_;
+  pid_t child_ = 0;
+  /// What is polled, in the order of `StandardStream`; -1 for a stream that has ended.
+  std::array<pollfd, 2> streams_{};
+  std::vector<std::uint8_t> piece_;
+};
+
+PosixCode PosixSubprocess::launch(const ProgramLaunch& program) {
+  if (holdsZeroByte(program)) return PosixCode::invalidArgument;
+  Pipe report;
+  if (!report.open()) return lastError();
+  const StringVector arguments(argumentsFor(program));
+  const StringVector environment(environmentFor(program));
+  const std::array<int, 3> streams{input_.readingEnd.get(), output_.writingEnd.get(),
+                                   error_.writingEnd.get()};
+  {
+    const SignalBlock untilProgramHasTakenOver;
+    child_ = fork();
+    if (child_ == 0) {
+      becomeProgram(streams, report.writingEnd.get(), arguments.pointers(), environment.pointers());
+    }
+  }
+  if (child_ < 0) {
+    child_ = 0;
+    return lastError();
+  }
+  input_.readingEnd.reset();
+  output_.writingEnd.reset();
+  error_.writingEnd.reset();
+  report.writingEnd.reset();
+
+  int error = 0;
+  ssize_t count;
+  do {
+    count = read(report.readingEnd.get(), &error, sizeof error);
+  } while (count < 0 && errno == EINTR);
+  if (count == sizeof error) return contractCode(error);
+  streams_ = {pollfd{outputHandle(), POLLIN, 0}, pollfd{errorHandle(), POLLIN, 0}};
+  piece_.resize(maximumPiece);
+  return PosixCode::success;
+}
+
+std::int32_t PosixSubprocess::waitUntilExit(const Sink& sink) {
+  for (;;) {
+    int status = 0;
+    // Without a stream to listen to there is nothing else to wait for.
+    const auto result = waitFor(child_, &status, bothEnded() ? 0 : WNOHANG);
+    if (result != 0) {
+      child_ = 0;
+      if (result < 0) return -1;
+      return WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
+    }
+    passOn(sink, exitCheckInterval);
+  }
+}
+
+void PosixSubprocess::drain(const Sink& sink) {
+  while (!bothEnded() && passOn(sink, drainPatience)) continue;
+}
+
+/// Passes on a piece of each stream that has one. False when neither had for as long as `patience`.
+bool PosixSubprocess::passOn(const Sink& sink, std::chrono::milliseconds patience) {
+  const int ready = poll(streams_.data(), streams_.size(), static_cast<int>(patience.count()));
+  if (ready < 0) return errno == EINTR;
+  if (ready == 0) return false;
+  for (std::size_t i = 0; i < streams_.size(); ++i) {
+    if (streams_[i].revents == 0) continue;
+    const auto count = read(streams_[i].fd, piece_.data(), piece_.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) {
+      streams_[i].fd = -1;
+      continue;
+    }
+    sink(static_cast<StandardStream>(i), {piece_.data(), static_cast<std::size_t>(count)});
+  }
+  return true;
+}
+
+}  // namespace
+
+PosixResult<std::unique_ptr<Subprocess>> PosixSubprocessFacility::prepare() {
+  auto subprocess = std::make_unique<PosixSubprocess>();
+  if (!subprocess->openPipes()) return lastError();
+  return std::unique_ptr<Subprocess>(std::move(subprocess));
+}
+
+}  // namespace qrt

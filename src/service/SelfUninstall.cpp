@@ -1,0 +1,79 @@
+#include "service/SelfUninstall.h"
+
+#include "operations/NSProcessInfoQRTAdditions.h"
+#include "operations/OperationException.h"
+#include "operations/QRTPrivilegedOperationSet.h"
+#include "operations/QRTTaskExecutor.h"
+#include "platform/Authority.h"
+#include "platform/JobControl.h"
+#include "platform/Log.h"
+#include "service/ClientRegistry.h"
+#include "service/ObjectRemoval.h"
+
+namespace qrt {
+
+Outcome SelfUninstall::performUninstallForClientWithPID(std::int32_t client,
+                                                        const std::string& removingObjectsAtPath,
+                                                        const std::string& andPath) const {
+  auto& log = platform.log;
+  if (removingObjectsAtPath.empty() || andPath.empty()) {
+    return posixError(PosixCode::invalidArgument);
+  }
+  if (auto refusal = refusalForOtherClients(client)) return refusal;
+  const auto tool = platform.jobControl.removalTool();
+  if (!QRTTaskExecutor::hasExecutableSafePermissionsAtPath(platform.files, tool)) {
+    return posixError(PosixCode::permissionDenied, tool);
+  }
+  const auto authorization = platform.authority.create();
+  if (!authorization) return osStatusError(number(authorization.error()));
+  auto failure =
+      deleteFileSystemObjectsWithPaths(platform.files, log, {removingObjectsAtPath, andPath});
+  if (codeOf(failure) != 0) return failure;
+
+  // Held to the end: whoever comes or goes now has to wait, and the end comes first.
+  const auto registryLock = clients.removeAndHold(client);
+  log.info(
+      "Processing uninstall request for PID %d. The executable files have been deleted, the point "
+      "of no return was passed.",
+      client);
+  operationSet.removeAuthorizationRightsForImplementedOperationsUsingAuthorization(**authorization);
+  log.info("Removed associated right definitions.");
+  (*authorization)->free(authorization_flag::none);
+  forgetJob();
+  terminatePrivilegedHelper();
+  return success;
+}
+
+/// Identifiers of processes that have ended do not count.
+Outcome SelfUninstall::refusalForOtherClients(std::int32_t client) const {
+  auto others = clients.clientSet();
+  others.erase(client);
+  for (const auto other : others) {
+    const auto name = NSProcessInfoQRTAdditions::processNameForProcessID(platform, other);
+    if (!name) continue;
+    platform.log.error(
+        "Uninstall request from PID %d was rejected because client '%{public}@' with PID %d is "
+        "still working with us.",
+        client, *name, other);
+    return posixError(PosixCode::busy);
+  }
+  return success;
+}
+
+void SelfUninstall::forgetJob() const {
+  const auto& job = platform.jobControl;
+  QRTTaskExecutor executor(platform.subprocesses, platform.log);
+  std::int32_t status = QRTTaskExecutor::notRun;
+  try {
+    status = executor.executeProgramAtPath(
+        job.removalTool(), job.removalArguments(operationSet.serviceIdentifierForHelper()));
+  } catch (const OperationException&) {
+    // A tool that cannot be launched has not done its work either.
+  }
+  if (status != 0) {
+    platform.log.error("Removal from Launch Services management failed with error code %d.",
+                       status);
+  }
+}
+
+}  // namespace qrt

@@ -1,0 +1,151 @@
+#include "service/SelfUninstall.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "ServiceDoubles.h"
+#include "operations/QRTPrivilegedOperationSetVK2.h"
+#include "service/ClientRegistry.h"
+#include "service/ObjectRemoval.h"
+#include "support/ScratchFolder.h"
+
+namespace qrt {
+namespace {
+
+using test::FakeAuthority;
+
+/// An installation in a scratch folder, with a removal tool that writes down how it was called.
+class SelfUninstallTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (geteuid() != 0) GTEST_SKIP() << "a safe removal tool is root's";
+    for (const auto& path : {program_, job_}) std::ofstream(path) << "installed";
+    std::ofstream(tool_) << "#!/bin/sh\necho \"$@\" > " << called_ << "\nexit ${STATUS:-0}\n";
+    ASSERT_EQ(chmod(tool_.c_str(), 0755), 0);
+    doubles_.jobControl.tool = tool_;
+    operations_.setAuthorizationRightsForImplementedOperationsUsingAuthorization(
+        doubles_.authority.create()->get());
+    doubles_.authority.takeCalls();
+  }
+
+  Outcome uninstall(const std::string& program, const std::string& job) {
+    const SelfUninstall uninstall{doubles_.platform, operations_, clients_, [] { throw Ended{}; }};
+    return uninstall.performUninstallForClientWithPID(own_, program, job);
+  }
+  bool isUntouched() const {
+    return test::exists(program_) && test::exists(job_) && !test::exists(called_) &&
+           doubles_.authority.rights().size() == 33;
+  }
+
+  struct Ended {};
+  static constexpr std::int32_t own_ = 4711;
+  test::ScratchFolder scratch_;
+  const std::string program_ = scratch_.path() + "/program", job_ = scratch_.path() + "/job",
+                    tool_ = scratch_.path() + "/tool", called_ = scratch_.path() + "/called";
+  test::ServicePlatform doubles_;
+  QRTPrivilegedOperationSetVK2 operations_{doubles_.log, doubles_.authority};
+  ClientRegistry clients_;
+};
+
+TEST_F(SelfUninstallTest, LeavesNothingAndEnds) {
+  clients_.add(own_);
+  EXPECT_THROW(uninstall(program_, job_).has_value(), Ended);
+  EXPECT_FALSE(test::exists(program_));
+  EXPECT_FALSE(test::exists(job_));
+  EXPECT_TRUE(doubles_.authority.rights().empty());
+  EXPECT_EQ(doubles_.authority.calls().front().function, "create");
+  EXPECT_EQ(doubles_.authority.calls().back(), (FakeAuthority::Call{"free", {}, 0}));
+  std::ifstream called(called_);
+  std::string arguments;
+  std::getline(called, arguments);
+  EXPECT_EQ(arguments, "forget com.vantor.system.privilegedhelper-vk2");
+
+  std::vector<std::string> told;
+  for (const auto& line : doubles_.log.lines()) told.push_back(line.text);
+  EXPECT_EQ(told, (std::vector<std::string>{
+                      "Deleting file system object '<private>'.",
+                      "Deleting file system object '<private>'.",
+                      "Processing uninstall request for PID 4711. The executable files have been "
+                      "deleted, the point of no return was passed.",
+                      "Removed associated right definitions."}));
+}
+
+TEST_F(SelfUninstallTest, RefusesWithoutTouchingAnything) {
+  EXPECT_EQ(uninstall("", job_), posixError(PosixCode::invalidArgument));
+  EXPECT_EQ(uninstall(program_, ""), posixError(PosixCode::invalidArgument));
+
+  clients_.add(own_);
+  clients_.add(getpid());
+  EXPECT_EQ(uninstall(program_, job_), posixError(PosixCode::busy));
+  EXPECT_EQ(doubles_.log.lines().back().text,
+            "Uninstall request from PID 4711 was rejected because client 'test_service' with PID " +
+                std::to_string(getpid()) + " is still working with us.");
+  clients_.remove(getpid());
+
+  chmod(tool_.c_str(), 0775);
+  EXPECT_EQ(uninstall(program_, job_), posixError(PosixCode::permissionDenied, tool_));
+  chmod(tool_.c_str(), 0755);
+
+  doubles_.authority.createStatus = AuthorizationStatus::internal;
+  EXPECT_EQ(uninstall(program_, job_), osStatusError(-60008));
+  EXPECT_TRUE(isUntouched());
+}
+
+TEST_F(SelfUninstallTest, ClientsThatHaveEndedDoNotCount) {
+  const pid_t child = fork();
+  if (child == 0) _exit(0);
+  waitpid(child, nullptr, 0);
+  clients_.add(child);
+  EXPECT_THROW(uninstall(program_, job_).has_value(), Ended);
+}
+
+TEST_F(SelfUninstallTest, AMissingFileStopsItBeforeTheRights) {
+  EXPECT_EQ(uninstall(program_, scratch_.path() + "/none"), posixError(PosixCode::noEntry));
+  EXPECT_EQ(doubles_.authority.rights().size(), 33u);
+  EXPECT_FALSE(test::exists(called_));
+  // Once the file is back, a second request finishes the work.
+  std::ofstream(program_) << "installed again";
+  EXPECT_THROW(uninstall(program_, job_).has_value(), Ended);
+}
+
+TEST_F(SelfUninstallTest, AToolThatFailsOrCannotBeLaunchedIsLoggedOnly) {
+  std::ofstream(tool_) << "#!/bin/sh\nexit 3\n";
+  EXPECT_THROW(uninstall(program_, job_).has_value(), Ended);
+  EXPECT_EQ(
+      doubles_.log.lines().back(),
+      (test::RecordingLog::Line{
+          LogLevel::error, "Removal from Launch Services management failed with error code 3."}));
+
+  for (const auto& path : {program_, job_}) std::ofstream(path) << "installed";
+  chmod(tool_.c_str(), 0644);
+  EXPECT_THROW(uninstall(program_, job_).has_value(), Ended);
+  EXPECT_EQ(doubles_.log.lines().back().text,
+            "Removal from Launch Services management failed with error code -1.");
+}
+
+TEST_F(SelfUninstallTest, RemovesSingleObjects) {
+  auto& files = doubles_.platform.files;
+  const auto full = scratch_.path() + "/full", empty = scratch_.path() + "/empty",
+             link = scratch_.path() + "/link";
+  mkdir(full.c_str(), 0755);
+  std::ofstream(full + "/file");
+  mkdir(empty.c_str(), 0755);
+  ASSERT_EQ(symlink(full.c_str(), link.c_str()), 0);
+  if (!test::run({"chattr", "+i", job_})) GTEST_SKIP() << "no immutable flag on this file system";
+
+  const Array paths{scratch_.path() + "/none", 5, full, empty, link, job_, ""};
+  EXPECT_EQ(deleteFileSystemObjectsWithPaths(files, doubles_.log, paths),
+            posixError(PosixCode::invalidArgument));
+  EXPECT_TRUE(test::exists(full));
+  for (const auto& path : {empty, link, job_}) EXPECT_FALSE(test::exists(path)) << path;
+  EXPECT_EQ(enforceRemovalOfFileSystemObjectAtPath(files, full), posixError(PosixCode::notEmpty));
+  EXPECT_EQ(enforceRemovalOfFileSystemObjectAtPath(files, empty), posixError(PosixCode::noEntry));
+}
+
+}  // namespace
+}  // namespace qrt
