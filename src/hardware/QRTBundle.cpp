@@ -53,7 +53,7 @@ std::string described(const std::optional<Date>& date) {
 
 /// The text that says which version an installed application is.
 std::string installedVersion(const Dictionary& info, const std::string& identifier) {
-  // The browser's short version has been the same for different ones.
+  // This one is told by its text for people.
   const bool saysItInWords = identifier == "com.apple.Safari";
   const auto* text = stringIn(info, saysItInWords ? info_key::infoText : info_key::shortVersion);
   if (!text || text->empty()) text = stringIn(info, info_key::version);
