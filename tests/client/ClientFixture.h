@@ -72,17 +72,21 @@ class ClientFixture : public testing::Test {
   const Platform& rest_ = native_.facilities();
 
  protected:
-  const Platform platform{log,
-                          self,
-                          rest_.files,
-                          rest_.extendedAttributes,
-                          rest_.propertyLists,
-                          rest_.versionFile,
-                          rest_.processes,
-                          rest_.kernelSettings,
-                          authority,
-                          rest_.transport,
-                          helper};
+  const Platform platform{.log = log,
+                          .self = self,
+                          .files = rest_.files,
+                          .extendedAttributes = rest_.extendedAttributes,
+                          .propertyLists = rest_.propertyLists,
+                          .versionFile = rest_.versionFile,
+                          .processes = rest_.processes,
+                          .kernelSettings = rest_.kernelSettings,
+                          .subprocesses = rest_.subprocesses,
+                          .jobControl = rest_.jobControl,
+                          .preferences = rest_.preferences,
+                          .systemConfiguration = rest_.systemConfiguration,
+                          .authority = authority,
+                          .transport = rest_.transport,
+                          .helperConnector = helper};
 };
 
 }  // namespace qrt::test

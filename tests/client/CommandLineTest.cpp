@@ -82,7 +82,6 @@ TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeAnythingIsDone) {
       {"delete-fileobjects", "--recursive=maybe", "a"},
       {"delete-fileobjects", "--recursive=false", "a"},
       {"delete-fileobjects", "--no-recursive", "a"},
-      {"--json=false", "nop"},
       {"delete-foldercontents", "a", "-x"},
       {"modify-kernelsetting", "a"},
       {"modify-kernelsetting", "a", "1", "2"},
@@ -104,12 +103,16 @@ TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeAnythingIsDone) {
   }
   EXPECT_EQ(run({"nop", "--socket=\x1B[2J", "\x1B[2J"}), 2);
   EXPECT_EQ(terminal.errors().find('\x1B'), std::string::npos);
+  EXPECT_EQ(run({"nop", "extra", "--json"}), 2);
+  EXPECT_THAT(terminal.output(), testing::StartsWith(R"json({"done":false,"error":{)json"));
+  EXPECT_EQ(terminal.errors(), "");
   EXPECT_TRUE(helper.calls.empty());
 }
 
 TEST_F(CommandLineTest, ARelativePathNeedsACurrentFolder) {
   caller.folder = PosixCode::noEntry;
   EXPECT_EQ(run({"delete-foldercontents", "a"}), 2);
+  EXPECT_EQ(run({"nop", "--icon", "a"}), 2);
   EXPECT_EQ(run({"delete-foldercontents", "/a"}), 0);
   EXPECT_EQ(helper.arguments, Array{"/a"});
 }

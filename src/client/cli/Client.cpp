@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include <cstddef>
+#include <algorithm>
 #include <memory>
 #include <utility>
 #include <variant>
@@ -10,25 +10,18 @@
 #include "client/cli/CommandLine.h"
 #include "client/cli/Presenter.h"
 #include "client/cli/Printable.h"
+#include "client/cli/RightsChange.h"
+#include "client/cli/SystemMessages.h"
 #include "operations/MessageLocalization.h"
 #include "operations/NSProcessInfoQRTAdditions.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "operations/StringTables.h"
-#include "platform/Authority.h"
 #include "platform/CallerProcess.h"
 #include "platform/Platform.h"
-#include "platform/SelfProcess.h"
 #include "platform/Terminal.h"
 
 namespace qrt {
 namespace {
-
-Error describedError(PosixCode code, std::string_view description,
-                     std::string_view suggestion = {}) {
-  Dictionary texts{{std::string(localizedDescriptionKey), description}};
-  if (!suggestion.empty()) texts.emplace(localizedRecoverySuggestionKey, suggestion);
-  return posixError(code, std::move(texts));
-}
 
 class Client {
  public:
@@ -36,6 +29,8 @@ class Client {
       : surroundings_(surroundings), operations_(operations) {}
 
   ExitStatus run(const std::vector<std::string>& words) {
+    // Looked for here as well, because a wrong command line is never read to its end.
+    isJson_ = std::find(words.begin(), words.end(), "--json") != words.end();
     auto parsed = parseCommandLine(words, operations_);
     if (const auto* help = std::get_if<HelpText>(&parsed)) {
       return status(surroundings_.terminal.write(StandardStream::output, help->text));
@@ -47,9 +42,9 @@ class Client {
  private:
   ExitStatus execute(Command command) {
     command_ = std::move(command);
-    presenter_ = command_.options.isJson
-                     ? makeJsonPresenter(surroundings_.terminal)
-                     : makeTextPresenter(surroundings_.terminal, "qrtctl " + command_.name);
+    isJson_ = command_.options.isJson;
+    presenter_ = isJson_ ? makeJsonPresenter(surroundings_.terminal)
+                         : makeTextPresenter(surroundings_.terminal, "qrtctl " + command_.name);
     if (const auto* operation = std::get_if<OperationCommand>(&command_.what)) {
       return performOperation(*operation);
     }
@@ -57,9 +52,9 @@ class Client {
       case OwnCommand::version:
         return showVersion();
       case OwnCommand::installRights:
-        return changeRights(true);
+        return change(RightsChange::install);
       case OwnCommand::removeRights:
-        return changeRights(false);
+        return change(RightsChange::remove);
     }
     return ExitStatus::usage;
   }
@@ -110,38 +105,10 @@ class Client {
     return status(presenter_->showAnswer({{"version", *version}}));
   }
 
-  /// Rights live in the system's database, which this process changes itself.
-  ExitStatus changeRights(bool isInstalling) {
-    if (surroundings_.platform.self.realUserID() != 0) {
-      return fail(describedError(PosixCode::notPermitted, "Only root can change the rights."));
-    }
-    auto& authority = surroundings_.platform.authority;
-    const auto authorization = authority.create();
-    if (!authorization) return fail(osStatusError(number(authorization.error())));
-    if (isInstalling) {
-      operations_.setAuthorizationRightsForImplementedOperationsUsingAuthorization(
-          authorization->get());
-    } else {
-      operations_.removeAuthorizationRightsForImplementedOperationsUsingAuthorization(
-          **authorization);
-    }
-    (*authorization)->free(authorization_flag::none);
-
-    // Single failures are not told, so look.
-    std::int64_t installed = 0;
-    std::int64_t missing = 0;
-    operations_.enumerateRightDefinitionsUsingBlock(
-        [&](const std::string& name, const PropertyValue&, const std::string&) {
-          const bool isThere = authority.rightGet(name) == AuthorizationStatus::noError;
-          ++(isThere ? installed : missing);
-        });
-    const auto left = isInstalling ? missing : installed;
-    if (left != 0) {
-      return fail(describedError(
-          PosixCode::inputOutput,
-          fmt::format("{} rights could not be {}.", left, isInstalling ? "installed" : "removed")));
-    }
-    return status(presenter_->showAnswer({{"installed", installed}}));
+  ExitStatus change(RightsChange rights) {
+    const auto installed = changeRights(rights, operations_, surroundings_.platform);
+    if (!installed) return fail(installed.error());
+    return status(presenter_->showAnswer({{"installed", *installed}}));
   }
 
   Result<std::unique_ptr<PrivilegeRequestor>> connect() {
@@ -165,9 +132,13 @@ class Client {
   }
 
   ExitStatus refuse(const UsageError& error) {
-    surroundings_.terminal.write(
-        StandardStream::error,
-        fmt::format("qrtctl: {}\nTry \"qrtctl --help\".\n", printable(error.text)));
+    if (isJson_) {
+      makeJsonPresenter(surroundings_.terminal)
+          ->showFailure(describedError(PosixCode::invalidArgument, error.text));
+    } else {
+      const auto text = fmt::format("qrtctl: {}\nTry \"qrtctl --help\".\n", printable(error.text));
+      surroundings_.terminal.write(StandardStream::error, text);
+    }
     return ExitStatus::usage;
   }
 
@@ -175,6 +146,7 @@ class Client {
 
   const ClientSurroundings& surroundings_;
   const QRTPrivilegedOperationSet& operations_;
+  bool isJson_ = false;
   Command command_;
   std::unique_ptr<Presenter> presenter_;
 };

@@ -121,7 +121,8 @@ struct OperationForm {
 
 class Parser {
  public:
-  explicit Parser(const QRTPrivilegedOperationSet& operations) {
+  Parser(const QRTPrivilegedOperationSet& operations,
+         const std::vector<OperationArguments>& table) {
     app_.require_subcommand(1);
     app_.footer(footer);
     app_.set_help_flag("-h,--help", "Show this help");
@@ -136,7 +137,7 @@ class Parser {
     app_.add_option("--socket", options_.socketPath, "Where the helper listens")
         ->capture_default_str();
     for (const auto& own : ownCommands) addCommand(own.name, own.help, "Commands");
-    for (const auto& entry : operationArguments()) addOperation(entry, operations);
+    for (const auto& entry : table) addOperation(entry, operations);
   }
 
   std::variant<Command, HelpText, UsageError> parse(const std::vector<std::string>& words) {
@@ -207,8 +208,9 @@ class Parser {
 }  // namespace
 
 std::variant<Command, HelpText, UsageError> parseCommandLine(
-    const std::vector<std::string>& words, const QRTPrivilegedOperationSet& operations) {
-  return Parser(operations).parse(words);
+    const std::vector<std::string>& words, const QRTPrivilegedOperationSet& operations,
+    const std::vector<OperationArguments>& table) {
+  return Parser(operations, table).parse(words);
 }
 
 }  // namespace qrt

@@ -38,9 +38,10 @@ struct HelpText {
   std::string text;
 };
 
-/// `operations` has the sentences that describe the operations. Words behind "--" are never
-/// options.
+/// `operations` has the sentences that describe the operations of the `table`, which outlives the
+/// command. Words behind "--" are never options.
 std::variant<Command, HelpText, UsageError> parseCommandLine(
-    const std::vector<std::string>& words, const QRTPrivilegedOperationSet& operations);
+    const std::vector<std::string>& words, const QRTPrivilegedOperationSet& operations,
+    const std::vector<OperationArguments>& table = operationArguments());
 
 }  // namespace qrt

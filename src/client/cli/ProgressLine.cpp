@@ -27,7 +27,10 @@ std::string bar(double fraction, std::size_t width) {
 }  // namespace
 
 ProgressLine::ProgressLine(Terminal& terminal, std::string label, TimePoint start)
-    : terminal_(terminal), label_(std::move(label)), start_(start), nextDraw_(start + shortestInterval) {}
+    : terminal_(terminal),
+      label_(std::move(label)),
+      start_(start),
+      nextDraw_(start + shortestInterval) {}
 
 void ProgressLine::setFraction(double fraction, TimePoint now) {
   // What is not a number fails the comparison: nothing done.

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "base/PosixCode.h"
 #include "platform/Authority.h"
@@ -111,11 +112,18 @@ std::string_view shortNameOf(std::string_view domain) {
 }  // namespace
 
 std::string descriptionForPerson(const Error& error) {
-  if (const auto* own = stringIn(error.userInfo, localizedDescriptionKey)) return *own;
+  const auto* own = stringIn(error.userInfo, localizedDescriptionKey);
+  if (own && !own->empty()) return *own;
   auto text = conditionText(error);
   if (!text) text = messageText(error);
   return fmt::format("{} ({} error {})", text.value_or("The operation failed"),
                      shortNameOf(error.domain), error.code);
+}
+
+Error describedError(PosixCode code, std::string_view description, std::string_view suggestion) {
+  Dictionary texts{{std::string(localizedDescriptionKey), description}};
+  if (!suggestion.empty()) texts.emplace(localizedRecoverySuggestionKey, suggestion);
+  return posixError(code, std::move(texts));
 }
 
 }  // namespace qrt
