@@ -212,6 +212,38 @@ TEST_F(DaemonTest, OneUserCannotTakeEveryPlace) {
   EXPECT_EQ(client().call("getVersionString")->arguments().string(), "1.6");
 }
 
+TEST_F(DaemonTest, APeerWithoutAProcessNumberGetsNoForm) {
+  daemon_.reset();
+  daemon_.emplace(test::DaemonProcess::Options{.isInPidNamespaceOfItsOwn = true});
+  auto peer = client();
+  const auto reply = peer.call("createExternalForm", "", {}, RawClient::authorityInterface);
+  ASSERT_TRUE(reply);
+  EXPECT_TRUE(reply->isError);
+  EXPECT_EQ(peer.call("getVersionString")->arguments().string(), "1.6");
+}
+
+TEST_F(DaemonTest, RunningOutOfDescriptorsPasses) {
+  daemon_.reset();
+  daemon_.emplace(test::DaemonProcess::Options{.descriptorLimit = 48});
+  {
+    std::vector<RawClient> peers;
+    for (int i = 0; i < 40; ++i) {
+      peers.emplace_back(daemon_->socketPath());
+      peers.back().send(RawClient::handshakeBytes());
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  }
+  // The first peers were served, the others sent away; now there is room again.
+  for (int attempt = 0; attempt < 50; ++attempt) {
+    RawClient peer(daemon_->socketPath());
+    peer.send(RawClient::handshakeBytes());
+    if (!peer.receiveHandshake()) continue;
+    EXPECT_EQ(peer.call("getVersionString")->arguments().string(), "1.6");
+    return;
+  }
+  FAIL() << "nobody is served any more";
+}
+
 TEST_F(DaemonTest, SilentAndSlowPeersAreLetGo) {
   RawClient silent(daemon_->socketPath());
   RawClient halfway(daemon_->socketPath());

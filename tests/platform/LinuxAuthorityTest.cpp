@@ -125,13 +125,11 @@ TEST_F(LinuxAuthorityTest, ADamagedDatabaseGrantsNothing) {
   EXPECT_EQ(ask(1000, "everybody's"), AuthorizationStatus::denied);
 }
 
-TEST(PeerIdentity, OfASocketPairIsWhoeverMadeIt) {
+TEST(PeerIdentity, IsTheSameWithAndWithoutTheKernelsHandle) {
   const test::SocketPair pair;
-  const auto identity = identityOfPeer(pair.first.get());
-  ASSERT_TRUE(identity);
-  EXPECT_EQ(identity->processID, getpid());
-  EXPECT_EQ(identity->userID, getuid());
-  EXPECT_EQ(identity->startTime, startTimeOfProcess(getpid()));
+  const PeerIdentity self{getuid(), getpid(), *startTimeOfProcess(getpid())};
+  EXPECT_EQ(identityOfPeer(pair.first.get()), self);
+  EXPECT_EQ(identityOfPeer(pair.first.get(), /*askForHandle=*/false), self);
 }
 
 }  // namespace

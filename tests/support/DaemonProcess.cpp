@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -43,7 +44,7 @@ std::string folderOfPrograms() {
   return program.substr(0, program.rfind('/'));
 }
 
-DaemonProcess::DaemonProcess() {
+DaemonProcess::DaemonProcess(const Options& options) {
   // In memory: what is measured is the daemon, not a disk.
   char pattern[] = "/dev/shm/qrt-daemon-XXXXXX";
   require(mkdtemp(pattern) != nullptr, "mkdtemp");
@@ -60,8 +61,17 @@ DaemonProcess::DaemonProcess() {
     fcntl(listening, F_SETFD, 0);
     dup2(listening, 3);
     setenv("LISTEN_FDS", "1", 1);
-    setenv("LISTEN_PID", std::to_string(getpid()).c_str(), 1);
+    const pid_t own = options.isInPidNamespaceOfItsOwn ? 1 : getpid();
+    setenv("LISTEN_PID", std::to_string(own).c_str(), 1);
     setenv("STATE_DIRECTORY", (folder_ + "/state").c_str(), 1);
+    if (options.descriptorLimit > 0) {
+      const rlimit limit{options.descriptorLimit, options.descriptorLimit};
+      setrlimit(RLIMIT_NOFILE, &limit);
+    }
+    if (options.isInPidNamespaceOfItsOwn) {
+      execlp("unshare", "unshare", "--pid", "--fork", "--kill-child", program.c_str(),
+             static_cast<char*>(nullptr));
+    }
     execl(program.c_str(), program.c_str(), static_cast<char*>(nullptr));
     _exit(127);
   }

@@ -10,7 +10,15 @@ namespace qrt::test {
 /// is made, the way an activator does. Stops it and removes the folder when it goes.
 class DaemonProcess {
  public:
-  DaemonProcess();
+  struct Options {
+    /// Peers outside have no process number for the daemon then.
+    bool isInPidNamespaceOfItsOwn = false;
+    /// The most descriptors it can raise its limit to; 0 leaves it as it is.
+    unsigned descriptorLimit = 0;
+  };
+
+  DaemonProcess() : DaemonProcess(Options()) {}
+  explicit DaemonProcess(const Options& options);
   ~DaemonProcess();
   DaemonProcess(const DaemonProcess&) = delete;
   DaemonProcess& operator=(const DaemonProcess&) = delete;

@@ -27,10 +27,10 @@ std::optional<ucred> credentialsOf(int socket) {
 }
 
 /// The kernel's own handle of the peer where it gives one, else one found by number.
-FileDescriptor processHandle(int socket, std::int32_t processID) {
+FileDescriptor processHandle(int socket, std::int32_t processID, bool askForHandle) {
   int handle = -1;
   socklen_t length = sizeof handle;
-  if (getsockopt(socket, SOL_SOCKET, SO_PEERPIDFD, &handle, &length) == 0) {
+  if (askForHandle && getsockopt(socket, SOL_SOCKET, SO_PEERPIDFD, &handle, &length) == 0) {
     return FileDescriptor(handle);
   }
   return FileDescriptor(static_cast<int>(syscall(SYS_pidfd_open, processID, 0)));
@@ -74,7 +74,7 @@ std::optional<std::uint32_t> userOfPeer(int socket) {
   return credentials->uid;
 }
 
-std::optional<PeerIdentity> identityOfPeer(int socket) {
+std::optional<PeerIdentity> identityOfPeer(int socket, bool askForHandle) {
   const auto credentials = credentialsOf(socket);
   // A process of a foreign namespace is 0 here; a user of one shows as the overflow user, who is
   // nobody in particular.
@@ -83,7 +83,7 @@ std::optional<PeerIdentity> identityOfPeer(int socket) {
       credentials->uid == static_cast<uid_t>(-1)) {
     return std::nullopt;
   }
-  const auto handle = processHandle(socket, credentials->pid);
+  const auto handle = processHandle(socket, credentials->pid, askForHandle);
   const auto startTime = startTimeOfProcess(credentials->pid);
   // Still running now means that the start time was read from this process and not from a
   // successor.

@@ -21,7 +21,8 @@ struct PeerIdentity {
 /// The process that connected `socket`, or none when it cannot be told: it has ended, or it lives
 /// in a namespace that this one cannot name. To be asked of sockets that a listener accepted; for a
 /// socket pair the kernel names whoever made it.
-std::optional<PeerIdentity> identityOfPeer(int socket);
+/// `askForHandle` uses the kernel's own handle of the peer where it gives one (6.5 and later).
+std::optional<PeerIdentity> identityOfPeer(int socket, bool askForHandle = true);
 /// The user at the other end, known also where the process is not.
 std::optional<std::uint32_t> userOfPeer(int socket);
 
