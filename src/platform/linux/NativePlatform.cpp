@@ -61,21 +61,10 @@ struct NativePlatform::Facilities {
   LinuxTransport transport;
   LinuxHelperConnector helperConnector;
 
-  Platform references{log,
-                      self,
-                      files,
-                      extendedAttributes,
-                      propertyLists,
-                      versionFile,
-                      processes,
-                      kernelSettings,
-                      subprocesses,
-                      jobControl,
-                      preferences,
-                      systemConfiguration,
-                      authority,
-                      transport,
-                      helperConnector};
+  Platform references{log,           self,        files,          extendedAttributes,
+                      propertyLists, versionFile, processes,      kernelSettings,
+                      subprocesses,  jobControl,  preferences,    systemConfiguration,
+                      authority,     transport,   helperConnector};
 };
 
 NativePlatform::NativePlatform(const std::string& root)
