@@ -1,15 +1,16 @@
 // What the daemon adds to the cost of a bare call between two processes.
 #include <benchmark/benchmark.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <string>
 
 #include "operations/OperationCatalogue.h"
-#include "platform/HelperConnection.h"
-#include "platform/NativePlatform.h"
+#include "protocol/Names.h"
 #include "support/DaemonProcess.h"
 
 namespace {
@@ -37,39 +38,85 @@ int answer(sd_bus_message* call, void*, sd_bus_error*) {
   }
 }
 
+/// The same client for both: what differs is who answers.
+class Client {
+ public:
+  explicit Client(int socket) {
+    sd_bus_new(&bus_);
+    sd_bus_set_fd(bus_, socket, socket);
+    sd_bus_start(bus_);
+  }
+  Client(const Client&) = delete;
+  Client& operator=(const Client&) = delete;
+  ~Client() { sd_bus_close_unref(bus_); }
+
+  sd_bus_message* request(const char* path, const char* interface, const char* member) {
+    sd_bus_message* call = nullptr;
+    sd_bus_message_new_method_call(bus_, &call, nullptr, path, interface, member);
+    return call;
+  }
+
+  /// The reply, which the caller frees, or null.
+  sd_bus_message* answer(sd_bus_message* call) {
+    sd_bus_message* reply = nullptr;
+    sd_bus_call(bus_, call, 0, nullptr, &reply);
+    sd_bus_message_unref(call);
+    return reply;
+  }
+
+ private:
+  sd_bus* bus_ = nullptr;
+};
+
 void bareCall(benchmark::State& state) {
   int pair[2];
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) < 0) return;
   const pid_t server = fork();
   if (server == 0) serveBare(pair[0]);
-  sd_bus* bus = nullptr;
-  sd_bus_new(&bus);
-  sd_bus_set_fd(bus, pair[1], pair[1]);
-  sd_bus_start(bus);
-  for (auto _ : state) {
-    sd_bus_message* reply = nullptr;
-    if (sd_bus_call_method(bus, nullptr, "/bare", "bare.Call", "nop", nullptr, &reply, "") < 0) {
-      state.SkipWithError("the bare call failed");
+  {
+    Client client(pair[1]);
+    for (auto _ : state) {
+      auto* reply = client.answer(client.request("/bare", "bare.Call", "nop"));
+      if (!reply) state.SkipWithError("the bare call failed");
+      sd_bus_message_unref(reply);
     }
-    sd_bus_message_unref(reply);
   }
-  sd_bus_close_unref(bus);
   kill(server, SIGKILL);
   waitpid(server, nullptr, 0);
 }
 BENCHMARK(bareCall)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
+int connectTo(const std::string& path) {
+  const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un name{};
+  name.sun_family = AF_UNIX;
+  path.copy(name.sun_path, sizeof name.sun_path - 1);
+  return connect(socket, reinterpret_cast<sockaddr*>(&name), sizeof name) == 0 ? socket : -1;
+}
+
 void authorizedNop(benchmark::State& state) {
   const qrt::test::DaemonProcess daemon;
-  const qrt::NativePlatform native;
-  auto connection = native.facilities().helperConnector.connect(daemon.socketPath());
-  if (!connection) return state.SkipWithError("the daemon cannot be reached");
-  const auto form = (*connection)->createExternalForm();
-  for (auto _ : state) {
-    const auto outcome =
-        (*connection)->performPrivilegedOperation(qrt::operation_code::nop, *form, nullptr, {});
-    if (outcome) state.SkipWithError("the request failed");
+  Client client(connectTo(daemon.socketPath()));
+  auto* sealed = client.answer(
+      client.request(qrt::wire::helperPath, qrt::wire::authorityInterface, "createExternalForm"));
+  const void* form = nullptr;
+  std::size_t size = 0;
+  if (!sealed || sd_bus_message_read_array(sealed, 'y', &form, &size) < 0) {
+    return state.SkipWithError("the daemon gives no external form");
   }
+  for (auto _ : state) {
+    auto* request = client.request(qrt::wire::helperPath, qrt::wire::helperInterface,
+                                   "performPrivilegedOperation");
+    sd_bus_message_append(request, "t", qrt::operation_code::nop);
+    sd_bus_message_append_array(request, 'y', form, size);
+    sd_bus_message_append(request, "ahav", 0, 0);
+    auto* reply = client.answer(request);
+    const char* domain = "no reply";
+    if (reply) sd_bus_message_read(reply, "s", &domain);
+    if (*domain != 0) state.SkipWithError("the request failed");
+    sd_bus_message_unref(reply);
+  }
+  sd_bus_message_unref(sealed);
 }
 BENCHMARK(authorizedNop)->Unit(benchmark::kMicrosecond)->UseRealTime();
 

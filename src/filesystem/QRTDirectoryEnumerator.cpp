@@ -1,6 +1,7 @@
 #include "filesystem/QRTDirectoryEnumerator.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace qrt {
 namespace {
@@ -65,24 +66,17 @@ bool QRTDirectoryEnumerator::initForBasePath(FileAt base, Links links, bool stay
 
 std::optional<std::string> QRTDirectoryEnumerator::nextObject() {
   if (!advance()) return std::nullopt;
-  return objectPath();
+  return path_;
 }
 
 bool QRTDirectoryEnumerator::advance() {
   if (!readNextEntry()) return false;
   objectHolder_ = &top();
-  objectPathStart_ = relativePathLength_;
+  path_.resize(relativePathLength_);
+  if (relativePathLength_ != 0) path_ += '/';
+  path_ += entry_.name;
   if (shouldDescend()) pushDirectoryEntry();
   return true;
-}
-
-std::string QRTDirectoryEnumerator::objectPath() const {
-  const std::string_view name = entry_.name;
-  std::string path;
-  path.reserve(objectPathStart_ + 1 + name.size());
-  path.append(relativePath_.data(), objectPathStart_);
-  if (objectPathStart_ != 0) path += '/';
-  return path.append(name);
 }
 
 std::vector<std::string> QRTDirectoryEnumerator::allObjects() {
@@ -122,13 +116,13 @@ bool QRTDirectoryEnumerator::shouldDescend() const {
 bool QRTDirectoryEnumerator::isInVolumeNamespace() const {
   const auto fromBase = std::min(basePath_.size(), volumeNamespace.size());
   return basePath_.starts_with(volumeNamespace.substr(0, fromBase)) &&
-         objectPath().starts_with(volumeNamespace.substr(fromBase));
+         path_.starts_with(volumeNamespace.substr(fromBase));
 }
 
 void QRTDirectoryEnumerator::pushDirectoryEntry() {
-  const std::string_view name = entry_.name;
-  if (name.empty()) return;
-  if (relativePathLength_ + 1 + name.size() > maximumPathLength) {
+  const auto nameLength = std::strlen(entry_.name);
+  if (nameLength == 0) return;
+  if (relativePathLength_ + 1 + nameLength > maximumPathLength) {
     log_.standard("%{public}@: maximum path length reached. Skipping...", className);
     return;
   }
@@ -140,14 +134,9 @@ void QRTDirectoryEnumerator::pushDirectoryEntry() {
 
   auto folder = files_.openFolder(object(), Links::stay);
   if (!folder) return note(folder.error());
-  auto* end = relativePath_.data() + relativePathLength_;
-  const bool isSeparated = relativePathLength_ != 0;
-  if (isSeparated) *end++ = '/';
-  std::copy(name.begin(), name.end(), end);
-
   auto& level = levels_[levelCount_++];
   level.folder.emplace(std::move(*folder));
-  level.componentLength = static_cast<std::uint8_t>(name.size() + (isSeparated ? 1 : 0));
+  level.componentLength = static_cast<std::uint8_t>(path_.size() - relativePathLength_);
   relativePathLength_ += level.componentLength;
 }
 

@@ -47,7 +47,7 @@ class QRTDirectoryEnumerator {
   /// The next path relative to the base, or none when the walk is over.
   std::optional<std::string> nextObject();
 
-  /// The same without the path, for walks that need few of them. False when the walk is over.
+  /// The same for callers that look at the object where it is. False when the walk is over.
   bool advance();
 
   /// All remaining paths.
@@ -68,7 +68,7 @@ class QRTDirectoryEnumerator {
   std::uint32_t objectType() const { return entry_.type; }
 
   /// Its path relative to the base.
-  std::string objectPath() const;
+  const std::string& objectPath() const { return path_; }
 
   /// `success`, or why the walk ended before its end: descriptors or memory ran out. What was
   /// handed out is then incomplete, and the caller says so.
@@ -101,7 +101,9 @@ class QRTDirectoryEnumerator {
   FileSystem& files_;
   Log& log_;
   std::string basePath_;
-  std::array<char, maximumPathLength> relativePath_;
+  /// The object's path; of its first bytes, as many as `relativePathLength_` says belong to the
+  /// folder that is being read.
+  std::string path_;
   std::size_t relativePathLength_ = 0;
   /// The base first; one more for each folder that the walk is in.
   std::array<Level, maximumLevels> levels_;
@@ -110,8 +112,6 @@ class QRTDirectoryEnumerator {
   std::uint64_t baseFileSystemID_ = 0;
   FolderEntry entry_{};
   const Level* objectHolder_ = nullptr;
-  /// How much of the relative path stands before the object's name.
-  std::size_t objectPathStart_ = 0;
   PosixCode failure_ = PosixCode::success;
 };
 

@@ -65,6 +65,9 @@ class ImmutableFlagClearing : public TreeVisitor {
     const auto status = files_.status(object, Links::stay);
     if (!status) return status.error();
     if (status->isLink()) return PosixCode::success;
+    // Nothing to write, and the mount was asked about at its root: it accepts changes.
+    const bool isClear = (status->flags & file_flag::userImmutable) == 0;
+    if (isClear && !status->isMountRoot) return PosixCode::success;
     return changeImmutableFlag(files_, false, object, Links::stay, *status);
   }
 

@@ -53,7 +53,7 @@ using Holder = TreeObject::Holder;
 struct Walk {
   /// Subfolders that wait; with more, a worker goes into the next one at once. A folder that waits
   /// keeps those open that hold it.
-  static constexpr std::size_t enoughWaiting = 32;
+  static constexpr std::size_t enoughWaiting = 64;
 
   Walk(FileSystem& theFiles, FileAt theTop, TreeVisitor& theVisitor)
       : files(theFiles), top(theTop), visitor(theVisitor) {}

@@ -29,15 +29,22 @@ class WorkQueue {
     return true;
   }
 
-  /// Waits for a piece: the worker's own latest, else the other's oldest, which promises the most.
-  /// Null when the queue was closed; what still waits then is left to `takeRest()`.
+  /// Waits for a piece: the worker's own latest. When it has none, half of what the other has
+  /// becomes its own, the oldest, which promise the most; neighbours stay together, so that the
+  /// workers do not get into each other's way. Null when the queue was closed; what still waits
+  /// then is left to `takeRest()`.
   Piece* take(unsigned worker) {
     std::unique_lock lock(mutex_);
     auto& own = waiting_[worker];
     auto& other = waiting_[1 - worker];
     changed_.wait(lock, [&] { return isClosed_ || !own.empty() || !other.empty(); });
     if (isClosed_) return nullptr;
-    return own.empty() ? takeFront(other) : takeBack(own);
+    if (own.empty()) {
+      const auto half = other.begin() + static_cast<std::ptrdiff_t>((other.size() + 1) / 2);
+      own.assign(other.begin(), half);
+      other.erase(other.begin(), half);
+    }
+    return takeBack(own);
   }
 
   /// Whether work waits; a worker that waits for some is woken.
@@ -64,11 +71,6 @@ class WorkQueue {
   }
 
  private:
-  static Piece* takeFront(std::deque<Piece*>& pieces) {
-    auto* piece = pieces.front();
-    pieces.pop_front();
-    return piece;
-  }
   static Piece* takeBack(std::deque<Piece*>& pieces) {
     auto* piece = pieces.back();
     pieces.pop_back();

@@ -12,8 +12,8 @@
 
 namespace qrt {
 
-/// Performs one operation. The arguments fit the catalogue's description; the feedback connection is
-/// null when the requestor gave none. Handlers of different requests run at the same time.
+/// Performs one operation. The arguments fit the catalogue's description; the feedback connection
+/// is null when the requestor gave none. Handlers of different requests run at the same time.
 using Handler = std::function<Outcome(const Array& arguments, FeedbackConnection* feedback)>;
 
 /// Handlers by their full names, e.g. "performOperationSignalProcessWithArguments:". Filled by the

@@ -4,7 +4,8 @@ namespace qrt {
 
 Error privilegedOperationError(std::int64_t code, std::string_view description,
                                std::string_view suggestion) {
-  return {std::string(privilegedOperationErrorDomain), code,
+  return {std::string(privilegedOperationErrorDomain),
+          code,
           {{std::string(localizedDescriptionKey), description},
            {std::string(localizedRecoverySuggestionKey), suggestion}}};
 }
@@ -12,7 +13,8 @@ Error privilegedOperationError(std::int64_t code, std::string_view description,
 Error privilegedOperationError(std::int64_t code, std::string_view description,
                                std::string_view suggestionTemplate,
                                const std::vector<std::string>& parameters) {
-  return {std::string(privilegedOperationErrorDomain), code,
+  return {std::string(privilegedOperationErrorDomain),
+          code,
           {{std::string(localizedDescriptionKey), description},
            {std::string(suggestionTemplateKey), suggestionTemplate},
            {std::string(suggestionParametersKey), Array(parameters.begin(), parameters.end())}}};

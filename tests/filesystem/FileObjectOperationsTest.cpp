@@ -26,9 +26,7 @@ const auto invalid = posixError(PosixCode::invalidArgument);
 
 class FileObjectOperationsTest : public testing::Test {
  protected:
-  FileObjectOperationsTest() {
-    registerFileSystemHandlers(handlers_, platform_.facilities());
-  }
+  FileObjectOperationsTest() { registerFileSystemHandlers(handlers_, platform_.facilities()); }
 
   /// Performs an operation the way a request does.
   Outcome perform(const std::string& stem, const Array& arguments) {

@@ -15,9 +15,9 @@ TEST(WireText, ValidTextTravelsAsItIs) {
 
 TEST(WireText, EachByteOutsideUtf8BecomesOneCharacter) {
   EXPECT_EQ(encodeWireText("a\xFF"), "a\xF4\x8F\xBF\xBF");
-  EXPECT_EQ(encodeWireText("\xC3"), "\xF4\x8F\xBF\x83");          // Cut short.
-  EXPECT_EQ(encodeWireText("\xC0\x80").size(), 8u);               // Overlong.
-  EXPECT_EQ(encodeWireText("\xED\xA0\x80").size(), 12u);          // Surrogate.
+  EXPECT_EQ(encodeWireText("\xC3"), "\xF4\x8F\xBF\x83");  // Cut short.
+  EXPECT_EQ(encodeWireText("\xC0\x80").size(), 8u);       // Overlong.
+  EXPECT_EQ(encodeWireText("\xED\xA0\x80").size(), 12u);  // Surrogate.
 }
 
 TEST(WireText, EveryByteStringSurvivesTheJourney) {

@@ -10,7 +10,8 @@ namespace qrt {
 
 /// Reads the kernel's records itself: a C library stream costs two more system calls a folder.
 struct Folder::Listing {
-  static constexpr std::size_t capacity = 32 * 1024;
+  /// More brings nothing, and deep trees hold one a level.
+  static constexpr std::size_t capacity = 8 * 1024;
 
   std::size_t position = 0;
   std::size_t filled = 0;
