@@ -39,6 +39,8 @@ class DeletionAttackTest : public testing::Test {
  protected:
   static constexpr int filesEach = 20;
   static constexpr auto timeLimit = std::chrono::seconds(4);
+  /// The control usually loses within a second; only a machine on which it never does is let off.
+  static constexpr auto controlPatience = std::chrono::seconds(60);
 
   DeletionAttackTest() { fillPrecious(); }
 
@@ -103,7 +105,8 @@ TEST_F(DeletionAttackTest, ExchangedFoldersDoNotLeadRemovalAstray) {
   const auto start = Clock::now();
   int roundsUntilLost = 0;
   for (; isPreciousComplete(); ++roundsUntilLost) {
-    if (Clock::now() - start > timeLimit) GTEST_SKIP() << "the control was not led astray in time";
+    if (Clock::now() - start > controlPatience)
+      GTEST_SKIP() << "the control was not led astray in time";
     makeTree();
     underAttack([&] { removeByPath(scratch_.path("tree")); });
   }
