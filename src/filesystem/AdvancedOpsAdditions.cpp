@@ -88,7 +88,7 @@ Outcome setMacAttributesAtPath(const ItemContext& context, const std::string& pa
   if (path.empty()) return posixError(PosixCode::invalidArgument);
   const auto item = context.files.locate(path);
   if (!item) return fileWriteError(item.error(), path);
-  const auto outcome = changeFinderInfo(context, item->at(), path, [&](FinderInfo& info) {
+  auto outcome = changeFinderInfo(context, item->at(), path, [&](FinderInfo& info) {
     info.setTypeCode(typeCode);
     info.setCreatorCode(creatorCode);
   });

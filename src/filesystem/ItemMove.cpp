@@ -72,6 +72,8 @@ class Staging {
   Staging(Staging&&) = default;
   Staging(const Staging&) = delete;
   Staging& operator=(const Staging&) = delete;
+  // Only want of memory throws here, and then nothing better can be done than to end.
+  // NOLINTNEXTLINE(bugprone-exception-escape)
   ~Staging() {
     if (!folder_) return;
     removeProtectedTree(context_.files, item());
