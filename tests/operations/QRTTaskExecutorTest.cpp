@@ -76,6 +76,8 @@ TEST_F(TaskExecutor, WithoutAPathNothingHappens) {
   EXPECT_TRUE(witness.events.empty() && log.lines().empty());
 }
 
+// UndefinedBehaviorSanitizer opens a pipe to look at an object, and takes failure for a bad object.
+#ifndef __SANITIZE_ADDRESS__
 TEST_F(TaskExecutor, WithoutDescriptorsAProgramIsNotRun) {
   rlimit before;
   getrlimit(RLIMIT_NOFILE, &before);
@@ -90,6 +92,7 @@ TEST_F(TaskExecutor, WithoutDescriptorsAProgramIsNotRun) {
             "The operation 'some-tool' cannot be executed because the system is running out of "
             "file handles.");
 }
+#endif
 
 TEST_F(TaskExecutor, AProgramThatCannotBeLaunchedIsAnException) {
   Witness witness;
