@@ -177,9 +177,11 @@ void ServedConnection::run() {
   currentPeer = &peer_;
   if (!wire_->handshake()) return;
   for (;;) {
+    const auto progress = wire_->step(WireConnection::Patience::untilMessage);
+    if (progress == WireConnection::Progress::closed) return;
+    if (progress == WireConnection::Progress::made) continue;
     pollfd waiting{wire_->socket(), wire_->pollEvents(), 0};
     if (poll(&waiting, 1, -1) < 0 && errno != EINTR) return;
-    if (wire_->step() == WireConnection::Progress::closed) return;
   }
 }
 
