@@ -90,6 +90,9 @@ struct ServedConnection::Methods {
     const auto outcome = self(context).object_.performPrivilegedOperation(
         code, authorizationData, endpointIndexes.empty() ? nullptr : &endpoint,
         std::move(arguments));
+    // A reply that cannot be sent would be the connection's end, and unread what the requestor may
+    // have sent behind the call before it left.
+    if (wire.hasPeerLeft()) return 1;
     return reply(call,
                  [&](sd_bus_message* answer) { return wire::appendOutcome(answer, outcome); });
   }

@@ -76,6 +76,11 @@ bool WireConnection::hasQueuedOutput() const {
   return sd_bus_get_n_queued_write(bus_, &waiting) >= 0 && waiting > 0;
 }
 
+bool WireConnection::hasPeerLeft() const {
+  pollfd peer{socket(), 0, 0};
+  return poll(&peer, 1, 0) == 1 && (peer.revents & POLLHUP) != 0;
+}
+
 short WireConnection::pollEvents() const {
   // A peer that does not take its replies is not served further ones.
   return hasQueuedOutput() ? POLLOUT : POLLIN;

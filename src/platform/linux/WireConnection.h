@@ -44,6 +44,9 @@ class WireConnection {
   /// Writes what waits, reads and dispatches at most one message, or one line of the handshake.
   Progress step(Patience patience = Patience::none);
 
+  /// Whether nobody is left to read replies. What the peer sent before it left can still be read.
+  bool hasPeerLeft() const;
+
   int socket() const { return socket_.get(); }
   short pollEvents() const;
   bool hasQueuedOutput() const;
