@@ -14,6 +14,7 @@ struct Doubles {
   Transport* transport = nullptr;
   HelperConnector* helperConnector = nullptr;
   ApplicationRegistry* applications = nullptr;
+  UserDirectory* users = nullptr;
 };
 
 /// Doubles and rest outlive it.
@@ -28,6 +29,7 @@ inline Platform platformWith(const Doubles& doubles, const Platform& rest) {
           .propertyLists = rest.propertyLists,
           .versionFile = rest.versionFile,
           .processes = rest.processes,
+          .users = either(doubles.users, rest.users),
           .kernelSettings = rest.kernelSettings,
           .subprocesses = rest.subprocesses,
           .jobControl = either(doubles.jobControl, rest.jobControl),
