@@ -9,6 +9,7 @@ namespace qrt::test {
 struct Doubles {
   Log* log = nullptr;
   SelfProcess* self = nullptr;
+  FileSystem* files = nullptr;
   JobControl* jobControl = nullptr;
   Authority* authority = nullptr;
   Transport* transport = nullptr;
@@ -24,7 +25,7 @@ inline Platform platformWith(const Doubles& doubles, const Platform& rest) {
   };
   return {.log = either(doubles.log, rest.log),
           .self = either(doubles.self, rest.self),
-          .files = rest.files,
+          .files = either(doubles.files, rest.files),
           .extendedAttributes = rest.extendedAttributes,
           .propertyLists = rest.propertyLists,
           .versionFile = rest.versionFile,
