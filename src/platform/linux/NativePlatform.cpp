@@ -22,6 +22,7 @@
 #include "platform/linux/SystemdJobControl.h"
 #include "platform/posix/PosixBlockDevices.h"
 #include "platform/posix/PosixSubprocess.h"
+#include "platform/posix/PosixUserDirectory.h"
 #include "protocol/Names.h"
 
 namespace qrt {
@@ -59,6 +60,7 @@ struct NativePlatform::Facilities {
   LinuxPropertyLists propertyLists;
   LinuxSystemVersionFile versionFile;
   LinuxProcessTable processes;
+  PosixUserDirectory users;
   LinuxKernelSettings kernelSettings;
   PosixSubprocessFacility subprocesses;
   SystemdJobControl jobControl;
@@ -72,11 +74,26 @@ struct NativePlatform::Facilities {
   PosixBlockDevices blockDevices;
   LinuxApplicationRegistry applications;
 
-  Platform references{log,           self,         files,           extendedAttributes,
-                      propertyLists, versionFile,  processes,       kernelSettings,
-                      subprocesses,  jobControl,   preferences,     systemConfiguration,
-                      authority,     transport,    helperConnector, smc,
-                      nvram,         blockDevices, applications};
+  Platform references{log,
+                      self,
+                      files,
+                      extendedAttributes,
+                      propertyLists,
+                      versionFile,
+                      processes,
+                      users,
+                      kernelSettings,
+                      subprocesses,
+                      jobControl,
+                      preferences,
+                      systemConfiguration,
+                      authority,
+                      transport,
+                      helperConnector,
+                      smc,
+                      nvram,
+                      blockDevices,
+                      applications};
 };
 
 NativePlatform::NativePlatform(const std::string& root)
