@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "platform/linux/ActivationSocket.h"
+#include "platform/linux/LinuxAccessControl.h"
 #include "platform/linux/LinuxApplicationRegistry.h"
 #include "platform/linux/LinuxAuthority.h"
 #include "platform/linux/LinuxExtendedAttributes.h"
@@ -56,6 +57,7 @@ struct NativePlatform::Facilities {
   LinuxSelfProcess self;
   LinuxFileSystem files;
   LinuxExtendedAttributes extendedAttributes;
+  LinuxAccessControl accessControl;
   LinuxPropertyLists propertyLists;
   LinuxSystemVersionFile versionFile;
   LinuxProcessTable processes;
@@ -72,11 +74,26 @@ struct NativePlatform::Facilities {
   PosixBlockDevices blockDevices;
   LinuxApplicationRegistry applications;
 
-  Platform references{log,           self,         files,           extendedAttributes,
-                      propertyLists, versionFile,  processes,       kernelSettings,
-                      subprocesses,  jobControl,   preferences,     systemConfiguration,
-                      authority,     transport,    helperConnector, smc,
-                      nvram,         blockDevices, applications};
+  Platform references{log,
+                      self,
+                      files,
+                      extendedAttributes,
+                      accessControl,
+                      propertyLists,
+                      versionFile,
+                      processes,
+                      kernelSettings,
+                      subprocesses,
+                      jobControl,
+                      preferences,
+                      systemConfiguration,
+                      authority,
+                      transport,
+                      helperConnector,
+                      smc,
+                      nvram,
+                      blockDevices,
+                      applications};
 };
 
 NativePlatform::NativePlatform(const std::string& root)
