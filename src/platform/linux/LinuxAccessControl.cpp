@@ -2,7 +2,6 @@
 
 #include <acl/libacl.h>
 #include <sys/acl.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -129,9 +128,12 @@ PosixResult<AclEntries> wholeList(const AccessControlList& list, std::uint32_t p
   return base ? combined(*base, entries) : base;
 }
 
-PosixCode writeWholeList(const HeldObject& object, const AccessRights& rights) {
-  const auto entries = wholeList(*rights.list, rights.permissions);
-  return entries ? write(object, *entries) : entries.error();
+PosixCode setWholeList(const HeldObject& object, const AccessRights& rights) {
+  const auto wanted = wholeList(*rights.list, rights.permissions);
+  if (!wanted) return wanted.error();
+  const auto own = read(object);
+  if (!own) return own.error();
+  return *wanted == *own ? PosixCode::success : write(object, *wanted);
 }
 
 /// The bits that leave the owning group with no more than a list gave it.
@@ -151,18 +153,23 @@ PosixResult<OptionalList> inheritanceOf(const HeldObject& folder) {
   return entries->empty() ? OptionalList() : made(std::move(*entries));
 }
 
-PosixCode setInheritance(const HeldObject& folder, const OptionalList& inheritance) {
+PosixCode setInheritance(const HeldObject& folder, const OptionalList& wanted) {
+  const auto own = inheritanceOf(folder);
+  if (!own) return own.error();
   const auto path = descriptorPath(folder.descriptor());
-  if (!inheritance) return codeFor(::acl_delete_def_file(path.c_str()));
-  const auto list = aclOf(inheritance->content().entries);
+  if (!wanted) return *own ? codeFor(::acl_delete_def_file(path.c_str())) : PosixCode::success;
+  const auto& entries = wanted->content().entries;
+  if (*own && (*own)->content().entries == entries) return PosixCode::success;
+  const auto list = aclOf(entries);
   if (!list) return list.error();
   return codeFor(::acl_set_file(path.c_str(), ACL_TYPE_DEFAULT, list->get()));
 }
 
-PosixResult<std::uint32_t> modeOf(const HeldObject& object) {
-  struct stat status;
-  if (::fstat(object.descriptor(), &status) != 0) return lastError();
-  return std::uint32_t{status.st_mode};
+PosixCode setPermissions(const HeldObject& object, std::uint32_t permissions) {
+  const auto status = object.status();
+  if (!status) return status.error();
+  if ((status->mode & permissionBits) == permissions) return PosixCode::success;
+  return object.setPermissions(permissions);
 }
 
 }  // namespace
@@ -211,14 +218,12 @@ PosixCode LinuxAccessControl::setList(const HeldObject& object, const OptionalLi
 }
 
 PosixResult<AccessRights> LinuxAccessControl::rights(const HeldObject& object) {
-  const auto mode = modeOf(object);
-  if (!mode) return mode.error();
-  AccessRights rights;
-  rights.permissions = *mode & permissionBits;
+  const auto status = object.status();
+  if (!status) return status.error();
   const auto own = list(object);
   if (!own) return own.error();
-  rights.list = *own;
-  if (!S_ISDIR(*mode)) return rights;
+  AccessRights rights{status->mode & permissionBits, *own, std::nullopt};
+  if (!status->isFolder()) return rights;
 
   auto inheritance = inheritanceOf(object);
   if (!inheritance) return inheritance.error();
@@ -227,17 +232,17 @@ PosixResult<AccessRights> LinuxAccessControl::rights(const HeldObject& object) {
 }
 
 PosixCode LinuxAccessControl::setRights(const HeldObject& object, const AccessRights& rights) {
-  const auto mode = modeOf(object);
-  if (!mode) return mode.error();
+  const auto status = object.status();
+  if (!status) return status.error();
   // First of all, because bits alone would give the group what the mask only allows.
   auto permissions = rights.permissions;
-  auto code = rights.list ? writeWholeList(object, rights) : setList(object, std::nullopt);
+  auto code = rights.list ? setWholeList(object, rights) : setList(object, std::nullopt);
   if (code == PosixCode::notSupported) {
     permissions = permissionsWithoutList(rights);
     code = PosixCode::success;
   }
-  if (code == PosixCode::success) code = object.setPermissions(permissions);
-  if (code != PosixCode::success || !S_ISDIR(*mode)) return code;
+  if (code == PosixCode::success) code = setPermissions(object, permissions);
+  if (code != PosixCode::success || !status->isFolder()) return code;
   code = setInheritance(object, rights.inheritance);
   return code == PosixCode::notSupported ? PosixCode::success : code;
 }
