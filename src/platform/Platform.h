@@ -3,6 +3,7 @@
 
 namespace qrt {
 
+class AccessControl;
 class ApplicationRegistry;
 class Authority;
 class BlockDevices;
@@ -31,6 +32,7 @@ struct Platform {
   SelfProcess& self;
   FileSystem& files;
   ExtendedAttributes& extendedAttributes;
+  AccessControl& accessControl;
   PropertyLists& propertyLists;
   SystemVersionFile& versionFile;
   ProcessTable& processes;

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "platform/linux/ActivationSocket.h"
+#include "platform/linux/LinuxAccessControl.h"
 #include "platform/linux/LinuxApplicationRegistry.h"
 #include "platform/linux/LinuxAuthority.h"
 #include "platform/linux/LinuxExtendedAttributes.h"
@@ -57,6 +58,7 @@ struct NativePlatform::Facilities {
   LinuxSelfProcess self;
   LinuxFileSystem files;
   LinuxExtendedAttributes extendedAttributes;
+  LinuxAccessControl accessControl;
   LinuxPropertyLists propertyLists;
   LinuxSystemVersionFile versionFile;
   LinuxProcessTable processes;
@@ -78,6 +80,7 @@ struct NativePlatform::Facilities {
                       self,
                       files,
                       extendedAttributes,
+                      accessControl,
                       propertyLists,
                       versionFile,
                       processes,
