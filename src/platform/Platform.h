@@ -6,6 +6,7 @@ namespace qrt {
 class ApplicationRegistry;
 class Authority;
 class BlockDevices;
+class CodeSigning;
 class ExtendedAttributes;
 class FileSystem;
 class HelperConnector;
@@ -22,6 +23,7 @@ class SubprocessFacility;
 class SystemConfiguration;
 class SystemVersionFile;
 class Transport;
+class Volumes;
 
 /// References to the facilities of a platform. Made once by the composition root; tests put a
 /// double in the place of one and keep the native rest. Every facility outlives its users.
@@ -45,6 +47,8 @@ struct Platform {
   Nvram& nvram;
   BlockDevices& blockDevices;
   ApplicationRegistry& applications;
+  CodeSigning& codeSigning;
+  Volumes& volumes;
 };
 
 }  // namespace qrt

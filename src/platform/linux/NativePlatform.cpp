@@ -5,6 +5,7 @@
 #include "platform/linux/ActivationSocket.h"
 #include "platform/linux/LinuxApplicationRegistry.h"
 #include "platform/linux/LinuxAuthority.h"
+#include "platform/linux/LinuxCodeSigning.h"
 #include "platform/linux/LinuxExtendedAttributes.h"
 #include "platform/linux/LinuxFileSystem.h"
 #include "platform/linux/LinuxHelperConnection.h"
@@ -19,6 +20,7 @@
 #include "platform/linux/LinuxSystemConfiguration.h"
 #include "platform/linux/LinuxSystemVersionFile.h"
 #include "platform/linux/LinuxTransport.h"
+#include "platform/linux/LinuxVolumes.h"
 #include "platform/linux/SystemdJobControl.h"
 #include "platform/posix/PosixBlockDevices.h"
 #include "platform/posix/PosixSubprocess.h"
@@ -50,7 +52,8 @@ struct NativePlatform::Facilities {
         transport(authority),
         smc(root),
         nvram(root),
-        blockDevices(root) {}
+        blockDevices(root),
+        volumes(root) {}
 
   LinuxLog log;
   LinuxSelfProcess self;
@@ -71,12 +74,15 @@ struct NativePlatform::Facilities {
   LinuxNvram nvram;
   PosixBlockDevices blockDevices;
   LinuxApplicationRegistry applications;
+  LinuxCodeSigning codeSigning;
+  LinuxVolumes volumes;
 
   Platform references{log,           self,         files,           extendedAttributes,
                       propertyLists, versionFile,  processes,       kernelSettings,
                       subprocesses,  jobControl,   preferences,     systemConfiguration,
                       authority,     transport,    helperConnector, smc,
-                      nvram,         blockDevices, applications};
+                      nvram,         blockDevices, applications,    codeSigning,
+                      volumes};
 };
 
 NativePlatform::NativePlatform(const std::string& root)
