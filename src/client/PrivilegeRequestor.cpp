@@ -62,8 +62,11 @@ PrivilegeRequestor::PrivilegeRequestor(std::unique_ptr<HelperConnection> connect
       operations_(operations) {}
 
 PrivilegeRequestor::~PrivilegeRequestor() {
-  // Unregistering could end the daemon under the operation.
-  if (isOperationLeftBehind_) return;
+  if (isOperationLeftBehind_) {
+    // Overtaking the operation could end the daemon under it.
+    connection_->unregisterClientWithPIDLater(processIdentifier_);
+    return;
+  }
   // Nobody is left to be told of a failure.
   static_cast<void>(connection_->unregisterClientWithPID(processIdentifier_));
 }

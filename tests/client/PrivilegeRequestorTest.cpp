@@ -105,7 +105,7 @@ TEST_F(PrivilegeRequestorTest, AnOperationOutsideTheCatalogueIsRefusedHere) {
   EXPECT_EQ(helper.calls.back(), "register 42");
 }
 
-TEST_F(PrivilegeRequestorTest, StaysRegisteredForAnOperationThatGoesOnWithoutIt) {
+TEST_F(PrivilegeRequestorTest, LeavesBehindAnOperationThatGoesOnWithoutIt) {
   {
     auto requestor = connect();
     helper.whileItRuns = [&] { (*requestor)->interrupt(); };
@@ -115,7 +115,8 @@ TEST_F(PrivilegeRequestorTest, StaysRegisteredForAnOperationThatGoesOnWithoutIt)
     EXPECT_EQ((*requestor)->perform("nop", {}), posixError(PosixCode::interrupted));
   }
   EXPECT_THAT(helper.calls,
-              ElementsAre("connect /socket", "register 42", "createExternalForm", "perform 9998"));
+              ElementsAre("connect /socket", "register 42", "createExternalForm", "perform 9998",
+                          "unregister later 42"));
 }
 
 TEST_F(PrivilegeRequestorTest, AnInterruptionBetweenOperationsLeavesNothingBehind) {
