@@ -32,6 +32,13 @@ class FakeCaller : public CallerProcess {
     return std::make_unique<InterruptionGuard>();
   }
 
+  std::unique_ptr<TextAgent> startTextAgent() override {
+    ++agentsAskedFor;
+    return hasAgent ? std::make_unique<TextAgent>() : nullptr;
+  }
+
+  bool hasAgent = false;
+  int agentsAskedFor = 0;
   /// What a signal would do.
   std::function<void()> interrupt;
 };

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "ClientFixture.h"
@@ -204,6 +205,29 @@ TEST_F(ClientTest, AnInterruptionSaysThatTheOperationGoesOn) {
   helper.answer = posixError(PosixCode::interrupted);
   EXPECT_EQ(run({"delete-foldercontents", "/a"}), 1);
   EXPECT_EQ(helper.calls.back(), "unregister 42");
+}
+
+TEST_F(ClientTest, AsksForPasswordsItselfWhenNobodyElseDoes) {
+  const auto needsDialog = osStatusError(number(AuthorizationStatus::interactionNotAllowed));
+  helper.answer = needsDialog;
+  EXPECT_EQ(run({"touch-fileobject", "/a"}), 3);
+  EXPECT_EQ(std::count(helper.calls.begin(), helper.calls.end(), "perform 6"), 1);
+  EXPECT_EQ(caller.agentsAskedFor, 1);
+
+  caller.hasAgent = true;
+  helper.calls.clear();
+  helper.whileItRuns = [&, attempt = 0]() mutable {
+    helper.answer = attempt++ == 0 ? Outcome(needsDialog) : success;
+  };
+  EXPECT_EQ(run({"touch-fileobject", "/a"}), 0);
+  EXPECT_EQ(std::count(helper.calls.begin(), helper.calls.end(), "perform 6"), 2);
+
+  // Anything else is an answer.
+  caller.agentsAskedFor = 0;
+  helper.whileItRuns = nullptr;
+  helper.answer = posixError(PosixCode::notPermitted);
+  EXPECT_EQ(run({"touch-fileobject", "/a"}), 3);
+  EXPECT_EQ(caller.agentsAskedFor, 0);
 }
 
 TEST_F(ClientTest, StopsWhenNobodyReadsItsOutput) {

@@ -1,12 +1,16 @@
 #include "platform/linux/LinuxAuthority.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <fstream>
+
 #include "platform/linux/LinuxPropertyLists.h"
+#include "support/RecordingLog.h"
 #include "support/ScratchFolder.h"
 #include "support/WirePair.h"
 
@@ -15,10 +19,17 @@ namespace {
 
 class LinuxAuthorityTest : public testing::Test {
  protected:
+  LinuxAuthorityTest() {
+    scratch_.folder("usr");
+    scratch_.folder("usr/share");
+  }
+
   test::ScratchFolder scratch_;
+  std::string actions_ = scratch_.path() + "/usr/share/polkit-1/actions/";
   std::string state_ = scratch_.path() + "/state";
   LinuxPropertyLists propertyLists_;
-  LinuxAuthority authority_{state_, propertyLists_};
+  test::RecordingLog log_;
+  LinuxAuthority authority_{scratch_.path(), state_, propertyLists_, log_};
 
   PeerIdentity self(std::uint32_t user) const {
     return {user, static_cast<std::int32_t>(getpid()), *startTimeOfProcess(getpid())};
@@ -37,10 +48,10 @@ TEST_F(LinuxAuthorityTest, GrantsByRightAndUser) {
   if (geteuid() != 0) GTEST_SKIP() << "writing rights needs root";
   const auto reference = authority_.create();
   ASSERT_TRUE(reference);
-  EXPECT_EQ(authority_.rightGet("everybody's"), AuthorizationStatus::denied);
+  EXPECT_EQ(authority_.rightGet("everybodys"), AuthorizationStatus::denied);
   for (const auto& [name, definition] :
-       {std::pair<std::string, PropertyValue>{"everybody's", "allow"},
-        {"admin's", "authenticate-admin"},
+       {std::pair<std::string, PropertyValue>{"everybodys", "allow"},
+        {"admins", "authenticate-admin"},
         {"default", Dictionary{{"rule", "default"}}}}) {
     EXPECT_EQ(authority_.rightSet(**reference, name, definition, "Why", "Table"),
               AuthorizationStatus::noError);
@@ -51,18 +62,77 @@ TEST_F(LinuxAuthorityTest, GrantsByRightAndUser) {
     const char* right;
     AuthorizationStatus status;
   };
-  for (const auto& c : {Case{1000, "everybody's", AuthorizationStatus::noError},
-                        Case{1000, "admin's", AuthorizationStatus::denied},
+  for (const auto& c : {Case{1000, "everybodys", AuthorizationStatus::noError},
+                        Case{1000, "admins", AuthorizationStatus::denied},
                         Case{1000, "default", AuthorizationStatus::denied},
                         Case{1000, "unknown", AuthorizationStatus::denied},
-                        Case{0, "admin's", AuthorizationStatus::noError},
+                        Case{0, "admins", AuthorizationStatus::noError},
                         Case{0, "unknown", AuthorizationStatus::noError}}) {
     EXPECT_EQ(ask(c.user, c.right), c.status) << c.user << " " << c.right;
   }
   // Another process's view of the same database.
-  LinuxAuthority other(state_, propertyLists_);
-  EXPECT_EQ(other.rightRemove(**reference, "everybody's"), AuthorizationStatus::noError);
-  EXPECT_EQ(ask(1000, "everybody's"), AuthorizationStatus::denied);
+  LinuxAuthority other(scratch_.path(), state_, propertyLists_, log_);
+  EXPECT_EQ(other.rightRemove(**reference, "everybodys"), AuthorizationStatus::noError);
+  EXPECT_EQ(ask(1000, "everybodys"), AuthorizationStatus::denied);
+}
+
+TEST_F(LinuxAuthorityTest, ARightIsAnActionOfPolkitAsWell) {
+  if (geteuid() != 0) GTEST_SKIP() << "writing rights needs root";
+  const auto reference = authority_.create();
+  const auto set = [&](const std::string& name, const PropertyValue& definition) {
+    return authority_.rightSet(**reference, name, definition, "A <b> & \"c\"\n", "Table");
+  };
+  ASSERT_EQ(set("com.example.open", "allow"), AuthorizationStatus::noError);
+  ASSERT_EQ(set("com.example.shut", "authenticate-admin"), AuthorizationStatus::noError);
+  const auto text = [&](const std::string& name) {
+    std::ifstream file(actions_ + name + ".policy");
+    return std::string(std::istreambuf_iterator<char>(file), {});
+  };
+  EXPECT_THAT(text("com.example.open"), testing::HasSubstr("<allow_any>yes</allow_any>"));
+  EXPECT_THAT(text("com.example.open"),
+              testing::HasSubstr("<message>A &lt;b> &amp; \"c\" </message>"));
+  EXPECT_THAT(text("com.example.shut"), testing::HasSubstr("<allow_any>auth_admin</allow_any>"));
+  struct stat status;
+  ASSERT_EQ(stat((actions_ + "com.example.open.policy").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0644u);
+
+  // What an administrator changed stays; what is missing comes back.
+  scratch_.file("usr/share/polkit-1/actions/com.example.open.policy", "changed");
+  unlink((actions_ + "com.example.shut.policy").c_str());
+  EXPECT_EQ(authority_.rightGet("com.example.shut"), AuthorizationStatus::denied);
+  EXPECT_EQ(set("com.example.open", "allow"), AuthorizationStatus::noError);
+  EXPECT_EQ(set("com.example.shut", "allow"), AuthorizationStatus::noError);
+  EXPECT_EQ(text("com.example.open"), "changed");
+  EXPECT_EQ(authority_.rightGet("com.example.shut"), AuthorizationStatus::noError);
+  EXPECT_EQ(ask(1000, "com.example.shut"), AuthorizationStatus::denied);
+
+  for (const std::string name : {"com.example.open", "com.example.shut"}) {
+    EXPECT_EQ(authority_.rightRemove(**reference, name), AuthorizationStatus::noError);
+    EXPECT_EQ(authority_.rightGet(name), AuthorizationStatus::denied);
+  }
+  EXPECT_EQ(rmdir(actions_.c_str()), 0) << "something is left";
+  for (const std::string name : {"", ".hidden", "../../escaped", "a b"}) {
+    EXPECT_EQ(set(name, "allow"), AuthorizationStatus::internal) << name;
+  }
+}
+
+TEST(RememberedGrants, EndByThemselvesAndOnDemand) {
+  using std::chrono::seconds;
+  RememberedGrants grants;
+  const RememberedGrants::Clock::time_point start{};
+  const PeerIdentity one{1000, 10, 100};
+  const PeerIdentity successor{1000, 10, 101};
+  grants.add(one, "right", start);
+  grants.add(successor, "other", start);
+  EXPECT_TRUE(grants.contains(one, "right", start + seconds(299)));
+  EXPECT_FALSE(grants.contains(one, "right", start + seconds(300)));
+  EXPECT_FALSE(grants.contains(one, "other", start));
+  EXPECT_FALSE(grants.contains(successor, "right", start));
+  grants.forget(one);
+  EXPECT_FALSE(grants.contains(one, "right", start));
+  EXPECT_TRUE(grants.contains(successor, "other", start));
+  for (std::size_t i = 0; i < RememberedGrants::maximumKept; ++i) grants.add(one, "more", start);
+  EXPECT_FALSE(grants.contains(successor, "other", start)) << "nothing was forgotten";
 }
 
 TEST_F(LinuxAuthorityTest, EveryChangedByteBreaksTheSeal) {
@@ -76,7 +146,7 @@ TEST_F(LinuxAuthorityTest, EveryChangedByteBreaksTheSeal) {
     EXPECT_EQ(reference.error(), AuthorizationStatus::internalizeNotAllowed);
   }
   test::ScratchFolder elsewhere;
-  LinuxAuthority stranger(elsewhere.path() + "/state", propertyLists_);
+  LinuxAuthority stranger(elsewhere.path(), elsewhere.path() + "/state", propertyLists_, log_);
   EXPECT_FALSE(stranger.createFromExternalForm(form));
 }
 
@@ -108,11 +178,11 @@ TEST_F(LinuxAuthorityTest, TheKeyIsRootsAndStaysTheSame) {
   ASSERT_EQ(stat((state_ + "/authorization.key").c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777, 0600u);
   EXPECT_EQ(status.st_size, 32);
-  LinuxAuthority restarted(state_, propertyLists_);
+  LinuxAuthority restarted(scratch_.path(), state_, propertyLists_, log_);
   EXPECT_TRUE(restarted.createFromExternalForm(form));
 
   chmod(state_.c_str(), 0777);
-  LinuxAuthority careful(state_, propertyLists_);
+  LinuxAuthority careful(scratch_.path(), state_, propertyLists_, log_);
   EXPECT_FALSE(careful.externalForm(self(0))) << "a folder that others can write was trusted";
   chmod(state_.c_str(), 0700);
 }
@@ -120,9 +190,9 @@ TEST_F(LinuxAuthorityTest, TheKeyIsRootsAndStaysTheSame) {
 TEST_F(LinuxAuthorityTest, ADamagedDatabaseGrantsNothing) {
   authority_.externalForm(self(0));
   FILE* file = fopen((state_ + "/rights.plist").c_str(), "w");
-  fputs("{ \"everybody's\" = ", file);
+  fputs("{ \"everybodys\" = ", file);
   fclose(file);
-  EXPECT_EQ(ask(1000, "everybody's"), AuthorizationStatus::denied);
+  EXPECT_EQ(ask(1000, "everybodys"), AuthorizationStatus::denied);
 }
 
 TEST(PeerIdentity, IsTheSameWithAndWithoutTheKernelsHandle) {

@@ -16,12 +16,18 @@
 #include "operations/NSProcessInfoQRTAdditions.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "operations/StringTables.h"
+#include "platform/Authority.h"
 #include "platform/CallerProcess.h"
 #include "platform/Platform.h"
 #include "platform/Terminal.h"
 
 namespace qrt {
 namespace {
+
+bool needsDialog(const Error& error) {
+  return error.domain == osStatusErrorDomain &&
+         error.code == number(AuthorizationStatus::interactionNotAllowed);
+}
 
 class Client {
  public:
@@ -77,13 +83,27 @@ class Client {
       // Nobody waits for the result any more either.
       if (!isRead) (*requestor)->interrupt();
     };
-    const auto outcome =
-        (*requestor)
-            ->perform(command.operation->identifier, std::move(*arguments),
-                      {command_.options.prompt, std::move(*iconPath)},
-                      givesFeedback(command.operation->identifier) ? handler : FeedbackHandler());
+    const AuthorizationPresentation presentation{command_.options.prompt, std::move(*iconPath)};
+    const auto& identifier = command.operation->identifier;
+    const auto outcome = askingForPasswords([&] {
+      return (*requestor)
+          ->perform(identifier, *arguments, presentation,
+                    givesFeedback(identifier) ? handler : FeedbackHandler());
+    });
     if (!isRead) return ExitStatus::failed;
     return conclude(outcome, (*requestor)->wasInterrupted());
+  }
+
+  /// An operation that needs a dialog, and nobody there to show it, was not begun: once there is an
+  /// agent for this terminal it is asked for again.
+  template <class Attempt>
+  Outcome askingForPasswords(const Attempt& attempt) {
+    auto outcome = attempt();
+    if (!outcome || !needsDialog(*outcome)) return outcome;
+    const auto agent = surroundings_.caller.startTextAgent();
+    if (!agent) return outcome;
+    wasAgentAsked_ = true;
+    return attempt();
   }
 
   ExitStatus conclude(const Outcome& outcome, bool wasInterrupted) {
@@ -91,7 +111,10 @@ class Client {
     if (outcome->code == 0) return status(presenter_->showAnswer(outcome->userInfo));
     if (wasInterrupted && isPosixError(*outcome, PosixCode::interrupted)) {
       fail(describedError(PosixCode::interrupted, "Interrupted.",
-                          "The operation goes on in the privileged helper."));
+                          wasAgentAsked_
+                              ? "If it was authorized, the operation goes on in the privileged "
+                                "helper."
+                              : "The operation goes on in the privileged helper."));
       return ExitStatus::interrupted;
     }
     return fail(*outcome);
@@ -147,6 +170,7 @@ class Client {
   const ClientSurroundings& surroundings_;
   const QRTPrivilegedOperationSet& operations_;
   bool isJson_ = false;
+  bool wasAgentAsked_ = false;
   Command command_;
   std::unique_ptr<Presenter> presenter_;
 };

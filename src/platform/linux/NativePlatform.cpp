@@ -50,7 +50,7 @@ struct NativePlatform::Facilities {
         preferences(root, propertyLists),
         systemConfiguration(serviceFolder("CONFIGURATION_DIRECTORY", root + "etc"), root,
                             propertyLists, kernelSettings),
-        authority(serviceFolder("STATE_DIRECTORY", root + "var/lib"), propertyLists),
+        authority(root, serviceFolder("STATE_DIRECTORY", root + "var/lib"), propertyLists, log),
         transport(authority),
         smc(root),
         nvram(root),
