@@ -15,9 +15,9 @@
 #include "platform/linux/LinuxProcessTable.h"
 #include "platform/linux/LinuxPropertyLists.h"
 #include "platform/linux/LinuxSMCExchange.h"
-#include "platform/linux/LinuxSelfProcess.h"
+#include "platform/posix/PosixSelfProcess.h"
 #include "platform/linux/LinuxSystemConfiguration.h"
-#include "platform/linux/LinuxSystemVersionFile.h"
+#include "platform/posix/PosixSystemVersionFile.h"
 #include "platform/linux/LinuxTransport.h"
 #include "platform/linux/SystemdJobControl.h"
 #include "platform/posix/PosixBlockDevices.h"
@@ -53,11 +53,11 @@ struct NativePlatform::Facilities {
         blockDevices(root) {}
 
   LinuxLog log;
-  LinuxSelfProcess self;
+  PosixSelfProcess self;
   LinuxFileSystem files;
   LinuxExtendedAttributes extendedAttributes;
   LinuxPropertyLists propertyLists;
-  LinuxSystemVersionFile versionFile;
+  PosixSystemVersionFile versionFile;
   LinuxProcessTable processes;
   LinuxKernelSettings kernelSettings;
   PosixSubprocessFacility subprocesses;
