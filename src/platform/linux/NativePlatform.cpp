@@ -13,7 +13,7 @@
 #include "platform/linux/LinuxNvram.h"
 #include "platform/linux/LinuxPreferences.h"
 #include "platform/linux/LinuxProcessTable.h"
-#include "platform/linux/LinuxPropertyLists.h"
+#include "platform/posix/BoundedPropertyLists.h"
 #include "platform/linux/LinuxSMCExchange.h"
 #include "platform/linux/LinuxSelfProcess.h"
 #include "platform/linux/LinuxSystemConfiguration.h"
@@ -56,7 +56,7 @@ struct NativePlatform::Facilities {
   LinuxSelfProcess self;
   LinuxFileSystem files;
   LinuxExtendedAttributes extendedAttributes;
-  LinuxPropertyLists propertyLists;
+  BoundedPropertyLists propertyLists;
   LinuxSystemVersionFile versionFile;
   LinuxProcessTable processes;
   LinuxKernelSettings kernelSettings;

@@ -1,12 +1,13 @@
-#include "platform/linux/PropertyListScalars.h"
-
-#include <sodium.h>
+#include "platform/posix/PropertyListScalars.h"
 
 #include <array>
 #include <charconv>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+
+#include "base/CaseInsensitive.h"
 
 namespace qrt {
 namespace {
@@ -18,11 +19,10 @@ std::string_view trimmed(std::string_view text) {
 }
 
 /// The whole of `text`, or nothing.
-template <class T, class... Format>
-std::optional<T> parsed(std::string_view text, Format... format) {
-  T value{};
+std::optional<std::uint64_t> wholeInteger(std::string_view text, int base) {
+  std::uint64_t value = 0;
   const char* const end = text.data() + text.size();
-  const auto [stop, problem] = std::from_chars(text.data(), end, value, format...);
+  const auto [stop, problem] = std::from_chars(text.data(), end, value, base);
   if (problem != std::errc() || stop != end) return std::nullopt;
   return value;
 }
@@ -61,6 +61,26 @@ std::optional<Date> utcDate(int year, int month, int day, int hour, int minute, 
   return Date{days * 86400.0 + hour * 3600 + minute * 60 + second};
 }
 
+/// A real number without sign. Numbers keep the locale "C" in the programs here: a dot is the
+/// separator.
+std::optional<double> magnitudeFromText(std::string_view text) {
+  constexpr std::string_view decimal = "0123456789.eE+-";
+  constexpr std::string_view firsts = "0123456789.";
+  const auto isWord = [text](std::string_view word) {
+    return compareIgnoringCase(text, word) == 0;
+  };
+  if (isWord("nan")) return std::nan("");
+  if (isWord("inf") || isWord("infinity")) return HUGE_VAL;
+  if (text.empty() || firsts.find(text.front()) == std::string_view::npos) return std::nullopt;
+  if (text.find_first_not_of(decimal) != std::string_view::npos) return std::nullopt;
+  const std::string terminated(text);
+  char* stop = nullptr;
+  const double value = std::strtod(terminated.c_str(), &stop);
+  const bool isWhole = stop == terminated.c_str() + terminated.size();
+  if (!isWhole || std::isinf(value)) return std::nullopt;
+  return value;
+}
+
 }  // namespace
 
 std::optional<Number> integerFromText(std::string_view text) {
@@ -68,7 +88,7 @@ std::optional<Number> integerFromText(std::string_view text) {
   const bool negative = takeSign(text);
   const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
   if (hexadecimal) text.remove_prefix(2);
-  const auto magnitude = parsed<std::uint64_t>(text, hexadecimal ? 16 : 10);
+  const auto magnitude = wholeInteger(text, hexadecimal ? 16 : 10);
   if (!magnitude) return std::nullopt;
 
   constexpr std::uint64_t signBit = std::uint64_t{1} << 63;
@@ -83,8 +103,7 @@ std::optional<Number> integerFromText(std::string_view text) {
 std::optional<double> realFromText(std::string_view text) {
   text = trimmed(text);
   const bool negative = takeSign(text);
-  if (text.starts_with('-')) return std::nullopt;
-  const auto magnitude = parsed<double>(text, std::chars_format::general);
+  const auto magnitude = magnitudeFromText(text);
   if (!magnitude) return std::nullopt;
   return negative ? -*magnitude : *magnitude;
 }
@@ -92,8 +111,13 @@ std::optional<double> realFromText(std::string_view text) {
 std::string textFromReal(double value) {
   if (std::isnan(value)) return "nan";
   if (std::isinf(value)) return value < 0 ? "-infinity" : "+infinity";
+  constexpr int digitsThatSuffice = 17;
   std::array<char, 32> text;
-  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+  for (int digits = 1; digits <= digitsThatSuffice; ++digits) {
+    std::snprintf(text.data(), text.size(), "%.*g", digits, value);
+    if (std::strtod(text.data(), nullptr) == value) break;
+  }
+  return text.data();
 }
 
 std::optional<Date> dateFromIsoText(std::string_view text) {
@@ -139,31 +163,15 @@ std::optional<Date> dateFromZonedText(std::string_view text) {
 }
 
 std::optional<Data> dataFromHexText(std::string_view text) {
-  Data data(text.size() / 2 + 1);  // The decoder wants a place even for nothing.
-  std::size_t size = 0;
-  const int status = sodium_hex2bin(data.data(), data.size(), text.data(), text.size(),
-                                    propertyListBlanks, &size, nullptr);
-  if (status != 0) return std::nullopt;
-  data.resize(size);
+  Data data;
+  std::string_view rest = trimmed(text);
+  while (!rest.empty()) {
+    const auto byte = rest.size() < 2 ? std::nullopt : wholeInteger(rest.substr(0, 2), 16);
+    if (!byte) return std::nullopt;
+    data.push_back(static_cast<std::uint8_t>(*byte));
+    rest = trimmed(rest.substr(2));
+  }
   return data;
-}
-
-std::optional<Data> dataFromBase64Text(std::string_view text) {
-  Data data(text.size() / 4 * 3 + 3);
-  std::size_t size = 0;
-  const int status =
-      sodium_base642bin(data.data(), data.size(), text.data(), text.size(), propertyListBlanks,
-                        &size, nullptr, sodium_base64_VARIANT_ORIGINAL);
-  if (status != 0) return std::nullopt;
-  data.resize(size);
-  return data;
-}
-
-std::string base64TextFromData(const std::uint8_t* bytes, std::size_t size) {
-  std::string text(sodium_base64_encoded_len(size, sodium_base64_VARIANT_ORIGINAL), '\0');
-  sodium_bin2base64(text.data(), text.size(), bytes, size, sodium_base64_VARIANT_ORIGINAL);
-  text.pop_back();  // The terminator that the encoder counts.
-  return text;
 }
 
 }  // namespace qrt

@@ -1,17 +1,17 @@
-#include "platform/linux/LinuxPropertyLists.h"
+#include "platform/posix/BoundedPropertyLists.h"
 
 #include <algorithm>
 #include <optional>
 #include <string_view>
 
 #include "base/Utf8.h"
-#include "platform/linux/BinaryPropertyListReader.h"
-#include "platform/linux/PropertyListProblem.h"
-#include "platform/linux/PropertyListScalars.h"
-#include "platform/linux/TextPropertyListReader.h"
-#include "platform/linux/Utf16.h"
-#include "platform/linux/XmlPropertyListReader.h"
-#include "platform/linux/XmlPropertyListWriter.h"
+#include "platform/posix/BinaryPropertyListReader.h"
+#include "platform/posix/PropertyListProblem.h"
+#include "platform/posix/PropertyListScalars.h"
+#include "platform/posix/TextPropertyListReader.h"
+#include "platform/posix/Utf16.h"
+#include "platform/posix/XmlPropertyListReader.h"
+#include "platform/posix/XmlPropertyListWriter.h"
 
 namespace qrt {
 namespace {
@@ -55,7 +55,7 @@ Result<PropertyValue> readUtf16(std::span<const std::uint8_t> bytes, std::endian
 
 }  // namespace
 
-Result<PropertyValue> LinuxPropertyLists::parse(std::span<const std::uint8_t> bytes) {
+Result<PropertyValue> BoundedPropertyLists::parse(std::span<const std::uint8_t> bytes) {
   if (bytes.size() > maximumBytes) return unreadablePropertyList({"it is too large"});
   const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   if (text.starts_with(binaryPropertyListMagic)) return readBinaryPropertyList(bytes);
@@ -65,7 +65,7 @@ Result<PropertyValue> LinuxPropertyLists::parse(std::span<const std::uint8_t> by
   return readText(text, false);
 }
 
-Result<std::string> LinuxPropertyLists::xml(const PropertyValue& value) {
+Result<std::string> BoundedPropertyLists::xml(const PropertyValue& value) {
   return writeXmlPropertyList(value);
 }
 

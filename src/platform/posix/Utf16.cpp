@@ -1,4 +1,4 @@
-#include "platform/linux/Utf16.h"
+#include "platform/posix/Utf16.h"
 
 namespace qrt {
 

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "platform/linux/PropertyListProblem.h"
+#include "platform/posix/PropertyListProblem.h"
 
 namespace qrt {
 

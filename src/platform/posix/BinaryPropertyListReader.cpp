@@ -1,15 +1,16 @@
-#include "platform/linux/BinaryPropertyListReader.h"
+#include "platform/posix/BinaryPropertyListReader.h"
 
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstring>
 #include <string>
 #include <vector>
 
-#include "platform/linux/PropertyListBuilder.h"
-#include "platform/linux/PropertyListProblem.h"
-#include "platform/linux/PropertyListTally.h"
-#include "platform/linux/Utf16.h"
+#include "platform/posix/PropertyListBuilder.h"
+#include "platform/posix/PropertyListProblem.h"
+#include "platform/posix/PropertyListTally.h"
+#include "platform/posix/Utf16.h"
 
 namespace qrt {
 namespace {
@@ -75,17 +76,25 @@ Read<PropertyValue> integerFrom(Bytes bytes) {
   return PropertyValue(value);
 }
 
+template <class Real, class Bits>
+Real sameBits(Bits bits) {
+  static_assert(sizeof(Real) == sizeof(Bits));
+  Real real;
+  std::memcpy(&real, &bits, sizeof real);
+  return real;
+}
+
 Read<PropertyValue> realFrom(Bytes bytes) {
   if (bytes.size() == 4) {
-    return PropertyValue(std::bit_cast<float>(static_cast<std::uint32_t>(bigEndian(bytes))));
+    return PropertyValue(sameBits<float>(static_cast<std::uint32_t>(bigEndian(bytes))));
   }
-  if (bytes.size() == 8) return PropertyValue(std::bit_cast<double>(bigEndian(bytes)));
+  if (bytes.size() == 8) return PropertyValue(sameBits<double>(bigEndian(bytes)));
   return Problem{"a real number of an unknown width"};
 }
 
 Read<PropertyValue> dateFrom(Bytes bytes) {
   if (bytes.size() != 8) return Problem{"a date of an unknown width"};
-  const auto seconds = std::bit_cast<double>(bigEndian(bytes));
+  const auto seconds = sameBits<double>(bigEndian(bytes));
   if (!std::isfinite(seconds)) return Problem{"a date that is no number"};
   return PropertyValue(Date{seconds + secondsFrom1970To2001});
 }

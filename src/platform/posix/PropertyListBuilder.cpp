@@ -1,4 +1,4 @@
-#include "platform/linux/PropertyListBuilder.h"
+#include "platform/posix/PropertyListBuilder.h"
 
 namespace qrt {
 namespace {

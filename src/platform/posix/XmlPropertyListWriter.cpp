@@ -1,4 +1,4 @@
-#include "platform/linux/XmlPropertyListWriter.h"
+#include "platform/posix/XmlPropertyListWriter.h"
 
 #include <algorithm>
 #include <string_view>
@@ -6,9 +6,10 @@
 
 #include "base/Utf8.h"
 #include "platform/PropertyLists.h"
-#include "platform/linux/PropertyListProblem.h"
-#include "platform/linux/PropertyListScalars.h"
-#include "platform/linux/PropertyListTally.h"
+#include "platform/posix/Base64.h"
+#include "platform/posix/PropertyListProblem.h"
+#include "platform/posix/PropertyListScalars.h"
+#include "platform/posix/PropertyListTally.h"
 
 namespace qrt {
 namespace {

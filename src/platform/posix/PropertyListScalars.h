@@ -32,7 +32,5 @@ std::optional<Date> dateFromZonedText(std::string_view text);
 
 /// Pairs of digits, blanks between them.
 std::optional<Data> dataFromHexText(std::string_view text);
-std::optional<Data> dataFromBase64Text(std::string_view text);
-std::string base64TextFromData(const std::uint8_t* bytes, std::size_t size);
 
 }  // namespace qrt

@@ -8,8 +8,8 @@
 
 #include "base/PropertyValue.h"
 #include "base/Result.h"
-#include "platform/linux/PropertyListProblem.h"
-#include "platform/linux/PropertyListTally.h"
+#include "platform/posix/PropertyListProblem.h"
+#include "platform/posix/PropertyListTally.h"
 
 namespace qrt {
 

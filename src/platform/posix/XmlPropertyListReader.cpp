@@ -1,4 +1,4 @@
-#include "platform/linux/XmlPropertyListReader.h"
+#include "platform/posix/XmlPropertyListReader.h"
 
 #include <expat.h>
 
@@ -7,9 +7,10 @@
 #include <type_traits>
 #include <utility>
 
-#include "platform/linux/PropertyListBuilder.h"
-#include "platform/linux/PropertyListProblem.h"
-#include "platform/linux/PropertyListScalars.h"
+#include "platform/posix/Base64.h"
+#include "platform/posix/PropertyListBuilder.h"
+#include "platform/posix/PropertyListProblem.h"
+#include "platform/posix/PropertyListScalars.h"
 
 namespace qrt {
 namespace {

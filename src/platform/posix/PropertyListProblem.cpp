@@ -1,4 +1,4 @@
-#include "platform/linux/PropertyListProblem.h"
+#include "platform/posix/PropertyListProblem.h"
 
 #include <string>
 

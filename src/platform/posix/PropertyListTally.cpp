@@ -1,4 +1,4 @@
-#include "platform/linux/PropertyListTally.h"
+#include "platform/posix/PropertyListTally.h"
 
 #include "platform/PropertyLists.h"
 

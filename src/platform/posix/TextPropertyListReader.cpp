@@ -1,14 +1,15 @@
-#include "platform/linux/TextPropertyListReader.h"
+#include "platform/posix/TextPropertyListReader.h"
 
 #include <algorithm>
 #include <charconv>
 #include <string>
 
-#include "platform/linux/NextStepEncoding.h"
-#include "platform/linux/PropertyListBuilder.h"
-#include "platform/linux/PropertyListProblem.h"
-#include "platform/linux/PropertyListScalars.h"
-#include "platform/linux/Utf16.h"
+#include "platform/posix/Base64.h"
+#include "platform/posix/NextStepEncoding.h"
+#include "platform/posix/PropertyListBuilder.h"
+#include "platform/posix/PropertyListProblem.h"
+#include "platform/posix/PropertyListScalars.h"
+#include "platform/posix/Utf16.h"
 
 namespace qrt {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/linux/NextStepEncoding.h"
+#include "platform/posix/NextStepEncoding.h"
 
 #include <array>
 
