@@ -8,7 +8,7 @@
 #include <fstream>
 #include <thread>
 
-#include "RawClient.h"
+#include "integration/linux/RawClient.h"
 #include "operations/OperationCatalogue.h"
 #include "platform/HelperConnection.h"
 #include "platform/NativePlatform.h"
