@@ -3,6 +3,7 @@
 
 namespace qrt {
 
+class AccessControl;
 class ApplicationRegistry;
 class Authority;
 class BlockDevices;
@@ -30,6 +31,7 @@ struct Platform {
   SelfProcess& self;
   FileSystem& files;
   ExtendedAttributes& extendedAttributes;
+  AccessControl& accessControl;
   PropertyLists& propertyLists;
   SystemVersionFile& versionFile;
   ProcessTable& processes;

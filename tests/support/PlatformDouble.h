@@ -25,6 +25,7 @@ inline Platform platformWith(const Doubles& doubles, const Platform& rest) {
           .self = either(doubles.self, rest.self),
           .files = rest.files,
           .extendedAttributes = rest.extendedAttributes,
+          .accessControl = rest.accessControl,
           .propertyLists = rest.propertyLists,
           .versionFile = rest.versionFile,
           .processes = rest.processes,

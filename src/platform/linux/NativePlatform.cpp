@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "platform/linux/ActivationSocket.h"
+#include "platform/linux/LinuxAccessControl.h"
 #include "platform/linux/LinuxApplicationRegistry.h"
 #include "platform/linux/LinuxAuthority.h"
 #include "platform/linux/LinuxExtendedAttributes.h"
@@ -13,13 +14,13 @@
 #include "platform/linux/LinuxNvram.h"
 #include "platform/linux/LinuxPreferences.h"
 #include "platform/linux/LinuxProcessTable.h"
-#include "platform/posix/BoundedPropertyLists.h"
 #include "platform/linux/LinuxSMCExchange.h"
 #include "platform/linux/LinuxSelfProcess.h"
 #include "platform/linux/LinuxSystemConfiguration.h"
 #include "platform/linux/LinuxSystemVersionFile.h"
 #include "platform/linux/LinuxTransport.h"
 #include "platform/linux/SystemdJobControl.h"
+#include "platform/posix/BoundedPropertyLists.h"
 #include "platform/posix/PosixBlockDevices.h"
 #include "platform/posix/PosixSubprocess.h"
 #include "protocol/Names.h"
@@ -56,6 +57,7 @@ struct NativePlatform::Facilities {
   LinuxSelfProcess self;
   LinuxFileSystem files;
   LinuxExtendedAttributes extendedAttributes;
+  LinuxAccessControl accessControl;
   BoundedPropertyLists propertyLists;
   LinuxSystemVersionFile versionFile;
   LinuxProcessTable processes;
@@ -72,11 +74,26 @@ struct NativePlatform::Facilities {
   PosixBlockDevices blockDevices;
   LinuxApplicationRegistry applications;
 
-  Platform references{log,           self,         files,           extendedAttributes,
-                      propertyLists, versionFile,  processes,       kernelSettings,
-                      subprocesses,  jobControl,   preferences,     systemConfiguration,
-                      authority,     transport,    helperConnector, smc,
-                      nvram,         blockDevices, applications};
+  Platform references{log,
+                      self,
+                      files,
+                      extendedAttributes,
+                      accessControl,
+                      propertyLists,
+                      versionFile,
+                      processes,
+                      kernelSettings,
+                      subprocesses,
+                      jobControl,
+                      preferences,
+                      systemConfiguration,
+                      authority,
+                      transport,
+                      helperConnector,
+                      smc,
+                      nvram,
+                      blockDevices,
+                      applications};
 };
 
 NativePlatform::NativePlatform(const std::string& root)
