@@ -23,6 +23,7 @@ class SubprocessFacility;
 class SystemConfiguration;
 class SystemVersionFile;
 class Transport;
+class UserDirectory;
 
 /// References to the facilities of a platform. Made once by the composition root; tests put a
 /// double in the place of one and keep the native rest. Every facility outlives its users.
@@ -35,6 +36,7 @@ struct Platform {
   PropertyLists& propertyLists;
   SystemVersionFile& versionFile;
   ProcessTable& processes;
+  UserDirectory& users;
   KernelSettings& kernelSettings;
   SubprocessFacility& subprocesses;
   JobControl& jobControl;

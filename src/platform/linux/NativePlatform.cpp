@@ -23,6 +23,7 @@
 #include "platform/posix/BoundedPropertyLists.h"
 #include "platform/posix/PosixBlockDevices.h"
 #include "platform/posix/PosixSubprocess.h"
+#include "platform/posix/PosixUserDirectory.h"
 #include "protocol/Names.h"
 
 namespace qrt {
@@ -61,6 +62,7 @@ struct NativePlatform::Facilities {
   BoundedPropertyLists propertyLists;
   LinuxSystemVersionFile versionFile;
   LinuxProcessTable processes;
+  PosixUserDirectory users;
   LinuxKernelSettings kernelSettings;
   PosixSubprocessFacility subprocesses;
   SystemdJobControl jobControl;
@@ -82,6 +84,7 @@ struct NativePlatform::Facilities {
                       propertyLists,
                       versionFile,
                       processes,
+                      users,
                       kernelSettings,
                       subprocesses,
                       jobControl,
