@@ -8,6 +8,7 @@
 
 #include "platform/NativeFileSystem.h"
 #include "platform/macos/ObjectHandle.h"
+#include "platform/macos/ObjectStatus.h"
 #include "platform/posix/CopyContents.h"
 #include "platform/posix/NativeError.h"
 #include "platform/posix/ReadFile.h"
@@ -26,62 +27,39 @@ static_assert(file_flag::noUnlink == SF_NOUNLINK);
 
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
 
-int nativeFlags(Links links) { return links == Links::stay ? AT_SYMLINK_NOFOLLOW : 0; }
-
-unsigned attributeOptions(Links links) { return links == Links::stay ? FSOPT_NOFOLLOW : 0; }
-
-attrlist oneAttribute(attrgroup_t attrlist::*group, attrgroup_t attribute) {
-  attrlist list{};
-  list.bitmapcount = ATTR_BIT_MAP_COUNT;
-  list.*group = attribute;
-  return list;
-}
-
-bool isMountRoot(FileAt folder, Links links) {
-  struct Answer {
-    std::uint32_t length;
-    std::uint32_t status;
-  } answer{};
-  auto wanted = oneAttribute(&attrlist::dirattr, ATTR_DIR_MOUNTSTATUS);
-  const int result = ::getattrlistat(folder.folder.descriptor(), folder.name, &wanted, &answer,
-                                     sizeof answer, attributeOptions(links));
-  return result == 0 && (answer.status & DIR_MNTSTATUS_MNTPOINT) != 0;
-}
-
-double seconds(const timespec& time) {
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
-FileStatus statusOf(const struct stat& answer) {
-  FileStatus status;
-  status.mode = answer.st_mode;
-  status.flags = answer.st_flags;
-  status.userID = answer.st_uid;
-  status.groupID = answer.st_gid;
-  status.device = static_cast<std::uint32_t>(answer.st_dev);
-  status.inode = answer.st_ino;
-  status.linkCount = answer.st_nlink;
-  status.size = static_cast<std::uint64_t>(answer.st_size);
-  status.modificationDate.secondsSince1970 = seconds(answer.st_mtimespec);
-  return status;
-}
-
 /// True when two names mean one entry of a folder, which happens where case does not count.
 bool areOneEntry(const FileStatus& a, const FileStatus& b) {
   const bool hasOneName = a.isFolder() || a.linkCount == 1;
   return hasOneName && a.device == b.device && a.inode == b.inode;
 }
 
+/// Without opening the object. A link leads elsewhere and is not meant.
+PosixResult<HeldObject> heldIn(const Folder& folder, const std::string& name) {
+  const auto found = objectStatus(folder.descriptor(), name.c_str(), Links::stay);
+  if (!found) return found.error();
+  if (found->isLink()) return PosixCode::notSupported;
+  FileDescriptor ownFolder(::fcntl(folder.descriptor(), F_DUPFD_CLOEXEC, 0));
+  if (!ownFolder) return lastError();
+  return HeldObject(std::move(ownFolder), name);
+}
+
 }  // namespace
 
 PosixResult<FileStatus> MacosFileSystem::status(FileAt object, Links links) {
-  struct stat answer;
-  if (::fstatat(object.folder.descriptor(), object.name, &answer, nativeFlags(links)) != 0) {
-    return lastError();
-  }
-  auto status = statusOf(answer);
-  if (status.isFolder()) status.isMountRoot = isMountRoot(object, links);
-  return status;
+  return objectStatus(object.folder.descriptor(), object.name, links);
+}
+
+PosixResult<HeldObject> MacosFileSystem::hold(FileAt object, Links links) {
+  auto handle = ObjectHandle::open(object, links);
+  if (handle) return HeldObject(std::move(*handle).takeDescriptor());
+  return handle.error() == PosixCode::notSupported ? holdByName(object) : handle.error();
+}
+
+PosixResult<HeldObject> MacosFileSystem::holdByName(FileAt object) {
+  if (&object.folder != &Folder::ofProcess()) return heldIn(object.folder, object.name);
+  const auto location = locate(object.name);
+  if (!location) return location.error();
+  return heldIn(location->parent, location->name);
 }
 
 PosixResult<Folder> MacosFileSystem::openFolder(FileAt object, Links links) {
@@ -103,9 +81,12 @@ PosixCode MacosFileSystem::setFlags(FileAt object, Links links, const FileStatus
   if (wanted == current.flags && sharesMountOfFolder && !object.folder.isReadOnly()) {
     return PosixCode::success;
   }
-  auto flags = oneAttribute(&attrlist::commonattr, ATTR_CMN_FLAGS);
+  attrlist flags{};
+  flags.bitmapcount = ATTR_BIT_MAP_COUNT;
+  flags.commonattr = ATTR_CMN_FLAGS;
+  const unsigned options = links == Links::stay ? FSOPT_NOFOLLOW : 0;
   const auto code = codeFor(::setattrlistat(object.folder.descriptor(), object.name, &flags,
-                                            &wanted, sizeof wanted, attributeOptions(links)));
+                                            &wanted, sizeof wanted, options));
   // What a file system cannot keep is told like this, by this call alone.
   return code == PosixCode::invalidArgument ? PosixCode::notSupported : code;
 }

@@ -9,6 +9,9 @@ namespace qrt {
 class MacosFileSystem final : public PosixFileSystem {
  public:
   PosixResult<FileStatus> status(FileAt object, Links links) override;
+  /// Sockets and devices are held by their folder and name; one that a link leads to is
+  /// `notSupported`.
+  PosixResult<HeldObject> hold(FileAt object, Links links) override;
   PosixResult<Folder> openFolder(FileAt object, Links links) override;
   PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
                      std::uint32_t wanted) override;
@@ -22,6 +25,7 @@ class MacosFileSystem final : public PosixFileSystem {
   PosixCode synchronize(const Folder& onFileSystem) override;
 
  private:
+  PosixResult<HeldObject> holdByName(FileAt object);
   PosixCode renameAfterLooking(FileAt object, FileAt newObject);
 };
 

@@ -21,6 +21,8 @@ class ObjectHandle {
 
   int descriptor() const { return descriptor_.get(); }
 
+  FileDescriptor takeDescriptor() && { return std::move(descriptor_); }
+
  private:
   ObjectHandle(FileDescriptor descriptor, std::uint32_t type)
       : descriptor_(std::move(descriptor)), type_(type) {}
