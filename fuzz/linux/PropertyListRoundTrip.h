@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "platform/linux/LinuxPropertyLists.h"
+#include "platform/posix/BoundedPropertyLists.h"
 
 namespace qrt {
 
@@ -12,7 +12,7 @@ namespace qrt {
 /// NaN is unlike itself, and XML has no fractions of a second.
 inline void checkRoundTrip(const Result<PropertyValue>& list) {
   if (!list) return;
-  LinuxPropertyLists lists;
+  BoundedPropertyLists lists;
   const auto written = lists.xml(*list);
   if (!written) return;
   const auto read =

@@ -3,6 +3,7 @@
 #include "filesystem/DeletionOperations.h"
 #include "filesystem/FileObjectOperations.h"
 #include "filesystem/QRTFolderStashAdditions.h"
+#include "filesystem/SearchOperations.h"
 #include "filesystem/SystemFileOperations.h"
 #include "operations/NSProcessInfoQRTAdditions.h"
 
@@ -53,6 +54,32 @@ constexpr ItemOperation itemOperations[] = {
      QRTFolderStashAdditions::performOperationRenameStashfolderWithArguments},
 };
 
+using SearchHandler = Outcome (*)(const SearchContext&, const Array&, FeedbackConnection*);
+
+Handler withSearchContext(SearchHandler handler, const Platform& platform) {
+  return [handler, &platform](const Array& arguments, FeedbackConnection* feedback) {
+    return handler({platform.files, platform.log, platform.users}, arguments, feedback);
+  };
+}
+
+struct SearchOperation {
+  const char* handlerName;
+  SearchHandler handler;
+};
+
+constexpr SearchOperation searchOperations[] = {
+    {"performOperationSearchAgedfilesWithArguments:feedbackConnection:",
+     SearchOperations::performOperationSearchAgedfilesWithArguments},
+    {"performOperationSearchFilenamesWithArguments:feedbackConnection:",
+     SearchOperations::performOperationSearchFilenamesWithArguments},
+    {"performOperationSearchPatternsWithArguments:feedbackConnection:",
+     SearchOperations::performOperationSearchPatternsWithArguments},
+    {"performOperationSearchFileorphansWithArguments:feedbackConnection:",
+     SearchOperations::performOperationSearchFileorphansWithArguments},
+    {"performOperationInspectStoragesizeWithArguments:",
+     SearchOperations::performOperationInspectStoragesizeWithArguments},
+};
+
 }  // namespace
 
 void registerFileSystemHandlers(HandlerTable& table, const Platform& platform) {
@@ -63,6 +90,9 @@ void registerFileSystemHandlers(HandlerTable& table, const Platform& platform) {
             withDeletionContext(performOperationDeleteFoldercontentsWithArguments, platform));
   for (const auto& operation : itemOperations) {
     table.add(operation.handlerName, withItemContext(operation.handler, platform));
+  }
+  for (const auto& operation : searchOperations) {
+    table.add(operation.handlerName, withSearchContext(operation.handler, platform));
   }
 }
 

@@ -9,6 +9,7 @@
 #include "base/Result.h"
 #include "platform/FileStatus.h"
 #include "platform/Folder.h"
+#include "platform/HeldObject.h"
 #include "platform/OpenFile.h"
 
 namespace qrt {
@@ -36,6 +37,8 @@ class FileSystem {
   virtual ~FileSystem() = default;
 
   virtual PosixResult<FileStatus> status(FileAt object, Links links) = 0;
+
+  virtual PosixResult<HeldObject> hold(FileAt object, Links links) = 0;
 
   /// Opens a folder for reading and as a base. With `Links::stay` a link is `notDirectory`.
   virtual PosixResult<Folder> openFolder(FileAt object, Links links) = 0;

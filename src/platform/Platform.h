@@ -3,6 +3,7 @@
 
 namespace qrt {
 
+class AccessControl;
 class ApplicationRegistry;
 class Authority;
 class BlockDevices;
@@ -22,6 +23,7 @@ class SubprocessFacility;
 class SystemConfiguration;
 class SystemVersionFile;
 class Transport;
+class UserDirectory;
 
 /// References to the facilities of a platform. Made once by the composition root; tests put a
 /// double in the place of one and keep the native rest. Every facility outlives its users.
@@ -30,9 +32,11 @@ struct Platform {
   SelfProcess& self;
   FileSystem& files;
   ExtendedAttributes& extendedAttributes;
+  AccessControl& accessControl;
   PropertyLists& propertyLists;
   SystemVersionFile& versionFile;
   ProcessTable& processes;
+  UserDirectory& users;
   KernelSettings& kernelSettings;
   SubprocessFacility& subprocesses;
   JobControl& jobControl;

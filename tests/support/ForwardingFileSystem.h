@@ -14,6 +14,9 @@ class ForwardingFileSystem : public FileSystem {
   PosixResult<FileStatus> status(FileAt object, Links links) override {
     return native_->status(object, links);
   }
+  PosixResult<HeldObject> hold(FileAt object, Links links) override {
+    return native_->hold(object, links);
+  }
   PosixResult<Folder> openFolder(FileAt object, Links links) override {
     return native_->openFolder(object, links);
   }

@@ -9,11 +9,13 @@ namespace qrt::test {
 struct Doubles {
   Log* log = nullptr;
   SelfProcess* self = nullptr;
+  FileSystem* files = nullptr;
   JobControl* jobControl = nullptr;
   Authority* authority = nullptr;
   Transport* transport = nullptr;
   HelperConnector* helperConnector = nullptr;
   ApplicationRegistry* applications = nullptr;
+  UserDirectory* users = nullptr;
 };
 
 /// Doubles and rest outlive it.
@@ -23,11 +25,13 @@ inline Platform platformWith(const Doubles& doubles, const Platform& rest) {
   };
   return {.log = either(doubles.log, rest.log),
           .self = either(doubles.self, rest.self),
-          .files = rest.files,
+          .files = either(doubles.files, rest.files),
           .extendedAttributes = rest.extendedAttributes,
+          .accessControl = rest.accessControl,
           .propertyLists = rest.propertyLists,
           .versionFile = rest.versionFile,
           .processes = rest.processes,
+          .users = either(doubles.users, rest.users),
           .kernelSettings = rest.kernelSettings,
           .subprocesses = rest.subprocesses,
           .jobControl = either(doubles.jobControl, rest.jobControl),

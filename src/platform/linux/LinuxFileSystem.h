@@ -10,6 +10,7 @@ namespace qrt {
 class LinuxFileSystem : public PosixFileSystem {
  public:
   PosixResult<FileStatus> status(FileAt object, Links links) override;
+  PosixResult<HeldObject> hold(FileAt object, Links links) override;
   PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
                      std::uint32_t wanted) override;
   PosixResult<Data> readFile(FileAt object, std::size_t limit) override;

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "platform/linux/ActivationSocket.h"
+#include "platform/linux/LinuxAccessControl.h"
 #include "platform/linux/LinuxApplicationRegistry.h"
 #include "platform/linux/LinuxAuthority.h"
 #include "platform/linux/LinuxExtendedAttributes.h"
@@ -13,15 +14,16 @@
 #include "platform/linux/LinuxNvram.h"
 #include "platform/linux/LinuxPreferences.h"
 #include "platform/linux/LinuxProcessTable.h"
-#include "platform/linux/LinuxPropertyLists.h"
 #include "platform/linux/LinuxSMCExchange.h"
-#include "platform/posix/PosixSelfProcess.h"
 #include "platform/linux/LinuxSystemConfiguration.h"
-#include "platform/posix/PosixSystemVersionFile.h"
 #include "platform/linux/LinuxTransport.h"
 #include "platform/linux/SystemdJobControl.h"
+#include "platform/posix/BoundedPropertyLists.h"
 #include "platform/posix/PosixBlockDevices.h"
+#include "platform/posix/PosixSelfProcess.h"
 #include "platform/posix/PosixSubprocess.h"
+#include "platform/posix/PosixSystemVersionFile.h"
+#include "platform/posix/PosixUserDirectory.h"
 #include "protocol/Names.h"
 
 namespace qrt {
@@ -56,9 +58,11 @@ struct NativePlatform::Facilities {
   PosixSelfProcess self;
   LinuxFileSystem files;
   LinuxExtendedAttributes extendedAttributes;
-  LinuxPropertyLists propertyLists;
+  LinuxAccessControl accessControl;
+  BoundedPropertyLists propertyLists;
   PosixSystemVersionFile versionFile;
   LinuxProcessTable processes;
+  PosixUserDirectory users;
   LinuxKernelSettings kernelSettings;
   PosixSubprocessFacility subprocesses;
   SystemdJobControl jobControl;
@@ -72,11 +76,27 @@ struct NativePlatform::Facilities {
   PosixBlockDevices blockDevices;
   LinuxApplicationRegistry applications;
 
-  Platform references{log,           self,         files,           extendedAttributes,
-                      propertyLists, versionFile,  processes,       kernelSettings,
-                      subprocesses,  jobControl,   preferences,     systemConfiguration,
-                      authority,     transport,    helperConnector, smc,
-                      nvram,         blockDevices, applications};
+  Platform references{log,
+                      self,
+                      files,
+                      extendedAttributes,
+                      accessControl,
+                      propertyLists,
+                      versionFile,
+                      processes,
+                      users,
+                      kernelSettings,
+                      subprocesses,
+                      jobControl,
+                      preferences,
+                      systemConfiguration,
+                      authority,
+                      transport,
+                      helperConnector,
+                      smc,
+                      nvram,
+                      blockDevices,
+                      applications};
 };
 
 NativePlatform::NativePlatform(const std::string& root)

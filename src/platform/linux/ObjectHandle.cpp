@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include "platform/linux/DescriptorPath.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
@@ -17,7 +18,7 @@ PosixResult<ObjectHandle> ObjectHandle::open(FileAt object, Links links) {
 }
 
 std::string ObjectHandle::path() const {
-  return "/proc/self/fd/" + std::to_string(descriptor_.get());
+  return descriptorPath(descriptor_.get());
 }
 
 PosixResult<FileDescriptor> ObjectHandle::openForReading() const {

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstddef>
 
+#include "platform/posix/Flush.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
@@ -34,6 +35,6 @@ PosixCode OpenFile::setPermissions(std::uint32_t permissions) {
   return codeFor(::fchmod(descriptor(), static_cast<mode_t>(permissions)));
 }
 
-PosixCode OpenFile::synchronize() { return codeFor(::fsync(descriptor())); }
+PosixCode OpenFile::synchronize() { return codeFor(flushToMedium(descriptor())); }
 
 }  // namespace qrt

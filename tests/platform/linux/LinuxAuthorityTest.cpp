@@ -6,7 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/linux/LinuxPropertyLists.h"
+#include "platform/posix/BoundedPropertyLists.h"
 #include "support/ScratchFolder.h"
 #include "support/WirePair.h"
 
@@ -17,7 +17,7 @@ class LinuxAuthorityTest : public testing::Test {
  protected:
   test::ScratchFolder scratch_;
   std::string state_ = scratch_.path() + "/state";
-  LinuxPropertyLists propertyLists_;
+  BoundedPropertyLists propertyLists_;
   LinuxAuthority authority_{state_, propertyLists_};
 
   PeerIdentity self(std::uint32_t user) const {

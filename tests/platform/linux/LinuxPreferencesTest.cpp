@@ -12,7 +12,7 @@
 #include <chrono>
 #include <thread>
 
-#include "platform/linux/LinuxPropertyLists.h"
+#include "platform/posix/BoundedPropertyLists.h"
 #include "support/PlantedFile.h"
 
 namespace qrt {
@@ -83,7 +83,7 @@ class LinuxPreferencesTest : public testing::Test {
   gid_t group = 0;
   std::string home;
   const test::ScratchFolder root;
-  LinuxPropertyLists lists;
+  BoundedPropertyLists lists;
   LinuxPreferences preferences{root.path(), lists};
 };
 

@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "platform/linux/LinuxKernelSettings.h"
-#include "platform/linux/LinuxPropertyLists.h"
+#include "platform/posix/BoundedPropertyLists.h"
 #include "support/PlantedFile.h"
 
 namespace qrt {
@@ -41,7 +41,7 @@ class LinuxSystemConfigurationTest : public testing::Test {
   }
 
   const test::ScratchFolder root;
-  LinuxPropertyLists lists;
+  BoundedPropertyLists lists;
   LinuxKernelSettings kernel{root.path()};
   LinuxSystemConfiguration configuration{root.path("etc/service"), root.path(), lists, kernel};
 };
