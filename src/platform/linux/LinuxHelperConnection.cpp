@@ -283,4 +283,6 @@ Result<std::unique_ptr<HelperConnection>> LinuxHelperConnector::connect(
   return LinuxHelperConnection::over(std::move(socket));
 }
 
+std::string defaultHelperAddress() { return std::string(defaultSocketPath); }
+
 }  // namespace qrt

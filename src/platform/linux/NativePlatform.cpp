@@ -15,14 +15,14 @@
 #include "platform/linux/LinuxPreferences.h"
 #include "platform/linux/LinuxProcessTable.h"
 #include "platform/linux/LinuxSMCExchange.h"
-#include "platform/linux/LinuxSelfProcess.h"
 #include "platform/linux/LinuxSystemConfiguration.h"
-#include "platform/linux/LinuxSystemVersionFile.h"
 #include "platform/linux/LinuxTransport.h"
 #include "platform/linux/SystemdJobControl.h"
 #include "platform/posix/BoundedPropertyLists.h"
 #include "platform/posix/PosixBlockDevices.h"
+#include "platform/posix/PosixSelfProcess.h"
 #include "platform/posix/PosixSubprocess.h"
+#include "platform/posix/PosixSystemVersionFile.h"
 #include "platform/posix/PosixUserDirectory.h"
 #include "protocol/Names.h"
 
@@ -55,12 +55,12 @@ struct NativePlatform::Facilities {
         blockDevices(root) {}
 
   LinuxLog log;
-  LinuxSelfProcess self;
+  PosixSelfProcess self;
   LinuxFileSystem files;
   LinuxExtendedAttributes extendedAttributes;
   LinuxAccessControl accessControl;
   BoundedPropertyLists propertyLists;
-  LinuxSystemVersionFile versionFile;
+  PosixSystemVersionFile versionFile;
   LinuxProcessTable processes;
   PosixUserDirectory users;
   LinuxKernelSettings kernelSettings;

@@ -1,4 +1,4 @@
-// The version file on Linux.
+// The version file of the home platform.
 #pragma once
 
 #include <string>
@@ -7,10 +7,10 @@
 
 namespace qrt {
 
-/// Linux has no such file of its own; one that is there is read all the same.
-class LinuxSystemVersionFile : public SystemVersionFile {
+/// Another system has no such file of its own; one that is there is read all the same.
+class PosixSystemVersionFile : public SystemVersionFile {
  public:
-  explicit LinuxSystemVersionFile(const std::string& root)
+  explicit PosixSystemVersionFile(const std::string& root)
       : path_(root + "/System/Library/CoreServices/SystemVersion.plist") {}
 
   std::optional<Data> read() override;

@@ -1,4 +1,4 @@
-#include "platform/linux/LinuxSystemVersionFile.h"
+#include "platform/posix/PosixSystemVersionFile.h"
 
 #include <fcntl.h>
 
@@ -6,7 +6,7 @@
 
 namespace qrt {
 
-std::optional<Data> LinuxSystemVersionFile::read() {
+std::optional<Data> PosixSystemVersionFile::read() {
   constexpr std::size_t maximumBytes = 1 << 20;
   auto contents = readFile(AT_FDCWD, path_.c_str(), maximumBytes);
   if (!contents) return std::nullopt;

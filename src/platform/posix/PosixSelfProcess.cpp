@@ -1,4 +1,4 @@
-#include "platform/linux/LinuxSelfProcess.h"
+#include "platform/posix/PosixSelfProcess.h"
 
 #include <unistd.h>
 
@@ -8,9 +8,9 @@
 
 namespace qrt {
 
-std::uint32_t LinuxSelfProcess::realUserID() const { return getuid(); }
+std::uint32_t PosixSelfProcess::realUserID() const { return getuid(); }
 
-void LinuxSelfProcess::prepareForService() {
+void PosixSelfProcess::prepareForService() {
   // A walk holds a stream for every level it is in, and several walk at the same time.
   raiseDescriptorLimit();
   std::signal(SIGPIPE, SIG_IGN);
@@ -18,7 +18,7 @@ void LinuxSelfProcess::prepareForService() {
   std::signal(SIGCHLD, SIG_DFL);
 }
 
-void LinuxSelfProcess::exit(int status) {
+void PosixSelfProcess::exit(int status) {
   // Other threads may be at work: nothing is torn down under them.
   _exit(status);
 }

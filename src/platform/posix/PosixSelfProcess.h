@@ -1,11 +1,11 @@
-// This process on Linux.
+// This process.
 #pragma once
 
 #include "platform/SelfProcess.h"
 
 namespace qrt {
 
-class LinuxSelfProcess : public SelfProcess {
+class PosixSelfProcess : public SelfProcess {
  public:
   std::uint32_t realUserID() const override;
   void prepareForService() override;
