@@ -24,7 +24,12 @@ set(CMAKE_OBJCXX_COMPILER ${CMAKE_CXX_COMPILER})
 set(CMAKE_CXX_FLAGS_INIT "-stdlib=libc++ -stdlib++-isystem ${CMAKE_OSX_SYSROOT}/usr/include/c++/v1")
 set(CMAKE_OBJCXX_FLAGS_INIT "${CMAKE_CXX_FLAGS_INIT}")
 # The driver writes the linker's command line for a version that lld understands.
-set(CMAKE_EXE_LINKER_FLAGS_INIT "-fuse-ld=lld -mlinker-version=609")
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-fuse-ld=lld -mlinker-version=609 -Wl,-dead_strip_dylibs")
+# An SDK that was cut down for other linkers has lost the lists of what its libraries pass on from others. Named here,
+# what is needed of these is found in any.
+set(umbrella ${CMAKE_OSX_SYSROOT}/System/Library/Frameworks/CoreServices.framework)
+string(CONCAT CMAKE_CXX_STANDARD_LIBRARIES "-lobjc -framework CoreFoundation -F${umbrella}/Frameworks "
+              "-framework LaunchServices -framework Metadata -framework OSServices")
 
 foreach(tool ar ranlib otool install-name-tool)
   string(REPLACE - _ variable ${tool})
