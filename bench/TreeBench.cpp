@@ -1,8 +1,8 @@
-// Walking and deleting trees: 200,000 files in 20,000 folders.
+// Walking, searching and deleting trees: 200,000 files in 20,000 folders.
 //
 //   TreeBench [options of the benchmark library]     measures in this process
-//   TreeBench make|enumerate|remove PATH             does it once, for a comparison with other
-//   programs
+//   TreeBench ACTION PATH                            does it once, for a comparison with other
+//                                                    programs; see `actions`
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,10 +10,12 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "filesystem/QRTDirectoryEnumerator.h"
 #include "filesystem/QRTFileDeletionAdditions.h"
-#include "platform/NativeFileSystem.h"
+#include "filesystem/SearchOperations.h"
+#include "platform/NativePlatform.h"
 #include "support/RecordingLog.h"
 
 namespace {
@@ -24,10 +26,12 @@ constexpr int filesEach = 10;
 constexpr std::size_t objects =
     outerFolders * (1 + innerFolders * (1 + static_cast<std::size_t>(filesEach)));
 
-qrt::FileSystem& files() {
-  static const auto native = qrt::makeNativeFileSystem();
-  return *native;
+const qrt::Platform& platform() {
+  static const qrt::NativePlatform native;
+  return native.facilities();
 }
+
+qrt::FileSystem& files() { return platform().files; }
 
 bool make(const std::string& top) {
   if (mkdir(top.c_str(), 0755) != 0) return false;
@@ -59,6 +63,28 @@ std::size_t enumerate(const std::string& top) {
 bool remove(const std::string& top) {
   const qrt::DeletionContext context{files(), 0x1000};
   return !qrt::QRTFileDeletionAdditions::enforceRemovalOfFileSystemObjectAtPath(context, top, true);
+}
+
+const qrt::SearchContext& searching() {
+  static const qrt::SearchContext context{platform().files, platform().log, platform().users};
+  return context;
+}
+
+bool measureSize(const std::string& top) {
+  using namespace qrt::SearchOperations;
+  const auto answer = performOperationInspectStoragesizeWithArguments(searching(), {top}, nullptr);
+  return answer && answer->userInfo.contains("Size");
+}
+
+bool searchPatterns(const std::string& top) {
+  using namespace qrt::SearchOperations;
+  return !performOperationSearchPatternsWithArguments(
+      searching(), {top, "0", "2", "log", "0", "inner7"}, nullptr);
+}
+
+bool searchAged(const std::string& top) {
+  using namespace qrt::SearchOperations;
+  return !performOperationSearchAgedfilesWithArguments(searching(), {top, 30, false}, nullptr);
 }
 
 /// Where a tree is made: in memory where there is such a place.
@@ -93,10 +119,25 @@ void removing(benchmark::State& state) {
 }
 BENCHMARK(removing)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-bool doOnce(const std::string& what, const std::string& path) {
-  if (what == "make") return make(path);
-  if (what == "enumerate") return enumerate(path) == objects;
-  return what == "remove" && remove(path);
+struct Action {
+  std::string_view name;
+  bool (*action)(const std::string& path);
+};
+
+constexpr Action actions[] = {
+    {"make", make},
+    {"enumerate", [](const std::string& path) { return enumerate(path) == objects; }},
+    {"size", measureSize},
+    {"patterns", searchPatterns},
+    {"aged", searchAged},
+    {"remove", remove},
+};
+
+bool doOnce(std::string_view name, const std::string& path) {
+  for (const auto& action : actions) {
+    if (action.name == name) return action.action(path);
+  }
+  return false;
 }
 
 }  // namespace

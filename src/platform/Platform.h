@@ -7,6 +7,7 @@ class AccessControl;
 class ApplicationRegistry;
 class Authority;
 class BlockDevices;
+class CodeSigning;
 class ExtendedAttributes;
 class FileSystem;
 class HelperConnector;
@@ -24,6 +25,7 @@ class SystemConfiguration;
 class SystemVersionFile;
 class Transport;
 class UserDirectory;
+class Volumes;
 
 /// References to the facilities of a platform. Made once by the composition root; tests put a
 /// double in the place of one and keep the native rest. Every facility outlives its users.
@@ -49,6 +51,8 @@ struct Platform {
   Nvram& nvram;
   BlockDevices& blockDevices;
   ApplicationRegistry& applications;
+  CodeSigning& codeSigning;
+  Volumes& volumes;
 };
 
 }  // namespace qrt

@@ -16,6 +16,8 @@ struct Doubles {
   HelperConnector* helperConnector = nullptr;
   ApplicationRegistry* applications = nullptr;
   UserDirectory* users = nullptr;
+  CodeSigning* codeSigning = nullptr;
+  Volumes* volumes = nullptr;
 };
 
 /// Doubles and rest outlive it.
@@ -43,7 +45,9 @@ inline Platform platformWith(const Doubles& doubles, const Platform& rest) {
           .smc = rest.smc,
           .nvram = rest.nvram,
           .blockDevices = rest.blockDevices,
-          .applications = either(doubles.applications, rest.applications)};
+          .applications = either(doubles.applications, rest.applications),
+          .codeSigning = either(doubles.codeSigning, rest.codeSigning),
+          .volumes = either(doubles.volumes, rest.volumes)};
 }
 
 }  // namespace qrt::test

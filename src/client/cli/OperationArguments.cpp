@@ -124,7 +124,7 @@ const std::vector<OperationArguments>& operationArguments() {
        {{"FOLDER", path, "Folder to move aside"},
         {"NAME", text, "Its new name, in the same place"},
         {"--substitute", numberFlag, "Leave an empty folder of the same kind behind"}}},
-      {"create-installmedia", later,
+      {"create-installmedia", available,
        {{"INSTALLER", path, "Installer application"},
         {"VOLUME", path, "Volume that becomes the medium"}}},
       {"erase-diskblocks", available,

@@ -6,6 +6,7 @@
 #include "platform/linux/LinuxAccessControl.h"
 #include "platform/linux/LinuxApplicationRegistry.h"
 #include "platform/linux/LinuxAuthority.h"
+#include "platform/linux/LinuxCodeSigning.h"
 #include "platform/linux/LinuxExtendedAttributes.h"
 #include "platform/linux/LinuxFileSystem.h"
 #include "platform/linux/LinuxHelperConnection.h"
@@ -17,6 +18,7 @@
 #include "platform/linux/LinuxSMCExchange.h"
 #include "platform/linux/LinuxSystemConfiguration.h"
 #include "platform/linux/LinuxTransport.h"
+#include "platform/linux/LinuxVolumes.h"
 #include "platform/linux/SystemdJobControl.h"
 #include "platform/posix/BoundedPropertyLists.h"
 #include "platform/posix/PosixBlockDevices.h"
@@ -52,7 +54,8 @@ struct NativePlatform::Facilities {
         transport(authority),
         smc(root),
         nvram(root),
-        blockDevices(root) {}
+        blockDevices(root),
+        volumes(root) {}
 
   LinuxLog log;
   PosixSelfProcess self;
@@ -75,6 +78,8 @@ struct NativePlatform::Facilities {
   LinuxNvram nvram;
   PosixBlockDevices blockDevices;
   LinuxApplicationRegistry applications;
+  LinuxCodeSigning codeSigning;
+  LinuxVolumes volumes;
 
   Platform references{log,
                       self,
@@ -96,7 +101,9 @@ struct NativePlatform::Facilities {
                       smc,
                       nvram,
                       blockDevices,
-                      applications};
+                      applications,
+                      codeSigning,
+                      volumes};
 };
 
 NativePlatform::NativePlatform(const std::string& root)

@@ -4,6 +4,7 @@
 #include "platform/macos/MacosAccessControl.h"
 #include "platform/macos/MacosApplicationRegistry.h"
 #include "platform/macos/MacosAuthority.h"
+#include "platform/macos/MacosCodeSigning.h"
 #include "platform/macos/MacosExtendedAttributes.h"
 #include "platform/macos/MacosFileSystem.h"
 #include "platform/macos/MacosHelperConnection.h"
@@ -16,6 +17,7 @@
 #include "platform/macos/MacosSystemConfiguration.h"
 #include "platform/macos/MacosTransport.h"
 #include "platform/macos/MacosUserDirectory.h"
+#include "platform/macos/MacosVolumes.h"
 #include "platform/posix/BoundedPropertyLists.h"
 #include "platform/posix/PosixBlockDevices.h"
 #include "platform/posix/PosixSelfProcess.h"
@@ -49,6 +51,8 @@ struct NativePlatform::Facilities {
   MacosNvram nvram;
   PosixBlockDevices blockDevices;
   MacosApplicationRegistry applications;
+  MacosCodeSigning codeSigning;
+  MacosVolumes volumes;
 
   Platform references{log,
                       self,
@@ -70,7 +74,9 @@ struct NativePlatform::Facilities {
                       smc,
                       nvram,
                       blockDevices,
-                      applications};
+                      applications,
+                      codeSigning,
+                      volumes};
 };
 
 NativePlatform::NativePlatform(const std::string& root)
