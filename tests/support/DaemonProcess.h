@@ -2,6 +2,8 @@
 #pragma once
 
 #include <sys/types.h>
+
+#include <functional>
 #include <string>
 
 namespace qrt::test {
@@ -17,6 +19,8 @@ class DaemonProcess {
     unsigned descriptorLimit = 0;
     /// A program that the daemon finds in place of the system's tool for jobs; empty for none.
     std::string removalTool = {};
+    /// What runs in place of the program, in a process of its own; returns the exit status.
+    std::function<int()> program = nullptr;
   };
 
   DaemonProcess() : DaemonProcess(Options()) {}

@@ -68,6 +68,7 @@ DaemonProcess::DaemonProcess(const Options& options) {
       const rlimit limit{options.descriptorLimit, options.descriptorLimit};
       setrlimit(RLIMIT_NOFILE, &limit);
     }
+    if (options.program) _exit(options.program());
     if (options.isInPidNamespaceOfItsOwn) {
       execlp("unshare", "unshare", "--pid", "--fork", "--kill-child", program.c_str(),
              static_cast<char*>(nullptr));
