@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <thread>
 
 #include "ClientFixture.h"
 #include "operations/PrivilegedOperationError.h"
