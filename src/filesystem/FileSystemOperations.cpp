@@ -2,6 +2,7 @@
 
 #include "filesystem/DeletionOperations.h"
 #include "filesystem/FileObjectOperations.h"
+#include "filesystem/PermissionOperations.h"
 #include "filesystem/QRTFolderStashAdditions.h"
 #include "filesystem/SearchOperations.h"
 #include "filesystem/SystemFileOperations.h"
@@ -24,7 +25,7 @@ using ItemHandler = Outcome (*)(const ItemContext&, const Array&);
 
 Handler withItemContext(ItemHandler handler, const Platform& platform) {
   return [handler, &platform](const Array& arguments, FeedbackConnection*) {
-    return handler({platform.files, platform.extendedAttributes}, arguments);
+    return handler(ItemContext(platform), arguments);
   };
 }
 
@@ -50,6 +51,8 @@ constexpr ItemOperation itemOperations[] = {
      FileObjectOperations::performOperationModifyHfsattrWithArguments},
     {"performOperationCreateLinkWithArguments:",
      FileObjectOperations::performOperationCreateLinkWithArguments},
+    {"performOperationModifyAclWithArguments:",
+     PermissionOperations::performOperationModifyAclWithArguments},
     {"performOperationRenameStashfolderWithArguments:",
      QRTFolderStashAdditions::performOperationRenameStashfolderWithArguments},
 };
@@ -91,6 +94,11 @@ void registerFileSystemHandlers(HandlerTable& table, const Platform& platform) {
   for (const auto& operation : itemOperations) {
     table.add(operation.handlerName, withItemContext(operation.handler, platform));
   }
+  table.add("performOperationPropPermissionsWithArguments:feedbackConnection:",
+            [&platform](const Array& arguments, FeedbackConnection* feedback) {
+              return PermissionOperations::performOperationPropPermissionsWithArguments(
+                  ItemContext(platform), platform.log, arguments, feedback);
+            });
   for (const auto& operation : searchOperations) {
     table.add(operation.handlerName, withSearchContext(operation.handler, platform));
   }

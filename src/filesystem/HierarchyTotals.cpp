@@ -1,7 +1,6 @@
 #include "filesystem/HierarchyTotals.h"
 
 #include <array>
-#include <string_view>
 
 #include "filesystem/TreeWalk.h"
 #include "filesystem/WalkDepth.h"
@@ -42,13 +41,7 @@ class ObjectCount : public TreeVisitor {
  private:
   bool isEntered(const TreeObject& folder) const {
     const auto path = folder.relativePath();
-    std::string_view rest = path;
-    WalkDepth depth;
-    for (auto slash = rest.find('/'); slash != rest.npos; slash = rest.find('/')) {
-      depth = depth.below(rest.substr(0, slash));
-      rest.remove_prefix(slash + 1);
-    }
-    return depth.limitFor(rest) == WalkDepth::Limit::none &&
+    return WalkDepth::limitForPath(path) == WalkDepth::Limit::none &&
            scope_.includesContentsOf(folder.at(), folder.type(), path);
   }
 

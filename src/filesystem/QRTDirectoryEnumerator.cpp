@@ -89,21 +89,26 @@ void QRTDirectoryEnumerator::pushDirectoryEntry() {
   if (name.empty()) return;
   const auto depth = top().depth;
   const auto limit = depth.limitFor(name);
-  if (limit == WalkDepth::Limit::pathLength) {
-    log_.standard("%{public}@: maximum path length reached. Skipping...", className);
-    return;
-  }
-  if (limit == WalkDepth::Limit::levels) {
-    log_.standard("%{public}@: maximum number of nested directories reached. Skipping...",
-                  className);
-    return;
-  }
+  tellLimit(log_, limit);
+  if (limit != WalkDepth::Limit::none) return;
 
   auto folder = files_.openFolder(object(), Links::stay);
   if (!folder) return note(folder.error());
   auto& level = levels_[levelCount_++];
   level.folder.emplace(std::move(*folder));
   level.depth = depth.below(name);
+}
+
+void QRTDirectoryEnumerator::tellLimit(Log& log, WalkDepth::Limit limit) {
+  switch (limit) {
+    case WalkDepth::Limit::none:
+      return;
+    case WalkDepth::Limit::pathLength:
+      return log.standard("%{public}@: maximum path length reached. Skipping...", className);
+    case WalkDepth::Limit::levels:
+      return log.standard("%{public}@: maximum number of nested directories reached. Skipping...",
+                          className);
+  }
 }
 
 void QRTDirectoryEnumerator::popDirectory() {

@@ -43,6 +43,10 @@ class QRTDirectoryEnumerator {
                                                                     const std::string& path,
                                                                     bool stayOnFileSystem);
 
+  /// Logs what keeps a walk out of a folder. For walks of another kind that keep to the same
+  /// bounds.
+  static void tellLimit(Log& log, WalkDepth::Limit limit);
+
   QRTDirectoryEnumerator(const QRTDirectoryEnumerator&) = delete;
   QRTDirectoryEnumerator& operator=(const QRTDirectoryEnumerator&) = delete;
 

@@ -22,6 +22,17 @@ class WalkDepth {
     return levels_ == maximumLevels ? Limit::levels : Limit::none;
   }
 
+  /// What keeps a walk out of the folder with that path from the base.
+  static Limit limitForPath(std::string_view relativePath) {
+    WalkDepth depth;
+    for (auto slash = relativePath.find('/'); slash != relativePath.npos;
+         slash = relativePath.find('/')) {
+      depth = depth.below(relativePath.substr(0, slash));
+      relativePath.remove_prefix(slash + 1);
+    }
+    return depth.limitFor(relativePath);
+  }
+
   WalkDepth below(std::string_view name) const {
     auto inner = *this;
     // One byte on purpose: a name of 255 bytes and its separator add nothing, and what is below

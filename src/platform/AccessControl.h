@@ -74,8 +74,9 @@ class AccessControl {
                             const std::optional<AccessControlList>& list) = 0;
 
   virtual PosixResult<AccessRights> rights(const HeldObject& object) = 0;
-  /// Gives an object the very rights of another. Where the file system cannot keep a list, only
-  /// permission bits are set, which then give nobody more than the list did.
+  /// Gives an object the very rights of another; what is so already is not written. Where the file
+  /// system cannot keep a list, only permission bits are set, which then give nobody more than the
+  /// list did.
   virtual PosixCode setRights(const HeldObject& object, const AccessRights& rights) = 0;
 };
 

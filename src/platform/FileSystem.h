@@ -40,6 +40,11 @@ class FileSystem {
 
   virtual PosixResult<HeldObject> hold(FileAt object, Links links) = 0;
 
+  /// The same for what was seen to be a regular file or a folder and shall have its access control
+  /// list changed: opened for reading where that is possible, which halves the time that lists
+  /// take. Links are not followed.
+  virtual PosixResult<HeldObject> holdOpen(FileAt object) = 0;
+
   /// Opens a folder for reading and as a base. With `Links::stay` a link is `notDirectory`.
   virtual PosixResult<Folder> openFolder(FileAt object, Links links) = 0;
 

@@ -4,9 +4,11 @@
 #include "platform/ApplicationRegistry.h"
 #include "platform/Authority.h"
 #include "platform/BlockDevice.h"
+#include "platform/CodeSigning.h"
 #include "platform/HelperConnection.h"
 #include "platform/PropertyLists.h"
 #include "platform/SystemVersionFile.h"
+#include "platform/Volumes.h"
 
 namespace qrt {
 namespace {
@@ -84,6 +86,30 @@ TEST_F(SystemContract, ApplicationsAreFoundWhereTheyAreRegistered) {
     EXPECT_EQ(url.path.substr(0, 1), "/");
     EXPECT_TRUE(applications.systemBundle(url.path)) << url.path;
   }
+}
+
+TEST_F(SystemContract, VolumesAreNamedByTheirMountPoints) {
+  EXPECT_EQ(*platform().volumes.mountPoint("/"), "/");
+  EXPECT_EQ(*platform().volumes.mountPoint("/dev/null"), "/dev");
+  EXPECT_EQ(platform().volumes.mountPoint(scratch_.path("none")).error(), PosixCode::noEntry);
+}
+
+TEST_F(SystemContract, CodeIsSignedOrNot) {
+  auto& signing = platform().codeSigning;
+  EXPECT_FALSE(signing.staticCode(scratch_.path("none")));
+  const auto unsignedCode = signing.staticCode(scratch_.file("script", "#!/bin/sh\n"));
+  if (unsignedCode) {
+    EXPECT_FALSE(unsignedCode->signingInformation());
+    EXPECT_EQ(codeOf(unsignedCode->checkValidity()), code_signing_status::notSigned);
+  }
+  const auto finder = signing.staticCode("/System/Library/CoreServices/Finder.app");
+  if (!finder) GTEST_SKIP() << "needs a system whose programs are signed";
+  const auto information = finder->signingInformation();
+  ASSERT_TRUE(information);
+  EXPECT_EQ(information->identifier, "com.apple.finder");
+  ASSERT_FALSE(information->certificates.empty());
+  EXPECT_EQ(information->certificates.back().commonName, "Apple Root CA");
+  EXPECT_EQ(finder->checkValidity(), success);
 }
 
 }  // namespace

@@ -101,8 +101,7 @@ class ItemMoveTest : public testing::Test {
 
   test::ScratchFolder scratch_;
   const NativePlatform platform_;
-  const ItemContext context_{platform_.facilities().files,
-                             platform_.facilities().extendedAttributes};
+  const ItemContext context_{platform_.facilities()};
 };
 
 TEST_F(ItemMoveTest, OnOneVolumeTheObjectItselfMoves) {

@@ -39,8 +39,7 @@ class QRTFolderStashAdditionsTest : public testing::Test {
 
   test::ScratchFolder scratch_;
   const NativePlatform platform_;
-  const ItemContext context_{platform_.facilities().files,
-                             platform_.facilities().extendedAttributes};
+  const ItemContext context_{platform_.facilities()};
 };
 
 TEST_F(QRTFolderStashAdditionsTest, TheSubstituteIsEmptyAndHasTheSameMetadata) {

@@ -41,8 +41,7 @@ class SystemFileOperationsTest : public testing::Test {
 
   test::ScratchFolder scratch_;
   const NativePlatform platform_;
-  const ItemContext context_{platform_.facilities().files,
-                             platform_.facilities().extendedAttributes};
+  const ItemContext context_{platform_.facilities()};
 };
 
 TEST_F(SystemFileOperationsTest, NewContentsGetTheOldAttributes) {

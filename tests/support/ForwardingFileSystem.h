@@ -17,6 +17,7 @@ class ForwardingFileSystem : public FileSystem {
   PosixResult<HeldObject> hold(FileAt object, Links links) override {
     return native_->hold(object, links);
   }
+  PosixResult<HeldObject> holdOpen(FileAt object) override { return native_->holdOpen(object); }
   PosixResult<Folder> openFolder(FileAt object, Links links) override {
     return native_->openFolder(object, links);
   }

@@ -39,6 +39,9 @@ bool write(const AclEntry& entry, acl_entry_t to) {
 
 PosixResult<AclEntries> entriesOf(acl_t list) {
   AclEntries entries;
+  if (const int count = ::acl_entries(list); count > 0) {
+    entries.reserve(static_cast<std::size_t>(count));
+  }
   acl_entry_t next = nullptr;
   int found = ::acl_get_entry(list, ACL_FIRST_ENTRY, &next);
   for (; found == 1; found = ::acl_get_entry(list, ACL_NEXT_ENTRY, &next)) {

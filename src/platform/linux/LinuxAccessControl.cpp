@@ -2,9 +2,9 @@
 
 #include <acl/libacl.h>
 #include <sys/acl.h>
-#include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <tuple>
 
@@ -33,9 +33,12 @@ constexpr std::size_t largestExternalForm = 512 * 1024;
 
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
 
-OptionalList listOf(AclEntries entries) {
-  if (!isExtended(entries)) return std::nullopt;
+AccessControlList made(AclEntries entries) {
   return AccessControlList(std::make_shared<const AccessControlList::Content>(std::move(entries)));
+}
+
+OptionalList listOf(AclEntries entries) {
+  return isExtended(entries) ? OptionalList(made(std::move(entries))) : std::nullopt;
 }
 
 /// The length that an external form says it has, which is what libacl goes by.
@@ -64,16 +67,25 @@ PosixResult<OptionalList> checkedList(const AclOwner& foreign) {
   return listOf(std::move(*entries));
 }
 
-/// Of an object without a list: its permission bits.
-PosixResult<AclEntries> read(const HeldObject& object, acl_type_t type) {
-  const AclOwner list(::acl_get_file(descriptorPath(object.descriptor()).c_str(), type));
+/// Of an object without a list: its permission bits. An object that is merely held has to be found
+/// once more by a path, which costs more than the call itself.
+PosixResult<AclEntries> read(const HeldObject& object) {
+  AclOwner list(::acl_get_fd(object.descriptor()));
+  if (!list && errno == EBADF) {
+    list.reset(::acl_get_file(descriptorPath(object.descriptor()).c_str(), ACL_TYPE_ACCESS));
+  }
   return list ? entriesOf(list.get()) : lastError();
 }
 
-PosixCode write(const HeldObject& object, acl_type_t type, const AclEntries& entries) {
+PosixCode write(const HeldObject& object, const AclEntries& entries) {
   const auto list = aclOf(entries);
   if (!list) return list.error();
-  return codeFor(::acl_set_file(descriptorPath(object.descriptor()).c_str(), type, list->get()));
+  int result = ::acl_set_fd(object.descriptor(), list->get());
+  if (result != 0 && errno == EBADF) {
+    result =
+        ::acl_set_file(descriptorPath(object.descriptor()).c_str(), ACL_TYPE_ACCESS, list->get());
+  }
+  return codeFor(result);
 }
 
 PosixResult<AclEntries> entriesOfMode(std::uint32_t mode) {
@@ -91,6 +103,7 @@ void sort(AclEntries& entries) {
 /// one it is as wide as they are together.
 AclEntries combined(const AclEntries& base, const AclEntries& extension) {
   AclEntries entries;
+  entries.reserve(base.size() + extension.size() + 1);
   acl_perm_t granted = 0;
   for (const auto& entry : base) {
     if (!entry.isBase()) continue;
@@ -115,9 +128,12 @@ PosixResult<AclEntries> wholeList(const AccessControlList& list, std::uint32_t p
   return base ? combined(*base, entries) : base;
 }
 
-PosixCode writeWholeList(const HeldObject& object, const AccessRights& rights) {
-  const auto entries = wholeList(*rights.list, rights.permissions);
-  return entries ? write(object, ACL_TYPE_ACCESS, *entries) : entries.error();
+PosixCode setWholeList(const HeldObject& object, const AccessRights& rights) {
+  const auto wanted = wholeList(*rights.list, rights.permissions);
+  if (!wanted) return wanted.error();
+  const auto own = read(object);
+  if (!own) return own.error();
+  return *wanted == *own ? PosixCode::success : write(object, *wanted);
 }
 
 /// The bits that leave the owning group with no more than a list gave it.
@@ -128,15 +144,32 @@ std::uint32_t permissionsWithoutList(const AccessRights& rights) {
   return rights.permissions & (~groupBits | granted);
 }
 
-PosixCode setInheritance(const HeldObject& folder, const OptionalList& inheritance) {
-  if (inheritance) return write(folder, ACL_TYPE_DEFAULT, inheritance->content().entries);
-  return codeFor(::acl_delete_def_file(descriptorPath(folder.descriptor()).c_str()));
+PosixResult<OptionalList> inheritanceOf(const HeldObject& folder) {
+  const AclOwner list(
+      ::acl_get_file(descriptorPath(folder.descriptor()).c_str(), ACL_TYPE_DEFAULT));
+  if (!list && errno == EOPNOTSUPP) return OptionalList();
+  auto entries = list ? entriesOf(list.get()) : lastError();
+  if (!entries) return entries.error();
+  return entries->empty() ? OptionalList() : made(std::move(*entries));
 }
 
-PosixResult<std::uint32_t> modeOf(const HeldObject& object) {
-  struct stat status;
-  if (::fstat(object.descriptor(), &status) != 0) return lastError();
-  return std::uint32_t{status.st_mode};
+PosixCode setInheritance(const HeldObject& folder, const OptionalList& wanted) {
+  const auto own = inheritanceOf(folder);
+  if (!own) return own.error();
+  const auto path = descriptorPath(folder.descriptor());
+  if (!wanted) return *own ? codeFor(::acl_delete_def_file(path.c_str())) : PosixCode::success;
+  const auto& entries = wanted->content().entries;
+  if (*own && (*own)->content().entries == entries) return PosixCode::success;
+  const auto list = aclOf(entries);
+  if (!list) return list.error();
+  return codeFor(::acl_set_file(path.c_str(), ACL_TYPE_DEFAULT, list->get()));
+}
+
+PosixCode setPermissions(const HeldObject& object, std::uint32_t permissions) {
+  const auto status = object.status();
+  if (!status) return status.error();
+  if ((status->mode & permissionBits) == permissions) return PosixCode::success;
+  return object.setPermissions(permissions);
 }
 
 }  // namespace
@@ -168,53 +201,48 @@ PosixResult<AccessControlList> LinuxAccessControl::markedAsInherited(
 }
 
 PosixResult<OptionalList> LinuxAccessControl::list(const HeldObject& object) {
-  auto entries = read(object, ACL_TYPE_ACCESS);
+  auto entries = read(object);
   if (entries) return listOf(std::move(*entries));
   if (entries.error() == PosixCode::notSupported) return OptionalList();
   return entries.error();
 }
 
 PosixCode LinuxAccessControl::setList(const HeldObject& object, const OptionalList& list) {
-  const auto own = read(object, ACL_TYPE_ACCESS);
+  const auto own = read(object);
   if (!own) {
     const bool hasNoneAsWanted = !list && own.error() == PosixCode::notSupported;
     return hasNoneAsWanted ? PosixCode::success : own.error();
   }
   const auto wanted = combined(*own, list ? list->content().entries : AclEntries());
-  return wanted == *own ? PosixCode::success : write(object, ACL_TYPE_ACCESS, wanted);
+  return wanted == *own ? PosixCode::success : write(object, wanted);
 }
 
 PosixResult<AccessRights> LinuxAccessControl::rights(const HeldObject& object) {
-  const auto mode = modeOf(object);
-  if (!mode) return mode.error();
-  AccessRights rights;
-  rights.permissions = *mode & permissionBits;
+  const auto status = object.status();
+  if (!status) return status.error();
   const auto own = list(object);
   if (!own) return own.error();
-  rights.list = *own;
-  if (!S_ISDIR(*mode)) return rights;
+  AccessRights rights{status->mode & permissionBits, *own, std::nullopt};
+  if (!status->isFolder()) return rights;
 
-  auto passedOn = read(object, ACL_TYPE_DEFAULT);
-  if (!passedOn && passedOn.error() != PosixCode::notSupported) return passedOn.error();
-  if (passedOn && !passedOn->empty()) {
-    rights.inheritance.emplace(
-        std::make_shared<const AccessControlList::Content>(std::move(*passedOn)));
-  }
+  auto inheritance = inheritanceOf(object);
+  if (!inheritance) return inheritance.error();
+  rights.inheritance = std::move(*inheritance);
   return rights;
 }
 
 PosixCode LinuxAccessControl::setRights(const HeldObject& object, const AccessRights& rights) {
-  const auto mode = modeOf(object);
-  if (!mode) return mode.error();
+  const auto status = object.status();
+  if (!status) return status.error();
   // First of all, because bits alone would give the group what the mask only allows.
   auto permissions = rights.permissions;
-  auto code = rights.list ? writeWholeList(object, rights) : setList(object, std::nullopt);
+  auto code = rights.list ? setWholeList(object, rights) : setList(object, std::nullopt);
   if (code == PosixCode::notSupported) {
     permissions = permissionsWithoutList(rights);
     code = PosixCode::success;
   }
-  if (code == PosixCode::success) code = object.setPermissions(permissions);
-  if (code != PosixCode::success || !S_ISDIR(*mode)) return code;
+  if (code == PosixCode::success) code = setPermissions(object, permissions);
+  if (code != PosixCode::success || !status->isFolder()) return code;
   code = setInheritance(object, rights.inheritance);
   return code == PosixCode::notSupported ? PosixCode::success : code;
 }

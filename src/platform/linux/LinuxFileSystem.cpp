@@ -42,6 +42,13 @@ PosixResult<HeldObject> LinuxFileSystem::hold(FileAt object, Links links) {
   return HeldObject(std::move(descriptor));
 }
 
+PosixResult<HeldObject> LinuxFileSystem::holdOpen(FileAt object) {
+  FileDescriptor descriptor(::openat(object.folder.descriptor(), object.name,
+                                     O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC));
+  if (!descriptor) return hold(object, Links::stay);
+  return HeldObject(std::move(descriptor));
+}
+
 PosixCode LinuxFileSystem::setFlags(FileAt object, Links links, const FileStatus& current,
                                     std::uint32_t wanted) {
   if (isOnReadOnlyMount(object, links, current)) return PosixCode::readOnlyFileSystem;

@@ -11,6 +11,7 @@ class LinuxFileSystem : public PosixFileSystem {
  public:
   PosixResult<FileStatus> status(FileAt object, Links links) override;
   PosixResult<HeldObject> hold(FileAt object, Links links) override;
+  PosixResult<HeldObject> holdOpen(FileAt object) override;
   PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
                      std::uint32_t wanted) override;
   PosixResult<Data> readFile(FileAt object, std::size_t limit) override;

@@ -1,5 +1,6 @@
 #include "platform/OpenFile.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -33,6 +34,12 @@ PosixCode OpenFile::setOwner(std::uint32_t userID, std::uint32_t groupID) {
 
 PosixCode OpenFile::setPermissions(std::uint32_t permissions) {
   return codeFor(::fchmod(descriptor(), static_cast<mode_t>(permissions)));
+}
+
+PosixResult<HeldObject> OpenFile::hold() const {
+  FileDescriptor same(::fcntl(descriptor(), F_DUPFD_CLOEXEC, 0));
+  if (!same) return lastError();
+  return HeldObject(std::move(same));
 }
 
 PosixCode OpenFile::synchronize() { return codeFor(flushToMedium(descriptor())); }

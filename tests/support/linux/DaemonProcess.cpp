@@ -68,8 +68,16 @@ DaemonProcess::DaemonProcess(const Options& options) {
       const rlimit limit{options.descriptorLimit, options.descriptorLimit};
       setrlimit(RLIMIT_NOFILE, &limit);
     }
+    if (options.program) _exit(options.program());
     if (options.isInPidNamespaceOfItsOwn) {
       execlp("unshare", "unshare", "--pid", "--fork", "--kill-child", program.c_str(),
+             static_cast<char*>(nullptr));
+    }
+    if (!options.removalTool.empty()) {
+      // In a mount namespace of its own, by the same process.
+      const auto script =
+          "mount --bind " + options.removalTool + " /bin/systemctl && exec " + program;
+      execlp("unshare", "unshare", "--mount", "sh", "-c", script.c_str(),
              static_cast<char*>(nullptr));
     }
     execl(program.c_str(), program.c_str(), static_cast<char*>(nullptr));

@@ -1,0 +1,133 @@
+// An installer's own tool, run by the daemon.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <iostream>
+
+#include "filesystem/FileSystemOperations.h"
+#include "hardware/HardwareOperations.h"
+#include "operations/OperationHandlers.h"
+#include "operations/PrivilegedOperationError.h"
+#include "operations/QRTPrivilegedOperationSetVK2.h"
+#include "platform/HelperConnection.h"
+#include "platform/NativePlatform.h"
+#include "platform/PropertyLists.h"
+#include "service/EmbeddedPropertyLists.h"
+#include "service/EntryPoint.h"
+#include "support/AppleRootDouble.h"
+#include "support/BundleSigner.h"
+#include "support/DaemonProcess.h"
+#include "support/Mounts.h"
+#include "support/PlantedFile.h"
+#include "support/PlatformDouble.h"
+
+namespace qrt {
+namespace {
+
+constexpr std::uint64_t createInstallmedia = 25;
+
+/// The daemon, but that it takes a test's root for the maker's.
+int serveTrusting(const Data& rootDigest) {
+  const NativePlatform native;
+  test::AppleRootDouble signing(native.facilities().codeSigning, rootDigest);
+  const auto platform = test::platformWith({.codeSigning = &signing}, native.facilities());
+  const auto info = platform.propertyLists.parse(infoPropertyList);
+  const auto registerHandlers = [&](QRTPrivilegedOperationSet& set) {
+    auto& liveSet = dynamic_cast<QRTPrivilegedOperationSetVK2&>(set);
+    registerOperationHandlers(set.handlers(), platform, liveSet);
+    registerFileSystemHandlers(set.handlers(), platform);
+    registerHardwareHandlers(set.handlers(), platform, liveSet);
+  };
+  return EntryPoint{platform, *info->dictionary(), registerHandlers, std::cout, std::cerr}.enter(
+      {});
+}
+
+/// Tells what it was given, and goes on when that has arrived somewhere.
+constexpr const char* tool = R"tool(#!/bin/sh
+echo "$@ PATH=$(/usr/bin/printenv PATH)"
+for i in 1 2 3 4 5 6 7 8 9 10; do
+  [ -e "$4/arrived" ] && { echo done >&2; exit 0; }
+  /bin/sleep 1
+done
+exit 9
+)tool";
+
+class InstallMediaTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (geteuid() != 0) GTEST_SKIP() << "the daemon needs root";
+    volume_ = scratch_.folder("volume");
+    mount_.emplace(test::Mount::Kind::ext4, volume_);
+    if (!mount_->isMounted()) GTEST_SKIP() << "needs the right to mount";
+    installer_ = scratch_.path("Install.app");
+    test::makeApplication(installer_, {{"CFBundleDisplayName", "Install macOS Test"}});
+    const auto path =
+        test::plant(scratch_, "Install.app/Contents/Resources/createinstallmedia", tool);
+    chmod(path.c_str(), 0755);
+    test::signBundle(installer_, chain_, {.team = "K36BKF7T3D"});
+    daemon_.emplace(test::DaemonProcess::Options{
+        .program = [this] { return serveTrusting(chain_.rootDigest()); }});
+    auto connection = native_.facilities().helperConnector.connect(daemon_->socketPath());
+    ASSERT_TRUE(connection);
+    connection_ = std::move(*connection);
+  }
+
+  Outcome perform(const Array& arguments, const FeedbackHandler& receive) {
+    const auto form = connection_->createExternalForm();
+    return connection_->performPrivilegedOperation(createInstallmedia, *form, receive, arguments);
+  }
+
+  test::ScratchFolder scratch_;
+  std::string volume_, installer_;
+  std::optional<test::Mount> mount_;
+  test::SigningChain chain_;
+  NativePlatform native_;
+  std::optional<test::DaemonProcess> daemon_;
+  std::unique_ptr<HelperConnection> connection_;
+};
+
+TEST_F(InstallMediaTest, TheToolsOutputArrivesWhileItRuns) {
+  std::string output, errors;
+  const auto outcome = perform({installer_, volume_}, [&](const Dictionary& message) {
+    for (const auto& [key, value] : message) {
+      if (const auto* data = value.data()) {
+        (key == "ErrorData" ? errors : output).append(data->begin(), data->end());
+      }
+    }
+    if (output.ends_with('\n')) test::plant(scratch_, "volume/arrived");
+  });
+  EXPECT_EQ(outcome, success);
+  EXPECT_EQ(output, "--applicationpath " + installer_ + " --volume " + volume_ +
+                        " --nointeraction PATH=\n");
+  EXPECT_EQ(errors, "done\n");
+}
+
+TEST_F(InstallMediaTest, NothingRunsForAnotherVolumeOrInstaller) {
+  scratch_.folder("volume/folder");
+  struct Case {
+    std::string installer, volume;
+    std::int64_t code;
+  };
+  const auto check = [&](const Case& c) {
+    const auto outcome = perform({c.installer, c.volume}, [](const Dictionary& message) {
+      EXPECT_FALSE(message.contains("OutputData"));
+    });
+    ASSERT_TRUE(outcome) << c.installer << " " << c.volume;
+    EXPECT_EQ(outcome->domain, privilegedOperationErrorDomain);
+    EXPECT_EQ(outcome->code, c.code) << c.volume;
+    const auto* path = stringIn(outcome->userInfo, filePathErrorKey);
+    EXPECT_EQ(path ? *path : "", c.code == 18 ? c.installer : c.volume);
+  };
+  for (const auto& volume : {volume_ + "/", volume_ + "/folder", scratch_.path() + "//volume",
+                             scratch_.path("missing"), std::string()}) {
+    check({installer_, volume, 19});
+  }
+  check({scratch_.path("missing.app"), volume_, 18});
+  test::plant(scratch_, "Install.app/Contents/Resources/added");
+  check({installer_, volume_, 18});
+}
+
+}  // namespace
+}  // namespace qrt
