@@ -18,9 +18,11 @@ class Total {
   std::uint64_t value() const { return parts_[0].value + parts_[1].value; }
 
  private:
-  /// Apart from each other, or the workers' processors would fight for the same line of memory.
-  struct alignas(64) Part {
+  /// Apart from each other, or the workers' processors would fight for the same line of memory. Not
+  /// by alignment, for which systems before macOS 10.14 have no allocator.
+  struct Part {
     std::uint64_t value = 0;
+    std::uint64_t distance[7] = {};
   };
   std::array<Part, 2> parts_;
 };

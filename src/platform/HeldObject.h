@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <utility>
 
 #include "base/Result.h"
@@ -18,7 +19,10 @@ namespace qrt {
 /// read. Thread-safe.
 class HeldObject {
  public:
-  explicit HeldObject(FileDescriptor descriptor) : descriptor_(std::move(descriptor)) {}
+  /// By the object's own descriptor; or, where the system opens no objects of its kind, by that of
+  /// its folder and its name there.
+  explicit HeldObject(FileDescriptor descriptor, std::string name = {})
+      : descriptor_(std::move(descriptor)), name_(std::move(name)) {}
 
   PosixResult<FileStatus> status() const;
 
@@ -28,9 +32,12 @@ class HeldObject {
 
   /// For system calls below this interface.
   int descriptor() const { return descriptor_.get(); }
+  /// Empty when the descriptor is the object's own.
+  const std::string& name() const { return name_; }
 
  private:
   FileDescriptor descriptor_;
+  std::string name_;
 };
 
 }  // namespace qrt

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <thread>
 
 #include "ClientFixture.h"
 #include "operations/PrivilegedOperationError.h"

@@ -15,16 +15,16 @@
 #include "platform/linux/LinuxNvram.h"
 #include "platform/linux/LinuxPreferences.h"
 #include "platform/linux/LinuxProcessTable.h"
-#include "platform/linux/LinuxPropertyLists.h"
 #include "platform/linux/LinuxSMCExchange.h"
-#include "platform/linux/LinuxSelfProcess.h"
 #include "platform/linux/LinuxSystemConfiguration.h"
-#include "platform/linux/LinuxSystemVersionFile.h"
 #include "platform/linux/LinuxTransport.h"
 #include "platform/linux/LinuxVolumes.h"
 #include "platform/linux/SystemdJobControl.h"
+#include "platform/posix/BoundedPropertyLists.h"
 #include "platform/posix/PosixBlockDevices.h"
+#include "platform/posix/PosixSelfProcess.h"
 #include "platform/posix/PosixSubprocess.h"
+#include "platform/posix/PosixSystemVersionFile.h"
 #include "platform/posix/PosixUserDirectory.h"
 #include "protocol/Names.h"
 
@@ -58,12 +58,12 @@ struct NativePlatform::Facilities {
         volumes(root) {}
 
   LinuxLog log;
-  LinuxSelfProcess self;
+  PosixSelfProcess self;
   LinuxFileSystem files;
   LinuxExtendedAttributes extendedAttributes;
   LinuxAccessControl accessControl;
-  LinuxPropertyLists propertyLists;
-  LinuxSystemVersionFile versionFile;
+  BoundedPropertyLists propertyLists;
+  PosixSystemVersionFile versionFile;
   LinuxProcessTable processes;
   PosixUserDirectory users;
   LinuxKernelSettings kernelSettings;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/linux/LinuxPropertyLists.h"
+#include "platform/posix/BoundedPropertyLists.h"
 
 namespace qrt {
 namespace {
@@ -57,7 +57,7 @@ std::optional<ResourceSeal> sealIn(const Dictionary& description) {
 }  // namespace
 
 std::optional<ResourceEnvelope> ResourceEnvelope::read(Bytes propertyList) {
-  const auto list = LinuxPropertyLists().parse(propertyList);
+  const auto list = BoundedPropertyLists().parse(propertyList);
   const auto* dictionary = list ? list->dictionary() : nullptr;
   if (!dictionary) return std::nullopt;
   const bool isNewer = dictionary->contains("files2");

@@ -3,8 +3,8 @@
 #include "base/PathText.h"
 #include "platform/PropertyLists.h"
 #include "platform/linux/LinuxFileSystem.h"
-#include "platform/linux/LinuxPropertyLists.h"
 #include "platform/linux/SealedFile.h"
+#include "platform/posix/BoundedPropertyLists.h"
 
 namespace qrt {
 namespace {
@@ -34,7 +34,7 @@ std::optional<std::string> currentVersion(const Folder& root) {
 }
 
 std::optional<std::string> executableNamed(const Data& infoPlist) {
-  const auto list = LinuxPropertyLists().parse(infoPlist);
+  const auto list = BoundedPropertyLists().parse(infoPlist);
   const auto* info = list ? list->dictionary() : nullptr;
   const auto* name = info ? stringIn(*info, "CFBundleExecutable") : nullptr;
   return name && isPathComponent(*name) ? std::optional(*name) : std::nullopt;

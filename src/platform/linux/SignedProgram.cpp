@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "platform/linux/LinuxPropertyLists.h"
 #include "platform/linux/SealedFile.h"
 #include "platform/linux/SigningBudget.h"
+#include "platform/posix/BoundedPropertyLists.h"
 
 namespace qrt {
 namespace {
@@ -25,7 +25,7 @@ Data cutHash(const CodeDirectory& directory) {
 
 /// The older form of what a signer says about all directories.
 bool listsAll(const Data& propertyList, const std::vector<CodeDirectory>& directories) {
-  const auto list = LinuxPropertyLists().parse(propertyList);
+  const auto list = BoundedPropertyLists().parse(propertyList);
   const auto* dictionary = list ? list->dictionary() : nullptr;
   const auto entry = dictionary ? dictionary->find("cdhashes") : Dictionary::const_iterator();
   const auto* hashes = dictionary && entry != dictionary->end() ? entry->second.array() : nullptr;

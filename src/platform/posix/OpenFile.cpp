@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstddef>
 
+#include "platform/posix/Flush.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
@@ -41,6 +42,6 @@ PosixResult<HeldObject> OpenFile::hold() const {
   return HeldObject(std::move(same));
 }
 
-PosixCode OpenFile::synchronize() { return codeFor(::fsync(descriptor())); }
+PosixCode OpenFile::synchronize() { return codeFor(flushToMedium(descriptor())); }
 
 }  // namespace qrt
