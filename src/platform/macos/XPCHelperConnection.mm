@@ -78,6 +78,11 @@ Outcome XPCHelperConnection::unregisterClientWithPID(std::int32_t identifier) {
   return hasHelperEnded ? success : failure;
 }
 
+void XPCHelperConnection::unregisterClientWithPIDLater(std::int32_t identifier) {
+  // The messages of a connection are taken one after another, also when their sender has gone.
+  [Helper(connection_.remoteObjectProxy) unregisterClientWithPID:identifier];
+}
+
 Result<Data> XPCHelperConnection::createExternalForm() { return authorization_.externalForm(); }
 
 Result<std::unique_ptr<HelperConnection>> XPCHelperConnection::connectWithEndpoint() {
