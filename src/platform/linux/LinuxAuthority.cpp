@@ -46,11 +46,11 @@ Result<std::unique_ptr<Authorization>, AuthorizationStatus> LinuxAuthority::crea
 
 AuthorizationStatus LinuxAuthority::evaluate(const PeerIdentity& process,
                                              const std::string& rightName) {
+  if (process.userID == 0) return AuthorizationStatus::noError;
   const auto definition = rights_.definition(rightName);
   const auto* rule = definition ? definition->string() : nullptr;
   const bool everybodys = rule && *rule == "allow";
-  if (!everybodys && process.userID != 0) return AuthorizationStatus::denied;
-  return AuthorizationStatus::noError;
+  return everybodys ? AuthorizationStatus::noError : AuthorizationStatus::denied;
 }
 
 AuthorizationStatus LinuxAuthority::rightGet(const std::string& name) {
