@@ -4,45 +4,20 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <iostream>
+#include <cstdio>
 
-#include "filesystem/FileSystemOperations.h"
-#include "hardware/HardwareOperations.h"
-#include "operations/OperationHandlers.h"
 #include "operations/PrivilegedOperationError.h"
-#include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "platform/HelperConnection.h"
 #include "platform/NativePlatform.h"
-#include "platform/PropertyLists.h"
-#include "service/EmbeddedPropertyLists.h"
-#include "service/EntryPoint.h"
-#include "support/AppleRootDouble.h"
 #include "support/BundleSigner.h"
 #include "support/DaemonProcess.h"
 #include "support/Mounts.h"
 #include "support/PlantedFile.h"
-#include "support/PlatformDouble.h"
 
 namespace qrt {
 namespace {
 
 constexpr std::uint64_t createInstallmedia = 25;
-
-/// The daemon, but that it takes a test's root for the maker's.
-int serveTrusting(const Data& rootDigest) {
-  const NativePlatform native;
-  test::AppleRootDouble signing(native.facilities().codeSigning, rootDigest);
-  const auto platform = test::platformWith({.codeSigning = &signing}, native.facilities());
-  const auto info = platform.propertyLists.parse(infoPropertyList);
-  const auto registerHandlers = [&](QRTPrivilegedOperationSet& set) {
-    auto& liveSet = dynamic_cast<QRTPrivilegedOperationSetVK2&>(set);
-    registerOperationHandlers(set.handlers(), platform, liveSet);
-    registerFileSystemHandlers(set.handlers(), platform);
-    registerHardwareHandlers(set.handlers(), platform, liveSet);
-  };
-  return EntryPoint{platform, *info->dictionary(), registerHandlers, std::cout, std::cerr}.enter(
-      {});
-}
 
 /// Tells what it was given, and goes on when that has arrived somewhere.
 constexpr const char* tool = R"tool(#!/bin/sh
@@ -67,8 +42,13 @@ class InstallMediaTest : public testing::Test {
         test::plant(scratch_, "Install.app/Contents/Resources/createinstallmedia", tool);
     chmod(path.c_str(), 0755);
     test::signBundle(installer_, chain_, {.team = "K36BKF7T3D"});
-    daemon_.emplace(test::DaemonProcess::Options{
-        .program = [this] { return serveTrusting(chain_.rootDigest()); }});
+    std::string digest;
+    for (const auto byte : chain_.rootDigest()) {
+      char text[3];
+      std::snprintf(text, sizeof text, "%02x", byte);
+      digest += text;
+    }
+    daemon_.emplace(test::DaemonProcess::Options{.command = {"trusting_daemon", digest}});
     auto connection = native_.facilities().helperConnector.connect(daemon_->socketPath());
     ASSERT_TRUE(connection);
     connection_ = std::move(*connection);
