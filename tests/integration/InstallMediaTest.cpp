@@ -1,10 +1,10 @@
 // An installer's own tool, run by the daemon.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <functional>
 
 #include "operations/PrivilegedOperationError.h"
 #include "platform/HelperConnection.h"
@@ -54,13 +54,24 @@ class InstallMediaTest : public testing::Test {
     connection_ = std::move(*connection);
   }
 
-  Outcome perform(const Array& arguments, const FeedbackHandler& receive) {
+  /// Collects what the tool writes and calls `atLine` for each line of it.
+  Outcome perform(const Array& arguments, const std::function<void()>& atLine) {
     const auto form = connection_->createExternalForm();
-    return connection_->performPrivilegedOperation(createInstallmedia, *form, receive, arguments);
+    return connection_->performPrivilegedOperation(
+        createInstallmedia, *form,
+        [&](const Dictionary& message) {
+          for (const auto& [key, value] : message) {
+            const auto* data = value.data();
+            if (!data) continue;
+            (key == "ErrorData" ? errors_ : output_).append(data->begin(), data->end());
+            if (!data->empty() && data->back() == '\n') atLine();
+          }
+        },
+        arguments);
   }
 
   test::ScratchFolder scratch_;
-  std::string volume_, installer_;
+  std::string volume_, installer_, output_, errors_;
   std::optional<test::Mount> mount_;
   test::SigningChain chain_;
   NativePlatform native_;
@@ -69,19 +80,12 @@ class InstallMediaTest : public testing::Test {
 };
 
 TEST_F(InstallMediaTest, TheToolsOutputArrivesWhileItRuns) {
-  std::string output, errors;
-  const auto outcome = perform({installer_, volume_}, [&](const Dictionary& message) {
-    for (const auto& [key, value] : message) {
-      if (const auto* data = value.data()) {
-        (key == "ErrorData" ? errors : output).append(data->begin(), data->end());
-      }
-    }
-    if (output.ends_with('\n')) test::plant(scratch_, "volume/arrived");
-  });
+  const auto outcome =
+      perform({installer_, volume_}, [&] { test::plant(scratch_, "volume/arrived"); });
   EXPECT_EQ(outcome, success);
-  EXPECT_EQ(output, "--applicationpath " + installer_ + " --volume " + volume_ +
-                        " --nointeraction PATH=\n");
-  EXPECT_EQ(errors, "done\n");
+  EXPECT_EQ(output_, "--applicationpath " + installer_ + " --volume " + volume_ +
+                         " --nointeraction PATH=\n");
+  EXPECT_EQ(errors_, "done\n");
 }
 
 TEST_F(InstallMediaTest, NothingRunsForAnotherVolumeOrInstaller) {
@@ -91,9 +95,8 @@ TEST_F(InstallMediaTest, NothingRunsForAnotherVolumeOrInstaller) {
     std::int64_t code;
   };
   const auto check = [&](const Case& c) {
-    const auto outcome = perform({c.installer, c.volume}, [](const Dictionary& message) {
-      EXPECT_FALSE(message.contains("OutputData"));
-    });
+    const auto outcome = perform({c.installer, c.volume}, [] {});
+    EXPECT_EQ(output_ + errors_, "");
     ASSERT_TRUE(outcome) << c.installer << " " << c.volume;
     EXPECT_EQ(outcome->domain, privilegedOperationErrorDomain);
     EXPECT_EQ(outcome->code, c.code) << c.volume;
