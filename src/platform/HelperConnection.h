@@ -31,7 +31,8 @@ class HelperConnection {
   /// the connection may go at once.
   virtual void unregisterClientWithPIDLater(std::int32_t identifier) = 0;
 
-  /// The caller's own authorization in external form.
+  /// The caller's own authorization in external form; POSIX error 1 when the helper cannot tell who
+  /// it is.
   virtual Result<Data> createExternalForm() = 0;
 
   /// Another connection to the same daemon that needs no path.

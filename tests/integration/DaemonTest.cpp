@@ -221,6 +221,7 @@ TEST_F(DaemonTest, APeerWithoutAProcessNumberGetsNoForm) {
   ASSERT_TRUE(reply);
   EXPECT_TRUE(reply->isError);
   EXPECT_EQ(peer.call("getVersionString")->arguments().string(), "1.6");
+  EXPECT_EQ(connect()->createExternalForm().error(), posixError(PosixCode::notPermitted));
 }
 
 TEST_F(DaemonTest, RunningOutOfDescriptorsPasses) {

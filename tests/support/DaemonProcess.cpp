@@ -72,6 +72,13 @@ DaemonProcess::DaemonProcess(const Options& options) {
       execlp("unshare", "unshare", "--pid", "--fork", "--kill-child", program.c_str(),
              static_cast<char*>(nullptr));
     }
+    if (!options.removalTool.empty()) {
+      // In a mount namespace of its own, by the same process.
+      const auto script =
+          "mount --bind " + options.removalTool + " /bin/systemctl && exec " + program;
+      execlp("unshare", "unshare", "--mount", "sh", "-c", script.c_str(),
+             static_cast<char*>(nullptr));
+    }
     std::vector<char*> arguments;
     for (const auto& each : options.command) arguments.push_back(const_cast<char*>(each.c_str()));
     arguments.push_back(nullptr);

@@ -19,6 +19,8 @@ class DaemonProcess {
     unsigned descriptorLimit = 0;
     /// The name of a program of this build and what it is given.
     std::vector<std::string> command = {"com.vantor.system.privilegedhelper-vk2"};
+    /// A program that the daemon finds in place of the system's tool for jobs; empty for none.
+    std::string removalTool = {};
   };
 
   DaemonProcess() : DaemonProcess(Options()) {}

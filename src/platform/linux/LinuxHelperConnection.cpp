@@ -27,6 +27,14 @@ Error connectionError(std::int64_t code, std::string description) {
           {{std::string(localizedDescriptionKey), std::move(description)}}};
 }
 
+/// What the helper's error reply means here.
+Error errorOf(const sd_bus_error& reply) {
+  if (sd_bus_error_has_name(&reply, SD_BUS_ERROR_ACCESS_DENIED) != 0) {
+    return posixError(PosixCode::notPermitted);
+  }
+  return connectionError(connectionInvalid, reply.message);
+}
+
 Error interrupted() {
   return connectionError(connectionInterrupted, "The connection to the helper was interrupted.");
 }
@@ -169,7 +177,7 @@ int LinuxHelperConnection::receiveReply(sd_bus_message* reply, void* context, sd
   pending.wire.noteDispatched();
   pending.arrived = true;
   if (const auto* failure = sd_bus_message_get_error(reply)) {
-    pending.outcome = connectionError(connectionInvalid, failure->message);
+    pending.outcome = errorOf(*failure);
   } else {
     pending.read(pending.wire);
   }
