@@ -15,13 +15,16 @@
 
 namespace {
 
+constexpr std::size_t formSize = 32;
+
 int answer(sd_bus_message* call, void*, sd_bus_error*) {
-  return sd_bus_reply_method_return(call, nullptr);
+  return sd_bus_reply_method_return(call, "sxa{sv}", "", std::int64_t{0}, 0);
 }
 
 [[noreturn]] void serveBare(int socket) {
   static const sd_bus_vtable methods[] = {
-      SD_BUS_VTABLE_START(0), SD_BUS_METHOD("nop", "", "", answer, SD_BUS_VTABLE_UNPRIVILEGED),
+      SD_BUS_VTABLE_START(0),
+      SD_BUS_METHOD("nop", "tayahav", "sxa{sv}", answer, SD_BUS_VTABLE_UNPRIVILEGED),
       SD_BUS_VTABLE_END};
   sd_bus* bus = nullptr;
   sd_id128_t identifier;
@@ -38,7 +41,7 @@ int answer(sd_bus_message* call, void*, sd_bus_error*) {
   }
 }
 
-/// The same client for both: what differs is who answers.
+/// The same client and the same messages for both: what differs is who answers.
 class Client {
  public:
   explicit Client(int socket) {
@@ -54,6 +57,20 @@ class Client {
     sd_bus_message* call = nullptr;
     sd_bus_message_new_method_call(bus_, &call, nullptr, path, interface, member);
     return call;
+  }
+
+  /// One request of a nop; whether it succeeded.
+  bool nop(const char* path, const char* interface, const char* member, const void* form) {
+    auto* call = request(path, interface, member);
+    sd_bus_message_append(call, "t", qrt::operation_code::nop);
+    sd_bus_message_append_array(call, 'y', form, formSize);
+    sd_bus_message_append(call, "ahav", 0, 0);
+    auto* reply = answer(call);
+    const char* domain = "no reply";
+    if (reply) sd_bus_message_read(reply, "s", &domain);
+    const bool succeeded = *domain == 0;
+    sd_bus_message_unref(reply);
+    return succeeded;
   }
 
   /// The reply, which the caller frees, or null.
@@ -75,10 +92,11 @@ void bareCall(benchmark::State& state) {
   if (server == 0) serveBare(pair[0]);
   {
     Client client(pair[1]);
+    const std::uint8_t form[formSize] = {};
     for (auto _ : state) {
-      auto* reply = client.answer(client.request("/bare", "bare.Call", "nop"));
-      if (!reply) state.SkipWithError("the bare call failed");
-      sd_bus_message_unref(reply);
+      if (!client.nop("/bare", "bare.Call", "nop", form)) {
+        state.SkipWithError("the bare call failed");
+      }
     }
   }
   kill(server, SIGKILL);
@@ -105,16 +123,10 @@ void authorizedNop(benchmark::State& state) {
     return state.SkipWithError("the daemon gives no external form");
   }
   for (auto _ : state) {
-    auto* request = client.request(qrt::wire::helperPath, qrt::wire::helperInterface,
-                                   "performPrivilegedOperation");
-    sd_bus_message_append(request, "t", qrt::operation_code::nop);
-    sd_bus_message_append_array(request, 'y', form, size);
-    sd_bus_message_append(request, "ahav", 0, 0);
-    auto* reply = client.answer(request);
-    const char* domain = "no reply";
-    if (reply) sd_bus_message_read(reply, "s", &domain);
-    if (*domain != 0) state.SkipWithError("the request failed");
-    sd_bus_message_unref(reply);
+    if (!client.nop(qrt::wire::helperPath, qrt::wire::helperInterface, "performPrivilegedOperation",
+                    form)) {
+      state.SkipWithError("the request failed");
+    }
   }
   sd_bus_message_unref(sealed);
 }

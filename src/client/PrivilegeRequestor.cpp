@@ -3,6 +3,7 @@
 #include <thread>
 #include <utility>
 
+#include "operations/OperationCatalogue.h"
 #include "operations/QRTPrivilegedOperationSet.h"
 #include "protocol/Names.h"
 
@@ -32,12 +33,16 @@ Result<std::unique_ptr<HelperConnection>> connectAndRegister(HelperConnector& co
   return connection;
 }
 
+bool isBrokenConnection(const Error& error) {
+  constexpr std::int64_t interrupted = 4097;
+  return error.domain == cocoaErrorDomain && error.code == interrupted;
+}
+
 }  // namespace
 
 bool isConnectionFailure(const Error& error) {
-  constexpr std::int64_t interrupted = 4097;
   constexpr std::int64_t invalid = 4099;
-  return error.domain == cocoaErrorDomain && (error.code == interrupted || error.code == invalid);
+  return isBrokenConnection(error) || (error.domain == cocoaErrorDomain && error.code == invalid);
 }
 
 Result<std::unique_ptr<PrivilegeRequestor>> PrivilegeRequestor::connect(
@@ -62,8 +67,11 @@ PrivilegeRequestor::PrivilegeRequestor(std::unique_ptr<HelperConnection> connect
       operations_(operations) {}
 
 PrivilegeRequestor::~PrivilegeRequestor() {
-  // Unregistering could end the daemon under the operation.
-  if (isOperationLeftBehind_) return;
+  if (isOperationLeftBehind_) {
+    // Overtaking the operation could end the daemon under it.
+    connection_->unregisterClientWithPIDLater(processIdentifier_);
+    return;
+  }
   // Nobody is left to be told of a failure.
   static_cast<void>(connection_->unregisterClientWithPID(processIdentifier_));
 }
@@ -86,9 +94,13 @@ Outcome PrivilegeRequestor::perform(const QRTPrivilegedOperation& operation, Arr
   const auto authorization = authorizationData();
   if (!authorization) return authorization.error();
   if (wasInterrupted_) return posixError(PosixCode::interrupted);
+  const auto code = operations_.opCodeForOperation(&operation);
   auto outcome = connection_->performPrivilegedOperation(
-      operations_.opCodeForOperation(&operation), *authorization, handler,
-      withMetadata(presentation, std::move(arguments)));
+      code, *authorization, handler, withMetadata(presentation, std::move(arguments)));
+  // A daemon that has removed itself ends without a reply.
+  if (code == operation_code::performUninstall && outcome && isBrokenConnection(*outcome)) {
+    return success;
+  }
   isOperationLeftBehind_ =
       wasInterrupted_ && outcome && isPosixError(*outcome, PosixCode::interrupted);
   return outcome;

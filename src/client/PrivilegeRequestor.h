@@ -45,7 +45,7 @@ class PrivilegeRequestor {
       HelperConnector& connector, const std::string& address, std::int32_t processIdentifier,
       const QRTPrivilegedOperationSet& operations, RegistrationPatience patience = {});
 
-  /// Unregisters, so that the daemon can end, unless it still performs an operation for us.
+  /// Unregisters, so that the daemon can end; an operation that was left behind is finished first.
   ~PrivilegeRequestor();
   PrivilegeRequestor(const PrivilegeRequestor&) = delete;
   PrivilegeRequestor& operator=(const PrivilegeRequestor&) = delete;
@@ -64,7 +64,7 @@ class PrivilegeRequestor {
                   const FeedbackHandler& handler = {});
 
   /// Makes the waiting call, or else the next one, return POSIX error 4. The daemon finishes the
-  /// operation; to let it, this process stays registered. Async-signal-safe.
+  /// operation. Async-signal-safe.
   void interrupt();
   bool wasInterrupted() const;
 

@@ -27,8 +27,12 @@ class HelperConnection {
   virtual Outcome registerClientWithPID(std::int32_t identifier) = 0;
   /// The daemon may end instead of replying; that is success as well.
   virtual Outcome unregisterClientWithPID(std::int32_t identifier) = 0;
+  /// The same behind an interrupted call, which the daemon finishes first. Nobody waits for it, and
+  /// the connection may go at once.
+  virtual void unregisterClientWithPIDLater(std::int32_t identifier) = 0;
 
-  /// The caller's own authorization in external form.
+  /// The caller's own authorization in external form; POSIX error 1 when the helper cannot tell who
+  /// it is.
   virtual Result<Data> createExternalForm() = 0;
 
   /// Another connection to the same daemon that needs no path.

@@ -193,7 +193,7 @@ TEST_F(ClientTest, AnInterruptionSaysThatTheOperationGoesOn) {
             "qrtctl delete-foldercontents: Interrupted.\n"
             "The operation goes on in the privileged helper.\n");
   // Unregistering could end the daemon under the operation.
-  EXPECT_EQ(helper.calls.back(), "perform 4");
+  EXPECT_EQ(helper.calls.back(), "unregister later 42");
 
   EXPECT_EQ(run({"--json", "delete-foldercontents", "/a"}), 130);
   EXPECT_THAT(terminal.output(),
@@ -246,7 +246,7 @@ TEST_F(ClientTest, StopsWhenNobodyReadsItsOutput) {
   helper.feedback = {outputMessage(bytes("a")), outputMessage(bytes("b"))};
   terminal.deaf = {StandardStream::output};
   EXPECT_EQ(run({"delete-foldercontents", "/a"}), 1);
-  EXPECT_EQ(helper.calls.back(), "perform 4");
+  EXPECT_EQ(helper.calls.back(), "unregister later 42");
   EXPECT_EQ(run({"version"}), 1);
   EXPECT_EQ(run({"--help"}), 1);
 }

@@ -71,6 +71,15 @@ TEST_F(PrivilegeRequestorTest, NeverRepeatsARequest) {
   EXPECT_THAT(helper.calls, ElementsAre("createExternalForm", "perform 3"));
 }
 
+TEST_F(PrivilegeRequestorTest, ADaemonThatRemovesItselfDoesNotReply) {
+  helper.answer = FakeHelper::brokenConnection();
+  auto requestor = connect();
+  EXPECT_EQ((*requestor)->perform("perform-uninstall", {ownIdentifier, "/a", "/b"}), success);
+  helper.answer = FakeHelper::invalidConnection();
+  EXPECT_EQ((*requestor)->perform("perform-uninstall", {ownIdentifier, "/a", "/b"}),
+            FakeHelper::invalidConnection());
+}
+
 TEST_F(PrivilegeRequestorTest, WithoutAnAuthorizationNothingIsPerformed) {
   helper.externalFormFailure = posixError(PosixCode::permissionDenied);
   auto requestor = connect();
@@ -105,7 +114,7 @@ TEST_F(PrivilegeRequestorTest, AnOperationOutsideTheCatalogueIsRefusedHere) {
   EXPECT_EQ(helper.calls.back(), "register 42");
 }
 
-TEST_F(PrivilegeRequestorTest, StaysRegisteredForAnOperationThatGoesOnWithoutIt) {
+TEST_F(PrivilegeRequestorTest, LeavesBehindAnOperationThatGoesOnWithoutIt) {
   {
     auto requestor = connect();
     helper.whileItRuns = [&] { (*requestor)->interrupt(); };
@@ -114,8 +123,8 @@ TEST_F(PrivilegeRequestorTest, StaysRegisteredForAnOperationThatGoesOnWithoutIt)
     // Whoever was interrupted starts nothing more.
     EXPECT_EQ((*requestor)->perform("nop", {}), posixError(PosixCode::interrupted));
   }
-  EXPECT_THAT(helper.calls,
-              ElementsAre("connect /socket", "register 42", "createExternalForm", "perform 9998"));
+  EXPECT_THAT(helper.calls, ElementsAre("connect /socket", "register 42", "createExternalForm",
+                                        "perform 9998", "unregister later 42"));
 }
 
 TEST_F(PrivilegeRequestorTest, AnInterruptionBetweenOperationsLeavesNothingBehind) {

@@ -221,6 +221,7 @@ TEST_F(DaemonTest, APeerWithoutAProcessNumberGetsNoForm) {
   ASSERT_TRUE(reply);
   EXPECT_TRUE(reply->isError);
   EXPECT_EQ(peer.call("getVersionString")->arguments().string(), "1.6");
+  EXPECT_EQ(connect()->createExternalForm().error(), posixError(PosixCode::notPermitted));
 }
 
 TEST_F(DaemonTest, RunningOutOfDescriptorsPasses) {
@@ -344,6 +345,23 @@ TEST_F(DaemonTest, ARequestorThatNeverReadsHoldsUpNothing) {
   EXPECT_EQ(access((base + "/19999/file").c_str(), F_OK), -1);
   // The request itself is about a megabyte and half as values.
   EXPECT_TRUE(test::isInstrumented || memory() - before < 4 << 10) << memory() - before;
+}
+
+TEST_F(DaemonTest, EndsWithTheOperationThatItsLastClientLeftBehind) {
+  const auto base = makeFolders(*daemon_, "tree", 5'000);
+  Array folders;
+  for (int i = 0; i < 5'000; ++i) folders.emplace_back(base + "/" + std::to_string(i));
+  auto connection = connect();
+  ASSERT_EQ(connection->registerClientWithPID(getpid()), success);
+  const auto form = connection->createExternalForm();
+  const auto outcome = connection->performPrivilegedOperation(
+      deleteFoldercontents, *form, [&](const Dictionary&) { connection->interrupt(); }, folders);
+  EXPECT_EQ(outcome, posixError(PosixCode::interrupted));
+  connection->unregisterClientWithPIDLater(getpid());
+  connection.reset();
+  EXPECT_EQ(access((base + "/4999/file").c_str(), F_OK), 0) << "it was over too soon";
+  EXPECT_EQ(daemon_->waitForEnd(), 0);
+  EXPECT_EQ(access((base + "/4999/file").c_str(), F_OK), -1);
 }
 
 TEST_F(DaemonTest, OperationsAtTheSameTimeKeepTheirFeedbackApart) {

@@ -12,6 +12,7 @@
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "service/ClientRegistry.h"
 #include "service/ObjectRemoval.h"
+#include "support/KillAtEveryCall.h"
 #include "support/ScratchFolder.h"
 
 namespace qrt {
@@ -126,6 +127,36 @@ TEST_F(SelfUninstallTest, AToolThatFailsOrCannotBeLaunchedIsLoggedOnly) {
   EXPECT_THROW(uninstall(program_, job_).has_value(), Ended);
   EXPECT_EQ(doubles_.log.lines().back().text,
             "Removal from Launch Services management failed with error code -1.");
+}
+
+TEST_F(SelfUninstallTest, AKillLeavesAllOrWhatASecondRequestFinishes) {
+  bool wasUntouched = false;
+  bool wasFinished = false;
+  const auto prepare = [&] {
+    for (const auto& path : {program_, job_}) std::ofstream(path) << "installed";
+    unlink(called_.c_str());
+  };
+  const auto request = [&] {
+    try {
+      static_cast<void>(uninstall(program_, job_));
+    } catch (const Ended&) {
+    }
+  };
+  const auto check = [&](int stop) {
+    SCOPED_TRACE(stop);
+    if (test::exists(program_)) {
+      EXPECT_TRUE(isUntouched());
+      wasUntouched = true;
+      return;
+    }
+    prepare();
+    request();
+    EXPECT_FALSE(test::exists(program_) || test::exists(job_));
+    EXPECT_TRUE(test::exists(called_));
+    wasFinished = true;
+  };
+  EXPECT_GT(test::killAtEveryCall(prepare, request, check), 10);
+  EXPECT_TRUE(wasUntouched && wasFinished);
 }
 
 TEST_F(SelfUninstallTest, RemovesSingleObjects) {

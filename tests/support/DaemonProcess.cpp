@@ -72,6 +72,13 @@ DaemonProcess::DaemonProcess(const Options& options) {
       execlp("unshare", "unshare", "--pid", "--fork", "--kill-child", program.c_str(),
              static_cast<char*>(nullptr));
     }
+    if (!options.removalTool.empty()) {
+      // In a mount namespace of its own, by the same process.
+      const auto script =
+          "mount --bind " + options.removalTool + " /bin/systemctl && exec " + program;
+      execlp("unshare", "unshare", "--mount", "sh", "-c", script.c_str(),
+             static_cast<char*>(nullptr));
+    }
     execl(program.c_str(), program.c_str(), static_cast<char*>(nullptr));
     _exit(127);
   }

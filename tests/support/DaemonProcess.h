@@ -15,6 +15,8 @@ class DaemonProcess {
     bool isInPidNamespaceOfItsOwn = false;
     /// The most descriptors it can raise its limit to; 0 leaves it as it is.
     unsigned descriptorLimit = 0;
+    /// A program that the daemon finds in place of the system's tool for jobs; empty for none.
+    std::string removalTool = {};
   };
 
   DaemonProcess() : DaemonProcess(Options()) {}

@@ -63,6 +63,9 @@ class FakeHelper : public HelperConnector {
       helper_.calls.push_back("unregister " + std::to_string(identifier));
       return success;
     }
+    void unregisterClientWithPIDLater(std::int32_t identifier) override {
+      helper_.calls.push_back("unregister later " + std::to_string(identifier));
+    }
     Result<Data> createExternalForm() override {
       helper_.calls.push_back("createExternalForm");
       if (helper_.externalFormFailure) return *helper_.externalFormFailure;

@@ -18,10 +18,10 @@ const std::vector<OperationArguments>& operationArguments() {
   static const std::vector<OperationArguments> table = {
       {"nop", available},
       {"discard-auth", available},
-      {"delete-files", later,
+      {"delete-files", available,
        {{"PATH", path, "Object to delete", oneOrMore}}},
       {"prepare-uninstall", available},
-      {"perform-uninstall", later,
+      {"perform-uninstall", available,
        {{"", ownProcess},
         {"EXECUTABLE", path, "Installed program"},
         {"JOB", path, "Installed job description"}}},

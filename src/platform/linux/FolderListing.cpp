@@ -2,6 +2,8 @@
 #include <unistd.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <limits>
 
 #include "platform/Folder.h"
 #include "platform/posix/NativeError.h"
@@ -15,13 +17,23 @@ struct Folder::Listing {
 
   std::size_t position = 0;
   std::size_t filled = 0;
+  /// Where the file system goes on behind the last record that was taken.
+  off64_t nextOffset = 0;
   alignas(dirent64) std::byte records[capacity];
 
   bool isConsumed() const { return position == filled; }
 
+  /// Most file systems go on at the largest offset there is, of 32 or 64 bits, when nothing follows.
+  /// That saves asking them once more.
+  bool isKnownToHaveEnded() const {
+    return nextOffset == std::numeric_limits<std::int32_t>::max() ||
+           nextOffset == std::numeric_limits<std::int64_t>::max();
+  }
+
   const dirent64& take() {
     const auto* record = reinterpret_cast<const dirent64*>(records + position);
     position += record->d_reclen;
+    nextOffset = record->d_off;
     return *record;
   }
 };
@@ -55,6 +67,7 @@ PosixResult<std::optional<FolderEntry>> Folder::next() {
   if (!listing_) listing_.reset(new Listing);
   for (;;) {
     if (listing_->isConsumed()) {
+      if (listing_->isKnownToHaveEnded()) return std::optional<FolderEntry>();
       const auto count = ::getdents64(descriptor(), listing_->records, Listing::capacity);
       if (count < 0) return lastError();
       if (count == 0) return std::optional<FolderEntry>();

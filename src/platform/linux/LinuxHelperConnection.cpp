@@ -27,6 +27,14 @@ Error connectionError(std::int64_t code, std::string description) {
           {{std::string(localizedDescriptionKey), std::move(description)}}};
 }
 
+/// What the helper's error reply means here.
+Error errorOf(const sd_bus_error& reply) {
+  if (sd_bus_error_has_name(&reply, SD_BUS_ERROR_ACCESS_DENIED) != 0) {
+    return posixError(PosixCode::notPermitted);
+  }
+  return connectionError(connectionInvalid, reply.message);
+}
+
 Error interrupted() {
   return connectionError(connectionInterrupted, "The connection to the helper was interrupted.");
 }
@@ -55,6 +63,14 @@ class LinuxHelperConnection : public HelperConnection {
         call(wire::helperInterface, "unregisterClientWithPID", with(identifier), ignoreReply);
     const bool helperEnded = failure && failure->code == connectionInterrupted;
     return helperEnded ? success : failure;
+  }
+
+  void unregisterClientWithPIDLater(std::int32_t identifier) override {
+    const auto message =
+        callMessage(wire::helperInterface, "unregisterClientWithPID", with(identifier));
+    if (!message) return;
+    sd_bus_message_set_expect_reply(message.get(), 0);
+    sd_bus_send(wire_->bus(), message.get(), nullptr);
   }
 
   Result<Data> createExternalForm() override {
@@ -100,6 +116,11 @@ class LinuxHelperConnection : public HelperConnection {
       return sd_bus_message_append_basic(call, 'i', &identifier);
     };
   }
+
+  using Message = std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
+
+  /// Null when it cannot be made.
+  Message callMessage(const char* interface, const char* method, const ArgumentWriter& write);
 
   static int receiveReply(sd_bus_message* reply, void* context, sd_bus_error*);
   Outcome call(const char* interface, const char* method, const ArgumentWriter& write,
@@ -156,29 +177,36 @@ int LinuxHelperConnection::receiveReply(sd_bus_message* reply, void* context, sd
   pending.wire.noteDispatched();
   pending.arrived = true;
   if (const auto* failure = sd_bus_message_get_error(reply)) {
-    pending.outcome = connectionError(connectionInvalid, failure->message);
+    pending.outcome = errorOf(*failure);
   } else {
     pending.read(pending.wire);
   }
   return 1;
 }
 
+LinuxHelperConnection::Message LinuxHelperConnection::callMessage(const char* interface,
+                                                                  const char* method,
+                                                                  const ArgumentWriter& write) {
+  sd_bus_message* made = nullptr;
+  const int result = sd_bus_message_new_method_call(wire_->bus(), &made, nullptr, wire::helperPath,
+                                                    interface, method);
+  Message message(made, sd_bus_message_unref);
+  if (result < 0 || write(made) < 0) message.reset();
+  return message;
+}
+
 Outcome LinuxHelperConnection::call(const char* interface, const char* method,
                                     const ArgumentWriter& write, const ReplyReader& read,
                                     WireConnection* feedback) {
+  constexpr auto noTimeLimit = std::numeric_limits<std::uint64_t>::max();
   PendingReply pending{*wire_, read, success};
-  sd_bus_message* message = nullptr;
+  const auto message = callMessage(interface, method, write);
+  if (!message) return interrupted();
   sd_bus_slot* slot = nullptr;
-  int result = sd_bus_message_new_method_call(wire_->bus(), &message, nullptr, wire::helperPath,
-                                              interface, method);
-  if (result >= 0) result = write(message);
-  if (result >= 0) {
-    constexpr auto noTimeLimit = std::numeric_limits<std::uint64_t>::max();
-    result = sd_bus_call_async(wire_->bus(), &slot, message, receiveReply, &pending, noTimeLimit);
-  }
-  sd_bus_message_unref(message);
-  Outcome outcome = interrupted();
-  if (result >= 0) outcome = wait(pending, feedback);
+  const int result =
+      sd_bus_call_async(wire_->bus(), &slot, message.get(), receiveReply, &pending, noTimeLimit);
+  if (result < 0) return interrupted();
+  auto outcome = wait(pending, feedback);
   sd_bus_slot_unref(slot);
   return outcome;
 }

@@ -5,6 +5,7 @@
 #include <systemd/sd-journal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "base/Utf8.h"
@@ -31,6 +32,8 @@ bool isControl(char32_t character) {
   return character < 0x20 || (character >= 0x7f && character < 0xa0);
 }
 
+bool isPlain(char c) { return c >= 0x20 && c < 0x7f; }
+
 void appendEscaped(std::string& line, std::string_view bytes) {
   constexpr const char* digits = "0123456789abcdef";
   for (const char c : bytes) {
@@ -41,7 +44,10 @@ void appendEscaped(std::string& line, std::string_view bytes) {
 
 /// Whole characters only, at most `limit` bytes.
 std::string printable(std::string_view text, std::size_t limit) {
-  std::string line;
+  const auto special = std::find_if_not(text.begin(), text.end(), isPlain);
+  const auto plain = std::min(static_cast<std::size_t>(special - text.begin()), limit);
+  std::string line(text.substr(0, plain));
+  text.remove_prefix(plain);
   while (!text.empty()) {
     const auto character = firstUtf8Character(text);
     const auto bytes = text.substr(0, std::max<std::size_t>(character.length, 1));

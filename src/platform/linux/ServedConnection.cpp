@@ -90,6 +90,9 @@ struct ServedConnection::Methods {
     const auto outcome = self(context).object_.performPrivilegedOperation(
         code, authorizationData, endpointIndexes.empty() ? nullptr : &endpoint,
         std::move(arguments));
+    // A reply that cannot be sent would be the connection's end, and unread what the requestor may
+    // have sent behind the call before it left.
+    if (wire.hasPeerLeft()) return 1;
     return reply(call,
                  [&](sd_bus_message* answer) { return wire::appendOutcome(answer, outcome); });
   }
@@ -178,9 +181,11 @@ void ServedConnection::run() {
   currentPeer = &peer_;
   if (!wire_->handshake()) return;
   for (;;) {
+    const auto progress = wire_->step(WireConnection::Patience::untilMessage);
+    if (progress == WireConnection::Progress::closed) return;
+    if (progress == WireConnection::Progress::made) continue;
     pollfd waiting{wire_->socket(), wire_->pollEvents(), 0};
     if (poll(&waiting, 1, -1) < 0 && errno != EINTR) return;
-    if (wire_->step() == WireConnection::Progress::closed) return;
   }
 }
 

@@ -39,8 +39,6 @@ PosixResult<std::unique_ptr<WireConnection>> WireConnection::make(FileDescriptor
   std::unique_ptr<WireConnection> connection(new WireConnection);
   connection->feed_.reset(pair[0]);
   FileDescriptor input(pair[1]);
-  const int status = fcntl(socket.get(), F_GETFL);
-  if (status < 0 || fcntl(socket.get(), F_SETFL, status | O_NONBLOCK) < 0) return lastError();
   FileDescriptor output(fcntl(socket.get(), F_DUPFD_CLOEXEC, 3));
   if (!output) return lastError();
   connection->socket_ = std::move(socket);
@@ -62,6 +60,11 @@ PosixResult<std::unique_ptr<WireConnection>> WireConnection::make(FileDescriptor
   input.release();  // libsystemd's from here on.
   output.release();
   if (result = sd_bus_start(bus); result < 0) return contractCode(-result);
+  // It made the socket one that never blocks, which its own calls do not depend on.
+  const int status = fcntl(connection->socket(), F_GETFL);
+  if (status < 0 || fcntl(connection->socket(), F_SETFL, status & ~O_NONBLOCK) < 0) {
+    return lastError();
+  }
   setsockopt(connection->socket(), SOL_SOCKET, SO_SNDBUF, &sendBufferBytes, sizeof sendBufferBytes);
   return connection;
 }
@@ -71,6 +74,11 @@ WireConnection::~WireConnection() { sd_bus_close_unref(bus_); }
 bool WireConnection::hasQueuedOutput() const {
   std::uint64_t waiting = 0;
   return sd_bus_get_n_queued_write(bus_, &waiting) >= 0 && waiting > 0;
+}
+
+bool WireConnection::hasPeerLeft() const {
+  pollfd peer{socket(), 0, 0};
+  return poll(&peer, 1, 0) == 1 && (peer.revents & POLLHUP) != 0;
 }
 
 short WireConnection::pollEvents() const {
@@ -104,14 +112,14 @@ bool WireConnection::handshake() {
   return true;
 }
 
-WireConnection::Progress WireConnection::step() {
+WireConnection::Progress WireConnection::step(Patience patience) {
   dispatched_ = false;
   if (hasQueuedOutput()) {
     if (!process()) return Progress::closed;
     if (hasQueuedOutput()) return Progress::waits;
   }
   const bool isHandshake = !isReady();
-  const auto read = isHandshake ? readHandshakeLine() : readMessage();
+  const auto read = isHandshake ? readHandshakeLine() : readMessage(patience);
   if (read == Read::waits) return Progress::waits;
   if (read == Read::failed) return Progress::closed;
 
@@ -127,30 +135,32 @@ WireConnection::Progress WireConnection::step() {
 /// Takes exactly one line from the socket, so that the first message stays behind the handshake.
 WireConnection::Read WireConnection::readHandshakeLine() {
   char window[1024];
-  const auto seen = recv(socket(), window, sizeof window, MSG_PEEK);
+  const auto seen = recv(socket(), window, sizeof window, MSG_PEEK | MSG_DONTWAIT);
   if (seen < 0) return errno == EAGAIN || errno == EINTR ? Read::waits : Read::failed;
   const auto* end = static_cast<const char*>(memchr(window, '\n', static_cast<std::size_t>(seen)));
   const auto length =
       end ? static_cast<std::size_t>(end + 1 - window) : static_cast<std::size_t>(seen);
   handshakeBytes_ += length;
   if (length == 0 || handshakeBytes_ > maximumHandshakeBytes) return Read::failed;
-  return receive(length);
+  return receive(length, MSG_DONTWAIT);
 }
 
-WireConnection::Read WireConnection::readMessage() {
+WireConnection::Read WireConnection::readMessage(Patience patience) {
   if (received_.size() < MessageFrame::prefixLength) {
-    if (const auto read = receive(MessageFrame::prefixLength); read != Read::complete) return read;
+    const bool maySleep = patience == Patience::untilMessage && received_.empty();
+    const auto read = receive(MessageFrame::prefixLength, maySleep ? 0 : MSG_DONTWAIT);
+    if (read != Read::complete) return read;
     const auto frame =
         MessageFrame::parse(std::span(received_).first<MessageFrame::prefixLength>());
     if (!frame) return Read::failed;
     frame_ = *frame;
   }
-  return receive(frame_.length());
+  return receive(frame_.length(), MSG_DONTWAIT);
 }
 
 /// Reads until `received_` holds `wanted` bytes. Memory grows with what arrives, not with what a
 /// header announces.
-WireConnection::Read WireConnection::receive(std::size_t wanted) {
+WireConnection::Read WireConnection::receive(std::size_t wanted, int flags) {
   while (received_.size() < wanted) {
     const auto before = received_.size();
     received_.resize(before + std::min(wanted - before, std::max(before, smallestRead)));
@@ -161,7 +171,7 @@ WireConnection::Read WireConnection::receive(std::size_t wanted) {
     header.msg_iovlen = 1;
     header.msg_control = control;
     header.msg_controllen = sizeof control;
-    const auto count = recvmsg(socket(), &header, MSG_CMSG_CLOEXEC | MSG_DONTWAIT);
+    const auto count = recvmsg(socket(), &header, MSG_CMSG_CLOEXEC | flags);
     received_.resize(before + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return errno == EAGAIN ? Read::waits : Read::failed;

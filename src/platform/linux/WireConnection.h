@@ -30,6 +30,8 @@ class WireConnection {
     waits,   ///< Nothing to do before the socket is ready for `pollEvents()`.
     closed,  ///< The peer left or sent what is no D-Bus message.
   };
+  /// Whether a step may sleep until the next message begins to arrive.
+  enum class Patience { none, untilMessage };
   static constexpr std::chrono::seconds handshakeLimit{5};
 
   /// `socket` must be a connected stream socket.
@@ -40,7 +42,10 @@ class WireConnection {
   bool handshake();
 
   /// Writes what waits, reads and dispatches at most one message, or one line of the handshake.
-  Progress step();
+  Progress step(Patience patience = Patience::none);
+
+  /// Whether nobody is left to read replies. What the peer sent before it left can still be read.
+  bool hasPeerLeft() const;
 
   int socket() const { return socket_.get(); }
   short pollEvents() const;
@@ -64,9 +69,9 @@ class WireConnection {
 
   enum class Read { complete, waits, failed };
   bool isReady() const;
-  Read readMessage();
+  Read readMessage(Patience patience);
   Read readHandshakeLine();
-  Read receive(std::size_t wanted);
+  Read receive(std::size_t wanted, int flags);
   bool collectDescriptors(msghdr& header);
   bool feed();
   bool process();
