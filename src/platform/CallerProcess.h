@@ -23,6 +23,8 @@ class CallerProcess {
   class TextAgent {
    public:
     virtual ~TextAgent() = default;
+    /// Gives up the question that is being asked. Async-signal-safe.
+    virtual void dismiss() = 0;
   };
 
   virtual ~CallerProcess() = default;

@@ -223,6 +223,18 @@ TEST_F(ClientTest, AsksForPasswordsItselfWhenNobodyElseDoes) {
   EXPECT_EQ(run({"touch-fileobject", "/a"}), 0);
   EXPECT_EQ(std::count(helper.calls.begin(), helper.calls.end(), "perform 6"), 2);
 
+  // Interrupted at the question: the daemon tells what became of it, and is left in order.
+  helper.whileItRuns = [&, attempt = 0]() mutable {
+    helper.answer = needsDialog;
+    if (attempt++ == 0) return;
+    caller.interrupt();
+    helper.answer = posixError(PosixCode::notPermitted);
+  };
+  EXPECT_EQ(run({"touch-fileobject", "/a"}), 130);
+  EXPECT_TRUE(caller.wasAgentDismissed);
+  EXPECT_THAT(terminal.errors(), testing::HasSubstr("Nothing was done."));
+  EXPECT_EQ(helper.calls.back(), "unregister 42");
+
   // Anything else is an answer.
   caller.agentsAskedFor = 0;
   helper.whileItRuns = nullptr;

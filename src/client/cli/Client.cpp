@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <utility>
 #include <variant>
@@ -27,6 +28,10 @@ namespace {
 bool needsDialog(const Error& error) {
   return error.domain == osStatusErrorDomain &&
          error.code == number(AuthorizationStatus::interactionNotAllowed);
+}
+
+bool isRefusal(const Error& error) {
+  return isPosixError(error, PosixCode::notPermitted) || isPosixError(error, PosixCode::canceled);
 }
 
 class Client {
@@ -75,10 +80,11 @@ class Client {
     auto requestor = connect();
     if (!requestor) return fail(requestor.error());
     const auto interruption =
-        surroundings_.caller.catchInterruptions([&] { (*requestor)->interrupt(); });
+        surroundings_.caller.catchInterruptions([&] { interrupt(**requestor); });
     bool isRead = true;
     const auto handler = [&](const Dictionary& message) {
       if (!isRead) return;
+      agent_ = nullptr;  // What sends feedback was authorized.
       isRead = presenter_->showFeedback(message);
       // Nobody waits for the result any more either.
       if (!isRead) (*requestor)->interrupt();
@@ -102,8 +108,21 @@ class Client {
     if (!outcome || !needsDialog(*outcome)) return outcome;
     const auto agent = surroundings_.caller.startTextAgent();
     if (!agent) return outcome;
-    wasAgentAsked_ = true;
-    return attempt();
+    agent_ = agent.get();
+    outcome = attempt();
+    agent_ = nullptr;
+    return outcome;
+  }
+
+  /// In a signal handler. While somebody is asked for a password, only the question is given up:
+  /// the daemon's answer to that is better than not to know what it does.
+  void interrupt(PrivilegeRequestor& requestor) {
+    wasInterrupted_ = true;
+    if (auto* const agent = agent_.exchange(nullptr)) {
+      agent->dismiss();
+    } else {
+      requestor.interrupt();
+    }
   }
 
   ExitStatus conclude(const Outcome& outcome, bool wasInterrupted) {
@@ -111,10 +130,11 @@ class Client {
     if (outcome->code == 0) return status(presenter_->showAnswer(outcome->userInfo));
     if (wasInterrupted && isPosixError(*outcome, PosixCode::interrupted)) {
       fail(describedError(PosixCode::interrupted, "Interrupted.",
-                          wasAgentAsked_
-                              ? "If it was authorized, the operation goes on in the privileged "
-                                "helper."
-                              : "The operation goes on in the privileged helper."));
+                          "The operation goes on in the privileged helper."));
+      return ExitStatus::interrupted;
+    }
+    if (wasInterrupted_ && isRefusal(*outcome)) {
+      fail(describedError(PosixCode::interrupted, "Interrupted.", "Nothing was done."));
       return ExitStatus::interrupted;
     }
     return fail(*outcome);
@@ -170,7 +190,10 @@ class Client {
   const ClientSurroundings& surroundings_;
   const QRTPrivilegedOperationSet& operations_;
   bool isJson_ = false;
-  bool wasAgentAsked_ = false;
+  std::atomic<bool> wasInterrupted_ = false;
+  /// Asks for passwords at the moment; null when nobody does.
+  std::atomic<CallerProcess::TextAgent*> agent_ = nullptr;
+  static_assert(decltype(agent_)::is_always_lock_free);
   Command command_;
   std::unique_ptr<Presenter> presenter_;
 };

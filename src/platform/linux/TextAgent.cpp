@@ -95,6 +95,8 @@ class PolkitTextAgent : public CallerProcess::TextAgent {
     return process_ > 0 && poll(&ready, 1, millisecondsUntilReady) == 1 && !hasEnded();
   }
 
+  void dismiss() override { kill(process_, SIGTERM); }
+
  private:
   bool hasEnded() {
     if (waitpid(process_, nullptr, WNOHANG) == 0) return false;
