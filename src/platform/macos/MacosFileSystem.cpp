@@ -27,6 +27,19 @@ static_assert(file_flag::noUnlink == SF_NOUNLINK);
 
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
 
+/// One of the common attributes, by a value of its type.
+template <class Value>
+PosixCode setAttribute(FileAt object, Links links, attrgroup_t attribute, Value value) {
+  attrlist list{};
+  list.bitmapcount = ATTR_BIT_MAP_COUNT;
+  list.commonattr = attribute;
+  const auto code =
+      codeFor(::setattrlistat(object.folder.descriptor(), object.name, &list, &value, sizeof value,
+                              links == Links::stay ? FSOPT_NOFOLLOW : 0));
+  // What a file system cannot keep is told like this, by this call alone.
+  return code == PosixCode::invalidArgument ? PosixCode::notSupported : code;
+}
+
 /// True when two names mean one entry of a folder, which happens where case does not count.
 bool areOneEntry(const FileStatus& a, const FileStatus& b) {
   const bool hasOneName = a.isFolder() || a.linkCount == 1;
@@ -81,14 +94,7 @@ PosixCode MacosFileSystem::setFlags(FileAt object, Links links, const FileStatus
   if (wanted == current.flags && sharesMountOfFolder && !object.folder.isReadOnly()) {
     return PosixCode::success;
   }
-  attrlist flags{};
-  flags.bitmapcount = ATTR_BIT_MAP_COUNT;
-  flags.commonattr = ATTR_CMN_FLAGS;
-  const unsigned options = links == Links::stay ? FSOPT_NOFOLLOW : 0;
-  const auto code = codeFor(::setattrlistat(object.folder.descriptor(), object.name, &flags,
-                                            &wanted, sizeof wanted, options));
-  // What a file system cannot keep is told like this, by this call alone.
-  return code == PosixCode::invalidArgument ? PosixCode::notSupported : code;
+  return setAttribute(object, links, ATTR_CMN_FLAGS, wanted);
 }
 
 PosixResult<Data> MacosFileSystem::readFile(FileAt object, std::size_t limit) {
@@ -145,6 +151,15 @@ PosixCode MacosFileSystem::copyTimes(FileAt from, FileAt to) {
   }
   const timespec times[] = {status.st_atimespec, status.st_mtimespec};
   return codeFor(::utimensat(to.folder.descriptor(), to.name, times, AT_SYMLINK_NOFOLLOW));
+}
+
+PosixCode MacosFileSystem::copyCreationTime(FileAt from, FileAt to) {
+  struct stat status;
+  if (::fstatat(from.folder.descriptor(), from.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return lastError();
+  }
+  const auto code = setAttribute(to, Links::stay, ATTR_CMN_CRTIME, status.st_birthtimespec);
+  return code == PosixCode::notSupported ? PosixCode::success : code;
 }
 
 PosixCode MacosFileSystem::copyContents(FileAt from, OpenFile& to) {
