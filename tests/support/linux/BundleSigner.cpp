@@ -10,7 +10,7 @@
 #include <map>
 #include <stdexcept>
 
-#include "platform/linux/LinuxPropertyLists.h"
+#include "platform/posix/BoundedPropertyLists.h"
 
 namespace qrt::test {
 namespace {
@@ -110,7 +110,7 @@ std::vector<SignedAttribute> attributesFor(const std::vector<Data>& directories,
     list.emplace_back(cut(hashOf(options.digests[i], directories[i])));
   }
   if (options.listsDirectories) {
-    const auto xml = LinuxPropertyLists().xml(Dictionary{{"cdhashes", list}});
+    const auto xml = BoundedPropertyLists().xml(Dictionary{{"cdhashes", list}});
     attributes.push_back({"1.2.840.113635.100.9.1", Data(xml->begin(), xml->end())});
   }
   for (std::size_t i = 0; options.listsDirectoryDigests && i < directories.size(); ++i) {
@@ -178,7 +178,7 @@ void writeAll(const std::string& path, const Data& bytes) {
 }
 
 void writeList(const std::string& path, const PropertyValue& value) {
-  const auto xml = LinuxPropertyLists().xml(value);
+  const auto xml = BoundedPropertyLists().xml(value);
   writeAll(path, Data(xml->begin(), xml->end()));
 }
 
