@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <string_view>
+
 #include "platform/NativeFileSystem.h"
 #include "platform/macos/ObjectHandle.h"
 #include "platform/macos/ObjectStatus.h"
@@ -54,6 +56,15 @@ PosixResult<HeldObject> heldIn(const Folder& folder, const std::string& name) {
   FileDescriptor ownFolder(::fcntl(folder.descriptor(), F_DUPFD_CLOEXEC, 0));
   if (!ownFolder) return lastError();
   return HeldObject(std::move(ownFolder), name);
+}
+
+/// For calls that take no folder. By its number nobody can exchange the folder.
+PosixResult<std::string> pathOf(FileAt object) {
+  if (&object.folder == &Folder::ofProcess()) return std::string(object.name);
+  struct stat folder;
+  if (::fstat(object.folder.descriptor(), &folder) != 0) return lastError();
+  return "/.vol/" + std::to_string(folder.st_dev) + "/" + std::to_string(folder.st_ino) + "/" +
+         object.name;
 }
 
 }  // namespace
@@ -113,14 +124,11 @@ PosixCode MacosFileSystem::createSpecialFile(FileAt object, FileAt model) {
     return lastError();
   }
   if (S_ISSOCK(special.st_mode)) return PosixCode::notSupported;
-  struct stat folder;
-  if (::fstatat(object.folder.descriptor(), ".", &folder, 0) != 0) return lastError();
-  // There is no such call relative to a folder. By its number nobody can exchange the folder.
-  const auto path = "/.vol/" + std::to_string(folder.st_dev) + "/" + std::to_string(folder.st_ino) +
-                    "/" + object.name;
+  const auto path = pathOf(object);
+  if (!path) return path.error();
   constexpr mode_t ownerOnly = 0600;
   const auto mode = static_cast<mode_t>((special.st_mode & file_type::mask) | ownerOnly);
-  const auto code = codeFor(::mknod(path.c_str(), mode, special.st_rdev));
+  const auto code = codeFor(::mknod(path->c_str(), mode, special.st_rdev));
   return code == PosixCode::noEntry ? PosixCode::notSupported : code;
 }
 
@@ -138,7 +146,9 @@ PosixCode MacosFileSystem::renameAfterLooking(FileAt object, FileAt newObject) {
   if (taken) {
     const auto own = status(object, Links::stay);
     if (!own) return own.error();
-    if (!areOneEntry(*own, *taken)) return PosixCode::exists;
+    const bool isNewSpelling =
+        areOneEntry(*own, *taken) && std::string_view(object.name) != newObject.name;
+    if (!isNewSpelling) return PosixCode::exists;
   }
   return codeFor(::renameat(object.folder.descriptor(), object.name, newObject.folder.descriptor(),
                             newObject.name));
