@@ -27,6 +27,9 @@ static_assert(file_flag::systemAppendOnly == SF_APPEND);
 static_assert(file_flag::restricted == SF_RESTRICTED);
 static_assert(file_flag::noUnlink == SF_NOUNLINK);
 
+/// They say how the system keeps an object's contents. No object gets them from another.
+constexpr std::uint32_t flagsOfContents = UF_COMPRESSED | UF_TRACKED | UF_DATAVAULT | SF_DATALESS;
+
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
 
 /// One of the common attributes, by a value of its type.
@@ -105,7 +108,8 @@ PosixCode MacosFileSystem::setFlags(FileAt object, Links links, const FileStatus
   if (wanted == current.flags && sharesMountOfFolder && !object.folder.isReadOnly()) {
     return PosixCode::success;
   }
-  return setAttribute(object, links, ATTR_CMN_FLAGS, wanted);
+  const std::uint32_t flags = (wanted & ~flagsOfContents) | (current.flags & flagsOfContents);
+  return setAttribute(object, links, ATTR_CMN_FLAGS, flags);
 }
 
 PosixResult<Data> MacosFileSystem::readFile(FileAt object, std::size_t limit) {
