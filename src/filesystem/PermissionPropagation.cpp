@@ -18,12 +18,8 @@
 namespace qrt {
 namespace {
 
-using namespace propagation_option;
-
 constexpr std::uint32_t permissionBits = 07777;
 constexpr std::uint32_t setIdBits = 06000;
-/// Whoever has this type bit gets all permissions like a folder: sockets and block devices as well.
-constexpr std::uint32_t folderBit = 0x4000;
 
 /// What a failure is told as.
 struct Step {
@@ -66,43 +62,6 @@ Error errorFor(const Failure& failure, const std::string& path) {
       posixError(failure.code));
 }
 
-struct PermissionClass {
-  std::uint8_t option;
-  std::uint32_t ofFolders;
-  /// Execute bits of other objects are their own.
-  std::uint32_t ofOthers;
-};
-
-constexpr PermissionClass permissionClasses[] = {
-    {ownerPermissions, 0700, 0600},
-    {groupPermissions, 0070, 0060},
-    {othersPermissions, 0007, 0006},
-};
-
-/// The folder's rights, and which of them are to be given.
-struct Model {
-  std::uint8_t options;
-  FileStatus status;
-  std::optional<AccessControlList> list;
-
-  bool gives(std::uint8_t anyOf) const { return (options & anyOf) != 0; }
-  bool givesList() const { return gives(accessControlList); }
-  bool givesOwner() const { return gives(owner | group); }
-  bool givesPermissions() const {
-    return gives(ownerPermissions | groupPermissions | othersPermissions);
-  }
-
-  std::uint32_t permissionsFor(const FileStatus& object) const {
-    auto permissions = object.mode & permissionBits;
-    for (const auto& row : permissionClasses) {
-      if (!gives(row.option)) continue;
-      const auto bits = (object.mode & folderBit) != 0 ? row.ofFolders : row.ofOthers;
-      permissions = (status.mode & bits) | (permissions & ~bits);
-    }
-    return permissions;
-  }
-};
-
 /// Counts what is done and tells about it now and then. Thread-safe.
 class Progress {
  public:
@@ -136,8 +95,8 @@ class Progress {
 
 class Propagation : public TreeVisitor {
  public:
-  Propagation(const ItemContext& context, Log& log, const std::string& path, const Model& model,
-              const WalkScope& scope, Progress& progress)
+  Propagation(const ItemContext& context, Log& log, const std::string& path,
+              const PermissionModel& model, const WalkScope& scope, Progress& progress)
       : context_(context),
         log_(log),
         path_(path),
@@ -186,7 +145,7 @@ class Propagation : public TreeVisitor {
     const auto held = hold(object, changesList);
     if (!held) return Failure{changesList ? &settingList : &looking, held.error()};
     if (changesList) {
-      const auto code = context_.accessControl.setList(*held, model_.list);
+      const auto code = context_.accessControl.setList(*held, model_.list());
       if (code != PosixCode::success) return Failure{&settingList, code};
     }
     return changesStatus ? changeStatus(*held) : std::nullopt;
@@ -200,7 +159,7 @@ class Propagation : public TreeVisitor {
 
   std::optional<Failure> changeListOfTarget(const TreeObject& link) const {
     const auto target = context_.files.hold(link.at(), Links::follow);
-    return failureOf(settingList, target ? context_.accessControl.setList(*target, model_.list)
+    return failureOf(settingList, target ? context_.accessControl.setList(*target, model_.list())
                                          : target.error());
   }
 
@@ -221,8 +180,8 @@ class Propagation : public TreeVisitor {
 
   std::optional<Failure> changeOwner(const HeldObject& object, const FileStatus& status) const {
     if ((status.mode & setIdBits) != 0) return Failure{nullptr, PosixCode::invalidArgument};
-    const auto userID = model_.gives(owner) ? model_.status.userID : status.userID;
-    const auto groupID = model_.gives(group) ? model_.status.groupID : status.groupID;
+    const auto userID = model_.userIDFor(status);
+    const auto groupID = model_.groupIDFor(status);
     if (userID == status.userID && groupID == status.groupID) return std::nullopt;
     return failureOf(settingOwner, object.setOwner(userID, groupID));
   }
@@ -230,27 +189,12 @@ class Propagation : public TreeVisitor {
   const ItemContext& context_;
   Log& log_;
   const std::string& path_;
-  const Model& model_;
+  const PermissionModel& model_;
   const WalkScope& scope_;
   Progress& progress_;
   std::mutex mutex_;
   std::optional<Error> error_;
 };
-
-PosixResult<Model> modelOf(const ItemContext& context, const Folder& folder, std::uint8_t options) {
-  const auto held = context.files.hold({folder, "."}, Links::stay);
-  if (!held) return held.error();
-  const auto status = held->status();
-  if (!status) return status.error();
-  auto list = context.accessControl.list(*held);
-  if (!list) return list.error();
-  if (*list && (options & markAsInherited) != 0) {
-    auto marked = context.accessControl.markedAsInherited(**list);
-    if (!marked) return marked.error();
-    *list = std::move(*marked);
-  }
-  return Model{options, *status, std::move(*list)};
-}
 
 }  // namespace
 
@@ -267,7 +211,7 @@ Outcome propagatePermissions(const ItemContext& context, Log& log, const std::st
     progress.finish();
     return success;
   }
-  const auto model = modelOf(context, *opened, options);
+  const auto model = PermissionModel::of(context, *opened, options);
   if (!model) return posixError(model.error());
 
   WalkScope scope(context.files, *path);

@@ -100,10 +100,12 @@ const std::vector<OperationArguments>& operationArguments() {
       {"signal-process", available,
        {{"PID", number, "Identifier of the process"},
         {"SIGNAL", signal, "Signal to send: TERM, SIGTERM or its number"}}},
-      {"modify-acl", later,
+      {"modify-acl", available,
        {{"PATH", path, "Object to change"},
-        {"ACL", fileContents, "File with the list in its external form; \"-\" is standard input"}}},
-      {"prop-permissions", later,
+        {"ACL", accessControlList,
+         "The list as the system writes it (\"u:anna:rw,g:staff:r\"), @PATH for that of another "
+         "object, or none to take it away"}}},
+      {"prop-permissions", available,
        {{"FOLDER", path, "Folder whose permissions everything below it gets"},
         {"--expected", number, "Number of objects below it, for the progress", optional, "0"},
         {"--one-file-system", numberFlag, sameFileSystem},
@@ -156,6 +158,7 @@ std::string_view typeLettersOf(ArgumentForm form) {
     case ownProcess:
       return "N";
     case fileContents:
+    case accessControlList:
       return "D";
   }
   return "";
