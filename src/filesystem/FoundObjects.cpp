@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "filesystem/FileObjectInfo.h"
+#include "filesystem/PathText.h"
 #include "protocol/FeedbackConnection.h"
 #include "protocol/FeedbackMessage.h"
 
@@ -20,12 +21,13 @@ FeedbackBlock sendingTo(FeedbackConnection* feedback) {
   };
 }
 
-FoundObjects::FoundObjects(FeedbackBlock send) : send_(std::move(send)) {
+FoundObjects::FoundObjects(std::string base, FeedbackBlock send)
+    : base_(std::move(base)), send_(std::move(send)) {
   records_.reserve(enough);
 }
 
 void FoundObjects::add(const std::string& path, const FileStatus& status) {
-  records_.emplace_back(fileObjectInfo(path, status));
+  records_.emplace_back(fileObjectInfo(appendingPathComponent(base_, path), status));
 }
 
 void FoundObjects::sendIfEnough(double fraction) {

@@ -20,8 +20,9 @@ FeedbackBlock sendingTo(FeedbackConnection* feedback);
 /// Collects records and sends them in messages that are neither huge nor countless.
 class FoundObjects {
  public:
-  explicit FoundObjects(FeedbackBlock send);
+  FoundObjects(std::string base, FeedbackBlock send);
 
+  /// `path` is relative to the base of the search.
   void add(const std::string& path, const FileStatus& status);
 
   /// To be called after each object that was looked at: sends the records if there are enough.
@@ -33,7 +34,8 @@ class FoundObjects {
  private:
   void send(double fraction);
 
-  FeedbackBlock send_;
+  const std::string base_;
+  const FeedbackBlock send_;
   Array records_;
 };
 

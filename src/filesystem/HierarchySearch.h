@@ -1,4 +1,4 @@
-// Looking at everything below a folder, in walking order.
+// Searching everything below a folder.
 #pragma once
 
 #include <functional>
@@ -11,16 +11,13 @@
 
 namespace qrt {
 
-/// Whether the object that the walk has come to is to be reported. It may have the walk skip what
-/// is in the object. An error ends the search.
-using Judgement =
-    std::function<PosixResult<bool>(QRTDirectoryEnumerator& walk, const FileStatus& status)>;
+/// Goes through the whole walk and adds what is to be reported. An error is told after that.
+using SearchWalk = std::function<PosixCode(QRTDirectoryEnumerator& walk, FoundObjects& found)>;
 
-/// Sends the records of the objects that the judgement is for. Objects that cannot be looked at are
-/// passed over. Errors are those of the folder, of the judgement, and that descriptors or memory
-/// ran out; the last two are told after what was found.
+/// Begins and ends a search. Errors are those of the folder and of the walk, and that descriptors
+/// or memory ran out.
 Outcome searchHierarchy(const SearchContext& context, const std::string& folder,
                         bool stayOnFileSystem, FeedbackConnection* feedback,
-                        const Judgement& isWanted);
+                        const SearchWalk& search);
 
 }  // namespace qrt

@@ -5,7 +5,6 @@
 #include <optional>
 
 #include "filesystem/HierarchyTotals.h"
-#include "filesystem/PathText.h"
 #include "filesystem/QRTDirectoryEnumerator.h"
 #include "filesystem/QRTFileNameMatchDescriptor.h"
 #include "filesystem/SearchFolder.h"
@@ -59,13 +58,13 @@ Outcome searchForFileNamesAtPath(FileSystem& files, Log& log, const std::string&
   if (!total) return posixError(total.error());
   if (*total == 0) return posixError(PosixCode::noEntry);
 
-  FoundObjects found(feedbackBlock);
+  FoundObjects found(*base, feedbackBlock);
   const auto walk = QRTDirectoryEnumerator::enumeratorAtPath(files, log, *base, stayOnFileSystem);
   for (std::uint64_t done = 0; walk && walk->advance(); ++done) {
     const auto object = walk->object();
     if (matchesOne(*descriptors, object.name)) {
       const auto status = files.status(object, Links::stay);
-      if (status) found.add(appendingPathComponent(*base, walk->objectPath()), *status);
+      if (status) found.add(walk->objectPath(), *status);
     }
     // The hierarchy may have grown since it was counted.
     const auto fraction = static_cast<double>(done) / static_cast<double>(*total);

@@ -38,7 +38,7 @@ bool QRTDirectoryEnumerator::initForBasePath(FileAt base, Links links, bool stay
   levelCount_ = 1;
   auto folder = files_.openFolder(base, links);
   if (folder) {
-    top().folder.emplace(std::move(*folder));
+    top().folder = std::make_shared<Folder>(std::move(*folder));
   } else {
     note(folder.error());
   }
@@ -95,7 +95,7 @@ void QRTDirectoryEnumerator::pushDirectoryEntry() {
   auto folder = files_.openFolder(object(), Links::stay);
   if (!folder) return note(folder.error());
   auto& level = levels_[levelCount_++];
-  level.folder.emplace(std::move(*folder));
+  level.folder = std::make_shared<Folder>(std::move(*folder));
   level.depth = depth.below(name);
 }
 

@@ -70,6 +70,9 @@ class QRTDirectoryEnumerator {
   /// asked before the first object nor after the last.
   FileAt object() const { return {*objectHolder_->folder, entry_.name}; }
 
+  /// The folder that holds it, which can be kept open for longer than the walk needs it.
+  std::shared_ptr<const Folder> objectFolder() const { return objectHolder_->folder; }
+
   /// Its type bits (`file_type`), or 0 where the file system's listing does not tell.
   std::uint32_t objectType() const { return entry_.type; }
 
@@ -90,7 +93,7 @@ class QRTDirectoryEnumerator {
 
   struct Level {
     /// None where the base could not be opened.
-    std::optional<Folder> folder;
+    std::shared_ptr<Folder> folder;
     WalkDepth depth;
   };
 

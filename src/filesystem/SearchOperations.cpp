@@ -9,8 +9,8 @@
 #include "filesystem/FoundObjects.h"
 #include "filesystem/HierarchySearch.h"
 #include "filesystem/HierarchyTotals.h"
+#include "filesystem/LookAhead.h"
 #include "filesystem/OrphanedFolder.h"
-#include "filesystem/PathText.h"
 #include "filesystem/PatternSearch.h"
 #include "filesystem/SearchFolder.h"
 #include "operations/ArgumentConverters.h"
@@ -42,6 +42,17 @@ struct NameFilter {
   }
 };
 
+/// Whether an orphan is reported. When it is and stands for what it holds, the walk skips that.
+PosixResult<bool> standsForItself(const SearchContext& context, QRTDirectoryEnumerator& walk,
+                                  const FileStatus& status, KnownUserIDs& known) {
+  if (!status.isFolder()) return true;
+  auto holdsOrphansOnly =
+      isFolderAtObject(context.files, context.log, walk.object(), walk.objectPath(), known);
+  // A folder that was not entered has nothing to skip but its neighbours.
+  if (holdsOrphansOnly && *holdsOrphansOnly && walk.isInsideObject()) walk.skipDescendents();
+  return holdsOrphansOnly;
+}
+
 }  // namespace
 
 Outcome performOperationSearchAgedfilesWithArguments(const SearchContext& context,
@@ -49,10 +60,16 @@ Outcome performOperationSearchAgedfilesWithArguments(const SearchContext& contex
                                                      FeedbackConnection* feedback) {
   constexpr double secondsPerDay = 86400.0;
   const auto minimumAge = static_cast<double>(arguments[1].number()->asUInt64()) * secondsPerDay;
+  const auto search = [&](QRTDirectoryEnumerator& walk, FoundObjects& found) {
+    lookAtEach(context.files, walk, [&](const std::string& path, const FileStatus& status) {
+      if (minimumAge > secondsSince(status.modificationDate)) return;
+      found.add(path, status);
+      found.sendIfEnough(0.0);
+    });
+    return PosixCode::success;
+  };
   return searchHierarchy(context, *arguments[0].string(), arguments[2].number()->asBool(), feedback,
-                         [minimumAge](QRTDirectoryEnumerator&, const FileStatus& status) {
-                           return minimumAge <= secondsSince(status.modificationDate);
-                         });
+                         search);
 }
 
 Outcome performOperationSearchFilenamesWithArguments(const SearchContext& context,
@@ -66,7 +83,7 @@ Outcome performOperationSearchFilenamesWithArguments(const SearchContext& contex
   auto folder = files.openFolder(path->c_str(), Links::follow);
   if (!folder && isExhaustion(folder.error())) return posixError(folder.error());
 
-  FoundObjects found(sendingTo(feedback));
+  FoundObjects found(*path, sendingTo(feedback));
   while (folder) {
     const auto entry = folder->next();
     if (!entry || !*entry) break;
@@ -74,7 +91,7 @@ Outcome performOperationSearchFilenamesWithArguments(const SearchContext& contex
     if (!filter.passes(object.name)) continue;
     const auto status = files.status(object, Links::stay);
     if (!status || leadsToFolder(files, object, *status) != wantsFolders) continue;
-    found.add(appendingPathComponent(*path, object.name), *status);
+    found.add(object.name, *status);
     found.sendIfEnough(0.0);
   }
   found.finish();
@@ -103,18 +120,20 @@ Outcome performOperationSearchFileorphansWithArguments(const SearchContext& cont
   auto ids = allKnownUserIDs(context.users);
   ids.insert(root);
   KnownUserIDs known(std::move(ids), &context.users);
-  const auto isOrphan = [&](QRTDirectoryEnumerator& walk,
-                            const FileStatus& status) -> PosixResult<bool> {
-    if (known.contains(status.userID)) return false;
-    if (!status.isFolder()) return true;
-    auto standsForAll =
-        isFolderAtObject(context.files, context.log, walk.object(), walk.objectPath(), known);
-    // A folder that was not entered has nothing to skip but its neighbours.
-    if (standsForAll && *standsForAll && walk.isInsideObject()) walk.skipDescendents();
-    return standsForAll;
+  const auto search = [&](QRTDirectoryEnumerator& walk, FoundObjects& found) {
+    while (walk.advance()) {
+      const auto status = context.files.status(walk.object(), Links::stay);
+      if (!status || known.contains(status->userID)) continue;
+      const auto isWanted = standsForItself(context, walk, *status, known);
+      if (!isWanted) return isWanted.error();
+      if (!*isWanted) continue;
+      found.add(walk.objectPath(), *status);
+      found.sendIfEnough(0.0);
+    }
+    return PosixCode::success;
   };
   return searchHierarchy(context, *arguments[0].string(), arguments[1].number()->asBool(), feedback,
-                         isOrphan);
+                         search);
 }
 
 Outcome performOperationInspectStoragesizeWithArguments(const SearchContext& context,

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "platform/NativePlatform.h"
+#include "support/KillAtEveryCall.h"
 #include "support/Mounts.h"
 #include "support/ScratchFolder.h"
 
@@ -111,6 +112,37 @@ TEST_F(QRTFolderStashAdditionsTest, WhatCannotBeMovedIsRefused) {
     EXPECT_EQ(stash(folder, "aside", true)->code, 513);
   }
   EXPECT_TRUE(test::exists(folder));
+}
+
+TEST_F(QRTFolderStashAdditionsTest, AKillAtAnyMomentLosesNothingAndOpensNothing) {
+  struct stat before {};
+  Dictionary attributes;
+  const auto kills = test::killAtEveryCall(
+      [&] {
+        ASSERT_TRUE(test::run({"rm", "-rf", scratch_.path("folder"), scratch_.path("aside")}));
+        const auto folder = scratch_.folder("folder");
+        scratch_.file("folder/file");
+        ASSERT_EQ(chown(folder.c_str(), 1234, 4321), 0);
+        ASSERT_EQ(chmod(folder.c_str(), 0710), 0);
+        ASSERT_TRUE(test::run({"setfacl", "-m", "u:77:rwx,d:u:78:r-x", folder}));
+        before = statusOf("folder");
+        attributes = attributesOf("folder");
+      },
+      [&] { (void)stash(scratch_.path("folder"), "aside", true); },
+      [&](int stop) {
+        const auto* place = test::exists(scratch_.path("aside")) ? "aside" : "folder";
+        const auto moved = statusOf(place);
+        EXPECT_EQ(moved.st_ino, before.st_ino) << stop;
+        EXPECT_EQ(moved.st_mode, before.st_mode) << stop;
+        EXPECT_EQ(moved.st_uid, before.st_uid) << stop;
+        EXPECT_EQ(attributesOf(place), attributes) << stop;
+        EXPECT_TRUE(test::exists(scratch_.path(place) + "/file")) << stop;
+        if (!test::exists(scratch_.path("aside")) || !test::exists(scratch_.path("folder"))) return;
+        // A substitute that is not finished is closed to everybody whom the folder keeps out.
+        EXPECT_EQ(statusOf("folder").st_mode & ~(before.st_mode | 0700), 0u) << stop;
+        EXPECT_FALSE(test::exists(scratch_.path("folder/file"))) << stop;
+      });
+  EXPECT_GT(kills, 20);
 }
 
 }  // namespace

@@ -1,11 +1,9 @@
-#include <dirent.h>
+#include <ftw.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdint>
-#include <memory>
 #include <string>
 
 #include "filesystem/SearchOperations.h"
@@ -24,15 +22,15 @@ constexpr std::uint64_t preciousSize = 1ULL << 40;
 
 /// How not to do it: what a path leads to may change between any two calls.
 std::uint64_t sizeByPath(const std::string& path) {
-  struct stat status {};
-  if (lstat(path.c_str(), &status) != 0) return 0;
-  auto size = static_cast<std::uint64_t>(status.st_size);
-  if (!S_ISDIR(status.st_mode)) return size;
-  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(path.c_str()), closedir);
-  while (const auto* entry = folder ? readdir(folder.get()) : nullptr) {
-    const std::string name = entry->d_name;
-    if (name != "." && name != "..") size += sizeByPath(path + "/" + name);
-  }
+  static std::uint64_t size;
+  size = 0;
+  nftw(
+      path.c_str(),
+      [](const char*, const struct stat* status, int kind, struct FTW*) {
+        if (kind != FTW_NS) size += static_cast<std::uint64_t>(status->st_size);
+        return 0;
+      },
+      16, FTW_PHYS);
   return size;
 }
 
