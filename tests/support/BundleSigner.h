@@ -29,6 +29,10 @@ struct SigningOptions {
   bool listsDirectoryDigests = true;
   /// Whether there is a newer list of sealed files.
   bool sealsNewerForm = true;
+  /// What is sealed, in the bundle, and what is in it.
+  std::string base = "Contents";
+  std::string infoPlist = "Info.plist";
+  std::string program = "MacOS/program";
 };
 
 /// Where things are in a program that was made.

@@ -73,29 +73,39 @@ Outcome SealedResources::check() {
   return error;
 }
 
-/// Beside the folders that lead to the base there is nothing but what the rules leave out, and a
-/// framework's links to its current version.
 void SealedResources::checkAroundBase() {
   std::string_view rest = bundle_.basePath;
   std::string path;
-  const bool isFramework = rest.starts_with(versionsFolder);
   while (!rest.empty()) {
     const auto end = std::min(rest.find('/'), rest.size());
     const auto next = rest.substr(0, end);
     rest.remove_prefix(std::min(end + 1, rest.size()));
     auto folder = openFolderBeneath(bundle_.root, path);
-    while (folder && !isKnownEnough()) {
-      const auto entry = folder->next();
-      if (!entry || !*entry) break;
-      const std::string name = (*entry)->name;
-      const auto entryPath = path::appending(path, name);
-      const FileAt object(*folder, name.c_str());
-      const bool isLink = typeOf(object, (*entry)->type) == file_type::link;
-      const bool isFine = name == next || envelope_.allows(name, budget_.patternSteps) ||
-                          (isFramework && isLink && linkMatches(object, entryPath, ""));
-      if (!isFine) report(resourceAddedKey, entryPath);
-    }
+    if (!folder) return report(resourceAlteredKey, path);
+    checkBeside(*folder, path, next);
     path = path::appending(path, next);
+  }
+}
+
+/// Nothing is there but what leads to the base, files that the rules leave out, and a framework's
+/// links to its current version.
+void SealedResources::checkBeside(Folder& folder, const std::string& path, std::string_view next) {
+  const bool isFramework = bundle_.basePath.starts_with(versionsFolder);
+  while (!isKnownEnough()) {
+    const auto entry = folder.next();
+    if (entry && !*entry) return;
+    if (!entry || !SigningBudget::take(budget_.objects, 1)) {
+      return report(resourceAlteredKey, path);
+    }
+    const std::string name = (*entry)->name;
+    const auto entryPath = path::appending(path, name);
+    const FileAt object(folder, name.c_str());
+    const auto type = typeOf(object, (*entry)->type);
+    const bool isFine =
+        name == next ||
+        (type == file_type::regular && envelope_.allows(name, budget_.patternSteps)) ||
+        (type == file_type::link && isFramework && linkMatches(object, entryPath, ""));
+    if (!isFine) report(resourceAddedKey, entryPath);
   }
 }
 

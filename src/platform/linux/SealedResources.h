@@ -32,6 +32,7 @@ class SealedResources {
 
  private:
   void checkAroundBase();
+  void checkBeside(Folder& folder, const std::string& path, std::string_view next);
   void checkFolder(Folder& folder, const std::string& path, std::size_t depth);
   void checkSealed(FileAt object, const std::string& path, std::uint32_t type,
                    const ResourceSeal& seal);

@@ -5,10 +5,10 @@
 
 namespace qrt {
 
-/// Runs out only on what no rightful bundle holds: the largest installers have some 20 GiB.
+/// Runs out only on what no rightful bundle holds: the largest installers have some 16 GiB.
 struct SigningBudget {
   /// Bytes that hashes are computed of.
-  std::uint64_t bytes = std::uint64_t{64} << 30;
+  std::uint64_t bytes = std::uint64_t{32} << 30;
   /// Objects that are looked at.
   std::uint64_t objects = 2'000'000;
   /// Steps through the patterns of resource rules.

@@ -4,8 +4,10 @@
 
 #include "platform/HelperConnection.h"
 #include "platform/NativePlatform.h"
+#include "support/AppleSMCTree.h"
 #include "support/DaemonProcess.h"
 #include "support/LoopDevice.h"
+#include "support/Mounts.h"
 #include "support/PlantedFile.h"
 
 namespace qrt {
@@ -18,6 +20,12 @@ class HardwareOperationsTest : public testing::Test {
  protected:
   void SetUp() override {
     if (geteuid() != 0) GTEST_SKIP() << "the daemon needs root";
+    startDaemon();
+  }
+
+  /// In place of the one that runs.
+  void startDaemon() {
+    daemon_.reset();
     daemon_.emplace();
     auto connection = native_.facilities().helperConnector.connect(daemon_->socketPath());
     ASSERT_TRUE(connection);
@@ -78,6 +86,29 @@ TEST_F(HardwareOperationsTest, ComputersWithoutTheHardwareSaySo) {
   if (!test::exists("/sys/devices/platform/applesmc.768")) {
     EXPECT_EQ(perform(writeSmcvalue, {"F0Mn", Data{0, 0}}),
               "com.vantor.error.privileged-operation 20");
+  }
+}
+
+TEST_F(HardwareOperationsTest, ComputersWithTheHardware) {
+  // The controller's thread and the daemon belong into the namespace of the mounts.
+  const test::Mount firmware(test::Mount::Kind::memory, "/sys/firmware");
+  const test::AppleSMCTree controller;
+  const test::Mount devices(test::Mount::Kind::memory, "/sys/devices/platform");
+  const std::string variables = "/sys/firmware/efi/efivars";
+  const std::string keys = "/sys/devices/platform/applesmc.768";
+  const bool isThere = firmware.isMounted() && controller.isMounted() && devices.isMounted() &&
+                       test::run({"mkdir", "-p", variables, keys}) &&
+                       test::run({"mount", "--bind", controller.root() + keys, keys});
+  if (!isThere) GTEST_SKIP() << "needs mounts and FUSE";
+  startDaemon();
+  EXPECT_EQ(perform(modifyNvram, {"boot-args", "-v"}), "");
+  EXPECT_EQ(perform(modifyNvram, {"bytes", "%01%ff"}), "");
+  const std::string vendor = "-7c436110-ab2a-4bbb-a880-fe41995c9f82";
+  EXPECT_EQ(test::contentsOf(variables + "/boot-args" + vendor), std::string("\7\0\0\0-v", 6));
+  EXPECT_EQ(test::contentsOf(variables + "/bytes" + vendor), std::string("\7\0\0\0\1\xFF", 6));
+  EXPECT_EQ(perform(modifyNvram, {"a/b", "c"}), "com.vantor.error.privileged-operation 9");
+  for (const auto& value : {Data(16), Data(3)}) {
+    EXPECT_EQ(perform(writeSmcvalue, {"F0ID", value}), "com.vantor.error.privileged-operation 21");
   }
 }
 

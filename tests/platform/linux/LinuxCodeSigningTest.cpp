@@ -249,6 +249,29 @@ TEST(LinuxCodeSigning, NothingIsWaitedForAndNothingGrows) {
   }
 }
 
+TEST(LinuxCodeSigning, FrameworksAreTheirCurrentVersion) {
+  const test::ScratchFolder scratch;
+  const auto path = scratch.path("F.framework");
+  const auto shell = [&](const std::string& command) {
+    EXPECT_TRUE(test::run({"sh", "-c", "cd " + scratch.path() + " && " + command})) << command;
+  };
+  test::makeApplication(scratch.path("application"), {});
+  shell(
+      "mkdir -p F.framework/Versions/A && cd F.framework && ln -s A Versions/Current && "
+      "ln -s Versions/Current/Resources && mv ../application/Contents/Resources Versions/A/ && "
+      "mv ../application/Contents/Info.plist Versions/A/Resources");
+  test::signBundle(
+      path, SigningChain(),
+      {.base = "Versions/A", .infoPlist = "Resources/Info.plist", .program = "program"});
+  const auto validity = [&] { return shown(LinuxCodeSigning().staticCode(path)->checkValidity()); };
+  EXPECT_EQ(validity(), "0");
+  shell("ln -s /etc F.framework/Headers; touch F.framework/new; mkdir F.framework/Versions/B");
+  EXPECT_EQ(validity(), "-67054 SecCSResourceAdded 3");
+  shell("rm -r F.framework/Headers F.framework/new F.framework/Versions/B");
+  shell("mv F.framework/Versions/A A; ln -s ../../A F.framework/Versions/A");
+  EXPECT_EQ(LinuxCodeSigning().staticCode(path), nullptr);
+}
+
 TEST(LinuxCodeSigning, SignaturesThatNobodyMayMake) {
   const SigningOptions unlisted{
       .digests = {1, 2}, .listsDirectories = false, .listsDirectoryDigests = false};

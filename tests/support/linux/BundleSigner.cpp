@@ -183,19 +183,20 @@ void writeList(const std::string& path, const PropertyValue& value) {
 }
 
 /// Seals everything below a folder, but what stands in `code` or is nothing to seal.
-void sealFolder(const std::string& base, const std::string& path, Dictionary& newer,
-                Dictionary& older) {
+void sealFolder(const std::string& base, const std::string& path, const std::string& program,
+                Dictionary& newer, Dictionary& older) {
   DIR* folder = opendir((base + "/" + path).c_str());
   while (const auto* entry = folder ? readdir(folder) : nullptr) {
     const std::string name = entry->d_name;
     const auto entryPath = path.empty() ? name : path + "/" + name;
     const bool isNothingToSeal = name == "." || name == ".." || entryPath == "_CodeSignature" ||
                                  entryPath == "CodeResources" || entryPath == "Info.plist" ||
-                                 entryPath == "MacOS" || newer.contains(entryPath);
+                                 entryPath == "MacOS" || entryPath == program ||
+                                 newer.contains(entryPath);
     if (isNothingToSeal) continue;
     const auto full = base + "/" + entryPath;
     if (entry->d_type == DT_DIR) {
-      sealFolder(base, entryPath, newer, older);
+      sealFolder(base, entryPath, program, newer, older);
     } else if (entry->d_type == DT_LNK) {
       char target[256];
       const auto size = readlink(full.c_str(), target, sizeof target);
@@ -245,12 +246,12 @@ SignedProgramFile signedProgram(const SigningChain& chain, const SigningOptions&
 SignedProgramFile signBundle(const std::string& bundle, const SigningChain& chain,
                              const SigningOptions& options,
                              const std::vector<std::pair<std::string, Data>>& code) {
-  const auto contents = bundle + "/Contents";
+  const auto contents = bundle + "/" + options.base;
   Dictionary newer, older;
   for (const auto& [path, hash] : code) {
     newer.emplace(path, Dictionary{{"cdhash", hash}, {"requirement", "identifier x"}});
   }
-  sealFolder(contents, "", newer, older);
+  sealFolder(contents, "", options.program, newer, older);
   const Dictionary omitted{{"omit", true}, {"weight", 2000.0}};
   Dictionary list{{"files", older},
                   {"rules", Dictionary{{"^Resources/", true}, {"^version.plist$", true}}}};
@@ -268,10 +269,10 @@ SignedProgramFile signBundle(const std::string& bundle, const SigningChain& chai
       errno != EEXIST) {
     throw std::runtime_error("symlink");
   }
-  const auto infoPlist = readAll(contents + "/Info.plist");
+  const auto infoPlist = readAll(contents + "/" + options.infoPlist);
   const auto resourceList = readAll(listPath);
   auto program = signedProgram(chain, options, &infoPlist, &resourceList);
-  writeAll(contents + "/MacOS/program", program.bytes);
+  writeAll(contents + "/" + options.program, program.bytes);
   return program;
 }
 
