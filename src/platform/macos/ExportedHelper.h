@@ -8,8 +8,8 @@ namespace qrt {
 
 /// An invitation that the system can pass on to any process.
 struct MacosListenerEndpoint : ListenerEndpoint {
-  explicit MacosListenerEndpoint(NSXPCListenerEndpoint *native) : endpoint(native) {}
-  NSXPCListenerEndpoint *const endpoint;
+  explicit MacosListenerEndpoint(NSXPCListenerEndpoint* native) : endpoint(native) {}
+  NSXPCListenerEndpoint* const endpoint;
 };
 
 }  // namespace qrt
@@ -17,5 +17,5 @@ struct MacosListenerEndpoint : ListenerEndpoint {
 /// Hands each call to the helper and replies with what it returned, on the connection's own queue.
 @interface QRTExportedHelper : NSObject <QRTPrivilegedHelperProtocol>
 /// The helper outlives the object.
-- (instancetype)initWithHelper:(qrt::QRTPrivilegedHelperProtocol &)helper;
+- (instancetype)initWithHelper:(qrt::QRTPrivilegedHelperProtocol&)helper;
 @end

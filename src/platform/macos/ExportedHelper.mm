@@ -5,23 +5,23 @@
 #include "platform/macos/XPCValue.h"
 
 @implementation QRTExportedHelper {
-  qrt::QRTPrivilegedHelperProtocol *_helper;
+  qrt::QRTPrivilegedHelperProtocol* _helper;
 }
 
-- (instancetype)initWithHelper:(qrt::QRTPrivilegedHelperProtocol &)helper {
+- (instancetype)initWithHelper:(qrt::QRTPrivilegedHelperProtocol&)helper {
   self = [super init];
   if (self) _helper = &helper;
   return self;
 }
 
-- (void)connectWithEndpointUsingReply:(void (^)(NSXPCListenerEndpoint *))reply {
+- (void)connectWithEndpointUsingReply:(void (^)(NSXPCListenerEndpoint*))reply {
   const auto endpoint = _helper->connectWithEndpoint();
   // All endpoints there are were made by this port.
-  const auto *native = static_cast<const qrt::MacosListenerEndpoint *>(endpoint.get());
+  const auto* native = static_cast<const qrt::MacosListenerEndpoint*>(endpoint.get());
   reply(native ? native->endpoint : nil);
 }
 
-- (void)getVersionStringUsingReply:(void (^)(NSString *))reply {
+- (void)getVersionStringUsingReply:(void (^)(NSString*))reply {
   reply(@(_helper->getVersionString().c_str()));
 }
 
@@ -34,10 +34,10 @@
 }
 
 - (void)performPrivilegedOperation:(uint64_t)code
-             withAuthorizationData:(NSData *)authorizationData
-                  feedbackEndpoint:(NSXPCListenerEndpoint *)endpoint
-                         arguments:(NSArray *)arguments
-                        usingReply:(void (^)(NSError *))reply {
+             withAuthorizationData:(NSData*)authorizationData
+                  feedbackEndpoint:(NSXPCListenerEndpoint*)endpoint
+                         arguments:(NSArray*)arguments
+                        usingReply:(void (^)(NSError*))reply {
   qrt::Data authorization;
   if (authorizationData) authorization = qrt::dataFrom((__bridge CFDataRef)authorizationData);
   qrt::MacosFeedbackEndpoint feedback(endpoint);

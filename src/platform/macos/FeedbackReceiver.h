@@ -15,12 +15,12 @@ namespace qrt {
 class FeedbackReceiver {
  public:
   /// The handler outlives the receiver; messages that come later go nowhere.
-  FeedbackReceiver(std::shared_ptr<Mailbox> mailbox, const FeedbackHandler &handler);
-  FeedbackReceiver(const FeedbackReceiver &) = delete;
-  FeedbackReceiver &operator=(const FeedbackReceiver &) = delete;
+  FeedbackReceiver(std::shared_ptr<Mailbox> mailbox, const FeedbackHandler& handler);
+  FeedbackReceiver(const FeedbackReceiver&) = delete;
+  FeedbackReceiver& operator=(const FeedbackReceiver&) = delete;
   ~FeedbackReceiver();
 
-  NSXPCListenerEndpoint *endpoint() const { return listener_.endpoint; }
+  NSXPCListenerEndpoint* endpoint() const { return listener_.endpoint; }
 
   /// False while a daemon that has connected may still send.
   bool hasEnded() const;
@@ -29,7 +29,7 @@ class FeedbackReceiver {
 
  private:
   const std::shared_ptr<State> state_;
-  NSXPCListener *const listener_;
+  NSXPCListener* const listener_;
   /// The listener does not keep it.
   const id<NSXPCListenerDelegate> delegate_;
 };

@@ -9,11 +9,11 @@ namespace qrt {
 /// Looked at on the waiting thread only.
 struct FeedbackReceiver::State {
   /// Null when the receiver has gone.
-  const FeedbackHandler *handler;
+  const FeedbackHandler* handler;
   bool isConnected = false;
   bool hasEnded = false;
 
-  void receive(const Dictionary &message) {
+  void receive(const Dictionary& message) {
     if (handler) (*handler)(message);
     if (message.find(finalFeedbackMessageKey) != message.end()) hasEnded = true;
   }
@@ -46,8 +46,8 @@ using State = qrt::FeedbackReceiver::State;
   return self;
 }
 
-- (BOOL)listener:(NSXPCListener *)listener
-    shouldAcceptNewConnection:(NSXPCConnection *)newConnection {
+- (BOOL)listener:(NSXPCListener*)listener
+    shouldAcceptNewConnection:(NSXPCConnection*)newConnection {
   const auto state = _state;
   const auto mailbox = _mailbox;
   mailbox->post([state] { state->isConnected = true; });
@@ -60,7 +60,7 @@ using State = qrt::FeedbackReceiver::State;
   return YES;
 }
 
-- (void)processPrivilegedOperationFeedback:(NSDictionary *)message {
+- (void)processPrivilegedOperationFeedback:(NSDictionary*)message {
   auto received = qrt::dictionaryFrom(message);
   if (!received) return;
   const auto state = _state;
@@ -71,7 +71,7 @@ using State = qrt::FeedbackReceiver::State;
 
 namespace qrt {
 
-FeedbackReceiver::FeedbackReceiver(std::shared_ptr<Mailbox> mailbox, const FeedbackHandler &handler)
+FeedbackReceiver::FeedbackReceiver(std::shared_ptr<Mailbox> mailbox, const FeedbackHandler& handler)
     : state_(std::make_shared<State>(State{&handler})),
       listener_([NSXPCListener anonymousListener]),
       delegate_([[QRTFeedbackReceiver alloc] initWithState:state_ mailbox:std::move(mailbox)]) {

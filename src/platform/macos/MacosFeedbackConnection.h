@@ -19,7 +19,7 @@ class MacosFeedbackConnection : public FeedbackConnection {
  public:
   static constexpr std::chrono::milliseconds progressInterval{20};
 
-  explicit MacosFeedbackConnection(NSXPCListenerEndpoint *endpoint);
+  explicit MacosFeedbackConnection(NSXPCListenerEndpoint* endpoint);
   ~MacosFeedbackConnection() override;
 
   Outcome open(Dictionary firstMessage) override;
@@ -29,10 +29,10 @@ class MacosFeedbackConnection : public FeedbackConnection {
  private:
   using Clock = std::chrono::steady_clock;
 
-  void send(const Dictionary &message);
+  void send(const Dictionary& message);
   void sendNewestProgress();
 
-  NSXPCConnection *const connection_;
+  NSXPCConnection* const connection_;
   std::mutex mutex_;
   Clock::time_point nextProgress_{};
   /// Progress that was held back.
@@ -42,14 +42,14 @@ class MacosFeedbackConnection : public FeedbackConnection {
 /// A requestor's offer as it came with the request.
 class MacosFeedbackEndpoint : public FeedbackEndpoint {
  public:
-  explicit MacosFeedbackEndpoint(NSXPCListenerEndpoint *endpoint) : endpoint_(endpoint) {}
+  explicit MacosFeedbackEndpoint(NSXPCListenerEndpoint* endpoint) : endpoint_(endpoint) {}
 
   std::unique_ptr<FeedbackConnection> connect() override {
     return std::make_unique<MacosFeedbackConnection>(endpoint_);
   }
 
  private:
-  NSXPCListenerEndpoint *const endpoint_;
+  NSXPCListenerEndpoint* const endpoint_;
 };
 
 }  // namespace qrt

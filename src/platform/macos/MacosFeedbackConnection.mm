@@ -15,7 +15,7 @@ struct FirstFailure {
 
 }  // namespace
 
-MacosFeedbackConnection::MacosFeedbackConnection(NSXPCListenerEndpoint *endpoint)
+MacosFeedbackConnection::MacosFeedbackConnection(NSXPCListenerEndpoint* endpoint)
     : connection_([[NSXPCConnection alloc] initWithListenerEndpoint:endpoint]) {
   connection_.remoteObjectInterface = feedbackXPCInterface();
   [connection_ resume];
@@ -26,7 +26,7 @@ MacosFeedbackConnection::~MacosFeedbackConnection() { suspend(); }
 Outcome MacosFeedbackConnection::open(Dictionary firstMessage) {
   const auto failure = std::make_shared<FirstFailure>();
   id<QRTPrivilegedOperationFeedbackProtocol> requestor =
-      [connection_ remoteObjectProxyWithErrorHandler:^(NSError *error) {
+      [connection_ remoteObjectProxyWithErrorHandler:^(NSError* error) {
         const std::lock_guard lock(failure->mutex);
         failure->outcome = outcomeFrom(error);
       }];
@@ -53,7 +53,7 @@ void MacosFeedbackConnection::sendNewestProgress() {
   if (newestProgress_) send(*std::exchange(newestProgress_, std::nullopt));
 }
 
-void MacosFeedbackConnection::send(const Dictionary &message) {
+void MacosFeedbackConnection::send(const Dictionary& message) {
   // An operation sends many messages before its caller's pool is emptied.
   @autoreleasepool {
     id<QRTPrivilegedOperationFeedbackProtocol> requestor = connection_.remoteObjectProxy;

@@ -7,7 +7,7 @@
 #include "platform/macos/MacosCodeSigning.h"
 #include "platform/macos/MacosExtendedAttributes.h"
 #include "platform/macos/MacosFileSystem.h"
-#include "platform/macos/MacosHelperConnection.h"
+#include "platform/macos/MacosHelperConnector.h"
 #include "platform/macos/MacosKernelSettings.h"
 #include "platform/macos/MacosLog.h"
 #include "platform/macos/MacosNvram.h"

@@ -5,26 +5,26 @@
 
 /// Replies come exactly once; methods without a reply go one way.
 @protocol QRTPrivilegedHelperProtocol
-- (void)connectWithEndpointUsingReply:(void (^)(NSXPCListenerEndpoint *endpoint))reply;
-- (void)getVersionStringUsingReply:(void (^)(NSString *version))reply;
+- (void)connectWithEndpointUsingReply:(void (^)(NSXPCListenerEndpoint* endpoint))reply;
+- (void)getVersionStringUsingReply:(void (^)(NSString* version))reply;
 - (void)registerClientWithPID:(int32_t)identifier;
 - (void)unregisterClientWithPID:(int32_t)identifier;
 - (void)performPrivilegedOperation:(uint64_t)code
-             withAuthorizationData:(NSData *)authorizationData
-                  feedbackEndpoint:(NSXPCListenerEndpoint *)endpoint
-                         arguments:(NSArray *)arguments
-                        usingReply:(void (^)(NSError *error))reply;
+             withAuthorizationData:(NSData*)authorizationData
+                  feedbackEndpoint:(NSXPCListenerEndpoint*)endpoint
+                         arguments:(NSArray*)arguments
+                        usingReply:(void (^)(NSError* error))reply;
 @end
 
 @protocol QRTPrivilegedOperationFeedbackProtocol
-- (void)processPrivilegedOperationFeedback:(NSDictionary *)message;
+- (void)processPrivilegedOperationFeedback:(NSDictionary*)message;
 @end
 
 namespace qrt {
 
 /// Descriptions of both. A collection that is received may hold the classes of property lists and
 /// nothing else; an error's user information may hold errors as well.
-NSXPCInterface *helperXPCInterface();
-NSXPCInterface *feedbackXPCInterface();
+NSXPCInterface* helperXPCInterface();
+NSXPCInterface* feedbackXPCInterface();
 
 }  // namespace qrt

@@ -3,15 +3,15 @@
 namespace qrt {
 namespace {
 
-NSSet<Class> *propertyListClasses() {
+NSSet<Class>* propertyListClasses() {
   return [NSSet setWithObjects:NSString.class, NSNumber.class, NSData.class, NSDate.class,
                                NSArray.class, NSDictionary.class, nil];
 }
 
 }  // namespace
 
-NSXPCInterface *helperXPCInterface() {
-  auto *interface = [NSXPCInterface interfaceWithProtocol:@protocol(QRTPrivilegedHelperProtocol)];
+NSXPCInterface* helperXPCInterface() {
+  auto* interface = [NSXPCInterface interfaceWithProtocol:@protocol(QRTPrivilegedHelperProtocol)];
   const SEL perform = @selector(performPrivilegedOperation:
                                      withAuthorizationData:feedbackEndpoint:arguments:usingReply:);
   constexpr NSUInteger argumentsPosition = 3;
@@ -26,8 +26,8 @@ NSXPCInterface *helperXPCInterface() {
   return interface;
 }
 
-NSXPCInterface *feedbackXPCInterface() {
-  auto *interface =
+NSXPCInterface* feedbackXPCInterface() {
+  auto* interface =
       [NSXPCInterface interfaceWithProtocol:@protocol(QRTPrivilegedOperationFeedbackProtocol)];
   [interface setClasses:propertyListClasses()
             forSelector:@selector(processPrivilegedOperationFeedback:)

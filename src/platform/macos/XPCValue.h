@@ -9,15 +9,15 @@
 namespace qrt {
 
 /// Bytes of a text that are no valid UTF-8 travel as characters that stand for them.
-NSDictionary *xpcDictionary(const Dictionary &dictionary);
-NSArray *xpcArray(const Array &array);
+NSDictionary* xpcDictionary(const Dictionary& dictionary);
+NSArray* xpcArray(const Array& array);
 /// Nil for success.
-NSError *xpcError(const Outcome &outcome);
+NSError* xpcError(const Outcome& outcome);
 
 /// None for nil, and for a collection that is larger than what a reader of property lists accepts.
-std::optional<Array> arrayFrom(NSArray *array);
-std::optional<Dictionary> dictionaryFrom(NSDictionary *dictionary);
+std::optional<Array> arrayFrom(NSArray* array);
+std::optional<Dictionary> dictionaryFrom(NSDictionary* dictionary);
 /// Success for nil.
-Outcome outcomeFrom(NSError *error);
+Outcome outcomeFrom(NSError* error);
 
 }  // namespace qrt

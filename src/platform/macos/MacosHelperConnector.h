@@ -1,4 +1,4 @@
-// A client's connection to the daemon on macOS.
+// A client's way to the daemon on macOS.
 #pragma once
 
 #include "platform/HelperConnection.h"
