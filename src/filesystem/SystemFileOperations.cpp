@@ -102,6 +102,7 @@ class Replacement {
     auto code = file.setOwner(status.userID, status.groupID);
     if (code == PosixCode::success) code = applyRights(kept.rights, file);
     if (code == PosixCode::success && kept.classic.hasCodes()) code = applyCodes(kept.classic);
+    if (code == PosixCode::success) code = context_.files.copyCreationTime(backup(), file_.at());
     if (code == PosixCode::success && status.flags != 0) code = applyFlags(status);
     return code;
   }

@@ -120,6 +120,7 @@ class Copy {
     if (code == PosixCode::success) code = copyExtendedAttributes(from, to);
     if (code == PosixCode::success) code = ifKept(copyRights(from, to));
     if (code == PosixCode::success) code = files.copyTimes(from, to);
+    if (code == PosixCode::success) code = files.copyCreationTime(from, to);
     if (code == PosixCode::success) code = setFlags(to, status);
     return code;
   }

@@ -81,6 +81,9 @@ class FileSystem {
   /// are not followed.
   virtual PosixCode touch(FileAt object, Links links) = 0;
   virtual PosixCode copyTimes(FileAt from, FileAt to) = 0;
+  /// Sets the time of creation to that of another object, where a file system lets it be set. Links
+  /// are not followed.
+  virtual PosixCode copyCreationTime(FileAt from, FileAt to) = 0;
 
   /// Writes the contents of a regular file into an empty one and keeps its holes. Anything else
   /// that is found at `from` is `invalidArgument`.

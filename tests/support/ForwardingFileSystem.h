@@ -53,6 +53,9 @@ class ForwardingFileSystem : public FileSystem {
   }
   PosixCode touch(FileAt object, Links links) override { return native_->touch(object, links); }
   PosixCode copyTimes(FileAt from, FileAt to) override { return native_->copyTimes(from, to); }
+  PosixCode copyCreationTime(FileAt from, FileAt to) override {
+    return native_->copyCreationTime(from, to);
+  }
   PosixCode copyContents(FileAt from, OpenFile& to) override {
     return native_->copyContents(from, to);
   }

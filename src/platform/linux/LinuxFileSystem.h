@@ -18,6 +18,8 @@ class LinuxFileSystem : public PosixFileSystem {
   PosixCode createSpecialFile(FileAt object, FileAt model) override;
   PosixCode rename(FileAt object, FileAt newObject) override;
   PosixCode copyTimes(FileAt from, FileAt to) override;
+  /// No file system here lets it be set.
+  PosixCode copyCreationTime(FileAt, FileAt) override { return PosixCode::success; }
   PosixCode copyContents(FileAt from, OpenFile& to) override;
   PosixCode synchronize(const Folder& onFileSystem) override;
 

@@ -201,8 +201,12 @@ std::string textFrom(CFStringRef string) {
   return text;
 }
 
+CFOwner<CFStringRef> cfPath(const std::string& path) {
+  return path.find('\0') == std::string::npos ? cfString(path) : CFOwner<CFStringRef>();
+}
+
 CFOwner<CFURLRef> cfFileURL(const std::string& path, bool isFolder) {
-  const auto text = cfString(path);
+  const auto text = cfPath(path);
   if (!text) return {};
   return CFOwner<CFURLRef>(
       CFURLCreateWithFileSystemPath(nullptr, text.get(), kCFURLPOSIXPathStyle, isFolder));

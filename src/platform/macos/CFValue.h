@@ -15,7 +15,9 @@ namespace qrt {
 CFOwner<CFStringRef> cfString(std::string_view text);
 std::string textFrom(CFStringRef string);
 
-/// A file's or folder's URL. Null when the path is not valid UTF-8.
+/// Null for what cannot be a path in this form: text that is not valid UTF-8 or has a zero byte.
+CFOwner<CFStringRef> cfPath(const std::string& path);
+/// A file's or folder's URL; null as above.
 CFOwner<CFURLRef> cfFileURL(const std::string& path, bool isFolder);
 /// The path of a file URL; empty for any other.
 std::string pathFrom(CFURLRef url);

@@ -3,9 +3,12 @@
 #include <fcntl.h>
 #include <libkern/OSByteOrder.h>
 #include <sys/acl.h>
+#include <sys/attr.h>
 #include <sys/kauth.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
@@ -71,6 +74,32 @@ PosixCode removeList(const HeldObject& object) {
   return codeFor(::fchmodx_np(object.descriptor(), security.get()));
 }
 
+/// Replaces the list of an object that cannot be opened. One without entries takes it away.
+PosixCode writeByName(const HeldObject& object, acl_t list) {
+  const auto size = ::acl_size(list);
+  if (size < 0) return lastError();
+  // The system wants room for one entry even when there is none.
+  const auto room = std::max(static_cast<std::size_t>(size), sizeof(kauth_filesec));
+  const attrreference_t where{sizeof where, static_cast<std::uint32_t>(room)};
+  Data value(sizeof where + room);
+  std::memcpy(value.data(), &where, sizeof where);
+  if (::acl_copy_ext_native(value.data() + sizeof where, list, size) < 0) return lastError();
+  attrlist attribute{};
+  attribute.bitmapcount = ATTR_BIT_MAP_COUNT;
+  attribute.commonattr = ATTR_CMN_EXTENDED_SECURITY;
+  return codeFor(::setattrlistat(object.descriptor(), object.name().c_str(), &attribute,
+                                 value.data(), value.size(), FSOPT_NOFOLLOW));
+}
+
+PosixCode setListByName(const HeldObject& object, const OptionalList& list) {
+  if (list) return writeByName(object, list->content().list.get());
+  const AclOwner none(::acl_init(0));
+  const auto code = none ? writeByName(object, none.get()) : lastError();
+  // Where no list can be, there is none.
+  const bool cannotBe = code == PosixCode::notSupported || code == PosixCode::invalidArgument;
+  return cannotBe ? PosixCode::success : code;
+}
+
 bool markAsInherited(acl_entry_t entry) {
   acl_flagset_t flags = nullptr;
   return ::acl_get_flagset_np(entry, &flags) == 0 &&
@@ -125,10 +154,10 @@ PosixResult<OptionalList> MacosAccessControl::list(const HeldObject& object) {
 }
 
 PosixCode MacosAccessControl::setList(const HeldObject& object, const OptionalList& wanted) {
+  if (!object.name().empty()) return setListByName(object, wanted);
   const auto own = list(object);
   if (!own) return own.error();
   if (!wanted) return *own ? removeList(object) : PosixCode::success;
-  if (!object.name().empty()) return PosixCode::notSupported;
   const auto ownForm = externalized(*own);
   const auto wantedForm = externalized(wanted);
   if (ownForm && wantedForm && *ownForm == *wantedForm) return PosixCode::success;

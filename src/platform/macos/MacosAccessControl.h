@@ -5,7 +5,8 @@
 
 namespace qrt {
 
-/// A list without entries is no list. Sockets and devices have none here.
+/// A list without entries is no list. Those of sockets and devices can be replaced, but not read:
+/// they are told to have none.
 class MacosAccessControl final : public AccessControl {
  public:
   PosixResult<std::optional<AccessControlList>> internalized(const Data& externalForm) override;

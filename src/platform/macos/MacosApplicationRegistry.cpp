@@ -39,7 +39,7 @@ std::vector<ApplicationURL> MacosApplicationRegistry::applicationURLs(
 }
 
 std::optional<Date> MacosApplicationRegistry::dateLastUsed(const std::string& path) {
-  const auto text = cfString(path);
+  const auto text = cfPath(path);
   if (!text) return std::nullopt;
   const CFOwner<MDItemRef> item(MDItemCreate(nullptr, text.get()));
   if (!item) return std::nullopt;

@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <string_view>
+
 #include "platform/NativeFileSystem.h"
 #include "platform/macos/ObjectHandle.h"
 #include "platform/macos/ObjectStatus.h"
@@ -25,7 +27,23 @@ static_assert(file_flag::systemAppendOnly == SF_APPEND);
 static_assert(file_flag::restricted == SF_RESTRICTED);
 static_assert(file_flag::noUnlink == SF_NOUNLINK);
 
+/// They say how the system keeps an object's contents. No object gets them from another.
+constexpr std::uint32_t flagsOfContents = UF_COMPRESSED | UF_TRACKED | UF_DATAVAULT | SF_DATALESS;
+
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
+
+/// One of the common attributes, by a value of its type.
+template <class Value>
+PosixCode setAttribute(FileAt object, Links links, attrgroup_t attribute, Value value) {
+  attrlist list{};
+  list.bitmapcount = ATTR_BIT_MAP_COUNT;
+  list.commonattr = attribute;
+  const auto code =
+      codeFor(::setattrlistat(object.folder.descriptor(), object.name, &list, &value, sizeof value,
+                              links == Links::stay ? FSOPT_NOFOLLOW : 0));
+  // What a file system cannot keep is told like this, by this call alone.
+  return code == PosixCode::invalidArgument ? PosixCode::notSupported : code;
+}
 
 /// True when two names mean one entry of a folder, which happens where case does not count.
 bool areOneEntry(const FileStatus& a, const FileStatus& b) {
@@ -41,6 +59,15 @@ PosixResult<HeldObject> heldIn(const Folder& folder, const std::string& name) {
   FileDescriptor ownFolder(::fcntl(folder.descriptor(), F_DUPFD_CLOEXEC, 0));
   if (!ownFolder) return lastError();
   return HeldObject(std::move(ownFolder), name);
+}
+
+/// For calls that take no folder. By its number nobody can exchange the folder.
+PosixResult<std::string> pathOf(FileAt object) {
+  if (&object.folder == &Folder::ofProcess()) return std::string(object.name);
+  struct stat folder;
+  if (::fstat(object.folder.descriptor(), &folder) != 0) return lastError();
+  return "/.vol/" + std::to_string(folder.st_dev) + "/" + std::to_string(folder.st_ino) + "/" +
+         object.name;
 }
 
 }  // namespace
@@ -81,14 +108,8 @@ PosixCode MacosFileSystem::setFlags(FileAt object, Links links, const FileStatus
   if (wanted == current.flags && sharesMountOfFolder && !object.folder.isReadOnly()) {
     return PosixCode::success;
   }
-  attrlist flags{};
-  flags.bitmapcount = ATTR_BIT_MAP_COUNT;
-  flags.commonattr = ATTR_CMN_FLAGS;
-  const unsigned options = links == Links::stay ? FSOPT_NOFOLLOW : 0;
-  const auto code = codeFor(::setattrlistat(object.folder.descriptor(), object.name, &flags,
-                                            &wanted, sizeof wanted, options));
-  // What a file system cannot keep is told like this, by this call alone.
-  return code == PosixCode::invalidArgument ? PosixCode::notSupported : code;
+  const std::uint32_t flags = (wanted & ~flagsOfContents) | (current.flags & flagsOfContents);
+  return setAttribute(object, links, ATTR_CMN_FLAGS, flags);
 }
 
 PosixResult<Data> MacosFileSystem::readFile(FileAt object, std::size_t limit) {
@@ -107,14 +128,11 @@ PosixCode MacosFileSystem::createSpecialFile(FileAt object, FileAt model) {
     return lastError();
   }
   if (S_ISSOCK(special.st_mode)) return PosixCode::notSupported;
-  struct stat folder;
-  if (::fstatat(object.folder.descriptor(), ".", &folder, 0) != 0) return lastError();
-  // There is no such call relative to a folder. By its number nobody can exchange the folder.
-  const auto path = "/.vol/" + std::to_string(folder.st_dev) + "/" + std::to_string(folder.st_ino) +
-                    "/" + object.name;
+  const auto path = pathOf(object);
+  if (!path) return path.error();
   constexpr mode_t ownerOnly = 0600;
   const auto mode = static_cast<mode_t>((special.st_mode & file_type::mask) | ownerOnly);
-  const auto code = codeFor(::mknod(path.c_str(), mode, special.st_rdev));
+  const auto code = codeFor(::mknod(path->c_str(), mode, special.st_rdev));
   return code == PosixCode::noEntry ? PosixCode::notSupported : code;
 }
 
@@ -132,7 +150,9 @@ PosixCode MacosFileSystem::renameAfterLooking(FileAt object, FileAt newObject) {
   if (taken) {
     const auto own = status(object, Links::stay);
     if (!own) return own.error();
-    if (!areOneEntry(*own, *taken)) return PosixCode::exists;
+    const bool isNewSpelling =
+        areOneEntry(*own, *taken) && std::string_view(object.name) != newObject.name;
+    if (!isNewSpelling) return PosixCode::exists;
   }
   return codeFor(::renameat(object.folder.descriptor(), object.name, newObject.folder.descriptor(),
                             newObject.name));
@@ -145,6 +165,15 @@ PosixCode MacosFileSystem::copyTimes(FileAt from, FileAt to) {
   }
   const timespec times[] = {status.st_atimespec, status.st_mtimespec};
   return codeFor(::utimensat(to.folder.descriptor(), to.name, times, AT_SYMLINK_NOFOLLOW));
+}
+
+PosixCode MacosFileSystem::copyCreationTime(FileAt from, FileAt to) {
+  struct stat status;
+  if (::fstatat(from.folder.descriptor(), from.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return lastError();
+  }
+  const auto code = setAttribute(to, Links::stay, ATTR_CMN_CRTIME, status.st_birthtimespec);
+  return code == PosixCode::notSupported ? PosixCode::success : code;
 }
 
 PosixCode MacosFileSystem::copyContents(FileAt from, OpenFile& to) {

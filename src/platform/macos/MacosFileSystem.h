@@ -12,6 +12,7 @@ class MacosFileSystem final : public PosixFileSystem {
   /// Sockets and devices are held by their folder and name; one that a link leads to is
   /// `notSupported`.
   PosixResult<HeldObject> hold(FileAt object, Links links) override;
+  PosixResult<HeldObject> holdOpen(FileAt object) override { return hold(object, Links::stay); }
   PosixResult<Folder> openFolder(FileAt object, Links links) override;
   PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
                      std::uint32_t wanted) override;
@@ -21,6 +22,7 @@ class MacosFileSystem final : public PosixFileSystem {
   PosixCode createSpecialFile(FileAt object, FileAt model) override;
   PosixCode rename(FileAt object, FileAt newObject) override;
   PosixCode copyTimes(FileAt from, FileAt to) override;
+  PosixCode copyCreationTime(FileAt from, FileAt to) override;
   PosixCode copyContents(FileAt from, OpenFile& to) override;
   PosixCode synchronize(const Folder& onFileSystem) override;
 

@@ -11,8 +11,7 @@ class MacosTransport : public Transport {
  public:
   std::unique_ptr<Listener> makeListener(const std::string& serviceIdentifier) override;
 
-  /// Nothing to do: launchd spaces out its starts by itself, and whoever waits is told when the job
-  /// is removed.
+  /// Nothing to do: launchd lets some seconds pass before it starts a job again that has just ended.
   void turnAway() override {}
 };
 
