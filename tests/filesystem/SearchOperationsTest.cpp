@@ -14,6 +14,7 @@
 #include "filesystem/FileObjectInfo.h"
 #include "filesystem/FileSystemOperations.h"
 #include "filesystem/OrphanedFolder.h"
+#include "filesystem/QRTDirectoryEnumerator.h"
 #include "operations/PrivilegedOperationError.h"
 #include "platform/NativePlatform.h"
 #include "protocol/FeedbackMessage.h"
