@@ -1,11 +1,9 @@
-#include <dirent.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <functional>
-#include <memory>
 #include <string>
 
 #include "filesystem/AdvancedOpsAdditions.h"
@@ -19,80 +17,56 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr uid_t attackersID = 1234;
-
-/// How not to do it: what a path leads to may change between any two calls.
-void changeByPath(const std::string& path, const std::function<void(const std::string&)>& change) {
-  struct stat status {};
-  if (lstat(path.c_str(), &status) != 0) return;
-  change(path);
-  if (!S_ISDIR(status.st_mode)) return;
-  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(path.c_str()), closedir);
-  while (const auto* entry = folder ? readdir(folder.get()) : nullptr) {
-    const std::string name = entry->d_name;
-    if (name != "." && name != "..") changeByPath(path + "/" + name, change);
-  }
-}
-
 /// The owner of a tree exchanges a folder in it, while rights or flags are being changed, for a
 /// link to a folder of somebody else that holds the same names.
 class PropagationAttackTest : public testing::Test {
  protected:
-  static constexpr int filesEach = 40;
+  static constexpr int fileCount = 40;
 
   PropagationAttackTest() {
     for (const std::string top : {"precious", "tree", "tree/folder"}) {
       scratch_.folder(top);
-      if (top == "tree") continue;
-      scratch_.folder(top + "/inner");
-      for (int i = 0; i < filesEach; ++i) scratch_.file(fileName(top, i));
+      for (int i = 0; top != "tree" && i < fileCount; ++i) scratch_.file(fileName(top, i));
     }
     scratch_.link("tree/link", scratch_.path("precious"));
-    EXPECT_EQ(chown(tree_.c_str(), attackersID, attackersID), 0);
-    EXPECT_EQ(chmod(tree_.c_str(), 0777), 0);
+    EXPECT_EQ(chown(tree_.c_str(), 1234, 1234), 0);
   }
 
   static std::string fileName(const std::string& folder, int number) {
-    return folder + (number % 2 == 0 ? "/file" : "/inner/file") + std::to_string(number);
+    return folder + "/file" + std::to_string(number);
   }
 
-  bool isPreciousAsBefore() const {
-    for (int i = 0; i < filesEach; ++i) {
-      const auto status =
-          context_.files.status(scratch_.path(fileName("precious", i)).c_str(), Links::stay);
-      if (status->userID != 0 || status->mode != (S_IFREG | 0644) ||
-          status->flags != preciousFlags_)
-        return false;
+  bool isPrecious(std::uint32_t flags) const {
+    for (int i = 0; i < fileCount; ++i) {
+      const auto path = scratch_.path(fileName("precious", i));
+      const auto status = context_.files.status(path.c_str(), Links::stay);
+      if (status->userID != 0 || status->mode != 0100644 || status->flags != flags) return false;
     }
     return true;
   }
 
-  void restorePrecious() {
-    for (int i = 0; i < filesEach; ++i) {
-      const auto name = fileName("precious", i);
-      ASSERT_TRUE(preciousFlags_ == 0 || scratch_.changeFlags(name, "+i"));
-      if (preciousFlags_ != 0) continue;
-      ASSERT_EQ(chown(scratch_.path(name).c_str(), 0, 0), 0);
-    }
-  }
-
-  /// The control loses first; then the real thing has ten times as many rounds.
-  void expectSafe(const std::function<void()>& control, const std::function<void()>& safe) {
+  /// The control goes by paths and loses first; then the real thing has ten times as many rounds.
+  void expectSafe(std::uint32_t flags, const std::function<void(const std::string&)>& control,
+                  const std::function<void()>& restore, const std::function<void()>& real) {
+    restore();
     const test::FolderExchanger attacker(scratch_.path("tree/folder"), scratch_.path("tree/link"));
     const auto start = Clock::now();
-    int roundsUntilLost = 0;
-    for (; isPreciousAsBefore(); ++roundsUntilLost) {
-      if (Clock::now() - start > std::chrono::seconds(60)) {
-        GTEST_SKIP() << "the control was not led astray in time";
+    int lost = 0;
+    for (; isPrecious(flags); ++lost) {
+      if (Clock::now() - start > std::chrono::seconds(60)) GTEST_SKIP() << "the control never lost";
+      for (int i = 0; i < fileCount; ++i) {
+        const auto folder = scratch_.path("tree/folder");
+        struct stat status {};
+        if (lstat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) continue;
+        control(fileName(folder, i));
       }
-      control();
     }
-    restorePrecious();
+    restore();
     const auto secondStart = Clock::now();
-    for (int round = 0; round < 10 * roundsUntilLost + 100; ++round) {
+    for (int round = 0; round < 10 * lost + 100; ++round) {
       if (Clock::now() - secondStart > std::chrono::seconds(4)) break;
-      safe();
-      ASSERT_TRUE(isPreciousAsBefore()) << "in round " << round << " of " << roundsUntilLost;
+      real();
+      ASSERT_TRUE(isPrecious(flags)) << "in round " << round << ", the control lost " << lost;
     }
   }
 
@@ -100,37 +74,36 @@ class PropagationAttackTest : public testing::Test {
   const std::string tree_ = scratch_.path("tree");
   const NativePlatform platform_;
   const ItemContext context_{platform_.facilities()};
-  std::uint32_t preciousFlags_ = 0;
 };
 
 TEST_F(PropagationAttackTest, ExchangedFoldersDoNotLeadPropagationAstray) {
-  constexpr std::uint8_t all = 0x3e;
-  int rounds = 0;
+  int round = 0;
   expectSafe(
+      0, [](const std::string& path) { (void)!lchown(path.c_str(), 1234, 1234); },
       [this] {
-        changeByPath(tree_, [](const std::string& path) {
-          (void)!lchown(path.c_str(), attackersID, attackersID);
-        });
+        test::run({"chown", "-R", "0:0", scratch_.path("precious")});
       },
       [&] {
         // What there is to do differs from round to round.
-        chmod(tree_.c_str(), rounds++ % 2 == 0 ? 0770 : 0777);
-        (void)propagatePermissions(context_, platform_.facilities().log, tree_, 0, false, all,
+        chmod(tree_.c_str(), ++round % 2 == 0 ? 0770 : 0777);
+        (void)propagatePermissions(context_, platform_.facilities().log, tree_, 0, false, 0x3e,
                                    nullptr);
       });
 }
 
 TEST_F(PropagationAttackTest, ExchangedFoldersDoNotLeadTheRecursiveFlagAstray) {
   if (!scratch_.changeFlags("precious/file0", "+i")) GTEST_SKIP() << "needs flags";
-  preciousFlags_ = file_flag::userImmutable;
-  restorePrecious();
-  // Only while flags are cleared: a folder that is immutable cannot have anything exchanged.
+  // Only while flags are cleared: in a folder that is immutable nothing can be exchanged.
   const auto clear = [this](const std::string& path, bool recursive) {
     (void)AdvancedOpsAdditions::setUserImmutableAtPath(context_.files, path, false, recursive,
                                                        false);
   };
-  expectSafe([&] { changeByPath(tree_, [&](const std::string& path) { clear(path, false); }); },
-             [&] { clear(tree_, true); });
+  expectSafe(
+      file_flag::userImmutable, [&](const std::string& path) { clear(path, false); },
+      [this] {
+        for (int i = 0; i < fileCount; ++i) scratch_.changeFlags(fileName("precious", i), "+i");
+      },
+      [&] { clear(tree_, true); });
 }
 
 }  // namespace
