@@ -84,19 +84,6 @@ TEST_F(AccessControlTest, WithoutAPlaceForListsThereIsNone) {
   EXPECT_EQ(aclOf(copy), "user::rw-,group::---,other::r--");
 }
 
-TEST_F(AccessControlTest, RightsAreCopiedWhole) {
-  const auto folder = scratch_.folder("folder");
-  const auto copy = scratch_.folder("copy");
-  for (const char* entries : {"u:77:rwx,g::x,m::rx,d:u:78:r", "d:u:79:w", "u:77:r"}) {
-    ASSERT_TRUE(test::run({"setfacl", "-b", folder}));
-    ASSERT_TRUE(test::run({"setfacl", "-m", entries, folder}));
-    ASSERT_TRUE(test::run({"chmod", "u+s,o=t", folder}));
-    EXPECT_EQ(lists_.setRights(hold(copy), *lists_.rights(hold(folder))), PosixCode::success);
-    EXPECT_EQ(aclOf(copy), aclOf(folder)) << entries;
-    EXPECT_EQ(hold(copy).status()->mode, hold(folder).status()->mode) << entries;
-  }
-}
-
 TEST_F(AccessControlTest, AHoldOutlastsItsName) {
   const auto file = scratch_.file("file");
   const auto held = hold(file);
