@@ -31,7 +31,8 @@ bool needsDialog(const Error& error) {
 }
 
 bool isRefusal(const Error& error) {
-  return isPosixError(error, PosixCode::notPermitted) || isPosixError(error, PosixCode::canceled);
+  return needsDialog(error) || isPosixError(error, PosixCode::notPermitted) ||
+         isPosixError(error, PosixCode::canceled);
 }
 
 class Client {

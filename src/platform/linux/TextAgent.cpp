@@ -95,7 +95,9 @@ class PolkitTextAgent : public CallerProcess::TextAgent {
     return process_ > 0 && poll(&ready, 1, millisecondsUntilReady) == 1 && !hasEnded();
   }
 
-  void dismiss() override { kill(process_, SIGTERM); }
+  void dismiss() override {
+    if (process_ > 0) kill(process_, SIGTERM);
+  }
 
  private:
   bool hasEnded() {

@@ -74,8 +74,9 @@ DaemonProcess::DaemonProcess(const Options& options) {
     }
     if (!options.removalTool.empty()) {
       // In a mount namespace of its own, by the same process.
-      const auto script =
-          "mount --bind " + options.removalTool + " /bin/systemctl && exec " + program;
+      const auto script = "mount --bind " + options.removalTool +
+                          " /bin/systemctl && mount -t tmpfs none /usr/share/polkit-1 && exec " +
+                          program;
       execlp("unshare", "unshare", "--mount", "sh", "-c", script.c_str(),
              static_cast<char*>(nullptr));
     }
