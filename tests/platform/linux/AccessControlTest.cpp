@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "platform/FileSystem.h"
 #include "platform/NativePlatform.h"
 #include "platform/linux/ObjectPermissions.h"
 #include "support/AclText.h"
