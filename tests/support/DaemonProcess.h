@@ -3,8 +3,8 @@
 
 #include <sys/types.h>
 
-#include <functional>
 #include <string>
+#include <vector>
 
 namespace qrt::test {
 
@@ -17,10 +17,10 @@ class DaemonProcess {
     bool isInPidNamespaceOfItsOwn = false;
     /// The most descriptors it can raise its limit to; 0 leaves it as it is.
     unsigned descriptorLimit = 0;
+    /// The name of a program of this build and what it is given.
+    std::vector<std::string> command = {"com.vantor.system.privilegedhelper-vk2"};
     /// A program that the daemon finds in place of the system's tool for jobs; empty for none.
     std::string removalTool = {};
-    /// What runs in place of the program, in a process of its own; returns the exit status.
-    std::function<int()> program = nullptr;
   };
 
   DaemonProcess() : DaemonProcess(Options()) {}

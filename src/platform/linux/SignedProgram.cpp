@@ -11,6 +11,9 @@ namespace {
 
 constexpr std::int32_t good = 0;
 
+/// Of the blob around a CMS message.
+constexpr std::uint32_t wrapperMagic = 0xFADE0B01;
+
 bool equal(const Data& digest, Bytes expected) {
   return !digest.empty() &&
          std::equal(digest.begin(), digest.end(), expected.begin(), expected.end());
@@ -87,7 +90,7 @@ std::optional<SignedProgram> SignedProgram::read(int file, FileRange place,
   }
 
   const auto cms = program.blobs_.find(signature_slot::cms);
-  if (cms != program.blobs_.end()) {
+  if (cms != program.blobs_.end() && numberAt<std::uint32_t>(cms->second, 0) == wrapperMagic) {
     program.signer_ = verifiedCmsSigner(cms->second.subspan(blobHeaderSize),
                                         program.directories_.front().bytes());
   }

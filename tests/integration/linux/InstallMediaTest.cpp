@@ -1,48 +1,23 @@
 // An installer's own tool, run by the daemon.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <iostream>
+#include <cstdio>
+#include <functional>
 
-#include "filesystem/FileSystemOperations.h"
-#include "hardware/HardwareOperations.h"
-#include "operations/OperationHandlers.h"
 #include "operations/PrivilegedOperationError.h"
-#include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "platform/HelperConnection.h"
 #include "platform/NativePlatform.h"
-#include "platform/PropertyLists.h"
-#include "service/EmbeddedPropertyLists.h"
-#include "service/EntryPoint.h"
-#include "support/AppleRootDouble.h"
 #include "support/BundleSigner.h"
 #include "support/DaemonProcess.h"
 #include "support/Mounts.h"
 #include "support/PlantedFile.h"
-#include "support/PlatformDouble.h"
 
 namespace qrt {
 namespace {
 
 constexpr std::uint64_t createInstallmedia = 25;
-
-/// The daemon, but that it takes a test's root for the maker's.
-int serveTrusting(const Data& rootDigest) {
-  const NativePlatform native;
-  test::AppleRootDouble signing(native.facilities().codeSigning, rootDigest);
-  const auto platform = test::platformWith({.codeSigning = &signing}, native.facilities());
-  const auto info = platform.propertyLists.parse(infoPropertyList);
-  const auto registerHandlers = [&](QRTPrivilegedOperationSet& set) {
-    auto& liveSet = dynamic_cast<QRTPrivilegedOperationSetVK2&>(set);
-    registerOperationHandlers(set.handlers(), platform, liveSet);
-    registerFileSystemHandlers(set.handlers(), platform);
-    registerHardwareHandlers(set.handlers(), platform, liveSet);
-  };
-  return EntryPoint{platform, *info->dictionary(), registerHandlers, std::cout, std::cerr}.enter(
-      {});
-}
 
 /// Tells what it was given, and goes on when that has arrived somewhere.
 constexpr const char* tool = R"tool(#!/bin/sh
@@ -67,20 +42,36 @@ class InstallMediaTest : public testing::Test {
         test::plant(scratch_, "Install.app/Contents/Resources/createinstallmedia", tool);
     chmod(path.c_str(), 0755);
     test::signBundle(installer_, chain_, {.team = "K36BKF7T3D"});
-    daemon_.emplace(test::DaemonProcess::Options{
-        .program = [this] { return serveTrusting(chain_.rootDigest()); }});
+    std::string digest;
+    for (const auto byte : chain_.rootDigest()) {
+      char text[3];
+      std::snprintf(text, sizeof text, "%02x", byte);
+      digest += text;
+    }
+    daemon_.emplace(test::DaemonProcess::Options{.command = {"trusting_daemon", digest}});
     auto connection = native_.facilities().helperConnector.connect(daemon_->socketPath());
     ASSERT_TRUE(connection);
     connection_ = std::move(*connection);
   }
 
-  Outcome perform(const Array& arguments, const FeedbackHandler& receive) {
+  /// Collects what the tool writes and calls `atLine` for each line of it.
+  Outcome perform(const Array& arguments, const std::function<void()>& atLine) {
     const auto form = connection_->createExternalForm();
-    return connection_->performPrivilegedOperation(createInstallmedia, *form, receive, arguments);
+    return connection_->performPrivilegedOperation(
+        createInstallmedia, *form,
+        [&](const Dictionary& message) {
+          for (const auto& [key, value] : message) {
+            const auto* data = value.data();
+            if (!data) continue;
+            (key == "ErrorData" ? errors_ : output_).append(data->begin(), data->end());
+            if (!data->empty() && data->back() == '\n') atLine();
+          }
+        },
+        arguments);
   }
 
   test::ScratchFolder scratch_;
-  std::string volume_, installer_;
+  std::string volume_, installer_, output_, errors_;
   std::optional<test::Mount> mount_;
   test::SigningChain chain_;
   NativePlatform native_;
@@ -89,19 +80,12 @@ class InstallMediaTest : public testing::Test {
 };
 
 TEST_F(InstallMediaTest, TheToolsOutputArrivesWhileItRuns) {
-  std::string output, errors;
-  const auto outcome = perform({installer_, volume_}, [&](const Dictionary& message) {
-    for (const auto& [key, value] : message) {
-      if (const auto* data = value.data()) {
-        (key == "ErrorData" ? errors : output).append(data->begin(), data->end());
-      }
-    }
-    if (output.ends_with('\n')) test::plant(scratch_, "volume/arrived");
-  });
+  const auto outcome =
+      perform({installer_, volume_}, [&] { test::plant(scratch_, "volume/arrived"); });
   EXPECT_EQ(outcome, success);
-  EXPECT_EQ(output, "--applicationpath " + installer_ + " --volume " + volume_ +
-                        " --nointeraction PATH=\n");
-  EXPECT_EQ(errors, "done\n");
+  EXPECT_EQ(output_, "--applicationpath " + installer_ + " --volume " + volume_ +
+                         " --nointeraction PATH=\n");
+  EXPECT_EQ(errors_, "done\n");
 }
 
 TEST_F(InstallMediaTest, NothingRunsForAnotherVolumeOrInstaller) {
@@ -111,9 +95,8 @@ TEST_F(InstallMediaTest, NothingRunsForAnotherVolumeOrInstaller) {
     std::int64_t code;
   };
   const auto check = [&](const Case& c) {
-    const auto outcome = perform({c.installer, c.volume}, [](const Dictionary& message) {
-      EXPECT_FALSE(message.contains("OutputData"));
-    });
+    const auto outcome = perform({c.installer, c.volume}, [] {});
+    EXPECT_EQ(output_ + errors_, "");
     ASSERT_TRUE(outcome) << c.installer << " " << c.volume;
     EXPECT_EQ(outcome->domain, privilegedOperationErrorDomain);
     EXPECT_EQ(outcome->code, c.code) << c.volume;

@@ -51,7 +51,7 @@ DaemonProcess::DaemonProcess(const Options& options) {
   folder_ = pattern;
   require(chmod(pattern, 0755) == 0 && mkdir((folder_ + "/state").c_str(), 0700) == 0, "folder");
   const int listening = listenAt(socketPath());
-  const std::string program = folderOfPrograms() + "/com.vantor.system.privilegedhelper-vk2";
+  const std::string program = folderOfPrograms() + "/" + options.command.front();
   process_ = fork();
   require(process_ >= 0, "fork");
   if (process_ == 0) {
@@ -68,7 +68,6 @@ DaemonProcess::DaemonProcess(const Options& options) {
       const rlimit limit{options.descriptorLimit, options.descriptorLimit};
       setrlimit(RLIMIT_NOFILE, &limit);
     }
-    if (options.program) _exit(options.program());
     if (options.isInPidNamespaceOfItsOwn) {
       execlp("unshare", "unshare", "--pid", "--fork", "--kill-child", program.c_str(),
              static_cast<char*>(nullptr));
@@ -80,7 +79,10 @@ DaemonProcess::DaemonProcess(const Options& options) {
       execlp("unshare", "unshare", "--mount", "sh", "-c", script.c_str(),
              static_cast<char*>(nullptr));
     }
-    execl(program.c_str(), program.c_str(), static_cast<char*>(nullptr));
+    std::vector<char*> arguments;
+    for (const auto& each : options.command) arguments.push_back(const_cast<char*>(each.c_str()));
+    arguments.push_back(nullptr);
+    execv(program.c_str(), arguments.data());
     _exit(127);
   }
   close(listening);
