@@ -7,7 +7,6 @@ using enum ArgumentForm;
 using enum Occurrence;
 
 constexpr bool available = true;
-constexpr bool later = false;
 
 constexpr std::string_view sameFileSystem = "Stay on the file system of the folder";
 

@@ -24,6 +24,7 @@ class XPCHelperConnection : public HelperConnection {
   Result<std::string> getVersionString() override;
   Outcome registerClientWithPID(std::int32_t identifier) override;
   Outcome unregisterClientWithPID(std::int32_t identifier) override;
+  void unregisterClientWithPIDLater(std::int32_t identifier) override;
   Result<Data> createExternalForm() override;
   Result<std::unique_ptr<HelperConnection>> connectWithEndpoint() override;
   Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,

@@ -1,11 +1,16 @@
 #include "platform/macos/XPCHelperConnection.h"
 
+#include <chrono>
+#include <thread>
+
 #include "platform/macos/CFValue.h"
 #include "platform/macos/FeedbackReceiver.h"
 #include "platform/macos/XPCValue.h"
 
 namespace qrt {
 namespace {
+
+constexpr std::chrono::milliseconds timeToSend{100};
 
 bool tellsThatHelperIsGone(const Error& error) {
   return error.domain == cocoaErrorDomain &&
@@ -76,6 +81,12 @@ Outcome XPCHelperConnection::unregisterClientWithPID(std::int32_t identifier) {
   auto failure = untilTaken();
   const bool hasHelperEnded = failure && tellsThatHelperIsGone(*failure);
   return hasHelperEnded ? success : failure;
+}
+
+void XPCHelperConnection::unregisterClientWithPIDLater(std::int32_t identifier) {
+  [Helper(connection_.remoteObjectProxy) unregisterClientWithPID:identifier];
+  // The system sends on a queue of its own, and does not tell when it has.
+  std::this_thread::sleep_for(timeToSend);
 }
 
 Result<Data> XPCHelperConnection::createExternalForm() { return authorization_.externalForm(); }

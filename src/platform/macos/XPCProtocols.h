@@ -22,8 +22,8 @@
 
 namespace qrt {
 
-/// Descriptions of both. A collection that is received may hold the classes of property lists and
-/// nothing else; an error's user information may hold errors as well.
+/// Descriptions of both. Where a collection is received the classes of property lists are allowed
+/// and no other; an error's user information may hold errors as well.
 NSXPCInterface* helperXPCInterface();
 NSXPCInterface* feedbackXPCInterface();
 

@@ -14,10 +14,14 @@ NSArray* xpcArray(const Array& array);
 /// Nil for success.
 NSError* xpcError(const Outcome& outcome);
 
-/// None for nil, and for a collection that is larger than what a reader of property lists accepts.
+/// The classes that may be in a collection may come in its place as well: what a peer sent is of
+/// its declared class only when it turns out to be.
+
+/// None for nil, for another class, and for a collection that is larger than what a reader of
+/// property lists accepts.
 std::optional<Array> arrayFrom(NSArray* array);
 std::optional<Dictionary> dictionaryFrom(NSDictionary* dictionary);
-/// Success for nil.
+/// Success for nil, POSIX error 22 for another class.
 Outcome outcomeFrom(NSError* error);
 
 }  // namespace qrt

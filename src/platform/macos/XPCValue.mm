@@ -57,19 +57,20 @@ NSError* xpcError(const Outcome& outcome) {
 }
 
 std::optional<Array> arrayFrom(NSArray* array) {
-  auto value = valueOf(array);
-  if (!value) return std::nullopt;
+  const auto value = valueOf(array);
+  if (!value || !value->array()) return std::nullopt;
   return *value->array();
 }
 
 std::optional<Dictionary> dictionaryFrom(NSDictionary* dictionary) {
-  auto value = valueOf(dictionary);
-  if (!value) return std::nullopt;
+  const auto value = valueOf(dictionary);
+  if (!value || !value->dictionary()) return std::nullopt;
   return *value->dictionary();
 }
 
 Outcome outcomeFrom(NSError* error) {
   if (!error) return success;
+  if (![error isKindOfClass:NSError.class]) return posixError(PosixCode::invalidArgument);
   return changed(errorFrom((__bridge CFErrorRef)error), decodeWireText);
 }
 

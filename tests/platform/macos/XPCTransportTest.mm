@@ -55,6 +55,7 @@ class EchoingHelper : public QRTPrivilegedHelperProtocol, public ListenerDelegat
   Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
                                      FeedbackEndpoint* endpoint,
                                      std::optional<Array> arguments) override {
+    if (!arguments) return posixError(PosixCode::invalidArgument);
     authorization = authorizationData;
     if (endpoint) {
       const auto feedback = endpoint->connect();
@@ -88,10 +89,14 @@ class XPCTransportTest : public testing::Test {
   EchoingHelper helper_{native_};
   std::unique_ptr<HelperConnection> connection_ = connect().value();
 
-  Result<std::unique_ptr<HelperConnection>> connect() {
+  NSXPCConnection* rawConnection() {
     const auto endpoint = native_.endpoint();
-    return XPCHelperConnection::over([[NSXPCConnection alloc]
-        initWithListenerEndpoint:static_cast<const MacosListenerEndpoint&>(*endpoint).endpoint]);
+    return [[NSXPCConnection alloc]
+        initWithListenerEndpoint:static_cast<const MacosListenerEndpoint&>(*endpoint).endpoint];
+  }
+
+  Result<std::unique_ptr<HelperConnection>> connect() {
+    return XPCHelperConnection::over(rawConnection());
   }
 };
 
@@ -106,6 +111,29 @@ TEST_F(XPCTransportTest, ValuesOfEveryKindArriveAndComeBack) {
   EXPECT_EQ(*answer->userInfo.find(underlyingErrorKey)->second.error(),
             posixError(PosixCode::busy));
   EXPECT_EQ(connection_->performPrivilegedOperation(0, {}, {}, {}), success);
+}
+
+TEST_F(XPCTransportTest, ArgumentsThatAreNoArrayAreNoneOrEndTheConnection) {
+  const auto connection = rawConnection();
+  connection.remoteObjectInterface = helperXPCInterface();
+  [connection resume];
+  for (id sent in @[ @"text", @{}, @1 ]) {
+    __block NSInteger code = 0;
+    id<QRTPrivilegedHelperProtocol> helper =
+        [connection synchronousRemoteObjectProxyWithErrorHandler:^(NSError* error) {
+          code = error.code;
+        }];
+    [helper performPrivilegedOperation:0
+                 withAuthorizationData:NSData.data
+                      feedbackEndpoint:nil
+                             arguments:sent
+                            usingReply:^(NSError* error) {
+                              code = error.code;
+                            }];
+    EXPECT_THAT(code, testing::AnyOf(number(PosixCode::invalidArgument), 4097, 4099));
+  }
+  [connection invalidate];
+  EXPECT_EQ(connection_->getVersionString().value(), "1.6");
 }
 
 TEST_F(XPCTransportTest, ClientsAreNotedBeforeTheirCallsReturn) {
