@@ -9,8 +9,8 @@
 #include "platform/HelperConnection.h"
 #include "platform/NativePlatform.h"
 #include "platform/PropertyLists.h"
+#include "platform/linux/LinuxAuthority.h"
 #include "support/DaemonProcess.h"
-#include "support/FakeAuthority.h"
 #include "support/PlantedFile.h"
 #include "support/RecordingLog.h"
 
@@ -43,21 +43,19 @@ class UninstallTest : public testing::Test {
     installation_.file("program", "installed");
     installation_.file("job", "installed");
   }
-  /// Installs all rights in the state folder of the daemon.
+  /// As seen by the daemon, whose folder of actions is its own.
   void installRights() {
-    Dictionary rights;
-    for (const auto& [identifier, operation] : operations_.implementedOperations()) {
-      rights.emplace(*operations_.authorizationRightNameForOperationWithIdentifier(identifier),
-                     Dictionary{{"definition", Dictionary{{"rule", "default"}}}});
-    }
-    std::ofstream(rightsFile()) << *native_.facilities().propertyLists.xml(rights);
+    test::RecordingLog log;
+    LinuxAuthority authority("/proc/" + std::to_string(daemon_->processID()) + "/root",
+                             daemon_->folder() + "/state", native_.facilities().propertyLists, log);
+    const QRTPrivilegedOperationSetVK2 operations(log, authority);
+    operations.setAuthorizationRightsForImplementedOperationsUsingAuthorization(
+        authority.create()->get());
   }
   PropertyValue rights() const {
-    const auto text = test::contentsOf(rightsFile());
+    const auto text = test::contentsOf(daemon_->folder() + "/state/rights.plist");
     return *native_.facilities().propertyLists.parse(Data(text.begin(), text.end()));
   }
-  std::string rightsFile() const { return daemon_->folder() + "/state/rights.plist"; }
-
   bool isInstalled() const { return test::exists(program_) && test::exists(job_); }
 
   Outcome uninstall() {
@@ -71,9 +69,6 @@ class UninstallTest : public testing::Test {
   const std::string program_ = installation_.path("program"), job_ = installation_.path("job"),
                     called_ = installation_.path("called");
   const NativePlatform native_;
-  test::RecordingLog log_;
-  test::FakeAuthority authority_;
-  const QRTPrivilegedOperationSetVK2 operations_{log_, authority_};
   std::optional<test::DaemonProcess> daemon_;
   std::unique_ptr<HelperConnection> connection_;
 };
