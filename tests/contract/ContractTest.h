@@ -20,7 +20,7 @@ class ContractTest : public testing::Test {
   const Platform& sealedPlatform() {
     if (!sealed_) {
       run({"mkdir", "-p", scratch_.path() + getpwuid(geteuid())->pw_dir, scratch_.path("etc"),
-           scratch_.path("var/lib")});
+           scratch_.path("usr/share"), scratch_.path("var/lib")});
       sealed_ = std::make_unique<NativePlatform>(scratch_.path() + "/");
     }
     return sealed_->facilities();
