@@ -17,9 +17,7 @@ PosixResult<ObjectHandle> ObjectHandle::open(FileAt object, Links links) {
   return ObjectHandle(std::move(descriptor), answer.st_mode & file_type::mask);
 }
 
-std::string ObjectHandle::path() const {
-  return descriptorPath(descriptor_.get());
-}
+std::string ObjectHandle::path() const { return descriptorPath(descriptor_.get()); }
 
 PosixResult<FileDescriptor> ObjectHandle::openForReading() const {
   FileDescriptor opened(::open(path().c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));

@@ -11,7 +11,8 @@ class MacosTransport : public Transport {
  public:
   std::unique_ptr<Listener> makeListener(const std::string& serviceIdentifier) override;
 
-  /// Nothing to do: launchd lets some seconds pass before it starts a job again that has just ended.
+  /// Nothing to do: launchd lets some seconds pass before it starts a job again that has just
+  /// ended.
   void turnAway() override {}
 };
 
