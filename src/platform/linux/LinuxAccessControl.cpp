@@ -34,7 +34,8 @@ constexpr std::size_t largestExternalForm = 512 * 1024;
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
 
 AccessControlList made(AclEntries entries) {
-  return AccessControlList(std::make_shared<const AccessControlList::Content>(std::move(entries)));
+  using Content = AccessControlList::Content;
+  return AccessControlList(std::make_shared<const Content>(Content{std::move(entries)}));
 }
 
 OptionalList listOf(AclEntries entries) {
