@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include "platform/StandardStream.h"
@@ -21,6 +23,12 @@ class Terminal {
 
   /// Writes all bytes, unbuffered. False when nobody can read them any more.
   virtual bool write(StandardStream stream, std::string_view bytes) = 0;
+
+  /// True when a person can read a question on standard error and type the answer.
+  virtual bool canAsk() const = 0;
+
+  /// The line that is typed, without its end; none when nothing more will be typed.
+  virtual std::optional<std::string> readLine() = 0;
 };
 
 }  // namespace qrt

@@ -69,7 +69,8 @@ class ClientFixture : public testing::Test {
                           caller,
                           bundlePath,
                           language,
-                          {.attempts = 2, .pause = std::chrono::milliseconds(1)}}));
+                          {.attempts = 2, .pause = std::chrono::milliseconds(1)},
+                          mayColor}));
   }
 
   FakeHelper helper;
@@ -80,6 +81,7 @@ class ClientFixture : public testing::Test {
   RecordingLog log;
   std::string bundlePath = "/nowhere";
   std::string language = "C";
+  bool mayColor = false;
 
  private:
   NativePlatform native_;

@@ -3,9 +3,11 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <thread>
 
 #include "ClientFixture.h"
+#include "client/cli/Examination.h"
 #include "operations/PrivilegedOperationError.h"
 #include "protocol/FeedbackMessage.h"
 #include "support/ScratchFolder.h"
@@ -285,6 +287,62 @@ TEST_F(ClientTest, InstallsAndRemovesRightsForRootOnly) {
   authority.takeCalls();
   EXPECT_EQ(run({"remove-rights"}), 3);
   EXPECT_TRUE(authority.takeCalls().empty());
+  EXPECT_TRUE(helper.calls.empty());
+}
+
+TEST_F(ClientTest, AsksAPersonBeforeItDestroys) {
+  struct Case {
+    std::optional<std::string> typed;
+    std::vector<std::string> words;
+    bool isAsked;
+    bool isDone;
+  };
+  const Case cases[] = {
+      {"y", {"delete-files", "/a"}, true, true},
+      {"", {"delete-files", "/a"}, true, false},
+      {"n", {"--json", "erase-diskblocks", "sda", "1"}, true, false},
+      {"n", {"--yes", "delete-files", "/a"}, false, true},
+      {"n", {"touch-fileobject", "/a"}, false, true},
+      {std::nullopt, {"delete-files", "/a"}, false, true},
+  };
+  for (const auto& [typed, words, isAsked, isDone] : cases) {
+    helper.calls.clear();
+    terminal.typed = typed;
+    EXPECT_EQ(run(words), isDone ? 0 : 1) << testing::PrintToString(words);
+    EXPECT_EQ(terminal.errors().find("[y/N]") != std::string::npos, isAsked);
+    EXPECT_EQ(helper.calls.empty(), !isDone);
+  }
+}
+
+TEST_F(ClientTest, FailuresHaveColorOnlyOnATerminal) {
+  helper.answer = posixError(PosixCode::busy);
+  mayColor = true;
+  run({"nop"});
+  EXPECT_EQ(terminal.errors().find('\x1B'), std::string::npos);
+  terminal.terminals = {StandardStream::error};
+  run({"nop"});
+  EXPECT_THAT(terminal.errors(), testing::StartsWith("\x1B[31mqrtctl nop\x1B[0m: "));
+}
+
+TEST_F(ClientTest, TheDoctorFailsOnlyOnAProblem) {
+  EXPECT_EQ(run({"doctor"}), 0) << terminal.output();
+  EXPECT_THAT(terminal.output(), testing::HasSubstr("  1.6\n"));
+  helper.connectFailures.assign(4, FakeHelper::invalidConnection());
+  EXPECT_EQ(run({"doctor", "--json"}), 6);
+  EXPECT_THAT(terminal.output(), testing::HasSubstr(R"({"state":"problem","subject":"socket")"));
+  EXPECT_FALSE(hasProblem(examine({"polkit", true}, {{"a", false, false, ""}})));
+  EXPECT_TRUE(hasProblem(examine({"polkit", true}, {{"a", false, true, ""}})));
+}
+
+TEST_F(ClientTest, ExplainsOperationsWithoutAHelper) {
+  EXPECT_EQ(run({"operations"}), 0);
+  EXPECT_THAT(terminal.output(),
+              testing::HasSubstr(
+                  "\nnop                    everybody       nothing   Perform an empty operation"));
+  EXPECT_EQ(run({"explain", "write-smcvalue"}), 0);
+  EXPECT_THAT(terminal.output(), testing::HasSubstr("com.vantor.vk2.write-smcvalue"));
+  EXPECT_EQ(run({"explain", "format-planet"}), 2);
+  EXPECT_EQ(run({"generate", "nothing"}), 2);
   EXPECT_TRUE(helper.calls.empty());
 }
 

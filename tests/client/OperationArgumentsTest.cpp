@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "ClientFixture.h"
@@ -9,10 +10,22 @@
 #include "client/cli/CommandLine.h"
 #include "operations/OperationCatalogue.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
+#include "platform/SystemFeatures.h"
 #include "support/ScratchFolder.h"
 
 namespace qrt {
 namespace {
+
+/// A misspelt name would make an operation look supported everywhere.
+TEST(OperationArguments, NeedFeaturesThatAreLookedFor) {
+  const auto features = systemFeatures();
+  for (const auto& operation : operationArguments()) {
+    if (operation.neededFeature.empty()) continue;
+    EXPECT_TRUE(std::any_of(features.begin(), features.end(), [&](const SystemFeature& feature) {
+      return feature.name == operation.neededFeature;
+    })) << operation.identifier;
+  }
+}
 
 TEST(OperationArguments, DescribeTheCatalogueLetterForLetter) {
   const auto* record = privilegedOperationCatalogue;

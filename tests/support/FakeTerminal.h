@@ -2,6 +2,7 @@
 #pragma once
 
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -25,6 +26,12 @@ class FakeTerminal : public Terminal {
     writes_.push_back({stream, std::string(bytes)});
     return true;
   }
+
+  /// What a person types; null when nobody is there.
+  std::optional<std::string> typed;
+
+  bool canAsk() const override { return typed.has_value(); }
+  std::optional<std::string> readLine() override { return typed; }
 
   std::string output() const { return all(StandardStream::output); }
   std::string errors() const { return all(StandardStream::error); }

@@ -157,6 +157,9 @@ std::optional<UsageError> read(const ArgumentDescription& description,
     values.push_back(std::move(**value));
     return std::nullopt;
   }
+  if (words.empty() && description.occurrence == Occurrence::oneOrMore) {
+    return UsageError{fmt::format("{} is required", description.name)};
+  }
   if (words.empty() && description.occurrence == Occurrence::optional) {
     words.emplace_back(description.detail);
   }
@@ -178,6 +181,18 @@ UsageResult<Array> readArguments(const std::vector<ArgumentDescription>& descrip
     if (const auto error = read(descriptions[i], words[i], context, values)) return *error;
   }
   return values;
+}
+
+UsageResult<std::vector<std::string>> wordsOnStandardInput() {
+  const auto contents = contentsOfFile("-");
+  if (!contents) return contents.error();
+  std::vector<std::string> words;
+  for (auto begin = contents->begin(); begin != contents->end();) {
+    const auto end = std::find(begin, contents->end(), '\0');
+    words.emplace_back(begin, end);
+    begin = end == contents->end() ? end : end + 1;
+  }
+  return words;
 }
 
 UsageResult<std::string> absolutePath(const std::string& path, const CallerProcess& caller) {

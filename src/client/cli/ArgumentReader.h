@@ -34,6 +34,9 @@ using GivenWords = std::vector<std::vector<std::string>>;
 UsageResult<Array> readArguments(const std::vector<ArgumentDescription>& descriptions,
                                  const GivenWords& words, const WordContext& context);
 
+/// The words on standard input, each ended by a zero byte; the last one may lack it.
+UsageResult<std::vector<std::string>> wordsOnStandardInput();
+
 /// The path below the current folder when it is relative. Links and ".." are not resolved; an empty
 /// path stays empty.
 UsageResult<std::string> absolutePath(const std::string& path, const CallerProcess& caller);

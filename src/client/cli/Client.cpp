@@ -4,11 +4,16 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
+#include <iterator>
 #include <memory>
 #include <utility>
 #include <variant>
 
 #include "client/cli/CommandLine.h"
+#include "client/cli/Examination.h"
+#include "client/cli/GeneratedText.h"
+#include "client/cli/OperationView.h"
 #include "client/cli/Presenter.h"
 #include "client/cli/Printable.h"
 #include "client/cli/RightsChange.h"
@@ -56,13 +61,23 @@ class Client {
     command_ = std::move(command);
     isJson_ = command_.options.isJson;
     presenter_ = isJson_ ? makeJsonPresenter(surroundings_.terminal)
-                         : makeTextPresenter(surroundings_.terminal, "qrtctl " + command_.name);
+                         : makeTextPresenter(surroundings_.terminal, "qrtctl " + command_.name,
+                                             surroundings_.mayColor);
     if (const auto* operation = std::get_if<OperationCommand>(&command_.what)) {
       return performOperation(*operation);
     }
-    switch (std::get<OwnCommand>(command_.what)) {
+    const auto& own = std::get<OwnCommandUse>(command_.what);
+    switch (own.command) {
       case OwnCommand::version:
         return showVersion();
+      case OwnCommand::operations:
+        return listOperations();
+      case OwnCommand::explain:
+        return explain(own.word);
+      case OwnCommand::doctor:
+        return examineAll();
+      case OwnCommand::generate:
+        return generate(own.word);
       case OwnCommand::installRights:
         return change(RightsChange::install);
       case OwnCommand::removeRights:
@@ -72,11 +87,17 @@ class Client {
   }
 
   ExitStatus performOperation(const OperationCommand& command) {
-    auto arguments = readArguments(command.operation->arguments, command.words,
+    auto words = allWords(command);
+    if (!words) return refuse(words.error());
+    auto arguments = readArguments(command.operation->arguments, *words,
                                    {surroundings_.caller, surroundings_.platform});
     if (!arguments) return refuse(arguments.error());
     auto iconPath = absolutePath(command_.options.iconPath, surroundings_.caller);
     if (!iconPath) return refuse(iconPath.error());
+    if (!isWanted(command.operation->question)) {
+      presenter_->showFailure(describedError(PosixCode::canceled, "Nothing was done."));
+      return ExitStatus::failed;
+    }
 
     auto requestor = connect();
     if (!requestor) return fail(requestor.error());
@@ -99,6 +120,28 @@ class Client {
     });
     if (!isRead) return ExitStatus::failed;
     return conclude(outcome, (*requestor)->wasInterrupted());
+  }
+
+  /// Those of the command line, and those on standard input.
+  static UsageResult<GivenWords> allWords(const OperationCommand& command) {
+    auto words = command.words;
+    if (!command.readsPaths) return words;
+    auto further = wordsOnStandardInput();
+    if (!further) return further.error();
+    const auto& descriptions = command.operation->arguments;
+    const auto list = std::find_if(descriptions.begin(), descriptions.end(), isPathList);
+    auto& paths = words[static_cast<std::size_t>(list - descriptions.begin())];
+    std::move(further->begin(), further->end(), std::back_inserter(paths));
+    return words;
+  }
+
+  /// Asks a person who can be asked.
+  bool isWanted(std::string_view question) {
+    if (question.empty() || command_.options.isSure || !surroundings_.terminal.canAsk())
+      return true;
+    surroundings_.terminal.write(StandardStream::error, fmt::format("{} [y/N] ", question));
+    const auto answer = surroundings_.terminal.readLine();
+    return answer && (*answer == "y" || *answer == "Y" || *answer == "yes");
   }
 
   /// An operation that needs a dialog, and nobody there to show it, was not begun: once there is an
@@ -147,6 +190,62 @@ class Client {
     const auto version = (*requestor)->version();
     if (!version) return fail(version.error());
     return status(presenter_->showAnswer({{"version", *version}}));
+  }
+
+  ExitStatus listOperations() {
+    const auto views = operationViews(operations_);
+    if (!isJson_) return write(listOf(views));
+    Array records;
+    for (const auto& view : views) records.push_back(recordOf(view, systemFeatures()));
+    return status(presenter_->showAnswer({{"operations", std::move(records)}}));
+  }
+
+  ExitStatus explain(const std::string& identifier) {
+    const auto views = operationViews(operations_);
+    const auto found = std::find_if(views.begin(), views.end(), [&](const OperationView& view) {
+      return view.form.identifier == identifier;
+    });
+    if (found == views.end())
+      return refuse({fmt::format("There is no operation '{}'", identifier)});
+    if (isJson_) return status(presenter_->showAnswer(recordOf(*found, systemFeatures())));
+    return write(explanationOf(*found, systemFeatures()));
+  }
+
+  ExitStatus examineAll() {
+    bool isReached = false;
+    auto findings = examineHelper(isReached);
+    for (auto& finding : examine(authorityInUse(), systemFeatures())) {
+      findings.push_back(std::move(finding));
+    }
+    const bool isColored =
+        surroundings_.mayColor && surroundings_.terminal.isTerminal(StandardStream::output);
+    const auto told = isJson_ ? status(presenter_->showAnswer({{"findings", recordsOf(findings)}}))
+                              : write(textOf(findings, isColored));
+    if (!isReached) return ExitStatus::unreachable;
+    return hasProblem(findings) ? ExitStatus::failed : told;
+  }
+
+  /// The socket and what answers there.
+  std::vector<Finding> examineHelper(bool& isReached) {
+    using State = Finding::State;
+    auto requestor = connect();
+    if (!requestor) {
+      return {{"socket", State::problem, descriptionForPerson(requestor.error())}};
+    }
+    const auto version = (*requestor)->version();
+    isReached = static_cast<bool>(version);
+    if (!isReached) return {{"socket", State::problem, descriptionForPerson(version.error())}};
+    return {{"socket", State::good, command_.options.socketPath},
+            {"version", State::good, *version}};
+  }
+
+  ExitStatus generate(const std::string& name) {
+    const auto text = generatedText(name, operationViews(operations_));
+    return text ? write(*text) : refuse({fmt::format("There is no text '{}'", name)});
+  }
+
+  ExitStatus write(const std::string& text) {
+    return status(surroundings_.terminal.write(StandardStream::output, text));
   }
 
   ExitStatus change(RightsChange rights) {

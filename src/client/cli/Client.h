@@ -22,6 +22,7 @@ struct ClientSurroundings {
   std::string bundlePath;
   std::string language;
   RegistrationPatience patience = {};
+  bool mayColor = false;
 };
 
 /// `words` are those behind the program's name.

@@ -2,51 +2,13 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <string_view>
 #include <utility>
 
+#include "client/cli/OperationSentence.h"
 #include "operations/QRTPrivilegedOperationSet.h"
 
 namespace qrt {
 namespace {
-
-struct OwnCommandDescription {
-  OwnCommand command;
-  const char* name;
-  const char* help;
-};
-
-constexpr OwnCommandDescription ownCommands[] = {
-    {OwnCommand::version, "version", "Show the version of the privileged helper."},
-    {OwnCommand::installRights, "install-rights",
-     "Add the authorization rights of all operations to the rights database (root only)."},
-    {OwnCommand::removeRights, "remove-rights",
-     "Remove the authorization rights of all operations again (root only)."},
-};
-
-constexpr const char* footer =
-    R"(Options may stand before or behind the command. Words behind "--" are never options.
-"qrtctl COMMAND --help" shows the arguments of a command.
-
-Exit status:
-  0    done
-  1    failed
-  2    the command line is wrong
-  3    not authorized
-  4    not found
-  6    the privileged helper cannot be reached
-  130  interrupted; an operation that runs goes on in the helper
-  "execute-utility" ends with the status of the utility when that is not 0.
-
-Output:
-  Records, program output and answers go to standard output, progress and messages to standard
-  error. With --json everything goes to standard output, one JSON object a line:
-    {"feedback":{...}}                             each message of a running operation
-    {"done":true} or {"done":true,"answer":{...}}  the result
-    {"done":false,"error":{"domain":...,"code":...,"description":...,"suggestion":...,
-                           "userInfo":{...}}}      the failure
-  Data is Base64 there and a date is seconds since 1970; a byte that is not valid UTF-8 is the
-  character U+10FF00 + byte.)";
 
 constexpr const char* commandFooter =
     R"("qrtctl --help" shows the options for all commands and the exit statuses.)";
@@ -78,16 +40,6 @@ std::string unmarked(const std::string& word) {
   return word.starts_with(mark) ? word.substr(1) : word;
 }
 
-/// "Corvexa likes to delete ..." as the description of a command.
-std::string sentenceFor(const std::string& presentation) {
-  constexpr std::string_view wish = " likes to ";
-  const auto at = presentation.find(wish);
-  if (at == std::string::npos) return presentation;
-  auto sentence = presentation.substr(at + wish.size());
-  if (!sentence.empty() && sentence[0] >= 'a' && sentence[0] <= 'z') sentence[0] += 'A' - 'a';
-  return sentence;
-}
-
 /// The words are taken from the option later, as they are.
 const CLI::callback_t acceptWords = [](const CLI::results_t&) { return true; };
 
@@ -105,7 +57,8 @@ CLI::Option* addArgument(CLI::App& command, const ArgumentDescription& descripti
       description.occurrence == Occurrence::once || description.occurrence == Occurrence::oneOrMore;
   const bool isRepeated =
       description.occurrence == Occurrence::oneOrMore || description.occurrence == Occurrence::any;
-  option->required(isRequired);
+  // A list of paths may stand on standard input instead.
+  option->required(isRequired && !isPathList(description));
   if (isRepeated) {
     option->expected(1, -1);
     // An option takes one word each time, or it would swallow what stands behind it.
@@ -118,6 +71,15 @@ struct OperationForm {
   const OperationArguments* operation;
   CLI::App* command;
   std::vector<CLI::Option*> options;
+  /// Null where no list of paths is taken.
+  CLI::Option* pathsFromInput = nullptr;
+};
+
+struct OwnForm {
+  const OwnCommandDescription* description;
+  CLI::App* command;
+  /// Null where no word is taken.
+  CLI::Option* word;
 };
 
 class Parser {
@@ -125,19 +87,15 @@ class Parser {
   Parser(const QRTPrivilegedOperationSet& operations,
          const std::vector<OperationArguments>& table) {
     app_.require_subcommand(1);
-    app_.footer(footer);
+    app_.footer(std::string(usageNotes()));
     app_.set_help_flag("-h,--help", "Show this help");
     const auto formatter = app_.get_formatter();
     formatter->column_width(26);
     formatter->label("SUBCOMMAND", "COMMAND");
     formatter->label("Positionals", "Arguments");
     formatter->label("REQUIRED", "");
-    app_.add_flag("--json", options_.isJson, "Tell everything as JSON")->disable_flag_override();
-    app_.add_option("--prompt", options_.prompt, "What the authorization dialog says");
-    app_.add_option("--icon", options_.iconPath, "Image that the authorization dialog shows");
-    app_.add_option("--socket", options_.socketPath, "Where the helper listens")
-        ->capture_default_str();
-    for (const auto& own : ownCommands) addCommand(own.name, own.help, "Commands");
+    for (const auto& option : generalOptions()) addGeneralOption(option);
+    for (const auto& own : ownCommands()) addOwnCommand(own);
     for (const auto& entry : table) addOperation(entry, operations);
   }
 
@@ -163,29 +121,61 @@ class Parser {
     return command;
   }
 
+  void addGeneralOption(const GeneralOption& option) {
+    const std::string name(option.name);
+    const std::string help(option.help);
+    if (option.flag) {
+      app_.add_flag(name, options_.*option.flag, help)->disable_flag_override();
+    } else {
+      app_.add_option(name, options_.*option.text, help)->capture_default_str();
+    }
+  }
+
+  void addOwnCommand(const OwnCommandDescription& own) {
+    auto* const command =
+        addCommand(std::string(own.name), std::string(own.help), own.isHidden ? "" : "Commands");
+    OwnForm form{&own, command, nullptr};
+    if (!own.argument.empty()) {
+      form.word = command->add_option(std::string(own.argument), acceptWords,
+                                      std::string(own.argumentHelp));
+      form.word->required();
+    }
+    ownForms_.push_back(form);
+  }
+
   void addOperation(const OperationArguments& entry, const QRTPrivilegedOperationSet& operations) {
     const auto found = operations.implementedOperations().find(entry.identifier);
     if (!entry.isAvailable || found == operations.implementedOperations().end()) return;
-    OperationForm form{&entry, nullptr, {}};
-    form.command = addCommand(found->first, sentenceFor(found->second.presentationString()),
-                              "Operations of the privileged helper");
+    OperationForm form{&entry, nullptr, {}, nullptr};
+    form.command =
+        addCommand(found->first, sentenceFor(found->second), "Operations of the privileged helper");
     for (const auto& description : entry.arguments) {
       form.options.push_back(addArgument(*form.command, description));
+    }
+    if (takesPathList(entry)) {
+      const std::string name(pathsFromInput.name);
+      const std::string help(pathsFromInput.help);
+      form.pathsFromInput = form.command->add_flag(name, help);
+      form.pathsFromInput->disable_flag_override();
     }
     forms_.push_back(std::move(form));
   }
 
   Command command() const {
     const auto* const chosen = app_.get_subcommands().front();
-    Command command{options_, chosen->get_name(), OwnCommand::version};
-    command.options.prompt = unmarked(command.options.prompt);
-    command.options.iconPath = unmarked(command.options.iconPath);
-    command.options.socketPath = unmarked(command.options.socketPath);
-    for (const auto& own : ownCommands) {
-      if (own.name == command.name) command.what = own.command;
+    Command command{options_, chosen->get_name(), OwnCommandUse{}};
+    for (const auto& option : generalOptions()) {
+      if (option.text) command.options.*option.text = unmarked(options_.*option.text);
+    }
+    for (const auto& form : ownForms_) {
+      if (form.command != chosen) continue;
+      command.what = OwnCommandUse{form.description->command,
+                                   form.word ? unmarked(form.word->results().front()) : ""};
     }
     for (const auto& form : forms_) {
-      if (form.command == chosen) command.what = OperationCommand{form.operation, wordsOf(form)};
+      if (form.command != chosen) continue;
+      command.what = OperationCommand{form.operation, wordsOf(form),
+                                      form.pathsFromInput && *form.pathsFromInput};
     }
     return command;
   }
@@ -203,6 +193,7 @@ class Parser {
 
   CLI::App app_{"Has the privileged helper do maintenance work that needs root.", "qrtctl"};
   CommandOptions options_;
+  std::vector<OwnForm> ownForms_;
   std::vector<OperationForm> forms_;
 };
 

@@ -6,32 +6,30 @@
 #include <vector>
 
 #include "client/cli/ArgumentReader.h"
+#include "client/cli/CommandTables.h"
 #include "client/cli/OperationArguments.h"
-#include "platform/HelperConnection.h"
 
 namespace qrt {
 
 class QRTPrivilegedOperationSet;
 
-struct CommandOptions {
-  bool isJson = false;
-  std::string prompt;
-  std::string iconPath;
-  std::string socketPath{defaultHelperAddress()};
+struct OwnCommandUse {
+  OwnCommand command = OwnCommand::version;
+  /// Its argument; empty when it takes none.
+  std::string word;
 };
-
-/// Commands that are no operation of the daemon.
-enum class OwnCommand { version, installRights, removeRights };
 
 struct OperationCommand {
   const OperationArguments* operation;
   GivenWords words;
+  /// The paths on standard input are to be appended.
+  bool readsPaths = false;
 };
 
 struct Command {
   CommandOptions options;
   std::string name;
-  std::variant<OwnCommand, OperationCommand> what;
+  std::variant<OwnCommandUse, OperationCommand> what;
 };
 
 struct HelpText {

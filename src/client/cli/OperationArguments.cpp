@@ -1,5 +1,7 @@
 #include "client/cli/OperationArguments.h"
 
+#include <algorithm>
+
 namespace qrt {
 namespace {
 
@@ -18,16 +20,19 @@ const std::vector<OperationArguments>& operationArguments() {
       {"nop", available},
       {"discard-auth", available},
       {"delete-files", available,
-       {{"PATH", path, "Object to delete", oneOrMore}}},
+       {{"PATH", path, "Object to delete", oneOrMore}},
+       "Delete these files for good?"},
       {"prepare-uninstall", available},
       {"perform-uninstall", available,
        {{"", ownProcess},
         {"EXECUTABLE", path, "Installed program"},
-        {"JOB", path, "Installed job description"}}},
+        {"JOB", path, "Installed job description"}},
+       "Remove the privileged helper from this system?"},
       {"modify-systemfile", available,
        {{"FILE", path, "File to give new contents"},
         {"CONTENTS", fileContents, "File with the new contents; \"-\" is standard input"},
-        {"--remove-backup", numberFlag, "Do not keep the old file beside the new one"}}},
+        {"--remove-backup", numberFlag, "Do not keep the old file beside the new one"}},
+       "Give this file new contents?"},
       {"create-fileobject", available,
        {{"PATH", path, "Object to create"},
         {"TYPE", choice, "What to create: file, executable or folder", once,
@@ -38,9 +43,11 @@ const std::vector<OperationArguments>& operationArguments() {
       {"delete-fileobjects", available,
        {{"--recursive", textFlag, "Delete folders with everything below them"},
         {"--stop-on-first-error", textFlag, "Leave the remaining objects alone after a failure"},
-        {"PATH", path, "Object to delete", oneOrMore}}},
+        {"PATH", path, "Object to delete", oneOrMore}},
+       "Delete these objects for good, whatever protects them?"},
       {"delete-foldercontents", available,
-       {{"FOLDER", path, "Folder to empty; the folder itself stays", oneOrMore}}},
+       {{"FOLDER", path, "Folder to empty; the folder itself stays", oneOrMore}},
+       "Delete everything in these folders for good?"},
       {"inspect-fileobject", available,
        {{"PATH", path, "Object to look for"}}},
       {"touch-fileobject", available,
@@ -49,7 +56,8 @@ const std::vector<OperationArguments>& operationArguments() {
        {{"PATH", path, "Object to protect or release"},
         {"PROTECTION", onOff, "Whether the object shall be immutable: on or off"},
         {"--recursive", numberFlag, "Include everything below a folder"},
-        {"--one-file-system", numberFlag, sameFileSystem}}},
+        {"--one-file-system", numberFlag, sameFileSystem}},
+       {}, "immutable flags"},
       {"modify-hfsattr", available,
        {{"PATH", path, "Object to change"},
         {"TYPE", number, "Type code"},
@@ -84,7 +92,8 @@ const std::vector<OperationArguments>& operationArguments() {
         {"VALUE", number, "Its new value"}}},
       {"modify-nvram", available,
        {{"NAME", text, "Name of the variable"},
-        {"VALUE", text, "Its new value; bytes are written as %0A%FF"}}},
+        {"VALUE", text, "Its new value; bytes are written as %0A%FF"}},
+       "Change this firmware variable?", "firmware variables"},
       {"modify-preferences", available,
        {{"KEY", text, "Name of the preference"},
         {"DOMAIN", text, "Domain of the application"},
@@ -120,20 +129,24 @@ const std::vector<OperationArguments>& operationArguments() {
       {"enable-ipvsix", available,
        {{"", constant, "", once, "qrtctl"},
         {"SERVICE", text, "Identifier of the network service"},
-        {"SUPPORT", onOff, "Whether it shall support IPv6: on or off"}}},
+        {"SUPPORT", onOff, "Whether it shall support IPv6: on or off"}},
+       {}, "IPv6"},
       {"rename-stashfolder", available,
        {{"FOLDER", path, "Folder to move aside"},
         {"NAME", text, "Its new name, in the same place"},
         {"--substitute", numberFlag, "Leave an empty folder of the same kind behind"}}},
       {"create-installmedia", available,
        {{"INSTALLER", path, "Installer application"},
-        {"VOLUME", path, "Volume that becomes the medium"}}},
+        {"VOLUME", path, "Volume that becomes the medium"}},
+       "Erase this volume and make it an install medium?", "installer programs"},
       {"erase-diskblocks", available,
        {{"DEVICE", text, "Name of the device, without its folder"},
-        {"COUNT", number, "Number of blocks of 512 bytes"}}},
+        {"COUNT", number, "Number of blocks of 512 bytes"}},
+       "Erase the first blocks of this device for good?"},
       {"write-smcvalue", available,
        {{"KEY", text, "Key of four characters"},
-        {"VALUE", fileContents, "File with the bytes; \"-\" is standard input"}}},
+        {"VALUE", fileContents, "File with the bytes; \"-\" is standard input"}},
+       "Write this value to the controller of the hardware?", "management controller"},
   };
   return table;
 }
@@ -166,6 +179,14 @@ std::string_view typeLettersOf(ArgumentForm form) {
 bool isOption(const ArgumentDescription& description) { return description.name.starts_with("--"); }
 
 bool takesNoValue(ArgumentForm form) { return form == textFlag || form == numberFlag; }
+
+bool isPathList(const ArgumentDescription& description) {
+  return description.form == path && description.occurrence == oneOrMore;
+}
+
+bool takesPathList(const OperationArguments& operation) {
+  return std::any_of(operation.arguments.begin(), operation.arguments.end(), isPathList);
+}
 
 bool isImplied(ArgumentForm form) { return form == constant || form == ownProcess; }
 

@@ -54,6 +54,11 @@ struct OperationArguments {
   bool isAvailable;
   /// In the order in which they are sent.
   std::vector<ArgumentDescription> arguments = {};
+  /// What a person at a terminal is asked before it begins; empty for what does not destroy.
+  std::string_view question = {};
+  /// Name of the system's feature that it works with; empty when there is none without which it
+  /// always fails.
+  std::string_view neededFeature = {};
 };
 
 /// One entry for every operation of the catalogue, in its order.
@@ -65,6 +70,9 @@ std::string_view typeLettersOf(ArgumentForm form);
 bool isOption(const ArgumentDescription& description);
 /// True when nothing is written for it, or nothing but the option's name.
 bool takesNoValue(ArgumentForm form);
+/// A path of which there may be many; such operations take them from standard input as well.
+bool isPathList(const ArgumentDescription& description);
+bool takesPathList(const OperationArguments& operation);
 /// True when no word of the command line belongs to it.
 bool isImplied(ArgumentForm form);
 

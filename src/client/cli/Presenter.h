@@ -25,8 +25,8 @@ class Presenter {
 };
 
 /// For a person: output, records and answers on standard output, progress and failures on standard
-/// error. `label` names the command there.
-std::unique_ptr<Presenter> makeTextPresenter(Terminal& terminal, std::string label);
+/// error. `label` names the command there, in colour for a failure on a terminal if `mayColor`.
+std::unique_ptr<Presenter> makeTextPresenter(Terminal& terminal, std::string label, bool mayColor);
 
 /// For a program: a line of JSON on standard output for each message and one for the result.
 std::unique_ptr<Presenter> makeJsonPresenter(Terminal& terminal);

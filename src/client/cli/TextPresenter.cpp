@@ -6,6 +6,7 @@
 #include <variant>
 
 #include "client/cli/AnswerText.h"
+#include "client/cli/Color.h"
 #include "client/cli/ErrorText.h"
 #include "client/cli/ExitStatus.h"
 #include "client/cli/Presenter.h"
@@ -24,8 +25,8 @@ std::string_view textOf(const Data& data) {
 
 class TextPresenter : public Presenter {
  public:
-  TextPresenter(Terminal& terminal, std::string label)
-      : terminal_(terminal), label_(std::move(label)) {}
+  TextPresenter(Terminal& terminal, std::string label, bool mayColor)
+      : terminal_(terminal), label_(std::move(label)), mayColor_(mayColor) {}
 
   bool showFeedback(const Dictionary& message) override {
     bool isRead = true;
@@ -48,7 +49,9 @@ class TextPresenter : public Presenter {
     endProgress(false);
     // A program that failed has said why.
     if (statusOfProgram(error)) return;
-    terminal_.write(StandardStream::error, fmt::format("{}: {}", label_, errorText(error)));
+    const bool isColored = mayColor_ && terminal_.isTerminal(StandardStream::error);
+    const auto label = isColored ? colored(Color::red, label_) : label_;
+    terminal_.write(StandardStream::error, fmt::format("{}: {}", label, errorText(error)));
   }
 
  private:
@@ -90,13 +93,14 @@ class TextPresenter : public Presenter {
 
   Terminal& terminal_;
   std::string label_;
+  bool mayColor_;
   std::unique_ptr<ProgressDisplay> progress_;
 };
 
 }  // namespace
 
-std::unique_ptr<Presenter> makeTextPresenter(Terminal& terminal, std::string label) {
-  return std::make_unique<TextPresenter>(terminal, std::move(label));
+std::unique_ptr<Presenter> makeTextPresenter(Terminal& terminal, std::string label, bool mayColor) {
+  return std::make_unique<TextPresenter>(terminal, std::move(label), mayColor);
 }
 
 }  // namespace qrt

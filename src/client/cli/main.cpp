@@ -1,4 +1,5 @@
 #include <clocale>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,13 +19,20 @@ std::string languageOfUser() {
   return std::string(name.substr(0, name.find_first_of("_.@")));
 }
 
+/// Whoever wants no colour sets the variable to anything.
+bool mayColor() {
+  const char* const refusal = std::getenv("NO_COLOR");
+  return !refusal || !*refusal;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   const qrt::NativePlatform native;
   const auto terminal = qrt::makeNativeTerminal();
   const auto caller = qrt::makeNativeCallerProcess();
-  const qrt::ClientSurroundings surroundings{native.facilities(), *terminal, *caller,
-                                             QRT_BUNDLE_PATH, languageOfUser()};
+  const qrt::ClientSurroundings surroundings{
+      native.facilities(),         *terminal, *caller, QRT_BUNDLE_PATH, languageOfUser(),
+      qrt::RegistrationPatience{}, mayColor()};
   return static_cast<int>(qrt::runClient({argv + 1, argv + argc}, surroundings));
 }

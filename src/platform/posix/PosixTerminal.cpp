@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <iostream>
 
 #include "platform/NativePlatform.h"
 
@@ -55,6 +56,16 @@ bool PosixTerminal::write(StandardStream stream, std::string_view bytes) {
     return false;
   }
   return true;
+}
+
+bool PosixTerminal::canAsk() const {
+  return ::isatty(STDIN_FILENO) == 1 && isTerminal(StandardStream::error);
+}
+
+std::optional<std::string> PosixTerminal::readLine() {
+  std::string line;
+  if (!std::getline(std::cin, line)) return std::nullopt;
+  return line;
 }
 
 std::unique_ptr<Terminal> makeNativeTerminal() { return std::make_unique<PosixTerminal>(); }

@@ -13,6 +13,8 @@ class PosixTerminal : public Terminal {
   bool isTerminal(StandardStream stream) const override;
   std::size_t columns() const override;
   bool write(StandardStream stream, std::string_view bytes) override;
+  bool canAsk() const override;
+  std::optional<std::string> readLine() override;
 };
 
 }  // namespace qrt

@@ -1,0 +1,19 @@
+// Lines whose columns stand below each other.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace qrt {
+
+class AlignedText {
+ public:
+  /// The last cell of a line makes no column wider.
+  void add(std::vector<std::string> cells) { lines_.push_back(std::move(cells)); }
+  std::string text() const;
+
+ private:
+  std::vector<std::vector<std::string>> lines_;
+};
+
+}  // namespace qrt
