@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <thread>
 
 #include "ClientFixture.h"
 #include "operations/PrivilegedOperationError.h"
@@ -66,7 +67,7 @@ TEST_F(ClientTest, StreamsGoWhereTheyBelong) {
                           {"Type", "NSFileTypeDirectory"},
                           {"Size", std::uint64_t{4096}},
                           {"ModificationDate", Date{86400 * 366.0}},
-                          {"Mode", 0751}};
+                          {"Mode", 03751}};
   helper.feedback = {initialOutputMessage(),
                      outputMessage(bytes(std::string("o\0\xFF", 3))),
                      errorOutputMessage(bytes("e\x1B[0m")),
@@ -78,8 +79,8 @@ TEST_F(ClientTest, StreamsGoWhereTheyBelong) {
   EXPECT_EQ(run({"delete-foldercontents", "/a"}), 0);
   unsetenv("TZ");
   EXPECT_EQ(terminal.output(), std::string("o\0\xFF", 3) +
-                                   "drwxr-x--x            4096  1971-01-02 00:00  /d/a\\x0a\n"
-                                   "?                        -  -                 -\n");
+                                   "drwxr-s--t  4.1 kB  1971-01-02 00:00  /d/a\\x0a\n"
+                                   "?                -  -                 -\n");
   EXPECT_EQ(terminal.errors(),
             "e\x1B[0mqrtctl delete-foldercontents: 20 %\nqrtctl delete-foldercontents: 50 %\n");
 }
@@ -103,10 +104,10 @@ TEST_F(ClientTest, JsonLinesCarryEveryMessageAndTheResult) {
 TEST_F(ClientTest, AValueIsAnAnswer) {
   helper.answer = privilegedOperationAnswer({{"Size", 5}});
   EXPECT_EQ(run({"nop"}), 0);
-  EXPECT_EQ(terminal.output(), "5\n");
+  EXPECT_EQ(terminal.output(), "5 B\n");
   helper.answer = privilegedOperationAnswer({{"Size", 5}, {"Name", "a\x07"}});
   EXPECT_EQ(run({"nop"}), 0);
-  EXPECT_EQ(terminal.output(), "Name: a\\x07\nSize: 5\n");
+  EXPECT_EQ(terminal.output(), "Name: a\\x07\nSize: 5 B\n");
 }
 
 TEST_F(ClientTest, AFailureIsToldInWords) {

@@ -63,8 +63,10 @@ TEST(OperationArguments, EveryFormHasItsValues) {
       {{"FILE", fileContents}, {contents}, {Data{0, 0xFF, '\n'}}},
   };
   const test::FakeCaller caller;
+  const NativePlatform native;
+  const WordContext context{caller, native.facilities()};
   for (const auto& [description, words, expected] : cases) {
-    const auto values = readArguments({description}, {words}, caller);
+    const auto values = readArguments({description}, {words}, context);
     ASSERT_TRUE(values) << description.name;
     EXPECT_EQ(*values, expected) << description.name;
     // Booleans stay booleans.
@@ -84,9 +86,12 @@ TEST(OperationArguments, EveryFormHasItsValues) {
       {{"FILE", fileContents}, {scratch.path("missing")}, {}},
       {{"FILE", fileContents}, {scratch.path()}, {}},
       {{"FILE", fileContents}, {"/dev/zero"}, {}},
+      {{"ACL", accessControlList}, {"anna"}, {}},
+      {{"ACL", accessControlList}, {"u:1:r,u:1:w"}, {}},
+      {{"ACL", accessControlList}, {"@" + scratch.path("missing")}, {}},
   };
   for (const auto& [description, words, expected] : refused) {
-    EXPECT_FALSE(readArguments({description}, {words}, caller)) << words.front();
+    EXPECT_FALSE(readArguments({description}, {words}, context)) << words.front();
   }
 }
 
@@ -122,7 +127,6 @@ TEST(OperationArguments, EveryOperationCanBeWritten) {
       {{"modify-preferences", "K", "D", "U", "H"}, {"K", "D", "U", "H", ""}},
       {{"modify-preferences", "K", "D", "U", "H", "{a=1;}"}, {"K", "D", "U", "H", "{a=1;}"}},
       {{"modify-sysconf", "K", "1", "--file", "F"}, {"qrtctl", "F", "K", "1"}},
-      {{"modify-acl", "/a", "/dev/null"}, {"/a", Data()}},
       {{"prop-permissions", "--copy", "acl", "/f", "--copy", "user-id"}, {"/f", 0, false, 33}},
       {{"execute-utility", "chmod", "--", "-R", "[x]", "nop"},
        {"qrtctl", "chmod", "-R", "[x]", "nop"}},
@@ -133,12 +137,14 @@ TEST(OperationArguments, EveryOperationCanBeWritten) {
       {{"write-smcvalue", "F0Tg", "/dev/null"}, {"F0Tg", Data()}},
   };
   const test::FakeCaller caller;
+  const NativePlatform native;
+  const WordContext context{caller, native.facilities()};
   for (const auto& [words, expected] : cases) {
     const auto parsed = parseCommandLine(words, operations, table);
     const auto* command = std::get_if<Command>(&parsed);
     ASSERT_TRUE(command) << testing::PrintToString(words);
     const auto& what = std::get<OperationCommand>(command->what);
-    const auto values = readArguments(what.operation->arguments, what.words, caller);
+    const auto values = readArguments(what.operation->arguments, what.words, context);
     ASSERT_TRUE(values) << testing::PrintToString(words);
     EXPECT_EQ(*values, expected) << testing::PrintToString(words);
   }

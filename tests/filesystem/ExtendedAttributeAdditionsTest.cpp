@@ -24,8 +24,7 @@ class ExtendedAttributeAdditionsTest : public testing::Test {
 
   test::ScratchFolder scratch_;
   const NativePlatform platform_;
-  const ItemContext context_{platform_.facilities().files,
-                             platform_.facilities().extendedAttributes};
+  const ItemContext context_{platform_.facilities()};
   const Data value_{'v'};
   const std::string name_ = "trusted.name";
 };

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -14,6 +13,7 @@
 #include <string>
 
 #include "platform/NativePlatform.h"
+#include "support/DeviceNumbers.h"
 #include "support/KillAtEveryCall.h"
 #include "support/Mounts.h"
 #include "support/ScratchFolder.h"
@@ -101,8 +101,7 @@ class ItemMoveTest : public testing::Test {
 
   test::ScratchFolder scratch_;
   const NativePlatform platform_;
-  const ItemContext context_{platform_.facilities().files,
-                             platform_.facilities().extendedAttributes};
+  const ItemContext context_{platform_.facilities()};
 };
 
 TEST_F(ItemMoveTest, OnOneVolumeTheObjectItselfMoves) {

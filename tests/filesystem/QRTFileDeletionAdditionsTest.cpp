@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <string>
 
 #include "filesystem/FileManagerError.h"
+#include "support/DeviceNumbers.h"
 #include "support/FileSystemDouble.h"
 #include "support/Mounts.h"
 #include "support/ScratchFolder.h"

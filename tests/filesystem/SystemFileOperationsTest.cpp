@@ -11,6 +11,7 @@
 
 #include "operations/PrivilegedOperationError.h"
 #include "platform/NativePlatform.h"
+#include "support/AclText.h"
 #include "support/KillAtEveryCall.h"
 #include "support/Mounts.h"
 #include "support/ScratchFolder.h"
@@ -41,14 +42,15 @@ class SystemFileOperationsTest : public testing::Test {
 
   test::ScratchFolder scratch_;
   const NativePlatform platform_;
-  const ItemContext context_{platform_.facilities().files,
-                             platform_.facilities().extendedAttributes};
+  const ItemContext context_{platform_.facilities()};
 };
 
 TEST_F(SystemFileOperationsTest, NewContentsGetTheOldAttributes) {
   const auto file = scratch_.file("hosts", "old");
   ASSERT_EQ(chown(file.c_str(), 1234, 4321), 0);
   ASSERT_EQ(chmod(file.c_str(), 06751), 0);
+  ASSERT_TRUE(test::run({"setfacl", "-m", "u:77:rwx,g::-", file}));
+  const auto list = test::aclOf(file);
   const auto before = statusOf(file);
   const auto mask = umask(0777);
   EXPECT_EQ(overwrite(file, "new", keepBackup), success);
@@ -57,6 +59,7 @@ TEST_F(SystemFileOperationsTest, NewContentsGetTheOldAttributes) {
   EXPECT_EQ(contentsOf(file), "new");
   const auto after = statusOf(file);
   EXPECT_EQ(after.st_mode, before.st_mode);
+  EXPECT_EQ(test::aclOf(file), list);
   EXPECT_EQ(after.st_uid, 1234u);
   EXPECT_EQ(after.st_gid, 4321u);
   EXPECT_NE(after.st_ino, before.st_ino);

@@ -4,7 +4,6 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/sysmacros.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -12,6 +11,7 @@
 #include <string>
 
 #include "platform/NativeFileSystem.h"
+#include "support/DeviceNumbers.h"
 #include "support/ScratchFolder.h"
 
 namespace qrt {
@@ -35,7 +35,8 @@ TEST_F(FileSystemTest, StatusHasTheTypeOfEveryKindOfObject) {
   scratch_.file("file");
   scratch_.link("link", "folder");
   ASSERT_EQ(mkfifo(at("fifo").c_str(), 0600), 0);
-  sockaddr_un address{AF_UNIX, {}};
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
   at("socket").copy(address.sun_path, sizeof address.sun_path - 1);
   const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
   ASSERT_EQ(bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);

@@ -167,7 +167,7 @@ TEST_F(SelfUninstallTest, RemovesSingleObjects) {
   std::ofstream(full + "/file");
   mkdir(empty.c_str(), 0755);
   ASSERT_EQ(symlink(full.c_str(), link.c_str()), 0);
-  if (!test::run({"chattr", "+i", job_})) GTEST_SKIP() << "no immutable flag on this file system";
+  if (!test::changeFlagsOf(job_, "+i")) GTEST_SKIP() << "no immutable flag on this file system";
 
   const Array paths{scratch_.path() + "/none", 5, full, empty, link, job_, ""};
   EXPECT_EQ(deleteFileSystemObjectsWithPaths(files, doubles_.log, paths),

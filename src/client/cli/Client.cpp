@@ -72,8 +72,8 @@ class Client {
   }
 
   ExitStatus performOperation(const OperationCommand& command) {
-    auto arguments =
-        readArguments(command.operation->arguments, command.words, surroundings_.caller);
+    auto arguments = readArguments(command.operation->arguments, command.words,
+                                   {surroundings_.caller, surroundings_.platform});
     if (!arguments) return refuse(arguments.error());
     auto iconPath = absolutePath(command_.options.iconPath, surroundings_.caller);
     if (!iconPath) return refuse(iconPath.error());

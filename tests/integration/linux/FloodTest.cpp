@@ -1,0 +1,144 @@
+// Programs that write more than anybody wants to hold, run through the daemon's socket.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <fstream>
+#include <thread>
+
+#include "platform/HelperConnection.h"
+#include "platform/NativePlatform.h"
+#include "protocol/Names.h"
+#include "support/DaemonProcess.h"
+#include "support/Instrumented.h"
+#include "support/ScratchFolder.h"
+
+namespace qrt {
+namespace {
+
+constexpr std::uint64_t executeUtility = 22;
+constexpr int filesOfATree = 1'000, walksOfATree = 1'000;
+
+class FloodTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (geteuid() != 0) GTEST_SKIP() << "the daemon needs root";
+    daemon_.emplace();
+  }
+
+  std::string makeTree(const std::string& name) const {
+    const auto tree = scratch_.path(name);
+    mkdir(tree.c_str(), 0755);
+    for (int i = 0; i < filesOfATree - 1; ++i) std::ofstream(tree + "/" + std::to_string(i));
+    return tree;
+  }
+
+  std::unique_ptr<HelperConnection> connect() const {
+    auto connection = native_.facilities().helperConnector.connect(daemon_->socketPath());
+    return connection ? std::move(*connection) : nullptr;
+  }
+
+  /// Has the modes of a tree listed again and again: a line for each object, a thousand times.
+  Outcome listModes(HelperConnection& connection, const std::string& tree,
+                    const FeedbackHandler& handler) const {
+    const auto form = connection.createExternalForm();
+    if (!form) return form.error();
+    Array arguments{"/App", "chmod", "-Rv", "u+r"};
+    arguments.insert(arguments.end(), walksOfATree, tree);
+    return connection.performPrivilegedOperation(executeUtility, *form, handler, arguments);
+  }
+
+  /// What the daemon holds, in KiB, without the libraries that come in when they are first used.
+  long memory() const {
+    std::ifstream status("/proc/" + std::to_string(daemon_->processID()) + "/status");
+    for (std::string line; std::getline(status, line);) {
+      if (line.starts_with("RssAnon:")) return std::stol(line.substr(8));
+    }
+    return 0;
+  }
+
+  const test::ScratchFolder scratch_{"/dev/shm"};
+  const NativePlatform native_;
+  std::optional<test::DaemonProcess> daemon_;
+};
+
+/// Counts lines, and those that do not speak of an own object.
+struct LineCount {
+  std::string expectedStart;
+  std::string unfinished = {};
+  int lines = 0;
+  int strangers = 0;
+
+  void take(const Dictionary& message) {
+    const auto output = message.find(outputDataKey);
+    if (output == message.end()) return;
+    const auto& data = *output->second.data();
+    unfinished.append(data.begin(), data.end());
+    std::size_t begin = 0;
+    for (auto end = unfinished.find('\n'); end != std::string::npos;
+         end = unfinished.find('\n', begin)) {
+      ++lines;
+      strangers += unfinished.compare(begin, expectedStart.size(), expectedStart) != 0;
+      begin = end + 1;
+    }
+    unfinished.erase(0, begin);
+  }
+};
+
+TEST_F(FloodTest, TwoAtOnceAreNeitherMixedNorLostNorKept) {
+  const auto before = memory();
+  std::atomic<long> most = 0;
+  std::vector<std::thread> requests;
+  for (const char* name : {"one", "two"}) {
+    requests.emplace_back([&, tree = makeTree(name)] {
+      LineCount count{"mode of '" + tree};
+      const auto connection = connect();
+      EXPECT_EQ(listModes(*connection, tree,
+                          [&](const Dictionary& message) {
+                            count.take(message);
+                            most = std::max(most.load(), memory());
+                          }),
+                success);
+      EXPECT_EQ(count.lines, filesOfATree * walksOfATree);
+      EXPECT_EQ(count.strangers, 0);
+      EXPECT_EQ(count.unfinished, "");
+    });
+  }
+  for (auto& request : requests) request.join();
+  EXPECT_TRUE(test::isInstrumented || most - before < 8 << 10) << most - before << " KiB";
+}
+
+TEST_F(FloodTest, AReaderThatStopsStopsItsOwnProgramOnlyAndFreesItByLeaving) {
+  const auto stalledTree = makeTree("stalled"), tree = makeTree("other");
+  std::atomic<bool> hasStalled = false, mayGoOn = false;
+  std::thread stalled([&] {
+    const auto connection = connect();
+    EXPECT_EQ(listModes(*connection, stalledTree,
+                        [&](const Dictionary&) {
+                          hasStalled = true;
+                          hasStalled.notify_all();
+                          mayGoOn.wait(false);
+                          connection->interrupt();
+                        }),
+              posixError(PosixCode::interrupted));
+    connection->unregisterClientWithPIDLater(getpid());
+  });
+  const auto connection = connect();
+  EXPECT_EQ(connection->registerClientWithPID(getpid()), success);
+  hasStalled.wait(false);
+
+  LineCount count{"mode of '" + tree};
+  EXPECT_EQ(listModes(*connection, tree, [&](const Dictionary& message) { count.take(message); }),
+            success);
+  EXPECT_EQ(count.lines, filesOfATree * walksOfATree);
+
+  // The daemon ends when the request that was left behind has: its program went on, unheard.
+  mayGoOn = true;
+  mayGoOn.notify_all();
+  stalled.join();
+  EXPECT_EQ(daemon_->waitForEnd(), 0);
+}
+
+}  // namespace
+}  // namespace qrt
