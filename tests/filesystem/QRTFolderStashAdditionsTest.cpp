@@ -1,19 +1,11 @@
 #include "filesystem/QRTFolderStashAdditions.h"
 
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <string>
-
-#include "platform/NativePlatform.h"
-#include "support/Mounts.h"
-#include "support/ScratchFolder.h"
+#include "support/ItemFixture.h"
 
 namespace qrt {
 namespace {
 
-class QRTFolderStashAdditionsTest : public testing::Test {
+class QRTFolderStashAdditionsTest : public test::ItemFixture {
  protected:
   Outcome stash(const std::string& path, const std::string& name, bool substitute) {
     return QRTFolderStashAdditions::performOperationRenameStashfolderWithArguments(
@@ -21,9 +13,7 @@ class QRTFolderStashAdditionsTest : public testing::Test {
   }
 
   struct stat statusOf(const std::string& name) {
-    struct stat status {};
-    EXPECT_EQ(lstat(scratch_.path(name).c_str(), &status), 0) << name;
-    return status;
+    return test::statusOf(scratch_.path(name));
   }
 
   Dictionary attributesOf(const std::string& name) {
@@ -36,11 +26,6 @@ class QRTFolderStashAdditionsTest : public testing::Test {
     }
     return attributes;
   }
-
-  test::ScratchFolder scratch_;
-  const NativePlatform platform_;
-  const ItemContext context_{platform_.facilities().files,
-                             platform_.facilities().extendedAttributes};
 };
 
 TEST_F(QRTFolderStashAdditionsTest, TheSubstituteIsEmptyAndHasTheSameMetadata) {
@@ -69,24 +54,8 @@ TEST_F(QRTFolderStashAdditionsTest, TheSubstituteIsEmptyAndHasTheSameMetadata) {
   }
 }
 
-TEST_F(QRTFolderStashAdditionsTest, ASubstituteWithoutMetadataLosesWhatItWasBornWith) {
-  const auto folder = scratch_.folder("folder");
-  ASSERT_TRUE(test::run({"setfacl", "-m", "d:u:99:rwx", scratch_.path()}));
-  EXPECT_EQ(stash(folder, "aside", true), success);
-  EXPECT_EQ(attributesOf("folder"), Dictionary());
-  EXPECT_EQ(statusOf("folder").st_mode & 07777, 0755u);
-}
-
-TEST_F(QRTFolderStashAdditionsTest, WithoutASubstituteTheOldPathIsFree) {
-  scratch_.folder("folder");
-  EXPECT_EQ(stash(scratch_.path("folder/"), "aside", false), success);
-  EXPECT_FALSE(test::exists(scratch_.path("folder")));
-  EXPECT_TRUE(test::exists(scratch_.path("aside")));
-}
-
 TEST_F(QRTFolderStashAdditionsTest, ALinkToAFolderIsMovedItself) {
-  scratch_.folder("folder");
-  ASSERT_EQ(chmod(scratch_.path("folder").c_str(), 0711), 0);
+  scratch_.make("mkdir folder; chmod 0711 folder");
   const auto link = scratch_.link("link", "folder");
   EXPECT_EQ(stash(link, "aside", true), success);
   EXPECT_TRUE(S_ISLNK(statusOf("aside").st_mode));
