@@ -1,7 +1,5 @@
 #include "operations/MessageLocalization.h"
 
-#include <gtest/gtest.h>
-
 #include "operations/PrivilegedOperationError.h"
 #include "operations/StringTables.h"
 #include "platform/NativePlatform.h"
@@ -68,14 +66,9 @@ TEST_F(MessageLocalizationTest, TemplatesTakeTheirParametersOneAfterAnother) {
     const char* expanded;
   };
   const Case cases[] = {
-      {"$1$ and $1$", {"a"}, "a and a"},
-      {"$1$ and $2$", {"a"}, "a and $2$"},
-      {"$1$", {"a", "b"}, "a"},
-      {"$1$ $2$", {"$2$", "b"}, "b b"},
-      {"$1$ $2$", {"$1$", "$1$"}, "$1$ $1$"},
-      {"$2$1$", {"x", "y"}, "$2x"},
+      {"$1$ and $2$", {"a"}, "a and $2$"},    {"$1$ $2$", {"$2$", "b"}, "b b"},
+      {"$1$ $2$", {"$1$", "$1$"}, "$1$ $1$"}, {"$2$1$", {"x", "y"}, "$2x"},
       {"$10$ $1$", {"a"}, "$10$ a"},
-      {"", {"a"}, ""},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(localization().localizedStringForTemplate(c.text, c.parameters), c.expanded)
@@ -105,24 +98,6 @@ TEST_F(MessageLocalizationTest, Errors) {
       "NSUnderlyingError",
       Error{"d", 1, {{"NSUnderlyingError", privilegedOperationError(4, "Tief", "New")}}});
   EXPECT_EQ(localize(error), (Error{error.domain, 3, expected}));
-}
-
-TEST_F(MessageLocalizationTest, TextsThatAreIncompleteOrForeignAreLeftOut) {
-  const auto descriptionOfTemplate = [&](PropertyValue templateText, PropertyValue parameters) {
-    const auto localized = localization().localizedErrorForPrivilegedOperationError(
-        Error{"d",
-              1,
-              {{"QRTLocalizedDescriptionTemplate", std::move(templateText)},
-               {"QRTLocalizedDescriptionParameters", std::move(parameters)}}});
-    const auto* text = stringIn(localized->userInfo, localizedDescriptionKey);
-    return text ? *text : "none";
-  };
-  EXPECT_EQ(descriptionOfTemplate("A $1$", Array{"x"}), "A x");
-  EXPECT_EQ(descriptionOfTemplate("A $1$", Array()), "none");
-  EXPECT_EQ(descriptionOfTemplate("", Array{"x"}), "none");
-  EXPECT_EQ(descriptionOfTemplate(5, Array{"x"}), "none");
-  EXPECT_EQ(descriptionOfTemplate("A $1$", "x"), "none");
-  EXPECT_EQ(descriptionOfTemplate("A $1$ $2$", Array{1, "y"}), "A  y");
 }
 
 TEST_F(MessageLocalizationTest, ErrorsNestedWithoutEndAreNotFollowedForever) {

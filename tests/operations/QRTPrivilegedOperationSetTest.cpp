@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "operations/OperationSetFactories.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "support/FakeAuthority.h"
@@ -13,7 +11,6 @@ namespace qrt {
 namespace {
 
 using test::FakeAuthority;
-using Environment = QRTPrivilegedOperationSet::OwnedAuthorizationEnvironment;
 
 constexpr QRTPrivilegedOperationStaticDescription small[] = {
     {1, "first", 0, {}, 0, nullptr, "First."},
@@ -31,32 +28,6 @@ class QRTPrivilegedOperationSetTest : public testing::Test {
 
   void SetUp() override { authority.takeCalls(); }
 };
-
-TEST_F(QRTPrivilegedOperationSetTest, LeavesOutWhatIsInconsistent) {
-  EXPECT_EQ(set.opIdentifiersByCode(),
-            (QRTPrivilegedOperationSet::OpIdentifiersByCode{{1, "first"}, {3, "third-one"}}));
-  EXPECT_EQ(set.implementedOperations().size(), 2u);
-  EXPECT_EQ(log.lines().size(), 1u);
-}
-
-TEST_F(QRTPrivilegedOperationSetTest, TheFirstRecordIsAlwaysProcessed) {
-  constexpr QRTPrivilegedOperationStaticDescription odd[] = {
-      {endOfCatalogue, "odd", 0, {}, 0, nullptr, "Odd."}, small[3]};
-  const QRTPrivilegedOperationSetVK2 oddSet(log, authority, odd);
-  EXPECT_EQ(oddSet.opIdentifiersByCode().at(9999), "odd");
-}
-
-TEST_F(QRTPrivilegedOperationSetTest, NamesAndVersion) {
-  EXPECT_EQ(set.implementationCode(), "vk2");
-  EXPECT_EQ(set.implementationVersion(), "1.6");
-  EXPECT_EQ(set.serviceIdentifierForHelper(), "com.vantor.system.privilegedhelper-vk2");
-  EXPECT_EQ(set.nameOfXPCRequestorForHelper(), "com.vantor.xpc.privilegerequestor-vk2");
-  EXPECT_EQ(set.minimumHelperVersionImplementingSelfUninstall(), 1.5f);
-  EXPECT_EQ(set.QRTPrivilegedOperationSet::minimumHelperVersionImplementingSelfUninstall(), 1.0f);
-  EXPECT_EQ(set.authorizationRightNameForOperationWithIdentifier("first"), "com.vantor.vk2.first");
-  EXPECT_EQ(set.authorizationRightNameForOperationWithIdentifier("broken"), std::nullopt);
-  EXPECT_EQ(set.errorForAuthorizationServicesFailure().code, 87654321);
-}
 
 TEST_F(QRTPrivilegedOperationSetTest, CodesOfOperations) {
   EXPECT_EQ(set.opCodeForOperation(&set.implementedOperations().at("third-one")), 3u);
@@ -79,18 +50,6 @@ TEST_F(QRTPrivilegedOperationSetTest, InstallsOnlyRightsThatAreMissing) {
 
   set.setAuthorizationRightsForImplementedOperationsUsingAuthorization(authorization.get());
   EXPECT_TRUE(authority.calls().empty());
-}
-
-TEST_F(QRTPrivilegedOperationSetTest, LeavesRightsAloneWhenTheDatabaseAnswersOtherwise) {
-  authority.rightGetStatuses = {{"com.vantor.vk2.first", AuthorizationStatus::internal}};
-  set.setAuthorizationRightsForImplementedOperationsUsingAuthorization(authorization.get());
-  EXPECT_EQ(authority.rights().size(), 1u);
-  authority.takeCalls();
-
-  set.removeAuthorizationRightsForImplementedOperationsUsingAuthorization(*authorization);
-  EXPECT_EQ(authority.calls(),
-            (std::vector<FakeAuthority::Call>{{"rightRemove", "com.vantor.vk2.third-one"}}));
-  EXPECT_TRUE(authority.rights().empty());
 }
 
 TEST_F(QRTPrivilegedOperationSetTest, GoesOnAfterARightThatIsRefused) {
@@ -116,61 +75,10 @@ TEST_F(QRTPrivilegedOperationSetTest, GoesOnAfterARightThatIsRefused) {
                                 "'com.vantor.vk2.first'!"}}));
 }
 
-TEST(AuthorizationEnvironment, HoldsAnItemForEachTextThatIsNotEmpty) {
-  using Items = std::vector<FakeAuthority::Item>;
-  const std::string zero(1, '\0');
-  const auto itemsOf = [](const Environment& environment) {
-    Items items;
-    for (std::uint32_t i = 0; i < environment->count; ++i) {
-      const auto& item = environment->items[i];
-      EXPECT_EQ(item.flags, 0u);
-      items.push_back({item.name, {static_cast<const char*>(item.value), item.valueLength}});
-    }
-    return items;
-  };
-  const auto make = QRTPrivilegedOperationSet::createAuthorizationEnvironmentForRightPrompt;
-  EXPECT_EQ(itemsOf(make("Really?", "/icon.png")),
-            (Items{{"prompt", "Really?" + zero}, {"icon", "/icon.png" + zero}}));
-  EXPECT_EQ(itemsOf(make("", "/icon.png")), (Items{{"icon", "/icon.png" + zero}}));
-  const auto empty = make("", "");
-  EXPECT_EQ(empty->count, 0u);
-  EXPECT_EQ(empty->items, nullptr);
-}
-
-TEST(AuthorizationEnvironment, FreesWhatIsThere) {
-  const auto freeEnvironment = QRTPrivilegedOperationSet::freeAuthorizationEnvironment;
-  freeEnvironment(nullptr);
-  // A count without items is not looked at.
-  freeEnvironment(new AuthorizationEnvironment{3, nullptr});
-  freeEnvironment(
-      new AuthorizationEnvironment{1, new AuthorizationItem[1]{{"icon", 0, nullptr, 0}}});
-}
-
 TEST(OperationSetFactories, KnowThePrincipalClass) {
   EXPECT_EQ(operationSetFactoryForClass("NSObject"), nullptr);
   EXPECT_EQ(operationSetFactoryForClass(""), nullptr);
   EXPECT_NE(operationSetFactoryForClass("QRTPrivilegedOperationSetVK2"), nullptr);
-}
-
-TEST(OperationSetFactories, TheProcessHasOneSet) {
-  static test::RecordingLog log;
-  static FakeAuthority authority;
-  const auto factory = operationSetFactoryForClass("QRTPrivilegedOperationSetVK2");
-  std::vector<QRTPrivilegedOperationSet*> seen(8);
-  std::vector<std::thread> threads;
-  for (auto& slot : seen) {
-    threads.emplace_back([&slot, factory] {
-      slot = &QRTPrivilegedOperationSet::privilegedOperationSet(factory, log, authority);
-    });
-  }
-  for (auto& thread : threads) thread.join();
-  const auto neverCalled = [](Log&, Authority&) -> std::unique_ptr<QRTPrivilegedOperationSet> {
-    ADD_FAILURE() << "a second set was made";
-    return nullptr;
-  };
-  seen.push_back(&QRTPrivilegedOperationSet::privilegedOperationSet(neverCalled, log, authority));
-  EXPECT_EQ(std::count(seen.begin(), seen.end(), seen.front()), 9);
-  EXPECT_EQ(seen.front()->implementationVersion(), "1.6");
 }
 
 }  // namespace
