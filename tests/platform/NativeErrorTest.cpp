@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <map>
 
 namespace qrt {
@@ -36,11 +35,6 @@ TEST(NativeError, IsTheContractOnTheHomePlatform) {
   for (int native = 0; native <= 106; ++native) EXPECT_EQ(number(contractCode(native)), native);
 }
 #endif
-
-TEST(NativeError, LastErrorIsTheCallersErrno) {
-  errno = ENOTEMPTY;
-  EXPECT_EQ(lastError(), PosixCode::notEmpty);
-}
 
 }  // namespace
 }  // namespace qrt
