@@ -83,6 +83,7 @@ TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeAnythingIsDone) {
       {"modify-kernelsetting", "a", ""},
       {"modify-kernelsetting", "a", "1.5"},
       {"modify-kernelsetting", "a", "0x"},
+      {"modify-kernelsetting", "a", "0x-1"},
       {"modify-kernelsetting", "a", "--1"},
       {"modify-kernelsetting", "a", "18446744073709551616"},
       {"modify-kernelsetting", "a", "-9223372036854775809"},
@@ -98,6 +99,9 @@ TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeAnythingIsDone) {
   EXPECT_EQ(run({"nop", "extra", "--json"}), 2);
   EXPECT_THAT(terminal.output(), testing::StartsWith(R"json({"done":false,"error":{)json"));
   EXPECT_EQ(terminal.errors(), "");
+  caller.folder = PosixCode::noEntry;
+  EXPECT_EQ(run({"delete-foldercontents", "a"}), 2);
+  EXPECT_EQ(run({"nop", "--icon", "a"}), 2);
   EXPECT_TRUE(helper.calls.empty());
 }
 

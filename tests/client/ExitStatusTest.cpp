@@ -24,6 +24,7 @@ TEST(ExitStatus, FollowsDomainAndCode) {
       {cocoaErrorDomain, 513, 1},
       {cocoaErrorDomain, 4099, 6},
       {"com.vantor.error.privileged-operation", 0, 0},
+      {"com.vantor.error.privileged-operation", 3, 1},
       {"com.vantor.error.privileged-operation", 87654321, 1},
   };
   for (const auto& [domain, code, status] : cases) {

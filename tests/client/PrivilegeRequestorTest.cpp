@@ -36,6 +36,7 @@ TEST_F(PrivilegeRequestorTest, IsRegisteredForAsLongAsItLives) {
     EXPECT_EQ((*requestor)->version().value(), "1.6");
     EXPECT_EQ((*requestor)->perform("delete-foldercontents", {"/a"}), success);
     EXPECT_EQ((*requestor)->perform("nop", {}), success);
+    EXPECT_EQ((*requestor)->perform("format-planet", {}), posixError(PosixCode::invalidArgument));
   }
   EXPECT_THAT(helper.calls,
               ElementsAre("connect /socket", "register 42", "version", "createExternalForm",

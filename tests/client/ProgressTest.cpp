@@ -47,6 +47,16 @@ TEST(ProgressLine, IsRedrawnInPlaceAndTakenAway) {
   EXPECT_EQ(terminal.take(), "\rnop  [####################]  100 %  0:01\n");
 }
 
+TEST(ProgressLine, AnOperationThatEndsAtOnceShowsNothing) {
+  FakeTerminal terminal;
+  ProgressLine line(terminal, "nop", start);
+  line.setFraction(0, start);
+  line.setFraction(1, start + milliseconds(90));
+  line.finish(start + milliseconds(95));
+  line.hide();
+  EXPECT_EQ(terminal.take(), "");
+}
+
 TEST(ProgressLine, NeverReachesTheLastColumn) {
   for (std::size_t width = 1; width < 120; ++width) {
     FakeTerminal terminal;

@@ -42,6 +42,7 @@ TEST_F(ExtendedAttributeAdditionsTest, ALinksNamesComeWithItsTargetsValues) {
   const auto file = scratch_.file("file");
   const auto link = scratch_.link("link", "file");
   scratch_.make(
+      "setfattr -h -n trusted.empty link; setfattr -n trusted.empty file;"
       "setfattr -h -n trusted.both -v link link; setfattr -n trusted.both -v file file;"
       "setfattr -h -n trusted.onLink -v l link; setfattr -n trusted.onFile -v file file");
   const Data value{'f', 'i', 'l', 'e'};

@@ -194,6 +194,14 @@ TEST_F(AcrossTest, WhatCouldNotBeRemovedIsNotCopied) {
   EXPECT_TRUE(isVolumeEmpty());
 }
 
+TEST_F(AcrossTest, ATakenPathStaysAsItIs) {
+  scratch_.file("file", "old");
+  scratch_.link("volume/link", "nowhere");
+  EXPECT_EQ(move(scratch_.path("file"), scratch_.path("volume/link"))->code, 516);
+  EXPECT_EQ(printed("ls -A '" + scratch_.path("volume") + "'"), "link\n");
+  EXPECT_TRUE(test::exists(scratch_.path("file")));
+}
+
 TEST_F(AcrossTest, ACompleteTreeIsAtOneOfThePathsWheneverTheProcessIsKilled) {
   const auto from = scratch_.path("tree"), to = scratch_.path("volume/tree");
   const auto treeAt = [](const std::string& path) {

@@ -84,6 +84,19 @@ TEST_F(EnumeratorTest, TheObjectIsReachedThroughItsFolder) {
   EXPECT_EQ(files_->status(walk->object(), Links::stay)->size, 5u);
 }
 
+TEST_F(EnumeratorTest, AFoundFolderIsWalkedWithoutItsPath) {
+  scratch_.folder("a");
+  scratch_.file("a/file");
+  scratch_.link("link", "a");
+  const auto base = files_->locate(scratch_.path("a"));
+  const auto in = [&](const char* name) {
+    return QRTDirectoryEnumerator::enumeratorAtObject(*files_, log_, {base->parent, name},
+                                                      "/elsewhere", true);
+  };
+  EXPECT_THAT(in("a")->allObjects(), ElementsAre("file"));
+  EXPECT_EQ(in("link"), nullptr);
+}
+
 TEST_F(EnumeratorTest, StayingKeepsOutOfMountedVolumes) {
   scratch_.folder("base");
   const test::Mount mount(test::Mount::Kind::memory, scratch_.folder("base/volume"));

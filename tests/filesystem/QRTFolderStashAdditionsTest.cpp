@@ -54,6 +54,21 @@ TEST_F(QRTFolderStashAdditionsTest, TheSubstituteIsEmptyAndHasTheSameMetadata) {
   }
 }
 
+TEST_F(QRTFolderStashAdditionsTest, ASubstituteWithoutMetadataLosesWhatItWasBornWith) {
+  const auto folder = scratch_.folder("folder");
+  ASSERT_TRUE(test::run({"setfacl", "-m", "d:u:99:rwx", scratch_.path()}));
+  EXPECT_EQ(stash(folder, "aside", true), success);
+  EXPECT_EQ(attributesOf("folder"), Dictionary());
+  EXPECT_EQ(statusOf("folder").st_mode & 07777, 0755u);
+}
+
+TEST_F(QRTFolderStashAdditionsTest, WithoutASubstituteTheOldPathIsFree) {
+  scratch_.folder("folder");
+  EXPECT_EQ(stash(scratch_.path("folder/"), "aside", false), success);
+  EXPECT_FALSE(test::exists(scratch_.path("folder")));
+  EXPECT_TRUE(test::exists(scratch_.path("aside")));
+}
+
 TEST_F(QRTFolderStashAdditionsTest, ALinkToAFolderIsMovedItself) {
   scratch_.make("mkdir folder; chmod 0711 folder");
   const auto link = scratch_.link("link", "folder");

@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "platform/NativeFileSystem.h"
-#include "support/ScratchFolder.h"
+#include "support/Mounts.h"
 
 namespace qrt {
 namespace {
@@ -164,6 +164,20 @@ TEST_F(TreeWalkTest, DepthIsLimitedByDescriptorsAlone) {
   ASSERT_TRUE(failure);
   EXPECT_EQ(failure->code, PosixCode::tooManyFiles);
   EXPECT_GT(failure->relativePath.size(), 500u);
+}
+
+TEST_F(TreeWalkTest, TypesAreAskedForWhereTheListingDoesNotTellThem) {
+  const test::Mount mount(test::Mount::Kind::ext4WithoutTypes, scratch_.folder("mount"));
+  if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount and the file system's tools";
+  scratch_.make("mkdir mount/a; ln -s / mount/a/link");
+  std::map<std::string, std::uint32_t> types;
+  recorder_.onVisit = [&](auto& object) {
+    types.emplace(object.relativePath(), object.type());
+    return object.relativePath() == "a" ? TreeVisitor::Next::enter : TreeVisitor::Next::pass;
+  };
+  EXPECT_FALSE(walk("mount"));
+  EXPECT_EQ(types.at("a"), file_type::folder);
+  EXPECT_EQ(types.at("a/link"), file_type::link);
 }
 
 }  // namespace

@@ -113,6 +113,8 @@ TEST(EraseBlocks, GoOnAfterShortWritesAndTellFailures) {
     EXPECT_EQ(eraseBlocks(device, 5000), PosixCode::inputOutput);
     EXPECT_EQ(device.written, device.capacity);
   }
+  ModelDevice odd(700, 8192);
+  EXPECT_EQ(eraseBlocks(odd, 4), PosixCode::noSpace);
   ModelDevice device(512, 512);
   device.atEnd = PosixCode::inputOutput;
   EXPECT_EQ(eraseBlocks(device, 1), PosixCode::inputOutput);

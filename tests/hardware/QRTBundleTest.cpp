@@ -73,6 +73,7 @@ TEST_F(Bundles, LayoutAndKind) {
            Case{"B.saver", {{contentsForMacOS, "{}"}}, 3, 0},
            Case{"A.qtz", {{"", screenSaver}}, 5, 3},
            Case{"B.qtz", {{"", "{protocols=(other);}"}}, 5, 0},
+           Case{"C.qtz", {{"", "no property list <"}}, 5, 0},
            Case{"D.qtz", {{contents, screenSaver}}, 0, 0},
            Case{"A.prefPane", {{contents, executable}}, 0, 4},
            Case{"B.prefPane", {{contentsForMacOS, executable}}, 3, 0},
@@ -242,6 +243,7 @@ TEST_F(Bundles, InstalledVersions) {
   const auto highest = [&](const char* identifier) {
     return QRTBundle::versionNumberForApplicationWithIdentifier(identifier, platform);
   };
+  EXPECT_DOUBLE_EQ(QRTBundle::versionNumberFromString("Version 2.1.3 (45)"), 2.13);
   EXPECT_EQ(highest("org.example"), 2.5f);
   EXPECT_EQ(highest("com.apple.Safari"), 9.5f);
   EXPECT_EQ(highest("org.example.absent"), 0);

@@ -60,6 +60,17 @@ TEST_F(SMC, DecodesEveryKeyOfEveryType) {
   }
 }
 
+TEST_F(SMC, TypesOfFixedSizeTakeNoOther) {
+  for (const auto& key : model.keys) {
+    if (key.type == smcCode("ch8*") || key.type == smcCode("hex_")) continue;
+    if (key.meaning == PropertyValue(smcUnknownTypeMarker)) continue;
+    Data longer = key.bytes;
+    longer.insert(longer.end(), 8, 'x');
+    EXPECT_FALSE(decodedSMCValue(key.type, longer));
+    EXPECT_FALSE(decodedSMCValue(key.type, {key.bytes.data(), key.bytes.size() - 1}));
+  }
+}
+
 TEST_F(SMC, FailuresAtEveryStepOfListingLeaveNoController) {
   SharedSMCController shared(model, log);
   const auto steps = 2 + model.keys.size();
@@ -203,6 +214,11 @@ TEST_F(SMC, TellsItsSoftware) {
   const auto controller = made();
   EXPECT_EQ(controller->softwareVersion(), "2.11f260");
   EXPECT_EQ(controller->softwareBranchAndBuildGeneration(), std::string("m\xC3\xA9\0 (11)", 9));
+  for (auto& key : model.keys) {
+    if (key.key == smcCode("REV ") || key.key == smcCode("RSvn")) key.type = smcCode("flag");
+  }
+  EXPECT_EQ(controller->softwareVersion(), "<received 6 bytes for type 'flag': mismatch detected>");
+  EXPECT_EQ(controller->softwareBranchAndBuildGeneration(), "<?>");
 }
 
 TEST_F(SMC, PrecisionComesFromTheType) {
@@ -227,6 +243,21 @@ TEST(SMCCodes, PackAndUnpack) {
     EXPECT_EQ(Controller::smcKeyFromString(text), code) << text;
   }
   EXPECT_EQ(Controller::stringFromSMCKey(0x75003820), "u   ");
+  EXPECT_EQ(Controller::valueDecodingNotImplementedMarker(),
+            "<decoding is currently not implemented>");
+}
+
+TEST(SMCFixedPoint, RecognizesExactlyItsCodes) {
+  EXPECT_EQ(Controller::divisorForFloatingPointCode(smcCode("fp1f")), 32768);
+  EXPECT_EQ(Controller::divisorForFloatingPointCode(smcCode("sp0f")), 32768);
+  EXPECT_EQ(Controller::divisorForFloatingPointCode(smcCode("spf0")), 1);
+  int recognized = 0;
+  for (const auto prefix : {smcCode("fp\0\0"), smcCode("sp\0\0"), smcCode("sf\0\0")}) {
+    for (SMCCode rest = 0; rest < 0x10000; ++rest) {
+      if (Controller::divisorForFloatingPointCode(prefix | rest) != -1.0) ++recognized;
+    }
+  }
+  EXPECT_EQ(recognized, 31);
 }
 
 TEST(SMCFixedPoint, EncodesByTruncation) {

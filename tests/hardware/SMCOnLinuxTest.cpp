@@ -71,6 +71,12 @@ TEST_F(SMCOnLinux, WhatItCannotDoIsTold) {
   }
   plant("count", "many\n");
   EXPECT_EQ(call(smc_command::readKey, brsc), KernelReturn::inputOutput);
+  root.make(
+      "cd sys/devices/platform/applesmc.768; printf 3 > key_count; ln -sf /dev/full key_at_index");
+  EXPECT_EQ(call(smc_command::readKey, brsc), KernelReturn::inputOutput);
+  root.make("rm sys/devices/platform/applesmc.768/key_count");
+  EXPECT_EQ(call(smc_command::readKey, brsc), KernelReturn::noError);
+  EXPECT_EQ(answer.result, smc_result::keyNotFound);
   EXPECT_EQ(LinuxSMCExchange(root.path("nowhere")).callSMC({}, answer), KernelReturn::error);
 }
 

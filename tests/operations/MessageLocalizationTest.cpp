@@ -100,6 +100,24 @@ TEST_F(MessageLocalizationTest, Errors) {
   EXPECT_EQ(localize(error), (Error{error.domain, 3, expected}));
 }
 
+TEST_F(MessageLocalizationTest, TextsThatAreIncompleteOrForeignAreLeftOut) {
+  const auto descriptionOfTemplate = [&](PropertyValue templateText, PropertyValue parameters) {
+    const auto localized = localization().localizedErrorForPrivilegedOperationError(
+        Error{"d",
+              1,
+              {{"QRTLocalizedDescriptionTemplate", std::move(templateText)},
+               {"QRTLocalizedDescriptionParameters", std::move(parameters)}}});
+    const auto* text = stringIn(localized->userInfo, localizedDescriptionKey);
+    return text ? *text : "none";
+  };
+  EXPECT_EQ(descriptionOfTemplate("A $1$", Array{"x"}), "A x");
+  EXPECT_EQ(descriptionOfTemplate("A $1$", Array()), "none");
+  EXPECT_EQ(descriptionOfTemplate("", Array{"x"}), "none");
+  EXPECT_EQ(descriptionOfTemplate(5, Array{"x"}), "none");
+  EXPECT_EQ(descriptionOfTemplate("A $1$", "x"), "none");
+  EXPECT_EQ(descriptionOfTemplate("A $1$ $2$", Array{1, "y"}), "A  y");
+}
+
 TEST_F(MessageLocalizationTest, ErrorsNestedWithoutEndAreNotFollowedForever) {
   Error error = privilegedOperationError(1, "Text", "Text");
   for (int depth = 0; depth < 2000; ++depth) {

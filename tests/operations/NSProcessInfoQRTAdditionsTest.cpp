@@ -135,6 +135,7 @@ TEST_F(ProcessQueries, FindByNameAsFarAsTheKernelKeepsIt) {
   EXPECT_EQ(named("a-very-long-na"), Identifiers());
   EXPECT_EQ(named(""), std::nullopt);
 
+  EXPECT_EQ(processNameForProcessID(platform, 99), std::nullopt);
   EXPECT_TRUE(isProcessRunningWithName(platform, "init"));
   EXPECT_FALSE(isProcessRunningWithName(platform, "absent"));
   EXPECT_FALSE(isProcessRunningWithName(platform, ""));

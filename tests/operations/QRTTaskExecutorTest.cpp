@@ -59,6 +59,7 @@ TEST_F(TaskExecutor, TheDelegateIsToldEachStepInOrder) {
 }
 
 TEST_F(TaskExecutor, WithoutADelegateTheOutputIsThisProcesss) {
+  EXPECT_EQ(executor.executeProgramAtPath("", {}), -1);
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
   executor.executeProgramAtPath("/bin/sh", {"-c", "echo out; echo err >&2"});

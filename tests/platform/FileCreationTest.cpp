@@ -52,6 +52,19 @@ TEST_F(FileCreationTest, BothWaysToRenameGiveTheSameAnswers) {
   }
 }
 
+TEST_F(FileCreationTest, LinksTellLongTargetsAndPathsAreResolved) {
+  const std::string target(4000, 't');
+  EXPECT_EQ(*files_.linkTarget(scratch_.link("long", target).c_str()), target);
+  EXPECT_EQ(files_.linkTarget(scratch_.file("file").c_str()).error(), PosixCode::invalidArgument);
+
+  const auto folder = *files_.resolvedPath(scratch_.folder("folder"));
+  scratch_.link("link", "folder");
+  EXPECT_EQ(*files_.resolvedPath(scratch_.path("link/../link/.")), folder);
+  EXPECT_EQ(files_.resolvedPath(scratch_.link("loop", "loop")).error(), PosixCode::tooManyLinks);
+  EXPECT_EQ(files_.resolvedPath(scratch_.path("missing")).error(), PosixCode::noEntry);
+  EXPECT_EQ(files_.resolvedPath(std::string("/tmp\0x", 6)).error(), PosixCode::noEntry);
+}
+
 TEST_F(FileCreationTest, PermissionsAndOwnersOfLinksAreTheirOwn) {
   const auto file = scratch_.file("file");
   const auto link = scratch_.link("link", "file");

@@ -7,6 +7,7 @@
 #include "operations/OperationException.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "protocol/FeedbackMessage.h"
+#include "service/AuthorizationCheck.h"
 #include "support/FakeAuthority.h"
 #include "support/FakeFeedback.h"
 #include "support/RecordingLog.h"
@@ -139,6 +140,11 @@ TEST_F(RequestPipelineTest, AuthorizesBeforeItValidates) {
 TEST_F(RequestPipelineTest, AFormThatIsNotAcceptedIsAFlawOfTheSystem) {
   authority_.createFromExternalFormStatus = AuthorizationStatus::internalizeNotAllowed;
   EXPECT_EQ(codeOf(perform(operation_code::nop, Array{})), 87654321);
+  const AuthorizationCheck check(operations_, authority_, log_);
+  EXPECT_EQ(check.checkAuthorization(Data(31), operation_code::nop, "", "", false),
+            posixError(PosixCode::invalidArgument));
+  EXPECT_EQ(check.checkAuthorization(Data(32), 4711, "", "", false),
+            posixError(PosixCode::invalidArgument));
   EXPECT_THAT(log_.lines(),
               testing::Contains(RecordingLog::Line{
                   LogLevel::fault,
