@@ -1,8 +1,8 @@
-// Walking and deleting trees: 200,000 files in 20,000 folders.
+// Walking, searching, changing and deleting trees: 200,000 files in 20,000 folders.
 //
 //   TreeBench [options of the benchmark library]     measures in this process
-//   TreeBench make|enumerate|remove PATH             does it once, for a comparison with other
-//   programs
+//   TreeBench ACTION PATH                            does it once, for a comparison with other
+//                                                    programs; see `actions`
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,10 +10,13 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
+#include "filesystem/PermissionPropagation.h"
 #include "filesystem/QRTDirectoryEnumerator.h"
 #include "filesystem/QRTFileDeletionAdditions.h"
-#include "platform/NativeFileSystem.h"
+#include "filesystem/SearchOperations.h"
+#include "platform/NativePlatform.h"
 #include "support/RecordingLog.h"
 
 namespace {
@@ -24,10 +27,12 @@ constexpr int filesEach = 10;
 constexpr std::size_t objects =
     outerFolders * (1 + innerFolders * (1 + static_cast<std::size_t>(filesEach)));
 
-qrt::FileSystem& files() {
-  static const auto native = qrt::makeNativeFileSystem();
-  return *native;
+const qrt::Platform& platform() {
+  static const qrt::NativePlatform native;
+  return native.facilities();
 }
+
+qrt::FileSystem& files() { return platform().files; }
 
 bool make(const std::string& top) {
   if (mkdir(top.c_str(), 0755) != 0) return false;
@@ -61,6 +66,44 @@ bool remove(const std::string& top) {
   return !qrt::QRTFileDeletionAdditions::enforceRemovalOfFileSystemObjectAtPath(context, top, true);
 }
 
+const qrt::SearchContext& searching() {
+  static const qrt::SearchContext context{platform().files, platform().log, platform().users};
+  return context;
+}
+
+bool measureSize(const std::string& top) {
+  using namespace qrt::SearchOperations;
+  const auto answer = performOperationInspectStoragesizeWithArguments(searching(), {top}, nullptr);
+  return answer && answer->userInfo.contains("Size");
+}
+
+bool searchPatterns(const std::string& top) {
+  using namespace qrt::SearchOperations;
+  return !performOperationSearchPatternsWithArguments(
+      searching(), {top, "0", "2", "log", "0", "inner7"}, nullptr);
+}
+
+bool searchAged(const std::string& top) {
+  using namespace qrt::SearchOperations;
+  return !performOperationSearchAgedfilesWithArguments(searching(), {top, 30, false}, nullptr);
+}
+
+/// Gives everything below a folder rights that it does not have yet when the comparison's other
+/// program was here before.
+bool propagate(const std::string& top, const char* list, std::uint8_t options) {
+  const auto held = files().hold(top.c_str(), qrt::Links::stay);
+  if (!held || held->setOwner(1234, 4321) != qrt::PosixCode::success) return false;
+  auto& lists = platform().accessControl;
+  if (lists.setList(*held, *lists.fromText(list)) != qrt::PosixCode::success) return false;
+  if (held->setPermissions(0770) != qrt::PosixCode::success) return false;
+  return !qrt::propagatePermissions(qrt::ItemContext(platform()), platform().log, top, 0, false,
+                                    options, nullptr);
+}
+
+bool propagateMode(const std::string& top) { return propagate(top, "", 0x0e); }
+
+bool propagateAll(const std::string& top) { return propagate(top, "u:77:rwx,g:88:rx", 0x3f); }
+
 /// Where a tree is made: in memory where there is such a place.
 std::string scratchPath() {
   std::string path = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
@@ -93,10 +136,27 @@ void removing(benchmark::State& state) {
 }
 BENCHMARK(removing)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-bool doOnce(const std::string& what, const std::string& path) {
-  if (what == "make") return make(path);
-  if (what == "enumerate") return enumerate(path) == objects;
-  return what == "remove" && remove(path);
+struct Action {
+  std::string_view name;
+  bool (*action)(const std::string& path);
+};
+
+constexpr Action actions[] = {
+    {"make", make},
+    {"enumerate", [](const std::string& path) { return enumerate(path) == objects; }},
+    {"size", measureSize},
+    {"patterns", searchPatterns},
+    {"aged", searchAged},
+    {"mode", propagateMode},
+    {"rights", propagateAll},
+    {"remove", remove},
+};
+
+bool doOnce(std::string_view name, const std::string& path) {
+  for (const auto& action : actions) {
+    if (action.name == name) return action.action(path);
+  }
+  return false;
 }
 
 }  // namespace

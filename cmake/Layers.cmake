@@ -13,7 +13,8 @@ endfunction()
 # One test program a folder of tests/, every case its own CTest entry.
 function(qrt_test_program name)
   cmake_parse_arguments(PROGRAM "" "" "LINK" ${ARGN})
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
+  file(GLOB sources CONFIGURE_DEPENDS RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} ${name}/*.cpp
+       ${name}/${port}/*.cpp ${name}/${port}/*.mm)
   add_executable(test_${name} ${sources})
   target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(test_${name} PRIVATE ${PROGRAM_LINK} qrt_test_support GTest::gmock_main)

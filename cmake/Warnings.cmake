@@ -6,3 +6,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # std::string for an overlapping copy, when it inlines.
   add_compile_options(-Wno-maybe-uninitialized -Wno-restrict)
 endif()
+if(port STREQUAL macos)
+  # Nothing that the oldest supported system lacks.
+  add_compile_options(-Wunguarded-availability -Wunguarded-availability-new)
+endif()

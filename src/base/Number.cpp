@@ -23,7 +23,7 @@ template <class To>
 To integer(const Number::Storage& storage) {
   return std::visit(
       [](auto value) -> To {
-        if constexpr (std::same_as<decltype(value), double>) {
+        if constexpr (std::is_same_v<decltype(value), double>) {
           return saturated<To>(value);
         } else {
           return static_cast<To>(value);

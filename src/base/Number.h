@@ -1,7 +1,6 @@
 // The one kind of number that requests and property lists know.
 #pragma once
 
-#include <concepts>
 #include <cstdint>
 #include <type_traits>
 #include <variant>
@@ -31,11 +30,11 @@ class Number {
  private:
   template <class T>
   static Storage widen(T value) {
-    if constexpr (std::same_as<T, bool>) {
+    if constexpr (std::is_same_v<T, bool>) {
       return value;
-    } else if constexpr (std::floating_point<T>) {
+    } else if constexpr (std::is_floating_point_v<T>) {
       return static_cast<double>(value);
-    } else if constexpr (std::signed_integral<T>) {
+    } else if constexpr (std::is_signed_v<T>) {
       return static_cast<std::int64_t>(value);
     } else {
       return static_cast<std::uint64_t>(value);

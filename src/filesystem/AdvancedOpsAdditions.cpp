@@ -61,6 +61,17 @@ Outcome changeFinderInfo(const ItemContext& context, FileAt item, const std::str
   return fileWriteError(code, path);
 }
 
+/// File systems that know hidden objects keep a flag for it; others have the record alone.
+Outcome changeHiddenFlag(FileSystem& files, FileAt item, const std::string& path, bool hidden) {
+  const auto status = files.status(item, Links::follow);
+  if (!status) return fileWriteError(status.error(), path);
+  const auto wanted =
+      hidden ? status->flags | file_flag::hidden : status->flags & ~file_flag::hidden;
+  const auto code = files.setFlags(item, Links::follow, *status, wanted);
+  if (code == PosixCode::success || code == PosixCode::notSupported) return success;
+  return fileWriteError(code, path);
+}
+
 }  // namespace
 
 Outcome createLinkAtPath(FileSystem& files, const std::string& path, const std::string& toTarget,
@@ -93,8 +104,10 @@ Outcome setMacAttributesAtPath(const ItemContext& context, const std::string& pa
     info.setCreatorCode(creatorCode);
   });
   if (outcome) return outcome;
-  return changeFinderInfo(context, item->at(), path,
-                          [&](FinderInfo& info) { info.setHidden(hidden); });
+  outcome = changeFinderInfo(context, item->at(), path,
+                             [&](FinderInfo& info) { info.setHidden(hidden); });
+  if (outcome) return outcome;
+  return changeHiddenFlag(context.files, item->at(), path, hidden);
 }
 
 std::uint32_t fileSystemIDForPath(FileSystem& files, const std::string& path) {

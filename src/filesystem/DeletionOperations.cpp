@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdint>
-#include <optional>
 #include <string_view>
 
 #include "filesystem/FileManager.h"
@@ -43,18 +42,6 @@ constexpr std::array translations{
         "hardware setting via the recovery operating system. Please see the reference manual "
         "for more information."},
 };
-
-/// None when one of the arguments is no string.
-std::optional<std::vector<std::string>> stringsIn(const Array& arguments) {
-  std::vector<std::string> strings;
-  strings.reserve(arguments.size());
-  for (const auto& argument : arguments) {
-    const auto* string = argument.string();
-    if (string == nullptr) return std::nullopt;
-    strings.push_back(*string);
-  }
-  return strings;
-}
 
 void sendProgress(FeedbackConnection* feedback, double fraction) {
   if (feedback == nullptr) return;

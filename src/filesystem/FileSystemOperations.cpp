@@ -2,7 +2,9 @@
 
 #include "filesystem/DeletionOperations.h"
 #include "filesystem/FileObjectOperations.h"
+#include "filesystem/PermissionOperations.h"
 #include "filesystem/QRTFolderStashAdditions.h"
+#include "filesystem/SearchOperations.h"
 #include "filesystem/SystemFileOperations.h"
 #include "operations/NSProcessInfoQRTAdditions.h"
 
@@ -23,7 +25,7 @@ using ItemHandler = Outcome (*)(const ItemContext&, const Array&);
 
 Handler withItemContext(ItemHandler handler, const Platform& platform) {
   return [handler, &platform](const Array& arguments, FeedbackConnection*) {
-    return handler({platform.files, platform.extendedAttributes}, arguments);
+    return handler(ItemContext(platform), arguments);
   };
 }
 
@@ -49,8 +51,36 @@ constexpr ItemOperation itemOperations[] = {
      FileObjectOperations::performOperationModifyHfsattrWithArguments},
     {"performOperationCreateLinkWithArguments:",
      FileObjectOperations::performOperationCreateLinkWithArguments},
+    {"performOperationModifyAclWithArguments:",
+     PermissionOperations::performOperationModifyAclWithArguments},
     {"performOperationRenameStashfolderWithArguments:",
      QRTFolderStashAdditions::performOperationRenameStashfolderWithArguments},
+};
+
+using SearchHandler = Outcome (*)(const SearchContext&, const Array&, FeedbackConnection*);
+
+Handler withSearchContext(SearchHandler handler, const Platform& platform) {
+  return [handler, &platform](const Array& arguments, FeedbackConnection* feedback) {
+    return handler({platform.files, platform.log, platform.users}, arguments, feedback);
+  };
+}
+
+struct SearchOperation {
+  const char* handlerName;
+  SearchHandler handler;
+};
+
+constexpr SearchOperation searchOperations[] = {
+    {"performOperationSearchAgedfilesWithArguments:feedbackConnection:",
+     SearchOperations::performOperationSearchAgedfilesWithArguments},
+    {"performOperationSearchFilenamesWithArguments:feedbackConnection:",
+     SearchOperations::performOperationSearchFilenamesWithArguments},
+    {"performOperationSearchPatternsWithArguments:feedbackConnection:",
+     SearchOperations::performOperationSearchPatternsWithArguments},
+    {"performOperationSearchFileorphansWithArguments:feedbackConnection:",
+     SearchOperations::performOperationSearchFileorphansWithArguments},
+    {"performOperationInspectStoragesizeWithArguments:",
+     SearchOperations::performOperationInspectStoragesizeWithArguments},
 };
 
 }  // namespace
@@ -63,6 +93,14 @@ void registerFileSystemHandlers(HandlerTable& table, const Platform& platform) {
             withDeletionContext(performOperationDeleteFoldercontentsWithArguments, platform));
   for (const auto& operation : itemOperations) {
     table.add(operation.handlerName, withItemContext(operation.handler, platform));
+  }
+  table.add("performOperationPropPermissionsWithArguments:feedbackConnection:",
+            [&platform](const Array& arguments, FeedbackConnection* feedback) {
+              return PermissionOperations::performOperationPropPermissionsWithArguments(
+                  ItemContext(platform), platform.log, arguments, feedback);
+            });
+  for (const auto& operation : searchOperations) {
+    table.add(operation.handlerName, withSearchContext(operation.handler, platform));
   }
 }
 

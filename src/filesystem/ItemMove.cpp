@@ -15,6 +15,7 @@ namespace qrt::FileManager {
 namespace {
 
 constexpr const char* stagedName = "item";
+constexpr std::uint32_t ownerOnly = 0700;
 constexpr std::uint32_t hinderingFlags = file_flag::userImmutable | file_flag::userAppendOnly;
 
 /// Clears the flags that keep objects from being removed.
@@ -62,7 +63,7 @@ class Staging {
     auto code = PosixCode::exists;
     for (int i = 0; i < attempts && code == PosixCode::exists; ++i) {
       auto name = ".move-" + std::to_string(random()) + "-" + std::to_string(random());
-      auto folder = context.files.createFolder({parent, name.c_str()}, 0700);
+      auto folder = context.files.createFolder({parent, name.c_str()}, ownerOnly);
       if (folder) return Staging(context, parent, std::move(name), std::move(*folder));
       code = folder.error();
     }
@@ -95,6 +96,8 @@ class Staging {
   /// What the folder was born with would pass on to the copies.
   void dropInheritance() {
     const FileAt self{*folder_, "."};
+    const auto held = context_.files.hold(self, Links::stay);
+    if (held) context_.accessControl.setRights(*held, {ownerOnly, std::nullopt, std::nullopt});
     const auto names = context_.attributes.names(self, Links::stay, Compression::hidden);
     if (!names) return;
     for (const auto& name : *names) {

@@ -1,19 +1,6 @@
 #include "filesystem/QRTDirectoryEnumerator.h"
 
-#include <algorithm>
-#include <cstring>
-
 namespace qrt {
-namespace {
-
-/// Set in the type bits of folders. Those of sockets, block devices and whiteouts have it as well;
-/// these are then simply not opened.
-constexpr std::uint32_t folderBit = 0x4000;
-
-/// Where every volume is found a second time, by its number.
-constexpr std::string_view volumeNamespace = "/.vol";
-
-}  // namespace
 
 std::unique_ptr<QRTDirectoryEnumerator> QRTDirectoryEnumerator::enumeratorAtPath(
     FileSystem& files, Log& log, const std::string& path) {
@@ -37,7 +24,7 @@ std::unique_ptr<QRTDirectoryEnumerator> QRTDirectoryEnumerator::enumeratorAtObje
 
 QRTDirectoryEnumerator::QRTDirectoryEnumerator(FileSystem& files, Log& log,
                                                const std::string& basePath)
-    : files_(files), log_(log), basePath_(basePath) {}
+    : files_(files), log_(log), basePath_(basePath), scope_(files, basePath) {}
 
 bool QRTDirectoryEnumerator::initForBasePath(FileAt base, Links links, bool stayOnFileSystem) {
   const bool isPath = basePath_.find('\0') == std::string::npos;
@@ -47,20 +34,15 @@ bool QRTDirectoryEnumerator::initForBasePath(FileAt base, Links links, bool stay
     log_.error("%{public}@: attempt to initialize with invalid path '%@'", className, basePath_);
     return false;
   }
-  if (basePath_.size() != 1) basePath_ += '/';
 
   levelCount_ = 1;
   auto folder = files_.openFolder(base, links);
   if (folder) {
-    top().folder.emplace(std::move(*folder));
+    top().folder = std::make_shared<Folder>(std::move(*folder));
   } else {
     note(folder.error());
   }
-  if (stayOnFileSystem) {
-    const auto ownStatus = files_.status(base, Links::stay);
-    shouldStayOnFileSystem_ = static_cast<bool>(ownStatus);
-    if (ownStatus) baseFileSystemID_ = ownStatus->device;
-  }
+  if (stayOnFileSystem) scope_.stayOnFileSystemOf(base);
   return true;
 }
 
@@ -72,10 +54,10 @@ std::optional<std::string> QRTDirectoryEnumerator::nextObject() {
 bool QRTDirectoryEnumerator::advance() {
   if (!readNextEntry()) return false;
   objectHolder_ = &top();
-  path_.resize(relativePathLength_);
-  if (relativePathLength_ != 0) path_ += '/';
+  path_.resize(top().depth.pathLength());
+  if (!path_.empty()) path_ += '/';
   path_ += entry_.name;
-  if (shouldDescend()) pushDirectoryEntry();
+  if (scope_.includesContentsOf(object(), entry_.type, path_)) pushDirectoryEntry();
   return true;
 }
 
@@ -102,49 +84,36 @@ bool QRTDirectoryEnumerator::readNextEntry() {
   return false;
 }
 
-bool QRTDirectoryEnumerator::shouldDescend() const {
-  const bool isTypeKnown = entry_.type != 0;
-  if (isTypeKnown && (entry_.type & folderBit) == 0) return false;
-  if (!isTypeKnown || shouldStayOnFileSystem_) {
-    const auto status = files_.status(object(), Links::stay);
-    if (!status || (status->type() & folderBit) == 0) return false;
-    if (shouldStayOnFileSystem_) return status->device == baseFileSystemID_;
-  }
-  return !isInVolumeNamespace();
-}
-
-bool QRTDirectoryEnumerator::isInVolumeNamespace() const {
-  const auto fromBase = std::min(basePath_.size(), volumeNamespace.size());
-  return basePath_.starts_with(volumeNamespace.substr(0, fromBase)) &&
-         path_.starts_with(volumeNamespace.substr(fromBase));
-}
-
 void QRTDirectoryEnumerator::pushDirectoryEntry() {
-  const auto nameLength = std::strlen(entry_.name);
-  if (nameLength == 0) return;
-  if (relativePathLength_ + 1 + nameLength > maximumPathLength) {
-    log_.standard("%{public}@: maximum path length reached. Skipping...", className);
-    return;
-  }
-  if (levelCount_ == maximumLevels) {
-    log_.standard("%{public}@: maximum number of nested directories reached. Skipping...",
-                  className);
-    return;
-  }
+  const std::string_view name = entry_.name;
+  if (name.empty()) return;
+  const auto depth = top().depth;
+  const auto limit = depth.limitFor(name);
+  tellLimit(log_, limit);
+  if (limit != WalkDepth::Limit::none) return;
 
   auto folder = files_.openFolder(object(), Links::stay);
   if (!folder) return note(folder.error());
   auto& level = levels_[levelCount_++];
-  level.folder.emplace(std::move(*folder));
-  level.componentLength = static_cast<std::uint8_t>(path_.size() - relativePathLength_);
-  relativePathLength_ += level.componentLength;
+  level.folder = std::make_shared<Folder>(std::move(*folder));
+  level.depth = depth.below(name);
+}
+
+void QRTDirectoryEnumerator::tellLimit(Log& log, WalkDepth::Limit limit) {
+  switch (limit) {
+    case WalkDepth::Limit::none:
+      return;
+    case WalkDepth::Limit::pathLength:
+      return log.standard("%{public}@: maximum path length reached. Skipping...", className);
+    case WalkDepth::Limit::levels:
+      return log.standard("%{public}@: maximum number of nested directories reached. Skipping...",
+                          className);
+  }
 }
 
 void QRTDirectoryEnumerator::popDirectory() {
   if (levelCount_ == 0) return;
-  auto& level = levels_[--levelCount_];
-  level.folder.reset();
-  relativePathLength_ -= level.componentLength;
+  levels_[--levelCount_].folder.reset();
 }
 
 void QRTDirectoryEnumerator::note(PosixCode failure) {

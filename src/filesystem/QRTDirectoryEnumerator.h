@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "filesystem/WalkDepth.h"
+#include "filesystem/WalkScope.h"
 #include "platform/FileSystem.h"
 #include "platform/Log.h"
 
@@ -41,6 +43,10 @@ class QRTDirectoryEnumerator {
                                                                     const std::string& path,
                                                                     bool stayOnFileSystem);
 
+  /// Logs what keeps a walk out of a folder. For walks of another kind that keep to the same
+  /// bounds.
+  static void tellLimit(Log& log, WalkDepth::Limit limit);
+
   QRTDirectoryEnumerator(const QRTDirectoryEnumerator&) = delete;
   QRTDirectoryEnumerator& operator=(const QRTDirectoryEnumerator&) = delete;
 
@@ -58,14 +64,22 @@ class QRTDirectoryEnumerator {
   /// holds the object.
   void skipDescendents();
 
-  bool shouldStayOnFileSystem() const { return shouldStayOnFileSystem_; }
+  bool shouldStayOnFileSystem() const { return scope_.isOneFileSystem(); }
 
   /// The object that the walk has come to. Good until it goes on or `skipDescendents()`; not to be
   /// asked before the first object nor after the last.
   FileAt object() const { return {*objectHolder_->folder, entry_.name}; }
 
+  /// The folder that holds it, which can be kept open for longer than the walk needs it.
+  std::shared_ptr<const Folder> objectFolder() const { return objectHolder_->folder; }
+
   /// Its type bits (`file_type`), or 0 where the file system's listing does not tell.
   std::uint32_t objectType() const { return entry_.type; }
+
+  /// Whether it is a folder that the walk has entered and goes on in.
+  bool isInsideObject() const {
+    return levelCount_ != 0 && objectHolder_ != &levels_[levelCount_ - 1];
+  }
 
   /// Its path relative to the base.
   const std::string& objectPath() const { return path_; }
@@ -76,15 +90,11 @@ class QRTDirectoryEnumerator {
 
  private:
   static constexpr std::string_view className = "QRTDirectoryEnumerator";
-  static constexpr std::size_t maximumPathLength = 1024;
-  static constexpr std::size_t maximumLevels = 500;
 
   struct Level {
     /// None where the base could not be opened.
-    std::optional<Folder> folder;
-    /// What the level added to the relative path. One byte on purpose: a name of 255 bytes and its
-    /// separator add nothing, and what is below them is told as if it were one folder further up.
-    std::uint8_t componentLength = 0;
+    std::shared_ptr<Folder> folder;
+    WalkDepth depth;
   };
 
   QRTDirectoryEnumerator(FileSystem& files, Log& log, const std::string& basePath);
@@ -92,8 +102,6 @@ class QRTDirectoryEnumerator {
 
   Level& top() { return levels_[levelCount_ - 1]; }
   bool readNextEntry();
-  bool shouldDescend() const;
-  bool isInVolumeNamespace() const;
   void pushDirectoryEntry();
   void popDirectory();
   void note(PosixCode failure);
@@ -101,15 +109,12 @@ class QRTDirectoryEnumerator {
   FileSystem& files_;
   Log& log_;
   std::string basePath_;
-  /// The object's path; of its first bytes, as many as `relativePathLength_` says belong to the
-  /// folder that is being read.
+  WalkScope scope_;
+  /// The object's path; it begins with that of the folder that holds the object.
   std::string path_;
-  std::size_t relativePathLength_ = 0;
   /// The base first; one more for each folder that the walk is in.
-  std::array<Level, maximumLevels> levels_;
+  std::array<Level, WalkDepth::maximumLevels> levels_;
   std::size_t levelCount_ = 0;
-  bool shouldStayOnFileSystem_ = false;
-  std::uint64_t baseFileSystemID_ = 0;
   FolderEntry entry_{};
   const Level* objectHolder_ = nullptr;
   PosixCode failure_ = PosixCode::success;

@@ -9,7 +9,6 @@
 namespace qrt::QRTFolderStashAdditions {
 namespace {
 
-constexpr std::uint32_t permissionBits = 07777;
 constexpr std::uint32_t ownerOnly = 0700;
 
 /// The folder's own name for itself: what is done through it cannot be led astray.
@@ -25,26 +24,33 @@ std::string pathBeside(std::string path, const std::string& name) {
 
 Result<FolderMetadata> metadataOf(const ItemContext& context, FileAt folder,
                                   const std::string& path) {
-  const auto status = context.files.status(folder, Links::stay);
+  const auto held = context.files.hold(folder, Links::stay);
+  if (!held) return posixError(held.error(), path);
+  const auto status = held->status();
   if (!status) return posixError(status.error(), path);
+  const auto rights = context.accessControl.rights(*held);
+  if (!rights) return posixError(rights.error(), path);
   auto attributes =
       ExtendedAttributeAdditions::extendedAttributesForItem(context, folder, path, false, false);
   if (!attributes) return attributes.error();
-  return FolderMetadata{*status, std::move(*attributes)};
+  return FolderMetadata{*status, *rights, std::move(*attributes)};
 }
 
-void enforceStatus(FileSystem& files, const FileStatus& saved, FileAt item) {
-  const auto current = files.status(item, Links::follow);
+void enforceOwnerAndRights(const ItemContext& context, const FolderMetadata& saved, FileAt item) {
+  const auto held = context.files.hold(item, Links::follow);
+  if (!held) return;
+  const auto current = held->status();
   if (!current) return;
-  if (current->userID != saved.userID || current->groupID != saved.groupID) {
-    files.setOwner(item, Links::follow, saved.userID, saved.groupID);
+  if (current->userID != saved.status.userID || current->groupID != saved.status.groupID) {
+    held->setOwner(saved.status.userID, saved.status.groupID);
   }
-  if (current->mode != saved.mode) {
-    files.setPermissions(item, Links::follow, saved.mode & permissionBits);
-  }
-  if (current->flags != saved.flags) {
-    files.setFlags(item, Links::follow, *current, saved.flags);
-  }
+  context.accessControl.setRights(*held, saved.rights);
+}
+
+void enforceFlags(FileSystem& files, const FileStatus& saved, FileAt item) {
+  const auto current = files.status(item, Links::follow);
+  if (!current || current->flags == saved.flags) return;
+  files.setFlags(item, Links::follow, *current, saved.flags);
 }
 
 void enforceExtendedAttributes(const ItemContext& context, const Dictionary& saved, FileAt item) {
@@ -102,7 +108,8 @@ Outcome moveFolderAtPath(const ItemContext& context, const std::string& path,
 void enforceFolderMetadata(const ItemContext& context, const FolderMetadata& metadata,
                            FileAt ifNecessaryIgnoringErrorsForItem) {
   const auto item = ifNecessaryIgnoringErrorsForItem;
-  enforceStatus(context.files, metadata.status, item);
+  enforceOwnerAndRights(context, metadata, item);
+  enforceFlags(context.files, metadata.status, item);
   enforceExtendedAttributes(context, metadata.extendedAttributes, item);
 }
 

@@ -12,15 +12,16 @@ namespace qrt {
 namespace QRTFolderStashAdditions {
 
 /// Gives a folder a new name in the folder that holds it, and may leave an empty one of the same
-/// owner, permissions, flags and extended attributes behind. An empty path or name is POSIX
-/// 22, anything but a folder (links followed) POSIX 20, a name that is taken POSIX 17. When the
-/// substitute cannot be made the folder stays moved.
+/// owner, permissions, access control list, flags and extended attributes behind. An empty path or
+/// name is POSIX 22, anything but a folder (links followed) POSIX 20, a name that is taken
+/// POSIX 17. When the substitute cannot be made the folder stays moved.
 Outcome moveFolderAtPath(const ItemContext& context, const std::string& path,
                          const std::string& newName, bool creatingEmptySubstitute);
 
 /// What a folder has apart from its contents.
 struct FolderMetadata {
   FileStatus status;
+  AccessRights rights;
   /// Names and values.
   Dictionary extendedAttributes;
 };

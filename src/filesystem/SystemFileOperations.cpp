@@ -14,7 +14,6 @@
 namespace qrt::SystemFileOperations {
 namespace {
 
-constexpr std::uint32_t permissionBits = 07777;
 constexpr std::uint32_t ownerOnly = 0600;
 
 Error backupBlockedError(const std::string& backupPath) {
@@ -41,6 +40,7 @@ Error protectedError(const std::string& path, Error cause) {
 /// What the new file takes over.
 struct KeptAttributes {
   FileStatus status;
+  AccessRights rights;
   FinderInfo classic;
 };
 
@@ -86,20 +86,30 @@ class Replacement {
   }
 
   Result<KeptAttributes> readAttributes() {
-    const auto status = context_.files.status(file_.at(), Links::stay);
+    const auto file = context_.files.hold(file_.at(), Links::stay);
+    if (!file) return fileReadError(file.error(), path_);
+    const auto status = file->status();
     if (!status) return fileReadError(status.error(), path_);
+    const auto rights = context_.accessControl.rights(*file);
+    if (!rights) return fileReadError(rights.error(), path_);
     auto classic = FinderInfo::read(context_, file_.at(), Links::stay);
     if (!classic) return fileReadError(classic.error(), path_);
-    return KeptAttributes{*status, std::move(*classic)};
+    return KeptAttributes{*status, *rights, std::move(*classic)};
   }
 
   PosixCode apply(const KeptAttributes& kept, OpenFile& file) {
     const auto& status = kept.status;
     auto code = file.setOwner(status.userID, status.groupID);
-    if (code == PosixCode::success) code = file.setPermissions(status.mode & permissionBits);
+    if (code == PosixCode::success) code = applyRights(kept.rights, file);
     if (code == PosixCode::success && kept.classic.hasCodes()) code = applyCodes(kept.classic);
+    if (code == PosixCode::success) code = context_.files.copyCreationTime(backup(), file_.at());
     if (code == PosixCode::success && status.flags != 0) code = applyFlags(status);
     return code;
+  }
+
+  PosixCode applyRights(const AccessRights& rights, const OpenFile& file) {
+    const auto object = file.hold();
+    return object ? context_.accessControl.setRights(*object, rights) : object.error();
   }
 
   PosixCode applyCodes(const FinderInfo& kept) {

@@ -9,8 +9,8 @@
 namespace qrt::SystemFileOperations {
 
 /// Gives a file new contents. The old file is moved to the same path with ".backup", taking the
-/// place of what is there, and the new one gets its owner, permissions, flags and classic type and
-/// creator. Links are followed; the backup is beside the target.
+/// place of what is there, and the new one gets its owner, permissions with their access control
+/// list, flags and classic type and creator. Links are followed; the backup is beside the target.
 ///
 /// Whenever the process ends, the old contents are at one of the two paths, until the new ones are
 /// safe and the backup was asked to go. Contents that could not be written are no error: the backup

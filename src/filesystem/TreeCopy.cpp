@@ -10,7 +10,6 @@
 namespace qrt {
 namespace {
 
-constexpr std::uint32_t permissionBits = 07777;
 constexpr std::uint32_t ownerOnlyFile = 0600;
 constexpr std::uint32_t ownerOnlyFolder = 0700;
 
@@ -119,12 +118,20 @@ class Copy {
     auto& files = context_.files;
     auto code = ifKept(files.setOwner(to, Links::stay, status.userID, status.groupID));
     if (code == PosixCode::success) code = copyExtendedAttributes(from, to);
-    if (code == PosixCode::success) {
-      code = ifKept(files.setPermissions(to, Links::stay, status.mode & permissionBits));
-    }
+    if (code == PosixCode::success) code = ifKept(copyRights(from, to));
     if (code == PosixCode::success) code = files.copyTimes(from, to);
+    if (code == PosixCode::success) code = files.copyCreationTime(from, to);
     if (code == PosixCode::success) code = setFlags(to, status);
     return code;
+  }
+
+  PosixCode copyRights(FileAt from, FileAt to) {
+    const auto source = context_.files.hold(from, Links::stay);
+    if (!source) return source.error();
+    const auto rights = context_.accessControl.rights(*source);
+    if (!rights) return rights.error();
+    const auto copy = context_.files.hold(to, Links::stay);
+    return copy ? context_.accessControl.setRights(*copy, *rights) : copy.error();
   }
 
   PosixCode copyExtendedAttributes(FileAt from, FileAt to) {

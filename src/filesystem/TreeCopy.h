@@ -8,9 +8,10 @@
 
 namespace qrt {
 
-/// Copies contents, owner, permissions, times, flags and extended attributes; links as links, hard
-/// links within the tree as hard links where they can be, holes as holes. What the new file system
-/// has no place for is left out. Nobody else may be able to change the folder that the copy is made
+/// Copies contents, owner, permissions with their access control lists, times, flags and extended
+/// attributes; links as links, hard links within the tree as hard links where they can be, holes as
+/// holes. What the new file system has no place for is left out, and nobody has more rights to the
+/// copy for that. Nobody else may be able to change the folder that the copy is made
 /// in.
 ///
 /// A volume mounted below `from` is `busy`. The first error ends the copying; what was copied by

@@ -3,17 +3,24 @@
 #include <memory>
 
 #include "hardware/FirmwareOperations.h"
+#include "hardware/InstallMediaOperation.h"
 #include "hardware/SharedSMCController.h"
 #include "operations/HandlerTable.h"
 #include "platform/Platform.h"
 
 namespace qrt {
 
-void registerHardwareHandlers(HandlerTable& handlers, const Platform& platform) {
+void registerHardwareHandlers(HandlerTable& handlers, const Platform& platform,
+                              QRTPrivilegedOperationSetVK2& operationSet) {
   auto& nvram = platform.nvram;
   handlers.add("performOperationModifyNvramWithArguments:",
                [&nvram](const Array& arguments, FeedbackConnection*) {
                  return performOperationModifyNvramWithArguments(arguments, nvram);
+               });
+  handlers.add("performOperationCreateInstallmediaWithArguments:feedbackConnection:",
+               [&platform, &operationSet](const Array& arguments, FeedbackConnection* feedback) {
+                 return performOperationCreateInstallmediaWithArguments(arguments, feedback,
+                                                                        platform, operationSet);
                });
   auto& devices = platform.blockDevices;
   handlers.add("performOperationEraseDiskblocksWithArguments:",

@@ -60,6 +60,17 @@ bool getBool(bool* value, const std::string& fromStringArgument) {
   return true;
 }
 
+std::optional<std::vector<std::string>> stringsIn(const Array& arguments) {
+  std::vector<std::string> strings;
+  strings.reserve(arguments.size());
+  for (const auto& argument : arguments) {
+    const auto* string = argument.string();
+    if (string == nullptr) return std::nullopt;
+    strings.push_back(*string);
+  }
+  return strings;
+}
+
 std::optional<PropertyValue> copyCoreFoundationValueWithType(
     CoreFoundationType type, const std::optional<std::string>& forValueInString) {
   if (!forValueInString) return std::nullopt;

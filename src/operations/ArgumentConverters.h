@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/PropertyValue.h"
 
@@ -11,6 +12,9 @@ namespace qrt {
 
 /// True when the text is exactly "0" or "1"; then `*value`, if given, becomes that boolean.
 bool getBool(bool* value, const std::string& fromStringArgument);
+
+/// The texts of arguments that are to be strings; none when one of them is not.
+std::optional<std::vector<std::string>> stringsIn(const Array& arguments);
 
 /// What kind of value a text is read as.
 enum class CoreFoundationType { boolean, number, string, data, other };

@@ -14,7 +14,8 @@ namespace qrt {
 enum class Compression { hidden, exposed };
 
 /// System calls on extended attributes, in contract numbers; a missing attribute is `noAttribute`.
-/// An empty name and one with a zero byte are `invalidArgument`. Stateless and thread-safe.
+/// An empty name and one with a zero byte are `invalidArgument`. Where a system keeps access
+/// control lists as attributes they are not told here. Stateless and thread-safe.
 class ExtendedAttributes {
  public:
   virtual ~ExtendedAttributes() = default;

@@ -24,6 +24,7 @@ inline constexpr std::uint32_t whiteout = 0xE000;
 namespace file_flag {
 inline constexpr std::uint32_t userImmutable = 0x2;
 inline constexpr std::uint32_t userAppendOnly = 0x4;
+inline constexpr std::uint32_t hidden = 0x8000;
 inline constexpr std::uint32_t systemImmutable = 0x20000;
 inline constexpr std::uint32_t systemAppendOnly = 0x40000;
 inline constexpr std::uint32_t restricted = 0x80000;

@@ -48,6 +48,9 @@ class HelperConnection {
   virtual void interrupt() = 0;
 };
 
+/// Where the daemon listens that is installed on this system.
+std::string defaultHelperAddress();
+
 class HelperConnector {
  public:
   virtual ~HelperConnector() = default;

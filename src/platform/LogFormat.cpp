@@ -1,14 +1,15 @@
 #include "platform/LogFormat.h"
 
-#include <charconv>
-
 namespace qrt {
 namespace {
 
-std::string digits(std::uint64_t value, int base) {
-  char buffer[24];
-  const auto end = std::to_chars(buffer, buffer + sizeof buffer, value, base).ptr;
-  return {buffer, end};
+std::string hexadecimal(std::uint64_t value) {
+  std::string digits;
+  do {
+    digits.insert(digits.begin(), "0123456789abcdef"[value & 0xf]);
+    value >>= 4;
+  } while (value != 0);
+  return digits;
 }
 
 std::string rendered(const LogConversion& conversion, const LogArgument& argument) {
@@ -22,11 +23,11 @@ std::string rendered(const LogConversion& conversion, const LogArgument& argumen
     case 'C':
       return {static_cast<char>(argument.bits)};
     case 'x':
-      return digits(argument.bits, 16);
+      return hexadecimal(argument.bits);
     case 'p':
-      return "0x" + digits(argument.bits, 16);
+      return "0x" + hexadecimal(argument.bits);
     default:
-      return digits(argument.bits, 10);
+      return std::to_string(argument.bits);
   }
 }
 

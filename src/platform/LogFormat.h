@@ -1,7 +1,6 @@
 // Log lines whose format is checked against its arguments by the compiler.
 #pragma once
 
-#include <concepts>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -46,14 +45,12 @@ enum class Kind { text, signedInteger, unsignedInteger, pointer, unsupported };
 template <class T>
 constexpr Kind kindOf() {
   using Plain = std::remove_cvref_t<T>;
-  if constexpr (std::convertible_to<const Plain&, std::string_view>) {
+  if constexpr (std::is_convertible_v<const Plain&, std::string_view>) {
     return Kind::text;
   } else if constexpr (std::is_pointer_v<Plain>) {
     return Kind::pointer;
-  } else if constexpr (std::signed_integral<Plain>) {
-    return Kind::signedInteger;
-  } else if constexpr (std::unsigned_integral<Plain>) {
-    return Kind::unsignedInteger;
+  } else if constexpr (std::is_integral_v<Plain>) {
+    return std::is_signed_v<Plain> ? Kind::signedInteger : Kind::unsignedInteger;
   } else {
     return Kind::unsupported;
   }

@@ -5,7 +5,9 @@
 
 #include "base/PosixCode.h"
 #include "base/PropertyValue.h"
+#include "base/Result.h"
 #include "platform/FileDescriptor.h"
+#include "platform/HeldObject.h"
 
 namespace qrt {
 
@@ -21,6 +23,9 @@ class OpenFile {
   PosixCode setOwner(std::uint32_t userID, std::uint32_t groupID);
   /// The twelve permission bits.
   PosixCode setPermissions(std::uint32_t permissions);
+
+  /// The file as an object, for as long as the hold lasts.
+  PosixResult<HeldObject> hold() const;
 
   /// Returns when contents and attributes are safe from a loss of power.
   PosixCode synchronize();

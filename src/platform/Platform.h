@@ -3,9 +3,11 @@
 
 namespace qrt {
 
+class AccessControl;
 class ApplicationRegistry;
 class Authority;
 class BlockDevices;
+class CodeSigning;
 class ExtendedAttributes;
 class FileSystem;
 class HelperConnector;
@@ -22,6 +24,8 @@ class SubprocessFacility;
 class SystemConfiguration;
 class SystemVersionFile;
 class Transport;
+class UserDirectory;
+class Volumes;
 
 /// References to the facilities of a platform. Made once by the composition root; tests put a
 /// double in the place of one and keep the native rest. Every facility outlives its users.
@@ -30,9 +34,11 @@ struct Platform {
   SelfProcess& self;
   FileSystem& files;
   ExtendedAttributes& extendedAttributes;
+  AccessControl& accessControl;
   PropertyLists& propertyLists;
   SystemVersionFile& versionFile;
   ProcessTable& processes;
+  UserDirectory& users;
   KernelSettings& kernelSettings;
   SubprocessFacility& subprocesses;
   JobControl& jobControl;
@@ -45,6 +51,8 @@ struct Platform {
   Nvram& nvram;
   BlockDevices& blockDevices;
   ApplicationRegistry& applications;
+  CodeSigning& codeSigning;
+  Volumes& volumes;
 };
 
 }  // namespace qrt

@@ -27,7 +27,7 @@ Dictionary recordsMessage(double fraction, Array records) {
 Dictionary finalMessage() { return {{std::string(finalFeedbackMessageKey), true}}; }
 
 bool isProgressOnly(const Dictionary& message) {
-  return message.size() == 1 && message.contains(progressFractionKey);
+  return message.size() == 1 && message.find(progressFractionKey) != message.end();
 }
 
 }  // namespace qrt

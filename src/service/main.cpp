@@ -25,7 +25,7 @@ int main(int argc, char** argv) {
     auto& liveSet = dynamic_cast<qrt::QRTPrivilegedOperationSetVK2&>(operationSet);
     qrt::registerOperationHandlers(handlers, platform, liveSet);
     qrt::registerFileSystemHandlers(handlers, platform);
-    qrt::registerHardwareHandlers(handlers, platform);
+    qrt::registerHardwareHandlers(handlers, platform, liveSet);
   };
   const qrt::EntryPoint entryPoint{platform, infoDictionary ? *infoDictionary : nothing,
                                    registerHandlers, std::cout, std::cerr};

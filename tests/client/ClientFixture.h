@@ -32,6 +32,19 @@ class FakeCaller : public CallerProcess {
     return std::make_unique<InterruptionGuard>();
   }
 
+  std::unique_ptr<TextAgent> startTextAgent() override {
+    struct Agent : TextAgent {
+      explicit Agent(bool& dismissed) : wasDismissed(dismissed) {}
+      void dismiss() override { wasDismissed = true; }
+      bool& wasDismissed;
+    };
+    ++agentsAskedFor;
+    return hasAgent ? std::make_unique<Agent>(wasAgentDismissed) : nullptr;
+  }
+
+  bool hasAgent = false;
+  bool wasAgentDismissed = false;
+  int agentsAskedFor = 0;
   /// What a signal would do.
   std::function<void()> interrupt;
 };

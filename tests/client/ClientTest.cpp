@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <thread>
 
 #include "ClientFixture.h"
 #include "operations/PrivilegedOperationError.h"
@@ -65,7 +67,7 @@ TEST_F(ClientTest, StreamsGoWhereTheyBelong) {
                           {"Type", "NSFileTypeDirectory"},
                           {"Size", std::uint64_t{4096}},
                           {"ModificationDate", Date{86400 * 366.0}},
-                          {"Mode", 0751}};
+                          {"Mode", 03751}};
   helper.feedback = {initialOutputMessage(),
                      outputMessage(bytes(std::string("o\0\xFF", 3))),
                      errorOutputMessage(bytes("e\x1B[0m")),
@@ -77,8 +79,8 @@ TEST_F(ClientTest, StreamsGoWhereTheyBelong) {
   EXPECT_EQ(run({"delete-foldercontents", "/a"}), 0);
   unsetenv("TZ");
   EXPECT_EQ(terminal.output(), std::string("o\0\xFF", 3) +
-                                   "drwxr-x--x            4096  1971-01-02 00:00  /d/a\\x0a\n"
-                                   "?                        -  -                 -\n");
+                                   "drwxr-s--t  4.1 kB  1971-01-02 00:00  /d/a\\x0a\n"
+                                   "?                -  -                 -\n");
   EXPECT_EQ(terminal.errors(),
             "e\x1B[0mqrtctl delete-foldercontents: 20 %\nqrtctl delete-foldercontents: 50 %\n");
 }
@@ -102,10 +104,10 @@ TEST_F(ClientTest, JsonLinesCarryEveryMessageAndTheResult) {
 TEST_F(ClientTest, AValueIsAnAnswer) {
   helper.answer = privilegedOperationAnswer({{"Size", 5}});
   EXPECT_EQ(run({"nop"}), 0);
-  EXPECT_EQ(terminal.output(), "5\n");
+  EXPECT_EQ(terminal.output(), "5 B\n");
   helper.answer = privilegedOperationAnswer({{"Size", 5}, {"Name", "a\x07"}});
   EXPECT_EQ(run({"nop"}), 0);
-  EXPECT_EQ(terminal.output(), "Name: a\\x07\nSize: 5\n");
+  EXPECT_EQ(terminal.output(), "Name: a\\x07\nSize: 5 B\n");
 }
 
 TEST_F(ClientTest, AFailureIsToldInWords) {
@@ -204,6 +206,41 @@ TEST_F(ClientTest, AnInterruptionSaysThatTheOperationGoesOn) {
   helper.answer = posixError(PosixCode::interrupted);
   EXPECT_EQ(run({"delete-foldercontents", "/a"}), 1);
   EXPECT_EQ(helper.calls.back(), "unregister 42");
+}
+
+TEST_F(ClientTest, AsksForPasswordsItselfWhenNobodyElseDoes) {
+  const auto needsDialog = osStatusError(number(AuthorizationStatus::interactionNotAllowed));
+  helper.answer = needsDialog;
+  EXPECT_EQ(run({"touch-fileobject", "/a"}), 3);
+  EXPECT_EQ(std::count(helper.calls.begin(), helper.calls.end(), "perform 6"), 1);
+  EXPECT_EQ(caller.agentsAskedFor, 1);
+
+  caller.hasAgent = true;
+  helper.calls.clear();
+  helper.whileItRuns = [&, attempt = 0]() mutable {
+    helper.answer = attempt++ == 0 ? Outcome(needsDialog) : success;
+  };
+  EXPECT_EQ(run({"touch-fileobject", "/a"}), 0);
+  EXPECT_EQ(std::count(helper.calls.begin(), helper.calls.end(), "perform 6"), 2);
+
+  // Interrupted at the question: the daemon tells what became of it, and is left in order.
+  helper.whileItRuns = [&, attempt = 0]() mutable {
+    helper.answer = needsDialog;
+    if (attempt++ == 0) return;
+    caller.interrupt();
+    helper.answer = posixError(PosixCode::notPermitted);
+  };
+  EXPECT_EQ(run({"touch-fileobject", "/a"}), 130);
+  EXPECT_TRUE(caller.wasAgentDismissed);
+  EXPECT_THAT(terminal.errors(), testing::HasSubstr("Nothing was done."));
+  EXPECT_EQ(helper.calls.back(), "unregister 42");
+
+  // Anything else is an answer.
+  caller.agentsAskedFor = 0;
+  helper.whileItRuns = nullptr;
+  helper.answer = posixError(PosixCode::notPermitted);
+  EXPECT_EQ(run({"touch-fileobject", "/a"}), 3);
+  EXPECT_EQ(caller.agentsAskedFor, 0);
 }
 
 TEST_F(ClientTest, StopsWhenNobodyReadsItsOutput) {

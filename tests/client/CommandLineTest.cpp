@@ -74,7 +74,6 @@ TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeAnythingIsDone) {
   const std::vector<std::string> cases[] = {
       {},
       {"format-planet"},
-      {"create-installmedia", "a", "b"},
       {"--", "nop"},
       {"--prompt"},
       {"delete-fileobjects"},
@@ -113,7 +112,6 @@ TEST_F(CommandLineTest, HelpTellsEverythingAndStartsNothing) {
         "--socket", "\n  0    done\n", "\n  6    ", "\n  130  ", "Base64"}) {
     EXPECT_NE(help.find(expected), std::string::npos) << expected;
   }
-  EXPECT_EQ(help.find("create-installmedia"), std::string::npos);
   EXPECT_EQ(run({"delete-fileobjects", "--help"}), 0);
   EXPECT_NE(terminal.output().find("--stop-on-first-error"), std::string::npos);
   EXPECT_TRUE(helper.calls.empty());

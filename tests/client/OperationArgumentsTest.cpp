@@ -53,8 +53,10 @@ TEST(OperationArguments, EveryFormHasItsValues) {
       {{"FILE", fileContents}, {contents}, {Data{0, 0xFF, '\n'}}},
   };
   const test::FakeCaller caller;
+  const NativePlatform native;
+  const WordContext context{caller, native.facilities()};
   for (const auto& [description, words, expected] : cases) {
-    const auto values = readArguments({description}, {words}, caller);
+    const auto values = readArguments({description}, {words}, context);
     ASSERT_TRUE(values) << description.name;
     EXPECT_EQ(*values, expected) << description.name;
     // Booleans stay booleans.
@@ -73,9 +75,12 @@ TEST(OperationArguments, EveryFormHasItsValues) {
       {{"FILE", fileContents}, {scratch.path("missing")}, {}},
       {{"FILE", fileContents}, {scratch.path()}, {}},
       {{"FILE", fileContents}, {"/dev/zero"}, {}},
+      {{"ACL", accessControlList}, {"anna"}, {}},
+      {{"ACL", accessControlList}, {"u:1:r,u:1:w"}, {}},
+      {{"ACL", accessControlList}, {"@" + scratch.path("missing")}, {}},
   };
   for (const auto& [description, words, expected] : refused) {
-    EXPECT_FALSE(readArguments({description}, {words}, caller)) << words.front();
+    EXPECT_FALSE(readArguments({description}, {words}, context)) << words.front();
   }
 }
 

@@ -1,7 +1,6 @@
 #include "filesystem/DeletionOperations.h"
 
 #include <gmock/gmock.h>
-#include <sys/sysmacros.h>
 
 #include <atomic>
 
@@ -9,6 +8,7 @@
 #include "filesystem/FileManagerError.h"
 #include "operations/PrivilegedOperationError.h"
 #include "protocol/FeedbackMessage.h"
+#include "support/DeviceNumbers.h"
 #include "support/FakeFeedback.h"
 #include "support/FileSystemDouble.h"
 #include "support/ScratchFolder.h"

@@ -268,20 +268,16 @@ TEST_F(ProtectionTest, ExchangedFoldersDoNotLeadTheFlagAstray) {
     scratch_.file("tree/folder/" + std::to_string(i));
   }
   scratch_.link("tree/link", precious);
-  const auto isFolderFirst = [&] { return !statusOf(tree + "/folder").isLink(); };
   int exchanges = 0;
   const auto underAttack = [&](bool isProtected, auto release) {
     EXPECT_EQ(protect(tree, isProtected, true), success);
     EXPECT_EQ(protect(precious, true, true), success);
-    const bool wasFolderFirst = isFolderFirst();
-    {
-      const test::FolderExchanger attacker(tree + "/folder", tree + "/link");
-      release();
-    }
-    exchanges += wasFolderFirst != isFolderFirst();
+    const test::FolderExchanger attacker(tree + "/folder", tree + "/link");
+    release();
+    exchanges += attacker.exchanges();
   };
   const auto releaseByPath = [&] {
-    if (!isFolderFirst()) return;
+    if (statusOf(tree + "/folder").isLink()) return;
     for (int i = 0; i < filesEach; ++i) {
       (void)protect(tree + "/folder/" + std::to_string(i), false);
     }

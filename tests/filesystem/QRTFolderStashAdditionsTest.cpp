@@ -1,6 +1,8 @@
 #include "filesystem/QRTFolderStashAdditions.h"
 
+#include "support/AclText.h"
 #include "support/ItemFixture.h"
+#include "support/KillAtEveryCall.h"
 
 namespace qrt {
 namespace {
@@ -37,7 +39,8 @@ TEST_F(QRTFolderStashAdditionsTest, TheSubstituteIsEmptyAndHasTheSameMetadata) {
   ASSERT_TRUE(test::run({"setfacl", "-m", "u:77:rwx,g::r-x,d:u:78:r-x", folder}));
   const auto before = statusOf("folder");
   const auto attributes = attributesOf("folder");
-  EXPECT_EQ(attributes.size(), 3u);
+  EXPECT_EQ(attributes.size(), 1u);
+  const auto list = test::aclOf(folder);
   // What a new folder is born with here is not what the old one had.
   ASSERT_TRUE(test::run({"setfacl", "-m", "d:u:99:rwx,d:g:99:rwx", scratch_.path()}));
 
@@ -48,6 +51,7 @@ TEST_F(QRTFolderStashAdditionsTest, TheSubstituteIsEmptyAndHasTheSameMetadata) {
   for (const char* name : {"folder", "aside"}) {
     const auto after = statusOf(name);
     EXPECT_EQ(after.st_mode, before.st_mode) << name;
+    EXPECT_EQ(test::aclOf(scratch_.path(name)), list) << name;
     EXPECT_EQ(after.st_uid, 1234u) << name;
     EXPECT_EQ(after.st_gid, 4321u) << name;
     EXPECT_EQ(attributesOf(name), attributes) << name;
@@ -59,6 +63,7 @@ TEST_F(QRTFolderStashAdditionsTest, ASubstituteWithoutMetadataLosesWhatItWasBorn
   ASSERT_TRUE(test::run({"setfacl", "-m", "d:u:99:rwx", scratch_.path()}));
   EXPECT_EQ(stash(folder, "aside", true), success);
   EXPECT_EQ(attributesOf("folder"), Dictionary());
+  EXPECT_EQ(test::aclOf(folder), "user::rwx,group::r-x,other::r-x");
   EXPECT_EQ(statusOf("folder").st_mode & 07777, 0755u);
 }
 
@@ -96,6 +101,34 @@ TEST_F(QRTFolderStashAdditionsTest, WhatCannotBeMovedIsRefused) {
     EXPECT_EQ(stash(folder, "aside", true)->code, 513);
   }
   EXPECT_TRUE(test::exists(folder));
+}
+
+TEST_F(QRTFolderStashAdditionsTest, AKillAtAnyMomentLosesNothingAndOpensNothing) {
+  struct stat before {};
+  Dictionary attributes;
+  const auto kills = test::killAtEveryCall(
+      [&] {
+        scratch_.make(
+            "rm -rf folder aside; mkdir folder; touch folder/file; chown 1234:4321 folder;"
+            "chmod 0710 folder; setfacl -m u:77:rwx,d:u:78:r-x folder");
+        before = statusOf("folder");
+        attributes = attributesOf("folder");
+      },
+      [&] { (void)stash(scratch_.path("folder"), "aside", true); },
+      [&](int stop) {
+        const auto* place = test::exists(scratch_.path("aside")) ? "aside" : "folder";
+        const auto moved = statusOf(place);
+        EXPECT_EQ(moved.st_ino, before.st_ino) << stop;
+        EXPECT_EQ(moved.st_mode, before.st_mode) << stop;
+        EXPECT_EQ(moved.st_uid, before.st_uid) << stop;
+        EXPECT_EQ(attributesOf(place), attributes) << stop;
+        EXPECT_TRUE(test::exists(scratch_.path(place) + "/file")) << stop;
+        if (!test::exists(scratch_.path("aside")) || !test::exists(scratch_.path("folder"))) return;
+        // A substitute that is not finished is closed to everybody whom the folder keeps out.
+        EXPECT_EQ(statusOf("folder").st_mode & ~(before.st_mode | 0700), 0u) << stop;
+        EXPECT_FALSE(test::exists(scratch_.path("folder/file"))) << stop;
+      });
+  EXPECT_GT(kills, 20);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 
 #include "operations/PrivilegedOperationError.h"
+#include "support/AclText.h"
 #include "support/ItemFixture.h"
 #include "support/KillAtEveryCall.h"
 #include "support/PlantedFile.h"
@@ -28,6 +29,8 @@ TEST_F(SystemFileOperationsTest, NewContentsGetTheOldAttributes) {
   const auto file = scratch_.file("hosts", "old");
   ASSERT_EQ(chown(file.c_str(), 1234, 4321), 0);
   ASSERT_EQ(chmod(file.c_str(), 06751), 0);
+  ASSERT_TRUE(test::run({"setfacl", "-m", "u:77:rwx,g::-", file}));
+  const auto list = test::aclOf(file);
   const auto before = statusOf(file);
   const auto mask = umask(0777);
   EXPECT_EQ(overwrite(file, "new", keepBackup), success);
@@ -36,6 +39,7 @@ TEST_F(SystemFileOperationsTest, NewContentsGetTheOldAttributes) {
   EXPECT_EQ(contentsOf(file), "new");
   const auto after = statusOf(file);
   EXPECT_EQ(after.st_mode, before.st_mode);
+  EXPECT_EQ(test::aclOf(file), list);
   EXPECT_EQ(after.st_uid, 1234u);
   EXPECT_EQ(after.st_gid, 4321u);
   EXPECT_NE(after.st_ino, before.st_ino);

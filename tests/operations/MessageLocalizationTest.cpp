@@ -120,7 +120,7 @@ TEST_F(MessageLocalizationTest, TextsThatAreIncompleteOrForeignAreLeftOut) {
 
 TEST_F(MessageLocalizationTest, ErrorsNestedWithoutEndAreNotFollowedForever) {
   Error error = privilegedOperationError(1, "Text", "Text");
-  for (int depth = 0; depth < 2000; ++depth) {
+  for (int depth = 0; depth < 500; ++depth) {
     error = withUnderlyingError(privilegedOperationError(1, "Text", "Text"), std::move(error));
   }
   EXPECT_TRUE(localization().localizedErrorForPrivilegedOperationError(error));
@@ -128,10 +128,8 @@ TEST_F(MessageLocalizationTest, ErrorsNestedWithoutEndAreNotFollowedForever) {
 
 /// The tables that are installed with the client.
 TEST_F(MessageLocalizationTest, GermanTablesAreComplete) {
-  std::string sources = __FILE__;
-  sources.resize(sources.rfind("/tests/"));
   const auto table = [&](const std::string& name) {
-    const auto text = test::contentsOf(sources + "/src/resources/de.lproj/" + name + ".strings");
+    const auto text = test::contentsOf(QRT_TABLES + name + ".strings");
     const auto list = native.facilities().propertyLists.parse(Data(text.begin(), text.end()));
     return list && list->dictionary() ? *list->dictionary() : Dictionary();
   };

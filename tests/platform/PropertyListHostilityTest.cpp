@@ -4,7 +4,7 @@
 #include <ctime>
 #include <functional>
 
-#include "platform/linux/PropertyListBuilder.h"
+#include "platform/posix/PropertyListBuilder.h"
 #include "support/PropertyListText.h"
 
 namespace qrt {

@@ -448,7 +448,7 @@ TEST(PropertyList, RefusesToWriteWhatXmlCannotHold) {
            {"objects", wide},
            {"bytes", Data(PropertyLists::maximumBytes)},
        }) {
-    const auto text = LinuxPropertyLists().xml(value);
+    const auto text = BoundedPropertyLists().xml(value);
     ASSERT_FALSE(text) << what;
     EXPECT_EQ(text.error().domain, cocoaErrorDomain) << what;
     EXPECT_EQ(text.error().code, 3851) << what;

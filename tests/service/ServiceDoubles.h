@@ -54,7 +54,7 @@ class FakeTransport : public Transport {
   class FakeListener : public Listener {
    public:
     explicit FakeListener(FakeTransport& transport) : transport_(transport) {}
-    void setDelegate(ListenerDelegate& delegate) override { transport_.delegate = &delegate; }
+    void setDelegate(ListenerDelegate& asked) override { transport_.delegate = &asked; }
     Outcome resume() override {
       if (transport_.resumeFailure) return *transport_.resumeFailure;
       return success;

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <sys/types.h>
+
 #include <string>
+#include <vector>
 
 namespace qrt::test {
 
@@ -15,6 +17,8 @@ class DaemonProcess {
     bool isInPidNamespaceOfItsOwn = false;
     /// The most descriptors it can raise its limit to; 0 leaves it as it is.
     unsigned descriptorLimit = 0;
+    /// The name of a program of this build and what it is given.
+    std::vector<std::string> command = {"com.vantor.system.privilegedhelper-vk2"};
     /// A program that the daemon finds in place of the system's tool for jobs; empty for none.
     std::string removalTool = {};
   };
@@ -30,7 +34,7 @@ class DaemonProcess {
   /// What the daemon has logged so far.
   std::string log() const;
   pid_t processID() const { return process_; }
-  /// Resident, in KiB.
+  /// In KiB, without the libraries that come in when they are first used.
   long memory() const;
 
   /// Waits for the daemon to end by itself and returns its exit status; -1 after ten seconds or

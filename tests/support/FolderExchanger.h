@@ -25,24 +25,28 @@ class FolderExchanger {
     thread_.join();
   }
 
+  /// How often it has succeeded so far.
+  int exchanges() const { return exchanges_; }
+
  private:
   void work() {
     while (!isOver_) {
-      exchange();
+      if (exchange()) ++exchanges_;
       hasBegun_ = true;
     }
   }
 
-  void exchange() {
+  bool exchange() {
 #ifdef __APPLE__
-    renamex_np(first_.c_str(), second_.c_str(), RENAME_SWAP);
+    return renamex_np(first_.c_str(), second_.c_str(), RENAME_SWAP) == 0;
 #else
-    renameat2(AT_FDCWD, first_.c_str(), AT_FDCWD, second_.c_str(), RENAME_EXCHANGE);
+    return renameat2(AT_FDCWD, first_.c_str(), AT_FDCWD, second_.c_str(), RENAME_EXCHANGE) == 0;
 #endif
   }
 
   const std::string first_;
   const std::string second_;
+  std::atomic<int> exchanges_ = 0;
   std::atomic<bool> hasBegun_ = false;
   std::atomic<bool> isOver_ = false;
   std::thread thread_;

@@ -14,6 +14,10 @@ class ForwardingFileSystem : public FileSystem {
   PosixResult<FileStatus> status(FileAt object, Links links) override {
     return native_->status(object, links);
   }
+  PosixResult<HeldObject> hold(FileAt object, Links links) override {
+    return native_->hold(object, links);
+  }
+  PosixResult<HeldObject> holdOpen(FileAt object) override { return native_->holdOpen(object); }
   PosixResult<Folder> openFolder(FileAt object, Links links) override {
     return native_->openFolder(object, links);
   }
@@ -49,6 +53,9 @@ class ForwardingFileSystem : public FileSystem {
   }
   PosixCode touch(FileAt object, Links links) override { return native_->touch(object, links); }
   PosixCode copyTimes(FileAt from, FileAt to) override { return native_->copyTimes(from, to); }
+  PosixCode copyCreationTime(FileAt from, FileAt to) override {
+    return native_->copyCreationTime(from, to);
+  }
   PosixCode copyContents(FileAt from, OpenFile& to) override {
     return native_->copyContents(from, to);
   }

@@ -13,8 +13,7 @@ class ItemFixture : public testing::Test {
  protected:
   ScratchFolder scratch_;
   const NativePlatform platform_;
-  const ItemContext context_{platform_.facilities().files,
-                             platform_.facilities().extendedAttributes};
+  const ItemContext context_{platform_.facilities()};
 };
 
 }  // namespace qrt::test

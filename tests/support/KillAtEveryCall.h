@@ -9,6 +9,27 @@
 
 namespace qrt::test {
 
+#ifdef __APPLE__
+
+/// Runs `action` in a child that is killed a little later with each `stop`. True when the child
+/// came to its end instead.
+template <class Action>
+bool survives(Action action, int stop) {
+  constexpr useconds_t interval = 20;
+  const auto child = fork();
+  if (child == 0) {
+    action();
+    _exit(0);
+  }
+  usleep(static_cast<useconds_t>(stop) * interval);
+  kill(child, SIGKILL);
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status);
+}
+
+#else
+
 /// Runs `action` in a child that is killed at its stop number `stop`, counted from 1: before its
 /// first system call, after it, before the second, ... True when the child came to its end instead.
 template <class Action>
@@ -41,6 +62,8 @@ bool survives(Action action, int stop) {
     }
   }
 }
+
+#endif
 
 /// Kills `action` at every stop, each time after `prepare`, and has `check` look at what is left.
 /// Returns how often it was killed.

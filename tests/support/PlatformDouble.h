@@ -9,11 +9,15 @@ namespace qrt::test {
 struct Doubles {
   Log* log = nullptr;
   SelfProcess* self = nullptr;
+  FileSystem* files = nullptr;
   JobControl* jobControl = nullptr;
   Authority* authority = nullptr;
   Transport* transport = nullptr;
   HelperConnector* helperConnector = nullptr;
   ApplicationRegistry* applications = nullptr;
+  UserDirectory* users = nullptr;
+  CodeSigning* codeSigning = nullptr;
+  Volumes* volumes = nullptr;
 };
 
 /// Doubles and rest outlive it.
@@ -23,11 +27,13 @@ inline Platform platformWith(const Doubles& doubles, const Platform& rest) {
   };
   return {.log = either(doubles.log, rest.log),
           .self = either(doubles.self, rest.self),
-          .files = rest.files,
+          .files = either(doubles.files, rest.files),
           .extendedAttributes = rest.extendedAttributes,
+          .accessControl = rest.accessControl,
           .propertyLists = rest.propertyLists,
           .versionFile = rest.versionFile,
           .processes = rest.processes,
+          .users = either(doubles.users, rest.users),
           .kernelSettings = rest.kernelSettings,
           .subprocesses = rest.subprocesses,
           .jobControl = either(doubles.jobControl, rest.jobControl),
@@ -39,7 +45,9 @@ inline Platform platformWith(const Doubles& doubles, const Platform& rest) {
           .smc = rest.smc,
           .nvram = rest.nvram,
           .blockDevices = rest.blockDevices,
-          .applications = either(doubles.applications, rest.applications)};
+          .applications = either(doubles.applications, rest.applications),
+          .codeSigning = either(doubles.codeSigning, rest.codeSigning),
+          .volumes = either(doubles.volumes, rest.volumes)};
 }
 
 }  // namespace qrt::test

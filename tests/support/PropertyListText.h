@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/linux/LinuxPropertyLists.h"
+#include "platform/posix/BoundedPropertyLists.h"
 
 namespace qrt::test {
 
@@ -13,13 +13,13 @@ inline std::span<const std::uint8_t> bytesOf(std::string_view text) {
 }
 
 inline Result<PropertyValue> parsed(std::string_view bytes) {
-  return LinuxPropertyLists().parse(bytesOf(bytes));
+  return BoundedPropertyLists().parse(bytesOf(bytes));
 }
 
 /// The list as XML, which unlike the values' own equality tells 1, 1.0 and true apart; for an error
 /// its code and description.
 inline std::string shown(const Result<PropertyValue>& list) {
-  const auto text = list ? LinuxPropertyLists().xml(*list) : Result<std::string>(list.error());
+  const auto text = list ? BoundedPropertyLists().xml(*list) : Result<std::string>(list.error());
   if (text) return *text;
   return "error " + std::to_string(text.error().code) + ": " + descriptionOf(text.error());
 }

@@ -32,6 +32,22 @@ inline bool run(std::vector<std::string> arguments) {
   return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
+/// Changes the flags of an object with the system's tool. `change` is "+" or "-" and letters: "i"
+/// for immutable, "a" for append-only. False where flags are not supported.
+inline bool changeFlagsOf(const std::string& path, const std::string& change) {
+#ifdef __APPLE__
+  std::string names;
+  for (const char letter : change.substr(1)) {
+    if (!names.empty()) names += ",";
+    if (change[0] == '-') names += "no";
+    names += letter == 'i' ? "uchg" : "uappnd";
+  }
+  return run({"chflags", names, path});
+#else
+  return run({"chattr", change, path});
+#endif
+}
+
 inline bool exists(const std::string& path) {
   struct stat status;
   return lstat(path.c_str(), &status) == 0;
@@ -66,7 +82,7 @@ class ScratchFolder {
   ScratchFolder(const ScratchFolder&) = delete;
   ScratchFolder& operator=(const ScratchFolder&) = delete;
   ~ScratchFolder() {
-    for (const auto& flagged : flagged_) run({"chattr", "-ia", flagged});
+    for (const auto& flagged : flagged_) changeFlagsOf(flagged, "-ia");
     run({"rm", "-rf", path_});
   }
 
@@ -93,10 +109,10 @@ class ScratchFolder {
     return path(name);
   }
 
-  /// `change` as the flag tool takes it: "+i", "-i", "+a". False where flags are not supported.
+  /// See `changeFlagsOf`.
   bool changeFlags(std::string_view name, const std::string& change) {
     flagged_.push_back(path(name));
-    return run({"chattr", change, path(name)});
+    return changeFlagsOf(path(name), change);
   }
 
  private:

@@ -1,9 +1,12 @@
 #include "client/cli/AnswerText.h"
 
+#include <fmt/format.h>
+
 #include <cstdint>
 
 #include "client/cli/Json.h"
 #include "client/cli/Printable.h"
+#include "client/cli/SizeText.h"
 
 namespace qrt {
 namespace {
@@ -20,10 +23,15 @@ constexpr Meaning meanings[] = {
     {"ObjectExistence", 2, "object that is not a folder"},
 };
 
+std::string exactSize(std::uint64_t bytes) {
+  return bytes < 1000 ? sizeText(bytes) : fmt::format("{} ({} bytes)", sizeText(bytes), bytes);
+}
+
 }  // namespace
 
 std::string answerText(std::string_view key, const PropertyValue& value) {
   if (const auto* text = value.string()) return printable(*text);
+  if (key == "Size" && value.number()) return exactSize(value.number()->asUInt64());
   for (const auto& meaning : meanings) {
     const bool isMeant =
         meaning.key == key && value.number() && value.number()->asInt64() == meaning.code;

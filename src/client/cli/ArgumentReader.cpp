@@ -12,6 +12,7 @@
 #include <string_view>
 #include <utility>
 
+#include "client/cli/AccessControlArgument.h"
 #include "client/cli/SignalNames.h"
 #include "platform/CallerProcess.h"
 
@@ -75,10 +76,10 @@ UsageError unsuitable(const ArgumentDescription& description, const std::string&
 }
 
 UsageResult<PropertyValue> readWord(const ArgumentDescription& description, const std::string& word,
-                                    const CallerProcess& caller) {
+                                    const WordContext& context) {
   switch (description.form) {
     case ArgumentForm::path: {
-      auto path = absolutePath(word, caller);
+      auto path = absolutePath(word, context.caller);
       if (!path) return path.error();
       return PropertyValue(std::move(*path));
     }
@@ -105,6 +106,11 @@ UsageResult<PropertyValue> readWord(const ArgumentDescription& description, cons
       if (!contents) return contents.error();
       return PropertyValue(std::move(*contents));
     }
+    case ArgumentForm::accessControlList: {
+      auto list = accessControlListIn(word, context.platform);
+      if (!list) return list.error();
+      return PropertyValue(std::move(*list));
+    }
     default:
       return PropertyValue(word);
   }
@@ -112,10 +118,10 @@ UsageResult<PropertyValue> readWord(const ArgumentDescription& description, cons
 
 UsageResult<PropertyValue> sumOfBits(const ArgumentDescription& description,
                                      const std::vector<std::string>& words,
-                                     const CallerProcess& caller) {
+                                     const WordContext& context) {
   std::int64_t sum = 0;
   for (const auto& word : words) {
-    const auto bit = readWord(description, word, caller);
+    const auto bit = readWord(description, word, context);
     if (!bit) return bit.error();
     sum |= bit->number()->asInt64();
   }
@@ -125,18 +131,18 @@ UsageResult<PropertyValue> sumOfBits(const ArgumentDescription& description,
 /// The values of an argument that is sent exactly once, whatever was written for it.
 std::optional<UsageResult<PropertyValue>> singleValue(const ArgumentDescription& description,
                                                       const std::vector<std::string>& words,
-                                                      const CallerProcess& caller) {
+                                                      const WordContext& context) {
   switch (description.form) {
     case ArgumentForm::constant:
       return PropertyValue(description.detail);
     case ArgumentForm::ownProcess:
-      return PropertyValue(caller.processIdentifier());
+      return PropertyValue(context.caller.processIdentifier());
     case ArgumentForm::textFlag:
       return PropertyValue(words.empty() ? "0" : "1");
     case ArgumentForm::numberFlag:
       return PropertyValue(!words.empty());
     case ArgumentForm::bits:
-      return sumOfBits(description, words, caller);
+      return sumOfBits(description, words, context);
     default:
       return std::nullopt;
   }
@@ -144,9 +150,9 @@ std::optional<UsageResult<PropertyValue>> singleValue(const ArgumentDescription&
 
 /// Appends the values of one argument.
 std::optional<UsageError> read(const ArgumentDescription& description,
-                               std::vector<std::string> words, const CallerProcess& caller,
+                               std::vector<std::string> words, const WordContext& context,
                                Array& values) {
-  if (auto value = singleValue(description, words, caller)) {
+  if (auto value = singleValue(description, words, context)) {
     if (!*value) return value->error();
     values.push_back(std::move(**value));
     return std::nullopt;
@@ -155,7 +161,7 @@ std::optional<UsageError> read(const ArgumentDescription& description,
     words.emplace_back(description.detail);
   }
   for (const auto& word : words) {
-    auto value = readWord(description, word, caller);
+    auto value = readWord(description, word, context);
     if (!value) return value.error();
     if (description.form == ArgumentForm::taggedText) values.emplace_back(description.detail);
     values.push_back(std::move(*value));
@@ -166,10 +172,10 @@ std::optional<UsageError> read(const ArgumentDescription& description,
 }  // namespace
 
 UsageResult<Array> readArguments(const std::vector<ArgumentDescription>& descriptions,
-                                 const GivenWords& words, const CallerProcess& caller) {
+                                 const GivenWords& words, const WordContext& context) {
   Array values;
   for (std::size_t i = 0; i < descriptions.size(); ++i) {
-    if (const auto error = read(descriptions[i], words[i], caller, values)) return *error;
+    if (const auto error = read(descriptions[i], words[i], context, values)) return *error;
   }
   return values;
 }

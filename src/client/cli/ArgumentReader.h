@@ -11,6 +11,13 @@
 namespace qrt {
 
 class CallerProcess;
+struct Platform;
+
+/// What words may refer to.
+struct WordContext {
+  const CallerProcess& caller;
+  const Platform& platform;
+};
 
 /// What is wrong with a command line, as a sentence without a full stop.
 struct UsageError {
@@ -25,7 +32,7 @@ using GivenWords = std::vector<std::vector<std::string>>;
 
 /// The values in the order in which they are sent.
 UsageResult<Array> readArguments(const std::vector<ArgumentDescription>& descriptions,
-                                 const GivenWords& words, const CallerProcess& caller);
+                                 const GivenWords& words, const WordContext& context);
 
 /// The path below the current folder when it is relative. Links and ".." are not resolved; an empty
 /// path stays empty.

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <utility>
 #include <variant>
@@ -16,12 +17,23 @@
 #include "operations/NSProcessInfoQRTAdditions.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "operations/StringTables.h"
+#include "platform/Authority.h"
 #include "platform/CallerProcess.h"
 #include "platform/Platform.h"
 #include "platform/Terminal.h"
 
 namespace qrt {
 namespace {
+
+bool needsDialog(const Error& error) {
+  return error.domain == osStatusErrorDomain &&
+         error.code == number(AuthorizationStatus::interactionNotAllowed);
+}
+
+bool isRefusal(const Error& error) {
+  return needsDialog(error) || isPosixError(error, PosixCode::notPermitted) ||
+         isPosixError(error, PosixCode::canceled);
+}
 
 class Client {
  public:
@@ -60,8 +72,8 @@ class Client {
   }
 
   ExitStatus performOperation(const OperationCommand& command) {
-    auto arguments =
-        readArguments(command.operation->arguments, command.words, surroundings_.caller);
+    auto arguments = readArguments(command.operation->arguments, command.words,
+                                   {surroundings_.caller, surroundings_.platform});
     if (!arguments) return refuse(arguments.error());
     auto iconPath = absolutePath(command_.options.iconPath, surroundings_.caller);
     if (!iconPath) return refuse(iconPath.error());
@@ -69,21 +81,49 @@ class Client {
     auto requestor = connect();
     if (!requestor) return fail(requestor.error());
     const auto interruption =
-        surroundings_.caller.catchInterruptions([&] { (*requestor)->interrupt(); });
+        surroundings_.caller.catchInterruptions([&] { interrupt(**requestor); });
     bool isRead = true;
     const auto handler = [&](const Dictionary& message) {
       if (!isRead) return;
+      agent_ = nullptr;  // What sends feedback was authorized.
       isRead = presenter_->showFeedback(message);
       // Nobody waits for the result any more either.
       if (!isRead) (*requestor)->interrupt();
     };
-    const auto outcome =
-        (*requestor)
-            ->perform(command.operation->identifier, std::move(*arguments),
-                      {command_.options.prompt, std::move(*iconPath)},
-                      givesFeedback(command.operation->identifier) ? handler : FeedbackHandler());
+    const AuthorizationPresentation presentation{command_.options.prompt, std::move(*iconPath)};
+    const auto& identifier = command.operation->identifier;
+    const auto outcome = askingForPasswords([&] {
+      return (*requestor)
+          ->perform(identifier, *arguments, presentation,
+                    givesFeedback(identifier) ? handler : FeedbackHandler());
+    });
     if (!isRead) return ExitStatus::failed;
     return conclude(outcome, (*requestor)->wasInterrupted());
+  }
+
+  /// An operation that needs a dialog, and nobody there to show it, was not begun: once there is an
+  /// agent for this terminal it is asked for again.
+  template <class Attempt>
+  Outcome askingForPasswords(const Attempt& attempt) {
+    auto outcome = attempt();
+    if (!outcome || !needsDialog(*outcome)) return outcome;
+    const auto agent = surroundings_.caller.startTextAgent();
+    if (!agent) return outcome;
+    agent_ = agent.get();
+    outcome = attempt();
+    agent_ = nullptr;
+    return outcome;
+  }
+
+  /// In a signal handler. While somebody is asked for a password, only the question is given up:
+  /// the daemon's answer to that is better than not to know what it does.
+  void interrupt(PrivilegeRequestor& requestor) {
+    wasInterrupted_ = true;
+    if (auto* const agent = agent_.exchange(nullptr)) {
+      agent->dismiss();
+    } else {
+      requestor.interrupt();
+    }
   }
 
   ExitStatus conclude(const Outcome& outcome, bool wasInterrupted) {
@@ -92,6 +132,10 @@ class Client {
     if (wasInterrupted && isPosixError(*outcome, PosixCode::interrupted)) {
       fail(describedError(PosixCode::interrupted, "Interrupted.",
                           "The operation goes on in the privileged helper."));
+      return ExitStatus::interrupted;
+    }
+    if (wasInterrupted_ && isRefusal(*outcome)) {
+      fail(describedError(PosixCode::interrupted, "Interrupted.", "Nothing was done."));
       return ExitStatus::interrupted;
     }
     return fail(*outcome);
@@ -147,6 +191,10 @@ class Client {
   const ClientSurroundings& surroundings_;
   const QRTPrivilegedOperationSet& operations_;
   bool isJson_ = false;
+  std::atomic<bool> wasInterrupted_ = false;
+  /// Asks for passwords at the moment; null when nobody does.
+  std::atomic<CallerProcess::TextAgent*> agent_ = nullptr;
+  static_assert(decltype(agent_)::is_always_lock_free);
   Command command_;
   std::unique_ptr<Presenter> presenter_;
 };

@@ -7,7 +7,7 @@
 
 #include "client/cli/ArgumentReader.h"
 #include "client/cli/OperationArguments.h"
-#include "protocol/Names.h"
+#include "platform/HelperConnection.h"
 
 namespace qrt {
 
@@ -17,7 +17,7 @@ struct CommandOptions {
   bool isJson = false;
   std::string prompt;
   std::string iconPath;
-  std::string socketPath{defaultSocketPath};
+  std::string socketPath{defaultHelperAddress()};
 };
 
 /// Commands that are no operation of the daemon.

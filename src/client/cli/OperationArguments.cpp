@@ -7,7 +7,6 @@ using enum ArgumentForm;
 using enum Occurrence;
 
 constexpr bool available = true;
-constexpr bool later = false;
 
 constexpr std::string_view sameFileSystem = "Stay on the file system of the folder";
 
@@ -60,25 +59,25 @@ const std::vector<OperationArguments>& operationArguments() {
        {{"PATH", path, "Link to create"},
         {"TARGET", text, "What it leads to, kept as it is written"},
         {"--hard", numberFlag, "Create a hard link instead of a symbolic one"}}},
-      {"search-agedfiles", later,
+      {"search-agedfiles", available,
        {{"FOLDER", path, "Where to search"},
         {"DAYS", number, "Age of an object since its last change, at least"},
         {"--one-file-system", numberFlag, sameFileSystem}}},
-      {"search-filenames", later,
+      {"search-filenames", available,
        {{"FOLDER", path, "Where to search; folders below it are not entered"},
         {"--prefix", text, "How the names begin", optional},
         {"--extension", text, "How the names end, without the dot", optional},
         {"--folders", numberFlag, "Look for folders instead of other objects"}}},
-      {"search-patterns", later,
+      {"search-patterns", available,
        {{"FOLDER", path, "Where to search"},
         {"--one-file-system", textFlag, sameFileSystem},
         {"--name", taggedText, "A whole name to look for", any, "0"},
         {"--prefix", taggedText, "How a name begins", any, "1"},
         {"--extension", taggedText, "How a name ends, without the dot", any, "2"}}},
-      {"search-fileorphans", later,
+      {"search-fileorphans", available,
        {{"FOLDER", path, "Where to search"},
         {"--one-file-system", numberFlag, sameFileSystem}}},
-      {"inspect-storagesize", later,
+      {"inspect-storagesize", available,
        {{"FOLDER", path, "Folder to measure"}}},
       {"modify-kernelsetting", available,
        {{"NAME", text, "Name of the setting, with dots"},
@@ -100,10 +99,12 @@ const std::vector<OperationArguments>& operationArguments() {
       {"signal-process", available,
        {{"PID", number, "Identifier of the process"},
         {"SIGNAL", signal, "Signal to send: TERM, SIGTERM or its number"}}},
-      {"modify-acl", later,
+      {"modify-acl", available,
        {{"PATH", path, "Object to change"},
-        {"ACL", fileContents, "File with the list in its external form; \"-\" is standard input"}}},
-      {"prop-permissions", later,
+        {"ACL", accessControlList,
+         "The list as the system writes it (\"u:anna:rw,g:staff:r\"), @PATH for that of another "
+         "object, or none to take it away"}}},
+      {"prop-permissions", available,
        {{"FOLDER", path, "Folder whose permissions everything below it gets"},
         {"--expected", number, "Number of objects below it, for the progress", optional, "0"},
         {"--one-file-system", numberFlag, sameFileSystem},
@@ -124,7 +125,7 @@ const std::vector<OperationArguments>& operationArguments() {
        {{"FOLDER", path, "Folder to move aside"},
         {"NAME", text, "Its new name, in the same place"},
         {"--substitute", numberFlag, "Leave an empty folder of the same kind behind"}}},
-      {"create-installmedia", later,
+      {"create-installmedia", available,
        {{"INSTALLER", path, "Installer application"},
         {"VOLUME", path, "Volume that becomes the medium"}}},
       {"erase-diskblocks", available,
@@ -156,6 +157,7 @@ std::string_view typeLettersOf(ArgumentForm form) {
     case ownProcess:
       return "N";
     case fileContents:
+    case accessControlList:
       return "D";
   }
   return "";

@@ -32,6 +32,8 @@ enum class ArgumentForm {
   ownProcess,
   /// Path of a file whose contents are sent as data; "-" is standard input.
   fileContents,
+  /// An access control list, sent in its external form; see AccessControlArgument.h.
+  accessControlList,
 };
 
 enum class Occurrence { once, optional, oneOrMore, any };

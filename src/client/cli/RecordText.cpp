@@ -7,9 +7,19 @@
 #include <string_view>
 
 #include "client/cli/Printable.h"
+#include "client/cli/SizeText.h"
 
 namespace qrt {
 namespace {
+
+/// Shown where the right to execute stands, in capitals where that is missing.
+struct SpecialBit {
+  std::uint64_t bit;
+  std::size_t position;
+  char letter;
+};
+
+constexpr SpecialBit specialBits[] = {{04000, 3, 's'}, {02000, 6, 's'}, {01000, 9, 't'}};
 
 const PropertyValue* valueIn(const Dictionary& record, std::string_view key) {
   const auto found = record.find(key);
@@ -36,12 +46,17 @@ std::string permissions(const Dictionary& record) {
   for (std::size_t i = 0; i < letters.size(); ++i) {
     text.push_back(bits & (0400u >> i) ? letters[i] : '-');
   }
+  for (const auto& [bit, position, letter] : specialBits) {
+    if ((bits & bit) == 0) continue;
+    const bool isExecutable = text[position] == 'x';
+    text[position] = isExecutable ? letter : static_cast<char>(letter - 'a' + 'A');
+  }
   return text;
 }
 
 std::string size(const Dictionary& record) {
   const auto* value = valueIn(record, "Size");
-  return value && value->number() ? fmt::format("{}", value->number()->asUInt64()) : "-";
+  return value && value->number() ? sizeText(value->number()->asUInt64()) : "-";
 }
 
 std::string lastChange(const Dictionary& record) {
@@ -58,7 +73,7 @@ std::string lastChange(const Dictionary& record) {
 
 std::string recordText(const Dictionary& record) {
   const auto* path = stringIn(record, "Path");
-  return fmt::format("{:10}  {:>14}  {:16}  {}\n", permissions(record), size(record),
+  return fmt::format("{:10}  {:>6}  {:16}  {}\n", permissions(record), size(record),
                      lastChange(record), path ? printable(*path) : "-");
 }
 

@@ -7,8 +7,8 @@
 
 namespace qrt {
 
-/// Type and permissions, size, time of the last change (local) and path, aligned; "-" where the
-/// record says nothing. Ends with a line feed.
+/// Type and permissions, readable size, time of the last change (local) and path, aligned; "-"
+/// where the record says nothing. Ends with a line feed.
 std::string recordText(const Dictionary& record);
 
 }  // namespace qrt

@@ -23,8 +23,8 @@ struct Folder::Listing {
 
   bool isConsumed() const { return position == filled; }
 
-  /// Most file systems go on at the largest offset there is, of 32 or 64 bits, when nothing follows.
-  /// That saves asking them once more.
+  /// Most file systems go on at the largest offset there is, of 32 or 64 bits, when nothing
+  /// follows. That saves asking them once more.
   bool isKnownToHaveEnded() const {
     return nextOffset == std::numeric_limits<std::int32_t>::max() ||
            nextOffset == std::numeric_limits<std::int64_t>::max();

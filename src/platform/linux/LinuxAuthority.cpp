@@ -2,28 +2,62 @@
 
 #include <unistd.h>
 
+#include <string_view>
+
+#include "platform/linux/ServedConnection.h"
+
 namespace qrt {
+namespace {
+
+/// The text of an item, whose length counts the terminating NUL; empty without such an item.
+std::string textIn(const AuthorizationEnvironment& environment, std::string_view name) {
+  for (std::uint32_t i = 0; i < environment.count; ++i) {
+    const auto& item = environment.items[i];
+    if (name == item.name && item.valueLength > 0) {
+      return {static_cast<const char*>(item.value), item.valueLength - 1};
+    }
+  }
+  return {};
+}
+
+int currentConnection() {
+  const auto* peer = ServedConnection::current();
+  return peer ? peer->socket : -1;
+}
+
+AuthorizationStatus statusOf(bool succeeded) {
+  return succeeded ? AuthorizationStatus::noError : AuthorizationStatus::internal;
+}
+
+}  // namespace
 
 class LinuxAuthority::Reference : public Authorization {
  public:
   Reference(LinuxAuthority& authority, const PeerIdentity& process)
       : authority_(authority), process_(process) {}
 
-  AuthorizationStatus copyRight(const std::string& rightName, const AuthorizationEnvironment&,
-                                std::uint32_t) override {
-    return authority_.evaluate(process_, rightName);
+  AuthorizationStatus copyRight(const std::string& rightName,
+                                const AuthorizationEnvironment& environment,
+                                std::uint32_t flags) override {
+    return authority_.evaluate(process_, rightName, environment, flags);
   }
 
-  // This authority remembers no grant, so there is none to destroy.
-  void free(std::uint32_t) override {}
+  void free(std::uint32_t flags) override {
+    if ((flags & authorization_flag::destroyRights) != 0) authority_.grants_.forget(process_);
+  }
 
  private:
   LinuxAuthority& authority_;
   PeerIdentity process_;
 };
 
-LinuxAuthority::LinuxAuthority(std::string stateFolder, PropertyLists& propertyLists)
-    : state_(std::move(stateFolder)), seal_(state_), rights_(state_, propertyLists) {}
+LinuxAuthority::LinuxAuthority(const std::string& root, std::string stateFolder,
+                               PropertyLists& propertyLists, Log& log)
+    : state_(std::move(stateFolder)),
+      seal_(state_),
+      rights_(state_, propertyLists),
+      actions_(root),
+      polkit_(root, log) {}
 
 std::optional<AuthorizationExternalForm> LinuxAuthority::externalForm(const PeerIdentity& peer) {
   return seal_.seal(peer);
@@ -45,16 +79,46 @@ Result<std::unique_ptr<Authorization>, AuthorizationStatus> LinuxAuthority::crea
 }
 
 AuthorizationStatus LinuxAuthority::evaluate(const PeerIdentity& process,
-                                             const std::string& rightName) {
-  if (process.userID == 0) return AuthorizationStatus::noError;
+                                             const std::string& rightName,
+                                             const AuthorizationEnvironment& environment,
+                                             std::uint32_t flags) {
+  if (process.userID == 0 || grants_.contains(process, rightName)) {
+    return AuthorizationStatus::noError;
+  }
+  const auto handle = openProcess(process);
+  if (!handle) return AuthorizationStatus::canceled;
+  const auto answer = polkit_.check({process, *handle, currentConnection(), rightName,
+                                     textIn(environment, "prompt"), textIn(environment, "icon"),
+                                     (flags & authorization_flag::interactionAllowed) != 0});
+  const auto status = answer ? *answer : evaluateWithoutPolkit(rightName);
+  // A grant is good for nobody else, and its process may have ended while somebody typed.
+  if (!isRunning(*handle)) return AuthorizationStatus::canceled;
+  if (status == AuthorizationStatus::noError && isGrantRemembered(rightName)) {
+    grants_.add(process, rightName);
+  }
+  return status;
+}
+
+AuthorizationStatus LinuxAuthority::evaluateWithoutPolkit(const std::string& rightName) {
   const auto definition = rights_.definition(rightName);
   const auto* rule = definition ? definition->string() : nullptr;
-  const bool everybodys = rule && *rule == "allow";
-  return everybodys ? AuthorizationStatus::noError : AuthorizationStatus::denied;
+  const bool isEverybodys = rule && *rule == "allow";
+  return isEverybodys ? AuthorizationStatus::noError : AuthorizationStatus::denied;
+}
+
+/// The default rule, which also stands for a right without a definition. Everybody's rights need no
+/// memory, and an administrator's password for others is asked for each time.
+bool LinuxAuthority::isGrantRemembered(const std::string& rightName) {
+  const auto definition = rights_.definition(rightName);
+  if (!definition) return true;
+  const auto* dictionary = definition->dictionary();
+  const auto* rule = dictionary ? stringIn(*dictionary, "rule") : nullptr;
+  return rule && *rule == "default";
 }
 
 AuthorizationStatus LinuxAuthority::rightGet(const std::string& name) {
-  return rights_.definition(name) ? AuthorizationStatus::noError : AuthorizationStatus::denied;
+  const bool isThere = rights_.definition(name).has_value() && actions_.contains(name);
+  return isThere ? AuthorizationStatus::noError : AuthorizationStatus::denied;
 }
 
 AuthorizationStatus LinuxAuthority::rightSet(Authorization&, const std::string& name,
@@ -62,14 +126,18 @@ AuthorizationStatus LinuxAuthority::rightSet(Authorization&, const std::string& 
                                              const std::string& description,
                                              const std::string& localizationTable) {
   if (geteuid() != 0) return AuthorizationStatus::denied;
-  return rights_.set(name, definition, description, localizationTable)
-             ? AuthorizationStatus::noError
-             : AuthorizationStatus::internal;
+  const bool isKept =
+      rights_.definition(name) || rights_.set(name, definition, description, localizationTable);
+  const bool isDeclared =
+      actions_.contains(name) || actions_.set(name, definition, description) == PosixCode::success;
+  return statusOf(isKept && isDeclared);
 }
 
 AuthorizationStatus LinuxAuthority::rightRemove(Authorization&, const std::string& name) {
   if (geteuid() != 0) return AuthorizationStatus::denied;
-  return rights_.remove(name) ? AuthorizationStatus::noError : AuthorizationStatus::internal;
+  const bool isForgotten = !rights_.definition(name) || rights_.remove(name);
+  const bool isWithdrawn = !actions_.contains(name) || actions_.remove(name) == PosixCode::success;
+  return statusOf(isForgotten && isWithdrawn);
 }
 
 }  // namespace qrt

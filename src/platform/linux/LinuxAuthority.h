@@ -7,15 +7,25 @@
 #include "platform/linux/ExternalFormSeal.h"
 #include "platform/linux/LivingProcesses.h"
 #include "platform/linux/PeerIdentity.h"
+#include "platform/linux/PolkitActions.h"
+#include "platform/linux/PolkitAuthority.h"
+#include "platform/linux/RememberedGrants.h"
 #include "platform/linux/RightsFile.h"
 
 namespace qrt {
 
-/// The authority that the daemon brings along: a right defined as "allow" is everybody's, any other
-/// is root's. Clients prove who they are with an external form that the daemon sealed for them.
+/// Root is granted everything without being asked. Of anybody else, polkit decides if it can be
+/// reached at that moment; otherwise the daemon does itself: a right defined as "allow" is
+/// everybody's, any other is root's. Clients prove who they are with an external form that the
+/// daemon sealed for them.
+///
+/// A right is kept in the daemon's own database and as an action of polkit, so that either can
+/// decide. It is there when both have it; setting it leaves alone what one of them has already, and
+/// removing it removes it from whichever has it.
 class LinuxAuthority : public Authority {
  public:
-  LinuxAuthority(std::string stateFolder, PropertyLists& propertyLists);
+  LinuxAuthority(const std::string& root, std::string stateFolder, PropertyLists& propertyLists,
+                 Log& log);
 
   /// The form for a peer, as the kernel named it. None when it cannot be sealed.
   std::optional<AuthorizationExternalForm> externalForm(const PeerIdentity& peer);
@@ -32,11 +42,17 @@ class LinuxAuthority : public Authority {
  private:
   class Reference;
 
-  AuthorizationStatus evaluate(const PeerIdentity& process, const std::string& rightName);
+  AuthorizationStatus evaluate(const PeerIdentity& process, const std::string& rightName,
+                               const AuthorizationEnvironment& environment, std::uint32_t flags);
+  AuthorizationStatus evaluateWithoutPolkit(const std::string& rightName);
+  bool isGrantRemembered(const std::string& rightName);
 
   StateFolder state_;
   ExternalFormSeal seal_;
   RightsFile rights_;
+  PolkitActions actions_;
+  PolkitAuthority polkit_;
+  RememberedGrants grants_;
   LivingProcesses living_;
 };
 

@@ -15,12 +15,15 @@ namespace {
 constexpr std::string_view userNamespace = "user.";
 constexpr std::string_view namespaces[] = {userNamespace, "system.", "security.", "trusted."};
 
-/// XFS tells access control lists a second time under these names; no other file system could make
-/// anything of them.
-constexpr std::string_view secondViews[] = {"trusted.SGI_ACL_FILE", "trusted.SGI_ACL_DEFAULT"};
+/// Access control lists have calls of their own. The last two are how XFS tells them once more; no
+/// other file system could make anything of them.
+constexpr std::string_view accessControlLists[] = {
+    "system.posix_acl_access", "system.posix_acl_default", "trusted.SGI_ACL_FILE",
+    "trusted.SGI_ACL_DEFAULT"};
 
-bool isSecondView(std::string_view name) {
-  return std::find(std::begin(secondViews), std::end(secondViews), name) != std::end(secondViews);
+bool isAccessControlList(std::string_view name) {
+  return std::find(std::begin(accessControlLists), std::end(accessControlLists), name) !=
+         std::end(accessControlLists);
 }
 
 bool hasNamespace(std::string_view name) {
@@ -75,7 +78,7 @@ PosixResult<std::vector<std::string>> LinuxExtendedAttributes::names(FileAt obje
   std::vector<std::string> names;
   for (std::string_view rest = *list; !rest.empty();) {
     const auto name = rest.substr(0, rest.find('\0'));
-    if (!isSecondView(name)) names.emplace_back(nameOf(name));
+    if (!isAccessControlList(name)) names.emplace_back(nameOf(name));
     rest.remove_prefix(std::min(rest.size(), name.size() + 1));
   }
   return names;

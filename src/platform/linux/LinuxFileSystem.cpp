@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -10,36 +9,13 @@
 #include "platform/NativeFileSystem.h"
 #include "platform/linux/InodeFlags.h"
 #include "platform/linux/ObjectHandle.h"
+#include "platform/linux/ObjectStatus.h"
 #include "platform/posix/CopyContents.h"
 #include "platform/posix/NativeError.h"
 #include "platform/posix/ReadFile.h"
 
 namespace qrt {
 namespace {
-
-std::uint32_t modeOf(const struct statx& answer) {
-  const bool isWhiteout =
-      S_ISCHR(answer.stx_mode) && answer.stx_rdev_major == 0 && answer.stx_rdev_minor == 0;
-  if (!isWhiteout) return answer.stx_mode;
-  return file_type::whiteout | (answer.stx_mode & ~file_type::mask);
-}
-
-FileStatus statusOf(const struct statx& answer) {
-  const auto attributes = answer.stx_attributes & answer.stx_attributes_mask;
-  FileStatus status;
-  status.mode = modeOf(answer);
-  status.flags = inode_flags::fromAttributes(attributes);
-  status.userID = answer.stx_uid;
-  status.groupID = answer.stx_gid;
-  status.device = makedev(answer.stx_dev_major, answer.stx_dev_minor);
-  status.inode = answer.stx_ino;
-  status.linkCount = answer.stx_nlink;
-  status.size = answer.stx_size;
-  status.modificationDate.secondsSince1970 =
-      static_cast<double>(answer.stx_mtime.tv_sec) + answer.stx_mtime.tv_nsec * 1e-9;
-  status.isMountRoot = (attributes & STATX_ATTR_MOUNT_ROOT) != 0;
-  return status;
-}
 
 bool isOnReadOnlyMount(FileAt object, Links links, const FileStatus& current) {
   const bool sharesMountOfFolder =
@@ -54,12 +30,23 @@ PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastEr
 }  // namespace
 
 PosixResult<FileStatus> LinuxFileSystem::status(FileAt object, Links links) {
-  const int flags = AT_NO_AUTOMOUNT | (links == Links::stay ? AT_SYMLINK_NOFOLLOW : 0);
-  struct statx answer;
-  if (::statx(object.folder.descriptor(), object.name, flags, STATX_BASIC_STATS, &answer) != 0) {
-    return lastError();
-  }
-  return statusOf(answer);
+  return objectStatus(object.folder.descriptor(), object.name,
+                      links == Links::stay ? AT_SYMLINK_NOFOLLOW : 0);
+}
+
+PosixResult<HeldObject> LinuxFileSystem::hold(FileAt object, Links links) {
+  const int stay = links == Links::stay ? O_NOFOLLOW : 0;
+  FileDescriptor descriptor(
+      ::openat(object.folder.descriptor(), object.name, O_PATH | O_CLOEXEC | stay));
+  if (!descriptor) return lastError();
+  return HeldObject(std::move(descriptor));
+}
+
+PosixResult<HeldObject> LinuxFileSystem::holdOpen(FileAt object) {
+  FileDescriptor descriptor(::openat(object.folder.descriptor(), object.name,
+                                     O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC));
+  if (!descriptor) return hold(object, Links::stay);
+  return HeldObject(std::move(descriptor));
 }
 
 PosixCode LinuxFileSystem::setFlags(FileAt object, Links links, const FileStatus& current,

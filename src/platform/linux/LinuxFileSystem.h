@@ -10,12 +10,16 @@ namespace qrt {
 class LinuxFileSystem : public PosixFileSystem {
  public:
   PosixResult<FileStatus> status(FileAt object, Links links) override;
+  PosixResult<HeldObject> hold(FileAt object, Links links) override;
+  PosixResult<HeldObject> holdOpen(FileAt object) override;
   PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
                      std::uint32_t wanted) override;
   PosixResult<Data> readFile(FileAt object, std::size_t limit) override;
   PosixCode createSpecialFile(FileAt object, FileAt model) override;
   PosixCode rename(FileAt object, FileAt newObject) override;
   PosixCode copyTimes(FileAt from, FileAt to) override;
+  /// No file system here lets it be set.
+  PosixCode copyCreationTime(FileAt, FileAt) override { return PosixCode::success; }
   PosixCode copyContents(FileAt from, OpenFile& to) override;
   PosixCode synchronize(const Folder& onFileSystem) override;
 

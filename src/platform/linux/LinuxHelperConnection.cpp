@@ -311,4 +311,6 @@ Result<std::unique_ptr<HelperConnection>> LinuxHelperConnector::connect(
   return LinuxHelperConnection::over(std::move(socket));
 }
 
+std::string defaultHelperAddress() { return std::string(defaultSocketPath); }
+
 }  // namespace qrt

@@ -3,8 +3,10 @@
 #include <cstdlib>
 
 #include "platform/linux/ActivationSocket.h"
+#include "platform/linux/LinuxAccessControl.h"
 #include "platform/linux/LinuxApplicationRegistry.h"
 #include "platform/linux/LinuxAuthority.h"
+#include "platform/linux/LinuxCodeSigning.h"
 #include "platform/linux/LinuxExtendedAttributes.h"
 #include "platform/linux/LinuxFileSystem.h"
 #include "platform/linux/LinuxHelperConnection.h"
@@ -13,15 +15,17 @@
 #include "platform/linux/LinuxNvram.h"
 #include "platform/linux/LinuxPreferences.h"
 #include "platform/linux/LinuxProcessTable.h"
-#include "platform/linux/LinuxPropertyLists.h"
 #include "platform/linux/LinuxSMCExchange.h"
-#include "platform/linux/LinuxSelfProcess.h"
 #include "platform/linux/LinuxSystemConfiguration.h"
-#include "platform/linux/LinuxSystemVersionFile.h"
 #include "platform/linux/LinuxTransport.h"
+#include "platform/linux/LinuxVolumes.h"
 #include "platform/linux/SystemdJobControl.h"
+#include "platform/posix/BoundedPropertyLists.h"
 #include "platform/posix/PosixBlockDevices.h"
+#include "platform/posix/PosixSelfProcess.h"
 #include "platform/posix/PosixSubprocess.h"
+#include "platform/posix/PosixSystemVersionFile.h"
+#include "platform/posix/PosixUserDirectory.h"
 #include "protocol/Names.h"
 
 namespace qrt {
@@ -46,19 +50,22 @@ struct NativePlatform::Facilities {
         preferences(root, propertyLists),
         systemConfiguration(serviceFolder("CONFIGURATION_DIRECTORY", root + "etc"), root,
                             propertyLists, kernelSettings),
-        authority(serviceFolder("STATE_DIRECTORY", root + "var/lib"), propertyLists),
+        authority(root, serviceFolder("STATE_DIRECTORY", root + "var/lib"), propertyLists, log),
         transport(authority),
         smc(root),
         nvram(root),
-        blockDevices(root) {}
+        blockDevices(root),
+        volumes(root) {}
 
   LinuxLog log;
-  LinuxSelfProcess self;
+  PosixSelfProcess self;
   LinuxFileSystem files;
   LinuxExtendedAttributes extendedAttributes;
-  LinuxPropertyLists propertyLists;
-  LinuxSystemVersionFile versionFile;
+  LinuxAccessControl accessControl;
+  BoundedPropertyLists propertyLists;
+  PosixSystemVersionFile versionFile;
   LinuxProcessTable processes;
+  PosixUserDirectory users;
   LinuxKernelSettings kernelSettings;
   PosixSubprocessFacility subprocesses;
   SystemdJobControl jobControl;
@@ -71,12 +78,32 @@ struct NativePlatform::Facilities {
   LinuxNvram nvram;
   PosixBlockDevices blockDevices;
   LinuxApplicationRegistry applications;
+  LinuxCodeSigning codeSigning;
+  LinuxVolumes volumes;
 
-  Platform references{log,           self,         files,           extendedAttributes,
-                      propertyLists, versionFile,  processes,       kernelSettings,
-                      subprocesses,  jobControl,   preferences,     systemConfiguration,
-                      authority,     transport,    helperConnector, smc,
-                      nvram,         blockDevices, applications};
+  Platform references{log,
+                      self,
+                      files,
+                      extendedAttributes,
+                      accessControl,
+                      propertyLists,
+                      versionFile,
+                      processes,
+                      users,
+                      kernelSettings,
+                      subprocesses,
+                      jobControl,
+                      preferences,
+                      systemConfiguration,
+                      authority,
+                      transport,
+                      helperConnector,
+                      smc,
+                      nvram,
+                      blockDevices,
+                      applications,
+                      codeSigning,
+                      volumes};
 };
 
 NativePlatform::NativePlatform(const std::string& root)

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include "platform/linux/DescriptorPath.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
@@ -16,9 +17,7 @@ PosixResult<ObjectHandle> ObjectHandle::open(FileAt object, Links links) {
   return ObjectHandle(std::move(descriptor), answer.st_mode & file_type::mask);
 }
 
-std::string ObjectHandle::path() const {
-  return "/proc/self/fd/" + std::to_string(descriptor_.get());
-}
+std::string ObjectHandle::path() const { return descriptorPath(descriptor_.get()); }
 
 PosixResult<FileDescriptor> ObjectHandle::openForReading() const {
   FileDescriptor opened(::open(path().c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));

@@ -113,6 +113,7 @@ struct ServedConnection::Methods {
 ServedConnection::ServedConnection(std::unique_ptr<WireConnection> wire, Peer peer,
                                    QRTPrivilegedHelperProtocol& object)
     : wire_(std::move(wire)), peer_(std::move(peer)), object_(object) {
+  peer_.socket = wire_->socket();
   exportObjects();
 }
 

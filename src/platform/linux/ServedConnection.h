@@ -19,6 +19,8 @@ struct Peer {
   std::optional<PeerIdentity> process;
   ConnectionQuota* quota = nullptr;
   LinuxAuthority* authority = nullptr;
+  /// The connection itself, once it is served; not owned.
+  int socket = -1;
 };
 
 /// Turns D-Bus messages into calls of the exported object. Served on a thread of its own until the

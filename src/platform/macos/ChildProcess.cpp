@@ -4,6 +4,8 @@
 #include <spawn.h>
 #include <unistd.h>
 
+#include <initializer_list>
+
 namespace qrt {
 
 bool openPipe(int (&ends)[2]) {

@@ -1,11 +1,13 @@
 #include "platform/OpenFile.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstddef>
 
+#include "platform/posix/Flush.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
@@ -34,6 +36,12 @@ PosixCode OpenFile::setPermissions(std::uint32_t permissions) {
   return codeFor(::fchmod(descriptor(), static_cast<mode_t>(permissions)));
 }
 
-PosixCode OpenFile::synchronize() { return codeFor(::fsync(descriptor())); }
+PosixResult<HeldObject> OpenFile::hold() const {
+  FileDescriptor same(::fcntl(descriptor(), F_DUPFD_CLOEXEC, 0));
+  if (!same) return lastError();
+  return HeldObject(std::move(same));
+}
+
+PosixCode OpenFile::synchronize() { return codeFor(flushToMedium(descriptor())); }
 
 }  // namespace qrt

@@ -10,6 +10,7 @@
 
 #include "platform/FileDescriptor.h"
 #include "platform/posix/CacheBypass.h"
+#include "platform/posix/Flush.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
@@ -40,7 +41,7 @@ class OpenDevice final : public BlockDevice {
   }
 
   PosixCode synchronize() override {
-    if (fsync(descriptor_.get()) == 0) return PosixCode::success;
+    if (flushToMedium(descriptor_.get()) == 0) return PosixCode::success;
     // FIFOs and devices that keep nothing have no such call.
     const bool keepsNothing = errno == EINVAL || errno == ENOTSUP;
     return keepsNothing ? PosixCode::success : lastError();

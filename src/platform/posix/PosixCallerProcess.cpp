@@ -10,11 +10,12 @@
 
 #include "platform/NativePlatform.h"
 #include "platform/posix/NativeError.h"
+#include "platform/posix/TextAgent.h"
 
 namespace qrt {
 namespace {
 
-constexpr std::array interruptingSignals{SIGINT, SIGTERM, SIGHUP};
+constexpr std::array interruptingSignals{SIGINT, SIGQUIT, SIGTERM, SIGHUP};
 
 std::atomic<const std::function<void()>*> currentAction = nullptr;
 static_assert(std::atomic<const std::function<void()>*>::is_always_lock_free);
@@ -64,6 +65,10 @@ PosixResult<std::string> PosixCallerProcess::currentFolder() const {
 std::unique_ptr<CallerProcess::InterruptionGuard> PosixCallerProcess::catchInterruptions(
     std::function<void()> action) {
   return std::make_unique<SignalGuard>(std::move(action));
+}
+
+std::unique_ptr<CallerProcess::TextAgent> PosixCallerProcess::startTextAgent() {
+  return makeTextAgent();
 }
 
 std::unique_ptr<CallerProcess> makeNativeCallerProcess() {

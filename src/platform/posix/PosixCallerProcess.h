@@ -10,6 +10,7 @@ class PosixCallerProcess : public CallerProcess {
   std::int32_t processIdentifier() const override;
   PosixResult<std::string> currentFolder() const override;
   std::unique_ptr<InterruptionGuard> catchInterruptions(std::function<void()> action) override;
+  std::unique_ptr<TextAgent> startTextAgent() override;
 };
 
 }  // namespace qrt

@@ -1,7 +1,0 @@
-#include "PropertyListRoundTrip.h"
-#include "platform/linux/BinaryPropertyListReader.h"
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  qrt::checkRoundTrip(qrt::readBinaryPropertyList({bytes, size}));
-  return 0;
-}

@@ -1,0 +1,72 @@
+# Debian packages, one a component: `cpack` in the build folder of a release.
+set(helper_package privileged-helper)
+set(development_package libprivilegerequestor-dev)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_CONTACT "The maintainers <maintainers@vantor.example>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_COMPONENTS_ALL helper development)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+
+set(CPACK_DEBIAN_HELPER_PACKAGE_NAME ${helper_package})
+set(CPACK_DEBIAN_HELPER_PACKAGE_SECTION admin)
+set(CPACK_COMPONENT_HELPER_DESCRIPTION
+"daemon for maintenance work that needs root, and its client
+It deletes trees that immutable flags protect, creates, renames and protects
+objects in places of the system, changes settings, signals processes and runs
+trusted utilities, all from one fixed catalogue. Every operation has an
+authorization right of its own, which polkit decides about where it is
+installed. The daemon starts on demand; qrtctl is its command-line client.")
+set(CPACK_DEBIAN_HELPER_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_HELPER_PACKAGE_RECOMMENDS polkitd)
+set(scripts postinst prerm postrm)
+foreach(script IN LISTS scripts)
+  configure_file(debian/${script}.in ${script} @ONLY FILE_PERMISSIONS
+                 OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+  list(APPEND CPACK_DEBIAN_HELPER_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_BINARY_DIR}/${script})
+endforeach()
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${development_package})
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
+"client library of the privileged helper, for C++
+A program that links it connects to the privileged helper, has operations
+performed, and follows their progress and output. Static library, headers and
+configuration for CMake.")
+# Whoever links the archive needs the packages that its libraries are linked by.
+find_program(DPKG_QUERY dpkg-query)
+foreach(library IN LISTS foreign_libraries)
+  find_library(file ${library} REQUIRED NO_CACHE)
+  get_filename_component(name ${file} NAME)
+  if(DPKG_QUERY)
+    execute_process(COMMAND ${DPKG_QUERY} --search "*/${name}" OUTPUT_VARIABLE owner ERROR_QUIET)
+    string(REGEX REPLACE ":.*" "" owner "${owner}")
+    list(APPEND owners ${owner})
+  endif()
+  unset(file)
+endforeach()
+list(JOIN owners ", " CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS)
+
+# What Debian wants to be told beside.
+find_program(GZIP gzip REQUIRED)
+execute_process(COMMAND ${GZIP} -9n INPUT_FILE ${CMAKE_CURRENT_SOURCE_DIR}/debian/changelog
+                OUTPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS debian/changelog)
+foreach(component helper development)
+  set(package ${${component}_package})
+  install(FILES debian/copyright ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${component})
+  install(FILES debian/${package}.lintian-overrides RENAME ${package}
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT ${component})
+endforeach()
+# The folder of the actions that the rights become; they are made by `qrtctl install-rights`.
+install(DIRECTORY DESTINATION ${CMAKE_INSTALL_DATADIR}/polkit-1/actions COMPONENT helper)
+
+include(CPack)

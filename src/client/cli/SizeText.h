@@ -1,0 +1,12 @@
+// A number of bytes for a person.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace qrt {
+
+/// "999 B", "1.5 kB", "12 MB": powers of 1000, at most six characters.
+std::string sizeText(std::uint64_t bytes);
+
+}  // namespace qrt

@@ -1,0 +1,44 @@
+#include "filesystem/FoundObjects.h"
+
+#include <cstddef>
+#include <utility>
+
+#include "filesystem/FileObjectInfo.h"
+#include "filesystem/PathText.h"
+#include "protocol/FeedbackConnection.h"
+#include "protocol/FeedbackMessage.h"
+
+namespace qrt {
+namespace {
+
+constexpr std::size_t enough = 20;
+
+}  // namespace
+
+FeedbackBlock sendingTo(FeedbackConnection* feedback) {
+  return [feedback](Dictionary message) {
+    if (feedback) feedback->processPrivilegedOperationFeedback(std::move(message));
+  };
+}
+
+FoundObjects::FoundObjects(std::string base, FeedbackBlock send)
+    : base_(std::move(base)), send_(std::move(send)) {
+  records_.reserve(enough);
+}
+
+void FoundObjects::add(const std::string& path, const FileStatus& status) {
+  records_.emplace_back(fileObjectInfo(appendingPathComponent(base_, path), status));
+}
+
+void FoundObjects::sendIfEnough(double fraction) {
+  if (records_.size() >= enough) send(fraction);
+}
+
+void FoundObjects::finish() { send(1.0); }
+
+void FoundObjects::send(double fraction) {
+  send_(recordsMessage(fraction, std::exchange(records_, {})));
+  records_.reserve(enough);
+}
+
+}  // namespace qrt

@@ -1,0 +1,23 @@
+// Adding up what is below a folder, in no particular order, with both processors.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "base/Result.h"
+#include "platform/FileSystem.h"
+
+namespace qrt {
+
+/// Paths are without links. Folders that cannot be read and objects that cannot be looked at are
+/// passed over; an error is that descriptors or memory ran out.
+
+/// The number of objects that a `QRTDirectoryEnumerator` would hand out.
+PosixResult<std::uint64_t> numberOfObjectsBelow(FileSystem& files, const std::string& path,
+                                                bool stayOnFileSystem);
+
+/// The logical sizes in bytes of all objects, folders and links with their own; on every file
+/// system.
+PosixResult<std::uint64_t> storageSizeBelow(FileSystem& files, const std::string& path);
+
+}  // namespace qrt

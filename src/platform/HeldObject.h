@@ -1,0 +1,43 @@
+// A hold on a file-system object, whatever kind of object it is.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+
+#include "base/Result.h"
+#include "platform/FileDescriptor.h"
+#include "platform/FileStatus.h"
+
+namespace qrt {
+
+/// Stands for the very object that was found under a name: what is put in its place meanwhile does
+/// not matter. Looking at an object and changing it by what was seen takes a hold; names alone let
+/// somebody exchange the object in between. See `FileSystem::hold`.
+///
+/// Taking hold reaches no driver, blocks on no FIFO and, where the system can, needs no right to
+/// read. Thread-safe.
+class HeldObject {
+ public:
+  /// By the object's own descriptor; or, where the system opens no objects of its kind, by that of
+  /// its folder and its name there.
+  explicit HeldObject(FileDescriptor descriptor, std::string name = {})
+      : descriptor_(std::move(descriptor)), name_(std::move(name)) {}
+
+  PosixResult<FileStatus> status() const;
+
+  PosixCode setOwner(std::uint32_t userID, std::uint32_t groupID) const;
+  /// Sets the twelve permission bits. Where links have none of their own they are `notSupported`.
+  PosixCode setPermissions(std::uint32_t permissions) const;
+
+  /// For system calls below this interface.
+  int descriptor() const { return descriptor_.get(); }
+  /// Empty when the descriptor is the object's own.
+  const std::string& name() const { return name_; }
+
+ private:
+  FileDescriptor descriptor_;
+  std::string name_;
+};
+
+}  // namespace qrt

@@ -1,0 +1,14 @@
+// The kernel's table of mounted file systems.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace qrt {
+
+/// The place of the mount with that number; none when the table does not have it.
+std::optional<std::string> mountPointIn(std::string_view table, std::uint64_t mountID);
+
+}  // namespace qrt

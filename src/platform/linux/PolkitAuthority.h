@@ -1,0 +1,47 @@
+// The system's own authority, polkit.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "platform/Authority.h"
+#include "platform/FileDescriptor.h"
+#include "platform/linux/PeerIdentity.h"
+
+namespace qrt {
+
+class Log;
+
+/// May this process do this?
+struct PolkitQuestion {
+  const PeerIdentity& process;
+  /// Of that very process.
+  const FileDescriptor& processHandle;
+  /// The connection that the question came over, -1 for none; not owned.
+  int connection;
+  const std::string& action;
+  /// What the dialog shows; empty leaves what the action says.
+  std::string message;
+  std::string iconName;
+  bool mayInteract;
+};
+
+/// Asks over the system bus, on a connection for each question: nothing is kept, so polkit may come
+/// and go at any time. Thread-safe.
+class PolkitAuthority {
+ public:
+  /// The bus is where the system below `root` has it.
+  PolkitAuthority(const std::string& root, Log& log)
+      : address_("unix:path=" + root + "/run/dbus/system_bus_socket"), log_(log) {}
+
+  /// Waits for the person at the dialog without a time limit, but no longer than the process and
+  /// the connection last; then the dialog is taken away, and the answer is `canceled`. None when no
+  /// polkit can be reached.
+  std::optional<AuthorizationStatus> check(const PolkitQuestion& question) const;
+
+ private:
+  std::string address_;
+  Log& log_;
+};
+
+}  // namespace qrt

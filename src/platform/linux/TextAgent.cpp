@@ -1,0 +1,131 @@
+#include "platform/posix/TextAgent.h"
+
+#include <fcntl.h>
+#include <linux/close_range.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <string>
+#include <thread>
+
+#include "platform/FileDescriptor.h"
+#include "platform/posix/ChildProcess.h"
+
+extern char** environ;
+
+namespace qrt {
+namespace {
+
+constexpr const char* program = "/usr/bin/pkttyagent";
+
+/// The agent closes it as soon as it is known to polkit.
+constexpr int readiness = STDERR_FILENO + 1;
+constexpr int millisecondsUntilReady = 10'000;
+
+constexpr std::chrono::milliseconds patienceWithAgent{1'000};
+constexpr std::chrono::milliseconds pause{5};
+
+/// The terminal of this process and how it was found.
+class ControllingTerminal {
+ public:
+  ControllingTerminal() : file_(open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC)) {
+    isKnown_ = file_ && tcgetattr(file_.get(), &found_) == 0;
+  }
+
+  /// Whoever asks in the background is stopped instead of answered.
+  bool isForeground() const { return isKnown_ && tcgetpgrp(file_.get()) == getpgrp(); }
+
+  /// What was typed of a password, unseen, is thrown away, lest the shell shows or runs it.
+  void restore() const {
+    termios now{};
+    if (!isForeground() || tcgetattr(file_.get(), &now) != 0) return;
+    const bool isPasswordHalfTyped = now.c_lflag != found_.c_lflag;
+    tcsetattr(file_.get(), isPasswordHalfTyped ? TCSAFLUSH : TCSADRAIN, &found_);
+  }
+
+ private:
+  FileDescriptor file_;
+  termios found_{};
+  bool isKnown_ = false;
+};
+
+/// In the forked child. Only calls that are safe there.
+[[noreturn]] void becomeAgent(int writingEnd, char* const arguments[]) {
+  // It must not outlive a client that was killed.
+  prctl(PR_SET_PDEATHSIG, SIGTERM);
+  for (const int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE}) ::signal(number, SIG_DFL);
+  if (dup2(writingEnd, readiness) == readiness) {
+    fcntl(readiness, F_SETFD, 0);
+    // The dialog goes to the terminal; nothing else of the agent is of interest.
+    const int nowhere = open("/dev/null", O_RDWR);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nowhere, stream);
+    close_range(readiness + 1, ~0u, CLOSE_RANGE_CLOEXEC);
+    execve(program, arguments, environ);
+  }
+  _exit(127);
+}
+
+class PolkitTextAgent : public CallerProcess::TextAgent {
+ public:
+  ~PolkitTextAgent() override {
+    if (process_ > 0) end();
+    terminal_.restore();
+  }
+
+  bool start() {
+    int ends[2];
+    if (!terminal_.isForeground() || access(program, X_OK) != 0 || !openPipe(ends)) return false;
+    const FileDescriptor readingEnd(ends[0]);
+    FileDescriptor writingEnd(ends[1]);
+    std::string asker = std::to_string(getpid());
+    std::string notification = std::to_string(readiness);
+    std::string words[] = {program, "--process", asker, "--notify-fd", notification};
+    char* arguments[] = {words[0].data(), words[1].data(), words[2].data(),
+                         words[3].data(), words[4].data(), nullptr};
+    process_ = fork();
+    if (process_ == 0) becomeAgent(writingEnd.get(), arguments);
+    writingEnd.reset();
+    pollfd ready{readingEnd.get(), POLLIN, 0};
+    return process_ > 0 && poll(&ready, 1, millisecondsUntilReady) == 1 && !hasEnded();
+  }
+
+  void dismiss() override {
+    if (process_ > 0) kill(process_, SIGTERM);
+  }
+
+ private:
+  bool hasEnded() {
+    if (waitpid(process_, nullptr, WNOHANG) == 0) return false;
+    process_ = -1;
+    return true;
+  }
+
+  void end() {
+    kill(process_, SIGTERM);
+    for (auto left = patienceWithAgent; left.count() > 0; left -= pause) {
+      if (hasEnded()) return;
+      std::this_thread::sleep_for(pause);
+    }
+    kill(process_, SIGKILL);
+    waitpid(process_, nullptr, 0);
+  }
+
+  ControllingTerminal terminal_;
+  pid_t process_ = -1;
+};
+
+}  // namespace
+
+std::unique_ptr<CallerProcess::TextAgent> makeTextAgent() {
+  auto agent = std::make_unique<PolkitTextAgent>();
+  if (!agent->start()) return nullptr;
+  return agent;
+}
+
+}  // namespace qrt

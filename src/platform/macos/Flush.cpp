@@ -1,0 +1,18 @@
+#include "platform/posix/Flush.h"
+
+#include <fcntl.h>
+#include <sys/disk.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace qrt {
+
+int flushToMedium(int descriptor) {
+  if (fcntl(descriptor, F_FULLFSYNC) == 0) return 0;
+  // The cache of the medium itself is left then. Where there is none, there is no such call.
+  if (fsync(descriptor) != 0) return -1;
+  ioctl(descriptor, DKIOCSYNCHRONIZECACHE);
+  return 0;
+}
+
+}  // namespace qrt

@@ -1,0 +1,33 @@
+#include "platform/HeldObject.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/macos/ObjectStatus.h"
+#include "platform/posix/NativeError.h"
+
+namespace qrt {
+namespace {
+
+PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
+
+}  // namespace
+
+PosixResult<FileStatus> HeldObject::status() const {
+  if (name_.empty()) return objectStatus(descriptor());
+  return objectStatus(descriptor(), name_.c_str(), Links::stay);
+}
+
+PosixCode HeldObject::setOwner(std::uint32_t userID, std::uint32_t groupID) const {
+  if (name_.empty()) return codeFor(::fchown(descriptor(), userID, groupID));
+  return codeFor(::fchownat(descriptor(), name_.c_str(), userID, groupID, AT_SYMLINK_NOFOLLOW));
+}
+
+PosixCode HeldObject::setPermissions(std::uint32_t permissions) const {
+  const auto mode = static_cast<mode_t>(permissions);
+  if (name_.empty()) return codeFor(::fchmod(descriptor(), mode));
+  return codeFor(::fchmodat(descriptor(), name_.c_str(), mode, AT_SYMLINK_NOFOLLOW));
+}
+
+}  // namespace qrt

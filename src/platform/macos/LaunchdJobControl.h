@@ -1,0 +1,16 @@
+// The launchd job that starts the daemon.
+#pragma once
+
+#include "platform/JobControl.h"
+
+namespace qrt {
+
+class LaunchdJobControl : public JobControl {
+ public:
+  std::string removalTool() const override { return "/bin/launchctl"; }
+  std::vector<std::string> removalArguments(const std::string& serviceIdentifier) const override {
+    return {"remove", serviceIdentifier};
+  }
+};
+
+}  // namespace qrt

@@ -1,0 +1,183 @@
+#include "platform/macos/MacosAccessControl.h"
+
+#include <fcntl.h>
+#include <libkern/OSByteOrder.h>
+#include <sys/acl.h>
+#include <sys/attr.h>
+#include <sys/kauth.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+#include <type_traits>
+
+#include "platform/posix/NativeError.h"
+
+namespace qrt {
+namespace {
+
+struct AclDeleter {
+  void operator()(acl_t list) const { ::acl_free(list); }
+};
+using AclOwner = std::unique_ptr<std::remove_pointer_t<acl_t>, AclDeleter>;
+
+struct FileSecurityDeleter {
+  void operator()(filesec_t security) const { ::filesec_free(security); }
+};
+using FileSecurityOwner = std::unique_ptr<std::remove_pointer_t<filesec_t>, FileSecurityDeleter>;
+
+}  // namespace
+
+struct AccessControlList::Content {
+  AclOwner list;
+};
+
+namespace {
+
+using OptionalList = std::optional<AccessControlList>;
+
+constexpr std::uint32_t permissionBits = 07777;
+
+PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
+
+bool hasEntries(const AclOwner& list) {
+  acl_entry_t entry = nullptr;
+  return ::acl_get_entry(list.get(), ACL_FIRST_ENTRY, &entry) == 0;
+}
+
+OptionalList listOf(AclOwner list) {
+  if (!hasEntries(list)) return std::nullopt;
+  return AccessControlList(std::make_shared<const AccessControlList::Content>(
+      AccessControlList::Content{std::move(list)}));
+}
+
+/// The length must be the one that the number of entries makes: the system's reader goes by that
+/// number alone.
+bool isComplete(const Data& externalForm) {
+  if (externalForm.size() < KAUTH_FILESEC_SIZE(0)) return false;
+  std::uint32_t bigEndianCount = 0;
+  constexpr auto countOffset = offsetof(kauth_filesec, fsec_acl.acl_entrycount);
+  std::memcpy(&bigEndianCount, externalForm.data() + countOffset, sizeof bigEndianCount);
+  const auto count = OSSwapBigToHostInt32(bigEndianCount);
+  return count <= ACL_MAX_ENTRIES && externalForm.size() == KAUTH_FILESEC_SIZE(count);
+}
+
+PosixCode removeList(const HeldObject& object) {
+  const FileSecurityOwner security(::filesec_init());
+  // An object that this cannot be made for is passed over.
+  if (!security) return PosixCode::success;
+  void* const removal = _FILESEC_REMOVE_ACL;
+  if (::filesec_set_property(security.get(), FILESEC_ACL, removal) != 0) return lastError();
+  return codeFor(::fchmodx_np(object.descriptor(), security.get()));
+}
+
+/// Replaces the list of an object that cannot be opened. One without entries takes it away.
+PosixCode writeByName(const HeldObject& object, acl_t list) {
+  const auto size = ::acl_size(list);
+  if (size < 0) return lastError();
+  // The system wants room for one entry even when there is none.
+  const auto room = std::max(static_cast<std::size_t>(size), sizeof(kauth_filesec));
+  const attrreference_t where{sizeof where, static_cast<std::uint32_t>(room)};
+  Data value(sizeof where + room);
+  std::memcpy(value.data(), &where, sizeof where);
+  if (::acl_copy_ext_native(value.data() + sizeof where, list, size) < 0) return lastError();
+  attrlist attribute{};
+  attribute.bitmapcount = ATTR_BIT_MAP_COUNT;
+  attribute.commonattr = ATTR_CMN_EXTENDED_SECURITY;
+  return codeFor(::setattrlistat(object.descriptor(), object.name().c_str(), &attribute,
+                                 value.data(), value.size(), FSOPT_NOFOLLOW));
+}
+
+PosixCode setListByName(const HeldObject& object, const OptionalList& list) {
+  if (list) return writeByName(object, list->content().list.get());
+  const AclOwner none(::acl_init(0));
+  const auto code = none ? writeByName(object, none.get()) : lastError();
+  // Where no list can be, there is none.
+  const bool cannotBe = code == PosixCode::notSupported || code == PosixCode::invalidArgument;
+  return cannotBe ? PosixCode::success : code;
+}
+
+bool markAsInherited(acl_entry_t entry) {
+  acl_flagset_t flags = nullptr;
+  return ::acl_get_flagset_np(entry, &flags) == 0 &&
+         ::acl_add_flag_np(flags, ACL_ENTRY_INHERITED) == 0 &&
+         ::acl_set_flagset_np(entry, flags) == 0;
+}
+
+}  // namespace
+
+PosixResult<OptionalList> MacosAccessControl::internalized(const Data& externalForm) {
+  if (!isComplete(externalForm)) return PosixCode::invalidArgument;
+  AclOwner list(::acl_copy_int(externalForm.data()));
+  if (!list) return PosixCode::invalidArgument;
+  return listOf(std::move(list));
+}
+
+PosixResult<Data> MacosAccessControl::externalized(const OptionalList& list) {
+  const AclOwner copy(list ? ::acl_dup(list->content().list.get()) : ::acl_init(0));
+  if (!copy) return lastError();
+  const auto size = ::acl_size(copy.get());
+  if (size < 0) return lastError();
+  Data externalForm(static_cast<std::size_t>(size));
+  if (::acl_copy_ext(externalForm.data(), copy.get(), size) < 0) return lastError();
+  return externalForm;
+}
+
+PosixResult<OptionalList> MacosAccessControl::fromText(const std::string& text) {
+  AclOwner list(::acl_from_text(text.c_str()));
+  if (!list) return PosixCode::invalidArgument;
+  return listOf(std::move(list));
+}
+
+PosixResult<AccessControlList> MacosAccessControl::markedAsInherited(
+    const AccessControlList& list) {
+  AclOwner copy(::acl_dup(list.content().list.get()));
+  if (!copy) return lastError();
+  acl_entry_t entry = nullptr;
+  for (int which = ACL_FIRST_ENTRY; ::acl_get_entry(copy.get(), which, &entry) == 0;
+       which = ACL_NEXT_ENTRY) {
+    if (!markAsInherited(entry)) return lastError();
+  }
+  return *listOf(std::move(copy));
+}
+
+PosixResult<OptionalList> MacosAccessControl::list(const HeldObject& object) {
+  if (!object.name().empty()) return OptionalList();
+  AclOwner list(::acl_get_fd_np(object.descriptor(), ACL_TYPE_EXTENDED));
+  if (list) return listOf(std::move(list));
+  const auto code = lastError();
+  const bool hasNone = code == PosixCode::noEntry || code == PosixCode::notSupported;
+  return hasNone ? PosixResult<OptionalList>(OptionalList()) : code;
+}
+
+PosixCode MacosAccessControl::setList(const HeldObject& object, const OptionalList& wanted) {
+  if (!object.name().empty()) return setListByName(object, wanted);
+  const auto own = list(object);
+  if (!own) return own.error();
+  if (!wanted) return *own ? removeList(object) : PosixCode::success;
+  const auto ownForm = externalized(*own);
+  const auto wantedForm = externalized(wanted);
+  if (ownForm && wantedForm && *ownForm == *wantedForm) return PosixCode::success;
+  return codeFor(
+      ::acl_set_fd_np(object.descriptor(), wanted->content().list.get(), ACL_TYPE_EXTENDED));
+}
+
+PosixResult<AccessRights> MacosAccessControl::rights(const HeldObject& object) {
+  const auto status = object.status();
+  if (!status) return status.error();
+  auto own = list(object);
+  if (!own) return own.error();
+  return AccessRights{status->mode & permissionBits, std::move(*own), std::nullopt};
+}
+
+PosixCode MacosAccessControl::setRights(const HeldObject& object, const AccessRights& rights) {
+  const auto code = object.setPermissions(rights.permissions);
+  if (code != PosixCode::success) return code;
+  const auto listCode = setList(object, rights.list);
+  return listCode == PosixCode::notSupported ? PosixCode::success : listCode;
+}
+
+}  // namespace qrt

@@ -1,0 +1,108 @@
+#include "platform/macos/MacosAuthority.h"
+
+#include <Security/Security.h>
+
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include "platform/macos/CFValue.h"
+
+namespace qrt {
+namespace {
+
+AuthorizationStatus statusFrom(OSStatus status) { return static_cast<AuthorizationStatus>(status); }
+
+static_assert(sizeof(::AuthorizationExternalForm) == sizeof(AuthorizationExternalForm));
+static_assert(kAuthorizationFlagInteractionAllowed == authorization_flag::interactionAllowed);
+static_assert(kAuthorizationFlagExtendRights == authorization_flag::extendRights);
+static_assert(kAuthorizationFlagDestroyRights == authorization_flag::destroyRights);
+
+class MacosAuthorization : public Authorization {
+ public:
+  explicit MacosAuthorization(AuthorizationRef reference) : reference_(reference) {}
+  MacosAuthorization(const MacosAuthorization&) = delete;
+  MacosAuthorization& operator=(const MacosAuthorization&) = delete;
+  ~MacosAuthorization() override { free(authorization_flag::none); }
+
+  AuthorizationRef reference() const { return reference_; }
+
+  AuthorizationStatus copyRight(const std::string& rightName,
+                                const AuthorizationEnvironment& environment,
+                                std::uint32_t flags) override {
+    ::AuthorizationItem right{rightName.c_str(), 0, nullptr, 0};
+    const ::AuthorizationRights rights{1, &right};
+    std::vector<::AuthorizationItem> items;
+    for (std::uint32_t i = 0; i < environment.count; ++i) {
+      const auto& item = environment.items[i];
+      items.push_back({item.name, item.valueLength, item.value, item.flags});
+    }
+    const ::AuthorizationEnvironment native{environment.count, items.data()};
+    return statusFrom(AuthorizationCopyRights(reference_, &rights, &native, flags, nullptr));
+  }
+
+  void free(std::uint32_t flags) override {
+    if (reference_) AuthorizationFree(std::exchange(reference_, nullptr), flags);
+  }
+
+ private:
+  AuthorizationRef reference_;
+};
+
+/// All references there are were made here.
+AuthorizationRef referenceOf(Authorization& authorization) {
+  return static_cast<MacosAuthorization&>(authorization).reference();
+}
+
+using Made = Result<std::unique_ptr<Authorization>, AuthorizationStatus>;
+
+Made made(OSStatus status, AuthorizationRef reference) {
+  // A reference that came with a failure is freed as well.
+  auto authorization = std::make_unique<MacosAuthorization>(reference);
+  if (status != errAuthorizationSuccess) {
+    authorization->free(authorization_flag::destroyRights);
+    return statusFrom(status);
+  }
+  return Made(std::move(authorization));
+}
+
+}  // namespace
+
+Made MacosAuthority::createFromExternalForm(const AuthorizationExternalForm& form) {
+  ::AuthorizationExternalForm native;
+  std::memcpy(native.bytes, form.data(), form.size());
+  AuthorizationRef reference = nullptr;
+  const auto status = AuthorizationCreateFromExternalForm(&native, &reference);
+  return made(status, reference);
+}
+
+Made MacosAuthority::create() {
+  AuthorizationRef reference = nullptr;
+  const auto status = AuthorizationCreate(nullptr, kAuthorizationEmptyEnvironment,
+                                          kAuthorizationFlagDefaults, &reference);
+  return made(status, reference);
+}
+
+AuthorizationStatus MacosAuthority::rightGet(const std::string& name) {
+  return statusFrom(AuthorizationRightGet(name.c_str(), nullptr));
+}
+
+AuthorizationStatus MacosAuthority::rightSet(Authorization& authorization, const std::string& name,
+                                             const PropertyValue& definition,
+                                             const std::string& description,
+                                             const std::string& localizationTable) {
+  const auto nativeDefinition = cfValue(definition);
+  const auto descriptionKey = cfString(description);
+  const auto table = cfString(localizationTable);
+  if (!nativeDefinition || !descriptionKey || !table) return AuthorizationStatus::invalidPointer;
+  return statusFrom(AuthorizationRightSet(referenceOf(authorization), name.c_str(),
+                                          nativeDefinition.get(), descriptionKey.get(), nullptr,
+                                          table.get()));
+}
+
+AuthorizationStatus MacosAuthority::rightRemove(Authorization& authorization,
+                                                const std::string& name) {
+  return statusFrom(AuthorizationRightRemove(referenceOf(authorization), name.c_str()));
+}
+
+}  // namespace qrt

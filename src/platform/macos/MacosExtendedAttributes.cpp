@@ -1,0 +1,92 @@
+#include "platform/macos/MacosExtendedAttributes.h"
+
+#include <sys/xattr.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <string_view>
+
+#include "platform/macos/ObjectHandle.h"
+#include "platform/posix/NativeError.h"
+
+namespace qrt {
+namespace {
+
+/// Values are read and written whole. Only a resource fork knows another position.
+constexpr std::uint32_t atBeginning = 0;
+
+int optionsFor(Compression compression) {
+  return compression == Compression::exposed ? XATTR_SHOWCOMPRESSION : 0;
+}
+
+bool isName(std::string_view name) {
+  return !name.empty() && name.find('\0') == std::string_view::npos;
+}
+
+PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
+
+/// What a call delivers that tells the length when it is given no room. The length may have grown
+/// by the time of the second call; then it is asked for again.
+template <class Bytes, class Call>
+PosixResult<Bytes> delivered(Call call) {
+  for (;;) {
+    const auto wanted = call(nullptr, 0);
+    if (wanted < 0) return lastError();
+    Bytes bytes(static_cast<std::size_t>(wanted), 0);
+    if (wanted == 0) return bytes;
+    const auto length = call(bytes.data(), bytes.size());
+    if (length < 0 && errno == ERANGE) continue;
+    if (length < 0) return lastError();
+    bytes.resize(static_cast<std::size_t>(length));
+    return bytes;
+  }
+}
+
+}  // namespace
+
+PosixResult<std::vector<std::string>> MacosExtendedAttributes::names(FileAt object, Links links,
+                                                                     Compression compression) {
+  const auto handle = ObjectHandle::open(object, links);
+  if (!handle) return handle.error();
+  const auto list = delivered<std::string>([&](char* bytes, std::size_t size) {
+    return ::flistxattr(handle->descriptor(), bytes, size, optionsFor(compression));
+  });
+  if (!list) return list.error();
+
+  std::vector<std::string> names;
+  for (std::string_view rest = *list; !rest.empty();) {
+    const auto name = rest.substr(0, rest.find('\0'));
+    names.emplace_back(name);
+    rest.remove_prefix(std::min(rest.size(), name.size() + 1));
+  }
+  return names;
+}
+
+PosixResult<Data> MacosExtendedAttributes::value(FileAt object, Links links,
+                                                 const std::string& name) {
+  if (!isName(name)) return PosixCode::invalidArgument;
+  const auto handle = ObjectHandle::open(object, links);
+  if (!handle) return handle.error();
+  return delivered<Data>([&](std::uint8_t* bytes, std::size_t size) {
+    return ::fgetxattr(handle->descriptor(), name.c_str(), bytes, size, atBeginning, 0);
+  });
+}
+
+PosixCode MacosExtendedAttributes::set(FileAt object, Links links, const std::string& name,
+                                       const Data& value) {
+  if (!isName(name)) return PosixCode::invalidArgument;
+  const auto handle = ObjectHandle::open(object, links);
+  if (!handle) return handle.error();
+  return codeFor(
+      ::fsetxattr(handle->descriptor(), name.c_str(), value.data(), value.size(), atBeginning, 0));
+}
+
+PosixCode MacosExtendedAttributes::remove(FileAt object, Links links, const std::string& name,
+                                          Compression compression) {
+  if (!isName(name)) return PosixCode::invalidArgument;
+  const auto handle = ObjectHandle::open(object, links);
+  if (!handle) return handle.error();
+  return codeFor(::fremovexattr(handle->descriptor(), name.c_str(), optionsFor(compression)));
+}
+
+}  // namespace qrt

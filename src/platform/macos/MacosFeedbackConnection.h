@@ -1,0 +1,55 @@
+// Feedback to an endpoint that the requestor passed along.
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "protocol/FeedbackConnection.h"
+
+namespace qrt {
+
+/// The daemon's end. The system queues what its requestor has not taken yet and does not tell when
+/// it has: progress is sent now and then only, the newest that was held back before anything else
+/// that follows.
+class MacosFeedbackConnection : public FeedbackConnection {
+ public:
+  static constexpr std::chrono::milliseconds progressInterval{20};
+
+  explicit MacosFeedbackConnection(NSXPCListenerEndpoint* endpoint);
+  ~MacosFeedbackConnection() override;
+
+  Outcome open(Dictionary firstMessage) override;
+  void processPrivilegedOperationFeedback(Dictionary message) override;
+  void suspend() override;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  void send(const Dictionary& message);
+  void sendNewestProgress();
+
+  NSXPCConnection* const connection_;
+  std::mutex mutex_;
+  Clock::time_point nextProgress_{};
+  /// Progress that was held back.
+  std::optional<Dictionary> newestProgress_;
+};
+
+/// A requestor's offer as it came with the request.
+class MacosFeedbackEndpoint : public FeedbackEndpoint {
+ public:
+  explicit MacosFeedbackEndpoint(NSXPCListenerEndpoint* endpoint) : endpoint_(endpoint) {}
+
+  std::unique_ptr<FeedbackConnection> connect() override {
+    return std::make_unique<MacosFeedbackConnection>(endpoint_);
+  }
+
+ private:
+  NSXPCListenerEndpoint* const endpoint_;
+};
+
+}  // namespace qrt

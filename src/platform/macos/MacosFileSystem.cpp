@@ -1,0 +1,193 @@
+#include "platform/macos/MacosFileSystem.h"
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <sys/attr.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string_view>
+
+#include "platform/NativeFileSystem.h"
+#include "platform/macos/ObjectHandle.h"
+#include "platform/macos/ObjectStatus.h"
+#include "platform/posix/CopyContents.h"
+#include "platform/posix/NativeError.h"
+#include "platform/posix/ReadFile.h"
+
+namespace qrt {
+namespace {
+
+static_assert(file_type::whiteout == S_IFWHT);
+static_assert(file_flag::userImmutable == UF_IMMUTABLE);
+static_assert(file_flag::userAppendOnly == UF_APPEND);
+static_assert(file_flag::hidden == UF_HIDDEN);
+static_assert(file_flag::systemImmutable == SF_IMMUTABLE);
+static_assert(file_flag::systemAppendOnly == SF_APPEND);
+static_assert(file_flag::restricted == SF_RESTRICTED);
+static_assert(file_flag::noUnlink == SF_NOUNLINK);
+
+/// They say how the system keeps an object's contents. No object gets them from another.
+constexpr std::uint32_t flagsOfContents = UF_COMPRESSED | UF_TRACKED | UF_DATAVAULT | SF_DATALESS;
+
+PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
+
+/// One of the common attributes, by a value of its type.
+template <class Value>
+PosixCode setAttribute(FileAt object, Links links, attrgroup_t attribute, Value value) {
+  attrlist list{};
+  list.bitmapcount = ATTR_BIT_MAP_COUNT;
+  list.commonattr = attribute;
+  const auto code =
+      codeFor(::setattrlistat(object.folder.descriptor(), object.name, &list, &value, sizeof value,
+                              links == Links::stay ? FSOPT_NOFOLLOW : 0));
+  // What a file system cannot keep is told like this, by this call alone.
+  return code == PosixCode::invalidArgument ? PosixCode::notSupported : code;
+}
+
+/// True when two names mean one entry of a folder, which happens where case does not count.
+bool areOneEntry(const FileStatus& a, const FileStatus& b) {
+  const bool hasOneName = a.isFolder() || a.linkCount == 1;
+  return hasOneName && a.device == b.device && a.inode == b.inode;
+}
+
+/// Without opening the object. A link leads elsewhere and is not meant.
+PosixResult<HeldObject> heldIn(const Folder& folder, const std::string& name) {
+  const auto found = objectStatus(folder.descriptor(), name.c_str(), Links::stay);
+  if (!found) return found.error();
+  if (found->isLink()) return PosixCode::notSupported;
+  FileDescriptor ownFolder(::fcntl(folder.descriptor(), F_DUPFD_CLOEXEC, 0));
+  if (!ownFolder) return lastError();
+  return HeldObject(std::move(ownFolder), name);
+}
+
+/// For calls that take no folder. By its number nobody can exchange the folder.
+PosixResult<std::string> pathOf(FileAt object) {
+  if (&object.folder == &Folder::ofProcess()) return std::string(object.name);
+  struct stat folder;
+  if (::fstat(object.folder.descriptor(), &folder) != 0) return lastError();
+  return "/.vol/" + std::to_string(folder.st_dev) + "/" + std::to_string(folder.st_ino) + "/" +
+         object.name;
+}
+
+}  // namespace
+
+PosixResult<FileStatus> MacosFileSystem::status(FileAt object, Links links) {
+  return objectStatus(object.folder.descriptor(), object.name, links);
+}
+
+PosixResult<HeldObject> MacosFileSystem::hold(FileAt object, Links links) {
+  auto handle = ObjectHandle::open(object, links);
+  if (handle) return HeldObject(std::move(*handle).takeDescriptor());
+  return handle.error() == PosixCode::notSupported ? holdByName(object) : handle.error();
+}
+
+PosixResult<HeldObject> MacosFileSystem::holdByName(FileAt object) {
+  if (&object.folder != &Folder::ofProcess()) return heldIn(object.folder, object.name);
+  const auto location = locate(object.name);
+  if (!location) return location.error();
+  return heldIn(location->parent, location->name);
+}
+
+PosixResult<Folder> MacosFileSystem::openFolder(FileAt object, Links links) {
+  auto folder = PosixFileSystem::openFolder(object, links);
+  // So a link that is not followed is told here.
+  const bool mayBeLink =
+      links == Links::stay && !folder && folder.error() == PosixCode::tooManyLinks;
+  if (!mayBeLink) return folder;
+  const auto found = status(object, Links::stay);
+  return found && found->isLink() ? PosixCode::notDirectory : folder.error();
+}
+
+PosixCode MacosFileSystem::setFlags(FileAt object, Links links, const FileStatus& current,
+                                    std::uint32_t wanted) {
+  // Only folders can be mount points, so anything else shares the mount of its folder. Elsewhere
+  // the call is made without need: it alone tells whether the file system accepts changes.
+  const bool sharesMountOfFolder =
+      links == Links::stay && !current.isFolder() && &object.folder != &Folder::ofProcess();
+  if (wanted == current.flags && sharesMountOfFolder && !object.folder.isReadOnly()) {
+    return PosixCode::success;
+  }
+  const std::uint32_t flags = (wanted & ~flagsOfContents) | (current.flags & flagsOfContents);
+  return setAttribute(object, links, ATTR_CMN_FLAGS, flags);
+}
+
+PosixResult<Data> MacosFileSystem::readFile(FileAt object, std::size_t limit) {
+  const auto handle = ObjectHandle::open(object, Links::follow);
+  if (!handle) {
+    const auto code = handle.error();
+    return code == PosixCode::notSupported ? PosixCode::invalidArgument : code;
+  }
+  if (handle->type() != file_type::regular) return PosixCode::invalidArgument;
+  return qrt::readFile(handle->descriptor(), limit);
+}
+
+PosixCode MacosFileSystem::createSpecialFile(FileAt object, FileAt model) {
+  struct stat special;
+  if (::fstatat(model.folder.descriptor(), model.name, &special, AT_SYMLINK_NOFOLLOW) != 0) {
+    return lastError();
+  }
+  if (S_ISSOCK(special.st_mode)) return PosixCode::notSupported;
+  const auto path = pathOf(object);
+  if (!path) return path.error();
+  constexpr mode_t ownerOnly = 0600;
+  const auto mode = static_cast<mode_t>((special.st_mode & file_type::mask) | ownerOnly);
+  const auto code = codeFor(::mknod(path->c_str(), mode, special.st_rdev));
+  return code == PosixCode::noEntry ? PosixCode::notSupported : code;
+}
+
+PosixCode MacosFileSystem::rename(FileAt object, FileAt newObject) {
+  const auto code =
+      codeFor(::renameatx_np(object.folder.descriptor(), object.name, newObject.folder.descriptor(),
+                             newObject.name, RENAME_EXCL));
+  const bool isUndecided = code == PosixCode::notSupported || code == PosixCode::exists;
+  return isUndecided ? renameAfterLooking(object, newObject) : code;
+}
+
+PosixCode MacosFileSystem::renameAfterLooking(FileAt object, FileAt newObject) {
+  const auto taken = status(newObject, Links::stay);
+  if (!taken && taken.error() != PosixCode::noEntry) return taken.error();
+  if (taken) {
+    const auto own = status(object, Links::stay);
+    if (!own) return own.error();
+    const bool isNewSpelling =
+        areOneEntry(*own, *taken) && std::string_view(object.name) != newObject.name;
+    if (!isNewSpelling) return PosixCode::exists;
+  }
+  return codeFor(::renameat(object.folder.descriptor(), object.name, newObject.folder.descriptor(),
+                            newObject.name));
+}
+
+PosixCode MacosFileSystem::copyTimes(FileAt from, FileAt to) {
+  struct stat status;
+  if (::fstatat(from.folder.descriptor(), from.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return lastError();
+  }
+  const timespec times[] = {status.st_atimespec, status.st_mtimespec};
+  return codeFor(::utimensat(to.folder.descriptor(), to.name, times, AT_SYMLINK_NOFOLLOW));
+}
+
+PosixCode MacosFileSystem::copyCreationTime(FileAt from, FileAt to) {
+  struct stat status;
+  if (::fstatat(from.folder.descriptor(), from.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return lastError();
+  }
+  const auto code = setAttribute(to, Links::stay, ATTR_CMN_CRTIME, status.st_birthtimespec);
+  return code == PosixCode::notSupported ? PosixCode::success : code;
+}
+
+PosixCode MacosFileSystem::copyContents(FileAt from, OpenFile& to) {
+  const auto handle = ObjectHandle::open(from, Links::stay);
+  if (!handle) return handle.error();
+  if (handle->type() != file_type::regular) return PosixCode::invalidArgument;
+  return qrt::copyContents(handle->descriptor(), to.descriptor());
+}
+
+PosixCode MacosFileSystem::synchronize(const Folder& onFileSystem) {
+  constexpr int all = SYNC_VOLUME_FULLSYNC | SYNC_VOLUME_WAIT;
+  return codeFor(::fsync_volume_np(onFileSystem.descriptor(), all));
+}
+
+std::unique_ptr<FileSystem> makeNativeFileSystem() { return std::make_unique<MacosFileSystem>(); }
+
+}  // namespace qrt

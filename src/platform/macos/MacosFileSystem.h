@@ -1,0 +1,34 @@
+// The file system through the home platform's own calls.
+#pragma once
+
+#include "platform/posix/PosixFileSystem.h"
+
+namespace qrt {
+
+/// BSD flags and whiteouts are the file systems' own.
+class MacosFileSystem final : public PosixFileSystem {
+ public:
+  PosixResult<FileStatus> status(FileAt object, Links links) override;
+  /// Sockets and devices are held by their folder and name; one that a link leads to is
+  /// `notSupported`.
+  PosixResult<HeldObject> hold(FileAt object, Links links) override;
+  PosixResult<HeldObject> holdOpen(FileAt object) override { return hold(object, Links::stay); }
+  PosixResult<Folder> openFolder(FileAt object, Links links) override;
+  PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
+                     std::uint32_t wanted) override;
+  PosixResult<Data> readFile(FileAt object, std::size_t limit) override;
+  /// Sockets come only from whoever listens at them: `notSupported`, as on volumes that do not know
+  /// their folders by number.
+  PosixCode createSpecialFile(FileAt object, FileAt model) override;
+  PosixCode rename(FileAt object, FileAt newObject) override;
+  PosixCode copyTimes(FileAt from, FileAt to) override;
+  PosixCode copyCreationTime(FileAt from, FileAt to) override;
+  PosixCode copyContents(FileAt from, OpenFile& to) override;
+  PosixCode synchronize(const Folder& onFileSystem) override;
+
+ private:
+  PosixResult<HeldObject> holdByName(FileAt object);
+  PosixCode renameAfterLooking(FileAt object, FileAt newObject);
+};
+
+}  // namespace qrt

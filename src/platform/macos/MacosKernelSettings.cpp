@@ -1,0 +1,16 @@
+#include "platform/macos/MacosKernelSettings.h"
+
+#include <sys/sysctl.h>
+
+#include "platform/posix/NativeError.h"
+
+namespace qrt {
+
+PosixCode MacosKernelSettings::write(const std::string& name, std::int64_t value) {
+  // What follows a zero byte would not count: another variable would be meant.
+  if (name.find('\0') != std::string::npos) return PosixCode::noEntry;
+  const int result = sysctlbyname(name.c_str(), nullptr, nullptr, &value, sizeof value);
+  return result == 0 ? PosixCode::success : lastError();
+}
+
+}  // namespace qrt

@@ -1,0 +1,13 @@
+// Kernel variables on macOS.
+#pragma once
+
+#include "platform/KernelSettings.h"
+
+namespace qrt {
+
+class MacosKernelSettings : public KernelSettings {
+ public:
+  PosixCode write(const std::string& name, std::int64_t value) override;
+};
+
+}  // namespace qrt

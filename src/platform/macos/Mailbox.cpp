@@ -1,0 +1,61 @@
+#include "platform/macos/Mailbox.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "platform/posix/ChildProcess.h"
+
+namespace qrt {
+
+Mailbox::Mailbox() {
+  int ends[2];
+  if (!openPipe(ends)) return;
+  readingEnd_.reset(ends[0]);
+  writingEnd_.reset(ends[1]);
+  // A full pipe wakes its reader as well as a fuller one would.
+  fcntl(writingEnd_.get(), F_SETFL, O_NONBLOCK);
+}
+
+void Mailbox::wake() {
+  const char byte = 0;
+  [[maybe_unused]] const auto written = write(writingEnd_.get(), &byte, sizeof byte);
+}
+
+void Mailbox::post(Task task) {
+  {
+    const std::lock_guard lock(mutex_);
+    posted_.push_back(std::move(task));
+  }
+  wake();
+}
+
+void Mailbox::interrupt() {
+  const int error = errno;
+  isInterrupted_ = true;
+  wake();
+  errno = error;
+}
+
+bool Mailbox::waitForWake() {
+  char bytes[64];
+  const auto count = read(readingEnd_.get(), bytes, sizeof bytes);
+  return count > 0 || (count < 0 && errno == EINTR);
+}
+
+std::vector<Mailbox::Task> Mailbox::takePosted() {
+  const std::lock_guard lock(mutex_);
+  return std::exchange(posted_, {});
+}
+
+bool Mailbox::performUntil(const std::function<bool()>& isOver) {
+  while (!isOver()) {
+    if (!waitForWake() || isInterrupted_.exchange(false)) return false;
+    for (const auto& task : takePosted()) task();
+  }
+  return true;
+}
+
+}  // namespace qrt

@@ -1,0 +1,25 @@
+// This process's own authorization.
+#pragma once
+
+#include <Security/Authorization.h>
+
+#include "base/Error.h"
+#include "base/PropertyValue.h"
+
+namespace qrt {
+
+/// What other processes are told of it holds for as long as this object lives.
+class OwnAuthorization {
+ public:
+  OwnAuthorization() = default;
+  OwnAuthorization(const OwnAuthorization&) = delete;
+  OwnAuthorization& operator=(const OwnAuthorization&) = delete;
+  ~OwnAuthorization();
+
+  Result<Data> externalForm();
+
+ private:
+  AuthorizationRef reference_ = nullptr;
+};
+
+}  // namespace qrt

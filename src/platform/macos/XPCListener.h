@@ -1,0 +1,28 @@
+// A listener of the system's own transport.
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+#include "platform/Transport.h"
+
+namespace qrt {
+
+/// The system serves each connection that was accepted on a serial queue of its own.
+class XPCListener : public Listener {
+ public:
+  explicit XPCListener(NSXPCListener* listener);
+
+  void setDelegate(ListenerDelegate& delegate) override;
+  Outcome resume() override;
+  void runLoop() override;
+  void invalidate() override;
+  std::unique_ptr<ListenerEndpoint> endpoint() override;
+
+ private:
+  NSXPCListener* const listener_;
+  /// The listener does not keep it.
+  const id<NSXPCListenerDelegate> asked_;
+  ListenerDelegate* delegate_ = nullptr;
+};
+
+}  // namespace qrt

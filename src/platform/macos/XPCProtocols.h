@@ -1,0 +1,30 @@
+// The remote interfaces as the system's own transport knows them.
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+/// Replies come exactly once; methods without a reply go one way.
+@protocol QRTPrivilegedHelperProtocol
+- (void)connectWithEndpointUsingReply:(void (^)(NSXPCListenerEndpoint* endpoint))reply;
+- (void)getVersionStringUsingReply:(void (^)(NSString* version))reply;
+- (void)registerClientWithPID:(int32_t)identifier;
+- (void)unregisterClientWithPID:(int32_t)identifier;
+- (void)performPrivilegedOperation:(uint64_t)code
+             withAuthorizationData:(NSData*)authorizationData
+                  feedbackEndpoint:(NSXPCListenerEndpoint*)endpoint
+                         arguments:(NSArray*)arguments
+                        usingReply:(void (^)(NSError* error))reply;
+@end
+
+@protocol QRTPrivilegedOperationFeedbackProtocol
+- (void)processPrivilegedOperationFeedback:(NSDictionary*)message;
+@end
+
+namespace qrt {
+
+/// Descriptions of both. Where a collection is received the classes of property lists are allowed
+/// and no other; an error's user information may hold errors as well.
+NSXPCInterface* helperXPCInterface();
+NSXPCInterface* feedbackXPCInterface();
+
+}  // namespace qrt

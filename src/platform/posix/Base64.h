@@ -1,0 +1,20 @@
+// Data as text of 64 characters.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "base/PropertyValue.h"
+
+namespace qrt {
+
+/// With padding, without line breaks.
+std::string base64TextFromData(const std::uint8_t* bytes, std::size_t size);
+
+/// Blanks may stand anywhere; padding must be complete. Nothing when the text is something else.
+std::optional<Data> dataFromBase64Text(std::string_view text);
+
+}  // namespace qrt

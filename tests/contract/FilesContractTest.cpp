@@ -1,0 +1,157 @@
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <map>
+
+#include "contract/ContractTest.h"
+#include "platform/FileSystem.h"
+
+namespace qrt {
+namespace {
+
+class FilesContract : public test::ContractTest {
+ protected:
+  PosixResult<FileStatus> statusOf(const std::string& path, Links links = Links::stay) const {
+    return files().status(path.c_str(), links);
+  }
+  FileSystem& files() const { return platform().files; }
+
+  std::string socketAt(std::string_view name) const {
+    const auto path = scratch_.path(name);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
+    EXPECT_EQ(bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    return path;
+  }
+};
+
+TEST_F(FilesContract, StatusTellsTypesSizesAndTargets) {
+  const auto file = scratch_.file("file", "12345");
+  const auto link = scratch_.link("link", "file");
+  const auto fifo = scratch_.path("fifo");
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  const std::map<std::string, std::uint32_t> types{{file, file_type::regular},
+                                                   {link, file_type::link},
+                                                   {fifo, file_type::fifo},
+                                                   {socketAt("socket"), file_type::socket},
+                                                   {scratch_.path(), file_type::folder},
+                                                   {"/dev/null", file_type::characterDevice}};
+  for (const auto& [path, type] : types) EXPECT_EQ(statusOf(path)->type(), type) << path;
+  EXPECT_EQ(statusOf(link, Links::follow)->size, 5u);
+  EXPECT_EQ(*files().linkTarget(link.c_str()), "file");
+  EXPECT_EQ(statusOf(scratch_.path("none")).error(), PosixCode::noEntry);
+  EXPECT_EQ(statusOf(file + "/below").error(), PosixCode::notDirectory);
+  EXPECT_TRUE(statusOf("/")->isMountRoot);
+  EXPECT_FALSE(statusOf(scratch_.path())->isMountRoot);
+}
+
+TEST_F(FilesContract, FoldersListTheirEntriesAndAnswerForThem) {
+  scratch_.file("a");
+  scratch_.folder("b");
+  scratch_.link("c", "b");
+  auto folder = files().openFolder(scratch_.path().c_str(), Links::stay);
+  ASSERT_TRUE(folder);
+  for (int pass = 0; pass < 2; ++pass, folder->rewind()) {
+    std::map<std::string, std::uint32_t> seen;
+    for (auto entry = folder->next(); *entry; entry = folder->next()) {
+      seen[(*entry)->name] = (*entry)->type;
+    }
+    EXPECT_EQ(seen,
+              (std::map<std::string, std::uint32_t>{
+                  {"a", file_type::regular}, {"b", file_type::folder}, {"c", file_type::link}}));
+  }
+  const Folder moved = std::move(*folder);
+  EXPECT_TRUE(files().status({moved, "a"}, Links::stay));
+  EXPECT_FALSE(moved.isReadOnly());
+  EXPECT_EQ(files().openFolder({moved, "c"}, Links::stay).error(), PosixCode::notDirectory);
+  EXPECT_TRUE(files().openFolder({moved, "c"}, Links::follow));
+}
+
+TEST_F(FilesContract, CreationAndRenamingNeverReplace) {
+  const auto taken = scratch_.file("taken", "kept");
+  EXPECT_EQ(files().createFile(taken.c_str(), 0600).error(), PosixCode::exists);
+  const auto created = scratch_.path("created");
+  ASSERT_TRUE(files().createFile(created.c_str(), 0666));
+  EXPECT_EQ(statusOf(created)->mode, file_type::regular | 0666u);
+  EXPECT_EQ(files().rename(created.c_str(), taken.c_str()), PosixCode::exists);
+  EXPECT_EQ(files().rename(created.c_str(), scratch_.path("new").c_str()), PosixCode::success);
+  // Another spelling of the own name is free, whether or not case counts.
+  EXPECT_EQ(files().rename(taken.c_str(), scratch_.path("TAKEN").c_str()), PosixCode::success);
+  EXPECT_EQ(*files().readFile(scratch_.path("TAKEN").c_str(), 4), (Data{'k', 'e', 'p', 't'}));
+}
+
+TEST_F(FilesContract, ReadingIsBoundedAndNeverWaits) {
+  const auto file = scratch_.file("file", "12345");
+  const auto fifo = scratch_.path("fifo");
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  EXPECT_EQ(files().readFile(file.c_str(), 4).error(), PosixCode::noSpace);
+  for (const auto& path : {fifo, socketAt("socket"), scratch_.path(), std::string("/dev/null")}) {
+    EXPECT_EQ(files().readFile(path.c_str(), 4).error(), PosixCode::invalidArgument) << path;
+  }
+}
+
+TEST_F(FilesContract, CopiesKeepContentsHolesTimesAndKind) {
+  const auto source = scratch_.file("source", "begin");
+  ASSERT_EQ(truncate(source.c_str(), 1 << 20), 0);
+  const timespec times[] = {{1000, 0}, {2000, 500000000}};
+  ASSERT_EQ(utimensat(AT_FDCWD, source.c_str(), times, 0), 0);
+  const auto copy = scratch_.path("copy");
+  auto file = files().createFile(copy.c_str(), 0600);
+  ASSERT_TRUE(file);
+  EXPECT_EQ(files().copyContents(source.c_str(), *file), PosixCode::success);
+  EXPECT_EQ(file->synchronize(), PosixCode::success);
+  EXPECT_EQ(files().copyTimes(source.c_str(), copy.c_str()), PosixCode::success);
+  EXPECT_EQ(statusOf(copy)->size, 1u << 20);
+  EXPECT_EQ(statusOf(copy)->modificationDate, (Date{2000.5}));
+  EXPECT_EQ(*files().readFile(copy.c_str(), 1 << 20), *files().readFile(source.c_str(), 1 << 20));
+
+  const auto fifo = scratch_.path("fifo");
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0644), 0);
+  const auto folder = files().openFolder(scratch_.path().c_str(), Links::stay);
+  EXPECT_EQ(files().createSpecialFile({*folder, "fifo2"}, fifo.c_str()), PosixCode::success);
+  EXPECT_EQ(statusOf(scratch_.path("fifo2"))->mode, file_type::fifo | 0600u);
+  EXPECT_EQ(files().synchronize(*folder), PosixCode::success);
+}
+
+TEST_F(FilesContract, FlagsProtectUntilTheyAreCleared) {
+  const auto file = scratch_.file("file");
+  const auto folder = files().openFolder(scratch_.path().c_str(), Links::stay);
+  const FileAt object{*folder, "file"};
+  for (const auto flag : {file_flag::userImmutable, file_flag::userAppendOnly}) {
+    const auto before = *files().status(object, Links::stay);
+    const auto code = files().setFlags(object, Links::stay, before, flag);
+    if (code == PosixCode::notSupported) GTEST_SKIP() << "needs a file system with flags";
+    ASSERT_EQ(code, PosixCode::success);
+    EXPECT_EQ(files().status(object, Links::stay)->flags & flag, flag);
+    EXPECT_EQ(files().removeFile(object), PosixCode::notPermitted);
+    const auto now = *files().status(object, Links::stay);
+    EXPECT_EQ(files().setFlags(object, Links::stay, now, 0), PosixCode::success);
+  }
+  EXPECT_EQ(files().removeFile(object), PosixCode::success);
+}
+
+TEST_F(FilesContract, HoldsObjectsOfEveryKind) {
+  const auto file = scratch_.file("file");
+  const auto fifo = scratch_.path("fifo");
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  for (const auto& path :
+       {file, fifo, socketAt("socket"), scratch_.folder("folder"), scratch_.link("link", "none")}) {
+    const auto held = files().hold(path.c_str(), Links::stay);
+    ASSERT_TRUE(held) << path;
+    EXPECT_EQ(held->status()->inode, statusOf(path)->inode) << path;
+    EXPECT_EQ(held->setOwner(geteuid(), getegid()), PosixCode::success) << path;
+    if (statusOf(path)->isLink()) continue;
+    EXPECT_EQ(held->setPermissions(0640), PosixCode::success) << path;
+    EXPECT_EQ(statusOf(path)->mode & 07777, 0640u) << path;
+  }
+  const auto held = files().hold(file.c_str(), Links::stay);
+  ASSERT_EQ(rename(file.c_str(), scratch_.path("moved").c_str()), 0);
+  EXPECT_EQ(held->setPermissions(0600), PosixCode::success);
+  EXPECT_EQ(statusOf(scratch_.path("moved"))->mode & 07777, 0600u);
+}
+
+}  // namespace
+}  // namespace qrt

@@ -1,0 +1,115 @@
+#include <sys/stat.h>
+
+#include "contract/ContractTest.h"
+#include "platform/ApplicationRegistry.h"
+#include "platform/Authority.h"
+#include "platform/BlockDevice.h"
+#include "platform/CodeSigning.h"
+#include "platform/HelperConnection.h"
+#include "platform/PropertyLists.h"
+#include "platform/SystemVersionFile.h"
+#include "platform/Volumes.h"
+
+namespace qrt {
+namespace {
+
+using SystemContract = test::ContractTest;
+
+std::span<const std::uint8_t> bytesOf(std::string_view text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+TEST_F(SystemContract, PropertyListsAreReadInEveryFormAndHeldToTheLimits) {
+  auto& lists = platform().propertyLists;
+  const PropertyValue value = Dictionary{{"a", Array{"b", "c"}}, {"d", "e"}};
+  EXPECT_EQ(*lists.parse(bytesOf("{a = (b, \"c\"); d = e;}")), value);
+  EXPECT_EQ(*lists.parse(bytesOf(*lists.xml(value))), value);
+  for (const char* open : {"(", "<array>"}) {
+    std::string deep;
+    for (int level = 0; level < 200'000; ++level) deep += open;
+    const auto list = lists.parse(bytesOf(deep));
+    ASSERT_FALSE(list) << open;
+    EXPECT_EQ(list.error().code, 3840) << open;
+  }
+}
+
+TEST_F(SystemContract, TheVersionFileSaysWhichSystemThisIs) {
+  const auto bytes = platform().versionFile.read();
+  if (!bytes) return;  // The system has none.
+  const auto list = platform().propertyLists.parse(*bytes);
+  ASSERT_TRUE(list && list->dictionary());
+  EXPECT_TRUE(stringIn(*list->dictionary(), "ProductVersion"));
+}
+
+TEST_F(SystemContract, RightsAreKeptAndTakenAway) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  auto& authority = sealedPlatform().authority;
+  const auto name = test::uniqueName();
+  EXPECT_EQ(authority.rightGet(name), AuthorizationStatus::denied);
+  const auto authorization = authority.create();
+  ASSERT_TRUE(authorization);
+  const Dictionary definition{{"rule", "allow"}};
+  EXPECT_EQ(authority.rightSet(**authorization, name, definition, "description", "table"),
+            AuthorizationStatus::noError);
+  EXPECT_EQ(authority.rightGet(name), AuthorizationStatus::noError);
+  EXPECT_EQ(authority.rightRemove(**authorization, name), AuthorizationStatus::noError);
+  EXPECT_EQ(authority.rightGet(name), AuthorizationStatus::denied);
+  EXPECT_FALSE(authority.createFromExternalForm({}));
+}
+
+TEST_F(SystemContract, AServiceThatNobodyOffersIsAnErrorOfTheConnection) {
+  const auto connection = platform().helperConnector.connect(scratch_.path("nobody"));
+  const auto answer = connection ? (*connection)->getVersionString() : connection.error();
+  ASSERT_FALSE(answer);
+  EXPECT_EQ(answer.error().domain, cocoaErrorDomain);
+  EXPECT_TRUE(answer.error().code == 4097 || answer.error().code == 4099) << answer.error().code;
+}
+
+TEST_F(SystemContract, DevicesAreOverwrittenByName) {
+  const auto device = platform().blockDevices.open("null");
+  ASSERT_TRUE(device);
+  EXPECT_EQ(*(*device)->writeZeros(512), 512u);
+  EXPECT_EQ((*device)->synchronize(), PosixCode::success);
+  EXPECT_EQ(platform().blockDevices.open("no such device").error(), PosixCode::noEntry);
+  EXPECT_EQ(platform().blockDevices.open("../etc/passwd").error(), PosixCode::invalidArgument);
+}
+
+TEST_F(SystemContract, ApplicationsAreFoundWhereTheyAreRegistered) {
+  auto& applications = platform().applications;
+  EXPECT_TRUE(applications.applicationURLs(test::uniqueName()).empty());
+  EXPECT_FALSE(applications.dateLastUsed(scratch_.path("none")));
+  EXPECT_FALSE(applications.systemBundle(scratch_.path("none")));
+  const auto registered = applications.applicationURLs("com.apple.finder");
+  for (const auto& url : registered) {
+    EXPECT_EQ(url.scheme, "file");
+    EXPECT_EQ(url.path.substr(0, 1), "/");
+    EXPECT_TRUE(applications.systemBundle(url.path)) << url.path;
+  }
+}
+
+TEST_F(SystemContract, VolumesAreNamedByTheirMountPoints) {
+  EXPECT_EQ(*platform().volumes.mountPoint("/"), "/");
+  EXPECT_EQ(*platform().volumes.mountPoint("/dev/null"), "/dev");
+  EXPECT_EQ(platform().volumes.mountPoint(scratch_.path("none")).error(), PosixCode::noEntry);
+}
+
+TEST_F(SystemContract, CodeIsSignedOrNot) {
+  auto& signing = platform().codeSigning;
+  EXPECT_FALSE(signing.staticCode(scratch_.path("none")));
+  const auto unsignedCode = signing.staticCode(scratch_.file("script", "#!/bin/sh\n"));
+  if (unsignedCode) {
+    EXPECT_FALSE(unsignedCode->signingInformation());
+    EXPECT_EQ(codeOf(unsignedCode->checkValidity()), code_signing_status::notSigned);
+  }
+  const auto finder = signing.staticCode("/System/Library/CoreServices/Finder.app");
+  if (!finder) return;  // The system has no signed programs of its own.
+  const auto information = finder->signingInformation();
+  ASSERT_TRUE(information);
+  EXPECT_EQ(information->identifier, "com.apple.finder");
+  ASSERT_FALSE(information->certificates.empty());
+  EXPECT_EQ(information->certificates.back().commonName, "Apple Root CA");
+  EXPECT_EQ(finder->checkValidity(), success);
+}
+
+}  // namespace
+}  // namespace qrt

@@ -1,0 +1,74 @@
+// Operations on hardware and firmware, asked for through the daemon's socket.
+#include "support/AppleSMCTree.h"
+#include "support/DaemonFixture.h"
+#include "support/LoopDevice.h"
+#include "support/Mounts.h"
+#include "support/PlantedFile.h"
+
+namespace qrt {
+namespace {
+
+constexpr std::uint64_t modifyNvram = 16, eraseDiskblocks = 26, writeSmcvalue = 27;
+constexpr std::size_t blockSize = 512;
+
+class HardwareOperationsTest : public test::DaemonFixture {
+ protected:
+  /// Domain and code of the reply; empty for success.
+  std::string answer(std::uint64_t code, const Array& arguments) {
+    const auto connection = connect();
+    const auto outcome = perform(*connection, code, arguments);
+    return outcome ? outcome->domain + " " + std::to_string(outcome->code) : "";
+  }
+};
+
+TEST_F(HardwareOperationsTest, ErasesADeviceAndNothingBehindTheBlocks) {
+  constexpr std::size_t size = 3 << 20;
+  test::ScratchFolder images;
+  const auto image = images.file("image", std::string(size, '\xA5'));
+  {
+    const test::LoopDevice device(image, blockSize);
+    if (!device.isThere()) GTEST_SKIP() << "needs loop devices";
+    EXPECT_EQ(answer(eraseDiskblocks, {device.name(), 2050}), "");
+  }
+  EXPECT_TRUE(test::contentsOf(image) ==
+              std::string(2050 * blockSize, '\0') + std::string(size - 2050 * blockSize, '\xA5'));
+  EXPECT_EQ(answer(eraseDiskblocks, {"../tmp/file", 1}), "NSPOSIXErrorDomain 22");
+  EXPECT_EQ(answer(eraseDiskblocks, {"null"}), "NSPOSIXErrorDomain 22");
+}
+
+TEST_F(HardwareOperationsTest, ComputersWithoutTheHardwareSaySo) {
+  EXPECT_EQ(answer(modifyNvram, {"", "value"}), "NSPOSIXErrorDomain 22");
+  if (!test::exists("/sys/firmware/efi")) {
+    EXPECT_EQ(answer(modifyNvram, {"name", "value"}), "");
+  }
+  if (!test::exists("/sys/devices/platform/applesmc.768")) {
+    EXPECT_EQ(answer(writeSmcvalue, {"F0Mn", Data{0, 0}}),
+              "com.vantor.error.privileged-operation 20");
+  }
+}
+
+TEST_F(HardwareOperationsTest, ComputersWithTheHardware) {
+  // The controller's thread and the daemon belong into the namespace of the mounts.
+  const test::Mount firmware(test::Mount::Kind::memory, "/sys/firmware");
+  const test::AppleSMCTree controller;
+  const test::Mount devices(test::Mount::Kind::memory, "/sys/devices/platform");
+  const std::string variables = "/sys/firmware/efi/efivars";
+  const std::string keys = "/sys/devices/platform/applesmc.768";
+  const bool isThere = firmware.isMounted() && controller.isMounted() && devices.isMounted() &&
+                       test::run({"mkdir", "-p", variables, keys}) &&
+                       test::run({"mount", "--bind", controller.root() + keys, keys});
+  if (!isThere) GTEST_SKIP() << "needs mounts and FUSE";
+  start({});
+  EXPECT_EQ(answer(modifyNvram, {"boot-args", "-v"}), "");
+  EXPECT_EQ(answer(modifyNvram, {"bytes", "%01%ff"}), "");
+  const std::string vendor = "-7c436110-ab2a-4bbb-a880-fe41995c9f82";
+  EXPECT_EQ(test::contentsOf(variables + "/boot-args" + vendor), std::string("\7\0\0\0-v", 6));
+  EXPECT_EQ(test::contentsOf(variables + "/bytes" + vendor), std::string("\7\0\0\0\1\xFF", 6));
+  EXPECT_EQ(answer(modifyNvram, {"a/b", "c"}), "com.vantor.error.privileged-operation 9");
+  for (const auto& value : {Data(16), Data(3)}) {
+    EXPECT_EQ(answer(writeSmcvalue, {"F0ID", value}), "com.vantor.error.privileged-operation 21");
+  }
+}
+
+}  // namespace
+}  // namespace qrt

@@ -1,0 +1,98 @@
+"""A requestor made with GDBus."""
+
+import socket
+import threading
+
+import gi
+
+gi.require_version("Gio", "2.0")
+gi.require_version("GLib", "2.0")
+from gi.repository import Gio, GLib  # noqa: E402
+
+PATH = "/com/vantor/QRTPrivilegedHelper"
+HELPER = "com.vantor.QRTPrivilegedHelperProtocol"
+AUTHORITY = "com.vantor.QRTAuthorizationAuthority"
+FEEDBACK = "com.vantor.QRTPrivilegedOperationFeedbackProtocol"
+
+
+def variant(value):
+    for kind, signature in ((bool, "b"), (int, "x"), (str, "s"), (bytes, "ay")):
+        if isinstance(value, kind):
+            return GLib.Variant(signature, value)
+    raise TypeError(value)
+
+
+class FeedbackReceiver:
+    """Takes the messages of one operation in a thread of its own."""
+
+    def __init__(self):
+        self.messages = []
+        self._ours, self.theirs = socket.socketpair()
+        self._finished = threading.Event()
+        self._context = GLib.MainContext.new()
+        self._thread = threading.Thread(target=self._receive, daemon=True)
+        self._thread.start()
+
+    def join(self):
+        self._thread.join(10)
+
+    def _take(self, _connection, _sender, _path, _interface, _method, arguments, _invocation):
+        (message,) = arguments.unpack()
+        self.messages.append(message)
+        if "FinalFeedbackMessage" in message:
+            self._finished.set()
+
+    def _receive(self):
+        self._context.push_thread_default()
+        stream = Gio.Socket.new_from_fd(self._ours.detach()).connection_factory_create_connection()
+        # The first message follows the handshake at once: nothing is delivered before the object
+        # is there.
+        flags = (Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT
+                 | Gio.DBusConnectionFlags.DELAY_MESSAGE_PROCESSING)
+        feedback = Gio.DBusConnection.new_sync(stream, None, flags, None, None)
+        node = Gio.DBusNodeInfo.new_for_xml(
+            f'<node><interface name="{FEEDBACK}"><method name="processPrivilegedOperationFeedback">'
+            '<arg type="a{sv}" direction="in"/></method></interface></node>')
+        feedback.register_object("/com/vantor/QRTPrivilegedOperationFeedback", node.interfaces[0],
+                                 self._take, None, None)
+        feedback.start_message_processing()
+        while not self._finished.is_set():
+            self._context.iteration(True)
+        self._context.pop_thread_default()
+
+
+class Requestor:
+    def __init__(self, address):
+        flags = (Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT
+                 | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION)
+        self._bus = Gio.DBusConnection.new_for_address_sync(address, flags, None, None)
+
+    def call(self, interface, method, arguments=None, reply="()", descriptors=None):
+        answer, _ = self._bus.call_with_unix_fd_list_sync(
+            None, PATH, interface, method, arguments, GLib.VariantType(reply),
+            Gio.DBusCallFlags.NONE, GLib.MAXINT, descriptors, None)
+        return answer.unpack()
+
+    def tell(self, method, process):
+        """Registers or unregisters a process; whether it is answered does not matter."""
+        self._bus.call(None, PATH, HELPER, method, GLib.Variant("(i)", (process,)), None,
+                       Gio.DBusCallFlags.NONE, GLib.MAXINT, None, None)
+        self._bus.flush_sync(None)
+
+    def external_form(self):
+        return self.call(AUTHORITY, "createExternalForm", None, "(ay)")[0]
+
+    def perform(self, code, arguments, listens):
+        """Domain, code and user information of the outcome, and the feedback messages."""
+        receiver = FeedbackReceiver() if listens else None
+        endpoints = [receiver.theirs.detach()] if listens else []
+        request = GLib.Variant.new_tuple(
+            GLib.Variant("t", code), GLib.Variant("ay", self.external_form()),
+            GLib.Variant("ah", list(range(len(endpoints)))),
+            GLib.Variant("av", [variant(value) for value in arguments]))
+        outcome = self.call(HELPER, "performPrivilegedOperation", request, "(sxa{sv})",
+                            Gio.UnixFDList.new_from_array(endpoints))
+        if not listens:
+            return outcome, []
+        receiver.join()
+        return outcome, receiver.messages

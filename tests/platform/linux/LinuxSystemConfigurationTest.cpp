@@ -1,0 +1,168 @@
+#include "platform/linux/LinuxSystemConfiguration.h"
+
+#include <sched.h>
+
+#include <atomic>
+#include <thread>
+
+#include "platform/linux/LinuxKernelSettings.h"
+#include "platform/posix/BoundedPropertyLists.h"
+#include "support/PlantedFile.h"
+
+namespace qrt {
+namespace {
+
+using test::contentsOf;
+
+class LinuxSystemConfigurationTest : public testing::Test {
+ protected:
+  LinuxSystemConfigurationTest() { root.folder("etc"); }
+
+  /// What a request does with one value.
+  bool change(const std::string& identifier, const std::string& key,
+              const std::optional<PropertyValue>& value) {
+    const auto session = configuration.open("client", identifier);
+    if (!session || !session->lock()) return false;
+    const bool isChanged = value ? session->setValue(key, *value) : session->removeValue(key);
+    const bool isDone = isChanged && session->applyChanges() && session->commitChanges();
+    session->unlock();
+    return isDone;
+  }
+
+  std::optional<Dictionary> read(const std::string& name) {
+    const auto text = contentsOf(root.path("etc/service/" + name));
+    const auto list =
+        lists.parse({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    if (!list || !list->dictionary()) return std::nullopt;
+    return *list->dictionary();
+  }
+
+  const test::ScratchFolder root;
+  BoundedPropertyLists lists;
+  LinuxKernelSettings kernel{root.path()};
+  LinuxSystemConfiguration configuration{root.path("etc/service"), root.path(), lists, kernel};
+};
+
+TEST_F(LinuxSystemConfigurationTest, ValuesAreKeptInTheFileThatIsNamed) {
+  EXPECT_TRUE(change("", "key", Array{"a", 1}));
+  EXPECT_TRUE(change("", "other", "b"));
+  EXPECT_TRUE(change("site.plist", "key", true));
+  EXPECT_EQ(read("preferences.plist"), (Dictionary{{"key", Array{"a", 1}}, {"other", "b"}}));
+  EXPECT_EQ(read("site.plist"), (Dictionary{{"key", true}}));
+  EXPECT_TRUE(change("", "key", {}));
+  EXPECT_FALSE(change("", "key", {})) << "there is none any more";
+  EXPECT_EQ(read("preferences.plist"), (Dictionary{{"other", "b"}}));
+}
+
+TEST_F(LinuxSystemConfigurationTest, WhatIsNotCommittedIsNotKept) {
+  const auto session = configuration.open("client", "");
+  ASSERT_TRUE(session->lock());
+  EXPECT_TRUE(session->setValue("key", 1));
+  EXPECT_TRUE(session->applyChanges());
+  session->unlock();
+  EXPECT_FALSE(test::exists(root.path("etc/service/preferences.plist")));
+}
+
+TEST_F(LinuxSystemConfigurationTest, AnIdentifierIsOneNameInTheFolder) {
+  for (const std::string identifier :
+       {".", "..", "/", "a/b", "../outside", "/etc/passwd", ".lock", ".hidden"}) {
+    EXPECT_EQ(configuration.open("client", identifier), nullptr) << identifier;
+  }
+  EXPECT_EQ(configuration.open("client", std::string("a\0b", 3)), nullptr);
+}
+
+TEST_F(LinuxSystemConfigurationTest, ConfigurationsThatCannotBeReadOrHeldAreNotLost) {
+  EXPECT_TRUE(change("", "key", 1));
+  root.file("etc/service/damaged.plist", "{ open");
+  EXPECT_FALSE(change("damaged.plist", "key", 1));
+  EXPECT_EQ(contentsOf(root.path("etc/service/damaged.plist")), "{ open");
+  EXPECT_FALSE(change("", "large", std::string(2 << 20, 'x')));
+  EXPECT_FALSE(change("", "unwritable", std::string("\x01")));
+  EXPECT_EQ(read("preferences.plist"), (Dictionary{{"key", 1}}));
+}
+
+TEST_F(LinuxSystemConfigurationTest, TheLockIsWaitedFor) {
+  const auto first = configuration.open("client", "");
+  const auto second = configuration.open("client", "other");
+  ASSERT_TRUE(first->lock());
+  std::atomic<bool> isHeld = false;
+  std::thread waiting([&] {
+    EXPECT_TRUE(second->lock());
+    isHeld = true;
+    second->unlock();
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  EXPECT_FALSE(isHeld);
+  first->unlock();
+  waiting.join();
+
+  // Somebody else's folder cannot be trusted with it.
+  chmod(root.path("etc/service").c_str(), 0777);
+  EXPECT_FALSE(first->lock());
+}
+
+/// Runs with a pair of interfaces, "qrta" and "qrt.b", in a network of its own. Only the thread
+/// that it runs on is in there.
+template <class Action>
+void inNetworkOfItsOwn(bool* wasPossible, Action action) {
+  std::thread([&] {
+    *wasPossible = unshare(CLONE_NEWNET) == 0 && test::run({"ip", "link", "add", "qrta", "type",
+                                                            "veth", "peer", "name", "qrt.b"});
+    if (*wasPossible) action();
+  }).join();
+}
+
+TEST_F(LinuxSystemConfigurationTest, ANetworkServiceIsAnInterface) {
+  root.link("proc", "/proc");
+  bool wasPossible = false;
+  inNetworkOfItsOwn(&wasPossible, [this] {
+    const auto session = configuration.open("client", "");
+    for (const std::string name : {"", "absent", "all", "default", "..", "qrta/..", "qrta/../lo"}) {
+      EXPECT_EQ(session->networkService(name), nullptr) << name;
+    }
+    EXPECT_EQ(session->networkService(std::string("qrta\0", 5)), nullptr);
+    EXPECT_TRUE(session->networkService("qrt.b")->supportsIPv6());
+    // As on a kernel that was started without the protocol.
+    unlink(root.path("proc").c_str());
+    EXPECT_FALSE(session->networkService("qrta")->supportsIPv6());
+  });
+  if (!wasPossible) GTEST_SKIP() << "needs ip and the right to make a network namespace";
+}
+
+TEST_F(LinuxSystemConfigurationTest, IPv6FollowsAndIsKept) {
+  root.link("proc", "/proc");
+  bool wasPossible = false;
+  inNetworkOfItsOwn(&wasPossible, [this] {
+    ASSERT_TRUE(test::run({"ip", "link", "set", "qrta", "up"}));
+    ASSERT_TRUE(test::run({"ip", "link", "set", "qrt.b", "up"}));
+    const auto file = root.path("etc/sysctl.d/60-com.vantor.system.privilegedhelper-vk2.conf");
+    test::plant(root, "etc/sysctl.d/60-com.vantor.system.privilegedhelper-vk2.conf",
+                "# by hand\nnet/ipv6/conf/qrt.b/disable_ipv6=0");
+    const auto addresses = [] { return test::printed("ip -6 -o addr show dev qrt.b"); };
+    EXPECT_NE(addresses(), "");
+    const auto set = [this](const char* name, bool isEnabled) {
+      const auto session = configuration.open("client", "");
+      return session->lock() && session->networkService(name)->setIPv6Enabled(isEnabled) &&
+             session->applyChanges() && session->commitChanges();
+    };
+    EXPECT_TRUE(set("qrt.b", false));
+    EXPECT_EQ(addresses(), "");
+    EXPECT_TRUE(set("qrta", false));
+    EXPECT_TRUE(set("qrta", true));
+    EXPECT_EQ(contentsOf("/proc/sys/net/ipv6/conf/qrta/disable_ipv6"), "0\n");
+    EXPECT_EQ(contentsOf(file),
+              "# by hand\nnet/ipv6/conf/qrt.b/disable_ipv6 = 1\n"
+              "net/ipv6/conf/qrta/disable_ipv6 = 0\n");
+
+    // The next start of the system.
+    const std::string starter = "/usr/lib/systemd/systemd-sysctl";
+    if (!test::exists(starter)) return;
+    ASSERT_TRUE(test::run({"sh", "-c", "echo 0 > /proc/sys/net/ipv6/conf/qrt.b/disable_ipv6"}));
+    EXPECT_TRUE(test::run({starter, file}));
+    EXPECT_EQ(contentsOf("/proc/sys/net/ipv6/conf/qrt.b/disable_ipv6"), "1\n");
+  });
+  if (!wasPossible) GTEST_SKIP() << "needs ip and the right to make a network namespace";
+}
+
+}  // namespace
+}  // namespace qrt

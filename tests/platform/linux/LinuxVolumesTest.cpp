@@ -1,0 +1,38 @@
+#include "platform/linux/LinuxVolumes.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/linux/MountTable.h"
+#include "support/Mounts.h"
+
+namespace qrt {
+namespace {
+
+TEST(LinuxVolumes, TellWhereAFileSystemIsMounted) {
+  const test::ScratchFolder scratch;
+  const auto place = scratch.folder("a \\ volume\t\u00e4");
+  const test::Mount mount(test::Mount::Kind::memory, place);
+  if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount";
+  scratch.folder("a \\ volume\t\u00e4/folder");
+  scratch.link("link", place);
+  LinuxVolumes volumes("");
+  for (const auto& path : {place, place + "/", place + "/folder", scratch.path("link")}) {
+    const auto point = volumes.mountPoint(path);
+    ASSERT_TRUE(point) << path;
+    EXPECT_EQ(*point, place) << path;
+  }
+  EXPECT_NE(*volumes.mountPoint(scratch.path()), scratch.path());
+  EXPECT_EQ(volumes.mountPoint(scratch.path("missing")).error(), PosixCode::noEntry);
+  EXPECT_EQ(volumes.mountPoint("").error(), PosixCode::noEntry);
+}
+
+TEST(MountTable, LinesThatAreNone) {
+  constexpr std::string_view table = "1 2 3:4 / /one rw\n12\n\n5 1 0:1 / /a\\040b\\9\\ rw - x y z";
+  EXPECT_EQ(mountPointIn(table, 1), "/one");
+  EXPECT_EQ(mountPointIn(table, 5), "/a b\\9\\");
+  EXPECT_EQ(mountPointIn(table, 12), "");
+  EXPECT_EQ(mountPointIn(table, 2), std::nullopt);
+}
+
+}  // namespace
+}  // namespace qrt

@@ -1,0 +1,203 @@
+// Both sides of the transport in one process, without launchd.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <limits>
+#include <thread>
+
+#include "platform/macos/ExportedHelper.h"
+#include "platform/macos/MacosAuthority.h"
+#include "platform/macos/XPCHelperConnection.h"
+#include "platform/macos/XPCListener.h"
+#include "protocol/FeedbackMessage.h"
+
+namespace qrt {
+namespace {
+
+using testing::ElementsAre;
+
+const Dictionary oneOfEveryKind{
+    {"text", "\xC3\xA4"},
+    {"no text \xFF", "\xFF/\xFE"},
+    {"yes", true},
+    {"negative", std::numeric_limits<std::int64_t>::min()},
+    {"large", std::numeric_limits<std::uint64_t>::max()},
+    {"fraction", 0.5},
+    {"data", Data{0, 255}},
+    {"date", Date{1.5}},
+    {"nested", Array{Array{}, Dictionary{{"inner", 1}}}},
+};
+
+/// Answers what it was sent, after it has sent that as feedback.
+class EchoingHelper : public QRTPrivilegedHelperProtocol, public ListenerDelegate {
+ public:
+  explicit EchoingHelper(Listener& listener) : listener_(listener) {
+    listener.setDelegate(*this);
+    EXPECT_EQ(listener.resume(), success);
+  }
+
+  std::vector<std::int32_t> clients;
+  Data authorization;
+  std::chrono::milliseconds duration{0};
+
+  bool shouldAcceptNewConnection(Listener& listener, IncomingConnection* connection) override {
+    if (&listener != &listener_ || !connection) return false;
+    connection->setExportedObject(*this);
+    connection->resume();
+    return true;
+  }
+
+  std::unique_ptr<ListenerEndpoint> connectWithEndpoint() override { return listener_.endpoint(); }
+  std::string getVersionString() override { return "1.6"; }
+  void registerClientWithPID(std::int32_t identifier) override { clients.push_back(identifier); }
+  void unregisterClientWithPID(std::int32_t) override { clients.pop_back(); }
+
+  Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
+                                     FeedbackEndpoint* endpoint,
+                                     std::optional<Array> arguments) override {
+    if (!arguments) return posixError(PosixCode::invalidArgument);
+    authorization = authorizationData;
+    if (endpoint) {
+      const auto feedback = endpoint->connect();
+      EXPECT_EQ(feedback->open(progressMessage(0)), success);
+      for (const auto& argument : *arguments) {
+        feedback->processPrivilegedOperationFeedback(*argument.dictionary());
+      }
+      feedback->processPrivilegedOperationFeedback(progressMessage(0.5));
+      feedback->processPrivilegedOperationFeedback(progressMessage(1));
+      feedback->processPrivilegedOperationFeedback(finalMessage());
+      std::this_thread::sleep_for(std::chrono::milliseconds(250));
+      feedback->suspend();
+    }
+    std::this_thread::sleep_for(duration);
+    if (code == 0) return success;
+    return Error{"domain",
+                 static_cast<std::int64_t>(code),
+                 {{"arguments", std::move(*arguments)},
+                  {std::string(underlyingErrorKey), posixError(PosixCode::busy)}}};
+  }
+
+ private:
+  Listener& listener_;
+};
+
+class XPCTransportTest : public testing::Test {
+ protected:
+  ~XPCTransportTest() override { native_.invalidate(); }
+
+  XPCListener native_{[NSXPCListener anonymousListener]};
+  EchoingHelper helper_{native_};
+  std::unique_ptr<HelperConnection> connection_ = connect().value();
+
+  NSXPCConnection* rawConnection() {
+    const auto endpoint = native_.endpoint();
+    return [[NSXPCConnection alloc]
+        initWithListenerEndpoint:static_cast<const MacosListenerEndpoint&>(*endpoint).endpoint];
+  }
+
+  Result<std::unique_ptr<HelperConnection>> connect() {
+    return XPCHelperConnection::over(rawConnection());
+  }
+};
+
+TEST_F(XPCTransportTest, ValuesOfEveryKindArriveAndComeBack) {
+  const Data form(32, 7);
+  const auto answer = connection_->performPrivilegedOperation(42, form, {}, {oneOfEveryKind});
+  ASSERT_TRUE(answer);
+  EXPECT_EQ(helper_.authorization, form);
+  EXPECT_EQ(answer->domain, "domain");
+  EXPECT_EQ(answer->code, 42);
+  EXPECT_EQ(answer->userInfo.at("arguments"), PropertyValue(Array{oneOfEveryKind}));
+  EXPECT_EQ(*answer->userInfo.find(underlyingErrorKey)->second.error(),
+            posixError(PosixCode::busy));
+  EXPECT_EQ(connection_->performPrivilegedOperation(0, {}, {}, {}), success);
+}
+
+TEST_F(XPCTransportTest, ArgumentsThatAreNoArrayAreNoneOrEndTheConnection) {
+  const auto connection = rawConnection();
+  connection.remoteObjectInterface = helperXPCInterface();
+  [connection resume];
+  for (id sent in @[ @"text", @{}, @1 ]) {
+    __block NSInteger code = 0;
+    id<QRTPrivilegedHelperProtocol> helper =
+        [connection synchronousRemoteObjectProxyWithErrorHandler:^(NSError* error) {
+          code = error.code;
+        }];
+    [helper performPrivilegedOperation:0
+                 withAuthorizationData:NSData.data
+                      feedbackEndpoint:nil
+                             arguments:sent
+                            usingReply:^(NSError* error) {
+                              code = error.code;
+                            }];
+    EXPECT_THAT(code, testing::AnyOf(number(PosixCode::invalidArgument), 4097, 4099));
+  }
+  [connection invalidate];
+  EXPECT_EQ(connection_->getVersionString().value(), "1.6");
+}
+
+TEST_F(XPCTransportTest, ClientsAreNotedBeforeTheirCallsReturn) {
+  EXPECT_EQ(connection_->registerClientWithPID(-5), success);
+  EXPECT_THAT(helper_.clients, ElementsAre(-5));
+  EXPECT_EQ(connection_->unregisterClientWithPID(-5), success);
+  EXPECT_THAT(helper_.clients, ElementsAre());
+}
+
+TEST_F(XPCTransportTest, FeedbackComesInOrderAndBeforeTheReply) {
+  std::vector<Dictionary> received;
+  const auto thread = std::this_thread::get_id();
+  const auto handler = [&](const Dictionary& message) {
+    EXPECT_EQ(std::this_thread::get_id(), thread);
+    received.push_back(message);
+  };
+  EXPECT_EQ(connection_->performPrivilegedOperation(0, {}, handler, {oneOfEveryKind}), success);
+  // Of the two progress messages in a row the first may have given way to the second.
+  ASSERT_GE(received.size(), 4u);
+  EXPECT_EQ(received[0], progressMessage(0));
+  EXPECT_EQ(received[1], oneOfEveryKind);
+  EXPECT_EQ(received.end()[-2], progressMessage(1));
+  EXPECT_EQ(received.back(), finalMessage());
+}
+
+TEST_F(XPCTransportTest, TheDaemonAcceptsWhatAClientShowsOfItsAuthorization) {
+  const auto data = connection_->createExternalForm();
+  ASSERT_TRUE(data);
+  AuthorizationExternalForm form;
+  ASSERT_EQ(data->size(), form.size());
+  std::copy(data->begin(), data->end(), form.begin());
+  EXPECT_TRUE(MacosAuthority().createFromExternalForm(form));
+  form.fill(0);
+  EXPECT_FALSE(MacosAuthority().createFromExternalForm(form));
+}
+
+TEST_F(XPCTransportTest, AnEndpointOpensAnotherConnection) {
+  auto other = connection_->connectWithEndpoint();
+  ASSERT_TRUE(other);
+  connection_.reset();
+  EXPECT_EQ((*other)->getVersionString().value(), "1.6");
+}
+
+TEST_F(XPCTransportTest, AnInterruptionEndsTheCallAndNotTheNext) {
+  helper_.duration = std::chrono::milliseconds(500);
+  std::thread interrupter([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    connection_->interrupt();
+  });
+  const auto outcome = connection_->performPrivilegedOperation(0, {}, {}, {});
+  interrupter.join();
+  EXPECT_EQ(outcome, posixError(PosixCode::interrupted));
+  EXPECT_EQ(connection_->getVersionString().value(), "1.6");
+}
+
+TEST_F(XPCTransportTest, ADoorThatHasClosedIsAFailureOfTheConnection) {
+  native_.invalidate();
+  const auto late = connect();
+  ASSERT_TRUE(late);
+  const auto version = (*late)->getVersionString();
+  ASSERT_FALSE(version);
+  EXPECT_EQ(version.error().domain, cocoaErrorDomain);
+  EXPECT_THAT(version.error().code, testing::AnyOf(4097, 4099));
+}
+
+}  // namespace
+}  // namespace qrt

@@ -1,0 +1,296 @@
+#include "support/BundleSigner.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <stdexcept>
+
+#include "platform/posix/BoundedPropertyLists.h"
+
+namespace qrt::test {
+namespace {
+
+constexpr std::size_t pageSize = 4096;
+constexpr std::size_t codeSize = 3 * pageSize + 100;
+constexpr std::size_t signatureSize = 4 * pageSize;
+
+void put(Data& bytes, std::uint64_t number, unsigned size, bool isBigEndian = true) {
+  for (unsigned i = 0; i < size; ++i) {
+    const auto shift = 8 * (isBigEndian ? size - 1 - i : i);
+    bytes.push_back(static_cast<std::uint8_t>(number >> shift));
+  }
+}
+
+void put(Data& bytes, const Data& more) { bytes.insert(bytes.end(), more.begin(), more.end()); }
+
+Data blob(std::uint32_t magic, const Data& contents) {
+  Data bytes;
+  put(bytes, magic, 4);
+  put(bytes, contents.size() + 8, 4);
+  put(bytes, contents);
+  return bytes;
+}
+
+/// Header, two commands and some code; the signature goes behind.
+Data unsignedProgram(const ProgramForm& form) {
+  Data bytes;
+  const auto number = [&](std::uint64_t value) { put(bytes, value, 4, form.isBigEndian); };
+  number(form.is64 ? 0xFEEDFACF : 0xFEEDFACE);
+  number(form.is64 ? 0x01000007 : 18);
+  for (const std::uint32_t field : {3, 2, 2, 24 + 16, 0}) number(field);
+  if (form.is64) number(0);
+  for (const std::uint32_t field : {0x1B, 24, 1, 2, 3, 4}) number(field);
+  for (const std::size_t field : {std::size_t{0x1D}, std::size_t{16}, codeSize, signatureSize}) {
+    number(field);
+  }
+  while (bytes.size() < codeSize) bytes.push_back(static_cast<std::uint8_t>(bytes.size() * 7));
+  return bytes;
+}
+
+/// What goes into the slots of a signature that directories seal; null where there is nothing.
+using Parts = std::vector<const Data*>;
+
+Data codeDirectory(unsigned kind, const Data& code, const SigningOptions& options,
+                   const Parts& parts) {
+  const bool isNew = kind != 1;
+  const std::uint32_t headerSize = isNew ? 88 : 52;
+  const auto hashSize = testDigest(kind, {}).size();
+  Data names(options.identifier.begin(), options.identifier.end());
+  names.push_back(0);
+  const auto teamOffset = options.team ? headerSize + names.size() : 0;
+  if (options.team) names.insert(names.end(), options.team->begin(), options.team->end());
+  names.push_back(0);
+  Data hashes;
+  for (auto part = parts.rbegin(); part != parts.rend(); ++part) {
+    put(hashes, *part ? testDigest(kind, **part) : Data(hashSize));
+  }
+  const auto pages = (code.size() + pageSize - 1) / pageSize;
+  for (std::size_t page = 0; page < pages; ++page) {
+    const auto begin = code.begin() + static_cast<std::ptrdiff_t>(page * pageSize);
+    const auto size = std::min(pageSize, code.size() - page * pageSize);
+    put(hashes, testDigest(kind, Data(begin, begin + static_cast<std::ptrdiff_t>(size))));
+  }
+  Data fields;
+  put(fields, isNew ? 0x20400 : 0x20200, 4);
+  put(fields, 0, 4);
+  put(fields, headerSize + names.size() + parts.size() * hashSize, 4);
+  put(fields, headerSize, 4);
+  put(fields, parts.size(), 4);
+  put(fields, pages, 4);
+  put(fields, code.size(), 4);
+  for (const std::size_t byte : {hashSize, std::size_t{kind}, std::size_t{0}, std::size_t{12}}) {
+    put(fields, byte, 1);
+  }
+  put(fields, 0, 8);
+  put(fields, teamOffset, 4);
+  fields.resize(headerSize - 8);
+  put(fields, names);
+  put(fields, hashes);
+  return blob(0xFADE0C02, fields);
+}
+
+Data cut(Data digest) {
+  digest.resize(20);
+  return digest;
+}
+
+Data hashOf(unsigned kind, const Data& directory) { return testDigest(kind, directory); }
+
+/// What the signer says about all directories.
+std::vector<SignedAttribute> attributesFor(const std::vector<Data>& directories,
+                                           const SigningOptions& options) {
+  std::vector<SignedAttribute> attributes;
+  Array list;
+  for (std::size_t i = 0; i < directories.size(); ++i) {
+    list.emplace_back(cut(hashOf(options.digests[i], directories[i])));
+  }
+  if (options.listsDirectories) {
+    const auto xml = BoundedPropertyLists().xml(Dictionary{{"cdhashes", list}});
+    attributes.push_back({"1.2.840.113635.100.9.1", Data(xml->begin(), xml->end())});
+  }
+  for (std::size_t i = 0; options.listsDirectoryDigests && i < directories.size(); ++i) {
+    static const std::map<unsigned, Data> types{{1, {6, 5, 0x2B, 0x0E, 3, 2, 0x1A}},
+                                                {2, {6, 9, 0x60, 0x86, 0x48, 1, 0x65, 3, 4, 2, 1}},
+                                                {4, {6, 9, 0x60, 0x86, 0x48, 1, 0x65, 3, 4, 2, 2}}};
+    const auto hash = hashOf(options.digests[i], directories[i]);
+    Data pair = types.at(options.digests[i]);
+    pair.push_back(4);
+    pair.push_back(static_cast<std::uint8_t>(hash.size()));
+    put(pair, hash);
+    pair.insert(pair.begin(), {0x30, static_cast<std::uint8_t>(pair.size())});
+    attributes.push_back({"1.2.840.113635.100.9.2", pair, true});
+  }
+  return attributes;
+}
+
+SignedProgramFile thinProgram(const SigningChain& chain, const ProgramForm& form,
+                              const SigningOptions& options, const Data* infoPlist,
+                              const Data* resourceList) {
+  SignedProgramFile result{unsignedProgram(form), {}, 0, 0};
+  const auto requirements = blob(0xFADE0C01, {0, 0, 0, 0});
+  const auto entitlements = blob(0xFADE7171, {'<', '/', '>'});
+  const Parts parts{infoPlist, &requirements, resourceList, nullptr, &entitlements};
+  std::vector<Data> directories;
+  for (const auto kind : options.digests) {
+    directories.push_back(codeDirectory(kind, result.bytes, options, parts));
+  }
+  std::map<std::uint32_t, Data> blobs{{2, requirements}, {5, entitlements}};
+  for (std::size_t i = 0; i < directories.size(); ++i) {
+    blobs[i == 0 ? 0 : 0x1000 + static_cast<std::uint32_t>(i - 1)] = directories[i];
+  }
+  blobs[0x10000] =
+      blob(0xFADE0B01, chain.sign(directories[0], attributesFor(directories, options)));
+
+  Data index, contents;
+  put(index, blobs.size(), 4);
+  const auto start = 12 + 8 * blobs.size();
+  for (const auto& [slot, bytes] : blobs) {
+    if (slot == 0) result.directoryOffset = codeSize + start + contents.size();
+    if (slot == 0x10000) result.cmsOffset = codeSize + start + contents.size();
+    put(index, slot, 4);
+    put(index, start + contents.size(), 4);
+    put(contents, bytes);
+  }
+  put(index, contents);
+  auto signature = blob(0xFADE0CC0, index);
+  if (signature.size() > signatureSize) throw std::runtime_error("signature too large");
+  signature.resize(signatureSize);
+  put(result.bytes, signature);
+  result.directoryHash = cut(hashOf(options.digests[0], directories[0]));
+  return result;
+}
+
+Data readAll(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void writeAll(const std::string& path, const Data& bytes) {
+  std::ofstream file(path, std::ios::binary);
+  file.write(reinterpret_cast<const char*>(bytes.data()),
+             static_cast<std::streamsize>(bytes.size()));
+  if (!file) throw std::runtime_error("cannot write " + path);
+}
+
+void writeList(const std::string& path, const PropertyValue& value) {
+  const auto xml = BoundedPropertyLists().xml(value);
+  writeAll(path, Data(xml->begin(), xml->end()));
+}
+
+/// Seals everything below a folder, but what stands in `code` or is nothing to seal.
+void sealFolder(const std::string& base, const std::string& path, const std::string& program,
+                Dictionary& newer, Dictionary& older) {
+  DIR* folder = opendir((base + "/" + path).c_str());
+  while (const auto* entry = folder ? readdir(folder) : nullptr) {
+    const std::string name = entry->d_name;
+    const auto entryPath = path.empty() ? name : path + "/" + name;
+    const bool isNothingToSeal = name == "." || name == ".." || entryPath == "_CodeSignature" ||
+                                 entryPath == "CodeResources" || entryPath == "Info.plist" ||
+                                 entryPath == "MacOS" || entryPath == program ||
+                                 newer.contains(entryPath);
+    if (isNothingToSeal) continue;
+    const auto full = base + "/" + entryPath;
+    if (entry->d_type == DT_DIR) {
+      sealFolder(base, entryPath, program, newer, older);
+    } else if (entry->d_type == DT_LNK) {
+      char target[256];
+      const auto size = readlink(full.c_str(), target, sizeof target);
+      newer.emplace(entryPath, Dictionary{{"symlink", std::string(target, std::size_t(size))}});
+    } else {
+      const auto bytes = readAll(full);
+      Dictionary seal{{"hash", testDigest(1, bytes)}, {"hash2", testDigest(2, bytes)}};
+      if (entryPath.find(".lproj/") != std::string::npos) seal.emplace("optional", true);
+      newer.emplace(entryPath, seal);
+      older.emplace(entryPath, testDigest(1, bytes));
+    }
+  }
+  if (folder) closedir(folder);
+}
+
+}  // namespace
+
+SignedProgramFile signedProgram(const SigningChain& chain, const SigningOptions& options,
+                                const Data* infoPlist, const Data* resourceList) {
+  std::vector<SignedProgramFile> programs;
+  for (const auto& form : options.programs) {
+    programs.push_back(thinProgram(chain, form, options, infoPlist, resourceList));
+  }
+  if (programs.size() == 1) return programs.front();
+  Data table;
+  put(table, 0xCAFEBABE, 4);
+  put(table, programs.size(), 4);
+  auto offset = pageSize;
+  for (const auto& program : programs) {
+    for (const std::size_t field :
+         {std::size_t{7}, std::size_t{3}, offset, program.bytes.size(), std::size_t{12}}) {
+      put(table, field, 4);
+    }
+    offset += (program.bytes.size() + pageSize - 1) / pageSize * pageSize;
+  }
+  auto result = programs.back();
+  result.bytes = table;
+  for (const auto& program : programs) {
+    result.bytes.resize((result.bytes.size() + pageSize - 1) / pageSize * pageSize);
+    result.directoryOffset = result.bytes.size() + program.directoryOffset;
+    result.cmsOffset = result.bytes.size() + program.cmsOffset;
+    put(result.bytes, program.bytes);
+  }
+  return result;
+}
+
+SignedProgramFile signBundle(const std::string& bundle, const SigningChain& chain,
+                             const SigningOptions& options,
+                             const std::vector<std::pair<std::string, Data>>& code) {
+  const auto contents = bundle + "/" + options.base;
+  Dictionary newer, older;
+  for (const auto& [path, hash] : code) {
+    newer.emplace(path, Dictionary{{"cdhash", hash}, {"requirement", "identifier x"}});
+  }
+  sealFolder(contents, "", options.program, newer, older);
+  const Dictionary omitted{{"omit", true}, {"weight", 2000.0}};
+  Dictionary list{{"files", older},
+                  {"rules", Dictionary{{"^Resources/", true}, {"^version.plist$", true}}}};
+  if (options.sealsNewerForm) {
+    list.emplace("files2", newer);
+    list.emplace("rules2", Dictionary{{"^.*", true},
+                                      {R"(^(.*/)?\.DS_Store$)", omitted},
+                                      {"^Info\\.plist$", omitted},
+                                      {"^PkgInfo$", omitted}});
+  }
+  mkdir((contents + "/_CodeSignature").c_str(), 0755);
+  const auto listPath = contents + "/_CodeSignature/CodeResources";
+  writeList(listPath, list);
+  if (symlink("_CodeSignature/CodeResources", (contents + "/CodeResources").c_str()) != 0 &&
+      errno != EEXIST) {
+    throw std::runtime_error("symlink");
+  }
+  const auto infoPlist = readAll(contents + "/" + options.infoPlist);
+  const auto resourceList = readAll(listPath);
+  auto program = signedProgram(chain, options, &infoPlist, &resourceList);
+  writeAll(contents + "/" + options.program, program.bytes);
+  return program;
+}
+
+void makeApplication(const std::string& path, const Dictionary& info) {
+  for (const auto* folder : {"", "/Contents", "/Contents/MacOS", "/Contents/Resources",
+                             "/Contents/Resources/en.lproj", "/Contents/SharedSupport"}) {
+    mkdir((path + folder).c_str(), 0755);
+  }
+  auto completed = info;
+  completed.emplace("CFBundleExecutable", "program");
+  completed.emplace("CFBundleIdentifier", "com.example.app");
+  writeList(path + "/Contents/Info.plist", completed);
+  const std::string text = "a resource";
+  writeAll(path + "/Contents/Resources/resource", Data(text.begin(), text.end()));
+  writeAll(path + "/Contents/Resources/en.lproj/text.strings", Data(text.begin(), text.end()));
+  if (symlink("resource", (path + "/Contents/Resources/link").c_str()) != 0) {
+    throw std::runtime_error("symlink");
+  }
+}
+
+}  // namespace qrt::test
