@@ -302,6 +302,12 @@ TEST_F(DeletionOperationsTest, TheFirstErrorCanStopIt) {
   EXPECT_TRUE(test::exists(kept));
 }
 
+TEST_F(DeletionOperationsTest, NobodyNeedsToListen) {
+  connection_.reset();
+  EXPECT_EQ(deleteObjects({"1", "1", scratch_.folder("a")}), success);
+  EXPECT_EQ(deleteContents({scratch_.path()}), success);
+}
+
 TEST_F(DeletionOperationsTest, FoldersAreEmptiedAndStay) {
   for (const std::string name : {"a", "b"}) {
     scratch_.folder(name);

@@ -45,6 +45,7 @@ TEST_F(UtilityOperations, TheTableLeadsFromNamesToTheirPlaces) {
       TrustedUtilities().trustedPathForApplicationPath("/App", "log", &isExternal, &needsSafePath),
       "/usr/bin/log");
   EXPECT_TRUE(isExternal && !needsSafePath);
+  EXPECT_EQ(TrustedUtilities().trustedPathForApplicationPath("/App", "chmod"), "/bin/chmod");
 }
 
 TEST_F(UtilityOperations, OtherRequestsAreInvalid) {

@@ -57,6 +57,7 @@ TEST_F(FileCreationTest, LinksTellLongTargetsAndPathsAreResolved) {
   EXPECT_EQ(*files_.linkTarget(scratch_.link("long", target).c_str()), target);
   EXPECT_EQ(files_.linkTarget(scratch_.file("file").c_str()).error(), PosixCode::invalidArgument);
 
+  EXPECT_EQ(files_.readFile("/proc/self/mem", 5).error(), PosixCode::inputOutput);
   const auto folder = *files_.resolvedPath(scratch_.folder("folder"));
   scratch_.link("link", "folder");
   EXPECT_EQ(*files_.resolvedPath(scratch_.path("link/../link/.")), folder);

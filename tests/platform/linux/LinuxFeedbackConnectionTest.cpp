@@ -104,6 +104,20 @@ TEST_F(LinuxFeedbackConnectionTest, ProgressIsNeverWaitedForAndTheNewestIsKept) 
   }
 }
 
+TEST_F(LinuxFeedbackConnectionTest, ProgressAloneHoldsTheEndUpForFiveSeconds) {
+  open();
+  // More than the kernel takes on the way, with time for it to be written: what is told faster than
+  // that only replaces what waits.
+  for (int i = 0; i < 20'000; ++i) {
+    connection_->processPrivilegedOperationFeedback(progressMessage(i));
+    if (i % 100 == 0) std::this_thread::sleep_for(1ms);
+  }
+  const auto begun = Clock::now();
+  connection_->suspend();
+  EXPECT_GE(Clock::now() - begun, 4s);
+  EXPECT_LT(Clock::now() - begun, 7s);
+}
+
 TEST_F(LinuxFeedbackConnectionTest, OutputWaitsForItsReaderAsLongAsTheRequestorIsThere) {
   open();
   std::atomic<int> sent{0};
