@@ -37,11 +37,6 @@ class EntryPointTest : public testing::Test {
     const EntryPoint entryPoint{doubles_.platform, info_, registerHandlers, output_, error_};
     return entryPoint.enter(arguments);
   }
-  std::vector<std::string> logged() const {
-    std::vector<std::string> texts;
-    for (const auto& line : doubles_.log.lines()) texts.push_back(line.text);
-    return texts;
-  }
 };
 
 TEST_F(EntryPointTest, CommandLine) {
@@ -59,7 +54,7 @@ TEST_F(EntryPointTest, CommandLine) {
     EXPECT_EQ(output_.str(), c.output);
   }
   EXPECT_EQ(error_.str(), "");
-  EXPECT_TRUE(logged().empty());
+  EXPECT_TRUE(doubles_.log.texts().empty());
 }
 
 TEST_F(EntryPointTest, NeedsItsPrincipalClass) {
@@ -72,7 +67,7 @@ TEST_F(EntryPointTest, NeedsItsPrincipalClass) {
               "implemented.\n");
   }
   EXPECT_EQ(enter({"a", "b"}), 1);
-  EXPECT_TRUE(logged().empty());
+  EXPECT_TRUE(doubles_.log.texts().empty());
 }
 
 TEST_F(EntryPointTest, RefusesAnotherVersionAndAnotherUser) {
@@ -82,14 +77,15 @@ TEST_F(EntryPointTest, RefusesAnotherVersionAndAnotherUser) {
       "(1.6).";
   const std::string shutDown = "Privileged helper is shutting down.";
   EXPECT_EQ(enter({}), 1);
-  EXPECT_EQ(logged(), (std::vector{mismatch, shutDown}));
+  EXPECT_EQ(doubles_.log.texts(), (std::vector{mismatch, shutDown}));
   EXPECT_FALSE(doubles_.transport.served);
 
   doubles_.self.userID = 501;
   EXPECT_EQ(enter({}), 1);
   EXPECT_EQ(error_.str(), "This program needs root privileges.");
-  EXPECT_EQ(logged(), (std::vector<std::string>{mismatch, shutDown, mismatch,
-                                                "This program needs root privileges.", shutDown}));
+  EXPECT_EQ(doubles_.log.texts(),
+            (std::vector<std::string>{mismatch, shutDown, mismatch,
+                                      "This program needs root privileges.", shutDown}));
   EXPECT_TRUE(doubles_.transport.turnedAway);
 }
 
