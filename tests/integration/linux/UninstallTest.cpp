@@ -39,7 +39,6 @@ TEST_F(UninstallTest, WaitsForOtherClientsThatLiveAndEndsWithoutReply) {
   const auto tool = installation_.file("tool", "#!/bin/sh\necho \"$@\" > " + called + "\n");
   chmod(tool.c_str(), 0755);
   start({.removalTool = tool});
-  installRights();
   const pid_t other = fork();
   if (other == 0) {
     pause();
@@ -51,6 +50,7 @@ TEST_F(UninstallTest, WaitsForOtherClientsThatLiveAndEndsWithoutReply) {
   };
   ASSERT_EQ(connection->registerClientWithPID(getpid()), success);
   ASSERT_EQ(connection->registerClientWithPID(other), success);
+  installRights();  // Now that it answers, it is in its own namespace.
   EXPECT_EQ(uninstall(), posixError(PosixCode::busy));
   EXPECT_TRUE(test::exists(program) && test::exists(job) && !test::exists(called));
   EXPECT_EQ(rights(), 33u);
