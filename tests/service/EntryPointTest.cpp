@@ -96,7 +96,7 @@ TEST_F(EntryPointTest, RefusesToOfferWhatNothingPerforms) {
     EXPECT_EQ(enter({}), 1);
     expected.push_back("Privileged operation " + std::to_string(code) + " has no implementation.");
     expected.emplace_back("Privileged helper is shutting down.");
-    EXPECT_EQ(logged(), expected);
+    EXPECT_EQ(doubles_.log.texts(), expected);
   }
   EXPECT_FALSE(doubles_.transport.served);
   EXPECT_TRUE(doubles_.transport.turnedAway);
