@@ -47,6 +47,9 @@ inline constexpr std::uint64_t prepareUninstall = 9995;
 inline constexpr std::uint64_t performUninstall = 9994;
 }  // namespace operation_code
 
+/// The codes up to this one are performed by handlers.
+inline constexpr std::uint64_t lastCodeWithHandler = 27;
+
 /// The code of the record behind the last one. Nothing else in that record is read.
 inline constexpr std::uint64_t endOfCatalogue = 9999;
 

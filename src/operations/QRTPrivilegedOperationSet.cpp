@@ -130,6 +130,18 @@ std::string QRTPrivilegedOperationSet::nameOfSelectorForExecutionOfPrivilegedOpe
          "WithArguments:" + (feedbackOption ? "feedbackConnection:" : "");
 }
 
+std::vector<std::uint64_t> QRTPrivilegedOperationSet::codesWithoutHandler() const {
+  std::vector<std::uint64_t> codes;
+  for (std::uint64_t code = 0; code <= lastCodeWithHandler; ++code) {
+    const auto* operation = operationWithCode(code);
+    const bool feedbackOption = operation && (operation->isSupportingProgressFeedback() ||
+                                              operation->isSupportingLiveOutput());
+    const auto* handler = selectorForExecutionOfPrivilegedOperationWithCode(code, feedbackOption);
+    if (!handler) codes.push_back(code);
+  }
+  return codes;
+}
+
 std::uint64_t QRTPrivilegedOperationSet::opCodeForOperation(
     const QRTPrivilegedOperation* operation) const {
   if (!operation) return NSNotFound;

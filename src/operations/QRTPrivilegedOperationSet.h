@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/Error.h"
 #include "operations/HandlerTable.h"
@@ -82,6 +83,10 @@ class QRTPrivilegedOperationSet {
   /// The full name under which a handler for this code is looked up; empty for an unknown code.
   std::string nameOfSelectorForExecutionOfPrivilegedOperationWithCode(std::uint64_t code,
                                                                       bool feedbackOption) const;
+
+  /// The codes that need a handler and have none: without it an operation is offered that can only
+  /// fail.
+  std::vector<std::uint64_t> codesWithoutHandler() const;
 
   /// `NSNotFound` for none and for an operation that is not in the catalogue.
   std::uint64_t opCodeForOperation(const QRTPrivilegedOperation* operation) const;

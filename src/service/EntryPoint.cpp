@@ -64,6 +64,11 @@ int EntryPoint::enter(std::span<const char* const> arguments) const {
 
 int EntryPoint::serve(QRTPrivilegedOperationSet& operationSet) const {
   registerHandlers(operationSet);
+  const auto missing = operationSet.codesWithoutHandler();
+  for (const auto code : missing) {
+    platform.log.fault("Privileged operation %llu has no implementation.", code);
+  }
+  if (!missing.empty()) return refused;
   platform.self.prepareForService();
   auto* helper = QRTPrivilegedHelper::initForOperationSet(&operationSet, platform);
   const auto failure = helper->run();

@@ -17,7 +17,8 @@ struct EntryPoint {
   const Platform& platform;
   /// The program's own Info.plist.
   const Dictionary& infoDictionary;
-  /// Opens the doors of the subsystems; called when the service is about to start.
+  /// Opens the doors of the subsystems; called when the service is about to start. It does not
+  /// start when an operation is left without a handler.
   std::function<void(QRTPrivilegedOperationSet&)> registerHandlers;
   std::ostream& standardOutput;
   std::ostream& standardError;

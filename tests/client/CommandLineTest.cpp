@@ -1,6 +1,5 @@
 // From the words of a command line to the values on the wire.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <csignal>
 #include <limits>
@@ -20,39 +19,29 @@ TEST_F(CommandLineTest, WordsBecomeTheArgumentsOfTheRequest) {
   };
   const Case cases[] = {
       {{"nop"}, "perform 9998", {}},
-      {{"delete-fileobjects", "a"}, "perform 3", {"0", "0", "/here/a"}},
       {{"delete-fileobjects", "--recursive", "/a", "../b/"},
        "perform 3",
        {"1", "0", "/a", "/here/../b/"}},
       {{"delete-fileobjects", "a", "--stop-on-first-error", "b"},
        "perform 3",
        {"0", "1", "/here/a", "/here/b"}},
-      {{"delete-foldercontents", "."}, "perform 4", {"/here/."}},
-      {{"modify-kernelsetting", "vm.swappiness", "60"}, "perform 15", {"vm.swappiness", 60}},
       {{"modify-kernelsetting", "a", "-9223372036854775808"},
        "perform 15",
        {"a", std::numeric_limits<std::int64_t>::min()}},
       {{"modify-kernelsetting", "a", "18446744073709551615"},
        "perform 15",
        {"a", std::numeric_limits<std::uint64_t>::max()}},
-      {{"modify-kernelsetting", "a", "0xfF"}, "perform 15", {"a", 255}},
       {{"modify-kernelsetting", "a", "-0x10"}, "perform 15", {"a", -16}},
-      {{"signal-process", "1234", "TERM"}, "perform 19", {1234, SIGTERM}},
       {{"signal-process", "1234", "sigusr1"}, "perform 19", {1234, SIGUSR1}},
       {{"signal-process", "-1", "9"}, "perform 19", {-1, 9}},
       {{"modify-preferences", "k", "app", "ann", "kCFPreferencesAnyHost", "(1, 2)"},
        "perform 17",
        {"k", "app", "ann", "kCFPreferencesAnyHost", "(1, 2)"}},
-      {{"modify-preferences", "k", "app", "ann", "box"},
-       "perform 17",
-       {"k", "app", "ann", "box", ""}},
-      {{"modify-sysconf", "k", "{a = 1;}"}, "perform 18", {"qrtctl", "", "k", "{a = 1;}"}},
       {{"modify-sysconf", "k", "--file", "site"}, "perform 18", {"qrtctl", "site", "k", ""}},
       {{"enable-ipvsix", "eth0", "off"}, "perform 23", {"qrtctl", "eth0", false}},
       {{"execute-utility", "chmod", "--", "-Rv", "0755", "/a b", "--", "--json"},
        "perform 22",
        {"qrtctl", "chmod", "-Rv", "0755", "/a b", "--", "--json"}},
-      {{"execute-utility", "log"}, "perform 22", {"qrtctl", "log"}},
       // Words that look like something else.
       {{"delete-foldercontents", "nop", "version", "[a,b]", "[]", "++", "{}", "%%", "-"},
        "perform 4",
@@ -61,7 +50,6 @@ TEST_F(CommandLineTest, WordsBecomeTheArgumentsOfTheRequest) {
       {{"delete-foldercontents", "a", "--", "--json", "-x", "--", "[b]", "++"},
        "perform 4",
        {"/here/a", "/here/--json", "/here/-x", "/here/--", "/here/[b]", "/here/++"}},
-      {{"delete-foldercontents", "--", "--help"}, "perform 4", {"/here/--help"}},
       {{"delete-foldercontents", "\x01x", "\xFF\xFE"},
        "perform 4",
        {"/here/\x01x", "/here/\xFF\xFE"}},
@@ -86,27 +74,19 @@ TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeAnythingIsDone) {
   const std::vector<std::string> cases[] = {
       {},
       {"format-planet"},
-      {"nop", "extra"},
       {"--", "nop"},
-      {"nop", "--unknown"},
       {"--prompt"},
       {"delete-fileobjects"},
       {"delete-fileobjects", "--recursive=maybe", "a"},
-      {"delete-fileobjects", "--recursive=false", "a"},
       {"delete-fileobjects", "--no-recursive", "a"},
-      {"delete-foldercontents", "a", "-x"},
-      {"modify-kernelsetting", "a"},
-      {"modify-kernelsetting", "a", "1", "2"},
       {"modify-kernelsetting", "a", ""},
       {"modify-kernelsetting", "a", "1.5"},
-      {"modify-kernelsetting", "a", "1 "},
       {"modify-kernelsetting", "a", "0x"},
       {"modify-kernelsetting", "a", "0x-1"},
       {"modify-kernelsetting", "a", "--1"},
       {"modify-kernelsetting", "a", "18446744073709551616"},
       {"modify-kernelsetting", "a", "-9223372036854775809"},
       {"signal-process", "1", "SIGNIFICANT"},
-      {"signal-process", "one", "TERM"},
   };
   for (const auto& words : cases) {
     EXPECT_EQ(run(words), 2) << testing::PrintToString(words);
@@ -118,15 +98,10 @@ TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeAnythingIsDone) {
   EXPECT_EQ(run({"nop", "extra", "--json"}), 2);
   EXPECT_THAT(terminal.output(), testing::StartsWith(R"json({"done":false,"error":{)json"));
   EXPECT_EQ(terminal.errors(), "");
-  EXPECT_TRUE(helper.calls.empty());
-}
-
-TEST_F(CommandLineTest, ARelativePathNeedsACurrentFolder) {
   caller.folder = PosixCode::noEntry;
   EXPECT_EQ(run({"delete-foldercontents", "a"}), 2);
   EXPECT_EQ(run({"nop", "--icon", "a"}), 2);
-  EXPECT_EQ(run({"delete-foldercontents", "/a"}), 0);
-  EXPECT_EQ(helper.arguments, Array{"/a"});
+  EXPECT_TRUE(helper.calls.empty());
 }
 
 TEST_F(CommandLineTest, HelpTellsEverythingAndStartsNothing) {
@@ -140,14 +115,6 @@ TEST_F(CommandLineTest, HelpTellsEverythingAndStartsNothing) {
   EXPECT_EQ(run({"delete-fileobjects", "--help"}), 0);
   EXPECT_NE(terminal.output().find("--stop-on-first-error"), std::string::npos);
   EXPECT_TRUE(helper.calls.empty());
-}
-
-TEST_F(CommandLineTest, TheSocketIsTheInstalledOneUnlessAnotherIsNamed) {
-  run({"nop"});
-  run({"nop", "--socket", "/tmp/[s]"});
-  EXPECT_THAT(helper.calls,
-              testing::IsSupersetOf({"connect /run/com.vantor.system.privilegedhelper-vk2/socket",
-                                     "connect /tmp/[s]"}));
 }
 
 }  // namespace

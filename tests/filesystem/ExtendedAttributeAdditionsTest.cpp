@@ -1,30 +1,18 @@
 #include "filesystem/ExtendedAttributeAdditions.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
-#include "platform/NativePlatform.h"
-#include "support/ScratchFolder.h"
+#include "support/ItemFixture.h"
 
 namespace qrt {
 namespace {
 
 using namespace ExtendedAttributeAdditions;
 
-class ExtendedAttributeAdditionsTest : public testing::Test {
+class ExtendedAttributeAdditionsTest : public test::ItemFixture {
  protected:
-  /// Attributes that every memory file system keeps, also on links.
-  void plant(const std::string& name, const std::string& value, const std::string& path) {
-    ASSERT_TRUE(test::run({"setfattr", "-h", "-n", "trusted." + name, "-v", value, path}));
-  }
   Result<Dictionary> all(const std::string& path, bool notFollowing = false) {
     return extendedAttributesForItemAtPath(context_, path, notFollowing, false);
   }
 
-  test::ScratchFolder scratch_;
-  const NativePlatform platform_;
-  const ItemContext context_{platform_.facilities()};
   const Data value_{'v'};
   const std::string name_ = "trusted.name";
 };
@@ -50,24 +38,13 @@ TEST_F(ExtendedAttributeAdditionsTest, EmptyArgumentsAreInvalidAndMissingObjects
             posixError(PosixCode::noAttribute, file));
 }
 
-TEST_F(ExtendedAttributeAdditionsTest, AttributesAreSetReadAndRemoved) {
-  const auto file = scratch_.file("file");
-  EXPECT_EQ(*all(file), Dictionary());
-  EXPECT_EQ(setForItemAtPath(context_, file, {0, 1, 0xFF}, name_, false), success);
-  EXPECT_EQ(setForItemAtPath(context_, file, value_, "trusted.other", false), success);
-  EXPECT_TRUE(test::run({"setfattr", "-n", "trusted.empty", file}));
-  EXPECT_EQ(*all(file), (Dictionary{{name_, Data{0, 1, 0xFF}}, {"trusted.other", value_}}));
-  EXPECT_EQ(removeFromItemAtPath(context_, file, name_, false, false), success);
-  EXPECT_EQ(*all(file), (Dictionary{{"trusted.other", value_}}));
-}
-
 TEST_F(ExtendedAttributeAdditionsTest, ALinksNamesComeWithItsTargetsValues) {
   const auto file = scratch_.file("file");
   const auto link = scratch_.link("link", "file");
-  plant("both", "link", link);
-  plant("both", "file", file);
-  plant("onLink", "link", link);
-  plant("onFile", "file", file);
+  scratch_.make(
+      "setfattr -h -n trusted.empty link; setfattr -n trusted.empty file;"
+      "setfattr -h -n trusted.both -v link link; setfattr -n trusted.both -v file file;"
+      "setfattr -h -n trusted.onLink -v l link; setfattr -n trusted.onFile -v file file");
   const Data value{'f', 'i', 'l', 'e'};
   EXPECT_EQ(*all(link, true), (Dictionary{{"trusted.both", value}}));
   EXPECT_EQ(*all(link, false), (Dictionary{{"trusted.both", value}, {"trusted.onFile", value}}));

@@ -1,54 +1,40 @@
 #include "filesystem/ItemMove.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <memory>
-#include <string>
 
-#include "platform/NativePlatform.h"
-#include "support/DeviceNumbers.h"
+#include "support/ItemFixture.h"
 #include "support/KillAtEveryCall.h"
 #include "support/Mounts.h"
-#include "support/ScratchFolder.h"
 
 namespace qrt {
 namespace {
 
 using test::Mount;
-
-/// What a shell command prints.
-std::string output(const std::string& command) {
-  const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-  std::string text;
-  char buffer[4096];
-  while (const auto count = fread(buffer, 1, sizeof buffer, pipe.get())) text.append(buffer, count);
-  return text;
-}
+using test::printed;
 
 /// Everything that a tree has, in words: types, modes, owners, times, sizes, links, contents,
 /// attributes with their lists of access rights (which XFS shows twice), flags.
 std::string description(const std::string& path) {
   const auto in = "cd '" + path + "' 2>/dev/null && ";
-  return output(in +
-                "find . '(' -type d -printf '%p %M %U %G %T@\\n' -o "
-                "-printf '%p %M %U %G %s %T@ %l %n\\n' ')' | LC_ALL=C sort") +
-         output(in + "find . -type f -exec sha1sum {} + | LC_ALL=C sort") +
-         output(in +
-                "find . | LC_ALL=C sort | xargs -d '\\n' getfattr -h -d -m - -e hex 2>&1 | grep -v "
-                "^trusted.SGI_ACL_") +
-         output(in +
-                "find . -type f -o -type d | LC_ALL=C sort | xargs -d '\\n' lsattr -d 2>&1 | "
-                "awk '{gsub(/[^ia]/, \"\", $1); print}'");
+  return printed(in +
+                 "find . '(' -type d -printf '%p %M %U %G %T@\\n' -o "
+                 "-printf '%p %M %U %G %s %T@ %l %n\\n' ')' | LC_ALL=C sort") +
+         printed(in + "find . -type f -exec sha1sum {} + | LC_ALL=C sort") +
+         printed(
+             in +
+             "find . | LC_ALL=C sort | xargs -d '\\n' getfattr -h -d -m - -e hex 2>&1 | grep -v "
+             "^trusted.SGI_ACL_") +
+         printed(in +
+                 "find . -type f -o -type d | LC_ALL=C sort | xargs -d '\\n' lsattr -d 2>&1 | "
+                 "awk '{gsub(/[^ia]/, \"\", $1); print}'");
 }
 
-class ItemMoveTest : public testing::Test {
+class ItemMoveTest : public test::ItemFixture {
  protected:
   Outcome move(const std::string& from, const std::string& to) {
     return FileManager::moveItemAtPath(context_, from, to);
@@ -60,27 +46,16 @@ class ItemMoveTest : public testing::Test {
 
   /// A tree with one of everything; names relative to the scratch folder.
   void makeTree(const std::string& top) {
-    scratch_.folder(top);
-    scratch_.file(top + "/file", "contents");
+    scratch_.make("mkdir -p " + top + "/folder/empty; cd " + top +
+                  "; printf contents > file; printf deep > folder/deep; ln file folder/again;"
+                  "ln -s file link; ln -s nowhere dangling; ln -s loop loop;"
+                  "mkfifo -m 620 fifo; mknod -m 604 device c 1 3;"
+                  "chown 1000:2000 folder; chown -h 1001:2001 link; chown 1002:2002 file;"
+                  "chmod 6711 file; chmod 3770 folder; chmod 0 folder/deep");
     scratch_.file(top + "/" + std::string(255, 'n'), std::string(300000, 'x'));
     scratch_.file(top + "/not\xff utf\x80", "bytes");
-    scratch_.link(top + "/link", "file");
-    scratch_.link(top + "/dangling", "nowhere");
-    scratch_.link(top + "/loop", "loop");
-    scratch_.folder(top + "/folder");
-    scratch_.folder(top + "/folder/empty");
-    scratch_.file(top + "/folder/deep", "deep");
     const auto at = [&](const std::string& name) { return scratch_.path(top + "/" + name); };
-    ASSERT_EQ(::link(at("file").c_str(), at("folder/again").c_str()), 0);
-    ASSERT_EQ(mkfifo(at("fifo").c_str(), 0620), 0);
-    ASSERT_EQ(mknod(at("device").c_str(), S_IFCHR | 0604, makedev(1, 3)), 0);
     ASSERT_EQ(mknod(at("socket").c_str(), S_IFSOCK | 0666, 0), 0);
-    ASSERT_EQ(chown(at("folder").c_str(), 1000, 2000), 0);
-    ASSERT_EQ(lchown(at("link").c_str(), 1001, 2001), 0);
-    ASSERT_EQ(chown(at("file").c_str(), 1002, 2002), 0);
-    ASSERT_EQ(chmod(at("file").c_str(), 06711), 0);
-    ASSERT_EQ(chmod(at("folder").c_str(), 03770), 0);
-    ASSERT_EQ(chmod(at("folder/deep").c_str(), 0), 0);
     const timespec times[] = {{1000000001, 123456789}, {1000000002, 987654321}};
     for (const char* name : {"folder/deep", "folder/empty", "link", "fifo", "folder", ""}) {
       ASSERT_EQ(utimensat(AT_FDCWD, at(name).c_str(), times, AT_SYMLINK_NOFOLLOW), 0) << name;
@@ -88,36 +63,13 @@ class ItemMoveTest : public testing::Test {
   }
 
   void addAttributes(const std::string& top) {
-    const auto set = [&](const std::string& name, const std::string& value,
-                         const std::string& object) {
-      return test::run({"setfattr", "-h", "-n", name, "-v", value, scratch_.path(top + object)});
-    };
-    EXPECT_TRUE(set("trusted.label", "t", "/link"));
-    EXPECT_TRUE(test::run(
-        {"setfacl", "-m", "u:1234:rwx,d:u:1234:rwx", scratch_.path(top + "/folder/empty")}));
-    // Memory keeps these on newer kernels only.
-    set("user.note", "text", "/file") && set("user.empty", "", "/folder");
+    scratch_.make("cd " + top +
+                  "; setfattr -h -n trusted.label -v t link;"
+                  "setfacl -m u:1234:rwx,d:u:1234:rwx folder/empty;"
+                  // Memory keeps these on newer kernels only.
+                  "setfattr -n user.note -v text file && setfattr -n user.empty folder || true");
   }
-
-  test::ScratchFolder scratch_;
-  const NativePlatform platform_;
-  const ItemContext context_{platform_.facilities()};
 };
-
-TEST_F(ItemMoveTest, OnOneVolumeTheObjectItselfMoves) {
-  const auto link = scratch_.link("link", "nowhere");
-  scratch_.folder("folder");
-  scratch_.file("folder/file");
-  struct stat before {};
-  ASSERT_EQ(stat(scratch_.path("folder").c_str(), &before), 0);
-  EXPECT_EQ(move(link, scratch_.path("moved")), success);
-  EXPECT_EQ(move(scratch_.path("folder/"), scratch_.path("other/")), success);
-  struct stat after {};
-  ASSERT_EQ(stat(scratch_.path("other").c_str(), &after), 0);
-  EXPECT_EQ(before.st_ino, after.st_ino);
-  EXPECT_TRUE(test::exists(scratch_.path("moved")));
-  EXPECT_FALSE(test::exists(link));
-}
 
 TEST_F(ItemMoveTest, RefusalsChangeNothingAndSayWhy) {
   const auto file = scratch_.file("file");
@@ -169,8 +121,8 @@ TEST_P(VolumeMoveTest, EverythingArrivesAndComesBack) {
 
   ASSERT_EQ(move(there, scratch_.path("tree")), success);
   EXPECT_EQ(description(scratch_.path("tree")), before);
-  EXPECT_EQ(output("getfattr -R -h -d -m SGI '" + scratch_.path("tree") + "'"), "");
-  EXPECT_EQ(output("ls -A '" + scratch_.path("volume") + "' | grep -v lost+found"), "");
+  EXPECT_EQ(printed("getfattr -R -h -d -m SGI '" + scratch_.path("tree") + "'"), "");
+  EXPECT_EQ(printed("ls -A '" + scratch_.path("volume") + "' | grep -v lost+found"), "");
 }
 
 INSTANTIATE_TEST_SUITE_P(Volumes, VolumeMoveTest,
@@ -184,7 +136,7 @@ class AcrossTest : public ItemMoveTest {
     if (!mount_.isMounted()) GTEST_SKIP() << "needs the right to mount";
   }
 
-  bool isVolumeEmpty() { return output("ls -A '" + scratch_.path("volume") + "'").empty(); }
+  bool isVolumeEmpty() { return printed("ls -A '" + scratch_.path("volume") + "'").empty(); }
 
   Mount mount_;
 };
@@ -227,8 +179,7 @@ TEST_F(AcrossTest, AFullVolumeKeepsTheOldTreeAndNothingOfTheNew) {
 }
 
 TEST_F(AcrossTest, WhatCouldNotBeRemovedIsNotCopied) {
-  scratch_.folder("tree");
-  scratch_.folder("tree/inner");
+  scratch_.make("mkdir -p tree/inner");
   const auto to = scratch_.path("volume/tree");
   {
     const Mount inner(Mount::Kind::memory, scratch_.path("tree/inner"));
@@ -236,7 +187,7 @@ TEST_F(AcrossTest, WhatCouldNotBeRemovedIsNotCopied) {
     EXPECT_EQ(causeOf(move(scratch_.path("tree"), to)), number(PosixCode::busy));
     EXPECT_EQ(causeOf(move(scratch_.path("tree"), scratch_.path("tree/inner/tree"))),
               number(PosixCode::busy));
-    EXPECT_EQ(output("ls -A '" + scratch_.path("tree/inner") + "'"), "file\n");
+    EXPECT_EQ(printed("ls -A '" + scratch_.path("tree/inner") + "'"), "file\n");
   }
   if (!scratch_.changeFlags("tree", "+i")) GTEST_SKIP() << "needs the right to set flags";
   EXPECT_EQ(move(scratch_.path("tree"), to)->code, 513);
@@ -247,30 +198,27 @@ TEST_F(AcrossTest, ATakenPathStaysAsItIs) {
   scratch_.file("file", "old");
   scratch_.link("volume/link", "nowhere");
   EXPECT_EQ(move(scratch_.path("file"), scratch_.path("volume/link"))->code, 516);
-  EXPECT_EQ(output("ls -A '" + scratch_.path("volume") + "'"), "link\n");
+  EXPECT_EQ(printed("ls -A '" + scratch_.path("volume") + "'"), "link\n");
   EXPECT_TRUE(test::exists(scratch_.path("file")));
 }
 
 TEST_F(AcrossTest, ACompleteTreeIsAtOneOfThePathsWheneverTheProcessIsKilled) {
-  const auto from = scratch_.path("tree");
-  const auto to = scratch_.path("volume/tree");
-  std::string before;
+  const auto from = scratch_.path("tree"), to = scratch_.path("volume/tree");
+  const auto treeAt = [](const std::string& path) {
+    return printed("cd '" + path +
+                   "' 2>/dev/null && find . -printf '%p %M\\n' -type f -exec cat {} +");
+  };
+  const auto make = [&] {
+    scratch_.make(
+        "rm -rf tree volume/tree; mkdir -p tree/folder; printf contents > tree/folder/file;"
+        "chmod 604 tree/folder/file");
+  };
+  make();
+  const auto before = treeAt(from);
   const auto kills = test::killAtEveryCall(
-      [&] {
-        test::run({"rm", "-rf", from, to});
-        scratch_.folder("tree");
-        scratch_.folder("tree/folder");
-        scratch_.file("tree/folder/file", "contents");
-        ASSERT_EQ(chmod(scratch_.path("tree/folder/file").c_str(), 0604), 0);
-        before = output("cd '" + from + "' && find . -printf '%p %M\\n' -type f -exec cat {} +");
-      },
-      [&] { (void)move(from, to); },
+      make, [&] { (void)move(from, to); },
       [&](int stop) {
-        const auto at = [](const std::string& path) {
-          return output("cd '" + path +
-                        "' 2>/dev/null && find . -printf '%p %M\\n' -type f -exec cat {} +");
-        };
-        EXPECT_TRUE(at(from) == before || at(to) == before) << "killed at stop " << stop;
+        EXPECT_TRUE(treeAt(from) == before || treeAt(to) == before) << "killed at stop " << stop;
       });
   EXPECT_GT(kills, 60);
 }

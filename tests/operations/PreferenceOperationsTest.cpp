@@ -1,14 +1,10 @@
 #include "operations/PreferenceOperations.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <chrono>
 
 #include "platform/NativePlatform.h"
 #include "platform/Platform.h"
 #include "platform/Preferences.h"
-#include "support/ScratchFolder.h"
 
 namespace qrt {
 namespace {
@@ -72,19 +68,6 @@ TEST_F(PreferenceOperations, SelectorsStandForWhatTheyName) {
   }
 }
 
-TEST_F(PreferenceOperations, TheTextIsAPropertyListAndEmptyTextRemoves) {
-  const std::pair<const char*, std::optional<PropertyValue>> cases[] = {
-      {"", std::nullopt},
-      {"plain", "plain"},
-      {"(1, {a = b;})", Array{"1", Dictionary{{"a", "b"}}}},
-      {"<plist><integer>5</integer></plist>", 5},
-  };
-  for (const auto& [text, value] : cases) {
-    EXPECT_FALSE(modify({"k", "app", "ann", "box", text}));
-    EXPECT_EQ(preferences.lastValue, value) << text;
-  }
-}
-
 TEST_F(PreferenceOperations, IncompleteRequestsAndBadTextsAreInvalid) {
   for (const Array& arguments :
        {Array{"", "app", "ann", "box", "1"}, Array{"k", "", "ann", "box", "1"},
@@ -98,39 +81,6 @@ TEST_F(PreferenceOperations, IncompleteRequestsAndBadTextsAreInvalid) {
   EXPECT_EQ(cause->domain, "NSCocoaErrorDomain");
   EXPECT_EQ(cause->code, 3840);
   EXPECT_TRUE(preferences.calls.empty());
-}
-
-TEST_F(PreferenceOperations, AMebibyteOfHostileTextIsRefusedAtOnce) {
-  constexpr std::size_t mebibyte = 1 << 20;
-  std::string xml = "<plist>";
-  while (xml.size() < mebibyte) xml += "<array>";
-  std::string entities = "<?xml version=\"1.0\"?><!DOCTYPE plist [<!ENTITY a \"aaaaaaaaaa\">";
-  for (char c = 'b'; c <= 'z'; ++c) {
-    entities += std::string("<!ENTITY ") + c + " \"";
-    for (int i = 0; i < 10; ++i) entities += std::string("&") + static_cast<char>(c - 1) + ";";
-    entities += "\">";
-  }
-  entities += "]><plist><string>&z;</string></plist>";
-  entities.resize(mebibyte, ' ');
-  const std::string texts[] = {std::string(mebibyte, '('),
-                               std::string(mebibyte, '{'),
-                               xml,
-                               entities,
-                               "<plist><string>&#0;</string></plist>",
-                               "bplist00" + std::string(mebibyte, '\x01')};
-  for (const auto& text : texts) {
-    const auto start = std::chrono::steady_clock::now();
-    const auto failure = modify({"k", "app", "ann", "box", text});
-    const auto time = std::chrono::steady_clock::now() - start;
-    ASSERT_TRUE(failure && isPosixError(*failure, PosixCode::invalidArgument))
-        << text.substr(0, 20);
-    EXPECT_TRUE(failure->userInfo.contains("NSUnderlyingError"));
-#if defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    EXPECT_LT(time, std::chrono::milliseconds(100)) << text.substr(0, 20);
-#else
-    (void)time;
-#endif
-  }
 }
 
 TEST_F(PreferenceOperations, WhatIsNotStoredIsCodeTen) {

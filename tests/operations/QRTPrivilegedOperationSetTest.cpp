@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-
+#include "operations/OperationCatalogue.h"
 #include "operations/OperationSetFactories.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "support/FakeAuthority.h"
@@ -12,8 +11,102 @@
 namespace qrt {
 namespace {
 
+TEST(OperationCatalogue, IsTheContractThatClientsWereBuiltWith) {
+  using Codes = std::vector<std::uint64_t>;
+  Codes codes, withoutPassword, withProgress, withOutput;
+  std::string identifiers;
+  for (const auto* record = privilegedOperationCatalogue; record->code != 9999; ++record) {
+    codes.push_back(record->code);
+    identifiers += std::string(record->identifier) + " ";
+    EXPECT_LE(record->authenticationPolicy, 1u);
+    if (record->authenticationPolicy == 0) withoutPassword.push_back(record->code);
+    if (record->capabilities.progressFeedback) withProgress.push_back(record->code);
+    if (record->capabilities.liveOutput) withOutput.push_back(record->code);
+    // One sentence that the prompt can show as it is.
+    const std::string presentation = record->userPresentation;
+    EXPECT_TRUE(presentation.starts_with("Corvexa likes to ") && presentation.ends_with("."));
+  }
+  Codes expected{9998, 9997, 9996, 9995, 9994};
+  for (std::uint64_t code = 0; code <= 27; ++code) expected.push_back(code);
+  EXPECT_EQ(codes, expected);
+  EXPECT_EQ(withoutPassword, (Codes{9998, 9997}));
+  EXPECT_EQ(withProgress, (Codes{3, 4, 10, 11, 12, 13, 21}));
+  EXPECT_EQ(withOutput, (Codes{22, 25}));
+  EXPECT_EQ(identifiers,
+            "nop discard-auth delete-files prepare-uninstall perform-uninstall modify-systemfile "
+            "create-fileobject rename-fileobject delete-fileobjects delete-foldercontents "
+            "inspect-fileobject touch-fileobject modify-protection modify-hfsattr create-link "
+            "search-agedfiles search-filenames search-patterns search-fileorphans "
+            "inspect-storagesize modify-kernelsetting modify-nvram modify-preferences "
+            "modify-sysconf signal-process modify-acl prop-permissions execute-utility "
+            "enable-ipvsix rename-stashfolder create-installmedia erase-diskblocks "
+            "write-smcvalue ");
+}
+
+using Capabilities = QRTPrivilegedOperationStaticDescription::Capabilities;
+
+TEST(QRTPrivilegedOperation, AcceptsOnlyConsistentRecords) {
+  enum Fate { accepted, refused, refusedAndLogged };
+  const Capabilities none, progress{.progressFeedback = true},
+      both{.progressFeedback = true, .liveOutput = true};
+  const std::pair<QRTPrivilegedOperationStaticDescription, Fate> cases[] = {
+      {{7, "a-b", 1, none, 2, "SN", "Text."}, accepted},
+      {{7, "a", 0, none, 0, "", "Text."}, accepted},
+      {{7, "a", 2, progress, NSNotFound, nullptr, "Text."}, accepted},
+      {{7, nullptr, 1, none, 0, nullptr, "Text."}, refused},
+      {{7, "a", 1, none, 0, nullptr, nullptr}, refused},
+      {{7, "a", 3, none, 0, nullptr, "Text."}, refused},
+      {{7, "a", 1, none, 0, "S", "Text."}, refusedAndLogged},
+      {{7, "a", 1, none, 1, nullptr, "Text."}, refusedAndLogged},
+      {{7, "a", 1, none, NSNotFound, "S", "Text."}, refusedAndLogged},
+      {{7, "a", 1, both, 0, nullptr, "Text."}, refusedAndLogged},
+      {{7, "a", 1, none, 0, nullptr, ""}, refusedAndLogged},
+  };
+  for (const auto& [record, fate] : cases) {
+    test::RecordingLog log;
+    EXPECT_EQ(QRTPrivilegedOperation::initWithStaticDescription(record, log).has_value(),
+              fate == accepted);
+    if (fate != refusedAndLogged) {
+      EXPECT_TRUE(log.lines().empty());
+      continue;
+    }
+    EXPECT_EQ(log.texts(), std::vector<std::string>{
+                               "(null): implementation error - static description with code 7 "
+                               "contains inconsistent data and was not accepted."});
+  }
+}
+
+TEST(QRTPrivilegedOperation, PoliciesAreRightDefinitions) {
+  const auto isPolicy = [](const PropertyValue& policy) {
+    return QRTPrivilegedOperation::initWithIdentifier("a", policy, false, false, 0, {}, "Text.")
+        .has_value();
+  };
+  EXPECT_TRUE(isPolicy("rule") && isPolicy(Dictionary{{"rule", "default"}}));
+  const auto named =
+      QRTPrivilegedOperation::initWithIdentifier("a", "allow", false, false, 0, {}, "Text.");
+  EXPECT_EQ(named->authenticationRightNameForImplementationIdentifier(""), std::nullopt);
+  EXPECT_FALSE(isPolicy("") || isPolicy(Dictionary()) || isPolicy(1));
+}
+
+TEST(QRTPrivilegedOperation, StemsKeepLettersAndCapitalizeWords) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"delete-foldercontents", "DeleteFoldercontents"},
+      {"enable-ipvsix", "EnableIpvsix"},
+      {"1a-2bC", "ABc"},
+      {"x_y.z", "Xyz"},
+      {"gr\xc3\xb6\xc3\x9f"
+       "e-b",
+       "GreB"},
+      {"42", ""},
+  };
+  for (const auto& [identifier, stem] : cases) {
+    const auto operation =
+        QRTPrivilegedOperation::initWithIdentifier(identifier, "allow", false, false, 0, {}, "T.");
+    EXPECT_EQ(operation->operationIdentifierForExecutionSelector(), stem) << identifier;
+  }
+}
+
 using test::FakeAuthority;
-using Environment = QRTPrivilegedOperationSet::OwnedAuthorizationEnvironment;
 
 constexpr QRTPrivilegedOperationStaticDescription small[] = {
     {1, "first", 0, {}, 0, nullptr, "First."},
@@ -32,33 +125,9 @@ class QRTPrivilegedOperationSetTest : public testing::Test {
   void SetUp() override { authority.takeCalls(); }
 };
 
-TEST_F(QRTPrivilegedOperationSetTest, LeavesOutWhatIsInconsistent) {
-  EXPECT_EQ(set.opIdentifiersByCode(),
-            (QRTPrivilegedOperationSet::OpIdentifiersByCode{{1, "first"}, {3, "third-one"}}));
-  EXPECT_EQ(set.implementedOperations().size(), 2u);
-  EXPECT_EQ(log.lines().size(), 1u);
-}
-
-TEST_F(QRTPrivilegedOperationSetTest, TheFirstRecordIsAlwaysProcessed) {
-  constexpr QRTPrivilegedOperationStaticDescription odd[] = {
-      {endOfCatalogue, "odd", 0, {}, 0, nullptr, "Odd."}, small[3]};
-  const QRTPrivilegedOperationSetVK2 oddSet(log, authority, odd);
-  EXPECT_EQ(oddSet.opIdentifiersByCode().at(9999), "odd");
-}
-
-TEST_F(QRTPrivilegedOperationSetTest, NamesAndVersion) {
-  EXPECT_EQ(set.implementationCode(), "vk2");
-  EXPECT_EQ(set.implementationVersion(), "1.6");
-  EXPECT_EQ(set.serviceIdentifierForHelper(), "com.vantor.system.privilegedhelper-vk2");
-  EXPECT_EQ(set.nameOfXPCRequestorForHelper(), "com.vantor.xpc.privilegerequestor-vk2");
-  EXPECT_EQ(set.minimumHelperVersionImplementingSelfUninstall(), 1.5f);
-  EXPECT_EQ(set.QRTPrivilegedOperationSet::minimumHelperVersionImplementingSelfUninstall(), 1.0f);
-  EXPECT_EQ(set.authorizationRightNameForOperationWithIdentifier("first"), "com.vantor.vk2.first");
-  EXPECT_EQ(set.authorizationRightNameForOperationWithIdentifier("broken"), std::nullopt);
-  EXPECT_EQ(set.errorForAuthorizationServicesFailure().code, 87654321);
-}
-
 TEST_F(QRTPrivilegedOperationSetTest, CodesOfOperations) {
+  EXPECT_EQ(set.authorizationRightNameForOperationWithIdentifier("broken"), std::nullopt);
+  EXPECT_EQ(set.nameOfXPCRequestorForHelper(), "com.vantor.xpc.privilegerequestor-vk2");
   EXPECT_EQ(set.opCodeForOperation(&set.implementedOperations().at("third-one")), 3u);
   EXPECT_EQ(set.opCodeForOperation(nullptr), 0x7fffffffffffffffu);
   const auto stranger =
@@ -79,18 +148,6 @@ TEST_F(QRTPrivilegedOperationSetTest, InstallsOnlyRightsThatAreMissing) {
 
   set.setAuthorizationRightsForImplementedOperationsUsingAuthorization(authorization.get());
   EXPECT_TRUE(authority.calls().empty());
-}
-
-TEST_F(QRTPrivilegedOperationSetTest, LeavesRightsAloneWhenTheDatabaseAnswersOtherwise) {
-  authority.rightGetStatuses = {{"com.vantor.vk2.first", AuthorizationStatus::internal}};
-  set.setAuthorizationRightsForImplementedOperationsUsingAuthorization(authorization.get());
-  EXPECT_EQ(authority.rights().size(), 1u);
-  authority.takeCalls();
-
-  set.removeAuthorizationRightsForImplementedOperationsUsingAuthorization(*authorization);
-  EXPECT_EQ(authority.calls(),
-            (std::vector<FakeAuthority::Call>{{"rightRemove", "com.vantor.vk2.third-one"}}));
-  EXPECT_TRUE(authority.rights().empty());
 }
 
 TEST_F(QRTPrivilegedOperationSetTest, GoesOnAfterARightThatIsRefused) {
@@ -116,27 +173,6 @@ TEST_F(QRTPrivilegedOperationSetTest, GoesOnAfterARightThatIsRefused) {
                                 "'com.vantor.vk2.first'!"}}));
 }
 
-TEST(AuthorizationEnvironment, HoldsAnItemForEachTextThatIsNotEmpty) {
-  using Items = std::vector<FakeAuthority::Item>;
-  const std::string zero(1, '\0');
-  const auto itemsOf = [](const Environment& environment) {
-    Items items;
-    for (std::uint32_t i = 0; i < environment->count; ++i) {
-      const auto& item = environment->items[i];
-      EXPECT_EQ(item.flags, 0u);
-      items.push_back({item.name, {static_cast<const char*>(item.value), item.valueLength}});
-    }
-    return items;
-  };
-  const auto make = QRTPrivilegedOperationSet::createAuthorizationEnvironmentForRightPrompt;
-  EXPECT_EQ(itemsOf(make("Really?", "/icon.png")),
-            (Items{{"prompt", "Really?" + zero}, {"icon", "/icon.png" + zero}}));
-  EXPECT_EQ(itemsOf(make("", "/icon.png")), (Items{{"icon", "/icon.png" + zero}}));
-  const auto empty = make("", "");
-  EXPECT_EQ(empty->count, 0u);
-  EXPECT_EQ(empty->items, nullptr);
-}
-
 TEST(AuthorizationEnvironment, FreesWhatIsThere) {
   const auto freeEnvironment = QRTPrivilegedOperationSet::freeAuthorizationEnvironment;
   freeEnvironment(nullptr);
@@ -150,27 +186,6 @@ TEST(OperationSetFactories, KnowThePrincipalClass) {
   EXPECT_EQ(operationSetFactoryForClass("NSObject"), nullptr);
   EXPECT_EQ(operationSetFactoryForClass(""), nullptr);
   EXPECT_NE(operationSetFactoryForClass("QRTPrivilegedOperationSetVK2"), nullptr);
-}
-
-TEST(OperationSetFactories, TheProcessHasOneSet) {
-  static test::RecordingLog log;
-  static FakeAuthority authority;
-  const auto factory = operationSetFactoryForClass("QRTPrivilegedOperationSetVK2");
-  std::vector<QRTPrivilegedOperationSet*> seen(8);
-  std::vector<std::thread> threads;
-  for (auto& slot : seen) {
-    threads.emplace_back([&slot, factory] {
-      slot = &QRTPrivilegedOperationSet::privilegedOperationSet(factory, log, authority);
-    });
-  }
-  for (auto& thread : threads) thread.join();
-  const auto neverCalled = [](Log&, Authority&) -> std::unique_ptr<QRTPrivilegedOperationSet> {
-    ADD_FAILURE() << "a second set was made";
-    return nullptr;
-  };
-  seen.push_back(&QRTPrivilegedOperationSet::privilegedOperationSet(neverCalled, log, authority));
-  EXPECT_EQ(std::count(seen.begin(), seen.end(), seen.front()), 9);
-  EXPECT_EQ(seen.front()->implementationVersion(), "1.6");
 }
 
 }  // namespace

@@ -20,46 +20,39 @@ class RecordingConfiguration : public SystemConfiguration {
   std::unique_ptr<SystemConfigurationPreferences> open(const std::string& clientName,
                                                        const std::string& identifier) override {
     if (!take("open " + clientName + "/" + identifier)) return nullptr;
-    return std::make_unique<Session>(*this);
+    return std::make_unique<Session>([this](const std::string& step) { return take(step); });
   }
 
  private:
+  using Take = std::function<bool(const std::string&)>;
+
   bool take(const std::string& step) {
     steps.push_back(step);
     return failingStep.empty() || !step.starts_with(failingStep);
   }
 
-  class Service : public NetworkService {
-   public:
-    explicit Service(RecordingConfiguration& owner) : owner_(owner) {}
-    bool supportsIPv6() const override { return owner_.take("protocol"); }
-    bool setIPv6Enabled(bool isEnabled) override {
-      return owner_.take(isEnabled ? "enable" : "disable");
-    }
-
-   private:
-    RecordingConfiguration& owner_;
+  struct Service : NetworkService {
+    Take take;
+    explicit Service(Take itsTake) : take(std::move(itsTake)) {}
+    bool supportsIPv6() const override { return take("protocol"); }
+    bool setIPv6Enabled(bool isEnabled) override { return take(isEnabled ? "enable" : "disable"); }
   };
 
-  class Session : public SystemConfigurationPreferences {
-   public:
-    explicit Session(RecordingConfiguration& owner) : owner_(owner) {}
-    ~Session() override { owner_.take("close"); }
-    bool lock() override { return owner_.take("lock"); }
-    void unlock() override { owner_.take("unlock"); }
+  struct Session : SystemConfigurationPreferences {
+    Take take;
+    explicit Session(Take itsTake) : take(std::move(itsTake)) {}
+    ~Session() override { take("close"); }
+    bool lock() override { return take("lock"); }
+    void unlock() override { take("unlock"); }
     bool setValue(const std::string& key, const PropertyValue& value) override {
-      return owner_.take("set " + key + "=" + *value.string());
+      return take("set " + key + "=" + *value.string());
     }
-    bool removeValue(const std::string& key) override { return owner_.take("remove " + key); }
+    bool removeValue(const std::string& key) override { return take("remove " + key); }
     std::unique_ptr<NetworkService> networkService(const std::string& identifier) override {
-      if (!owner_.take("service " + identifier)) return nullptr;
-      return std::make_unique<Service>(owner_);
+      return take("service " + identifier) ? std::make_unique<Service>(take) : nullptr;
     }
-    bool applyChanges() override { return owner_.take("apply"); }
-    bool commitChanges() override { return owner_.take("commit"); }
-
-   private:
-    RecordingConfiguration& owner_;
+    bool applyChanges() override { return take("apply"); }
+    bool commitChanges() override { return take("commit"); }
   };
 };
 
@@ -82,6 +75,14 @@ class SystemConfigurationOperations : public testing::Test {
   Steps takeSteps(std::string failingStep = {}) {
     configuration.failingStep = std::move(failingStep);
     return std::exchange(configuration.steps, {});
+  }
+
+  /// What is done when the step of that number fails.
+  static Steps stepsUpTo(std::size_t failed, Steps all) {
+    all.resize(failed + 1);
+    if (failed > 1) all.push_back("unlock");
+    if (failed > 0) all.push_back("close");
+    return all;
   }
 
   const NativePlatform native;
@@ -107,23 +108,13 @@ TEST_F(SystemConfigurationOperations, AFailedStepEndsTheChangeOfAValue) {
        {"NSLocalizedRecoverySuggestion",
         "The operating system was unable to change a preference setting in the system "
         "configuration. The reason is unknown."}}};
-  const struct {
-    const char* step;
-    Error failure;
-    Steps steps;
-  } cases[] = {
-      {"open", unknownReason, {"open me/"}},
-      {"lock", posixError(PosixCode::busy), {"open me/", "lock", "close"}},
-      {"set", unknownReason, {"open me/", "lock", "set key=value", "unlock", "close"}},
-      {"apply", unknownReason, {"open me/", "lock", "set key=value", "apply", "unlock", "close"}},
-      {"commit",
-       unknownReason,
-       {"open me/", "lock", "set key=value", "apply", "commit", "unlock", "close"}},
-  };
-  for (const auto& c : cases) {
-    takeSteps(c.step);
-    EXPECT_EQ(modify({"me", "", "key", "value"}), c.failure) << c.step;
-    EXPECT_EQ(takeSteps(), c.steps);
+  const Steps all{"open me/", "lock", "set key=value", "apply", "commit"};
+  const char* const failing[] = {"open", "lock", "set", "apply", "commit"};
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    takeSteps(failing[i]);
+    EXPECT_EQ(modify({"me", "", "key", "value"}),
+              i == 1 ? posixError(PosixCode::busy) : unknownReason);
+    EXPECT_EQ(takeSteps(), stepsUpTo(i, all));
   }
   EXPECT_EQ(modify({"", "", "key", "value"}), posixError(PosixCode::invalidArgument));
   EXPECT_EQ(modify({"me", "", "", "value"}), posixError(PosixCode::invalidArgument));
@@ -147,34 +138,26 @@ TEST_F(SystemConfigurationOperations, IPv6IsSwitchedAsTheNumberSays) {
 }
 
 TEST_F(SystemConfigurationOperations, AFailedStepEndsTheSwitchAndIsLogged) {
-  const struct {
-    const char* step;
-    Error failure;
-    const char* line;
-  } cases[] = {
-      {"open", preferenceSettingError(), nullptr},
-      {"lock", posixError(PosixCode::busy), "Network preferences locked by other application."},
-      {"service", preferenceSettingError(),
-       "Network service with identifier 'eth0' doesn't exist."},
-      {"protocol", preferenceSettingError(),
-       "IPv6 protocol is not supported by selected network service."},
-      {"disable", preferenceSettingError(), nullptr},
-      {"apply", preferenceSettingError(), nullptr},
-      {"commit", preferenceSettingError(), nullptr},
+  const std::pair<const char*, const char*> cases[] = {
+      {"open", nullptr},
+      {"lock", "Network preferences locked by other application."},
+      {"service", "Network service with identifier 'eth0' doesn't exist."},
+      {"protocol", "IPv6 protocol is not supported by selected network service."},
+      {"disable", nullptr},
+      {"apply", nullptr},
+      {"commit", nullptr},
   };
   const Steps all{"open me/", "lock", "service eth0", "protocol", "disable", "apply", "commit"};
   std::size_t lines = 0;
   for (std::size_t i = 0; i < all.size(); ++i) {
-    const auto& c = cases[i];
-    takeSteps(c.step);
-    EXPECT_EQ(enable({"me", "eth0", 0}), c.failure) << c.step;
-    Steps expected(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(i) + 1);
-    if (i > 1) expected.push_back("unlock");
-    if (i > 0) expected.push_back("close");
-    EXPECT_EQ(takeSteps(), expected);
-    if (!c.line) continue;
-    ASSERT_EQ(log.lines().size(), ++lines) << c.step;
-    EXPECT_EQ(log.lines().back(), (test::RecordingLog::Line{LogLevel::error, c.line}));
+    const auto& [step, line] = cases[i];
+    takeSteps(step);
+    EXPECT_EQ(enable({"me", "eth0", 0}),
+              i == 1 ? posixError(PosixCode::busy) : preferenceSettingError());
+    EXPECT_EQ(takeSteps(), stepsUpTo(i, all));
+    if (!line) continue;
+    ASSERT_EQ(log.lines().size(), ++lines) << step;
+    EXPECT_EQ(log.lines().back(), (test::RecordingLog::Line{LogLevel::error, line}));
   }
   EXPECT_EQ(log.lines().size(), lines);
 }

@@ -1,9 +1,6 @@
 #include "operations/SystemSettings.h"
 
-#include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "platform/NativePlatform.h"
 #include "platform/Platform.h"
@@ -40,45 +37,20 @@ TEST_F(SystemSettings, KernelSettingsAreWritten) {
   EXPECT_EQ(modifyKernelSetting("kern.absent", 1), 2);
 }
 
-/// A child that waits for its end.
-class Child {
- public:
-  Child() {
-    if (identifier_ == 0) {
-      for (;;) pause();
-    }
-  }
-  ~Child() {
-    if (identifier_ > 0) kill(identifier_, SIGKILL), waitForEnd();
-  }
-
-  pid_t identifier() const { return identifier_; }
-  /// The signal that ended it.
-  int waitForEnd() {
-    int status = 0;
-    waitpid(identifier_, &status, 0);
-    identifier_ = -1;
-    return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-  }
-
- private:
-  pid_t identifier_ = fork();
-};
-
 TEST_F(SystemSettings, ASignalReachesTheProcess) {
-  Child child;
-  EXPECT_EQ(signalProcess(child.identifier(), 0), 0);
-  EXPECT_EQ(signalProcess(child.identifier(), 12345), 22);
-  EXPECT_EQ(signalProcess(child.identifier(), SIGUSR1), 0);
-  EXPECT_EQ(child.waitForEnd(), SIGUSR1);
-}
-
-TEST_F(SystemSettings, OnlyTheLow32BitsOfTheNumbersCount) {
-  Child child;
-  EXPECT_EQ(signalProcess((std::uint64_t{1} << 40) + static_cast<std::uint64_t>(child.identifier()),
-                          (std::int64_t{1} << 32) + SIGUSR2),
-            0);
-  EXPECT_EQ(child.waitForEnd(), SIGUSR2);
+  const pid_t child = fork();
+  if (child == 0) {
+    for (;;) pause();
+  }
+  EXPECT_EQ(signalProcess(child, 0), 0);
+  EXPECT_EQ(signalProcess(child, 12345), 22);
+  // Only the low 32 bits of the numbers count.
+  constexpr std::int64_t more = std::int64_t{1} << 32;
+  EXPECT_EQ(signalProcess(more + child, more + SIGUSR2), 0);
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, SIGUSR2);
+  EXPECT_EQ(signalProcess(child, 0), 3);
 }
 
 TEST_F(SystemSettings, GroupsAndEverybodyCannotBeAddressed) {
@@ -90,14 +62,6 @@ TEST_F(SystemSettings, GroupsAndEverybodyCannotBeAddressed) {
         PropertyValue(1e300), PropertyValue(false)}) {
     EXPECT_EQ(signalProcess(process, harmless), 22);
   }
-}
-
-TEST_F(SystemSettings, AProcessThatHasEndedIsUnknown) {
-  Child child;
-  const auto identifier = child.identifier();
-  kill(identifier, SIGKILL);
-  child.waitForEnd();
-  EXPECT_EQ(signalProcess(identifier, 0), 3);
 }
 
 }  // namespace

@@ -22,6 +22,6 @@ int main(int count, char** words) {
     return version ? 0 : 1;
   }
   const auto outcome = (*requestor)->perform("perform-uninstall", {process, words[1], words[2]});
-  // The helper is gone before it could reply.
-  return outcome && qrt::isConnectionFailure(*outcome) ? 0 : 1;
+  if (outcome) std::cerr << outcome->domain << " " << outcome->code << "\n";
+  return outcome ? 1 : 0;
 }

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <map>
 
 namespace qrt {
@@ -39,11 +38,6 @@ TEST(NativeError, IsTheContractOnTheHomePlatform) {
   }
 }
 #endif
-
-TEST(NativeError, LastErrorIsTheCallersErrno) {
-  errno = ENOTEMPTY;
-  EXPECT_EQ(lastError(), PosixCode::notEmpty);
-}
 
 }  // namespace
 }  // namespace qrt

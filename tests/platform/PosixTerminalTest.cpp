@@ -1,14 +1,10 @@
 #include "platform/posix/PosixTerminal.h"
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/ioctl.h>
-#include <unistd.h>
 
 #include <array>
-#include <string>
 #include <thread>
 
 #include "platform/FileDescriptor.h"

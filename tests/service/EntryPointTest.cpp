@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <set>
 #include <sstream>
 
 #include "ServiceDoubles.h"
@@ -18,15 +20,22 @@ class EntryPointTest : public testing::Test {
   Dictionary info_ = *doubles_.platform.propertyLists.parse(infoPropertyList).value().dictionary();
   std::ostringstream output_, error_;
 
+  /// Without a handler for one of the codes.
+  std::optional<std::uint64_t> forgotten_;
+
   int enter(std::vector<const char*> arguments) {
-    const EntryPoint entryPoint{doubles_.platform, info_, [](QRTPrivilegedOperationSet&) {},
-                                output_, error_};
+    const auto registerHandlers = [this](QRTPrivilegedOperationSet& set) {
+      set.handlers() = HandlerTable();
+      for (std::uint64_t code = 0; code <= 27; ++code) {
+        const std::set<std::uint64_t> withFeedback{3, 4, 10, 11, 12, 13, 21, 22, 25};
+        const auto name = set.nameOfSelectorForExecutionOfPrivilegedOperationWithCode(
+            code, withFeedback.contains(code));
+        const auto nothing = [](const Array&, FeedbackConnection*) -> Outcome { return success; };
+        if (code != forgotten_) set.handlers().add(name, nothing);
+      }
+    };
+    const EntryPoint entryPoint{doubles_.platform, info_, registerHandlers, output_, error_};
     return entryPoint.enter(arguments);
-  }
-  std::vector<std::string> logged() const {
-    std::vector<std::string> texts;
-    for (const auto& line : doubles_.log.lines()) texts.push_back(line.text);
-    return texts;
   }
 };
 
@@ -45,7 +54,7 @@ TEST_F(EntryPointTest, CommandLine) {
     EXPECT_EQ(output_.str(), c.output);
   }
   EXPECT_EQ(error_.str(), "");
-  EXPECT_TRUE(logged().empty());
+  EXPECT_TRUE(doubles_.log.texts().empty());
 }
 
 TEST_F(EntryPointTest, NeedsItsPrincipalClass) {
@@ -58,7 +67,7 @@ TEST_F(EntryPointTest, NeedsItsPrincipalClass) {
               "implemented.\n");
   }
   EXPECT_EQ(enter({"a", "b"}), 1);
-  EXPECT_TRUE(logged().empty());
+  EXPECT_TRUE(doubles_.log.texts().empty());
 }
 
 TEST_F(EntryPointTest, RefusesAnotherVersionAndAnotherUser) {
@@ -68,15 +77,34 @@ TEST_F(EntryPointTest, RefusesAnotherVersionAndAnotherUser) {
       "(1.6).";
   const std::string shutDown = "Privileged helper is shutting down.";
   EXPECT_EQ(enter({}), 1);
-  EXPECT_EQ(logged(), (std::vector{mismatch, shutDown}));
+  EXPECT_EQ(doubles_.log.texts(), (std::vector{mismatch, shutDown}));
   EXPECT_FALSE(doubles_.transport.served);
 
   doubles_.self.userID = 501;
   EXPECT_EQ(enter({}), 1);
   EXPECT_EQ(error_.str(), "This program needs root privileges.");
-  EXPECT_EQ(logged(), (std::vector<std::string>{mismatch, shutDown, mismatch,
-                                                "This program needs root privileges.", shutDown}));
+  EXPECT_EQ(doubles_.log.texts(),
+            (std::vector<std::string>{mismatch, shutDown, mismatch,
+                                      "This program needs root privileges.", shutDown}));
   EXPECT_TRUE(doubles_.transport.turnedAway);
+}
+
+TEST_F(EntryPointTest, RefusesToOfferWhatNothingPerforms) {
+  std::vector<std::string> expected;
+  for (const std::uint64_t code : {0, 12, 27}) {
+    forgotten_ = code;
+    EXPECT_EQ(enter({}), 1);
+    expected.push_back("Privileged operation " + std::to_string(code) + " has no implementation.");
+    expected.emplace_back("Privileged helper is shutting down.");
+    EXPECT_EQ(doubles_.log.texts(), expected);
+  }
+  EXPECT_FALSE(doubles_.transport.served);
+  EXPECT_TRUE(doubles_.transport.turnedAway);
+  // Whoever only asks for the version gets it, and another user is told that first.
+  EXPECT_EQ(enter({"v"}), 0);
+  doubles_.self.userID = 501;
+  EXPECT_EQ(enter({}), 1);
+  EXPECT_EQ(error_.str(), "This program needs root privileges.");
 }
 
 TEST_F(EntryPointTest, ServesOrSaysWhyItCannot) {

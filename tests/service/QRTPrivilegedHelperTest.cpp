@@ -76,18 +76,13 @@ TEST_F(QRTPrivilegedHelperTest, EndsWhenTheLastClientLeaves) {
   EXPECT_THROW(helper_.unregisterClientWithPID(43), test::Exited);
   EXPECT_TRUE(doubles_.transport.invalidated);
 
-  std::vector<std::string> told;
-  for (const auto& line : doubles_.log.lines()) told.push_back(line.text);
-  EXPECT_EQ(told, (std::vector<std::string>{
-                      "Activated helper version 1.6, implementing operation set 'vk2'.",
-                      "Beginning work for client 42.", "Beginning work for client 42.",
-                      "Beginning work for client 43.", "Finishing work for client 42.",
-                      "1 clients remaining.", "Finishing work for client 43.",
-                      "0 clients remaining.", "Terminating privileged helper."}));
-}
-
-TEST_F(QRTPrivilegedHelperTest, AnUnknownClientLeavingAnEmptyRegistryEndsItToo) {
-  EXPECT_THROW(helper_.unregisterClientWithPID(-7), test::Exited);
+  EXPECT_EQ(
+      doubles_.log.texts(),
+      (std::vector<std::string>{"Activated helper version 1.6, implementing operation set 'vk2'.",
+                                "Beginning work for client 42.", "Beginning work for client 42.",
+                                "Beginning work for client 43.", "Finishing work for client 42.",
+                                "1 clients remaining.", "Finishing work for client 43.",
+                                "0 clients remaining.", "Terminating privileged helper."}));
 }
 
 }  // namespace

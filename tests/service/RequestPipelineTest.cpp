@@ -7,6 +7,7 @@
 #include "operations/OperationException.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "protocol/FeedbackMessage.h"
+#include "service/AuthorizationCheck.h"
 #include "support/FakeAuthority.h"
 #include "support/FakeFeedback.h"
 #include "support/RecordingLog.h"
@@ -57,12 +58,6 @@ class RequestPipelineTest : public testing::Test {
          {operation_code::discardAuth, [](const Array&) -> Outcome { return success; }}});
     return pipeline.performPrivilegedOperation(code, Data(32, 7), endpoint, std::move(arguments));
   }
-
-  std::vector<std::string> logged() const {
-    std::vector<std::string> texts;
-    for (const auto& line : log_.lines()) texts.push_back(line.text);
-    return texts;
-  }
 };
 
 TEST_F(RequestPipelineTest, AnswersARequestInTheOrderOfItsSteps) {
@@ -85,6 +80,7 @@ TEST_F(RequestPipelineTest, AnswersARequestInTheOrderOfItsSteps) {
              {LogLevel::info, "Operation inspect-fileobject was completed with return code 0."}}));
   const auto calls = authority_.calls();
   ASSERT_EQ(calls.size(), 3u);
+  EXPECT_EQ(calls[1].rightName, "com.vantor.vk2.inspect-fileobject");
   EXPECT_EQ(calls[1].environment,
             (std::vector<FakeAuthority::Item>{{"prompt", std::string("May I?\0", 7)}}));
 }
@@ -124,37 +120,60 @@ TEST_F(RequestPipelineTest, RefusesWhatDoesNotFitTheCatalogue) {
 }
 
 TEST_F(RequestPipelineTest, AuthorizesBeforeItValidates) {
-  authority_.copyRightStatuses = {AuthorizationStatus::denied};
-  const auto outcome = perform(signalProcess, Array{"wrong"});
-  ASSERT_TRUE(outcome);
-  EXPECT_TRUE(isPosixError(*outcome, PosixCode::notPermitted));
-  EXPECT_EQ(log_.lines().back().text,
-            "Operation could not be authorized, rejected with error code 1.");
+  const auto asks = [&](AuthorizationStatus status) {
+    authority_.copyRightStatuses = {status};
+    return perform(signalProcess, Array{"wrong"});
+  };
+  EXPECT_EQ(asks(AuthorizationStatus::noError), posixError(PosixCode::invalidArgument));
+  EXPECT_EQ(asks(AuthorizationStatus::canceled), posixError(PosixCode::canceled));
+  EXPECT_EQ(asks(AuthorizationStatus::interactionNotAllowed), osStatusError(-60007));
+  EXPECT_THAT(log_.lines(),
+              testing::Contains(RecordingLog::Line{
+                  LogLevel::info,
+                  "Privileged helper received failure status -60007 during an attempt to "
+                  "interactively extend rights."}));
+  EXPECT_EQ(authority_.takeCalls().back().function, "free");
+  EXPECT_EQ(asks(AuthorizationStatus::denied), posixError(PosixCode::notPermitted));
+  EXPECT_EQ(log_.texts().back(), "Operation could not be authorized, rejected with error code 1.");
+}
+
+TEST_F(RequestPipelineTest, AFormThatIsNotAcceptedIsAFlawOfTheSystem) {
+  authority_.createFromExternalFormStatus = AuthorizationStatus::internalizeNotAllowed;
+  EXPECT_EQ(codeOf(perform(operation_code::nop, Array{})), 87654321);
+  const AuthorizationCheck check(operations_, authority_, log_);
+  EXPECT_EQ(check.checkAuthorization(Data(31), operation_code::nop, "", "", false),
+            posixError(PosixCode::invalidArgument));
+  EXPECT_EQ(check.checkAuthorization(Data(32), 4711, "", "", false),
+            posixError(PosixCode::invalidArgument));
+  EXPECT_THAT(log_.lines(),
+              testing::Contains(RecordingLog::Line{
+                  LogLevel::fault,
+                  "OS failure detected: valid authorization (07, 07, 07, 07, ...) not "
+                  "internalized, got ref 0x0 with error -60010."}));
 }
 
 TEST_F(RequestPipelineTest, FeedbackBeginsAndEndsAroundTheOperation) {
   handle("performOperationDeleteFileobjectsWithArguments:feedbackConnection:",
          recording(posixError(PosixCode::notEmpty)));
-  const auto outcome = perform(deleteFileobjects, Array{}, &feedback_);
-  EXPECT_EQ(codeOf(outcome), 66);
+  EXPECT_EQ(codeOf(perform(deleteFileobjects, Array{}, &feedback_)), 66);
   EXPECT_EQ(feedback_.messages,
             (std::vector<Dictionary>{progressMessage(0.0), progressMessage(0.5), finalMessage()}));
   EXPECT_TRUE(feedback_.suspended);
-  const auto lines = logged();
-  EXPECT_EQ(lines[1], "About to configure feedback protocol.");
-  EXPECT_EQ(lines[2], "About to open return connection for feedback (progress option 1).");
-  EXPECT_EQ(lines[3],
-            "Operation delete-fileobjects will be executed with feedback option enabled.");
-  EXPECT_EQ(lines[4], "Sending final feedback message.");
-  EXPECT_THAT(lines[5], testing::MatchesRegex("Suspending feedback connection 0x[0-9a-f]+."));
-  EXPECT_EQ(lines[6], "Operation delete-fileobjects was completed with return code 66.");
+  EXPECT_THAT(log_.texts(),
+              testing::ElementsAre(
+                  testing::_, "About to configure feedback protocol.",
+                  "About to open return connection for feedback (progress option 1).",
+                  "Operation delete-fileobjects will be executed with feedback option enabled.",
+                  "Sending final feedback message.",
+                  testing::MatchesRegex("Suspending feedback connection 0x[0-9a-f]+."),
+                  "Operation delete-fileobjects was completed with return code 66."));
 }
 
 TEST_F(RequestPipelineTest, LiveOutputBeginsWithTwoEmptyStreams) {
   handle("performOperationExecuteUtilityWithArguments:feedbackConnection:", recording());
   EXPECT_EQ(perform(executeUtility, Array{}, &feedback_), success);
   EXPECT_EQ(feedback_.messages.front(), initialOutputMessage());
-  EXPECT_EQ(logged()[2], "About to open return connection for feedback (progress option 0).");
+  EXPECT_EQ(log_.texts()[2], "About to open return connection for feedback (progress option 0).");
 }
 
 TEST_F(RequestPipelineTest, NoFeedbackForAnOperationWithoutAny) {
@@ -176,7 +195,7 @@ TEST_F(RequestPipelineTest, AnOperationWithoutHandlerIsNotImplemented) {
   // A handler of the other arity does not count.
   handle("performOperationSignalProcessWithArguments:feedbackConnection:", recording());
   EXPECT_EQ(codeOf(perform(signalProcess, Array{1, 2})), 78);
-  EXPECT_EQ(logged()[1],
+  EXPECT_EQ(log_.texts()[1],
             "Privileged operation signal-process could not be performed because no implementation "
             "found.");
 }
@@ -200,7 +219,7 @@ TEST_F(RequestPipelineTest, AnEscapedExceptionIsAnInterruption) {
     feedback_ = {};
     EXPECT_EQ(perform(deleteFileobjects, Array{}, &feedback_), posixError(PosixCode::interrupted));
     EXPECT_EQ(feedback_.messages.back(), finalMessage());
-    EXPECT_THAT(logged(), testing::Contains(std::string("The exception ") + c.told));
+    EXPECT_THAT(log_.texts(), testing::Contains(std::string("The exception ") + c.told));
   }
 }
 

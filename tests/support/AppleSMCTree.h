@@ -1,17 +1,13 @@
 // The files of the kernel's SMC driver, served from a table.
 #pragma once
 
-#include <fcntl.h>
 #include <linux/fuse.h>
 #include <sched.h>
 #include <sys/mount.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <cstring>
-#include <string>
 #include <thread>
 #include <variant>
 
@@ -57,9 +53,9 @@ class AppleSMCTree {
   /// A file's contents, or an errno.
   using Contents = std::variant<std::string, int>;
 
-  static constexpr const char* files[] = {"key_count",         "key_at_index",
-                                          "key_at_index_name", "key_at_index_type",
-                                          "key_at_index_data", "key_at_index_data_length"};
+  static constexpr std::string_view files[] = {"key_count",         "key_at_index",
+                                               "key_at_index_name", "key_at_index_type",
+                                               "key_at_index_data", "key_at_index_data_length"};
   static constexpr std::uint64_t firstFile = FUSE_ROOT_ID + 1;
 
   static std::string withoutNul(SMCCode code) {
@@ -69,7 +65,7 @@ class AppleSMCTree {
   }
 
   Contents contentsOf(std::uint64_t node) {
-    const std::string name = files[node - firstFile];
+    const auto name = files[node - firstFile];
     if (isJammed) return EIO;
     if (name == "key_count") return std::to_string(keys_.size()) + "\n";
     if (name == "key_at_index") return std::to_string(place_) + "\n";
@@ -104,14 +100,17 @@ class AppleSMCTree {
     return attributes;
   }
 
-  void answer(std::uint64_t request, int error, const void* bytes = nullptr, std::size_t size = 0) {
+  void answer(std::uint64_t request, int error, std::string_view body = {}) {
     fuse_out_header header{};
-    header.len = static_cast<std::uint32_t>(sizeof header + size);
+    header.len = static_cast<std::uint32_t>(sizeof header + body.size());
     header.error = -error;
     header.unique = request;
-    std::string message(reinterpret_cast<const char*>(&header), sizeof header);
-    if (size > 0) message.append(static_cast<const char*>(bytes), size);
+    const auto message = std::string(bytesOf(header)).append(body);
     if (write(device_, message.data(), message.size()) < 0) return;  // The asker has gone.
+  }
+  template <class T>
+  static std::string_view bytesOf(const T& record) {
+    return {reinterpret_cast<const char*>(&record), sizeof record};
   }
 
   void serve() {
@@ -130,42 +129,39 @@ class AppleSMCTree {
         out.major = FUSE_KERNEL_VERSION;
         out.minor = FUSE_KERNEL_MINOR_VERSION;
         out.max_write = 4096;
-        return answer(request, 0, &out, sizeof out);
+        return answer(request, 0, bytesOf(out));
       }
       case FUSE_GETATTR: {
         fuse_attr_out out{};
         out.attr = attributesOf(header.nodeid);
-        return answer(request, 0, &out, sizeof out);
+        return answer(request, 0, bytesOf(out));
       }
       case FUSE_LOOKUP: {
-        for (const auto& file : files) {
-          if (std::strcmp(file, body) != 0) continue;
-          fuse_entry_out out{};
-          out.nodeid = firstFile + static_cast<std::uint64_t>(&file - files);
-          out.attr = attributesOf(out.nodeid);
-          return answer(request, 0, &out, sizeof out);
-        }
-        return answer(request, ENOENT);
+        const auto* file = std::find(std::begin(files), std::end(files), std::string_view(body));
+        if (file == std::end(files)) return answer(request, ENOENT);
+        fuse_entry_out out{};
+        out.nodeid = firstFile + static_cast<std::uint64_t>(file - files);
+        out.attr = attributesOf(out.nodeid);
+        return answer(request, 0, bytesOf(out));
       }
       case FUSE_OPEN: {
         fuse_open_out out{};
         out.open_flags = FOPEN_DIRECT_IO;
-        return answer(request, 0, &out, sizeof out);
+        return answer(request, 0, bytesOf(out));
       }
       case FUSE_READ: {
-        const auto& in = *reinterpret_cast<const fuse_read_in*>(body);
-        if (in.offset > 0) return answer(request, 0);
+        if (reinterpret_cast<const fuse_read_in*>(body)->offset > 0) return answer(request, 0);
         const auto contents = contentsOf(header.nodeid);
-        if (const auto* error = std::get_if<int>(&contents)) return answer(request, *error);
-        const auto& text = std::get<std::string>(contents);
-        return answer(request, 0, text.data(), text.size());
+        const auto* error = std::get_if<int>(&contents);
+        return error ? answer(request, *error)
+                     : answer(request, 0, std::get<std::string>(contents));
       }
       case FUSE_WRITE: {
         const auto& in = *reinterpret_cast<const fuse_write_in*>(body);
-        const int error = moveTo(body + sizeof in, in.size);
         fuse_write_out out{};
         out.size = in.size;
-        return error ? answer(request, error) : answer(request, 0, &out, sizeof out);
+        const int error = moveTo(body + sizeof in, in.size);
+        return error ? answer(request, error) : answer(request, 0, bytesOf(out));
       }
       case FUSE_FLUSH:
       case FUSE_RELEASE:

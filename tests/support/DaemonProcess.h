@@ -34,6 +34,8 @@ class DaemonProcess {
   /// What the daemon has logged so far.
   std::string log() const;
   pid_t processID() const { return process_; }
+  /// In KiB, without the libraries that come in when they are first used.
+  long memory() const;
 
   /// Waits for the daemon to end by itself and returns its exit status; -1 after ten seconds or
   /// when a signal ended it.

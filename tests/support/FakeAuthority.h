@@ -3,7 +3,6 @@
 
 #include <deque>
 #include <map>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,8 +11,8 @@
 
 namespace qrt::test {
 
-/// Every call is recorded, in order; every status can be scripted. Set it up before other threads
-/// use it. Rights are kept in a map that stands for the database.
+/// Every call is recorded, in order; every status can be scripted. Rights are kept in a map that
+/// stands for the database.
 class FakeAuthority : public Authority {
  public:
   struct Item {
@@ -46,30 +45,22 @@ class FakeAuthority : public Authority {
   /// For rights whose look-up shall not depend on the database.
   std::map<std::string, AuthorizationStatus> rightGetStatuses;
 
-  std::vector<Call> calls() const { return locked(calls_); }
-  std::vector<Call> takeCalls() {
-    const std::lock_guard lock(mutex_);
-    return std::exchange(calls_, {});
-  }
-  std::map<std::string, Right> rights() const { return locked(rights_); }
-  AuthorizationExternalForm lastExternalForm() const { return locked(lastExternalForm_); }
+  const std::vector<Call>& calls() const { return calls_; }
+  std::vector<Call> takeCalls() { return std::exchange(calls_, {}); }
+  const std::map<std::string, Right>& rights() const { return rights_; }
 
   Result<std::unique_ptr<Authorization>, AuthorizationStatus> createFromExternalForm(
-      const AuthorizationExternalForm& form) override {
-    const std::lock_guard lock(mutex_);
+      const AuthorizationExternalForm&) override {
     calls_.push_back({"createFromExternalForm"});
-    lastExternalForm_ = form;
     return reference(createFromExternalFormStatus);
   }
 
   Result<std::unique_ptr<Authorization>, AuthorizationStatus> create() override {
-    const std::lock_guard lock(mutex_);
     calls_.push_back({"create"});
     return reference(createStatus);
   }
 
   AuthorizationStatus rightGet(const std::string& name) override {
-    const std::lock_guard lock(mutex_);
     if (const auto scripted = rightGetStatuses.find(name); scripted != rightGetStatuses.end()) {
       return scripted->second;
     }
@@ -79,7 +70,6 @@ class FakeAuthority : public Authority {
   AuthorizationStatus rightSet(Authorization&, const std::string& name,
                                const PropertyValue& definition, const std::string& description,
                                const std::string& localizationTable) override {
-    const std::lock_guard lock(mutex_);
     calls_.push_back({"rightSet", name});
     if (rightSetStatus == AuthorizationStatus::noError) {
       rights_.insert_or_assign(name, Right{definition, description, localizationTable});
@@ -88,7 +78,6 @@ class FakeAuthority : public Authority {
   }
 
   AuthorizationStatus rightRemove(Authorization&, const std::string& name) override {
-    const std::lock_guard lock(mutex_);
     calls_.push_back({"rightRemove", name});
     if (rightRemoveStatus == AuthorizationStatus::noError) rights_.erase(name);
     return rightRemoveStatus;
@@ -108,7 +97,6 @@ class FakeAuthority : public Authority {
         call.environment.push_back(
             {item.name, {static_cast<const char*>(item.value), item.valueLength}});
       }
-      const std::lock_guard lock(authority_.mutex_);
       authority_.calls_.push_back(std::move(call));
       auto& statuses = authority_.copyRightStatuses;
       if (statuses.empty()) return AuthorizationStatus::noError;
@@ -117,10 +105,7 @@ class FakeAuthority : public Authority {
       return status;
     }
 
-    void free(std::uint32_t flags) override {
-      const std::lock_guard lock(authority_.mutex_);
-      authority_.calls_.push_back({"free", {}, flags});
-    }
+    void free(std::uint32_t flags) override { authority_.calls_.push_back({"free", {}, flags}); }
 
    private:
     FakeAuthority& authority_;
@@ -132,16 +117,8 @@ class FakeAuthority : public Authority {
     return std::unique_ptr<Authorization>(std::make_unique<Reference>(*this));
   }
 
-  template <class T>
-  T locked(const T& value) const {
-    const std::lock_guard lock(mutex_);
-    return value;
-  }
-
-  mutable std::mutex mutex_;
   std::vector<Call> calls_;
   std::map<std::string, Right> rights_;
-  AuthorizationExternalForm lastExternalForm_{};
 };
 
 }  // namespace qrt::test

@@ -27,6 +27,11 @@ class RecordingLog : public Log {
     const std::lock_guard lock(mutex_);
     return lines_;
   }
+  std::vector<std::string> texts() const {
+    std::vector<std::string> texts;
+    for (const auto& line : lines()) texts.push_back(line.text);
+    return texts;
+  }
 
  private:
   mutable std::mutex mutex_;

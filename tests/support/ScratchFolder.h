@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -52,6 +53,22 @@ inline bool exists(const std::string& path) {
   return lstat(path.c_str(), &status) == 0;
 }
 
+/// What a shell command prints.
+inline std::string printed(const std::string& command) {
+  std::string text;
+  FILE* pipe = popen(command.c_str(), "r");
+  for (int c; (c = fgetc(pipe)) != EOF;) text.push_back(static_cast<char>(c));
+  pclose(pipe);
+  return text;
+}
+
+/// Of the object itself, also when it is a link.
+inline struct stat statusOf(const std::string& path) {
+  struct stat status {};
+  EXPECT_EQ(lstat(path.c_str(), &status), 0) << path;
+  return status;
+}
+
 /// Makes trees below a new folder; names are relative to it. Flags that were set through it are
 /// cleared before the folder goes, whatever became of the test.
 class ScratchFolder {
@@ -72,6 +89,10 @@ class ScratchFolder {
   const std::string& path() const { return path_; }
   std::string path(std::string_view name) const { return path_ + "/" + std::string(name); }
 
+  /// Makes what a shell script makes in the folder.
+  void make(const std::string& script) const {
+    EXPECT_TRUE(run({"sh", "-ec", "cd " + path_ + "; " + script})) << script;
+  }
   std::string folder(std::string_view name) const {
     EXPECT_EQ(mkdir(path(name).c_str(), 0755), 0) << name;
     return path(name);

@@ -4,6 +4,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 namespace qrt {
 namespace {
 
@@ -13,9 +15,9 @@ bool setGroupsOfThread(const std::vector<gid_t>& groups) {
 }
 
 std::vector<gid_t> groupsOfThread() {
-  const int count = getgroups(0, nullptr);
-  std::vector<gid_t> groups(static_cast<std::size_t>(count > 0 ? count : 0));
-  if (!groups.empty()) getgroups(count, groups.data());
+  const int count = std::max(getgroups(0, nullptr), 0);
+  std::vector<gid_t> groups(static_cast<std::size_t>(count));
+  groups.resize(static_cast<std::size_t>(std::max(getgroups(count, groups.data()), 0)));
   return groups;
 }
 

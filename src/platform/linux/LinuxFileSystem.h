@@ -14,6 +14,7 @@ class LinuxFileSystem : public PosixFileSystem {
   PosixResult<HeldObject> holdOpen(FileAt object) override;
   PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
                      std::uint32_t wanted) override;
+  PosixCode setPermissions(FileAt object, Links links, std::uint32_t permissions) override;
   PosixResult<Data> readFile(FileAt object, std::size_t limit) override;
   PosixCode createSpecialFile(FileAt object, FileAt model) override;
   PosixCode rename(FileAt object, FileAt newObject) override;

@@ -1,19 +1,28 @@
-#include <gtest/gtest.h>
-
-#include <thread>
-
-#include "hardware/QRTSystemManagementController.h"
 #include "platform/linux/LinuxSMCExchange.h"
-#include "support/AppleSMCTree.h"
-#include "support/RecordingLog.h"
+
+#include "hardware/SMCCode.h"
+#include "support/PlantedFile.h"
 
 namespace qrt {
 namespace {
 
+using std::string_literals::operator""s;
+
+/// The driver's files as plain ones: every place shows the same key.
 class SMCOnLinux : public testing::Test {
  protected:
-  void SetUp() override {
-    if (!tree.isMounted()) GTEST_SKIP() << "needs root and /dev/fuse";
+  SMCOnLinux() {
+    for (const auto& [name, contents] : {std::pair("count", "3\n"s),
+                                         {"at_index", "1\n"s},
+                                         {"at_index_name", "BRSC\n"s},
+                                         {"at_index_type", "ui8\n"s},
+                                         {"at_index_data", "\xFF\xFE"s},
+                                         {"at_index_data_length", "2\n"s}}) {
+      plant(name, contents);
+    }
+  }
+  void plant(const std::string& name, const std::string& contents) {
+    test::plant(root, "sys/devices/platform/applesmc.768/key_" + name, contents);
   }
 
   KernelReturn call(std::uint8_t command, SMCCode key, std::uint32_t index = 0) {
@@ -25,80 +34,50 @@ class SMCOnLinux : public testing::Test {
     return exchange.callSMC(input, answer);
   }
 
-  test::AppleSMCTree tree;
-  test::RecordingLog log;
-  LinuxSMCExchange exchange{tree.root()};
+  test::ScratchFolder root;
+  LinuxSMCExchange exchange{root.path()};
   SMCParameterRecord answer;
 };
 
-TEST_F(SMCOnLinux, EveryKeyHasItsValue) {
-  const auto controller = QRTSystemManagementController::init(exchange, log);
-  ASSERT_TRUE(controller);
-  const auto keys = test::modelKeys();
-  EXPECT_EQ(controller->availableKeys().size(), keys.size());
-  for (const auto& key : keys) {
-    EXPECT_EQ(controller->valueForPropertyWithKey(controller->stringFromSMCKey(key.key)),
-              key.meaning);
-  }
-}
-
-TEST_F(SMCOnLinux, NothingCanBeWritten) {
-  const auto controller = QRTSystemManagementController::init(exchange, log);
-  ASSERT_TRUE(controller);
-  const std::uint8_t bytes[2] = {};
-  EXPECT_FALSE(controller->writeRawBytes(bytes, 2, "BRSC"));
-  EXPECT_EQ(log.lines().back().text,
-            "SMC write failure: system 0x38 subsystem 0x0 error code 0x2c1.");
-  EXPECT_EQ(call(smc_command::writeKey, smcCode("BRSC")), KernelReturn::notPrivileged);
-}
-
-TEST_F(SMCOnLinux, AnswersWhatIsNotThere) {
-  EXPECT_EQ(call(smc_command::keyAtIndex, 0, 10000), KernelReturn::noError);
-  EXPECT_EQ(answer.result, smc_result::keyNotFound);
-  for (const auto key : {smcCode("    "), smcCode("MMMM"), smcCode("~~~~")}) {
+TEST_F(SMCOnLinux, AKeyIsFoundInTheSortedListAndRead) {
+  EXPECT_EQ(call(smc_command::keyAtIndex, 0, 2), KernelReturn::noError);
+  EXPECT_EQ(answer.key, smcCode("BRSC"));
+  EXPECT_EQ(call(smc_command::keyInfo, smcCode("BRSC")), KernelReturn::noError);
+  EXPECT_EQ(answer.dataType, smcCode("ui8\0"));
+  EXPECT_EQ(answer.dataSize, 2u);
+  EXPECT_EQ(call(smc_command::readKey, smcCode("BRSC")), KernelReturn::noError);
+  EXPECT_EQ(answer.bytes[0] << 8 | answer.bytes[1], 0xFFFE);
+  for (const auto key : {smcCode("    "), smcCode("~~~~")}) {
     for (const auto command : {smc_command::keyInfo, smc_command::readKey}) {
       EXPECT_EQ(call(command, key), KernelReturn::noError);
       EXPECT_EQ(answer.result, smc_result::keyNotFound);
     }
   }
-  EXPECT_EQ(call(7, smcCode("BRSC")), KernelReturn::badArgument);
-
-  tree.typesFail = true;
-  EXPECT_EQ(call(smc_command::keyInfo, smcCode("BRSC")), KernelReturn::inputOutput);
-  tree.isJammed = true;
-  EXPECT_EQ(call(smc_command::readKey, smcCode("BRSC")), KernelReturn::inputOutput);
-
-  LinuxSMCExchange nowhere(tree.root() + "/nowhere");
-  EXPECT_EQ(nowhere.callSMC({}, answer), KernelReturn::error);
-  EXPECT_FALSE(QRTSystemManagementController::init(nowhere, log));
 }
 
-TEST_F(SMCOnLinux, AnotherProgramMovesThePlace) {
-  for (int disturbances = 1; disturbances <= 12; ++disturbances) {
-    tree.disturbances = disturbances;
-    EXPECT_EQ(call(smc_command::readKey, smcCode("BRSC")), KernelReturn::noError);
-    EXPECT_EQ(answer.bytes[0] << 8 | answer.bytes[1], 0xFFFE);
-    tree.disturbances = disturbances;
-    EXPECT_EQ(call(smc_command::keyAtIndex, 0, 0), KernelReturn::noError);
-    EXPECT_EQ(answer.key, smcCode("#KEY"));
+TEST_F(SMCOnLinux, WhatItCannotDoIsTold) {
+  const auto brsc = smcCode("BRSC");
+  EXPECT_EQ(call(smc_command::writeKey, brsc), KernelReturn::notPrivileged);
+  EXPECT_EQ(call(7, brsc), KernelReturn::badArgument);
+  plant("at_index_type", std::string(5000, 'x'));
+  EXPECT_EQ(call(smc_command::keyInfo, brsc), KernelReturn::inputOutput);
+  plant("at_index_data", std::string(5000, 'x'));
+  EXPECT_EQ(call(smc_command::readKey, brsc), KernelReturn::noError);
+  EXPECT_EQ(answer.result, smc_result::keyNotReadable);
+  // Another program moves the place whenever one looks.
+  plant("at_index", "77\n");
+  for (const auto command : {smc_command::keyAtIndex, smc_command::keyInfo}) {
+    EXPECT_EQ(call(command, brsc), KernelReturn::busy);
   }
-  tree.disturbances = 1 << 20;
-  EXPECT_EQ(call(smc_command::readKey, smcCode("BRSC")), KernelReturn::busy);
-}
-
-TEST_F(SMCOnLinux, ExchangesTakeTurns) {
-  const auto readOften = [this](SMCCode key, std::uint8_t expected) {
-    for (int i = 0; i < 50; ++i) {
-      SMCParameterRecord input, output;
-      input.command = smc_command::readKey;
-      input.key = key;
-      EXPECT_EQ(exchange.callSMC(input, output), KernelReturn::noError);
-      EXPECT_EQ(output.bytes[0], expected);
-    }
-  };
-  std::thread other(readOften, smcCode("MSPS"), 10);
-  readOften(smcCode("$Num"), 200);
-  other.join();
+  plant("count", "many\n");
+  EXPECT_EQ(call(smc_command::readKey, brsc), KernelReturn::inputOutput);
+  root.make(
+      "cd sys/devices/platform/applesmc.768; printf 3 > key_count; ln -sf /dev/full key_at_index");
+  EXPECT_EQ(call(smc_command::readKey, brsc), KernelReturn::inputOutput);
+  root.make("rm sys/devices/platform/applesmc.768/key_count");
+  EXPECT_EQ(call(smc_command::readKey, brsc), KernelReturn::noError);
+  EXPECT_EQ(answer.result, smc_result::keyNotFound);
+  EXPECT_EQ(LinuxSMCExchange(root.path("nowhere")).callSMC({}, answer), KernelReturn::error);
 }
 
 }  // namespace

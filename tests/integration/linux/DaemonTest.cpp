@@ -1,8 +1,5 @@
 // The daemon as its peers find it: the real program, real sockets, real trees.
-#include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <fstream>
@@ -10,11 +7,9 @@
 
 #include "integration/linux/RawClient.h"
 #include "operations/OperationCatalogue.h"
-#include "platform/HelperConnection.h"
-#include "platform/NativePlatform.h"
 #include "platform/linux/ConnectionQuota.h"
 #include "protocol/FeedbackMessage.h"
-#include "support/DaemonProcess.h"
+#include "support/DaemonFixture.h"
 #include "support/Instrumented.h"
 
 namespace qrt {
@@ -26,39 +21,43 @@ using test::WireBytes;
 
 constexpr std::uint64_t deleteFoldercontents = 4, signalProcess = 19;
 
-class DaemonTest : public testing::Test {
+class DaemonTest : public test::DaemonFixture {
  protected:
-  void SetUp() override {
-    if (geteuid() != 0) GTEST_SKIP() << "the daemon needs root";
-    daemon_.emplace();
-  }
-
   RawClient client() {
     RawClient client(daemon_->socketPath());
     EXPECT_TRUE(client.send(RawClient::handshakeBytes()));
     EXPECT_TRUE(client.receiveHandshake());
     return client;
   }
+  bool isServing() { return client().call("getVersionString")->arguments().string() == "1.6"; }
 
-  std::unique_ptr<HelperConnection> connect() {
-    auto connection = native_.facilities().helperConnector.connect(daemon_->socketPath());
-    return connection ? std::move(*connection) : nullptr;
-  }
-
-  /// Resident memory of the daemon in KiB.
-  long memory() const {
-    std::ifstream status("/proc/" + std::to_string(daemon_->processID()) + "/status");
-    for (std::string line; std::getline(status, line);) {
-      if (line.starts_with("VmRSS:")) return std::stol(line.substr(6));
+  /// `count` folders with a file each below a new folder.
+  Array makeFolders(const std::string& name, int count) {
+    const auto base = daemon_->folder() + "/" + name;
+    mkdir(base.c_str(), 0755);
+    Array folders;
+    for (int i = 0; i < count; ++i) {
+      const auto folder = base + "/" + std::to_string(i);
+      mkdir(folder.c_str(), 0755);
+      std::ofstream(folder + "/file");
+      folders.emplace_back(folder);
     }
-    return 0;
+    return folders;
   }
-
-  NativePlatform native_;
-  std::optional<test::DaemonProcess> daemon_;
+  static bool isEmptied(const PropertyValue& folder) {
+    return access((*folder.string() + "/file").c_str(), F_OK) != 0;
+  }
 };
 
-const auto noArguments = [](WireBytes&) {};
+/// What `action` answers in a process of another user.
+template <class Action>
+int asAnotherUser(Action action) {
+  const pid_t child = fork();
+  if (child == 0) _exit(setgid(12345) < 0 || setuid(12345) < 0 ? 99 : action());
+  int status = -1;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
 
 TEST_F(DaemonTest, AFirstCallInThePacketOfBeginIsAlwaysAnswered) {
   const auto packet = [] {
@@ -78,61 +77,39 @@ TEST_F(DaemonTest, AFirstCallInThePacketOfBeginIsAlwaysAnswered) {
 }
 
 TEST_F(DaemonTest, BadRequestsAreAnsweredAndServiceGoesOn) {
-  auto peer = client();
-  const auto form = peer.externalForm();
-  ASSERT_EQ(form.size(), 32u);
+  const auto connection = connect();
+  const auto form = *connection->createExternalForm();
   auto forged = form;
   forged[20] ^= 1;
-  const std::vector<std::uint8_t> shortForm(form.begin(), form.begin() + 31);
-
-  struct Case {
+  const Data shortForm(form.begin(), form.begin() + 31);
+  constexpr auto* posix = "NSPOSIXErrorDomain";
+  const struct {
     const char* name;
-    std::vector<std::uint8_t> body;
-    const char* domain;
-    std::int64_t code;
-  };
-  const auto number = [](WireBytes& a, std::uint64_t value) { a.signature("t").u64(value); };
-  const Case cases[] = {
-      {"unknown code", requestBody(12345, form, {}, noArguments), "NSPOSIXErrorDomain", 22},
-      {"31-byte authorization", requestBody(9998, shortForm, {}, noArguments), "NSPOSIXErrorDomain",
-       22},
-      {"forged authorization", requestBody(9998, forged, {}, noArguments),
-       "com.vantor.error.privileged-operation", 87654321},
-      {"wrong count", requestBody(signalProcess, form, {}, [&](WireBytes& a) { number(a, 1); }),
-       "NSPOSIXErrorDomain", 22},
-      {"wrong class at 0",
-       requestBody(signalProcess, form, {},
-                   [&](WireBytes& a) {
-                     a.signature("s").string("1");
-                     number(a, 0);
-                   }),
-       "NSPOSIXErrorDomain", 22},
-      {"wrong class at 1",
-       requestBody(signalProcess, form, {},
-                   [&](WireBytes& a) {
-                     number(a, 1);
-                     a.signature("ay").array(1, [](WireBytes& data) { data.byte(1); });
-                   }),
-       "NSPOSIXErrorDomain", 22},
-      {"marker without dictionary",
-       requestBody(signalProcess, form, {},
-                   [&](WireBytes& a) {
-                     a.signature("s").string("!QRTMETA!").signature("s").string("x");
-                     number(a, 1);
-                     number(a, 2);
-                   }),
-       "NSPOSIXErrorDomain", 22},
-      {"no arguments for a folder list", requestBody(deleteFoldercontents, form, {}, noArguments),
-       "NSPOSIXErrorDomain", 22},
-      {"an operation without effect", requestBody(9995, form, {}, noArguments),
-       "NSPOSIXErrorDomain", 78},
+    std::uint64_t code;
+    Data form;
+    Array arguments;
+    std::string domain;
+    std::int64_t error;
+  } cases[] = {
+      {"unknown code", 12345, form, {}, posix, 22},
+      {"31-byte authorization", 9998, shortForm, {}, posix, 22},
+      {"forged authorization", 9998, forged, {}, "com.vantor.error.privileged-operation", 87654321},
+      {"wrong count", signalProcess, form, {1}, posix, 22},
+      {"wrong class", signalProcess, form, {1, Data{1}}, posix, 22},
+      {"marker without dictionary", signalProcess, form, {"!QRTMETA!", "x", 1, 2}, posix, 22},
+      {"no arguments for a folder list", deleteFoldercontents, form, {}, posix, 22},
+      {"an operation without effect", 9995, form, {}, posix, 78},
   };
   for (const auto& c : cases) {
-    const auto reply = peer.call("performPrivilegedOperation", "tayahav", c.body);
-    ASSERT_TRUE(reply) << c.name;
-    EXPECT_EQ(reply->outcome(), (std::pair<std::string, std::int64_t>(c.domain, c.code))) << c.name;
+    const auto outcome =
+        connection->performPrivilegedOperation(c.code, c.form, nullptr, c.arguments);
+    ASSERT_TRUE(outcome) << c.name;
+    EXPECT_EQ(outcome->domain, c.domain) << c.name;
+    EXPECT_EQ(outcome->code, c.error) << c.name;
   }
+}
 
+TEST_F(DaemonTest, MalformedMessagesHurtNobodyElse) {
   // Well framed but wrong: an error of the wire, and the connection lives on.
   WireBytes bomb;
   bomb.u64(9998).u32(0).u32(0);
@@ -142,16 +119,16 @@ TEST_F(DaemonTest, BadRequestsAreAnsweredAndServiceGoesOn) {
     });
   };
   nest(nest, bomb, 5000);
+  auto peer = client();
   const std::pair<const char*, std::vector<std::uint8_t>> wrong[] = {
       {"tayahav", bomb.bytes()},
       {"s", WireBytes().string("nonsense").bytes()},
-      {"tayahav", requestBody(9998, form, {5}, noArguments)}};
+      {"tayahav", requestBody(9998, peer.externalForm(), {5}, [](WireBytes&) {})}};
   for (const auto& [signature, body] : wrong) {
     const auto reply = peer.call("performPrivilegedOperation", signature, body);
     ASSERT_TRUE(reply);
     EXPECT_TRUE(reply->isError);
   }
-  EXPECT_EQ(peer.call("getVersionString")->arguments().string(), "1.6");
 
   // No D-Bus message: the end of that connection, and of no other.
   const std::vector<std::uint8_t> oversized{'l', 1, 0, 1, 0, 0, 0, 2, 1, 0, 0, 0, 8, 0, 0, 0};
@@ -167,66 +144,43 @@ TEST_F(DaemonTest, BadRequestsAreAnsweredAndServiceGoesOn) {
 }
 
 TEST_F(DaemonTest, AnEndpointCarriesTheIdentityOfWhoeverAskedForIt) {
-  const pid_t child = fork();
-  if (child == 0) {
-    // In a process of another user; gtest's verdict belongs to the parent.
-    if (setgid(12345) < 0 || setuid(12345) < 0) _exit(2);
-    auto connection = connect();
-    auto another = connection ? connection->connectWithEndpoint()
-                              : Result<std::unique_ptr<HelperConnection>>(Error{});
-    if (!another) _exit(3);
-    const auto form = (*another)->createExternalForm();
-    if (!form || *form != *connection->createExternalForm()) _exit(4);
-    std::uint32_t user = 0;
-    std::memcpy(&user, form->data() + 1, sizeof user);
-    const auto refused = (*another)->performPrivilegedOperation(
-        signalProcess, *form, nullptr, {static_cast<std::int64_t>(getppid()), 0});
-    _exit(user == 12345 && codeOf(refused) == 1 ? 0 : 5);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  EXPECT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(WEXITSTATUS(status), 0);
+  EXPECT_EQ(asAnotherUser([&] {
+              const auto connection = connect();
+              const auto another = connection->connectWithEndpoint();
+              if (!another) return 1;
+              const auto form = (*another)->createExternalForm();
+              if (!form || *form != *connection->createExternalForm()) return 2;
+              std::uint32_t user = 0;
+              std::memcpy(&user, form->data() + 1, sizeof user);
+              const auto refused = perform(**another, signalProcess, {getppid(), 0});
+              return user == 12345 && codeOf(refused) == 1 ? 0 : 3;
+            }),
+            0);
 }
 
 TEST_F(DaemonTest, OneUserCannotTakeEveryPlace) {
-  const pid_t child = fork();
-  if (child == 0) {
-    if (setgid(12345) < 0 || setuid(12345) < 0) _exit(2);
-    std::vector<RawClient> mine;
-    for (std::size_t i = 0; i < ConnectionQuota::maximumOfOneUser; ++i) {
-      mine.emplace_back(daemon_->socketPath());
-      if (!mine.back().send(RawClient::handshakeBytes()) || !mine.back().receiveHandshake()) {
-        _exit(3);
-      }
-    }
-    // Endpoints count as well.
-    const auto reply = mine.front().call("connectWithEndpoint");
-    if (!reply || !reply->isError) _exit(4);
-    RawClient oneTooMany(daemon_->socketPath());
-    oneTooMany.send(RawClient::handshakeBytes());
-    _exit(oneTooMany.receiveHandshake() ? 5 : 0);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(WEXITSTATUS(status), 0);
-  EXPECT_EQ(client().call("getVersionString")->arguments().string(), "1.6");
+  EXPECT_EQ(asAnotherUser([&] {
+              std::vector<RawClient> mine;
+              while (mine.size() < ConnectionQuota::maximumOfOneUser) mine.push_back(client());
+              // Endpoints count as well.
+              const auto reply = mine.front().call("connectWithEndpoint");
+              if (!reply || !reply->isError) return 1;
+              RawClient oneTooMany(daemon_->socketPath());
+              oneTooMany.send(RawClient::handshakeBytes());
+              return oneTooMany.receiveHandshake() || HasFailure() ? 2 : 0;
+            }),
+            0);
+  EXPECT_TRUE(isServing());
 }
 
 TEST_F(DaemonTest, APeerWithoutAProcessNumberGetsNoForm) {
-  daemon_.reset();
-  daemon_.emplace(test::DaemonProcess::Options{.isInPidNamespaceOfItsOwn = true});
-  auto peer = client();
-  const auto reply = peer.call("createExternalForm", "", {}, RawClient::authorityInterface);
-  ASSERT_TRUE(reply);
-  EXPECT_TRUE(reply->isError);
-  EXPECT_EQ(peer.call("getVersionString")->arguments().string(), "1.6");
+  start({.isInPidNamespaceOfItsOwn = true});
   EXPECT_EQ(connect()->createExternalForm().error(), posixError(PosixCode::notPermitted));
+  EXPECT_TRUE(isServing());
 }
 
 TEST_F(DaemonTest, RunningOutOfDescriptorsPasses) {
-  daemon_.reset();
-  daemon_.emplace(test::DaemonProcess::Options{.descriptorLimit = 48});
+  start({.descriptorLimit = 48});
   {
     std::vector<RawClient> peers;
     for (int i = 0; i < 40; ++i) {
@@ -257,7 +211,7 @@ TEST_F(DaemonTest, SilentAndSlowPeersAreLetGo) {
 }
 
 TEST_F(DaemonTest, AnnouncedBytesThatNeverComeCostNothing) {
-  const auto before = memory();
+  const auto before = daemon_->memory();
   std::vector<RawClient> peers;
   for (int i = 0; i < 16; ++i) {
     peers.push_back(client());
@@ -265,19 +219,9 @@ TEST_F(DaemonTest, AnnouncedBytesThatNeverComeCostNothing) {
     const std::vector<std::uint8_t> header{'l', 1, 0, 1, 0, 0, 0xF0, 0, 1, 0, 0, 0, 8, 0, 0, 0, 0};
     ASSERT_TRUE(peers.back().send(header));
   }
-  EXPECT_EQ(client().call("getVersionString")->arguments().string(), "1.6");
-  EXPECT_TRUE(test::isInstrumented || memory() - before < 8 << 10) << memory() - before;
-}
-
-TEST_F(DaemonTest, EndsWithItsLastClient) {
-  auto connection = connect();
-  ASSERT_TRUE(connection);
-  EXPECT_EQ(connection->registerClientWithPID(getpid()), success);
-  EXPECT_EQ(connection->registerClientWithPID(1), success);
-  EXPECT_EQ(connection->unregisterClientWithPID(1), success);
-  EXPECT_EQ(*connection->getVersionString(), "1.6");
-  EXPECT_EQ(connection->unregisterClientWithPID(getpid()), success);
-  EXPECT_EQ(daemon_->waitForEnd(), 0);
+  EXPECT_TRUE(isServing());
+  const auto taken = daemon_->memory() - before;
+  EXPECT_TRUE(test::isInstrumented || taken < 8 << 10) << taken;
 }
 
 TEST_F(DaemonTest, RefusesFeedbackEndpointsThatAreNone) {
@@ -307,25 +251,11 @@ TEST_F(DaemonTest, RefusesFeedbackEndpointsThatAreNone) {
   EXPECT_EQ(outcome({pair.first.get()}), refused) << "nobody shakes hands";
 }
 
-/// `count` folders with a file each below a new folder.
-std::string makeFolders(const test::DaemonProcess& daemon, const std::string& name, int count) {
-  const auto base = daemon.folder() + "/" + name;
-  mkdir(base.c_str(), 0755);
-  for (int i = 0; i < count; ++i) {
-    const auto folder = base + "/" + std::to_string(i);
-    mkdir(folder.c_str(), 0755);
-    std::ofstream(folder + "/file");
-  }
-  return base;
-}
-
 TEST_F(DaemonTest, ARequestorThatNeverReadsHoldsUpNothing) {
-  const auto base = makeFolders(*daemon_, "tree", 20'000);
-  Array folders;
-  for (int i = 0; i < 20'000; ++i) folders.emplace_back(base + "/" + std::to_string(i));
+  const auto folders = makeFolders("tree", 20'000);
   auto peer = client();
   const auto form = peer.externalForm();
-  const auto before = memory();
+  const auto before = daemon_->memory();
   test::SocketPair pair;
   auto body = requestBody(deleteFoldercontents, form, {0}, [&](WireBytes& a) {
     for (const auto& folder : folders) a.signature("s").string(*folder.string());
@@ -341,50 +271,37 @@ TEST_F(DaemonTest, ARequestorThatNeverReadsHoldsUpNothing) {
   const auto reply = peer.receiveReply();
   ASSERT_TRUE(reply);
   EXPECT_EQ(reply->outcome().second, 0);
-  EXPECT_EQ(access((base + "/0/file").c_str(), F_OK), -1);
-  EXPECT_EQ(access((base + "/19999/file").c_str(), F_OK), -1);
+  EXPECT_TRUE(isEmptied(folders.front()) && isEmptied(folders.back()));
   // The request itself is about a megabyte and half as values.
-  EXPECT_TRUE(test::isInstrumented || memory() - before < 4 << 10) << memory() - before;
+  const auto taken = daemon_->memory() - before;
+  EXPECT_TRUE(test::isInstrumented || taken < 4 << 10) << taken;
 }
 
 TEST_F(DaemonTest, EndsWithTheOperationThatItsLastClientLeftBehind) {
-  const auto base = makeFolders(*daemon_, "tree", 5'000);
-  Array folders;
-  for (int i = 0; i < 5'000; ++i) folders.emplace_back(base + "/" + std::to_string(i));
+  const auto folders = makeFolders("tree", 5'000);
   auto connection = connect();
   ASSERT_EQ(connection->registerClientWithPID(getpid()), success);
-  const auto form = connection->createExternalForm();
-  const auto outcome = connection->performPrivilegedOperation(
-      deleteFoldercontents, *form, [&](const Dictionary&) { connection->interrupt(); }, folders);
-  EXPECT_EQ(outcome, posixError(PosixCode::interrupted));
+  EXPECT_EQ(perform(*connection, deleteFoldercontents, folders,
+                    [&](const Dictionary&) { connection->interrupt(); }),
+            posixError(PosixCode::interrupted));
   connection->unregisterClientWithPIDLater(getpid());
   connection.reset();
-  EXPECT_EQ(access((base + "/4999/file").c_str(), F_OK), 0) << "it was over too soon";
+  EXPECT_FALSE(isEmptied(folders.back())) << "it was over too soon";
   EXPECT_EQ(daemon_->waitForEnd(), 0);
-  EXPECT_EQ(access((base + "/4999/file").c_str(), F_OK), -1);
+  EXPECT_TRUE(isEmptied(folders.back()));
 }
 
 TEST_F(DaemonTest, OperationsAtTheSameTimeKeepTheirFeedbackApart) {
-  constexpr int folders = 200;
   std::vector<std::thread> clients;
   std::atomic<int> right{0};
   for (int which = 0; which < 4; ++which) {
-    const auto base = makeFolders(*daemon_, "tree" + std::to_string(which), folders + which);
-    clients.emplace_back([&, which, base] {
-      auto connection = connect();
-      const auto form = connection->createExternalForm();
-      Array arguments;
-      for (int i = 0; i < folders + which; ++i)
-        arguments.emplace_back(base + "/" + std::to_string(i));
-      std::vector<Dictionary> received;
-      const auto outcome = connection->performPrivilegedOperation(
-          deleteFoldercontents, *form,
-          [&](const Dictionary& message) { received.push_back(message); }, arguments);
-      std::vector<Dictionary> expected{progressMessage(0)};
-      for (int i = 0; i < folders + which; ++i) {
-        expected.push_back(progressMessage(static_cast<double>(i) / (folders + which)));
-      }
-      expected.push_back(progressMessage(1));
+    clients.emplace_back([this, &right,
+                          folders = makeFolders("tree" + std::to_string(which), 200 + which)] {
+      std::vector<Dictionary> received, expected{progressMessage(0)};
+      const auto outcome = perform(*connect(), deleteFoldercontents, folders,
+                                   [&](const Dictionary& message) { received.push_back(message); });
+      const auto count = static_cast<double>(folders.size());
+      for (int i = 0; i <= count; ++i) expected.push_back(progressMessage(i / count));
       expected.push_back(finalMessage());
       if (!outcome && received == expected) ++right;
     });

@@ -1,16 +1,11 @@
 // Programs that write more than anybody wants to hold, run through the daemon's socket.
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <fstream>
 #include <thread>
 
-#include "platform/HelperConnection.h"
-#include "platform/NativePlatform.h"
 #include "protocol/Names.h"
-#include "support/DaemonProcess.h"
+#include "support/DaemonFixture.h"
 #include "support/Instrumented.h"
 #include "support/ScratchFolder.h"
 
@@ -20,47 +15,23 @@ namespace {
 constexpr std::uint64_t executeUtility = 22;
 constexpr int filesOfATree = 1'000, walksOfATree = 1'000;
 
-class FloodTest : public testing::Test {
+class FloodTest : public test::DaemonFixture {
  protected:
-  void SetUp() override {
-    if (geteuid() != 0) GTEST_SKIP() << "the daemon needs root";
-    daemon_.emplace();
-  }
-
   std::string makeTree(const std::string& name) const {
-    const auto tree = scratch_.path(name);
-    mkdir(tree.c_str(), 0755);
+    const auto tree = scratch_.folder(name);
     for (int i = 0; i < filesOfATree - 1; ++i) std::ofstream(tree + "/" + std::to_string(i));
     return tree;
   }
 
-  std::unique_ptr<HelperConnection> connect() const {
-    auto connection = native_.facilities().helperConnector.connect(daemon_->socketPath());
-    return connection ? std::move(*connection) : nullptr;
-  }
-
   /// Has the modes of a tree listed again and again: a line for each object, a thousand times.
-  Outcome listModes(HelperConnection& connection, const std::string& tree,
-                    const FeedbackHandler& handler) const {
-    const auto form = connection.createExternalForm();
-    if (!form) return form.error();
+  static Outcome listModes(HelperConnection& connection, const std::string& tree,
+                           const FeedbackHandler& handler) {
     Array arguments{"/App", "chmod", "-Rv", "u+r"};
     arguments.insert(arguments.end(), walksOfATree, tree);
-    return connection.performPrivilegedOperation(executeUtility, *form, handler, arguments);
-  }
-
-  /// What the daemon holds, in KiB, without the libraries that come in when they are first used.
-  long memory() const {
-    std::ifstream status("/proc/" + std::to_string(daemon_->processID()) + "/status");
-    for (std::string line; std::getline(status, line);) {
-      if (line.starts_with("RssAnon:")) return std::stol(line.substr(8));
-    }
-    return 0;
+    return perform(connection, executeUtility, arguments, handler);
   }
 
   const test::ScratchFolder scratch_{"/dev/shm"};
-  const NativePlatform native_;
-  std::optional<test::DaemonProcess> daemon_;
 };
 
 /// Counts lines, and those that do not speak of an own object.
@@ -87,7 +58,7 @@ struct LineCount {
 };
 
 TEST_F(FloodTest, TwoAtOnceAreNeitherMixedNorLostNorKept) {
-  const auto before = memory();
+  const auto before = daemon_->memory();
   std::atomic<long> most = 0;
   std::vector<std::thread> requests;
   for (const char* name : {"one", "two"}) {
@@ -97,7 +68,7 @@ TEST_F(FloodTest, TwoAtOnceAreNeitherMixedNorLostNorKept) {
       EXPECT_EQ(listModes(*connection, tree,
                           [&](const Dictionary& message) {
                             count.take(message);
-                            most = std::max(most.load(), memory());
+                            most = std::max(most.load(), daemon_->memory());
                           }),
                 success);
       EXPECT_EQ(count.lines, filesOfATree * walksOfATree);

@@ -1,15 +1,10 @@
 #include "platform/ExtendedAttributes.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <sys/xattr.h>
-
-#include <string>
 
 #include "platform/NativePlatform.h"
 #include "support/Mounts.h"
-#include "support/ScratchFolder.h"
 
 namespace qrt {
 namespace {

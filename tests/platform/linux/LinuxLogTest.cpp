@@ -1,17 +1,11 @@
 #include "platform/linux/LinuxLog.h"
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstring>
-#include <thread>
 
 #include "support/PlantedFile.h"
 
@@ -96,28 +90,6 @@ TEST(LinuxLog, LongLinesAreCutBetweenCharacters) {
     const auto shown = piece == "\x01" ? std::string("\\x01") : piece;
     EXPECT_EQ((written.size() - 4) % shown.size(), 0u);
     EXPECT_TRUE(written.ends_with(shown + "\n"));
-  }
-}
-
-TEST(LinuxLog, LinesOfSeveralThreadsStayWhole) {
-  LogWithoutJournal system;
-  constexpr int lines = 200;
-  const auto written = writtenToStandardError([&] {
-    std::vector<std::thread> threads;
-    for (const char letter : {'a', 'b', 'c', 'd'}) {
-      threads.emplace_back([&, letter] {
-        for (int i = 0; i < lines; ++i) {
-          system.log.write(LogLevel::info, std::string(100, letter));
-          system.log.open("com.example", "standard");
-        }
-      });
-    }
-    for (auto& thread : threads) thread.join();
-  });
-  ASSERT_EQ(written.size(), 4u * lines * 104);
-  for (std::size_t at = 0; at < written.size(); at += 104) {
-    const auto line = written.substr(at, 104);
-    EXPECT_EQ(line, "<6>" + std::string(100, line[3]) + "\n");
   }
 }
 

@@ -1,13 +1,8 @@
 #include "platform/linux/LinuxPreferences.h"
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
 #include <pwd.h>
 #include <sched.h>
 #include <sys/mount.h>
-#include <sys/stat.h>
-#include <sys/time.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <thread>
@@ -20,14 +15,9 @@ namespace {
 
 using Kind = PreferenceSelector::Kind;
 using test::contentsOf;
+using test::statusOf;
 
 constexpr PreferenceSelector::Kind any = Kind::any;
-
-struct stat statusOf(const std::string& path) {
-  struct stat status {};
-  EXPECT_EQ(lstat(path.c_str(), &status), 0) << path;
-  return status;
-}
 
 /// Works with the home folder of an account that every system has, below a root of its own.
 class LinuxPreferencesTest : public testing::Test {
@@ -45,22 +35,19 @@ class LinuxPreferencesTest : public testing::Test {
 
   void give(const std::string& path) const { ASSERT_EQ(lchown(path.c_str(), user, group), 0); }
 
-  /// The folder of the user's defaults, made as the user would.
-  std::string makeDefaultsFolder() const {
-    for (const auto& path : {home + "/GNUstep", home + "/GNUstep/Defaults"}) {
-      EXPECT_EQ(mkdir(path.c_str(), 0755), 0);
-      give(path);
-    }
-    return home + "/GNUstep/Defaults";
+  /// In the user's home; `own` gives what was made to the user.
+  void makeAtHome(const std::string& script) const {
+    const auto owner = std::to_string(user) + ":" + std::to_string(group);
+    root.make("outside=$PWD/outside; own() { chown -hR " + owner + " GNUstep; }; cd " + home +
+              "; " + script);
   }
   std::string plantDefaults(const std::string& contents, mode_t mode, uid_t owner,
                             gid_t ownerGroup) {
-    const auto path = makeDefaultsFolder() + "/app.plist";
-    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
-    EXPECT_EQ(write(file, contents.data(), contents.size()), static_cast<ssize_t>(contents.size()));
-    EXPECT_EQ(fchown(file, owner, ownerGroup), 0);
-    EXPECT_EQ(fchmod(file, mode), 0);
-    close(file);
+    makeAtHome("mkdir -p GNUstep/Defaults; own");
+    const auto path = home + "/GNUstep/Defaults/app.plist";
+    std::ofstream(path, std::ios::binary) << contents;
+    EXPECT_EQ(chown(path.c_str(), owner, ownerGroup), 0);
+    EXPECT_EQ(chmod(path.c_str(), mode), 0);
     return path;
   }
 
@@ -144,21 +131,15 @@ TEST_F(LinuxPreferencesTest, WhatCannotBePartOfANameHasNoSettings) {
   EXPECT_FALSE(test::exists(home + "/GNUstep/Defaults/app.plist"));
 }
 
-TEST_F(LinuxPreferencesTest, FilesOfEachFormKeepWhatIsNotChanged) {
-  const std::string binary(
-      "bplist00\xd1\x01\x02Sold\xa2\x03\x04\x10\x01Qx\x08\x0b\x0f\x12\x14\0\0\0\0\0\0\x01\x01\0\0\0"
-      "\0\0\0\0\x05\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x16",
-      59);
-  struct Case {
-    std::string contents;
+TEST_F(LinuxPreferencesTest, AFileKeepsItsOwnerAndWhatIsNotChanged) {
+  const struct {
+    const char* contents;
     PropertyValue old;
     mode_t mode;
     uid_t owner;
     gid_t group;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"<plist><dict><key>old</key><true/></dict></plist>", true, 0640, user, 1234},
-      {binary, Array{1, "x"}, 0600, user, group},
       {"{ old = (1, x); }", Array{"1", "x"}, 0444, 0, 0},
       {"old = <0aff>;", Data{0x0a, 0xff}, 0664, 4321, group},
   };
@@ -169,7 +150,7 @@ TEST_F(LinuxPreferencesTest, FilesOfEachFormKeepWhatIsNotChanged) {
     EXPECT_EQ(statusOf(file).st_mode, S_IFREG | c.mode);
     EXPECT_EQ(statusOf(file).st_uid, c.owner);
     EXPECT_EQ(statusOf(file).st_gid, c.group);
-    EXPECT_TRUE(test::run({"rm", "-r", home + "/GNUstep"}));
+    makeAtHome("rm -r GNUstep");
   }
 }
 
@@ -196,51 +177,33 @@ TEST_F(LinuxPreferencesTest, SettingsThatCannotBeReadAreNotLost) {
 }
 
 TEST_F(LinuxPreferencesTest, NothingPlantedLeadsAnywhereElse) {
-  const auto outside = root.folder("outside");
-  ASSERT_EQ(mkdir((outside + "/Defaults").c_str(), 0755), 0);
-  const auto target = root.file("outside/Defaults/app.plist", "{ precious = 1; }");
-  give(outside);
-  give(outside + "/Defaults");
-  give(target);
-  const auto defaults = home + "/GNUstep/Defaults";
-  const auto foreign = [](const std::string& path) {
-    EXPECT_EQ(mkdir(path.c_str(), 0777), 0);
-    EXPECT_EQ(chmod(path.c_str(), 0777), 0);
-  };
-  const auto link = [this](const std::string& path, const std::string& to) {
-    EXPECT_EQ(symlink(to.c_str(), path.c_str()), 0);
-    give(path);
-  };
-  const std::pair<const char*, std::function<void()>> cases[] = {
-      {"link to GNUstep", [&] { link(home + "/GNUstep", outside); }},
-      {"link to Defaults",
-       [&] {
-         EXPECT_EQ(mkdir((home + "/GNUstep").c_str(), 0755), 0);
-         give(home + "/GNUstep");
-         link(defaults, outside + "/Defaults");
-       }},
-      {"link to the file", [&] { link(makeDefaultsFolder() + "/app.plist", target); }},
-      {"folder of another", [&] { foreign(home + "/GNUstep"); }},
-      {"file in the way",
-       [&] { give(root.file(home.substr(root.path().size() + 1) + "/GNUstep")); }},
-      {"FIFO", [&] { mkfifo((makeDefaultsFolder() + "/app.plist").c_str(), 0666); }},
-      {"folder for the file", [&] { mkdir((makeDefaultsFolder() + "/app.plist").c_str(), 0777); }},
-      {"link to the lock's folder", [&] { link(makeDefaultsFolder() + "/.lck", outside); }},
-      {"home that is not the user's", [&] { EXPECT_EQ(chown(home.c_str(), 0, 0), 0); }},
-  };
-  for (const auto& [what, plant] : cases) {
-    plant();
-    EXPECT_FALSE(set("key", "value")) << what;
-    EXPECT_EQ(contentsOf(target), "{ precious = 1; }") << what;
-    EXPECT_TRUE(test::run({"rm", "-rf", home + "/GNUstep"}));
+  const auto target = root.path("outside/Defaults/app.plist");
+  root.make("mkdir -p outside/Defaults; printf precious > outside/Defaults/app.plist");
+  root.make("chown -R nobody outside");
+  const std::string inDefaults = "mkdir -p GNUstep/Defaults; cd GNUstep/Defaults; ";
+  for (const auto& script : {
+           std::string("ln -s $outside GNUstep; own"),
+           std::string("mkdir GNUstep; ln -s $outside/Defaults GNUstep/Defaults; own"),
+           inDefaults + "ln -s $outside/Defaults/app.plist .; cd ../..; own",
+           std::string("mkdir -m 777 GNUstep"),
+           std::string("touch GNUstep; own"),
+           inDefaults + "mkfifo -m 666 app.plist; cd ../..; own",
+           inDefaults + "mkdir -m 777 app.plist; cd ../..; own",
+           inDefaults + "ln -s $outside .lck; cd ../..; own",
+           std::string("chown 0:0 ."),
+       }) {
+    makeAtHome(script);
+    EXPECT_FALSE(set("key", "value")) << script;
+    EXPECT_EQ(contentsOf(target), "precious") << script;
+    makeAtHome("rm -rf GNUstep");
     give(home);
   }
-  EXPECT_FALSE(test::exists(outside + "/.GNUstepDefaults.lck"));
+  EXPECT_FALSE(test::exists(root.path("outside/.GNUstepDefaults.lck")));
   // What lies at the temporary name is not written through either.
-  link(makeDefaultsFolder() + "/.app.plist.new", target);
+  makeAtHome(inDefaults + "ln -s $outside/Defaults/app.plist .app.plist.new; cd ../..; own");
   EXPECT_TRUE(set("key", "value"));
-  EXPECT_EQ(contentsOf(target), "{ precious = 1; }");
-  EXPECT_EQ(statusOf(defaults + "/app.plist").st_mode, S_IFREG | 0600u);
+  EXPECT_EQ(contentsOf(target), "precious");
+  EXPECT_EQ(statusOf(home + "/GNUstep/Defaults/app.plist").st_mode, S_IFREG | 0600u);
 }
 
 TEST_F(LinuxPreferencesTest, ChangesAtTheSameTimeAreAllKept) {
@@ -259,12 +222,8 @@ TEST_F(LinuxPreferencesTest, ChangesAtTheSameTimeAreAllKept) {
 }
 
 TEST_F(LinuxPreferencesTest, ALockIsWaitedForUnlessItWasAbandoned) {
-  const auto folder = makeDefaultsFolder() + "/.lck";
-  const auto lock = folder + "/.GNUstepDefaults.lck";
-  for (const auto& path : {folder, lock}) {
-    ASSERT_EQ(mkdir(path.c_str(), 0755), 0);
-    give(path);
-  }
+  const auto lock = home + "/GNUstep/Defaults/.lck/.GNUstepDefaults.lck";
+  makeAtHome("mkdir -p " + lock + "; own");
   const auto start = std::chrono::steady_clock::now();
   std::thread holder([&lock] {
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
@@ -274,22 +233,9 @@ TEST_F(LinuxPreferencesTest, ALockIsWaitedForUnlessItWasAbandoned) {
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
   holder.join();
 
-  ASSERT_EQ(mkdir(lock.c_str(), 0755), 0);
-  give(lock);
-  const timeval old{time(nullptr) - 60, 0};
-  const timeval times[] = {old, old};
-  utimes(lock.c_str(), times);
+  makeAtHome("mkdir " + lock + "; own; touch -d '1 minute ago' " + lock);
   EXPECT_TRUE(set("key", 2));
   EXPECT_FALSE(test::exists(lock));
-}
-
-/// What a program prints.
-std::string printed(const std::string& command) {
-  std::string text;
-  FILE* pipe = popen(command.c_str(), "r");
-  for (int c; (c = fgetc(pipe)) != EOF;) text.push_back(static_cast<char>(c));
-  pclose(pipe);
-  return text;
 }
 
 TEST_F(LinuxPreferencesTest, TheToolOfThoseDefaultsSeesThemAsItsUser) {
@@ -309,14 +255,14 @@ TEST_F(LinuxPreferencesTest, TheToolOfThoseDefaultsSeesThemAsItsUser) {
   };
   const std::string tool = "setpriv --reuid 47110 --regid 47110 --clear-groups defaults ";
   EXPECT_TRUE(modify("streets", Array{"Main St", Dictionary{{"length", 12}}}));
-  EXPECT_EQ(printed(tool + "read Town streets | tr -d ' \\n\\t'"),
+  EXPECT_EQ(test::printed(tool + "read Town streets | tr -d ' \\n\\t'"),
             "Townstreets'(\"MainSt\",{length=12;})'");
   EXPECT_TRUE(test::run({"sh", "-c", tool + "write Town mayor Ann"}));
   EXPECT_TRUE(modify("river", "Elbe"));
-  EXPECT_EQ(printed(tool + "read Town mayor; " + tool + "read Town river"),
+  EXPECT_EQ(test::printed(tool + "read Town mayor; " + tool + "read Town river"),
             "Town mayor Ann\nTown river Elbe\n");
   EXPECT_TRUE(modify("mayor", {}));
-  EXPECT_EQ(printed(tool + "read Town mayor 2>/dev/null"), "");
+  EXPECT_EQ(test::printed(tool + "read Town mayor 2>/dev/null"), "");
   umount2("/etc/passwd", MNT_DETACH);
 }
 

@@ -105,6 +105,14 @@ std::string DaemonProcess::log() const {
   return text.str();
 }
 
+long DaemonProcess::memory() const {
+  std::ifstream status("/proc/" + std::to_string(process_) + "/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with("RssAnon:")) return std::stol(line.substr(8));
+  }
+  return 0;
+}
+
 int DaemonProcess::waitForEnd() {
   using namespace std::chrono_literals;
   for (auto left = 10'000ms; left > 0ms; left -= 10ms) {
