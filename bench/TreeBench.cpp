@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 
+#include "filesystem/AdvancedOpsAdditions.h"
 #include "filesystem/PermissionPropagation.h"
 #include "filesystem/QRTDirectoryEnumerator.h"
 #include "filesystem/QRTFileDeletionAdditions.h"
@@ -104,6 +105,11 @@ bool propagateMode(const std::string& top) { return propagate(top, "", 0x0e); }
 
 bool propagateAll(const std::string& top) { return propagate(top, "u:77:rwx,g:88:rx", 0x3f); }
 
+/// The comparison's other program takes the protection off again.
+bool protect(const std::string& top) {
+  return !qrt::AdvancedOpsAdditions::setUserImmutableAtPath(files(), top, true, true, false);
+}
+
 /// Where a tree is made: in memory where there is such a place.
 std::string scratchPath() {
   std::string path = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
@@ -149,6 +155,7 @@ constexpr Action actions[] = {
     {"aged", searchAged},
     {"mode", propagateMode},
     {"rights", propagateAll},
+    {"protect", protect},
     {"remove", remove},
 };
 
