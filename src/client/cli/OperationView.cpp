@@ -28,7 +28,7 @@ std::string nameOf(const ArgumentDescription& description) {
 }
 
 std::string synopsisOf(const ArgumentDescription& description) {
-  const auto name = nameOf(description);
+  auto name = nameOf(description);
   if (takesNoValue(description.form)) return fmt::format("[{}]", name);
   switch (description.occurrence) {
     case Occurrence::once:
