@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "platform/linux/ObjectHandle.h"
+#include "platform/posix/AttributeCalls.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
@@ -41,28 +42,7 @@ std::string_view nameOf(std::string_view nativeName) {
   return hasNamespace(rest) ? nativeName : rest;
 }
 
-bool isName(std::string_view name) {
-  return !name.empty() && name.find('\0') == std::string_view::npos;
-}
-
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
-
-/// What a call delivers that tells the length when it is given no room. The length may have grown
-/// by the time of the second call; then it is asked for again.
-template <class Bytes, class Call>
-PosixResult<Bytes> delivered(Call call) {
-  for (;;) {
-    const auto wanted = call(nullptr, 0);
-    if (wanted < 0) return lastError();
-    Bytes bytes(static_cast<std::size_t>(wanted), 0);
-    if (wanted == 0) return bytes;
-    const auto length = call(bytes.data(), bytes.size());
-    if (length < 0 && errno == ERANGE) continue;
-    if (length < 0) return lastError();
-    bytes.resize(static_cast<std::size_t>(length));
-    return bytes;
-  }
-}
 
 }  // namespace
 
@@ -86,7 +66,7 @@ PosixResult<std::vector<std::string>> LinuxExtendedAttributes::names(FileAt obje
 
 PosixResult<Data> LinuxExtendedAttributes::value(FileAt object, Links links,
                                                  const std::string& name) {
-  if (!isName(name)) return PosixCode::invalidArgument;
+  if (!isAttributeName(name)) return PosixCode::invalidArgument;
   const auto handle = ObjectHandle::open(object, links);
   if (!handle) return handle.error();
   const auto path = handle->path();
@@ -98,7 +78,7 @@ PosixResult<Data> LinuxExtendedAttributes::value(FileAt object, Links links,
 
 PosixCode LinuxExtendedAttributes::set(FileAt object, Links links, const std::string& name,
                                        const Data& value) {
-  if (!isName(name)) return PosixCode::invalidArgument;
+  if (!isAttributeName(name)) return PosixCode::invalidArgument;
   const auto handle = ObjectHandle::open(object, links);
   if (!handle) return handle.error();
   return codeFor(
@@ -107,7 +87,7 @@ PosixCode LinuxExtendedAttributes::set(FileAt object, Links links, const std::st
 
 PosixCode LinuxExtendedAttributes::remove(FileAt object, Links links, const std::string& name,
                                           Compression) {
-  if (!isName(name)) return PosixCode::invalidArgument;
+  if (!isAttributeName(name)) return PosixCode::invalidArgument;
   const auto handle = ObjectHandle::open(object, links);
   if (!handle) return handle.error();
   return codeFor(::removexattr(handle->path().c_str(), nativeName(name).c_str()));

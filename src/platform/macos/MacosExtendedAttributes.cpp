@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "platform/macos/ObjectHandle.h"
+#include "platform/posix/AttributeCalls.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
@@ -19,28 +20,7 @@ int optionsFor(Compression compression) {
   return compression == Compression::exposed ? XATTR_SHOWCOMPRESSION : 0;
 }
 
-bool isName(std::string_view name) {
-  return !name.empty() && name.find('\0') == std::string_view::npos;
-}
-
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
-
-/// What a call delivers that tells the length when it is given no room. The length may have grown
-/// by the time of the second call; then it is asked for again.
-template <class Bytes, class Call>
-PosixResult<Bytes> delivered(Call call) {
-  for (;;) {
-    const auto wanted = call(nullptr, 0);
-    if (wanted < 0) return lastError();
-    Bytes bytes(static_cast<std::size_t>(wanted), 0);
-    if (wanted == 0) return bytes;
-    const auto length = call(bytes.data(), bytes.size());
-    if (length < 0 && errno == ERANGE) continue;
-    if (length < 0) return lastError();
-    bytes.resize(static_cast<std::size_t>(length));
-    return bytes;
-  }
-}
 
 }  // namespace
 
@@ -64,7 +44,7 @@ PosixResult<std::vector<std::string>> MacosExtendedAttributes::names(FileAt obje
 
 PosixResult<Data> MacosExtendedAttributes::value(FileAt object, Links links,
                                                  const std::string& name) {
-  if (!isName(name)) return PosixCode::invalidArgument;
+  if (!isAttributeName(name)) return PosixCode::invalidArgument;
   const auto handle = ObjectHandle::open(object, links);
   if (!handle) return handle.error();
   return delivered<Data>([&](std::uint8_t* bytes, std::size_t size) {
@@ -74,7 +54,7 @@ PosixResult<Data> MacosExtendedAttributes::value(FileAt object, Links links,
 
 PosixCode MacosExtendedAttributes::set(FileAt object, Links links, const std::string& name,
                                        const Data& value) {
-  if (!isName(name)) return PosixCode::invalidArgument;
+  if (!isAttributeName(name)) return PosixCode::invalidArgument;
   const auto handle = ObjectHandle::open(object, links);
   if (!handle) return handle.error();
   return codeFor(
@@ -83,7 +63,7 @@ PosixCode MacosExtendedAttributes::set(FileAt object, Links links, const std::st
 
 PosixCode MacosExtendedAttributes::remove(FileAt object, Links links, const std::string& name,
                                           Compression compression) {
-  if (!isName(name)) return PosixCode::invalidArgument;
+  if (!isAttributeName(name)) return PosixCode::invalidArgument;
   const auto handle = ObjectHandle::open(object, links);
   if (!handle) return handle.error();
   return codeFor(::fremovexattr(handle->descriptor(), name.c_str(), optionsFor(compression)));
