@@ -36,6 +36,10 @@ class Folder {
   /// The next entry in the order of the file system, without "." and ".."; none at the end.
   PosixResult<std::optional<FolderEntry>> next();
 
+  /// The next folder among the entries that the system has told already and that are still to come;
+  /// null when none is known. Good until the next entry is asked for.
+  const char* upcomingFolder() const;
+
   /// Makes the next entry the first one again, of the folder as it is by then.
   void rewind();
 

@@ -9,6 +9,13 @@
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
+namespace {
+
+bool isDotOrDots(const char* name) {
+  return name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0));
+}
+
+}  // namespace
 
 /// Reads the kernel's records itself: a C library stream costs two more system calls a folder.
 struct Folder::Listing {
@@ -31,20 +38,25 @@ struct Folder::Listing {
   }
 
   const dirent64& take() {
-    const auto* record = reinterpret_cast<const dirent64*>(records + position);
-    position += record->d_reclen;
-    nextOffset = record->d_off;
-    return *record;
+    const auto& record = recordAt(position);
+    position += record.d_reclen;
+    nextOffset = record.d_off;
+    return record;
+  }
+
+  const char* upcomingFolder() const {
+    for (auto at = position; at != filled; at += recordAt(at).d_reclen) {
+      const auto& record = recordAt(at);
+      if (record.d_type == DT_DIR && !isDotOrDots(record.d_name)) return record.d_name;
+    }
+    return nullptr;
+  }
+
+ private:
+  const dirent64& recordAt(std::size_t at) const {
+    return *reinterpret_cast<const dirent64*>(records + at);
   }
 };
-
-namespace {
-
-bool isDotOrDots(const char* name) {
-  return name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0));
-}
-
-}  // namespace
 
 Folder::Folder(FileDescriptor descriptor) : descriptor_(std::move(descriptor)) {}
 
@@ -67,10 +79,15 @@ PosixResult<std::optional<FolderEntry>> Folder::next() {
   if (!listing_) listing_.reset(new Listing);
   for (;;) {
     if (listing_->isConsumed()) {
-      if (listing_->isKnownToHaveEnded()) return std::optional<FolderEntry>();
-      const auto count = ::getdents64(descriptor(), listing_->records, Listing::capacity);
+      const auto count = listing_->isKnownToHaveEnded()
+                             ? 0
+                             : ::getdents64(descriptor(), listing_->records, Listing::capacity);
       if (count < 0) return lastError();
-      if (count == 0) return std::optional<FolderEntry>();
+      if (count == 0) {
+        // The folder may stay open for long.
+        listing_.reset();
+        return std::optional<FolderEntry>();
+      }
       listing_->position = 0;
       listing_->filled = static_cast<std::size_t>(count);
     }
@@ -79,6 +96,10 @@ PosixResult<std::optional<FolderEntry>> Folder::next() {
     return std::optional(
         FolderEntry{record.d_name, static_cast<std::uint32_t>(DTTOIF(record.d_type))});
   }
+}
+
+const char* Folder::upcomingFolder() const {
+  return listing_ ? listing_->upcomingFolder() : nullptr;
 }
 
 void Folder::rewind() {

@@ -65,6 +65,9 @@ PosixResult<std::optional<FolderEntry>> Folder::next() {
   }
 }
 
+// The stream hands out one entry at a time.
+const char* Folder::upcomingFolder() const { return nullptr; }
+
 void Folder::rewind() {
   if (listing_) ::rewinddir(listing_->stream);
 }
