@@ -13,7 +13,10 @@ Outcome searchHierarchy(const SearchContext& context, const std::string& folder,
   const auto walk =
       QRTDirectoryEnumerator::enumeratorAtPath(context.files, context.log, *base, stayOnFileSystem);
   auto failure = PosixCode::success;
-  if (walk) failure = search(*walk, found);
+  if (walk) {
+    walk->expectStatuses();
+    failure = search(*walk, found);
+  }
   found.finish();
   if (walk && failure == PosixCode::success) failure = walk->failure();
   return posixOutcome(failure);

@@ -35,30 +35,60 @@ bool QRTDirectoryEnumerator::initForBasePath(FileAt base, Links links, bool stay
     return false;
   }
 
-  levelCount_ = 1;
-  auto folder = files_.openFolder(base, links);
-  if (folder) {
-    top().folder = std::make_shared<Folder>(std::move(*folder));
-  } else {
-    note(folder.error());
-  }
+  cursor_.enterBase(base, links);
   if (stayOnFileSystem) scope_.stayOnFileSystemOf(base);
   return true;
 }
 
 std::optional<std::string> QRTDirectoryEnumerator::nextObject() {
   if (!advance()) return std::nullopt;
-  return path_;
+  return *path_;
 }
 
 bool QRTDirectoryEnumerator::advance() {
-  if (!readNextEntry()) return false;
-  objectHolder_ = &top();
-  path_.resize(top().depth.pathLength());
-  if (!path_.empty()) path_ += '/';
-  path_ += entry_.name;
-  if (scope_.includesContentsOf(object(), entry_.type, path_)) pushDirectoryEntry();
+  if (!advanceInBranch() && !advanceCursor()) return false;
+  tellLimit(log_, sighting_->limit);
+  levels_ = sighting_->levels();
   return true;
+}
+
+bool QRTDirectoryEnumerator::advanceInBranch() {
+  if (!branch_) return false;
+  sighting_ = branch_->next();
+  if (sighting_ == nullptr) {
+    branch_.reset();
+    return false;
+  }
+  sighting_->depth.lead(pathInBranch_, sighting_->name);
+  return true;
+}
+
+bool QRTDirectoryEnumerator::advanceCursor() {
+  if (!cursor_.advance()) return false;
+  sighting_ = &cursor_.sighting();
+  path_ = &cursor_.path();
+  if (cursor_.isObjectToBeEntered()) enterObject();
+  return true;
+}
+
+void QRTDirectoryEnumerator::enterObject() {
+  branch_ = ahead_.take(*sighting_);
+  if (branch_) {
+    pathInBranch_ = cursor_.path();
+    path_ = &pathInBranch_;
+    cursor_.enterObject(branch_->cursor());
+  } else {
+    cursor_.enterObject();
+    // What is ahead holds descriptors and memory too.
+    if (cursor_.failure() != PosixCode::success && ahead_.forget(0)) cursor_.enterObject();
+  }
+  ahead_.prepare(cursor_);
+}
+
+std::optional<FileStatus> QRTDirectoryEnumerator::objectStatus() const {
+  if (sighting_->status != nullptr) return *sighting_->status;
+  const auto status = files_.status(object(), Links::stay);
+  return status ? std::optional(*status) : std::nullopt;
 }
 
 std::vector<std::string> QRTDirectoryEnumerator::allObjects() {
@@ -67,36 +97,12 @@ std::vector<std::string> QRTDirectoryEnumerator::allObjects() {
   return paths;
 }
 
-void QRTDirectoryEnumerator::skipDescendents() { popDirectory(); }
-
-bool QRTDirectoryEnumerator::readNextEntry() {
-  while (levelCount_ != 0 && failure_ == PosixCode::success) {
-    if (auto& folder = top().folder) {
-      const auto entry = folder->next();
-      if (!entry) note(entry.error());
-      if (entry && *entry) {
-        entry_ = **entry;
-        return true;
-      }
-    }
-    popDirectory();
-  }
-  return false;
-}
-
-void QRTDirectoryEnumerator::pushDirectoryEntry() {
-  const std::string_view name = entry_.name;
-  if (name.empty()) return;
-  const auto depth = top().depth;
-  const auto limit = depth.limitFor(name);
-  tellLimit(log_, limit);
-  if (limit != WalkDepth::Limit::none) return;
-
-  auto folder = files_.openFolder(object(), Links::stay);
-  if (!folder) return note(folder.error());
-  auto& level = levels_[levelCount_++];
-  level.folder = std::make_shared<Folder>(std::move(*folder));
-  level.depth = depth.below(name);
+void QRTDirectoryEnumerator::skipDescendents() {
+  if (levels_ == 0) return;
+  --levels_;
+  if (branch_) branch_->skipTo(levels_);
+  if (!branch_ || branch_->isAtEnd()) cursor_.leaveTo(levels_);
+  ahead_.forget(levels_);
 }
 
 void QRTDirectoryEnumerator::tellLimit(Log& log, WalkDepth::Limit limit) {
@@ -109,15 +115,6 @@ void QRTDirectoryEnumerator::tellLimit(Log& log, WalkDepth::Limit limit) {
       return log.standard("%{public}@: maximum number of nested directories reached. Skipping...",
                           className);
   }
-}
-
-void QRTDirectoryEnumerator::popDirectory() {
-  if (levelCount_ == 0) return;
-  levels_[--levelCount_].folder.reset();
-}
-
-void QRTDirectoryEnumerator::note(PosixCode failure) {
-  if (isExhaustion(failure)) failure_ = failure;
 }
 
 }  // namespace qrt

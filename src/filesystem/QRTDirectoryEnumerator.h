@@ -1,8 +1,6 @@
 // A depth-first walk that hands out paths, bounded in depth and length.
 #pragma once
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -10,7 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "filesystem/WalkDepth.h"
+#include "filesystem/Branch.h"
+#include "filesystem/HierarchyCursor.h"
+#include "filesystem/WalkAhead.h"
 #include "filesystem/WalkScope.h"
 #include "platform/FileSystem.h"
 #include "platform/Log.h"
@@ -50,6 +50,9 @@ class QRTDirectoryEnumerator {
   QRTDirectoryEnumerator(const QRTDirectoryEnumerator&) = delete;
   QRTDirectoryEnumerator& operator=(const QRTDirectoryEnumerator&) = delete;
 
+  /// Has statuses read ahead, for callers that ask for that of nearly every object.
+  void expectStatuses() { ahead_.expectStatuses(); }
+
   /// The next path relative to the base, or none when the walk is over.
   std::optional<std::string> nextObject();
 
@@ -68,56 +71,48 @@ class QRTDirectoryEnumerator {
 
   /// The object that the walk has come to. Good until it goes on or `skipDescendents()`; not to be
   /// asked before the first object nor after the last.
-  FileAt object() const { return {*objectHolder_->folder, entry_.name}; }
+  FileAt object() const { return sighting_->object(); }
 
-  /// The folder that holds it, which can be kept open for longer than the walk needs it.
-  std::shared_ptr<const Folder> objectFolder() const { return objectHolder_->folder; }
+  /// Its own status, none if it cannot be read.
+  std::optional<FileStatus> objectStatus() const;
 
   /// Its type bits (`file_type`), or 0 where the file system's listing does not tell.
-  std::uint32_t objectType() const { return entry_.type; }
+  std::uint32_t objectType() const { return sighting_->type; }
 
   /// Whether it is a folder that the walk has entered and goes on in.
-  bool isInsideObject() const {
-    return levelCount_ != 0 && objectHolder_ != &levels_[levelCount_ - 1];
-  }
+  bool isInsideObject() const { return levels_ > sighting_->depth.levels(); }
 
   /// Its path relative to the base.
-  const std::string& objectPath() const { return path_; }
+  const std::string& objectPath() const { return *path_; }
 
   /// `success`, or why the walk ended before its end: descriptors or memory ran out. What was
   /// handed out is then incomplete, and the caller says so.
-  PosixCode failure() const { return failure_; }
+  PosixCode failure() const { return cursor_.failure(); }
 
  private:
   static constexpr std::string_view className = "QRTDirectoryEnumerator";
 
-  struct Level {
-    /// None where the base could not be opened.
-    std::shared_ptr<Folder> folder;
-    WalkDepth depth;
-  };
-
   QRTDirectoryEnumerator(FileSystem& files, Log& log, const std::string& basePath);
   bool initForBasePath(FileAt base, Links links, bool stayOnFileSystem);
 
-  Level& top() { return levels_[levelCount_ - 1]; }
-  bool readNextEntry();
-  void pushDirectoryEntry();
-  void popDirectory();
-  void note(PosixCode failure);
+  bool advanceInBranch();
+  bool advanceCursor();
+  void enterObject();
 
   FileSystem& files_;
   Log& log_;
   std::string basePath_;
   WalkScope scope_;
-  /// The object's path; it begins with that of the folder that holds the object.
-  std::string path_;
-  /// The base first; one more for each folder that the walk is in.
-  std::array<Level, WalkDepth::maximumLevels> levels_;
-  std::size_t levelCount_ = 0;
-  FolderEntry entry_{};
-  const Level* objectHolder_ = nullptr;
-  PosixCode failure_ = PosixCode::success;
+  HierarchyCursor cursor_{files_, scope_};
+  WalkAhead ahead_{files_, scope_};
+  /// What was listed before the walk came to it; the cursor stands behind it already.
+  std::unique_ptr<Branch> branch_;
+  std::string pathInBranch_;
+  /// The object and its path.
+  const Sighting* sighting_ = nullptr;
+  const std::string* path_ = nullptr;
+  /// How many folders the walk is in.
+  std::size_t levels_ = 1;
 };
 
 }  // namespace qrt

@@ -9,7 +9,6 @@
 #include "filesystem/FoundObjects.h"
 #include "filesystem/HierarchySearch.h"
 #include "filesystem/HierarchyTotals.h"
-#include "filesystem/LookAhead.h"
 #include "filesystem/OrphanedFolder.h"
 #include "filesystem/PatternSearch.h"
 #include "filesystem/SearchFolder.h"
@@ -61,11 +60,12 @@ Outcome performOperationSearchAgedfilesWithArguments(const SearchContext& contex
   constexpr double secondsPerDay = 86400.0;
   const auto minimumAge = static_cast<double>(arguments[1].number()->asUInt64()) * secondsPerDay;
   const auto search = [&](QRTDirectoryEnumerator& walk, FoundObjects& found) {
-    lookAtEach(context.files, walk, [&](const std::string& path, const FileStatus& status) {
-      if (minimumAge > secondsSince(status.modificationDate)) return;
-      found.add(path, status);
+    while (walk.advance()) {
+      const auto status = walk.objectStatus();
+      if (!status || minimumAge > secondsSince(status->modificationDate)) continue;
+      found.add(walk.objectPath(), *status);
       found.sendIfEnough(0.0);
-    });
+    }
     return PosixCode::success;
   };
   return searchHierarchy(context, *arguments[0].string(), arguments[2].number()->asBool(), feedback,
@@ -122,7 +122,7 @@ Outcome performOperationSearchFileorphansWithArguments(const SearchContext& cont
   KnownUserIDs known(std::move(ids), &context.users);
   const auto search = [&](QRTDirectoryEnumerator& walk, FoundObjects& found) {
     while (walk.advance()) {
-      const auto status = context.files.status(walk.object(), Links::stay);
+      const auto status = walk.objectStatus();
       if (!status || known.contains(status->userID)) continue;
       const auto isWanted = standsForItself(context, walk, *status, known);
       if (!isWanted) return isWanted.error();

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace qrt {
@@ -42,10 +43,19 @@ class WalkDepth {
     return inner;
   }
 
-  /// Bytes of the folder's path relative to the base, as it is told.
-  std::size_t pathLength() const { return pathLength_; }
+  /// How many folders the walk is in here, the base included.
+  std::size_t levels() const { return levels_; }
+
+  /// Makes the path of an earlier object of the walk, relative to the base, that of an object in
+  /// this folder.
+  void lead(std::string& path, const char* name) const {
+    path.resize(pathLength_);
+    if (!path.empty()) path += '/';
+    path += name;
+  }
 
  private:
+  /// Bytes of the folder's path relative to the base, as it is told.
   std::size_t pathLength_ = 0;
   std::size_t levels_ = 1;
 };
