@@ -53,7 +53,6 @@ TEST_F(FileObjectOperationsTest, InspectionAnswersWithAValue) {
                                               {scratch_.file("not\xff utf8"), 2},
                                               {"/dev/null", 2},
                                               {scratch_.link("dangling", "nowhere"), 0},
-                                              {scratch_.path("missing"), 0},
                                               {std::string("/etc\0x", 6), 0}};
   for (const auto& [path, existence] : rows) {
     EXPECT_EQ(perform("InspectFileobject", {path}),

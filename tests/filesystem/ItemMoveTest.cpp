@@ -41,7 +41,6 @@ TEST_F(ItemMoveTest, RefusalsChangeNothingAndSayWhy) {
   const std::tuple<std::string, std::string, int, int> cases[] = {
       {scratch_.path("missing"), fresh, 4, 2},
       {"", fresh, 4, 2},
-      {file, "", 4, 2},
       {file, scratch_.path("missing/new"), 4, 2},
       {file, folder, 516, 17},
       {file, dangling, 516, 17},
