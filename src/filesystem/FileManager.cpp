@@ -10,31 +10,14 @@ namespace {
 /// The system would read a path with a zero byte as the path before it.
 bool isPath(const std::string& text) { return text.find('\0') == std::string::npos; }
 
-PosixResult<FileStatus> statusOf(FileSystem& files, const std::string& path, Links links) {
-  if (!isPath(path)) return PosixCode::noEntry;
-  return files.status(path.c_str(), links);
-}
-
 }  // namespace
 
 bool fileExistsAtPath(FileSystem& files, const std::string& path, bool* isDirectory) {
-  const auto status = statusOf(files, path, Links::follow);
+  if (!isPath(path)) return false;
+  const auto status = files.status(path.c_str(), Links::follow);
   if (!status) return false;
   if (isDirectory != nullptr) *isDirectory = status->isFolder();
   return true;
-}
-
-Result<FileStatus> attributesOfItemAtPath(FileSystem& files, const std::string& path) {
-  const auto status = statusOf(files, path, Links::stay);
-  if (!status) return fileReadError(status.error(), path);
-  return *status;
-}
-
-Result<std::vector<std::string>> contentsOfDirectoryAtPath(FileSystem& files,
-                                                           const std::string& path) {
-  auto folder = openDirectoryAtPath(files, path);
-  if (!folder) return folder.error();
-  return contentsOfDirectory(*folder, path);
 }
 
 Result<Folder> openDirectoryAtPath(FileSystem& files, const std::string& path) {

@@ -15,16 +15,9 @@ namespace FileManager {
 /// Links are followed. `*isDirectory`, if given, is set when something exists.
 bool fileExistsAtPath(FileSystem& files, const std::string& path, bool* isDirectory = nullptr);
 
-/// Of the object itself when it is a link.
-Result<FileStatus> attributesOfItemAtPath(FileSystem& files, const std::string& path);
-
-/// The names in a folder, hidden ones included, in the order of the file system. Links are
-/// followed.
-Result<std::vector<std::string>> contentsOfDirectoryAtPath(FileSystem& files,
-                                                           const std::string& path);
-
-/// The same in two steps, for callers that act on the entries: through the open folder they cannot
-/// be led astray. `path` is for errors.
+/// The names in a folder, hidden ones included, in the order of the file system. In two steps, for
+/// callers that act on the entries: through the open folder they cannot be led astray. Links to
+/// folders are followed. `path` is for errors.
 Result<Folder> openDirectoryAtPath(FileSystem& files, const std::string& path);
 Result<std::vector<std::string>> contentsOfDirectory(Folder& folder, const std::string& path);
 

@@ -5,17 +5,12 @@
 namespace qrt {
 namespace {
 
-class AttributesContract : public test::ContractTest {
- protected:
-  HeldObject held(const std::string& path) const {
-    return std::move(*platform().files.hold(path.c_str(), Links::stay));
-  }
-};
+using AttributesContract = test::ContractTest;
 
 TEST_F(AttributesContract, ExtendedAttributesComeAndGo) {
   auto& attributes = platform().extendedAttributes;
-  const auto file = scratch_.file("file");
-  const auto link = scratch_.link("link", "file");
+  const auto file = scratch_.file("file"), link = scratch_.link("link", "file"),
+             none = scratch_.path("none");
   const auto* at = file.c_str();
   const Data value{0, 1, 2};
   // The second is a record that the home platform's file systems keep apart.
@@ -34,9 +29,8 @@ TEST_F(AttributesContract, ExtendedAttributesComeAndGo) {
   }
   EXPECT_EQ(attributes.set(at, Links::stay, "", value), PosixCode::invalidArgument);
   EXPECT_TRUE(attributes.names(link.c_str(), Links::stay, Compression::exposed)->empty());
-  EXPECT_EQ(
-      attributes.names(scratch_.path("none").c_str(), Links::stay, Compression::hidden).error(),
-      PosixCode::noEntry);
+  EXPECT_EQ(attributes.names(none.c_str(), Links::stay, Compression::hidden).error(),
+            PosixCode::noEntry);
 }
 
 /// The list in the notation of whichever port understands it.
@@ -50,9 +44,10 @@ std::optional<AccessControlList> someList(AccessControl& control) {
   return std::nullopt;
 }
 
-TEST_F(AttributesContract, ListsTravelInExternalForm) {
+TEST_F(AttributesContract, ListsTravelInExternalFormAndToOtherObjects) {
   auto& control = platform().accessControl;
-  const auto object = held(scratch_.file("file"));
+  const auto object = *platform().files.hold(scratch_.file("file").c_str(), Links::stay);
+  const auto other = *platform().files.hold(scratch_.file("other").c_str(), Links::stay);
   EXPECT_FALSE(*control.list(object));
   EXPECT_EQ(control.setList(object, std::nullopt), PosixCode::success);
 
@@ -65,6 +60,9 @@ TEST_F(AttributesContract, ListsTravelInExternalForm) {
   if (code == PosixCode::notSupported) GTEST_SKIP() << "needs a file system with lists";
   ASSERT_EQ(code, PosixCode::success);
   EXPECT_EQ(*control.externalized(*control.list(object)), form);
+  ASSERT_EQ(control.setRights(other, *control.rights(object)), PosixCode::success);
+  EXPECT_EQ(other.status()->mode, object.status()->mode);
+  EXPECT_EQ(*control.externalized(*control.list(other)), form);
 
   const auto inherited = control.markedAsInherited(*list);
   ASSERT_TRUE(inherited);
@@ -73,21 +71,9 @@ TEST_F(AttributesContract, ListsTravelInExternalForm) {
   EXPECT_FALSE(*control.list(object));
 
   form.pop_back();
-  EXPECT_EQ(control.internalized(form).error(), PosixCode::invalidArgument);
-  EXPECT_EQ(control.internalized({1, 2, 3}).error(), PosixCode::invalidArgument);
-}
-
-TEST_F(AttributesContract, RightsAreGivenToAnotherObject) {
-  auto& control = platform().accessControl;
-  const auto model = held(scratch_.file("model"));
-  const auto other = held(scratch_.file("other"));
-  if (control.setList(model, someList(control)) == PosixCode::notSupported) {
-    GTEST_SKIP() << "needs a file system with lists";
+  for (const auto& wrong : {form, Data{1, 2, 3}}) {
+    EXPECT_EQ(control.internalized(wrong).error(), PosixCode::invalidArgument);
   }
-  ASSERT_EQ(control.setRights(other, *control.rights(model)), PosixCode::success);
-  EXPECT_EQ(other.status()->mode, model.status()->mode);
-  EXPECT_EQ(*control.externalized(*control.list(other)),
-            *control.externalized(*control.list(model)));
 }
 
 }  // namespace

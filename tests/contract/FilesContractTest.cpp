@@ -17,6 +17,10 @@ class FilesContract : public test::ContractTest {
   }
   FileSystem& files() const { return platform().files; }
 
+  std::string fifoAt(std::string_view name) const {
+    EXPECT_EQ(mkfifo(scratch_.path(name).c_str(), 0644), 0);
+    return scratch_.path(name);
+  }
   std::string socketAt(std::string_view name) const {
     const auto path = scratch_.path(name);
     sockaddr_un address{};
@@ -29,16 +33,11 @@ class FilesContract : public test::ContractTest {
 };
 
 TEST_F(FilesContract, StatusTellsTypesSizesAndTargets) {
-  const auto file = scratch_.file("file", "12345");
-  const auto link = scratch_.link("link", "file");
-  const auto fifo = scratch_.path("fifo");
-  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-  const std::map<std::string, std::uint32_t> types{{file, file_type::regular},
-                                                   {link, file_type::link},
-                                                   {fifo, file_type::fifo},
-                                                   {socketAt("socket"), file_type::socket},
-                                                   {scratch_.path(), file_type::folder},
-                                                   {"/dev/null", file_type::characterDevice}};
+  const auto file = scratch_.file("file", "12345"), link = scratch_.link("link", "file");
+  const std::pair<std::string, std::uint32_t> types[] = {
+      {file, file_type::regular},           {link, file_type::link},
+      {fifoAt("fifo"), file_type::fifo},    {socketAt("socket"), file_type::socket},
+      {scratch_.path(), file_type::folder}, {"/dev/null", file_type::characterDevice}};
   for (const auto& [path, type] : types) EXPECT_EQ(statusOf(path)->type(), type) << path;
   EXPECT_EQ(statusOf(link, Links::follow)->size, 5u);
   EXPECT_EQ(*files().linkTarget(link.c_str()), "file");
@@ -49,9 +48,7 @@ TEST_F(FilesContract, StatusTellsTypesSizesAndTargets) {
 }
 
 TEST_F(FilesContract, FoldersListTheirEntriesAndAnswerForThem) {
-  scratch_.file("a");
-  scratch_.folder("b");
-  scratch_.link("c", "b");
+  scratch_.make("touch a; mkdir b; ln -s b c");
   auto folder = files().openFolder(scratch_.path().c_str(), Links::stay);
   ASSERT_TRUE(folder);
   for (int pass = 0; pass < 2; ++pass, folder->rewind()) {
@@ -85,10 +82,9 @@ TEST_F(FilesContract, CreationAndRenamingNeverReplace) {
 
 TEST_F(FilesContract, ReadingIsBoundedAndNeverWaits) {
   const auto file = scratch_.file("file", "12345");
-  const auto fifo = scratch_.path("fifo");
-  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
   EXPECT_EQ(files().readFile(file.c_str(), 4).error(), PosixCode::noSpace);
-  for (const auto& path : {fifo, socketAt("socket"), scratch_.path(), std::string("/dev/null")}) {
+  for (const auto& path :
+       {fifoAt("fifo"), socketAt("socket"), scratch_.path(), std::string("/dev/null")}) {
     EXPECT_EQ(files().readFile(path.c_str(), 4).error(), PosixCode::invalidArgument) << path;
   }
 }
@@ -108,8 +104,7 @@ TEST_F(FilesContract, CopiesKeepContentsHolesTimesAndKind) {
   EXPECT_EQ(statusOf(copy)->modificationDate, (Date{2000.5}));
   EXPECT_EQ(*files().readFile(copy.c_str(), 1 << 20), *files().readFile(source.c_str(), 1 << 20));
 
-  const auto fifo = scratch_.path("fifo");
-  ASSERT_EQ(mkfifo(fifo.c_str(), 0644), 0);
+  const auto fifo = fifoAt("fifo");
   const auto folder = files().openFolder(scratch_.path().c_str(), Links::stay);
   EXPECT_EQ(files().createSpecialFile({*folder, "fifo2"}, fifo.c_str()), PosixCode::success);
   EXPECT_EQ(statusOf(scratch_.path("fifo2"))->mode, file_type::fifo | 0600u);
@@ -135,10 +130,8 @@ TEST_F(FilesContract, FlagsProtectUntilTheyAreCleared) {
 
 TEST_F(FilesContract, HoldsObjectsOfEveryKind) {
   const auto file = scratch_.file("file");
-  const auto fifo = scratch_.path("fifo");
-  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-  for (const auto& path :
-       {file, fifo, socketAt("socket"), scratch_.folder("folder"), scratch_.link("link", "none")}) {
+  for (const auto& path : {file, fifoAt("fifo"), socketAt("socket"), scratch_.folder("folder"),
+                           scratch_.link("link", "none")}) {
     const auto held = files().hold(path.c_str(), Links::stay);
     ASSERT_TRUE(held) << path;
     EXPECT_EQ(held->status()->inode, statusOf(path)->inode) << path;

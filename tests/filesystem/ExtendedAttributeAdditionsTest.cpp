@@ -12,47 +12,49 @@ class ExtendedAttributeAdditionsTest : public test::ItemFixture {
   Result<Dictionary> all(const std::string& path, bool notFollowing = false) {
     return extendedAttributesForItemAtPath(context_, path, notFollowing, false);
   }
+  Outcome set(const std::string& path, const Data& value, const std::string& name) {
+    return setForItemAtPath(context_, path, value, name, true);
+  }
+  Outcome remove(const std::string& path, const std::string& name) {
+    return removeFromItemAtPath(context_, path, name, true, false);
+  }
 
   const Data value_{'v'};
-  const std::string name_ = "trusted.name";
 };
 
 TEST_F(ExtendedAttributeAdditionsTest, EmptyArgumentsAreInvalidAndMissingObjectsAreTold) {
   const auto file = scratch_.file("file");
   const auto invalid = posixError(PosixCode::invalidArgument);
   EXPECT_EQ(all("").error(), invalid);
-  EXPECT_EQ(setForItemAtPath(context_, "", value_, name_, false), invalid);
-  EXPECT_EQ(setForItemAtPath(context_, file, {}, name_, false), invalid);
-  EXPECT_EQ(setForItemAtPath(context_, file, value_, "", false), invalid);
-  EXPECT_EQ(removeFromItemAtPath(context_, "", name_, false, false), invalid);
-  EXPECT_EQ(removeFromItemAtPath(context_, file, "", false, false), invalid);
+  EXPECT_EQ(set("", value_, "trusted.x"), invalid);
+  EXPECT_EQ(set(file, {}, "trusted.x"), invalid);
+  EXPECT_EQ(set(file, value_, ""), invalid);
+  EXPECT_EQ(remove("", "trusted.x"), invalid);
+  EXPECT_EQ(remove(file, ""), invalid);
+  EXPECT_EQ(remove(file, "trusted.x"), posixError(PosixCode::noAttribute, file));
 
-  const auto dangling = scratch_.link("dangling", "nowhere");
-  for (const auto& path : {scratch_.path("missing"), dangling}) {
+  for (const auto& path : {scratch_.path("missing"), scratch_.link("dangling", "nowhere")}) {
     const auto missing = posixError(PosixCode::noEntry, path);
     EXPECT_EQ(all(path, true).error(), missing);
-    EXPECT_EQ(setForItemAtPath(context_, path, value_, name_, true), missing);
-    EXPECT_EQ(removeFromItemAtPath(context_, path, name_, true, true), missing);
+    EXPECT_EQ(set(path, value_, "trusted.x"), missing);
+    EXPECT_EQ(remove(path, "trusted.x"), missing);
   }
-  EXPECT_EQ(removeFromItemAtPath(context_, file, name_, false, false),
-            posixError(PosixCode::noAttribute, file));
 }
 
 TEST_F(ExtendedAttributeAdditionsTest, ALinksNamesComeWithItsTargetsValues) {
-  const auto file = scratch_.file("file");
-  const auto link = scratch_.link("link", "file");
   scratch_.make(
+      "touch file; ln -s file link;"
       "setfattr -h -n trusted.empty link; setfattr -n trusted.empty file;"
       "setfattr -h -n trusted.both -v link link; setfattr -n trusted.both -v file file;"
       "setfattr -h -n trusted.onLink -v l link; setfattr -n trusted.onFile -v file file");
+  const auto file = scratch_.path("file"), link = scratch_.path("link");
   const Data value{'f', 'i', 'l', 'e'};
   EXPECT_EQ(*all(link, true), (Dictionary{{"trusted.both", value}}));
   EXPECT_EQ(*all(link, false), (Dictionary{{"trusted.both", value}, {"trusted.onFile", value}}));
 
-  EXPECT_EQ(removeFromItemAtPath(context_, link, "trusted.onLink", true, false), success);
-  EXPECT_EQ(removeFromItemAtPath(context_, link, "trusted.onFile", true, false),
-            posixError(PosixCode::noAttribute, link));
-  EXPECT_EQ(setForItemAtPath(context_, link, value_, "trusted.new", true), success);
+  EXPECT_EQ(remove(link, "trusted.onLink"), success);
+  EXPECT_EQ(remove(link, "trusted.onFile"), posixError(PosixCode::noAttribute, link));
+  EXPECT_EQ(set(link, value_, "trusted.new"), success);
   EXPECT_EQ(all(file)->count("trusted.new"), 0u);
 }
 

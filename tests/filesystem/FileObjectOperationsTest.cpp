@@ -1,68 +1,30 @@
-#include "filesystem/FileObjectOperations.h"
-
 #include <ctime>
-#include <optional>
 
 #include "filesystem/AdvancedOpsAdditions.h"
-#include "filesystem/FileSystemOperations.h"
-#include "operations/PrivilegedOperationError.h"
-#include "platform/NativePlatform.h"
-#include "support/Attack.h"
-#include "support/FolderExchanger.h"
+#include "filesystem/OperationFixture.h"
 #include "support/Mounts.h"
 
 namespace qrt {
 namespace {
 
 using test::Mount;
+using test::statusOf;
 
-const auto invalid = posixError(PosixCode::invalidArgument);
-
-class FileObjectOperationsTest : public testing::Test {
- protected:
-  FileObjectOperationsTest() { registerFileSystemHandlers(handlers_, platform_.facilities()); }
-
-  /// Performs an operation the way a request does.
-  Outcome perform(const std::string& stem, const Array& arguments) {
-    const auto* handler = handlers_.find("performOperation" + stem + "WithArguments:");
-    EXPECT_NE(handler, nullptr) << stem;
-    return handler == nullptr ? Outcome() : (*handler)(arguments, nullptr);
-  }
-
-  FileStatus statusOf(const std::string& path, Links links = Links::stay) {
-    const auto status = platform_.facilities().files.status(path.c_str(), links);
-    EXPECT_TRUE(status) << path;
-    return status ? *status : FileStatus();
-  }
-  bool isImmutable(const std::string& name) {
-    return (statusOf(scratch_.path(name)).flags & file_flag::userImmutable) != 0;
-  }
-
-  test::ScratchFolder scratch_;
-  const NativePlatform platform_;
-  HandlerTable handlers_;
-};
+using FileObjectOperationsTest = test::OperationFixture;
 
 TEST_F(FileObjectOperationsTest, CreatedObjectsBelongToRootAndHaveTheirExactMode) {
   ASSERT_EQ(chown(scratch_.path().c_str(), 1000, 1000), 0);
   ASSERT_EQ(chmod(scratch_.path().c_str(), 02777), 0);
-  const struct {
-    const char* code;
-    std::uint32_t mode;
-  } cases[] = {{"F", file_type::regular | 0644},
-               {"X", file_type::regular | 0755},
-               {"D", file_type::folder | 0755}};
   for (const mode_t mask : {0000, 0777}) {
-    for (const auto& created : cases) {
-      const auto path = scratch_.path(created.code + std::to_string(mask));
+    for (const auto& [code, mode] :
+         {std::pair("F", S_IFREG | 0644u), {"X", S_IFREG | 0755u}, {"D", S_IFDIR | 0755u}}) {
+      const auto path = scratch_.path(code + std::to_string(mask));
       const auto before = umask(mask);
-      EXPECT_EQ(perform("CreateFileobject", {path, created.code}), success);
+      EXPECT_EQ(perform("CreateFileobject", {path, code}), success);
       EXPECT_EQ(umask(before), mask);
       const auto status = statusOf(path);
-      EXPECT_EQ(status.mode, created.mode);
-      EXPECT_EQ(status.userID, 0u);
-      EXPECT_EQ(status.groupID, 0u);
-      EXPECT_TRUE(status.isFolder() || status.size == 0);
+      EXPECT_EQ(std::tuple(status.st_mode, status.st_uid, status.st_gid), std::tuple(mode, 0u, 0u));
+      EXPECT_TRUE(S_ISDIR(status.st_mode) || status.st_size == 0);
     }
   }
 }
@@ -71,87 +33,71 @@ TEST_F(FileObjectOperationsTest, CreationIsRefusedWithTheRightError) {
   const auto create = [&](const std::string& path, const char* code) {
     return perform("CreateFileobject", {path, code});
   };
-  const auto missing = scratch_.path("missing/new"),
-             dangling = scratch_.link("dangling", "nowhere");
+  const auto missing = scratch_.path("missing/new");
+  const auto dangling = scratch_.link("dangling", "nowhere");
   for (const char* code : {"", "FF", "d", "\xc3\xa9"}) {
-    EXPECT_EQ(create(scratch_.path("new"), code), invalid) << code;
+    EXPECT_EQ(create(scratch_.path("new"), code), invalid_) << code;
   }
-  EXPECT_EQ(create("", "F"), invalid);
+  EXPECT_EQ(create("", "F"), invalid_);
   EXPECT_EQ(create(scratch_.path(), "F"), posixError(PosixCode::exists));
   EXPECT_EQ(create(scratch_.path(), "D"), posixError(PosixCode::exists));
-  for (const auto& blocked : {dangling, missing}) {
-    const auto error = create(blocked, "X");
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->domain, privilegedOperationErrorDomain);
-    EXPECT_EQ(error->code, 4);
-    EXPECT_EQ(*stringIn(error->userInfo, filePathErrorKey), blocked);
-    EXPECT_EQ(error->userInfo.at("QRTLocalizedRecoverySuggestionParameters"),
-              PropertyValue(Array{blocked}));
-  }
+  for (const auto& blocked : {dangling, missing}) expectError(create(blocked, "X"), 4, blocked);
   EXPECT_EQ(create(dangling, "D")->code, 516);
   EXPECT_EQ(create(missing, "D")->code, 4);
   EXPECT_FALSE(test::exists(scratch_.path("nowhere")));
 }
 
 TEST_F(FileObjectOperationsTest, InspectionAnswersWithAValue) {
-  scratch_.folder("folder");
-  const struct {
-    std::string path;
-    int existence;
-  } cases[] = {{scratch_.path("folder"), 1},
-               {scratch_.link("toFolder", "folder"), 1},
-               {scratch_.file("not\xff utf8"), 2},
-               {"/dev/null", 2},
-               {scratch_.link("dangling", "nowhere"), 0},
-               {scratch_.link("loop", "loop"), 0},
-               {scratch_.path("missing"), 0},
-               {scratch_.path(std::string(300, 'n')), 0},
-               {std::string("/etc\0x", 6), 0}};
-  for (const auto& inspected : cases) {
-    EXPECT_EQ(perform("InspectFileobject", {inspected.path}),
-              privilegedOperationAnswer({{"ObjectExistence", inspected.existence}}))
-        << inspected.path;
+  const std::pair<std::string, int> rows[] = {{scratch_.folder("folder"), 1},
+                                              {scratch_.link("toFolder", "folder"), 1},
+                                              {scratch_.file("not\xff utf8"), 2},
+                                              {"/dev/null", 2},
+                                              {scratch_.link("dangling", "nowhere"), 0},
+                                              {std::string("/etc\0x", 6), 0}};
+  for (const auto& [path, existence] : rows) {
+    EXPECT_EQ(perform("InspectFileobject", {path}),
+              privilegedOperationAnswer({{"ObjectExistence", existence}}))
+        << path;
   }
-  EXPECT_EQ(perform("InspectFileobject", {""}), invalid);
+  EXPECT_EQ(perform("InspectFileobject", {""}), invalid_);
 }
 
 TEST_F(FileObjectOperationsTest, TouchingFollowsLinksAndCreatesNothing) {
   scratch_.make("touch -d @1 file; ln -s file link; touch -h -d @1 link; ln -s nowhere dangling");
-  const auto modified = [&](const char* name) {
-    return statusOf(scratch_.path(name)).modificationDate.secondsSince1970;
-  };
   EXPECT_EQ(perform("TouchFileobject", {scratch_.path("link")}), success);
-  EXPECT_NEAR(modified("file"), static_cast<double>(time(nullptr)), 60);
-  EXPECT_EQ(modified("link"), 1);
+  EXPECT_NEAR(static_cast<double>(statusOf(scratch_.path("file")).st_mtime),
+              static_cast<double>(time(nullptr)), 60);
+  EXPECT_EQ(statusOf(scratch_.path("link")).st_mtime, 1);
 
-  EXPECT_EQ(perform("TouchFileobject", {""}), invalid);
+  EXPECT_EQ(perform("TouchFileobject", {""}), invalid_);
   EXPECT_EQ(perform("TouchFileobject", {scratch_.path("dangling")}),
             posixError(PosixCode::noEntry));
   EXPECT_FALSE(test::exists(scratch_.path("nowhere")));
-  if (scratch_.changeFlags("file", "+i")) {
-    EXPECT_EQ(perform("TouchFileobject", {scratch_.path("file")}),
-              posixError(PosixCode::notPermitted));
-  }
+  if (!scratch_.changeFlags("file", "+i")) GTEST_SKIP() << "needs the right to set flags";
+  EXPECT_EQ(perform("TouchFileobject", {scratch_.path("file")}),
+            posixError(PosixCode::notPermitted));
 }
 
 TEST_F(FileObjectOperationsTest, LinksAreMadeAsTheyAreWritten) {
-  const auto file = scratch_.file("file");
-  const auto soft = scratch_.path("soft");
+  const auto file = scratch_.file("file"), hard = scratch_.path("hard"),
+             soft = scratch_.path("soft"), hardToSoft = scratch_.path("hardToSoft");
   EXPECT_EQ(perform("CreateLink", {soft, "../no/where", 0}), success);
-  char target[64] = {};
-  ASSERT_GT(readlink(soft.c_str(), target, sizeof target - 1), 0);
-  EXPECT_STREQ(target, "../no/where");
-  EXPECT_EQ(perform("CreateLink", {scratch_.path("hard"), file, 1}), success);
-  EXPECT_EQ(statusOf(scratch_.path("hard")).inode, statusOf(file).inode);
-  EXPECT_EQ(perform("CreateLink", {scratch_.path("hardToLink"), soft, 1}), success);
-  EXPECT_TRUE(statusOf(scratch_.path("hardToLink")).isLink());
+  EXPECT_EQ(*context_.files.linkTarget(soft.c_str()), "../no/where");
+  EXPECT_EQ(perform("CreateLink", {hard, file, 1}), success);
+  EXPECT_EQ(statusOf(hard).st_ino, statusOf(file).st_ino);
+  EXPECT_EQ(perform("CreateLink", {hardToSoft, soft, 1}), success);
+  EXPECT_TRUE(S_ISLNK(statusOf(hardToSoft).st_mode));
 
-  EXPECT_EQ(perform("CreateLink", {soft, "x", 0})->code, 516);
-  EXPECT_EQ(perform("CreateLink", {soft, file, 1})->code, 516);
-  EXPECT_EQ(perform("CreateLink", {scratch_.path("new"), scratch_.path("missing"), 1})->code, 4);
-  EXPECT_EQ(perform("CreateLink", {scratch_.path("new"), scratch_.path(), 1})->code, 513);
-  EXPECT_EQ(perform("CreateLink", {scratch_.path("new"), "", 0})->code, 4);
-  EXPECT_EQ(perform("CreateLink", {"", "x", 0})->code, 4);
+  const auto fresh = scratch_.path("new");
+  const std::pair<Array, int> refused[] = {{{soft, "x", 0}, 516},
+                                           {{soft, file, 1}, 516},
+                                           {{fresh, scratch_.path("missing"), 1}, 4},
+                                           {{fresh, scratch_.path(), 1}, 513},
+                                           {{fresh, "", 0}, 4},
+                                           {{"", "x", 0}, 4}};
+  for (const auto& [arguments, code] : refused) {
+    EXPECT_EQ(perform("CreateLink", arguments)->code, code) << *arguments[1].string();
+  }
 }
 
 TEST_F(FileObjectOperationsTest, ClassicAttributesAreTheRecordThatOthersRead) {
@@ -176,13 +122,13 @@ TEST_F(FileObjectOperationsTest, ClassicAttributesAreTheRecordThatOthersRead) {
   EXPECT_EQ(record(plain), "");
 
   EXPECT_EQ(perform("ModifyHfsattr", {"/proc/self/stat", 0, 0, 0}), success);
-  EXPECT_EQ(perform("ModifyHfsattr", {"", type, creator, 1}), invalid);
+  EXPECT_EQ(perform("ModifyHfsattr", {"", type, creator, 1}), invalid_);
   EXPECT_EQ(perform("ModifyHfsattr", {scratch_.path("missing"), type, creator, 1})->code, 4);
   EXPECT_EQ(perform("ModifyHfsattr", {"/proc/self/stat", type, creator, 1})->domain,
             cocoaErrorDomain);
 }
 
-class ProtectionTest : public FileObjectOperationsTest {
+class ProtectionTest : public test::OperationFixture {
  protected:
   void SetUp() override {
     scratch_.file("probe");
@@ -197,16 +143,21 @@ class ProtectionTest : public FileObjectOperationsTest {
                   bool stayOnFileSystem = false) {
     return perform("ModifyProtection", {path, value, recursive, stayOnFileSystem});
   }
+  bool isImmutable(const std::string& name) {
+    const auto status = context_.files.status(scratch_.path(name).c_str(), Links::stay);
+    return (status->flags & file_flag::userImmutable) != 0;
+  }
 };
 
-TEST_F(ProtectionTest, OneObjectOrTheTargetOfALink) {
-  scratch_.make("mkdir folder; touch folder/file; ln -s folder link; ln -s nowhere dangling");
+TEST_F(ProtectionTest, OneObjectOrAllBelowItUntilOneFails) {
+  scratch_.make("mkdir folder; mkfifo folder/fifo; ln -s folder link; ln -s nowhere dangling");
   EXPECT_EQ(protect(scratch_.path("link"), true), success);
   EXPECT_TRUE(isImmutable("folder"));
-  EXPECT_FALSE(isImmutable("folder/file"));
-  EXPECT_EQ(protect(scratch_.path("folder"), false), success);
+  EXPECT_EQ(protect(scratch_.path("folder"), true, true), posixError(PosixCode::notSupported));
+  EXPECT_EQ(protect(scratch_.path("folder"), false, true), success);
+  EXPECT_FALSE(isImmutable("folder"));
 
-  EXPECT_EQ(protect("", true), invalid);
+  EXPECT_EQ(protect("", true), invalid_);
   EXPECT_EQ(protect(scratch_.path("dangling"), true, true), posixError(PosixCode::noEntry));
   EXPECT_EQ(protect("/dev/null", true), posixError(PosixCode::notSupported));
   EXPECT_EQ(protect("/dev/null", false), success);
@@ -229,13 +180,6 @@ TEST_F(ProtectionTest, AHierarchyWithTheTargetsOfItsLinks) {
   }
 }
 
-TEST_F(ProtectionTest, TheFirstFailureIsTold) {
-  scratch_.make("mkdir tree; mkfifo tree/fifo");
-  EXPECT_EQ(protect(scratch_.path("tree"), true, true), posixError(PosixCode::notSupported));
-  EXPECT_TRUE(isImmutable("tree"));
-  EXPECT_EQ(protect(scratch_.path("tree"), false, true), success);
-}
-
 TEST_F(ProtectionTest, AnotherFileSystemCanBeLeftAlone) {
   scratch_.make("mkdir -p tree/volume; touch tree/file");
   const Mount mount(Mount::Kind::ext4, scratch_.path("tree/volume"));
@@ -249,49 +193,9 @@ TEST_F(ProtectionTest, AnotherFileSystemCanBeLeftAlone) {
     EXPECT_EQ(protect(tree, value, true, false), success);
     EXPECT_EQ(isImmutable("tree/volume/file"), value);
   }
-
-  auto& files = platform_.facilities().files;
-  using AdvancedOpsAdditions::fileSystemIDForPath;
-  EXPECT_EQ(fileSystemIDForPath(files, scratch_.path("missing")), 0xFFFFFFFFu);
-  EXPECT_EQ(fileSystemIDForPath(files, ""), 0xFFFFFFFFu);
-}
-
-/// The owner of a tree exchanges a folder in it, while its flags are cleared, for a link to a
-/// folder of somebody else that holds the same names. The link's target itself is fair game, what
-/// is in it is not.
-TEST_F(ProtectionTest, ExchangedFoldersDoNotLeadTheFlagAstray) {
-  constexpr int filesEach = 20;
-  const auto tree = scratch_.path("tree"), precious = scratch_.folder("precious");
-  scratch_.make("mkdir -p tree/folder");
-  for (int i = 0; i < filesEach; ++i) {
-    scratch_.file("precious/" + std::to_string(i));
-    scratch_.file("tree/folder/" + std::to_string(i));
+  for (const auto& path : {scratch_.path("missing"), std::string()}) {
+    EXPECT_EQ(AdvancedOpsAdditions::fileSystemIDForPath(context_.files, path), 0xFFFFFFFFu);
   }
-  scratch_.link("tree/link", precious);
-  int exchanges = 0;
-  const auto underAttack = [&](bool isProtected, auto release) {
-    EXPECT_EQ(protect(tree, isProtected, true), success);
-    EXPECT_EQ(protect(precious, true, true), success);
-    const test::FolderExchanger attacker(tree + "/folder", tree + "/link");
-    release();
-    exchanges += attacker.exchanges();
-  };
-  const auto releaseByPath = [&] {
-    if (statusOf(tree + "/folder").isLink()) return;
-    for (int i = 0; i < filesEach; ++i) {
-      (void)protect(tree + "/folder/" + std::to_string(i), false);
-    }
-  };
-  EXPECT_EQ(protect(precious, true, true), success);
-  test::attack([&] { underAttack(false, releaseByPath); }, [&] { exchanges = 0; },
-               [&] { underAttack(true, [&] { EXPECT_EQ(protect(tree, false, true), success); }); },
-               [&] {
-                 for (int i = 0; i < filesEach; ++i) {
-                   if (!isImmutable("precious/" + std::to_string(i))) return false;
-                 }
-                 return true;
-               });
-  EXPECT_GT(exchanges, 0) << "nobody attacked";
 }
 
 }  // namespace

@@ -1,11 +1,6 @@
 #include "filesystem/ItemMove.h"
 
-#include <gmock/gmock.h>
-#include <sys/socket.h>
-
-#include <fstream>
-#include <iterator>
-#include <memory>
+#include <optional>
 
 #include "support/ItemFixture.h"
 #include "support/KillAtEveryCall.h"
@@ -20,18 +15,13 @@ using test::printed;
 /// Everything that a tree has, in words: types, modes, owners, times, sizes, links, contents,
 /// attributes with their lists of access rights (which XFS shows twice), flags.
 std::string description(const std::string& path) {
-  const auto in = "cd '" + path + "' 2>/dev/null && ";
-  return printed(in +
-                 "find . '(' -type d -printf '%p %M %U %G %T@\\n' -o "
-                 "-printf '%p %M %U %G %s %T@ %l %n\\n' ')' | LC_ALL=C sort") +
-         printed(in + "find . -type f -exec sha1sum {} + | LC_ALL=C sort") +
-         printed(
-             in +
-             "find . | LC_ALL=C sort | xargs -d '\\n' getfattr -h -d -m - -e hex 2>&1 | grep -v "
-             "^trusted.SGI_ACL_") +
-         printed(in +
-                 "find . -type f -o -type d | LC_ALL=C sort | xargs -d '\\n' lsattr -d 2>&1 | "
-                 "awk '{gsub(/[^ia]/, \"\", $1); print}'");
+  return printed("cd '" + path + "' 2>/dev/null || exit; export LC_ALL=C" + R"(
+      find . '(' -type d -printf '%p %M %U %G %T@\n' -o -printf '%p %M %U %G %s %T@ %l %n\n' ')' |
+        sort
+      find . -type f -exec sha1sum {} + | sort
+      find . | sort | xargs -d '\n' getfattr -h -d -m - -e hex 2>&1 | grep -v '^trusted.SGI_ACL_'
+      find . -type f -o -type d | sort | xargs -d '\n' lsattr -d 2>&1 |
+        awk '{gsub(/[^ia]/, "", $1); print}')");
 }
 
 class ItemMoveTest : public test::ItemFixture {
@@ -43,85 +33,63 @@ class ItemMoveTest : public test::ItemFixture {
   static std::int64_t causeOf(const Outcome& outcome) {
     return outcome->userInfo.at("NSUnderlyingError").error()->code;
   }
-
-  /// A tree with one of everything; names relative to the scratch folder.
-  void makeTree(const std::string& top) {
-    scratch_.make("mkdir -p " + top + "/folder/empty; cd " + top +
-                  "; printf contents > file; printf deep > folder/deep; ln file folder/again;"
-                  "ln -s file link; ln -s nowhere dangling; ln -s loop loop;"
-                  "mkfifo -m 620 fifo; mknod -m 604 device c 1 3;"
-                  "chown 1000:2000 folder; chown -h 1001:2001 link; chown 1002:2002 file;"
-                  "chmod 6711 file; chmod 3770 folder; chmod 0 folder/deep");
-    scratch_.file(top + "/" + std::string(255, 'n'), std::string(300000, 'x'));
-    scratch_.file(top + "/not\xff utf\x80", "bytes");
-    const auto at = [&](const std::string& name) { return scratch_.path(top + "/" + name); };
-    ASSERT_EQ(mknod(at("socket").c_str(), S_IFSOCK | 0666, 0), 0);
-    const timespec times[] = {{1000000001, 123456789}, {1000000002, 987654321}};
-    for (const char* name : {"folder/deep", "folder/empty", "link", "fifo", "folder", ""}) {
-      ASSERT_EQ(utimensat(AT_FDCWD, at(name).c_str(), times, AT_SYMLINK_NOFOLLOW), 0) << name;
-    }
-  }
-
-  void addAttributes(const std::string& top) {
-    scratch_.make("cd " + top +
-                  "; setfattr -h -n trusted.label -v t link;"
-                  "setfacl -m u:1234:rwx,d:u:1234:rwx folder/empty;"
-                  // Memory keeps these on newer kernels only.
-                  "setfattr -n user.note -v text file && setfattr -n user.empty folder || true");
-  }
 };
 
 TEST_F(ItemMoveTest, RefusalsChangeNothingAndSayWhy) {
-  const auto file = scratch_.file("file");
-  const auto folder = scratch_.folder("folder");
-  const auto dangling = scratch_.link("dangling", "nowhere");
-  const struct {
-    std::string from, to;
-    std::int64_t code, cause;
-  } cases[] = {{scratch_.path("missing"), scratch_.path("new"), 4, 2},
-               {"", scratch_.path("new"), 4, 2},
-               {file, "", 4, 2},
-               {file, scratch_.path("missing/new"), 4, 2},
-               {file, folder, 516, 17},
-               {file, dangling, 516, 17},
-               {file, file, 516, 17},
-               {file, scratch_.path(std::string(256, 'n')), 514, 63},
-               {folder, folder + "/inside", 512, 22}};
-  for (const auto& refused : cases) {
-    const auto error = move(refused.from, refused.to);
-    ASSERT_TRUE(error) << refused.to;
+  const auto file = scratch_.file("file"), folder = scratch_.folder("folder"),
+             dangling = scratch_.link("dangling", "nowhere"), fresh = scratch_.path("new");
+  const std::tuple<std::string, std::string, int, int> cases[] = {
+      {scratch_.path("missing"), fresh, 4, 2},
+      {"", fresh, 4, 2},
+      {file, scratch_.path("missing/new"), 4, 2},
+      {file, folder, 516, 17},
+      {file, dangling, 516, 17},
+      {file, file, 516, 17},
+      {file, scratch_.path(std::string(256, 'n')), 514, 63},
+      {folder, folder + "/inside", 512, 22}};
+  for (const auto& [from, to, code, cause] : cases) {
+    const auto error = move(from, to);
+    ASSERT_TRUE(error) << to;
     EXPECT_EQ(error->domain, cocoaErrorDomain);
-    EXPECT_EQ(error->code, refused.code) << refused.to;
-    EXPECT_EQ(causeOf(error), refused.cause) << refused.to;
-    EXPECT_EQ(*stringIn(error->userInfo, filePathErrorKey), refused.from);
-    EXPECT_EQ(*stringIn(error->userInfo, destinationFilePathErrorKey), refused.to);
+    EXPECT_EQ(error->code, code) << to;
+    EXPECT_EQ(causeOf(error), cause) << to;
+    EXPECT_EQ(*stringIn(error->userInfo, filePathErrorKey), from);
+    EXPECT_EQ(*stringIn(error->userInfo, destinationFilePathErrorKey), to);
   }
   EXPECT_TRUE(test::exists(file) && test::exists(folder) && test::exists(dangling));
 }
 
-class VolumeMoveTest : public ItemMoveTest, public testing::WithParamInterface<Mount::Kind> {
- protected:
-  void SetUp() override {
-    mount_.emplace(GetParam(), scratch_.folder("volume"));
-    if (!mount_->isMounted()) GTEST_SKIP() << "needs the right to mount and the volume's tools";
-  }
-  std::optional<Mount> mount_;
-};
+class VolumeMoveTest : public ItemMoveTest, public testing::WithParamInterface<Mount::Kind> {};
 
 TEST_P(VolumeMoveTest, EverythingArrivesAndComesBack) {
-  makeTree("tree");
-  addAttributes("tree");
-  const auto there = scratch_.path("volume/tree");
+  const Mount mount(GetParam(), scratch_.folder("volume"));
+  if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount and the volume's tools";
+  const auto here = scratch_.folder("tree"), there = scratch_.path("volume/tree");
+  scratch_.file("tree/" + std::string(255, 'n'), std::string(300000, 'x'));
+  scratch_.file("tree/not\xff utf\x80", "bytes");
+  ASSERT_EQ(mknod((here + "/socket").c_str(), S_IFSOCK | 0666, 0), 0);
+  scratch_.make(R"(cd tree
+      mkdir -p folder/empty; printf contents > file; printf deep > folder/deep
+      ln file folder/again; ln -s file link; ln -s nowhere dangling; ln -s loop loop
+      mkfifo -m 620 fifo; mknod -m 604 device c 1 3
+      chown 1000:2000 folder; chown -h 1001:2001 link; chown 1002:2002 file
+      chmod 6711 file; chmod 3770 folder; chmod 0 folder/deep
+      setfattr -h -n trusted.label -v t link; setfacl -m u:1234:rwx,d:u:1234:rwx folder/empty
+      # Memory keeps these on newer kernels only.
+      setfattr -n user.note -v text file && setfattr -n user.empty folder || true
+      touch -h -d @1000000002.987654321 folder/deep folder/empty link fifo folder .
+      # What the new folder passes on is not to reach the copy.
+      chmod 2777 ../volume; chgrp 77 ../volume; setfacl -m d:u:4321:rwx ../volume)");
   const auto isFlagged = scratch_.changeFlags("tree/folder/deep", "+i");
-  const auto before = description(scratch_.path("tree"));
+  const auto before = description(here);
   EXPECT_EQ(isFlagged, before.find("\ni ./folder/deep\n") != std::string::npos) << before;
-  ASSERT_EQ(move(scratch_.path("tree"), there), success);
-  EXPECT_FALSE(test::exists(scratch_.path("tree")));
+  ASSERT_EQ(move(here, there), success);
+  EXPECT_FALSE(test::exists(here));
   EXPECT_EQ(description(there), before);
 
-  ASSERT_EQ(move(there, scratch_.path("tree")), success);
-  EXPECT_EQ(description(scratch_.path("tree")), before);
-  EXPECT_EQ(printed("getfattr -R -h -d -m SGI '" + scratch_.path("tree") + "'"), "");
+  ASSERT_EQ(move(there, here), success);
+  EXPECT_EQ(description(here), before);
+  EXPECT_EQ(printed("getfattr -R -h -d -m SGI '" + here + "'"), "");
   EXPECT_EQ(printed("ls -A '" + scratch_.path("volume") + "' | grep -v lost+found"), "");
 }
 
@@ -131,79 +99,60 @@ INSTANTIATE_TEST_SUITE_P(Volumes, VolumeMoveTest,
 
 class AcrossTest : public ItemMoveTest {
  protected:
-  AcrossTest() : mount_(Mount::Kind::memory, scratch_.folder("volume")) {}
   void SetUp() override {
     if (!mount_.isMounted()) GTEST_SKIP() << "needs the right to mount";
+    scratch_.folder("tree");
   }
 
-  bool isVolumeEmpty() { return printed("ls -A '" + scratch_.path("volume") + "'").empty(); }
+  std::string namesOnVolume() { return printed("ls -A '" + scratch_.path("volume") + "'"); }
 
-  Mount mount_;
+  const Mount mount_{Mount::Kind::memory, scratch_.folder("volume")};
+  const std::string from_ = scratch_.path("tree"), to_ = scratch_.path("volume/tree");
 };
 
-TEST_F(AcrossTest, WhatTheNewFolderPassesOnDoesNotReachTheCopy) {
-  scratch_.folder("tree");
-  scratch_.file("tree/file");
-  ASSERT_EQ(chmod(scratch_.path("volume").c_str(), 02777), 0);
-  ASSERT_EQ(chown(scratch_.path("volume").c_str(), 0, 77), 0);
-  ASSERT_TRUE(test::run({"setfacl", "-m", "d:u:1234:rwx", scratch_.path("volume")}));
-  const auto before = description(scratch_.path("tree"));
-  ASSERT_EQ(move(scratch_.path("tree"), scratch_.path("volume/tree")), success);
-  EXPECT_EQ(description(scratch_.path("volume/tree")), before);
-}
-
 TEST_F(AcrossTest, HolesStayHoles) {
-  constexpr off_t gibibyte = 1 << 30;
-  const auto file = scratch_.file("file", "begin");
-  ASSERT_EQ(truncate(file.c_str(), 8 * gibibyte), 0);
-  ASSERT_EQ(move(file, scratch_.path("volume/file")), success);
-  struct stat status {};
-  ASSERT_EQ(stat(scratch_.path("volume/file").c_str(), &status), 0);
-  EXPECT_EQ(status.st_size, 8 * gibibyte);
+  scratch_.make("truncate -s 8G tree/file");
+  ASSERT_EQ(move(from_ + "/file", to_), success);
+  const auto status = test::statusOf(to_);
+  EXPECT_EQ(status.st_size, 8LL << 30);
   EXPECT_LT(status.st_blocks, 100);
 }
 
 TEST_F(AcrossTest, AFullVolumeKeepsTheOldTreeAndNothingOfTheNew) {
-  scratch_.folder("tree");
   scratch_.file("tree/a", std::string(100000, 'a'));
   scratch_.file("tree/b", std::string(3000000, 'b'));
-  ASSERT_TRUE(test::run({"mount", "-o", "remount,size=1m", scratch_.path("volume")}));
-  const auto before = description(scratch_.path("tree"));
-  const auto error = move(scratch_.path("tree"), scratch_.path("volume/tree"));
+  scratch_.make("mount -o remount,size=1m volume");
+  const auto before = description(from_);
+  const auto error = move(from_, to_);
   ASSERT_TRUE(error);
   EXPECT_EQ(error->code, 640);
   EXPECT_EQ(causeOf(error), 28);
-  EXPECT_EQ(*stringIn(error->userInfo, filePathErrorKey), scratch_.path("tree/b"));
-  EXPECT_EQ(description(scratch_.path("tree")), before);
-  EXPECT_TRUE(isVolumeEmpty());
+  EXPECT_EQ(*stringIn(error->userInfo, filePathErrorKey), from_ + "/b");
+  EXPECT_EQ(description(from_), before);
+  EXPECT_EQ(namesOnVolume(), "");
 }
 
 TEST_F(AcrossTest, WhatCouldNotBeRemovedIsNotCopied) {
-  scratch_.make("mkdir -p tree/inner");
-  const auto to = scratch_.path("volume/tree");
   {
-    const Mount inner(Mount::Kind::memory, scratch_.path("tree/inner"));
+    const Mount inner(Mount::Kind::memory, scratch_.folder("tree/inner"));
     scratch_.file("tree/inner/file");
-    EXPECT_EQ(causeOf(move(scratch_.path("tree"), to)), number(PosixCode::busy));
-    EXPECT_EQ(causeOf(move(scratch_.path("tree"), scratch_.path("tree/inner/tree"))),
-              number(PosixCode::busy));
-    EXPECT_EQ(printed("ls -A '" + scratch_.path("tree/inner") + "'"), "file\n");
+    EXPECT_EQ(causeOf(move(from_, to_)), number(PosixCode::busy));
+    EXPECT_EQ(causeOf(move(from_, from_ + "/inner/tree")), number(PosixCode::busy));
+    EXPECT_EQ(printed("ls -A '" + from_ + "/inner'"), "file\n");
   }
   if (!scratch_.changeFlags("tree", "+i")) GTEST_SKIP() << "needs the right to set flags";
-  EXPECT_EQ(move(scratch_.path("tree"), to)->code, 513);
-  EXPECT_TRUE(isVolumeEmpty());
+  EXPECT_EQ(move(from_, to_)->code, 513);
+  EXPECT_EQ(namesOnVolume(), "");
 }
 
 TEST_F(AcrossTest, ATakenPathStaysAsItIs) {
-  scratch_.file("file", "old");
-  scratch_.link("volume/link", "nowhere");
-  EXPECT_EQ(move(scratch_.path("file"), scratch_.path("volume/link"))->code, 516);
-  EXPECT_EQ(printed("ls -A '" + scratch_.path("volume") + "'"), "link\n");
-  EXPECT_TRUE(test::exists(scratch_.path("file")));
+  scratch_.link("volume/tree", "nowhere");
+  EXPECT_EQ(move(from_, to_)->code, 516);
+  EXPECT_EQ(namesOnVolume(), "tree\n");
+  EXPECT_TRUE(S_ISLNK(test::statusOf(to_).st_mode) && test::exists(from_));
 }
 
 TEST_F(AcrossTest, ACompleteTreeIsAtOneOfThePathsWheneverTheProcessIsKilled) {
-  const auto from = scratch_.path("tree"), to = scratch_.path("volume/tree");
   const auto treeAt = [](const std::string& path) {
     return printed("cd '" + path +
                    "' 2>/dev/null && find . -printf '%p %M\\n' -type f -exec cat {} +");
@@ -214,11 +163,11 @@ TEST_F(AcrossTest, ACompleteTreeIsAtOneOfThePathsWheneverTheProcessIsKilled) {
         "chmod 604 tree/folder/file");
   };
   make();
-  const auto before = treeAt(from);
+  const auto before = treeAt(from_);
   const auto kills = test::killAtEveryCall(
-      make, [&] { (void)move(from, to); },
+      make, [&] { (void)move(from_, to_); },
       [&](int stop) {
-        EXPECT_TRUE(treeAt(from) == before || treeAt(to) == before) << "killed at stop " << stop;
+        EXPECT_TRUE(treeAt(from_) == before || treeAt(to_) == before) << "killed at stop " << stop;
       });
   EXPECT_GT(kills, 60);
 }
