@@ -105,6 +105,7 @@ TEST_F(AnswerTest, AFailureIsToldInWordsAndByTheStatus) {
        "The object does not exist (Cocoa error 260)\n"
        "Cause: No such file or directory (POSIX error 2)\n"},
       {{"un\x1B", 1, {}}, 1, "The operation failed (un\\x1b error 1)\n"},
+      {privilegedOperationError(3, "Not completed.", "Why?"), 1, "Not completed.\nWhy?\n"},
       {protectedObject(), 1,
        "An object or its parent folder are explicitly protected against changes.\n"
        "Please verify that the object at '/a\\x0a\\xff' can be modified.\n"
@@ -137,21 +138,15 @@ TEST_F(AnswerTest, AFailureInJsonHasItsTextsAndCauses) {
 TEST_F(AnswerTest, AUtilityThatFailsSpeaksForItself) {
   helper.feedback = {outputMessage(bytes("\x1B[32mok\x1B[0m\n")),
                      errorOutputMessage(bytes("bad\n"))};
-  const std::string told = "qrtctl execute-utility: Not completed.\n";
+  const std::string told = "qrtctl execute-utility: Not completed.\nCode.\n";
   struct Case {
     std::vector<std::string> parameters;
     int status;
     std::string text;
   };
   const Case cases[] = {
-      {{"77"}, 77, ""},
-      {{"255"}, 255, ""},
-      {{"-1"}, 1, told + "Code.\n"},
-      {{"0"}, 1, told + "Code.\n"},
-      {{"256"}, 1, told + "Code.\n"},
-      {{"2x"}, 1, told + "Code.\n"},
-      {{"2", "2"}, 1, told + "Code.\n"},
-      {{}, 1, told},
+      {{"77"}, 77, ""},   {{"255"}, 255, ""}, {{"-1"}, 1, told},     {{"0"}, 1, told},
+      {{"256"}, 1, told}, {{"2x"}, 1, told},  {{"2", "2"}, 1, told},
   };
   for (const auto& [parameters, status, text] : cases) {
     helper.answer = privilegedOperationError(3, "Not completed.", "Code.", parameters);

@@ -88,6 +88,7 @@ TEST(ProgressDisplay, WithoutATerminalEachNewTenthIsALine) {
   for (const double fraction : {0.0, 0.05, 0.1, 0.12, 0.11, 0.39, 0.3, -1.0, 1.0, 1.0, 2.0}) {
     display->setFraction(fraction);
   }
+  display->makeRoom();
   display->end(true);
   EXPECT_EQ(terminal.take(), "nop: 10 %\nnop: 30 %\nnop: 100 %\n");
 }
