@@ -1,4 +1,4 @@
-// Two ends of a wire, and D-Bus messages as bytes.
+// Two ends of a wire, and D-Bus values as bytes.
 #pragma once
 
 #include <sys/socket.h>
@@ -73,37 +73,5 @@ class WireBytes {
  private:
   std::vector<std::uint8_t> bytes_;
 };
-
-/// A method call to the helper with that body. `bodySize` announces a body that is sent later.
-inline std::vector<std::uint8_t> methodCallWithDescriptors(
-    const std::string& interface, const std::string& member, const std::string& signature,
-    const std::vector<std::uint8_t>& body, std::uint32_t descriptors, std::size_t bodySize = 0,
-    std::uint32_t serial = 1000) {
-  WireBytes message;
-  message.byte('l').byte(1).byte(0).byte(1);
-  message.u32(static_cast<std::uint32_t>(bodySize ? bodySize : body.size())).u32(serial);
-  message.array(8, [&](WireBytes& fields) {
-    const auto field = [&](unsigned code, const char* type, auto write) {
-      fields.align(8).byte(code).signature(type);
-      write();
-    };
-    field(1, "o", [&] { fields.string("/com/vantor/QRTPrivilegedHelper"); });
-    field(2, "s", [&] { fields.string(interface); });
-    field(3, "s", [&] { fields.string(member); });
-    if (!signature.empty()) field(8, "g", [&] { fields.signature(signature); });
-    if (descriptors > 0) field(9, "u", [&] { fields.u32(descriptors); });
-  });
-  message.align(8);
-  auto bytes = message.bytes();
-  bytes.insert(bytes.end(), body.begin(), body.end());
-  return bytes;
-}
-
-inline std::vector<std::uint8_t> methodCall(const std::string& interface, const std::string& member,
-                                            const std::string& signature,
-                                            const std::vector<std::uint8_t>& body,
-                                            std::uint32_t serial = 1) {
-  return methodCallWithDescriptors(interface, member, signature, body, 0, 0, serial);
-}
 
 }  // namespace qrt::test
