@@ -9,6 +9,8 @@
 namespace qrt {
 namespace {
 
+using test::FakeHelper;
+
 constexpr auto largest = std::numeric_limits<std::uint64_t>::max();
 
 class AnswerTest : public test::ClientFixture {};
@@ -104,6 +106,10 @@ TEST_F(AnswerTest, AFailureIsToldInWordsAndByTheStatus) {
       {withUnderlyingError(cocoaError(260), posixError(PosixCode::noEntry)), 4,
        "The object does not exist (Cocoa error 260)\n"
        "Cause: No such file or directory (POSIX error 2)\n"},
+      {FakeHelper::brokenConnection(), 6,
+       "The privileged helper has ended the connection (Cocoa error 4097)\n"},
+      {FakeHelper::invalidConnection(), 6,
+       "The privileged helper cannot be reached (Cocoa error 4099)\n"},
       {{"un\x1B", 1, {}}, 1, "The operation failed (un\\x1b error 1)\n"},
       {privilegedOperationError(3, "Not completed.", "Why?"), 1, "Not completed.\nWhy?\n"},
       {protectedObject(), 1,

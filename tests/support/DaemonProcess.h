@@ -5,12 +5,10 @@
 
 #include <string>
 
-#include "support/ScratchFolder.h"
-
 namespace qrt::test {
 
 /// Listens at a socket in a scratch folder and starts the daemon beside this program as soon as it
-/// is made, the way an activator does. Stops it when it goes.
+/// is made, the way an activator does. Stops it and removes the folder when it goes.
 class DaemonProcess {
  public:
   /// `launcher` is a command that runs another: "prlimit --nofile=48". `program` is one of this
@@ -21,8 +19,8 @@ class DaemonProcess {
   DaemonProcess(const DaemonProcess&) = delete;
   DaemonProcess& operator=(const DaemonProcess&) = delete;
 
-  const ScratchFolder& folder() const { return folder_; }
-  std::string socketPath() const { return folder_.path("socket"); }
+  const std::string& folder() const { return folder_; }
+  std::string socketPath() const { return folder_ + "/socket"; }
   pid_t processID() const { return process_; }
   /// In KiB, without the libraries that come in when they are first used. 0 in a build that watches
   /// itself at the price of memory.
@@ -34,7 +32,7 @@ class DaemonProcess {
 
  private:
   // In memory: what is measured is the daemon, not a disk.
-  const ScratchFolder folder_{"/dev/shm"};
+  std::string folder_ = "/dev/shm/qrt-daemon-XXXXXX";
   pid_t process_ = -1;
 };
 

@@ -34,16 +34,8 @@ class WireBytes {
     bytes_.push_back(static_cast<std::uint8_t>(value));
     return *this;
   }
-  WireBytes& u32(std::uint32_t value) {
-    align(4);
-    for (int i = 0; i < 4; ++i) byte(value >> (8 * i) & 0xFF);
-    return *this;
-  }
-  WireBytes& u64(std::uint64_t value) {
-    align(8);
-    for (int i = 0; i < 8; ++i) byte(static_cast<unsigned>(value >> (8 * i) & 0xFF));
-    return *this;
-  }
+  WireBytes& u32(std::uint32_t value) { return integer(value, 4); }
+  WireBytes& u64(std::uint64_t value) { return integer(value, 8); }
   WireBytes& string(const std::string& text) {
     u32(static_cast<std::uint32_t>(text.size()));
     return raw(text).byte(0);
@@ -71,6 +63,12 @@ class WireBytes {
   const std::vector<std::uint8_t>& bytes() const { return bytes_; }
 
  private:
+  WireBytes& integer(std::uint64_t value, std::size_t size) {
+    align(size);
+    for (; size > 0; --size, value >>= 8) byte(value & 0xFF);
+    return *this;
+  }
+
   std::vector<std::uint8_t> bytes_;
 };
 

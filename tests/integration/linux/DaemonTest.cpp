@@ -1,7 +1,6 @@
 // The daemon as its peers find it: the real program, real sockets, real trees.
 #include <sys/wait.h>
 
-#include <fstream>
 #include <thread>
 
 #include "integration/linux/RawClient.h"
@@ -28,20 +27,19 @@ class DaemonTest : public test::DaemonFixture {
   }
   bool isServing() { return client().call("getVersionString")->arguments().string() == "1.6"; }
 
-  /// `count` folders with a file each below a new folder.
-  Array makeFolders(const std::string& name, int count) {
-    const auto base = daemon_->folder().folder(name);
+  /// New folders that are not empty.
+  Array makeFolders(int count) {
     Array folders;
     for (int i = 0; i < count; ++i) {
-      const auto folder = base + "/" + std::to_string(i);
+      const auto folder = daemon_->folder() + "/" + std::to_string(i);
       mkdir(folder.c_str(), 0755);
-      std::ofstream(folder + "/file");
+      mkdir((folder + "/inside").c_str(), 0755);
       folders.emplace_back(folder);
     }
     return folders;
   }
   static bool isEmptied(const PropertyValue& folder) {
-    return !test::exists(*folder.string() + "/file");
+    return !test::exists(*folder.string() + "/inside");
   }
 
   /// The arguments of a request that says it sends that many endpoints for feedback.
@@ -73,7 +71,7 @@ int asAnotherUser(Action action) {
 }
 
 TEST_F(DaemonTest, AFirstCallInThePacketOfBeginIsAlwaysAnswered) {
-  auto packet = RawClient::handshakeBytes().bytes();
+  auto packet = RawClient::handshakeBytes();
   const auto call = RawClient::methodCall("getVersionString");
   packet.insert(packet.end(), call.begin(), call.end());
   for (int i = 0; i < 1000; ++i) {
@@ -190,7 +188,7 @@ TEST_F(DaemonTest, RunningOutOfDescriptorsPasses) {
 
 TEST_F(DaemonTest, SilentAndSlowPeersAreLetGo) {
   RawClient silent(daemon_->socketPath()), halfway(daemon_->socketPath());
-  halfway.send(WireBytes().byte(0).raw("AUTH EXTERNAL\r\n"));
+  halfway.send(WireBytes().byte(0).raw("AUTH EXTERNAL\r\n").bytes());
   const auto begun = std::chrono::steady_clock::now();
   EXPECT_TRUE(silent.isClosedByPeer());
   EXPECT_TRUE(halfway.isClosedByPeer());
@@ -221,7 +219,7 @@ TEST_F(DaemonTest, RefusesFeedbackEndpointsThatAreNone) {
   auto peer = client();
   for (const auto& [name, sent] : cases) {
     const auto body = request(deleteFoldercontents, static_cast<std::uint32_t>(sent.size()),
-                              {daemon_->folder().path("nothing here")});
+                              {daemon_->folder() + "/nothing here"});
     const auto reply = peer.call("performPrivilegedOperation", "tayahav", body, sent);
     ASSERT_TRUE(reply) << name;
     EXPECT_EQ(reply->outcome(), std::pair(std::string("NSCocoaErrorDomain"), std::int64_t{4099}))
@@ -230,7 +228,7 @@ TEST_F(DaemonTest, RefusesFeedbackEndpointsThatAreNone) {
 }
 
 TEST_F(DaemonTest, ARequestorThatNeverReadsHoldsUpNothing) {
-  const auto folders = makeFolders("tree", 20'000);
+  const auto folders = makeFolders(20'000);
   const auto body = request(deleteFoldercontents, 1, folders);
   auto peer = client();
   const auto before = daemon_->memory();
@@ -249,7 +247,7 @@ TEST_F(DaemonTest, ARequestorThatNeverReadsHoldsUpNothing) {
 }
 
 TEST_F(DaemonTest, EndsWithTheOperationThatItsLastClientLeftBehind) {
-  const auto folders = makeFolders("tree", 5'000);
+  const auto folders = makeFolders(5'000);
   auto connection = connect();
   ASSERT_EQ(connection->registerClientWithPID(getpid()), success);
   EXPECT_EQ(perform(*connection, deleteFoldercontents, folders,

@@ -45,8 +45,9 @@ class RawClient {
     connect(socket_.get(), reinterpret_cast<sockaddr*>(&name), sizeof name);
   }
 
-  static WireBytes handshakeBytes() {
-    return WireBytes().byte(0).raw("AUTH EXTERNAL\r\nDATA\r\nNEGOTIATE_UNIX_FD\r\nBEGIN\r\n");
+  static Data handshakeBytes() {
+    const auto* const lines = "AUTH EXTERNAL\r\nDATA\r\nNEGOTIATE_UNIX_FD\r\nBEGIN\r\n";
+    return WireBytes().byte(0).raw(lines).bytes();
   }
 
   bool send(const Data& bytes, const std::vector<int>& descriptors = {}) {
@@ -62,7 +63,6 @@ class RawClient {
     }
     return sendmsg(socket_.get(), &message, MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
   }
-  bool send(const WireBytes& bytes) { return send(bytes.bytes()); }
 
   /// Consumes the answers to `handshakeBytes()`.
   bool receiveHandshake() {

@@ -1,10 +1,16 @@
 #include "support/DaemonProcess.h"
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <system_error>
 #include <thread>
@@ -18,14 +24,16 @@ constexpr bool isInstrumented = true;
 constexpr bool isInstrumented = false;
 #endif
 
+void require(bool condition) {
+  if (!condition) throw std::system_error(errno, std::generic_category(), "the daemon's socket");
+}
+
 int listenAt(const std::string& path) {
   const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_un name{AF_UNIX, {}};
   path.copy(name.sun_path, sizeof name.sun_path - 1);
-  if (bind(socket, reinterpret_cast<sockaddr*>(&name), sizeof name) < 0 ||
-      chmod(path.c_str(), 0666) < 0 || listen(socket, SOMAXCONN) < 0) {
-    throw std::system_error(errno, std::generic_category(), path);
-  }
+  require(bind(socket, reinterpret_cast<sockaddr*>(&name), sizeof name) == 0);
+  require(chmod(path.c_str(), 0666) == 0 && listen(socket, SOMAXCONN) == 0);
   return socket;
 }
 
@@ -39,7 +47,8 @@ std::string folderOfPrograms() {
 }  // namespace
 
 DaemonProcess::DaemonProcess(const std::string& launcher, const std::string& program) {
-  const auto state = folder_.path("state");
+  require(mkdtemp(folder_.data()) != nullptr && chmod(folder_.c_str(), 0755) == 0);
+  const auto state = folder_ + "/state";
   const auto script = "mkdir -m 0700 " + state + "; LISTEN_FDS=1 STATE_DIRECTORY=" + state +
                       " exec " + launcher + " sh -c 'LISTEN_PID=$$ exec " + folderOfPrograms() +
                       "/" + program + "' >/dev/null 2>&1";
@@ -55,9 +64,11 @@ DaemonProcess::DaemonProcess(const std::string& launcher, const std::string& pro
 }
 
 DaemonProcess::~DaemonProcess() {
-  if (process_ <= 0) return;
-  kill(process_, SIGKILL);
-  waitpid(process_, nullptr, 0);
+  if (process_ > 0) {
+    kill(process_, SIGKILL);
+    waitpid(process_, nullptr, 0);
+  }
+  if (std::system(("rm -rf " + folder_).c_str()) != 0) std::perror("rm");
 }
 
 long DaemonProcess::memory() const {
