@@ -1,4 +1,5 @@
 // What the client prints about answers, failures and messages, and the status that it ends with.
+#include <cstdlib>
 #include <limits>
 
 #include "ClientFixture.h"
