@@ -1,7 +1,7 @@
 // The command-line client in a world that a test controls.
 #pragma once
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <functional>
 #include <memory>
@@ -24,6 +24,9 @@ namespace qrt::test {
 class FakeCaller : public CallerProcess {
  public:
   PosixResult<std::string> folder = std::string("/here");
+  bool hasAgent = false;
+  /// What a signal would do.
+  std::function<void()> interrupt;
 
   std::int32_t processIdentifier() const override { return 42; }
   PosixResult<std::string> currentFolder() const override { return folder; }
@@ -31,22 +34,12 @@ class FakeCaller : public CallerProcess {
     interrupt = std::move(action);
     return std::make_unique<InterruptionGuard>();
   }
-
   std::unique_ptr<TextAgent> startTextAgent() override {
     struct Agent : TextAgent {
-      explicit Agent(bool& dismissed) : wasDismissed(dismissed) {}
-      void dismiss() override { wasDismissed = true; }
-      bool& wasDismissed;
+      void dismiss() override {}
     };
-    ++agentsAskedFor;
-    return hasAgent ? std::make_unique<Agent>(wasAgentDismissed) : nullptr;
+    return hasAgent ? std::make_unique<Agent>() : nullptr;
   }
-
-  bool hasAgent = false;
-  bool wasAgentDismissed = false;
-  int agentsAskedFor = 0;
-  /// What a signal would do.
-  std::function<void()> interrupt;
 };
 
 class FakeSelf : public SelfProcess {
@@ -62,15 +55,10 @@ class ClientFixture : public testing::Test {
  protected:
   /// Runs the client; its output so far is gone.
   int run(const std::vector<std::string>& words) {
+    constexpr RegistrationPatience patience{.attempts = 2, .pause = std::chrono::milliseconds(1)};
     terminal.take();
-    return static_cast<int>(
-        runClient(words, {platform,
-                          terminal,
-                          caller,
-                          bundlePath,
-                          language,
-                          {.attempts = 2, .pause = std::chrono::milliseconds(1)},
-                          mayColor}));
+    return static_cast<int>(runClient(
+        words, {platform, terminal, caller, bundlePath, language, patience, /*mayColor=*/true}));
   }
 
   FakeHelper helper;
@@ -81,7 +69,6 @@ class ClientFixture : public testing::Test {
   RecordingLog log;
   std::string bundlePath = "/nowhere";
   std::string language = "C";
-  bool mayColor = false;
 
  private:
   NativePlatform native_;

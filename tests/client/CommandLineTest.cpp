@@ -1,72 +1,74 @@
 // From the words of a command line to the values on the wire.
-#include <gmock/gmock.h>
-
 #include <csignal>
 #include <limits>
 
 #include "ClientFixture.h"
+#include "client/cli/Json.h"
+#include "support/ScratchFolder.h"
 
 namespace qrt {
 namespace {
+
+using Limits = std::numeric_limits<std::int64_t>;
 
 class CommandLineTest : public test::ClientFixture {};
 
 TEST_F(CommandLineTest, WordsBecomeTheArgumentsOfTheRequest) {
   struct Case {
     std::vector<std::string> words;
-    std::string call;
+    std::string code;
     Array arguments;
   };
+  const test::ScratchFolder scratch;
+  const auto contents = scratch.file("contents", std::string("\0\xFF\n", 3));
   const Case cases[] = {
-      {{"nop"}, "perform 9998", {}},
-      {{"delete-fileobjects", "--recursive", "/a", "../b/"},
-       "perform 3",
-       {"1", "0", "/a", "/here/../b/"}},
-      {{"delete-fileobjects", "a", "--stop-on-first-error", "b"},
-       "perform 3",
-       {"0", "1", "/here/a", "/here/b"}},
-      {{"modify-kernelsetting", "a", "-9223372036854775808"},
-       "perform 15",
-       {"a", std::numeric_limits<std::int64_t>::min()}},
-      {{"modify-kernelsetting", "a", "18446744073709551615"},
-       "perform 15",
-       {"a", std::numeric_limits<std::uint64_t>::max()}},
-      {{"modify-kernelsetting", "a", "-0x10"}, "perform 15", {"a", -16}},
-      {{"signal-process", "1234", "sigusr1"}, "perform 19", {1234, SIGUSR1}},
-      {{"signal-process", "-1", "9"}, "perform 19", {-1, 9}},
-      {{"modify-preferences", "k", "app", "ann", "kCFPreferencesAnyHost", "(1, 2)"},
-       "perform 17",
-       {"k", "app", "ann", "kCFPreferencesAnyHost", "(1, 2)"}},
-      {{"modify-sysconf", "k", "--file", "site"}, "perform 18", {"qrtctl", "site", "k", ""}},
-      {{"enable-ipvsix", "eth0", "off"}, "perform 23", {"qrtctl", "eth0", false}},
-      {{"execute-utility", "chmod", "--", "-Rv", "0755", "/a b", "--", "--json"},
-       "perform 22",
-       {"qrtctl", "chmod", "-Rv", "0755", "/a b", "--", "--json"}},
+      {{"nop"}, "9998", {}},
+      {{"delete-fileobjects", "--recursive", "/a", "../b/"}, "3", {"1", "0", "/a", "/here/../b/"}},
+      {{"delete-fileobjects", "a", "--stop-on-first-error"}, "3", {"0", "1", "/here/a"}},
+      {{"modify-kernelsetting", "a", "-9223372036854775808"}, "15", {"a", Limits::min()}},
+      {{"modify-kernelsetting", "a", "18446744073709551615"}, "15", {"a", ~std::uint64_t{0}}},
+      {{"modify-kernelsetting", "a", "-0x10"}, "15", {"a", -16}},
+      {{"signal-process", "1234", "sigusr1"}, "19", {1234, SIGUSR1}},
+      {{"signal-process", "-1", "9"}, "19", {-1, 9}},
+      {{"create-fileobject", "a", "folder"}, "1", {"/here/a", "D"}},
+      {{"modify-protection", "/a", "off", "--recursive"}, "7", {"/a", false, true, false}},
+      {{"prop-permissions", "/", "--copy", "owner", "--copy", "acl", "--copy", "acl"},
+       "21",
+       {"/", 0, false, 9}},
+      {{"search-patterns", "/", "--name", "core", "--name", "x"},
+       "12",
+       {"/", "0", "0", "core", "0", "x"}},
+      {{"modify-systemfile", "a", contents}, "0", {"/here/a", Data{0, 0xFF, '\n'}, false}},
+      {{"modify-sysconf", "k", "--file", "site"}, "18", {"qrtctl", "site", "k", ""}},
+      {{"perform-uninstall", "/a", "/b"}, "9994", {42, "/a", "/b"}},
+      {{"execute-utility", "chmod", "--", "-Rv", "/a b", "--", "--json"},
+       "22",
+       {"qrtctl", "chmod", "-Rv", "/a b", "--", "--json"}},
       // Words that look like something else.
       {{"delete-foldercontents", "nop", "version", "[a,b]", "[]", "++", "{}", "%%", "-"},
-       "perform 4",
+       "4",
        {"/here/nop", "/here/version", "/here/[a,b]", "/here/[]", "/here/++", "/here/{}", "/here/%%",
         "/here/-"}},
       {{"delete-foldercontents", "a", "--", "--json", "-x", "--", "[b]", "++"},
-       "perform 4",
+       "4",
        {"/here/a", "/here/--json", "/here/-x", "/here/--", "/here/[b]", "/here/++"}},
-      {{"delete-foldercontents", "\x01x", "\xFF\xFE"},
-       "perform 4",
-       {"/here/\x01x", "/here/\xFF\xFE"}},
+      {{"delete-foldercontents", "\x01x", "\xFF\xFE"}, "4", {"/here/\x01x", "/here/\xFF\xFE"}},
       // An empty path never becomes the current folder.
-      {{"delete-foldercontents", ""}, "perform 4", {""}},
+      {{"delete-foldercontents", ""}, "4", {""}},
       // General options stand anywhere.
       {{"--prompt", "[p]", "nop", "--icon=i.png"},
-       "perform 9998",
+       "9998",
        {"!QRTMETA!",
         Dictionary{{"QRTAuthorizationPrompt", "[p]"}, {"QRTAuthorizationIcon", "/here/i.png"}}}},
-      {{"nop", "--prompt", ""}, "perform 9998", {}},
+      {{"nop", "--prompt", ""}, "9998", {}},
   };
-  for (const auto& [words, call, arguments] : cases) {
+  for (const auto& [words, code, arguments] : cases) {
     helper.calls.clear();
     EXPECT_EQ(run(words), 0) << testing::PrintToString(words) << terminal.errors();
-    EXPECT_THAT(helper.calls, testing::Contains(call)) << testing::PrintToString(words);
-    EXPECT_EQ(helper.arguments, arguments) << testing::PrintToString(words);
+    EXPECT_THAT(helper.calls, testing::Contains("perform " + code))
+        << testing::PrintToString(words);
+    // Unlike the values' own equality it tells 0 and false apart.
+    EXPECT_EQ(jsonOf(helper.arguments).dump(), jsonOf(arguments).dump());
   }
 }
 
@@ -87,6 +89,15 @@ TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeAnythingIsDone) {
       {"modify-kernelsetting", "a", "18446744073709551616"},
       {"modify-kernelsetting", "a", "-9223372036854775809"},
       {"signal-process", "1", "SIGNIFICANT"},
+      {"create-fileobject", "a", "D"},
+      {"modify-protection", "a", "1"},
+      {"prop-permissions", "/", "--copy", "all"},
+      {"modify-systemfile", "a", "/missing"},
+      {"modify-systemfile", "a", "/dev"},
+      {"modify-systemfile", "a", "/dev/zero"},
+      {"modify-acl", "a", "anna"},
+      {"modify-acl", "a", "u:1:r,u:1:w"},
+      {"modify-acl", "a", "@/missing"},
   };
   for (const auto& words : cases) {
     EXPECT_EQ(run(words), 2) << testing::PrintToString(words);

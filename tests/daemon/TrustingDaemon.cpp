@@ -1,6 +1,6 @@
 // The daemon, but that it takes a test's root certificate for the maker's.
 //
-//   trusting_daemon DIGEST      DIGEST: SHA-1 of the certificate in hexadecimal digits
+//   trusting_daemon FILE      FILE: holds the SHA-1 of the certificate
 #include <iostream>
 
 #include "filesystem/FileSystemOperations.h"
@@ -13,17 +13,14 @@
 #include "service/EmbeddedPropertyLists.h"
 #include "service/EntryPoint.h"
 #include "support/AppleRootDouble.h"
+#include "support/PlantedFile.h"
 #include "support/PlatformDouble.h"
 
-int main(int argc, char** argv) {
+int main(int, char** words) {
   using namespace qrt;
-  const std::string digits = argc == 2 ? argv[1] : "";
-  Data rootDigest;
-  for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-    rootDigest.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(i, 2), nullptr, 16)));
-  }
+  const auto digest = test::contentsOf(words[1]);
   const NativePlatform native;
-  test::AppleRootDouble signing(native.facilities().codeSigning, rootDigest);
+  test::AppleRootDouble signing(native.facilities().codeSigning, {digest.begin(), digest.end()});
   const auto platform = test::platformWith({.codeSigning = &signing}, native.facilities());
   const auto info = platform.propertyLists.parse(infoPropertyList);
   const auto registerHandlers = [&](QRTPrivilegedOperationSet& set) {

@@ -17,7 +17,7 @@ class DaemonFixture : public testing::Test {
  protected:
   void SetUp() override {
     if (geteuid() != 0) GTEST_SKIP() << "the daemon needs root";
-    start({});
+    start();
   }
 
   /// Whatever was done to it, the daemon still serves, and ends with its last client.
@@ -31,9 +31,11 @@ class DaemonFixture : public testing::Test {
     EXPECT_EQ(daemon_->waitForEnd(), 0);
   }
 
-  void start(const DaemonProcess::Options& options) {
+  /// Another daemon in place of the one there is.
+  template <class... Options>
+  void start(const Options&... options) {
     daemon_.reset();
-    daemon_.emplace(options);
+    daemon_.emplace(options...);
   }
 
   std::unique_ptr<HelperConnection> connect() const {

@@ -17,8 +17,8 @@ class FakeHelper : public HelperConnector {
   /// Failures that come first, one a try.
   std::vector<Error> connectFailures;
   std::vector<Error> registrationFailures;
-  Outcome versionFailure;
-  Outcome externalFormFailure;
+  Result<std::string> version = std::string("1.6");
+  Result<Data> externalForm = Data(32, 0xAB);
 
   /// What an operation sends while it runs, and answers. `whileItRuns` is called between the two.
   std::vector<Dictionary> feedback;
@@ -52,8 +52,7 @@ class FakeHelper : public HelperConnector {
 
     Result<std::string> getVersionString() override {
       helper_.calls.push_back("version");
-      if (helper_.versionFailure) return *helper_.versionFailure;
-      return std::string("1.6");
+      return helper_.version;
     }
     Outcome registerClientWithPID(std::int32_t identifier) override {
       helper_.calls.push_back("register " + std::to_string(identifier));
@@ -68,16 +67,15 @@ class FakeHelper : public HelperConnector {
     }
     Result<Data> createExternalForm() override {
       helper_.calls.push_back("createExternalForm");
-      if (helper_.externalFormFailure) return *helper_.externalFormFailure;
-      return Data(32, 0xAB);
+      return helper_.externalForm;
     }
     Result<std::unique_ptr<HelperConnection>> connectWithEndpoint() override {
       return invalidConnection();
     }
-    Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
+    Outcome performPrivilegedOperation(std::uint64_t code, const Data& form,
                                        const FeedbackHandler& handler, const Array& sent) override {
       helper_.calls.push_back("perform " + std::to_string(code) +
-                              (authorizationData == Data(32, 0xAB) ? "" : " unauthorized"));
+                              (form == *helper_.externalForm ? "" : " unauthorized"));
       helper_.arguments = sent;
       helper_.wasFeedbackWanted = handler != nullptr;
       for (const auto& message : helper_.feedback) {

@@ -14,11 +14,11 @@ namespace qrt::test {
 /// replaces a call. Set it up before other threads use it.
 class FileSystemDouble : public ForwardingFileSystem {
  public:
-  std::optional<PosixCode> setFlagsAnswer;
+  using Answer = std::optional<PosixCode>;
+
+  Answer setFlagsAnswer;
   /// Called before a removal; an answer replaces it.
-  std::function<std::optional<PosixCode>(FileAt)> beforeRemoval = [](FileAt) {
-    return std::nullopt;
-  };
+  std::function<Answer(FileAt)> beforeRemoval = [](FileAt) { return std::nullopt; };
 
   void plantFlags(const std::string& path, std::uint32_t flags) {
     planted_[ForwardingFileSystem::status(path.c_str(), Links::stay)->inode] = flags;

@@ -15,7 +15,7 @@ namespace qrt::test {
 class FolderExchanger {
  public:
   FolderExchanger(std::string first, std::string second)
-      : first_(std::move(first)), second_(std::move(second)), thread_([this] { work(); }) {
+      : first_(std::move(first)), second_(std::move(second)) {
     while (!hasBegun_) std::this_thread::yield();
   }
   FolderExchanger(const FolderExchanger&) = delete;
@@ -29,13 +29,6 @@ class FolderExchanger {
   int exchanges() const { return exchanges_; }
 
  private:
-  void work() {
-    while (!isOver_) {
-      if (exchange()) ++exchanges_;
-      hasBegun_ = true;
-    }
-  }
-
   bool exchange() {
 #ifdef __APPLE__
     return renamex_np(first_.c_str(), second_.c_str(), RENAME_SWAP) == 0;
@@ -49,7 +42,12 @@ class FolderExchanger {
   std::atomic<int> exchanges_ = 0;
   std::atomic<bool> hasBegun_ = false;
   std::atomic<bool> isOver_ = false;
-  std::thread thread_;
+  std::thread thread_{[this] {
+    while (!isOver_) {
+      exchanges_ += exchange();
+      hasBegun_ = true;
+    }
+  }};
 };
 
 }  // namespace qrt::test

@@ -42,25 +42,17 @@ bool survives(Action action, int stop) {
     _exit(0);
   }
   int status = 0;
-  waitpid(child, &status, 0);
-  if (!WIFSTOPPED(status)) {
-    ADD_FAILURE() << "cannot trace";
-    return true;
-  }
-  for (int seen = 0;; ++seen) {
-    if (seen == stop) {
-      kill(child, SIGKILL);
-      waitpid(child, &status, 0);
-      return false;
-    }
-    ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
+  for (int seen = 0; seen <= stop; ++seen) {
     waitpid(child, &status, 0);
-    if (WIFEXITED(status)) return true;
-    if (WIFSIGNALED(status)) {
-      ADD_FAILURE() << "ended by signal " << WTERMSIG(status);
+    if (!WIFSTOPPED(status)) {
+      EXPECT_TRUE(seen > 0 && WIFEXITED(status)) << "status " << status << " at stop " << seen;
       return true;
     }
+    if (seen < stop) ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
   }
+  kill(child, SIGKILL);
+  waitpid(child, &status, 0);
+  return false;
 }
 
 #endif

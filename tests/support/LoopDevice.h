@@ -1,9 +1,6 @@
 // A storage device that is a file.
 #pragma once
 
-#include <cstdio>
-#include <string>
-
 #include "support/ScratchFolder.h"
 
 namespace qrt::test {
@@ -13,16 +10,12 @@ namespace qrt::test {
 class LoopDevice {
  public:
   LoopDevice(const std::string& file, int sectorSize) {
-    const auto command = "losetup --show --find --sector-size " + std::to_string(sectorSize) + " " +
-                         file + " 2>/dev/null";
     // Another program may be faster to take the one that was found.
     for (int attempt = 0; attempt < 10 && path_.empty(); ++attempt) {
-      FILE* output = popen(command.c_str(), "r");
-      char line[64] = {};
-      if (output && std::fgets(line, sizeof line, output)) path_.assign(line);
-      if (output) pclose(output);
+      path_ = printed("losetup --show --find --sector-size " + std::to_string(sectorSize) + " " +
+                      file + " 2>/dev/null");
     }
-    while (!path_.empty() && path_.back() == '\n') path_.pop_back();
+    path_.resize(path_.find('\n') == path_.npos ? 0 : path_.size() - 1);
   }
   LoopDevice(const LoopDevice&) = delete;
   LoopDevice& operator=(const LoopDevice&) = delete;

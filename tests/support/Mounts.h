@@ -1,9 +1,6 @@
 // File systems that a test mounts for itself.
 #pragma once
 
-#include <memory>
-#include <string>
-
 #include "support/ScratchFolder.h"
 
 namespace qrt::test {
@@ -25,10 +22,9 @@ class Mount {
   bool makeReadOnly() const;
 
  private:
-  struct Image;
-
-  std::string on_;
-  std::unique_ptr<Image> image_;
+  const std::string on_;
+  /// A disk in memory, where the system needs one.
+  std::string device_;
   bool isMounted_ = false;
 };
 

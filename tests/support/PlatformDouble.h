@@ -17,7 +17,6 @@ struct Doubles {
   ApplicationRegistry* applications = nullptr;
   UserDirectory* users = nullptr;
   CodeSigning* codeSigning = nullptr;
-  Volumes* volumes = nullptr;
 };
 
 /// Doubles and rest outlive it.
@@ -47,7 +46,7 @@ inline Platform platformWith(const Doubles& doubles, const Platform& rest) {
           .blockDevices = rest.blockDevices,
           .applications = either(doubles.applications, rest.applications),
           .codeSigning = either(doubles.codeSigning, rest.codeSigning),
-          .volumes = either(doubles.volumes, rest.volumes)};
+          .volumes = rest.volumes};
 }
 
 }  // namespace qrt::test

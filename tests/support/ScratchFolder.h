@@ -32,22 +32,6 @@ inline bool run(std::vector<std::string> arguments) {
   return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-/// Changes the flags of an object with the system's tool. `change` is "+" or "-" and letters: "i"
-/// for immutable, "a" for append-only. False where flags are not supported.
-inline bool changeFlagsOf(const std::string& path, const std::string& change) {
-#ifdef __APPLE__
-  std::string names;
-  for (const char letter : change.substr(1)) {
-    if (!names.empty()) names += ",";
-    if (change[0] == '-') names += "no";
-    names += letter == 'i' ? "uchg" : "uappnd";
-  }
-  return run({"chflags", names, path});
-#else
-  return run({"chattr", change, path});
-#endif
-}
-
 inline bool exists(const std::string& path) {
   struct stat status;
   return lstat(path.c_str(), &status) == 0;
@@ -109,13 +93,27 @@ class ScratchFolder {
     return path(name);
   }
 
-  /// See `changeFlagsOf`.
+  /// With the system's tool: `change` is "+" or "-" and letters, "i" for immutable, "a" for
+  /// append-only. False where flags are not supported.
   bool changeFlags(std::string_view name, const std::string& change) {
     flagged_.push_back(path(name));
     return changeFlagsOf(path(name), change);
   }
 
  private:
+  static bool changeFlagsOf(const std::string& path, const std::string& change) {
+#ifdef __APPLE__
+    std::string names;
+    for (const char letter : change.substr(1)) {
+      if (!names.empty()) names += ",";
+      if (change[0] == '-') names += "no";
+      names += letter == 'i' ? "uchg" : "uappnd";
+    }
+    return run({"chflags", names, path});
+#else
+    return run({"chattr", change, path});
+#endif
+  }
   static std::string defaultPlace() { return access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp"; }
 
   std::string path_;

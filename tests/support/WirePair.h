@@ -1,4 +1,4 @@
-// Two ends of a wire, and D-Bus messages as bytes.
+// Two ends of a wire, and D-Bus values as bytes.
 #pragma once
 
 #include <sys/socket.h>
@@ -34,16 +34,8 @@ class WireBytes {
     bytes_.push_back(static_cast<std::uint8_t>(value));
     return *this;
   }
-  WireBytes& u32(std::uint32_t value) {
-    align(4);
-    for (int i = 0; i < 4; ++i) byte(value >> (8 * i) & 0xFF);
-    return *this;
-  }
-  WireBytes& u64(std::uint64_t value) {
-    align(8);
-    for (int i = 0; i < 8; ++i) byte(static_cast<unsigned>(value >> (8 * i) & 0xFF));
-    return *this;
-  }
+  WireBytes& u32(std::uint32_t value) { return integer(value, 4); }
+  WireBytes& u64(std::uint64_t value) { return integer(value, 8); }
   WireBytes& string(const std::string& text) {
     u32(static_cast<std::uint32_t>(text.size()));
     return raw(text).byte(0);
@@ -71,39 +63,13 @@ class WireBytes {
   const std::vector<std::uint8_t>& bytes() const { return bytes_; }
 
  private:
+  WireBytes& integer(std::uint64_t value, std::size_t size) {
+    align(size);
+    for (; size > 0; --size, value >>= 8) byte(value & 0xFF);
+    return *this;
+  }
+
   std::vector<std::uint8_t> bytes_;
 };
-
-/// A method call to the helper with that body. `bodySize` announces a body that is sent later.
-inline std::vector<std::uint8_t> methodCallWithDescriptors(
-    const std::string& interface, const std::string& member, const std::string& signature,
-    const std::vector<std::uint8_t>& body, std::uint32_t descriptors, std::size_t bodySize = 0,
-    std::uint32_t serial = 1000) {
-  WireBytes message;
-  message.byte('l').byte(1).byte(0).byte(1);
-  message.u32(static_cast<std::uint32_t>(bodySize ? bodySize : body.size())).u32(serial);
-  message.array(8, [&](WireBytes& fields) {
-    const auto field = [&](unsigned code, const char* type, auto write) {
-      fields.align(8).byte(code).signature(type);
-      write();
-    };
-    field(1, "o", [&] { fields.string("/com/vantor/QRTPrivilegedHelper"); });
-    field(2, "s", [&] { fields.string(interface); });
-    field(3, "s", [&] { fields.string(member); });
-    if (!signature.empty()) field(8, "g", [&] { fields.signature(signature); });
-    if (descriptors > 0) field(9, "u", [&] { fields.u32(descriptors); });
-  });
-  message.align(8);
-  auto bytes = message.bytes();
-  bytes.insert(bytes.end(), body.begin(), body.end());
-  return bytes;
-}
-
-inline std::vector<std::uint8_t> methodCall(const std::string& interface, const std::string& member,
-                                            const std::string& signature,
-                                            const std::vector<std::uint8_t>& body,
-                                            std::uint32_t serial = 1) {
-  return methodCallWithDescriptors(interface, member, signature, body, 0, 0, serial);
-}
 
 }  // namespace qrt::test

@@ -45,7 +45,6 @@ std::optional<int> statusOfProgram(const Error& error) {
 }
 
 ExitStatus exitStatusFor(const Error& error) {
-  if (error.code == 0) return ExitStatus::done;
   if (isConnectionFailure(error)) return ExitStatus::unreachable;
   if (const auto status = statusOfProgram(error)) return static_cast<ExitStatus>(*status);
   if (isNotFound(error)) return ExitStatus::notFound;

@@ -20,8 +20,7 @@ enum class ExitStatus : int {
 /// The status of a program that the operation ran to its end; none when the error is another one.
 std::optional<int> statusOfProgram(const Error& error);
 
-/// The status for an operation that ended with this error: the program's own, or one of the list. A
-/// code of 0 is an answer, not a failure.
+/// The status for an operation that failed with this error: the program's own, or one of the list.
 ExitStatus exitStatusFor(const Error& error);
 
 }  // namespace qrt

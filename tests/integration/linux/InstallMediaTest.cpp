@@ -1,16 +1,7 @@
 // An installer's own tool, run by the daemon.
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cstdio>
-#include <functional>
-
 #include "operations/PrivilegedOperationError.h"
-#include "platform/HelperConnection.h"
-#include "platform/NativePlatform.h"
 #include "support/BundleSigner.h"
-#include "support/DaemonProcess.h"
+#include "support/DaemonFixture.h"
 #include "support/Mounts.h"
 #include "support/PlantedFile.h"
 
@@ -29,60 +20,45 @@ done
 exit 9
 )tool";
 
-class InstallMediaTest : public testing::Test {
+class InstallMediaTest : public test::DaemonFixture {
  protected:
   void SetUp() override {
-    if (geteuid() != 0) GTEST_SKIP() << "the daemon needs root";
-    volume_ = scratch_.folder("volume");
-    mount_.emplace(test::Mount::Kind::ext4, volume_);
-    if (!mount_->isMounted()) GTEST_SKIP() << "needs the right to mount";
-    installer_ = scratch_.path("Install.app");
+    if (geteuid() != 0 || !mount_.isMounted()) GTEST_SKIP() << "needs root and its right to mount";
     test::makeApplication(installer_, {{"CFBundleDisplayName", "Install macOS Test"}});
     const auto path =
         test::plant(scratch_, "Install.app/Contents/Resources/createinstallmedia", tool);
     chmod(path.c_str(), 0755);
     test::signBundle(installer_, chain_, {.team = "K36BKF7T3D"});
-    std::string digest;
-    for (const auto byte : chain_.rootDigest()) {
-      char text[3];
-      std::snprintf(text, sizeof text, "%02x", byte);
-      digest += text;
-    }
-    daemon_.emplace(test::DaemonProcess::Options{.command = {"trusting_daemon", digest}});
-    auto connection = native_.facilities().helperConnector.connect(daemon_->socketPath());
-    ASSERT_TRUE(connection);
-    connection_ = std::move(*connection);
+    const auto bytes = chain_.rootDigest();
+    const std::string digest(bytes.begin(), bytes.end());
+    start("", "trusting_daemon " + scratch_.file("digest", digest));
   }
 
-  /// Collects what the tool writes and calls `atLine` for each line of it.
-  Outcome perform(const Array& arguments, const std::function<void()>& atLine) {
-    const auto form = connection_->createExternalForm();
-    return connection_->performPrivilegedOperation(
-        createInstallmedia, *form,
-        [&](const Dictionary& message) {
+  /// Collects what the tool writes and calls `atMessage` for each message.
+  Outcome perform(
+      const std::string& installer, const std::string& volume,
+      const std::function<void()>& atMessage = [] {}) {
+    return DaemonFixture::perform(
+        *connect(), createInstallmedia, {installer, volume}, [&](const Dictionary& message) {
           for (const auto& [key, value] : message) {
-            const auto* data = value.data();
-            if (!data) continue;
-            (key == "ErrorData" ? errors_ : output_).append(data->begin(), data->end());
-            if (!data->empty() && data->back() == '\n') atLine();
+            if (const auto* data = value.data()) {
+              (key == "ErrorData" ? errors_ : output_).append(data->begin(), data->end());
+            }
           }
-        },
-        arguments);
+          if (!output_.empty()) atMessage();
+        });
   }
 
-  test::ScratchFolder scratch_;
-  std::string volume_, installer_, output_, errors_;
-  std::optional<test::Mount> mount_;
-  test::SigningChain chain_;
-  NativePlatform native_;
-  std::optional<test::DaemonProcess> daemon_;
-  std::unique_ptr<HelperConnection> connection_;
+  const test::ScratchFolder scratch_;
+  const std::string installer_ = scratch_.path("Install.app"), volume_ = scratch_.folder("volume");
+  const test::Mount mount_{test::Mount::Kind::ext4, volume_};
+  const test::SigningChain chain_;
+  std::string output_, errors_;
 };
 
 TEST_F(InstallMediaTest, TheToolsOutputArrivesWhileItRuns) {
-  const auto outcome =
-      perform({installer_, volume_}, [&] { test::plant(scratch_, "volume/arrived"); });
-  EXPECT_EQ(outcome, success);
+  EXPECT_EQ(perform(installer_, volume_, [&] { test::plant(scratch_, "volume/arrived"); }),
+            success);
   EXPECT_EQ(output_, "--applicationpath " + installer_ + " --volume " + volume_ +
                          " --nointeraction PATH=\n");
   EXPECT_EQ(errors_, "done\n");
@@ -90,26 +66,22 @@ TEST_F(InstallMediaTest, TheToolsOutputArrivesWhileItRuns) {
 
 TEST_F(InstallMediaTest, NothingRunsForAnotherVolumeOrInstaller) {
   scratch_.folder("volume/folder");
-  struct Case {
-    std::string installer, volume;
-    std::int64_t code;
-  };
-  const auto check = [&](const Case& c) {
-    const auto outcome = perform({c.installer, c.volume}, [] {});
+  const auto check = [&](const std::string& installer, const std::string& volume, int code) {
+    const auto outcome = perform(installer, volume);
     EXPECT_EQ(output_ + errors_, "");
-    ASSERT_TRUE(outcome) << c.installer << " " << c.volume;
+    ASSERT_TRUE(outcome) << installer << " " << volume;
     EXPECT_EQ(outcome->domain, privilegedOperationErrorDomain);
-    EXPECT_EQ(outcome->code, c.code) << c.volume;
+    EXPECT_EQ(outcome->code, code) << volume;
     const auto* path = stringIn(outcome->userInfo, filePathErrorKey);
-    EXPECT_EQ(path ? *path : "", c.code == 18 ? c.installer : c.volume);
+    EXPECT_EQ(path ? *path : "", code == 18 ? installer : volume);
   };
   for (const auto& volume : {volume_ + "/", volume_ + "/folder", scratch_.path() + "//volume",
                              scratch_.path("missing"), std::string()}) {
-    check({installer_, volume, 19});
+    check(installer_, volume, 19);
   }
-  check({scratch_.path("missing.app"), volume_, 18});
+  check(scratch_.path("missing.app"), volume_, 18);
   test::plant(scratch_, "Install.app/Contents/Resources/added");
-  check({installer_, volume_, 18});
+  check(installer_, volume_, 18);
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <signal.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -12,30 +11,31 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
-#include <sstream>
-#include <stdexcept>
+#include <system_error>
 #include <thread>
 
 namespace qrt::test {
 namespace {
 
-void require(bool condition, const char* what) {
-  if (!condition) throw std::runtime_error(std::string(what) + ": " + std::strerror(errno));
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool isInstrumented = true;
+#else
+constexpr bool isInstrumented = false;
+#endif
+
+void require(bool condition) {
+  if (!condition) throw std::system_error(errno, std::generic_category(), "the daemon's socket");
 }
 
 int listenAt(const std::string& path) {
   const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_un name{};
-  name.sun_family = AF_UNIX;
-  std::strncpy(name.sun_path, path.c_str(), sizeof name.sun_path - 1);
-  require(bind(socket, reinterpret_cast<sockaddr*>(&name), sizeof name) == 0, "bind");
-  require(chmod(path.c_str(), 0666) == 0 && listen(socket, SOMAXCONN) == 0, "listen");
+  sockaddr_un name{AF_UNIX, {}};
+  path.copy(name.sun_path, sizeof name.sun_path - 1);
+  require(bind(socket, reinterpret_cast<sockaddr*>(&name), sizeof name) == 0);
+  require(chmod(path.c_str(), 0666) == 0 && listen(socket, SOMAXCONN) == 0);
   return socket;
 }
-
-}  // namespace
 
 std::string folderOfPrograms() {
   char path[4096];
@@ -44,46 +44,20 @@ std::string folderOfPrograms() {
   return program.substr(0, program.rfind('/'));
 }
 
-DaemonProcess::DaemonProcess(const Options& options) {
-  // In memory: what is measured is the daemon, not a disk.
-  char pattern[] = "/dev/shm/qrt-daemon-XXXXXX";
-  require(mkdtemp(pattern) != nullptr, "mkdtemp");
-  folder_ = pattern;
-  require(chmod(pattern, 0755) == 0 && mkdir((folder_ + "/state").c_str(), 0700) == 0, "folder");
+}  // namespace
+
+DaemonProcess::DaemonProcess(const std::string& launcher, const std::string& program) {
+  require(mkdtemp(folder_.data()) != nullptr && chmod(folder_.c_str(), 0755) == 0);
+  const auto state = folder_ + "/state";
+  const auto script = "mkdir -m 0700 " + state + "; LISTEN_FDS=1 STATE_DIRECTORY=" + state +
+                      " exec " + launcher + " sh -c 'LISTEN_PID=$$ exec " + folderOfPrograms() +
+                      "/" + program + "' >/dev/null 2>&1";
   const int listening = listenAt(socketPath());
-  const std::string program = folderOfPrograms() + "/" + options.command.front();
   process_ = fork();
-  require(process_ >= 0, "fork");
   if (process_ == 0) {
-    const int log = open((folder_ + "/log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
-    dup2(log, STDOUT_FILENO);
-    dup2(log, STDERR_FILENO);
-    fcntl(listening, F_SETFD, 0);
     dup2(listening, 3);
-    setenv("LISTEN_FDS", "1", 1);
-    const pid_t own = options.isInPidNamespaceOfItsOwn ? 1 : getpid();
-    setenv("LISTEN_PID", std::to_string(own).c_str(), 1);
-    setenv("STATE_DIRECTORY", (folder_ + "/state").c_str(), 1);
-    if (options.descriptorLimit > 0) {
-      const rlimit limit{options.descriptorLimit, options.descriptorLimit};
-      setrlimit(RLIMIT_NOFILE, &limit);
-    }
-    if (options.isInPidNamespaceOfItsOwn) {
-      execlp("unshare", "unshare", "--pid", "--fork", "--kill-child", program.c_str(),
-             static_cast<char*>(nullptr));
-    }
-    if (!options.removalTool.empty()) {
-      // In a mount namespace of its own, by the same process.
-      const auto script = "mount --bind " + options.removalTool +
-                          " /bin/systemctl && mount -t tmpfs none /usr/share/polkit-1 && exec " +
-                          program;
-      execlp("unshare", "unshare", "--mount", "sh", "-c", script.c_str(),
-             static_cast<char*>(nullptr));
-    }
-    std::vector<char*> arguments;
-    for (const auto& each : options.command) arguments.push_back(const_cast<char*>(each.c_str()));
-    arguments.push_back(nullptr);
-    execv(program.c_str(), arguments.data());
+    fcntl(3, F_SETFD, 0);
+    execl("/bin/sh", "sh", "-c", script.c_str(), static_cast<char*>(nullptr));
     _exit(127);
   }
   close(listening);
@@ -94,20 +68,12 @@ DaemonProcess::~DaemonProcess() {
     kill(process_, SIGKILL);
     waitpid(process_, nullptr, 0);
   }
-  const std::string remove = "rm -rf " + folder_;
-  if (std::system(remove.c_str()) != 0) std::perror("rm");
-}
-
-std::string DaemonProcess::log() const {
-  std::ifstream file(folder_ + "/log");
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
+  if (std::system(("rm -rf " + folder_).c_str()) != 0) std::perror("rm");
 }
 
 long DaemonProcess::memory() const {
   std::ifstream status("/proc/" + std::to_string(process_) + "/status");
-  for (std::string line; std::getline(status, line);) {
+  for (std::string line; !isInstrumented && std::getline(status, line);) {
     if (line.starts_with("RssAnon:")) return std::stol(line.substr(8));
   }
   return 0;

@@ -3,22 +3,17 @@
 #include <sched.h>
 #include <sys/mount.h>
 
+#include <map>
+
 namespace qrt::test {
 namespace {
 
-constexpr off_t mebibyte = 1024 * 1024;
-
-struct Format {
-  Mount::Kind kind;
-  off_t size;
-  std::vector<std::string> tool;
-};
-
-const Format formats[] = {
-    {Mount::Kind::ext4, 64 * mebibyte, {"mkfs.ext4", "-q"}},
-    {Mount::Kind::ext4WithoutTypes, 64 * mebibyte, {"mkfs.ext4", "-q", "-O", "^filetype"}},
-    {Mount::Kind::xfs, 320 * mebibyte, {"mkfs.xfs", "-q"}},
-    {Mount::Kind::btrfs, 128 * mebibyte, {"mkfs.btrfs", "-q"}}};
+/// How an image is formatted, and how large it has to be.
+const std::map<Mount::Kind, std::pair<std::string, const char*>> formats = {
+    {Mount::Kind::ext4, {"mkfs.ext4 -q", "64M"}},
+    {Mount::Kind::ext4WithoutTypes, {"mkfs.ext4 -q -O ^filetype", "64M"}},
+    {Mount::Kind::xfs, {"mkfs.xfs -q", "320M"}},
+    {Mount::Kind::btrfs, {"mkfs.btrfs -q", "128M"}}};
 
 /// A namespace that ends with the process: nothing stays behind, nobody else sees a mount.
 bool ownNamespace() {
@@ -27,27 +22,23 @@ bool ownNamespace() {
   return own;
 }
 
-bool mountFormatted(const Format& format, const std::string& image, const std::string& on) {
-  auto tool = format.tool;
-  tool.push_back(image);
-  return truncate(image.c_str(), format.size) == 0 && run(tool) &&
-         run({"mount", "-o", "loop", image, on});
+/// The image needs no name once it is mounted.
+bool mountImage(const std::string& tool, const std::string& size, const std::string& on) {
+  const ScratchFolder folder;
+  const auto image = folder.path("image");
+  return run({"sh", "-ec",
+              "truncate -s " + size + " " + image + "; " + tool + " " + image + "; mount -o loop " +
+                  image + " " + on});
 }
 
 }  // namespace
 
-struct Mount::Image {
-  ScratchFolder folder;
-};
-
 Mount::Mount(Kind kind, const std::string& on) : on_(on) {
   if (!ownNamespace()) return;
-  if (kind == Kind::memory) isMounted_ = run({"mount", "-t", "tmpfs", "scratch", on});
-  if (kind == Kind::plainMemory) isMounted_ = run({"mount", "-t", "ramfs", "scratch", on});
-  for (const auto& format : formats) {
-    if (format.kind != kind) continue;
-    image_ = std::make_unique<Image>();
-    isMounted_ = mountFormatted(format, image_->folder.file("image"), on);
+  if (const auto format = formats.find(kind); format != formats.end()) {
+    isMounted_ = mountImage(format->second.first, format->second.second, on);
+  } else {
+    isMounted_ = run({"mount", "-t", kind == Kind::memory ? "tmpfs" : "ramfs", "scratch", on});
   }
 }
 

@@ -2,37 +2,19 @@
 
 #include <sys/mount.h>
 
-#include <cstdio>
-
 namespace qrt::test {
-
-/// A disk in memory.
-struct Mount::Image {
-  Image() {
-    FILE* output = popen("/usr/bin/hdiutil attach -nomount ram://131072 2>/dev/null", "r");
-    char line[64] = {};
-    if (output && std::fgets(line, sizeof line, output)) device.assign(line);
-    if (output) pclose(output);
-    device.resize(device.find_last_not_of(" \t\n") + 1);
-  }
-  Image(const Image&) = delete;
-  Image& operator=(const Image&) = delete;
-  ~Image() {
-    if (!device.empty()) run({"/usr/bin/hdiutil", "detach", "-force", device});
-  }
-
-  std::string device;
-};
 
 Mount::Mount(Kind kind, const std::string& on) : on_(on) {
   if (kind != Kind::memory) return;
-  image_ = std::make_unique<Image>();
-  isMounted_ = !image_->device.empty() && run({"/sbin/newfs_hfs", image_->device}) &&
-               run({"/sbin/mount", "-t", "hfs", image_->device, on});
+  device_ = printed("/usr/bin/hdiutil attach -nomount ram://131072 2>/dev/null");
+  device_.resize(device_.find_last_not_of(" \t\n") + 1);
+  isMounted_ = !device_.empty() && run({"/sbin/newfs_hfs", device_}) &&
+               run({"/sbin/mount", "-t", "hfs", device_, on});
 }
 
 Mount::~Mount() {
   if (isMounted_) unmount(on_.c_str(), MNT_FORCE);
+  if (!device_.empty()) run({"/usr/bin/hdiutil", "detach", "-force", device_});
 }
 
 bool Mount::makeReadOnly() const { return run({"/sbin/mount", "-u", "-o", "rdonly", on_}); }

@@ -1,0 +1,225 @@
+// What the client prints about answers, failures and messages, and the status that it ends with.
+#include <cstdlib>
+#include <limits>
+
+#include "ClientFixture.h"
+#include "operations/PrivilegedOperationError.h"
+#include "protocol/FeedbackMessage.h"
+#include "support/PlantedFile.h"
+
+namespace qrt {
+namespace {
+
+using test::FakeHelper;
+
+constexpr auto largest = std::numeric_limits<std::uint64_t>::max();
+
+class AnswerTest : public test::ClientFixture {};
+
+Data bytes(std::string_view text) { return Data(text.begin(), text.end()); }
+
+Error cocoaError(std::int64_t code) { return {std::string(cocoaErrorDomain), code, {}}; }
+
+Error protectedObject() {
+  return withUnderlyingError(
+      withFilePath(
+          privilegedOperationError(
+              16, "An object or its parent folder are explicitly protected against changes.",
+              "Please verify that the object at '$1$' can be modified.", {"/a\n\xFF"}),
+          "/a\n\xFF"),
+      posixError(PosixCode::readOnlyFileSystem, "/b"));
+}
+
+TEST_F(AnswerTest, ValuesAreReadable) {
+  struct Case {
+    std::string key;
+    PropertyValue value;
+    std::string text;
+  };
+  const Case cases[] = {
+      {"ObjectExistence", 0, "nothing there"},
+      {"ObjectExistence", 1.0, "folder"},
+      {"ObjectExistence", 2, "object that is not a folder"},
+      {"ObjectExistence", 3, "3"},
+      {"ObjectExistence", "text\x1b", "text\\x1b"},
+      {"installed", 1, "1"},
+      {"Size", 0, "0 B"},
+      {"Size", 999, "999 B"},
+      {"Size", 1000, "1.0 kB (1000 bytes)"},
+      {"Size", 9949, "9.9 kB (9949 bytes)"},
+      {"Size", 9950, "10 kB (9950 bytes)"},
+      {"Size", 999'499, "999 kB (999499 bytes)"},
+      {"Size", 999'500, "1.0 MB (999500 bytes)"},
+      {"Size", largest, "18 EB (18446744073709551615 bytes)"},
+  };
+  for (const auto& [key, value, text] : cases) {
+    helper.answer = privilegedOperationAnswer({{key, value}});
+    EXPECT_EQ(run({"nop"}), 0);
+    EXPECT_EQ(terminal.output(), text + "\n");
+  }
+  helper.answer = privilegedOperationAnswer({{"Size", 5}, {"Name", "a\x07"}});
+  EXPECT_EQ(run({"nop"}), 0);
+  EXPECT_EQ(terminal.output(), "Name: a\\x07\nSize: 5 B\n");
+}
+
+TEST_F(AnswerTest, JsonKeepsEveryValueExactly) {
+  const std::pair<PropertyValue, std::string> cases[] = {
+      {"gr\xC3\xBC\xC3\x9F \"\\\n", R"("gr)"
+                                    "\xC3\xBC\xC3\x9F"
+                                    R"( \"\\\n")"},
+      {"bad \xFF", "\"bad \xF4\x8F\xBF\xBF\""},
+      {true, "true"},
+      {largest, "18446744073709551615"},
+      {1.0, "1.0"},
+      {1.0 / 3, "0.3333333333333333"},
+      {Data{0xFB, 0xFF}, R"("+/8=")"},
+      {Data{'M', 'a', 'n', '!'}, R"("TWFuIQ==")"},
+      {Date{1500000000.25}, "1500000000.25"},
+      {Array{1, "a", Array{false}}, R"([1,"a",[false]])"},
+      {Dictionary{{"b\xFF", 1}, {"a", Dictionary{}}}, "{\"a\":{},\"b\xF4\x8F\xBF\xBF\":1}"},
+  };
+  for (const auto& [value, json] : cases) {
+    helper.answer = privilegedOperationAnswer({{"V", value}});
+    EXPECT_EQ(run({"nop", "--json"}), 0);
+    EXPECT_EQ(terminal.output(), "{\"done\":true,\"answer\":{\"V\":" + json + "}}\n");
+  }
+}
+
+TEST_F(AnswerTest, AFailureIsToldInWordsAndByTheStatus) {
+  struct Case {
+    Error error;
+    int status;
+    std::string text;
+  };
+  const Case cases[] = {
+      {posixError(PosixCode::notPermitted), 3, "Operation not permitted (POSIX error 1)\n"},
+      {posixError(PosixCode::noEntry), 4, "No such file or directory (POSIX error 2)\n"},
+      {posixError(PosixCode::notEmpty, "/a"), 1,
+       "Directory not empty (POSIX error 66)\nPath: /a\n"},
+      {posixError(PosixCode::canceled), 3, "Operation canceled (POSIX error 89)\n"},
+      {posixError(static_cast<PosixCode>(4711)), 1, "The operation failed (POSIX error 4711)\n"},
+      {osStatusError(-60005), 3, "The authorization was denied (OSStatus error -60005)\n"},
+      {osStatusError(-60007), 3,
+       "The authorization needs a dialog, and none can be shown (OSStatus error -60007)\n"},
+      {osStatusError(-50), 1, "The operation failed (OSStatus error -50)\n"},
+      {cocoaError(4), 4, "The object does not exist (Cocoa error 4)\n"},
+      {cocoaError(513), 1, "The system does not permit it (Cocoa error 513)\n"},
+      {withUnderlyingError(cocoaError(260), posixError(PosixCode::noEntry)), 4,
+       "The object does not exist (Cocoa error 260)\n"
+       "Cause: No such file or directory (POSIX error 2)\n"},
+      {FakeHelper::brokenConnection(), 6,
+       "The privileged helper has ended the connection (Cocoa error 4097)\n"},
+      {FakeHelper::invalidConnection(), 6,
+       "The privileged helper cannot be reached (Cocoa error 4099)\n"},
+      {{"un\x1B", 1, {}}, 1, "The operation failed (un\\x1b error 1)\n"},
+      {privilegedOperationError(3, "Not completed.", "Why?"), 1, "Not completed.\nWhy?\n"},
+      {protectedObject(), 1,
+       "An object or its parent folder are explicitly protected against changes.\n"
+       "Please verify that the object at '/a\\x0a\\xff' can be modified.\n"
+       "Cause: Read-only file system (POSIX error 30)\nPath: /b\n"},
+  };
+  for (const auto& [error, status, text] : cases) {
+    helper.answer = error;
+    EXPECT_EQ(run({"nop"}), status) << text;
+    EXPECT_EQ(terminal.errors(), "qrtctl nop: " + text);
+    EXPECT_EQ(terminal.output(), "");
+  }
+}
+
+TEST_F(AnswerTest, AFailureInJsonHasItsTextsAndCauses) {
+  helper.answer = Error{"D",
+                        -7,
+                        {{"NSLocalizedDescription", "Bad"},
+                         {"NSLocalizedRecoverySuggestion", "Do it"},
+                         {"NSUnderlyingError", posixError(PosixCode::noEntry)}}};
+  EXPECT_EQ(run({"nop", "--json"}), 1);
+  EXPECT_EQ(terminal.output(),
+            R"json({"done":false,"error":{"domain":"D","code":-7,"description":"Bad",)json"
+            R"json("suggestion":"Do it","userInfo":{"NSLocalizedDescription":"Bad",)json"
+            R"json("NSLocalizedRecoverySuggestion":"Do it","NSUnderlyingError":)json"
+            R"json({"domain":"NSPOSIXErrorDomain","code":2,"description":)json"
+            R"json("No such file or directory (POSIX error 2)","userInfo":{}}}}})json"
+            "\n");
+}
+
+TEST_F(AnswerTest, AUtilityThatFailsSpeaksForItself) {
+  helper.feedback = {outputMessage(bytes("\x1B[32mok\x1B[0m\n")),
+                     errorOutputMessage(bytes("bad\n"))};
+  const std::string told = "qrtctl execute-utility: Not completed.\nCode.\n";
+  struct Case {
+    std::vector<std::string> parameters;
+    int status;
+    std::string text;
+  };
+  const Case cases[] = {
+      {{"77"}, 77, ""},   {{"255"}, 255, ""}, {{"-1"}, 1, told},     {{"0"}, 1, told},
+      {{"256"}, 1, told}, {{"2x"}, 1, told},  {{"2", "2"}, 1, told},
+  };
+  for (const auto& [parameters, status, text] : cases) {
+    helper.answer = privilegedOperationError(3, "Not completed.", "Code.", parameters);
+    EXPECT_EQ(run({"execute-utility", "chmod", "--", "-R"}), status);
+    EXPECT_EQ(terminal.output(), "\x1B[32mok\x1B[0m\n");
+    EXPECT_EQ(terminal.errors(), "bad\n" + text);
+    EXPECT_EQ(run({"--json", "execute-utility", "chmod"}), status);
+    EXPECT_THAT(terminal.output(), testing::HasSubstr(R"("done":false)"));
+  }
+}
+
+TEST_F(AnswerTest, StreamsGoWhereTheyBelong) {
+  const Dictionary record{{"Path", "/d/a\n"},
+                          {"Type", "NSFileTypeDirectory"},
+                          {"Size", std::uint64_t{4096}},
+                          {"ModificationDate", Date{86400 * 366.0}},
+                          {"Mode", 03751}};
+  helper.feedback = {initialOutputMessage(),
+                     outputMessage(bytes(std::string("o\0\xFF", 3))),
+                     errorOutputMessage(bytes("e\x1B[0m")),
+                     progressMessage(0.25),
+                     recordsMessage(0.5, {record, Dictionary{}, "no record"}),
+                     {{"Unknown", 1}, {"ProgressFraction", "half"}, {"OutputData", "text"}},
+                     finalMessage()};
+  setenv("TZ", "UTC", 1);
+  EXPECT_EQ(run({"delete-foldercontents", "/a"}), 0);
+  unsetenv("TZ");
+  EXPECT_EQ(terminal.output(), std::string("o\0\xFF", 3) +
+                                   "drwxr-s--t  4.1 kB  1971-01-02 00:00  /d/a\\x0a\n"
+                                   "?                -  -                 -\n");
+  EXPECT_EQ(terminal.errors(),
+            "e\x1B[0mqrtctl delete-foldercontents: 20 %\nqrtctl delete-foldercontents: 50 %\n");
+}
+
+TEST_F(AnswerTest, JsonLinesCarryEveryMessageAndTheResult) {
+  helper.feedback = {progressMessage(0), outputMessage(bytes("\xFF")),
+                     recordsMessage(1, {Dictionary{{"Path", "\xFF"}, {"Size", 1u}}}),
+                     finalMessage()};
+  EXPECT_EQ(run({"--json", "delete-foldercontents", "/a"}), 0);
+  EXPECT_EQ(terminal.output(),
+            "{\"feedback\":{\"ProgressFraction\":0.0}}\n"
+            "{\"feedback\":{\"OutputData\":\"/w==\"}}\n"
+            "{\"feedback\":{\"FileObjectInfo\":[{\"Path\":\"\xF4\x8F\xBF\xBF\",\"Size\":1}],"
+            "\"ProgressFraction\":1.0}}\n"
+            "{\"feedback\":{\"FinalFeedbackMessage\":true}}\n"
+            "{\"done\":true}\n");
+  EXPECT_EQ(terminal.errors(), "");
+}
+
+TEST_F(AnswerTest, SpeaksTheLanguageOfItsTables) {
+  const test::ScratchFolder bundle;
+  test::plant(bundle, "Resources/xx.lproj/PrivilegedOperationErrors.strings",
+              "\"An object or its parent folder are explicitly protected against changes.\" = "
+              "\"N\xC3\xB6.\";"
+              "\"Please verify that the object at '$1$' can be modified.\" = \"So: $1$!\";");
+  bundlePath = bundle.path();
+  language = "xx";
+  helper.answer = protectedObject();
+  EXPECT_EQ(run({"nop"}), 1);
+  EXPECT_THAT(terminal.errors(),
+              testing::StartsWith("qrtctl nop: N\xC3\xB6.\nSo: /a\\x0a\\xff!\nCause: "));
+  EXPECT_EQ(run({"nop", "--json"}), 1);
+  EXPECT_THAT(terminal.output(),
+              testing::HasSubstr("\"description\":\"N\xC3\xB6.\",\"suggestion\":\"So: /a\\n"
+                                 "\xF4\x8F\xBF\xBF!\""));
+}
+
+}  // namespace
+}  // namespace qrt
