@@ -1,8 +1,6 @@
 #include <linux/fs.h>
 #include <sys/ioctl.h>
 
-#include <functional>
-
 #include "platform/NativeFileSystem.h"
 #include "platform/linux/InodeFlags.h"
 #include "support/Mounts.h"
@@ -50,11 +48,11 @@ TEST_P(FlaggedFileSystems, SetClearAndKeepTheOtherFlags) {
   const auto before = inodeFlagsOf(file);
   ASSERT_NE(before & FS_NODUMP_FL, 0u);
 
-  const auto ways = {std::function(inode_flags::writeByName),
-                     std::function([](FileAt object, std::uint32_t wanted) {
-                       return inode_flags::writeByDescriptor(object, Links::stay, wanted);
-                     })};
-  for (const auto& write : ways) {
+  using Write = PosixCode (*)(FileAt, std::uint32_t);
+  const Write byDescriptor = [](FileAt object, std::uint32_t wanted) {
+    return inode_flags::writeByDescriptor(object, Links::stay, wanted);
+  };
+  for (const Write write : {&inode_flags::writeByName, byDescriptor}) {
     if (write(file.c_str(), 0) == PosixCode::notImplemented) continue;  // An older kernel.
     for (const auto wanted : {userImmutable, userAppendOnly, userImmutable | userAppendOnly, 0u}) {
       ASSERT_EQ(write(file.c_str(), wanted), PosixCode::success);
@@ -93,8 +91,7 @@ TEST_F(FileFlagsTest, AReadOnlyFileSystemRefusesEvenWhatNeedsNoChange) {
   const test::Mount mount(Kind::memory, root);
   if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount";
   const auto file = scratch_.file("mount/file");
-  ASSERT_EQ(mkfifo(scratch_.path("mount/fifo").c_str(), 0600), 0);
-  ASSERT_EQ(symlink("mount/file", scratch_.path("link").c_str()), 0);
+  scratch_.make("mkfifo mount/fifo; ln -s mount/file link");
   EXPECT_EQ(set(file, 0), PosixCode::success);
   ASSERT_TRUE(mount.makeReadOnly());
 

@@ -24,37 +24,15 @@ bool matches(const SealPattern& pattern, const std::string& text) {
 }
 
 TEST(SealPattern, AnswersAsTheSystemDoes) {
-  const std::string patterns[] = {"^.*",
-                                  "^Resources/",
-                                  R"(^Resources/.*\.lproj/)",
-                                  R"(.*\.dSYM($|/))",
-                                  R"(^(.*/)?\.DS_Store$)",
-                                  "^[^/]+$",
-                                  "^(Frameworks|MacOS|Library/(Automator|Spotlight))/",
-                                  "a|^b$|",
-                                  "x[]a-]*y",
-                                  "(ab?)+c"};
-  const std::string texts[] = {"Resources/en.lproj/a",
-                               "Resources/en.lproj",
-                               ".DS_Store",
-                               "a/.DS_Store",
-                               "x.DS_Store",
-                               "a.dSYM",
-                               "a.dSYM/b",
-                               "a.dSYMx",
-                               "PkgInfo",
-                               "Library/Spotlight/x",
-                               "Library/x",
-                               "b",
-                               "bb",
-                               "x]-a]y",
-                               "xby",
-                               "aababc",
-                               ""};
-  for (const auto& pattern : patterns) {
+  for (const auto* pattern :
+       {"^.*", "^Resources/", "^Resources/.*\\.lproj/", ".*\\.dSYM($|/)", "^(.*/)?\\.DS_Store$",
+        "^[^/]+$", "^(Frameworks|MacOS|Library/(Automator|Spotlight))/", "a|^b$|", "x[]a-]*y"}) {
     const auto compiled = SealPattern::compile(pattern);
     ASSERT_TRUE(compiled) << pattern;
-    for (const auto& text : texts) {
+    for (const auto* text :
+         {"Resources/en.lproj/a", "Resources/en.lproj", ".DS_Store", "a/.DS_Store", "x.DS_Store",
+          "a.dSYM", "a.dSYM/b", "a.dSYMx", "PkgInfo", "Library/Spotlight/x", "Library/x", "b", "bb",
+          "x]-a]y", "xby", ""}) {
       EXPECT_EQ(matches(*compiled, text), systemsAnswer(pattern, text)) << pattern << " " << text;
     }
   }
@@ -69,7 +47,7 @@ TEST(SealPattern, AnswersAsTheSystemDoesForAnyPattern) {
   };
   int compared = 0;
   for (int i = 0; i < 20'000; ++i) {
-    const auto pattern = made("aab.*?|()^$/", 10);
+    const auto pattern = made("aab.*+?|()^$/", 10);
     const auto compiled = SealPattern::compile(pattern);
     const auto text = made("aab/", 8);
     const auto expected = systemsAnswer(pattern, text);
@@ -86,9 +64,7 @@ TEST(SealPattern, IsRefusedOrMatchedInNoTime) {
     EXPECT_FALSE(SealPattern::compile(pattern)) << pattern;
   }
   EXPECT_FALSE(SealPattern::compile(std::string(SealPattern::longestPattern + 1, 'a')));
-  std::string nested(250, '(');
-  nested += "a" + std::string(250, ')');
-  EXPECT_TRUE(SealPattern::compile(nested));
+  EXPECT_TRUE(SealPattern::compile(std::string(250, '(') + "a" + std::string(250, ')')));
 
   std::string hard;
   for (int i = 0; i < 50; ++i) hard += "(a*)*";
