@@ -3,6 +3,7 @@
 #include <signal.h>
 #include <sys/resource.h>
 
+#include "platform/FileDescriptor.h"
 #include "platform/posix/DescriptorLimit.h"
 #include "platform/posix/PosixSubprocess.h"
 #include "support/ScratchFolder.h"
@@ -23,23 +24,17 @@ struct Finished {
 
 Finished runProgram(const std::string& path, const std::vector<std::string>& arguments,
                     const EnvironmentChanges& environment = {}) {
-  PosixSubprocessFacility facility;
   Finished finished;
   const auto start = Clock::now();
-  const auto prepared = facility.prepare();
-  if (!prepared) {
-    finished.launched = prepared.error();
-    return finished;
-  }
-  auto& subprocess = **prepared;
-  finished.launched = subprocess.launch({path, arguments, environment});
+  const auto subprocess = std::move(*PosixSubprocessFacility().prepare());
+  finished.launched = subprocess->launch({path, arguments, environment});
   if (finished.launched != PosixCode::success) return finished;
   const auto receive = [&finished](StandardStream stream, std::span<const std::uint8_t> piece) {
     auto& text = stream == StandardStream::output ? finished.output : finished.error;
     text.append(piece.begin(), piece.end());
   };
-  finished.status = subprocess.waitUntilExit(receive);
-  subprocess.drain(receive);
+  finished.status = subprocess->waitUntilExit(receive);
+  subprocess->drain(receive);
   finished.time = Clock::now() - start;
   return finished;
 }
@@ -79,14 +74,9 @@ TEST(Subprocess, WhatAProgramLeavesBehindHoldsNobodyUp) {
 }
 
 TEST(Subprocess, AProgramThatIsNotWaitedForIsReapedAllTheSame) {
-  {
-    PosixSubprocessFacility facility;
-    const auto prepared = facility.prepare();
-    ASSERT_TRUE(prepared);
-    // With nobody to read what it writes it ends at once.
-    const ProgramLaunch endless{"/bin/sh", {"-c", "while :; do echo x; done"}, {}};
-    EXPECT_EQ((*prepared)->launch(endless), PosixCode::success);
-  }
+  // With nobody to read what it writes it ends at once.
+  const ProgramLaunch endless{"/bin/sh", {"-c", "while :; do echo x; done"}, {}};
+  EXPECT_EQ((*PosixSubprocessFacility().prepare())->launch(endless), PosixCode::success);
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
 }
 
@@ -104,11 +94,8 @@ TEST(Subprocess, ProgramsThatCannotBeLaunchedTellWhy) {
 }
 
 TEST(Subprocess, AProgramInheritsItsStreamsAndNothingElse) {
-  const int held = open("/dev/null", O_RDONLY | O_CLOEXEC);
-  const int inherited = open("/dev/null", O_RDONLY);
+  const FileDescriptor inherited(open("/dev/null", O_RDONLY));
   const auto finished = runProgram("/bin/ls", {"/proc/self/fd"});
-  close(held);
-  close(inherited);
   // The listing itself holds one more.
   EXPECT_EQ(finished.output, "0\n1\n2\n3\n");
 }
@@ -121,7 +108,7 @@ TEST(Subprocess, ItWorksWhenTheStandardStreamsAreClosed) {
     _exit(finished.output == "out\n" && finished.error == "err\n" ? finished.status : 100);
   }
   int status = -1;
-  waitpid(child, &status, 0);
+  EXPECT_EQ(waitpid(child, &status, 0), child);
   EXPECT_EQ(status, 0);
 }
 
