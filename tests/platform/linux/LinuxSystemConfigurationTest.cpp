@@ -69,6 +69,7 @@ TEST_F(LinuxSystemConfigurationTest, ConfigurationsThatCannotBeReadOrHeldAreNotL
   EXPECT_FALSE(change("damaged.plist", "key", 1));
   EXPECT_EQ(contentsOf(root.path("etc/service/damaged.plist")), "{ open");
   EXPECT_FALSE(change("", "large", std::string(2 << 20, 'x')));
+  EXPECT_FALSE(change("", "unwritable", "\x01"));
   EXPECT_EQ(read("preferences.plist"), (Dictionary{{"key", 1}}));
 }
 
