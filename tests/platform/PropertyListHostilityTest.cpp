@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <ctime>
-#include <functional>
 
 #include "platform/posix/PropertyListBuilder.h"
 #include "support/PropertyListText.h"
@@ -92,7 +91,7 @@ TEST(PropertyListHostility, IsAnsweredWithAnErrorSoon) {
   std::vector<std::string> chain;
   for (std::uint64_t i = 1; chain.size() < mebibyte / 14; ++i) chain.push_back(arrayOf({i}));
 
-  const std::vector<std::pair<std::string, std::string>> inputs{
+  const std::pair<const char*, std::string> inputs[] = {
       {"nested XML", repeated("<array>", mebibyte)},
       {"nested XML dictionaries", repeated("<dict><key>a</key>", mebibyte)},
       {"unknown XML", "<?xml version='1.0'?>" + repeated("<a>", mebibyte)},
@@ -133,16 +132,13 @@ TEST(PropertyListHostility, DepthIsLimitedInEveryForm) {
   const auto nested = [](std::string_view open, std::string_view close, std::size_t levels) {
     return repeated(open, levels * open.size()) + repeated(close, levels * close.size());
   };
-  const auto xml = [&](std::size_t levels) { return nested("<array>", "</array>", levels); };
-  const auto text = [&](std::size_t levels) { return nested("(", ")", levels); };
-  const auto binaryChain = [](std::size_t levels) { return sharedArrays(levels - 1, 1, "\xA0"); };
+  const auto forms = [&](std::size_t levels) {
+    return std::vector{nested("<array>", "</array>", levels), nested("(", ")", levels),
+                       sharedArrays(levels - 1, 1, "\xA0")};
+  };
   const std::size_t most = PropertyLists::maximumDepth;
-  using Form = std::function<std::string(std::size_t)>;
-  for (const auto& form : std::vector<Form>{xml, text, binaryChain}) {
-    const auto begin = form(1);
-    EXPECT_TRUE(test::parsed(form(most))) << begin;
-    EXPECT_FALSE(test::parsed(form(most + 1))) << begin;
-  }
+  for (const auto& bytes : forms(most)) EXPECT_TRUE(test::parsed(bytes)) << bytes.front();
+  for (const auto& bytes : forms(most + 1)) EXPECT_FALSE(test::parsed(bytes)) << bytes.front();
 }
 
 TEST(PropertyListHostility, ObjectsAndBytesAreLimited) {

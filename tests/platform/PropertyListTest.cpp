@@ -208,24 +208,20 @@ TEST(PropertyList, ReadsBinaryObjects) {
 }
 
 TEST(PropertyList, RefusesMalformedBinaryTrailers) {
-  struct Change {
+  const std::string whole = binary({"\x09"});
+  ASSERT_TRUE(parsed(whole));
+  const struct {
     const char* what;
     std::size_t fromEnd;
     char byte;
+  } changes[] = {
+      {"no offset width", 26, 0},           {"wide references", 25, 9},
+      {"more objects than offsets", 17, 2}, {"a number of objects that overflows", 24, '\x80'},
+      {"a root that is not there", 9, 1},   {"offsets in the magic number", 1, 7},
+      {"offsets beyond the end", 1, 100},   {"an object in the magic number", 33, 0},
+      {"an object in the offsets", 33, 9},
   };
-  const std::string whole = binary({"\x09"});
-  ASSERT_TRUE(parsed(whole));
-  for (const auto& [what, fromEnd, byte] : std::vector<Change>{
-           {"no offset width", 26, 0},
-           {"wide references", 25, 9},
-           {"more objects than offsets", 17, 2},
-           {"a number of objects that overflows", 24, '\x80'},
-           {"a root that is not there", 9, 1},
-           {"offsets in the magic number", 1, 7},
-           {"offsets beyond the end", 1, 100},
-           {"an object in the magic number", 33, 0},
-           {"an object in the offsets", 33, 9},
-       }) {
+  for (const auto& [what, fromEnd, byte] : changes) {
     SCOPED_TRACE(what);
     std::string bytes = whole;
     bytes[bytes.size() - fromEnd] = byte;
@@ -235,34 +231,24 @@ TEST(PropertyList, RefusesMalformedBinaryTrailers) {
 }
 
 TEST(PropertyList, RefusesMalformedBinaryObjects) {
-  struct File {
-    const char* what;
-    std::vector<std::string> objects;
+  const std::string hugeCount = "\x4F\x13\x7F" + std::string(7, '\xFF');
+  const std::string wide(16, '\xFF');
+  using Objects = std::vector<std::string>;
+  const std::pair<const char*, std::vector<Objects>> groups[] = {
+      {"null, UID", {{raw("\0")}, {"\x80\1"}}},
+      {"cut short",
+       {{"\x13\1"}, {"\x42z"}, {"\x62zzz"}, {"\xA1"}, {"\xD1\1"}, {"\x5F"}, {"\x5F\x10"}}},
+      {"unknown width", {{"\x15" + wide + wide}, {"\x21\1\1"}, {raw("\x32\0\0\0\0")}}},
+      {"integer of 128 bits", {{"\x14" + wide}}},
+      {"infinite date", {{raw("\x33\x7F\xF0\0\0\0\0\0\0")}}},
+      {"not of its encoding", {{"\x51\x80"}, {raw("\x61\xD8\0")}}},
+      {"array of no object", {{"\xA1\1"}}},
+      {"key that is no string", {{"\xD1\1\1", "\x10\1"}}},
+      {"count that is no small integer", {{"\x5F\x51x"}, {"\x5F\x14" + wide}, {hugeCount}}},
   };
-  for (const auto& [what, objects] : std::vector<File>{
-           {"null", {raw("\0")}},
-           {"UID", {"\x80\1"}},
-           {"integer cut short", {"\x13\1"}},
-           {"integer of 32 bytes", {"\x15" + std::string(32, '\0')}},
-           {"integer of 128 bits", {"\x14" + std::string(16, '\xFF')}},
-           {"real of 2 bytes", {"\x21\1\1"}},
-           {"date of 4 bytes", {raw("\x32\0\0\0\0")}},
-           {"infinite date", {raw("\x33\x7F\xF0\0\0\0\0\0\0")}},
-           {"data cut short", {"\x42z"}},
-           {"wide string cut short", {"\x62zzz"}},
-           {"string that is not ASCII", {"\x51\x80"}},
-           {"high surrogate alone", {raw("\x61\xD8\0")}},
-           {"array of no object", {"\xA1\1"}},
-           {"array cut short", {"\xA1"}},
-           {"dictionary cut short", {"\xD1\1"}},
-           {"key that is no string", {"\xD1\1\1", "\x10\1"}},
-           {"count that is no integer", {"\x5F\x51x"}},
-           {"count cut short", {"\x5F\x10"}},
-           {"count of 16 bytes", {raw("\x5F\x14") + std::string(16, '\0')}},
-           {"huge data", {"\x4F\x13\x7F" + std::string(7, '\xFF')}},
-       }) {
+  for (const auto& [what, files] : groups) {
     SCOPED_TRACE(what);
-    expectEach({{binary(objects), {}}});
+    for (const auto& objects : files) expectEach({{binary(objects), {}}});
   }
 }
 
@@ -327,23 +313,20 @@ TEST(PropertyList, RefusesToWriteWhatXmlCannotHold) {
   for (std::size_t i = 0; i < PropertyLists::maximumObjects / 2; ++i) {
     wide.emplace(std::to_string(i), true);
   }
-  struct Value {
-    const char* what;
-    PropertyValue value;
+  const std::pair<const char*, PropertyValue> cases[] = {
+      {"error", Dictionary{{"a", Array{posixError(PosixCode::busy)}}}},
+      {"no UTF-8", "\xFF"},
+      {"null character", std::string(1, '\0')},
+      {"control character in a key", Dictionary{{"\x1F", true}}},
+      {"noncharacter", "\xEF\xBF\xBE"},
+      {"date that is no number", Date{std::nan("")}},
+      {"date of the far past", Date{-1e300}},
+      {"date of the year 10000", Date{253402300800.0}},
+      {"depth", deep},
+      {"objects", wide},
+      {"bytes", Data(PropertyLists::maximumBytes)},
   };
-  for (const auto& [what, value] : std::vector<Value>{
-           {"error", Dictionary{{"a", Array{posixError(PosixCode::busy)}}}},
-           {"no UTF-8", "\xFF"},
-           {"null character", std::string(1, '\0')},
-           {"control character in a key", Dictionary{{"\x1F", true}}},
-           {"noncharacter", "\xEF\xBF\xBE"},
-           {"date that is no number", Date{std::nan("")}},
-           {"date of the far past", Date{-1e300}},
-           {"date of the year 10000", Date{253402300800.0}},
-           {"depth", deep},
-           {"objects", wide},
-           {"bytes", Data(PropertyLists::maximumBytes)},
-       }) {
+  for (const auto& [what, value] : cases) {
     const auto text = BoundedPropertyLists().xml(value);
     ASSERT_FALSE(text) << what;
     EXPECT_EQ(text.error().domain, cocoaErrorDomain) << what;
