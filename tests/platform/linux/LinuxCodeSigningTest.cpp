@@ -49,6 +49,11 @@ struct Application {
                 {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
   }
 
+  Data read(const std::string& name) const {
+    const auto text = test::contentsOf(contents(name));
+    return {text.begin(), text.end()};
+  }
+
   /// Runs a shell script among the contents.
   void alter(const std::string& script) const { scratch.make("cd A.app/Contents; " + script); }
 
@@ -85,8 +90,7 @@ TEST(LinuxCodeSigning, EveryFormOfSignatureIsValid) {
        .listsDirectoryDigests = false},
       {.sealsNewerForm = false}};
   for (const auto& form : forms) {
-    const Application application(form);
-    EXPECT_EQ(shown(application.validity()), "0") << &form - forms;
+    EXPECT_EQ(shown(Application(form).validity()), "0") << &form - forms;
   }
   const Application bought(thin, {.team = "Store", .isExpired = true, .isStores = true});
   EXPECT_EQ(shown(bought.validity()), "0");
@@ -124,12 +128,11 @@ const std::string noBundle = "2";
 
 TEST(LinuxCodeSigning, EveryChangedByteOfAProgramIsFound) {
   using Program = test::SignedProgramFile;
-  struct Case {
+  const struct {
     const char* name;
     std::size_t (*place)(const Program&);
     std::string answer;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"first page", [](const Program&) { return std::size_t{9}; }, failed},
       {"last page", [](const Program& p) { return p.directoryOffset - 100; }, failed},
       {"code directory", [](const Program& p) { return p.directoryOffset + 100; }, failed},
@@ -220,10 +223,10 @@ TEST(LinuxCodeSigning, FrameworksAreTheirCurrentVersion) {
   const test::ScratchFolder scratch;
   const auto path = scratch.path("F.framework");
   test::makeApplication(scratch.path("application"), {});
-  scratch.make("mkdir -p F.framework/Versions/A");
-  scratch.make("cd F.framework; ln -s A Versions/Current; ln -s Versions/Current/Resources");
-  scratch.make("cd application/Contents; mv Resources ../../F.framework/Versions/A/");
-  scratch.make("mv application/Contents/Info.plist F.framework/Versions/A/Resources");
+  scratch.make("mkdir -p F.framework/Versions/A; cd F.framework; ln -s A Versions/Current");
+  scratch.make(
+      "cd F.framework; ln -s Versions/Current/Resources; cd ../application/Contents;"
+      "mv Info.plist Resources; mv Resources ../../F.framework/Versions/A/");
   test::signBundle(
       path, SigningChain(),
       {.base = "Versions/A", .infoPlist = "Resources/Info.plist", .program = "program"});
@@ -231,20 +234,19 @@ TEST(LinuxCodeSigning, FrameworksAreTheirCurrentVersion) {
   EXPECT_EQ(validity(), "0");
   scratch.make("cd F.framework; ln -s /etc Headers; touch new; mkdir Versions/B");
   EXPECT_EQ(validity(), "-67054 SecCSResourceAdded 3");
-  scratch.make("cd F.framework; rm -r Headers new Versions/B");
-  scratch.make("mv F.framework/Versions/A A; ln -s ../../A F.framework/Versions/A");
+  scratch.make("cd F.framework; rm -r Headers new Versions/B; mv Versions/A ../A");
+  scratch.make("ln -s ../../A F.framework/Versions/A");
   EXPECT_EQ(LinuxCodeSigning().staticCode(path), nullptr);
 }
 
 TEST(LinuxCodeSigning, SignaturesThatNobodyMayMake) {
   const SigningOptions unlisted{
       .digests = {1, 2}, .listsDirectories = false, .listsDirectoryDigests = false};
-  struct Case {
+  const struct {
     const char* name;
     SigningOptions options;
     SigningChain::Options chain;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"for another team", {.team = "OTHER"}, {.team = "TEAM"}},
       {"directory that the signer does not know", unlisted, {}},
       {"certificate for something else", {}, {.purpose = "clientAuth"}},
@@ -253,20 +255,16 @@ TEST(LinuxCodeSigning, SignaturesThatNobodyMayMake) {
       {"no anchor", {}, {.includesRoot = false}},
   };
   for (const auto& c : cases) {
-    const Application application(c.options, c.chain);
-    EXPECT_EQ(codeOf(application.validity()), signatureFailed) << c.name;
+    EXPECT_EQ(codeOf(Application(c.options, c.chain).validity()), signatureFailed) << c.name;
   }
 }
 
 TEST(LinuxCodeSigning, OneProgramDoesNotVouchForAnother) {
   const Application application(universal);
-  const auto read = [&](const char* name) {
-    const auto text = test::contentsOf(application.contents(name));
-    return Data(text.begin(), text.end());
-  };
-  const Data info = read("Info.plist"), list = read("_CodeSignature/CodeResources");
-  const auto foreign =
-      test::signedProgram(SigningChain({.team = "TEAM"}), universal, &info, &list).bytes;
+  const auto info = application.read("Info.plist");
+  const auto list = application.read("_CodeSignature/CodeResources");
+  const SigningChain other({.team = "TEAM"});
+  const auto foreign = test::signedProgram(other, universal, &info, &list).bytes;
   auto bytes = application.program.bytes;
   const auto last = static_cast<std::ptrdiff_t>(application.program.directoryOffset) - 5000;
   bytes.erase(bytes.begin() + last, bytes.end());
@@ -276,14 +274,15 @@ TEST(LinuxCodeSigning, OneProgramDoesNotVouchForAnother) {
 }
 
 TEST(LinuxCodeSigning, LinksThatLeadOutsideAreAlteredEvenWhenSealed) {
-  for (const auto& [target, isInside] : {std::pair{"resource", true},
-                                         {"../SharedSupport/./x", true},
-                                         {"../../Contents", true},
-                                         {"../../../x", false},
-                                         {"/x", false},
-                                         {"en.lproj/../../../../x", false}}) {
+  const std::pair<std::string, bool> targets[] = {{"resource", true},
+                                                  {"../SharedSupport/./x", true},
+                                                  {"../../Contents", true},
+                                                  {"../../../x", false},
+                                                  {"/x", false},
+                                                  {"en.lproj/../../../../x", false}};
+  for (const auto& [target, isInside] : targets) {
     Application application;
-    application.alter(std::string("rm -r PlugIns; ln -sfn ") + target + " Resources/link");
+    application.alter("rm -r PlugIns; ln -sfn " + target + " Resources/link");
     application.sign(thin);
     EXPECT_EQ(application.validity() == success, isInside) << target;
   }
