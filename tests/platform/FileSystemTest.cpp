@@ -12,20 +12,6 @@ class FileSystemTest : public testing::Test {
   std::unique_ptr<FileSystem> files_ = makeNativeFileSystem();
 };
 
-TEST_F(FileSystemTest, OpensFoldersAndNothingElse) {
-  scratch_.make("mkdir folder; ln -s folder link; touch file; mkfifo fifo");
-  const auto open = [this](const char* name, Links links) {
-    const auto folder = files_->openFolder(scratch_.path(name).c_str(), links);
-    return folder ? PosixCode::success : folder.error();
-  };
-  EXPECT_EQ(open("folder", Links::stay), PosixCode::success);
-  EXPECT_EQ(open("link", Links::follow), PosixCode::success);
-  EXPECT_EQ(open("missing", Links::stay), PosixCode::noEntry);
-  for (const auto* name : {"link", "file", "fifo"}) {
-    EXPECT_EQ(open(name, Links::stay), PosixCode::notDirectory) << name;
-  }
-}
-
 TEST_F(FileSystemTest, LocatesAnObjectByItsFolder) {
   const auto folder = scratch_.folder("folder");
   scratch_.link("link", "folder");

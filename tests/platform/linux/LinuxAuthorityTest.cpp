@@ -108,14 +108,12 @@ TEST(RememberedGrants, EndByThemselvesAndOnDemand) {
   using std::chrono::seconds;
   RememberedGrants grants;
   const RememberedGrants::Clock::time_point start{};
-  const PeerIdentity one{1000, 10, 100};
-  const PeerIdentity successor{1000, 10, 101};
+  const PeerIdentity one{1000, 10, 100}, successor{1000, 10, 101};
   grants.add(one, "right", start);
   grants.add(successor, "other", start);
   EXPECT_TRUE(grants.contains(one, "right", start + seconds(299)));
   EXPECT_FALSE(grants.contains(one, "right", start + seconds(300)));
-  EXPECT_FALSE(grants.contains(one, "other", start));
-  EXPECT_FALSE(grants.contains(successor, "right", start));
+  EXPECT_FALSE(grants.contains(one, "other", start) || grants.contains(successor, "right", start));
   grants.forget(one);
   EXPECT_FALSE(grants.contains(one, "right", start));
   EXPECT_TRUE(grants.contains(successor, "other", start));
@@ -129,9 +127,9 @@ TEST_F(LinuxAuthorityTest, EveryChangedByteBreaksTheSeal) {
   for (std::size_t i = 0; i < form.size(); ++i) {
     auto forged = form;
     forged[i] ^= 1;
-    const auto reference = authority_.createFromExternalForm(forged);
-    ASSERT_FALSE(reference) << i;
-    EXPECT_EQ(reference.error(), AuthorizationStatus::internalizeNotAllowed);
+    EXPECT_EQ(authority_.createFromExternalForm(forged).error(),
+              AuthorizationStatus::internalizeNotAllowed)
+        << i;
   }
   test::ScratchFolder elsewhere;
   LinuxAuthority stranger(elsewhere.path(), elsewhere.path() + "/state", propertyLists_, log_);

@@ -2,8 +2,7 @@
 
 #include <sched.h>
 
-#include <atomic>
-#include <thread>
+#include <future>
 
 #include "platform/FileDescriptor.h"
 #include "platform/linux/LinuxKernelSettings.h"
@@ -14,6 +13,45 @@ namespace qrt {
 namespace {
 
 using test::contentsOf;
+
+class LinuxKernelSettingsTest : public testing::Test {
+ protected:
+  const test::ScratchFolder root;
+  LinuxKernelSettings settings{root.path()};
+};
+
+TEST_F(LinuxKernelSettingsTest, DotsSeparateAndSlashesAreDots) {
+  EXPECT_EQ(settings.write("kernel.limit", 1), PosixCode::noEntry) << "there are no settings";
+  const auto limit = test::plant(root, "proc/sys/kernel/limit");
+  const auto dotted = test::plant(root, "proc/sys/net/conf/eth0.1/forwarding");
+  EXPECT_EQ(settings.write("kernel.limit", INT64_MIN), PosixCode::success);
+  EXPECT_EQ(settings.write("net.conf.eth0/1.forwarding", INT64_MAX), PosixCode::success);
+  EXPECT_EQ(contentsOf(limit), "-9223372036854775808");
+  EXPECT_EQ(contentsOf(dotted), "9223372036854775807");
+}
+
+TEST_F(LinuxKernelSettingsTest, NothingOutsideIsReached) {
+  const auto outside = test::plant(root, "proc/outside");
+  test::plant(root, "proc/sys/kernel/limit");
+  root.link("proc/sys/folderlink", root.path("proc"));
+  root.link("proc/sys/filelink", outside);
+  for (const auto* name : {"", "..", "//.outside", "/", "outside.", "kernel..limit", "absent",
+                           "kernel.//.limit", "kernel///outside"}) {
+    EXPECT_EQ(settings.write(name, 1), PosixCode::noEntry) << name;
+  }
+  EXPECT_EQ(settings.write(std::string("kernel.limit\0x", 14), 1), PosixCode::noEntry);
+  EXPECT_EQ(settings.write("filelink", 1), PosixCode::tooManyLinks);
+  EXPECT_EQ(settings.write("folderlink.outside", 1), PosixCode::notDirectory);
+  EXPECT_EQ(settings.write("kernel", 1), PosixCode::isDirectory);
+  EXPECT_EQ(contentsOf(outside), "");
+}
+
+TEST(RealKernelSettings, RefuseWhatTheKernelRefuses) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  LinuxKernelSettings settings("/");
+  EXPECT_EQ(settings.write("vm.swappiness", 1'000'000), PosixCode::invalidArgument);
+  EXPECT_EQ(settings.write("kernel.osrelease", 1), PosixCode::permissionDenied);
+}
 
 class LinuxSystemConfigurationTest : public testing::Test {
  protected:
@@ -75,18 +113,11 @@ TEST_F(LinuxSystemConfigurationTest, ConfigurationsThatCannotBeReadOrHeldAreNotL
 
 TEST_F(LinuxSystemConfigurationTest, TheLockIsWaitedFor) {
   const auto first = configuration.open("client", "");
-  const auto second = configuration.open("client", "other");
   ASSERT_TRUE(first->lock());
-  std::atomic<bool> isHeld = false;
-  std::thread waiting([&] {
-    EXPECT_TRUE(second->lock());
-    isHeld = true;
-    second->unlock();
-  });
-  std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  EXPECT_FALSE(isHeld);
+  auto second = std::async(std::launch::async, [this] { return change("other", "key", 1); });
+  EXPECT_EQ(second.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
   first->unlock();
-  waiting.join();
+  EXPECT_TRUE(second.get());
 
   // Somebody else's folder cannot be trusted with it.
   chmod(root.path("etc/service").c_str(), 0777);
@@ -130,10 +161,8 @@ TEST_F(NetworkServicesTest, IPv6FollowsAndIsKept) {
     return session->lock() && session->networkService(name)->setIPv6Enabled(isEnabled) &&
            session->applyChanges() && session->commitChanges();
   };
-  EXPECT_TRUE(set("qrt.b", false));
+  EXPECT_TRUE(set("qrt.b", false) && set("qrta", false) && set("qrta", true));
   EXPECT_EQ(addresses(), "");
-  EXPECT_TRUE(set("qrta", false));
-  EXPECT_TRUE(set("qrta", true));
   EXPECT_EQ(contentsOf("/proc/sys/net/ipv6/conf/qrta/disable_ipv6"), "0\n");
   EXPECT_EQ(contentsOf(file),
             "# by hand\nnet/ipv6/conf/qrt.b/disable_ipv6 = 1\n"
