@@ -1,13 +1,11 @@
 #include "platform/linux/LinuxLog.h"
 
 #include <gmock/gmock.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
 #include "platform/FileDescriptor.h"
-#include "support/ScratchFolder.h"
+#include "support/Mounts.h"
 
 namespace qrt {
 namespace {
@@ -69,19 +67,15 @@ TEST_F(LinuxLogTest, LongLinesAreCutBetweenCharacters) {
   }
 }
 
+/// With a journal's socket of the test's own.
 class JournalTest : public testing::Test {
  protected:
-  /// In a namespace of its own, in which the journal's socket is the test's.
   void SetUp() override {
-    const bool isApart = unshare(CLONE_NEWNS) == 0 &&
-                         mount("", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-                         mount("none", "/run", "tmpfs", 0, nullptr) == 0;
-    if (!isApart) GTEST_SKIP() << "needs root for a mount namespace";
+    if (!run.isMounted()) GTEST_SKIP() << "needs the right to mount";
     test::run({"mkdir", "-p", "/run/systemd/journal"});
     const sockaddr_un address{AF_UNIX, "/run/systemd/journal/socket"};
     ASSERT_EQ(bind(journal.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
   }
-  void TearDown() override { umount2("/run", MNT_DETACH); }
 
   /// The fields of the next line, each behind a line feed.
   std::string received() {
@@ -90,6 +84,7 @@ class JournalTest : public testing::Test {
     return "\n" + std::string(datagram, static_cast<std::size_t>(std::max(length, ssize_t{0})));
   }
 
+  const test::Mount run{test::Mount::Kind::memory, "/run"};
   const FileDescriptor journal{socket(AF_UNIX, SOCK_DGRAM, 0)};
 };
 
@@ -101,10 +96,10 @@ TEST_F(JournalTest, TakesFields) {
   const auto early = received(), later = received();
   EXPECT_THAT(early, AllOf(HasSubstr("\nMESSAGE=Early.\n"), HasSubstr("\nPRIORITY=3\n")));
   EXPECT_THAT(early, Not(HasSubstr("SUBSYSTEM")));
-  EXPECT_THAT(later, HasSubstr("\nMESSAGE=Broken\\x0aPRIORITY=7 xxx"));
-  EXPECT_THAT(later, HasSubstr("\nPRIORITY=2\n"));
-  EXPECT_THAT(later, HasSubstr("\nSUBSYSTEM=com.example\n"));
-  EXPECT_THAT(later, HasSubstr("\nCATEGORY=standard\n"));
+  for (const auto* field : {"MESSAGE=Broken\\x0aPRIORITY=7 xxx", "PRIORITY=2\n",
+                            "SUBSYSTEM=com.example\n", "CATEGORY=standard\n"}) {
+    EXPECT_THAT(later, HasSubstr(std::string("\n") + field));
+  }
   EXPECT_LT(later.size(), LinuxLog::maximumBytes + 200);
 }
 
