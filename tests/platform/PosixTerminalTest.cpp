@@ -4,11 +4,9 @@
 #include <stdlib.h>
 #include <sys/ioctl.h>
 
-#include <thread>
-
 #include "platform/FileDescriptor.h"
 #include "platform/posix/PosixCallerProcess.h"
-#include "support/ScratchFolder.h"
+#include "support/PlantedFile.h"
 
 namespace qrt {
 namespace {
@@ -26,35 +24,24 @@ class Redirection {
   FileDescriptor before_;
 };
 
-std::pair<FileDescriptor, FileDescriptor> makePipe() {
-  int ends[2];
-  EXPECT_EQ(pipe(ends), 0);
-  return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
-}
-
 TEST(PosixTerminal, WritesEverythingToASlowReaderOfANonBlockingStream) {
-  auto [reading, writing] = makePipe();
-  fcntl(writing.get(), F_SETFL, O_NONBLOCK);
+  const test::ScratchFolder scratch;
+  FILE* const reader = popen(("sleep 0.1; cat > " + scratch.path("received")).c_str(), "w");
+  fcntl(fileno(reader), F_SETFL, O_NONBLOCK);
   const std::string text(1 << 20, 'x');
-  std::string received;
-  std::thread reader([&, descriptor = reading.get()] {
-    char piece[10'000];
-    for (ssize_t count; (count = read(descriptor, piece, sizeof piece)) > 0;) {
-      received.append(piece, static_cast<std::size_t>(count));
-    }
-  });
   {
-    const Redirection redirection(STDOUT_FILENO, writing.get());
+    const Redirection redirection(STDOUT_FILENO, fileno(reader));
     EXPECT_TRUE(PosixTerminal().write(StandardStream::output, text));
   }
-  writing.reset();
-  reader.join();
-  EXPECT_EQ(received, text);
+  EXPECT_EQ(pclose(reader), 0);
+  EXPECT_EQ(test::contentsOf(scratch.path("received")), text);
 }
 
 TEST(PosixTerminal, TellsWhenTheReaderHasGone) {
-  auto [reading, writing] = makePipe();
-  reading.reset();
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  close(ends[0]);
+  const FileDescriptor writing(ends[1]);
   PosixTerminal terminal;
   const Redirection redirection(STDERR_FILENO, writing.get());
   EXPECT_FALSE(terminal.write(StandardStream::error, "x"));
