@@ -59,6 +59,7 @@ TEST(WireReader, RefusesWhatIsMalformed) {
   };
   const std::pair<const char*, WireBytes> cases[] = {
       {"array longer than the body", WireBytes().u32(0xFFFFFFFF)},
+      {"string longer than the body", one("s", [](WireBytes& a) { a.u32(8).raw("abcd"); })},
       {"string without its end", one("s", [](WireBytes& a) { a.u32(3).raw("abcd"); })},
       {"zero within a string", one("s", [](WireBytes& a) { a.string(std::string("a\0b", 3)); })},
       {"not UTF-8", one("s", [](WireBytes& a) { a.string("\xFF"); })},
