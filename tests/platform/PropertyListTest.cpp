@@ -26,8 +26,7 @@ void expectRefused(const std::string& bytes) {
 std::string utf16(std::u16string_view text, bool bigEndian) {
   std::string bytes;
   for (const char16_t unit : text) {
-    const char high = static_cast<char>(unit >> 8);
-    const char low = static_cast<char>(unit & 0xFF);
+    const char high = static_cast<char>(unit >> 8), low = static_cast<char>(unit & 0xFF);
     bytes += bigEndian ? std::string{high, low} : std::string{low, high};
   }
   return bytes;
