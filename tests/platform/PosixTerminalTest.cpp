@@ -85,7 +85,8 @@ TEST(PosixCallerProcess, AFolderThatIsGoneHasNoPath) {
   const test::ScratchFolder scratch;
   const FileDescriptor before(open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   const auto folder = scratch.folder("gone");
-  EXPECT_EQ(chdir(folder.c_str()) | rmdir(folder.c_str()), 0);
+  ASSERT_EQ(chdir(folder.c_str()), 0);
+  ASSERT_EQ(rmdir(folder.c_str()), 0);
   EXPECT_EQ(PosixCallerProcess().currentFolder().error(), PosixCode::noEntry);
   ASSERT_EQ(fchdir(before.get()), 0);
 }

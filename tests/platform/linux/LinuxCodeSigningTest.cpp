@@ -120,11 +120,12 @@ TEST(LinuxCodeSigning, TellsWhoSignedWhat) {
   }
 }
 
+// Answers as `shown` tells them. What is no code to begin with has no entry.
 const std::string failed = "-67061", noSignature = "-67062", listFailed = "-67055";
 const std::string altered = "-67054 SecCSResourceAltered 1";
 const std::string added = "-67054 SecCSResourceAdded ";
 const std::string missing = "-67054 SecCSResourceMissing ";
-const std::string noBundle = "2";
+const std::string noCode = "2";
 
 TEST(LinuxCodeSigning, EveryChangedByteOfAProgramIsFound) {
   using Program = test::SignedProgramFile;
@@ -188,7 +189,7 @@ TEST(LinuxCodeSigning, EveryAlterationOfABundleIsFound) {
       {"rm Resources/link; echo a > Resources/link", altered},
       {"ln -s resource Resources/other", added + "1"},
       {"mv Resources R; ln -s R Resources", added + "4 SecCSResourceMissing 2"},
-      {"mv MacOS/program PkgInfo; ln -s ../PkgInfo MacOS/program", noBundle},
+      {"mv MacOS/program PkgInfo; ln -s ../PkgInfo MacOS/program", noCode},
       // Code inside.
       {"printf x | dd of=MacOS/helper bs=1 seek=5000 conv=notrunc", altered},
       {"echo b > PlugIns/Inner.app/Contents/Resources/resource", altered},
@@ -206,14 +207,14 @@ TEST(LinuxCodeSigning, NothingIsWaitedForAndNothingGrows) {
   expectAnswers({
       {"rm Resources/resource; mkfifo Resources/resource", altered},
       {"rm -r _CodeSignature/* CodeResources; mkfifo _CodeSignature/CodeResources", listFailed},
-      {"rm MacOS/program; mkfifo MacOS/program", noBundle},
-      {"rm Info.plist; mkfifo Info.plist", noBundle},
+      {"rm MacOS/program; mkfifo MacOS/program", noCode},
+      {"rm Info.plist; mkfifo Info.plist", noCode},
       {"rm MacOS/helper; mkfifo MacOS/helper", altered},
       {"rm Resources/resource; ln -s /dev/zero Resources/resource", altered},
       {"truncate -s 4T Resources/resource", altered},
       {"truncate -s 4T MacOS/program", noSignature},
       {"truncate -s 4T _CodeSignature/CodeResources", listFailed},
-      {"truncate -s 4T Info.plist", noBundle},
+      {"truncate -s 4T Info.plist", noCode},
       {"ln -s b a; ln -s a b; ln -s . c", added + "3"},
       {"for i in $(seq 300); do mkdir -p d; cd d; done", altered},
   });

@@ -44,7 +44,8 @@ class LinuxPreferencesTest : public testing::Test {
     makeAtHome("rm -rf GNUstep; mkdir -p GNUstep/Defaults; own GNUstep");
     const auto path = defaults + "/app.plist";
     std::ofstream(path, std::ios::binary) << contents;
-    EXPECT_EQ(chown(path.c_str(), owner, ownerGroup) | chmod(path.c_str(), mode), 0);
+    EXPECT_EQ(chown(path.c_str(), owner, ownerGroup), 0);
+    EXPECT_EQ(chmod(path.c_str(), mode), 0);
     return path;
   }
 
