@@ -11,32 +11,22 @@ namespace {
 using test::parsed;
 using test::shown;
 
-struct Case {
-  std::string bytes;
-  /// None where the bytes are not a property list.
-  std::optional<PropertyValue> value;
-};
+void expectEach(const std::vector<std::pair<std::string, PropertyValue>>& cases) {
+  for (const auto& [bytes, value] : cases) EXPECT_EQ(shown(parsed(bytes)), shown(value)) << bytes;
+}
 
-void expectEach(const std::vector<Case>& cases) {
-  for (const auto& [bytes, value] : cases) {
-    SCOPED_TRACE(bytes);
-    const auto list = parsed(bytes);
-    if (value) {
-      EXPECT_EQ(shown(list), shown(*value));
-    } else {
-      ASSERT_FALSE(list) << shown(list);
-      EXPECT_EQ(list.error().domain, cocoaErrorDomain);
-      EXPECT_EQ(list.error().code, 3840);
-      EXPECT_TRUE(stringIn(list.error().userInfo, localizedDescriptionKey));
-    }
-  }
+void expectRefused(const std::string& bytes) {
+  const auto list = parsed(bytes);
+  ASSERT_FALSE(list) << bytes << " is " << shown(list);
+  EXPECT_EQ(list.error().domain, cocoaErrorDomain);
+  EXPECT_EQ(list.error().code, 3840);
+  EXPECT_TRUE(stringIn(list.error().userInfo, localizedDescriptionKey));
 }
 
 std::string utf16(std::u16string_view text, bool bigEndian) {
   std::string bytes;
   for (const char16_t unit : text) {
-    const char high = static_cast<char>(unit >> 8);
-    const char low = static_cast<char>(unit & 0xFF);
+    const char high = static_cast<char>(unit >> 8), low = static_cast<char>(unit & 0xFF);
     bytes += bigEndian ? std::string{high, low} : std::string{low, high};
   }
   return bytes;
@@ -66,16 +56,13 @@ TEST(PropertyList, TellsTheFormsApart) {
       {"<da7a>", Data{0xDA, 0x7A}},
       {"<data>2nA=</data>", Data{0xDA, 0x70}},
       {"bplist01", "bplist01"},
-      {"", {}},
-      {" \n\t", {}},
-      {"/* nothing */", {}},
-      {"\xEF\xBB\xBF", {}},
-      {"\"\xFC\"", {}},
-      {std::string("\"\0\"", 3), {}},
-      {"\xFE\xFF" + utf16(u"\xD800", true), {}},
-      {"\xFE\xFF" + utf16(u"\xDC00\xD800", true), {}},
-      {utf16(u"\uFEFFa", false) + "b", {}},
   });
+  const std::string malformed16[] = {utf16(u"\uFEFF\xD800", true),
+                                     utf16(u"\uFEFF\xDC00\xD800", true),
+                                     utf16(u"\uFEFFa", false) + "b"};
+  for (const auto& bytes : malformed16) expectRefused(bytes);
+  for (const auto* bytes : {"", "/* nothing */", "\"\xFC\""}) expectRefused(bytes);
+  expectRefused({"\"\0\"", 3});
 }
 
 TEST(PropertyList, ReadsXmlElements) {
@@ -83,84 +70,46 @@ TEST(PropertyList, ReadsXmlElements) {
   constexpr double infinity = std::numeric_limits<double>::infinity();
   expectEach({
       {plist("<string>a&lt;<![CDATA[<b>]]><!-- c -->d</string>"), "a<<b>d"},
-      {plist("<string/>"), ""},
-      {plist("<integer> 42\n</integer>"), 42},
-      {plist("<integer>+0x1F</integer>"), 31},
-      {plist("<integer>-0x10</integer>"), -16},
+      {plist("<array><integer> 42\n</integer><integer>+0x1F</integer></array>"), Array{42, 31}},
       {plist("<integer>-9223372036854775808</integer>"), std::numeric_limits<std::int64_t>::min()},
-      {plist("<integer>9223372036854775807</integer>"), std::numeric_limits<std::int64_t>::max()},
       {plist("<integer>9223372036854775808</integer>"), std::uint64_t{1} << 63},
       {plist("<integer>18446744073709551615</integer>"), std::numeric_limits<std::uint64_t>::max()},
-      {plist("<real>-1.5e3</real>"), -1500.0},
-      {plist("<real>3</real>"), 3.0},
-      {plist("<real>+nan</real>"), std::nan("")},
-      {plist("<real>-Infinity</real>"), -infinity},
-      {plist("<real>+inf</real>"), infinity},
-      {plist("<true> </true>"), true},
-      {plist("<false/>"), false},
+      {plist("<array><real>-1.5e3</real><real>+nan</real></array>"), Array{-1500.0, std::nan("")}},
+      {plist("<array><real>-Infinity</real><real>+inf</real></array>"), Array{-infinity, infinity}},
+      {plist("<array><true> </true><false/></array>"), Array{true, false}},
       {plist("<date>1969-12-31T23:59:59Z</date>"), date(-1)},
       {plist("<date>2024-02-29T01:02:03Z</date>"), date(1709168523)},
       {plist("<data>\n\tAAEC\n\t/w==\n</data>"), Data{0, 1, 2, 0xFF}},
-      {plist("<data/>"), Data{}},
-      {plist("<array><array/><dict/></array>"), Array{Array{}, Dictionary{}}},
+      {plist("<array><data/><array/><dict/></array>"), Array{Data{}, Array{}, Dictionary{}}},
       {plist("<dict><key>a</key><integer>1</integer><key>a</key><integer>2</integer></dict>"),
        Dictionary{{"a", 2}}},
   });
 }
 
 TEST(PropertyList, RefusesXmlThatIsNoPropertyList) {
-  std::vector<Case> cases;
-  for (const char* content : {"",
-                              "text<true/>",
-                              "<true/><true/>",
-                              "<true>x</true>",
-                              "<plist><true/></plist>",
-                              "<set/>",
-                              "<array><true/>",
-                              "<array></dict>",
-                              "<array>text</array>",
-                              "<string><true/></string>",
-                              "<string>a<dict/></string>",
-                              "<string>&unknown;</string>",
-                              "<string>&#0;</string>",
-                              "<string>&#xD800;</string>",
-                              "<string>\xFF</string>",
-                              "<string>\x01</string>",
-                              "<key>a</key>",
-                              "<array><key>a</key></array>",
-                              "<dict><key>a</key></dict>",
-                              "<dict><true/></dict>",
-                              "<dict><key>a</key><key>b</key><true/></dict>",
-                              "<dict><plist/></dict>",
-                              "<integer/>",
-                              "<integer>1.5</integer>",
-                              "<integer>0x</integer>",
-                              "<integer>--1</integer>",
-                              "<integer>18446744073709551616</integer>",
-                              "<integer>-9223372036854775809</integer>",
-                              "<real/>",
-                              "<real>1,5</real>",
-                              "<real>+-1</real>",
-                              "<date>2023-02-29T00:00:00Z</date>",
-                              "<date>2023-02-28T24:00:00Z</date>",
-                              "<date>2023-02-28</date>",
-                              "<data>AAE</data>",
-                              "<data>A*==</data>"}) {
-    cases.push_back({std::string("<plist>") + content + "</plist>", {}});
+  const std::vector<std::string> contents[] = {
+      {"", "<true/><true/>", "<true>x</true>", "<plist><true/></plist>", "<set/>"},
+      {"<array><true/>", "<array>text</array>", "<string>a<dict/></string>"},
+      {"<string>&unknown;</string>", "<string>&#0;</string>", "<string>\xFF</string>"},
+      {"<array><key>a</key></array>", "<dict><key>a</key></dict>", "<dict><true/></dict>"},
+      {"<key>a</key>", "<dict><key>a</key><key>b</key><true/></dict>"},
+      {"<integer/>", "<integer>1.5</integer>", "<integer>--1</integer>"},
+      {"<integer>18446744073709551616</integer>", "<integer>-9223372036854775809</integer>"},
+      {"<real/>", "<real>1,5</real>", "<real>+-1</real>"},
+      {"<date>2023-02-29T00:00:00Z</date>", "<date>2023-02-28T24:00:00Z</date>"},
+      {"<date>2023-02-28</date>", "<data>AAE</data>", "<data>A*==</data>"},
+  };
+  for (const auto& group : contents) {
+    for (const auto& content : group) expectRefused("<plist>" + content + "</plist>");
   }
-  const std::string value = "<plist><string>&e;</string></plist>";
-  for (const char* type :
-       {"<!DOCTYPE plist [<!ENTITY e 'x'>]>", "<!DOCTYPE plist [<!ENTITY e SYSTEM '/etc/passwd'>]>",
-        "<!DOCTYPE plist SYSTEM '/etc/passwd'>",
-        "<!DOCTYPE plist [<!ATTLIST plist a CDATA 'b'>]>"}) {
-    cases.push_back({type + value, {}});
+  for (const std::string type : {"[<!ENTITY e 'x'>]", "[<!ENTITY e SYSTEM '/etc/passwd'>]",
+                                 "SYSTEM '/etc/passwd'", "[<!ATTLIST plist a CDATA 'b'>]"}) {
+    expectRefused("<!DOCTYPE plist " + type + "><plist><string>&e;</string></plist>");
   }
-  expectEach(cases);
 }
 
 TEST(PropertyList, ReadsOldStyleText) {
   expectEach({
-      {"hello", "hello"},
       {"/usr/bin:http://a.b/c_$-d", "/usr/bin:http://a.b/c_$-d"},
       {"42", "42"},
       {R"("a \"b\" \\ \a\b\f\n\r\t\v \q 'c'")", "a \"b\" \\ \a\b\f\n\r\t\v q 'c'"},
@@ -174,71 +123,27 @@ TEST(PropertyList, ReadsOldStyleText) {
       {"(<*I-5>, <*I\"7\">, <*R1.5>, <*BY>, <*BN>)", Array{-5, 7, 1.5, true, false}},
       {"(<*D1970-01-01 01:00:00 +0100>, <*D1970-01-01 00:00:01 -0030>)",
        Array{date(0), date(1801)}},
-      {"{}", Dictionary{}},
-      {"()", Array{}},
       {"(a, (b), {c = d;},)", Array{"a", Array{"b"}, Dictionary{{"c", "d"}}}},
       {"{ a = 1; 'b c' = (); short; a = 2; }",
        Dictionary{{"a", "2"}, {"b c", Array{}}, {"short", "short"}}},
       {"// first\n{ /* a; */ a /**/ = // b\r \"/* c */\" ; } // last",
        Dictionary{{"a", "/* c */"}}},
-      {"short;", Dictionary{{"short", "short"}}},
       {"/* Title */\n\"key\" = \"value\";\nshort;\nd = {e = f;};\n",
        Dictionary{{"key", "value"}, {"short", "short"}, {"d", Dictionary{{"e", "f"}}}}},
   });
 }
 
 TEST(PropertyList, RefusesTextThatIsNoPropertyList) {
-  std::vector<Case> cases;
-  for (const char* text : {"hello world",
-                           "{",
-                           "{a",
-                           "{a}",
-                           "{a=",
-                           "{a=b",
-                           "{a=b}",
-                           "{a=b;",
-                           "{a=b;};",
-                           "{=b;}",
-                           "{(a)=b;}",
-                           "{a==b;}",
-                           "(",
-                           "(a",
-                           "(a,",
-                           "(a b)",
-                           "(,)",
-                           "(a,,b)",
-                           "(a))",
-                           "a = b",
-                           "a = b; c",
-                           "a;;",
-                           "\"a",
-                           "'a",
-                           "\"a\\",
-                           "\"\\U\"",
-                           "\"\\Ud800\"",
-                           "\"\\Ud800\\U0041\"",
-                           "\"\\Udc00\"",
-                           "<0",
-                           "<0>",
-                           "<0 1>",
-                           "<0g>",
-                           "<[AA>",
-                           "<*>",
-                           "<*X1>",
-                           "<*I>",
-                           "<*I1.5>",
-                           "<*RX>",
-                           "<*BX>",
-                           "<*B>",
-                           "<*D2001-01-01>",
-                           "a /* b",
-                           "(a, /* b",
-                           "\xC3\xBC",
-                           "}",
-                           "@"}) {
-    cases.push_back({text, {}});
+  const std::vector<std::string> texts[] = {
+      {"hello world", "a = b", "a = b; c", "a;;", "\xC3\xBC", "}", "a /* b", "(a, /* b"},
+      {"{", "{a", "{a}", "{a=", "{a=b", "{a=b}", "{a=b;", "{a=b;};", "{=b;}", "{(a)=b;}"},
+      {"(", "(a", "(a,", "(a b)", "(,)", "(a,,b)", "(a))"},
+      {"\"a", "'a", "\"a\\", R"("\U")", R"("\Ud800")", R"("\Ud800\U0041")", R"("\Udc00")"},
+      {"<0", "<0>", "<0 1>", "<[AA>", "<*>", "<*X1>", "<*I>", "<*RX>", "<*BX>", "<*D2001-01-01>"},
+  };
+  for (const auto& group : texts) {
+    for (const auto& text : group) expectRefused(text);
   }
-  expectEach(cases);
 }
 
 /// Puts a binary list together: the objects as they lie in the file, references one byte wide.
@@ -269,7 +174,6 @@ TEST(PropertyList, ReadsBinaryObjects) {
       {binary({"\x09"}), true},
       {binary({"\x10\xFF"}), 255},
       {binary({"\x11\xFF\xFE"}), 65534},
-      {binary({"\x12\xFF\xFF\xFF\xFF"}), 4294967295},
       {binary({"\x13" + std::string(8, '\xFF')}), -1},
       {binary({"\x14" + std::string(8, '\0') + std::string(8, '\xFF')}),
        std::numeric_limits<std::uint64_t>::max()},
@@ -283,87 +187,53 @@ TEST(PropertyList, ReadsBinaryObjects) {
       {binary({raw("\xA2\1\1"), "\x51x"}), Array{"x", "x"}},
       {binary({raw("\xC1\1"), "\x51x"}), Array{"x"}},
       {binary({raw("\xD2\1\2\2\1"), "\x51x", "\x51y"}), Dictionary{{"x", "y"}, {"y", "x"}}},
-      {binary({"\xA0"}), Array{}},
-      {binary({"\xD0"}), Dictionary{}},
       {binary({"\x08", "\x09"}, 1), true},
   });
 }
 
 TEST(PropertyList, RefusesMalformedBinaryTrailers) {
-  struct Change {
+  const std::string whole = binary({"\x09"});
+  ASSERT_TRUE(parsed(whole));
+  const struct {
     const char* what;
     std::size_t fromEnd;
     char byte;
+  } changes[] = {
+      {"no offset width", 26, 0},           {"wide references", 25, 9},
+      {"more objects than offsets", 17, 2}, {"a number of objects that overflows", 24, '\x80'},
+      {"a root that is not there", 9, 1},   {"offsets in the magic number", 1, 7},
+      {"offsets beyond the end", 1, 100},   {"an object in the magic number", 33, 0},
+      {"an object in the offsets", 33, 9},
   };
-  const std::string whole = binary({"\x09"});
-  ASSERT_TRUE(parsed(whole));
-  for (const auto& [what, fromEnd, byte] : std::vector<Change>{
-           {"no offset width", 26, 0},
-           {"wide offsets", 26, 9},
-           {"no reference width", 25, 0},
-           {"wide references", 25, 9},
-           {"more objects than offsets", 17, 2},
-           {"no objects", 17, 0},
-           {"a number of objects that overflows", 24, '\x80'},
-           {"a root that is not there", 9, 1},
-           {"a root far away", 16, '\x7F'},
-           {"offsets in the magic number", 1, 7},
-           {"offsets beyond the end", 1, 100},
-           {"offsets far away", 8, '\x7F'},
-           {"an object in the magic number", 33, 0},
-           {"an object in the offsets", 33, 9},
-           {"an object beyond the end", 34, '\x7F'},
-       }) {
+  for (const auto& [what, fromEnd, byte] : changes) {
     SCOPED_TRACE(what);
     std::string bytes = whole;
     bytes[bytes.size() - fromEnd] = byte;
-    expectEach({{bytes, {}}});
+    expectRefused(bytes);
   }
-  expectEach({{"bplist00", {}}, {whole.substr(0, whole.size() - 1), {}}});
+  expectRefused("bplist00");
+  expectRefused(whole.substr(0, whole.size() - 1));
 }
 
 TEST(PropertyList, RefusesMalformedBinaryObjects) {
-  struct File {
-    const char* what;
-    std::vector<std::string> objects;
+  const std::string hugeCount = "\x4F\x13\x7F" + std::string(7, '\xFF');
+  const std::string wide(16, '\xFF');
+  using Objects = std::vector<std::string>;
+  const std::pair<const char*, std::vector<Objects>> groups[] = {
+      {"null, UID", {{raw("\0")}, {"\x80\1"}}},
+      {"cut short",
+       {{"\x13\1"}, {"\x42z"}, {"\x62zzz"}, {"\xA1"}, {"\xD1\1"}, {"\x5F"}, {"\x5F\x10"}}},
+      {"unknown width", {{"\x15" + wide + wide}, {"\x21\1\1"}, {raw("\x32\0\0\0\0")}}},
+      {"integer of 128 bits", {{"\x14" + wide}}},
+      {"infinite date", {{raw("\x33\x7F\xF0\0\0\0\0\0\0")}}},
+      {"not of its encoding", {{"\x51\x80"}, {raw("\x61\xD8\0")}}},
+      {"array of no object", {{"\xA1\1"}}},
+      {"key that is no string", {{"\xD1\1\1", "\x10\1"}}},
+      {"count that is no small integer", {{"\x5F\x51x"}, {"\x5F\x14" + wide}, {hugeCount}}},
   };
-  const std::string hugeCount = "\x13\x7F" + std::string(7, '\xFF');
-  for (const auto& [what, objects] : std::vector<File>{
-           {"null", {raw("\0")}},
-           {"fill byte", {"\x0F"}},
-           {"unknown kind", {"\x70"}},
-           {"UID", {"\x80\1"}},
-           {"integer without bytes", {"\x10"}},
-           {"integer cut short", {"\x13\1"}},
-           {"integer of 32 bytes", {"\x15" + std::string(32, '\0')}},
-           {"integer of 128 bits", {"\x14" + std::string(16, '\xFF')}},
-           {"real of 2 bytes", {"\x21\1\1"}},
-           {"real of 16 bytes", {"\x24" + std::string(16, '\1')}},
-           {"date of 4 bytes", {raw("\x32\0\0\0\0")}},
-           {"infinite date", {raw("\x33\x7F\xF0\0\0\0\0\0\0")}},
-           {"data cut short", {"\x42z"}},
-           {"string cut short", {"\x52z"}},
-           {"wide string cut short", {"\x62zzz"}},
-           {"string that is not ASCII", {"\x51\x80"}},
-           {"high surrogate alone", {raw("\x61\xD8\0")}},
-           {"low surrogate alone", {raw("\x61\xDC\0")}},
-           {"array of no object", {"\xA1\1"}},
-           {"array cut short", {"\xA1"}},
-           {"dictionary cut short", {"\xD1\1"}},
-           {"key that is no string", {"\xD1\1\1", "\x10\1"}},
-           {"array in itself", {"\xA1" + raw("\0")}},
-           {"dictionary in itself", {"\xD1\1" + raw("\0"), "\x51x"}},
-           {"no count", {"\x5F"}},
-           {"count that is no integer", {"\x5F\x51x"}},
-           {"count cut short", {"\x5F\x10"}},
-           {"count of 16 bytes", {raw("\x5F\x14") + std::string(16, '\0')}},
-           {"huge data", {"\x4F" + hugeCount}},
-           {"huge string", {"\x6F" + hugeCount}},
-           {"huge array", {"\xAF" + hugeCount}},
-           {"huge dictionary", {"\xDF" + hugeCount}},
-       }) {
+  for (const auto& [what, files] : groups) {
     SCOPED_TRACE(what);
-    expectEach({{binary(objects), {}}});
+    for (const auto& objects : files) expectRefused(binary(objects));
   }
 }
 
@@ -389,9 +259,7 @@ TEST(PropertyList, WritesXml) {
 <dict>
 	<key>a&lt;b</key>
 	<string>	
-&#13;&amp;&lt;&gt;"')"
-                               "\u00FC\U0001F600"
-                               R"(</string>
+&#13;&amp;&lt;&gt;"'ü😀</string>
 	<key>d</key>
 	<data>
 	TU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1N
@@ -428,26 +296,20 @@ TEST(PropertyList, RefusesToWriteWhatXmlCannotHold) {
   for (std::size_t i = 0; i < PropertyLists::maximumObjects / 2; ++i) {
     wide.emplace(std::to_string(i), true);
   }
-  struct Value {
-    const char* what;
-    PropertyValue value;
+  const std::pair<const char*, PropertyValue> cases[] = {
+      {"error", Dictionary{{"a", Array{posixError(PosixCode::busy)}}}},
+      {"no UTF-8", "\xFF"},
+      {"null character", std::string(1, '\0')},
+      {"control character in a key", Dictionary{{"\x1F", true}}},
+      {"noncharacter", "\xEF\xBF\xBE"},
+      {"date that is no number", Date{std::nan("")}},
+      {"date of the far past", Date{-1e300}},
+      {"date of the year 10000", Date{253402300800.0}},
+      {"depth", deep},
+      {"objects", wide},
+      {"bytes", Data(PropertyLists::maximumBytes)},
   };
-  for (const auto& [what, value] : std::vector<Value>{
-           {"error", posixError(PosixCode::busy)},
-           {"error inside", Dictionary{{"a", Array{posixError(PosixCode::busy)}}}},
-           {"no UTF-8", "\xFF"},
-           {"surrogate", "\xED\xA0\x80"},
-           {"null character", std::string(1, '\0')},
-           {"control character", "\x1F"},
-           {"control character in a key", Dictionary{{"\x1F", true}}},
-           {"noncharacter", "\xEF\xBF\xBE"},
-           {"date that is no number", Date{std::nan("")}},
-           {"date of the far past", Date{-1e300}},
-           {"date of the year 10000", Date{253402300800.0}},
-           {"depth", deep},
-           {"objects", wide},
-           {"bytes", Data(PropertyLists::maximumBytes)},
-       }) {
+  for (const auto& [what, value] : cases) {
     const auto text = BoundedPropertyLists().xml(value);
     ASSERT_FALSE(text) << what;
     EXPECT_EQ(text.error().domain, cocoaErrorDomain) << what;

@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "support/BundleSigner.h"
 #include "support/PlantedFile.h"
 
@@ -34,10 +32,9 @@ struct Application {
 
   void sign(const SigningOptions& options) {
     const auto helper = test::signedProgram(chain, universal, nullptr, nullptr);
-    const std::string bytes(helper.bytes.begin(), helper.bytes.end());
-    test::plant(scratch, "A.app/Contents/MacOS/helper", bytes);
-    test::run({"mkdir", "-p", path + "/Contents/PlugIns"});
-    const auto inner = path + "/Contents/PlugIns/Inner.app";
+    put("MacOS/helper", helper.bytes);
+    alter("mkdir -p PlugIns");
+    const auto inner = contents("PlugIns/Inner.app");
     test::makeApplication(inner, {});
     const auto nested = test::signBundle(inner, chain, {.digests = {2}});
     program = test::signBundle(
@@ -46,6 +43,19 @@ struct Application {
   }
 
   std::string contents(const std::string& name) const { return path + "/Contents/" + name; }
+
+  void put(const std::string& name, const Data& bytes) const {
+    test::plant(scratch, "A.app/Contents/" + name,
+                {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+  }
+
+  Data read(const std::string& name) const {
+    const auto text = test::contentsOf(contents(name));
+    return {text.begin(), text.end()};
+  }
+
+  /// Runs a shell script among the contents.
+  void alter(const std::string& script) const { scratch.make("cd A.app/Contents; " + script); }
 
   Outcome validity() const {
     const auto code = LinuxCodeSigning().staticCode(path);
@@ -57,14 +67,6 @@ struct Application {
   SigningChain chain;
   test::SignedProgramFile program;
 };
-
-void change(const std::string& path, std::size_t offset) {
-  std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
-  file.seekg(static_cast<std::streamoff>(offset));
-  const char changed = static_cast<char>(file.get() ^ 1);
-  file.seekp(static_cast<std::streamoff>(offset));
-  file.put(changed);
-}
 
 /// The code of the answer and the keys of its user information with the number of paths.
 std::string shown(const Outcome& outcome) {
@@ -88,8 +90,7 @@ TEST(LinuxCodeSigning, EveryFormOfSignatureIsValid) {
        .listsDirectoryDigests = false},
       {.sealsNewerForm = false}};
   for (const auto& form : forms) {
-    const Application application(form);
-    EXPECT_EQ(shown(application.validity()), "0") << &form - forms;
+    EXPECT_EQ(shown(Application(form).validity()), "0") << &form - forms;
   }
   const Application bought(thin, {.team = "Store", .isExpired = true, .isStores = true});
   EXPECT_EQ(shown(bought.validity()), "0");
@@ -119,168 +120,134 @@ TEST(LinuxCodeSigning, TellsWhoSignedWhat) {
   }
 }
 
-struct Alteration {
-  const char* name;
-  std::function<void(const Application&)> make;
-  std::string answer;
-};
+// Answers as `shown` tells them. What is no code to begin with has no entry.
+const std::string failed = "-67061", noSignature = "-67062", listFailed = "-67055";
+const std::string altered = "-67054 SecCSResourceAltered 1";
+const std::string added = "-67054 SecCSResourceAdded ";
+const std::string missing = "-67054 SecCSResourceMissing ";
+const std::string noCode = "2";
 
-TEST(LinuxCodeSigning, EveryAlterationIsFound) {
-  const std::string failed = "-67061", bad = "-67054 ";
-  const auto shell = [](const std::string& command) {
-    return [command](const Application& application) {
-      EXPECT_TRUE(test::run({"sh", "-c", "cd " + application.path + "/Contents && " + command}));
-    };
-  };
-  const auto changeProgram = [](auto place) {
-    return [place](const Application& application) {
-      change(application.contents("MacOS/program"), place(application.program));
-    };
-  };
+TEST(LinuxCodeSigning, EveryChangedByteOfAProgramIsFound) {
   using Program = test::SignedProgramFile;
-  const Alteration alterations[] = {
-      {"first page", changeProgram([](const Program&) { return 9; }), failed},
-      {"last page", changeProgram([](const Program& p) { return p.directoryOffset - 100; }),
-       failed},
-      {"code directory", changeProgram([](const Program& p) { return p.directoryOffset + 100; }),
-       failed},
-      {"code directory's magic", changeProgram([](const Program& p) { return p.directoryOffset; }),
-       "-67062"},
+  const struct {
+    const char* name;
+    std::size_t (*place)(const Program&);
+    std::string answer;
+  } cases[] = {
+      {"first page", [](const Program&) { return std::size_t{9}; }, failed},
+      {"last page", [](const Program& p) { return p.directoryOffset - 100; }, failed},
+      {"code directory", [](const Program& p) { return p.directoryOffset + 100; }, failed},
+      {"directory's magic", [](const Program& p) { return p.directoryOffset; }, noSignature},
       // The message begins with its certificates; the authority's and the root's lie in front.
-      {"certificate", changeProgram([](const Program& p) { return p.cmsOffset + 300; }), failed},
-      {"another certificate", changeProgram([](const Program& p) { return p.cmsOffset + 700; }),
-       failed},
-      {"behind the signature", changeProgram([](const Program& p) { return p.bytes.size() - 1; }),
-       "-67062"},
-      {"program grew", shell("echo >> MacOS/program"), "-67062"},
-      {"program shrank", shell("truncate -s -1 MacOS/program"), "-67062"},
-      {"information file", shell("echo '<!-- -->' >> Info.plist"), "-67030"},
-      {"list of files", shell("echo '<!-- -->' >> _CodeSignature/CodeResources"), "-67055"},
-      {"no list of files", shell("rm -r _CodeSignature CodeResources"), "-67055"},
-      {"resource", shell("echo b > Resources/resource"), bad + "SecCSResourceAltered 1"},
-      {"resource's end", shell("echo >> Resources/resource"), bad + "SecCSResourceAltered 1"},
-      {"resource gone", shell("rm Resources/resource"), bad + "SecCSResourceMissing 1"},
-      {"resources gone", shell("rm -r Resources"), bad + "SecCSResourceMissing 2"},
-      {"optional resource gone", shell("rm -r Resources/en.lproj"), "0"},
-      {"optional resource", shell("echo b > Resources/en.lproj/text.strings"),
-       bad + "SecCSResourceAltered 1"},
-      {"file added", shell("touch Resources/new"), bad + "SecCSResourceAdded 1"},
-      {"file added at the top", shell("touch ../new"), bad + "SecCSResourceAdded 1"},
-      {"files added", shell("mkdir -p a/b/c; touch a/1 a/b/2 a/b/c/3"),
-       bad + "SecCSResourceAdded 3"},
-      {"very many files added", shell("mkdir a; seq 1000 | sed s=^=a/= | xargs touch"),
-       bad + "SecCSResourceAdded 16"},
-      {"added and gone", shell("mv Resources/resource Resources/new"),
-       bad + "SecCSResourceAdded 1 SecCSResourceMissing 1"},
-      {"files that do not count", shell("touch .DS_Store Resources/.DS_Store PkgInfo ../.DS_Store"),
-       "0"},
-      {"empty folder", shell("mkdir -p a/b"), "0"},
-      {"receipt", shell("mkdir _MASReceipt; touch _MASReceipt/receipt"), "0"},
-      {"link elsewhere", shell("ln -sfn /etc/passwd Resources/link"),
-       bad + "SecCSResourceAltered 1"},
-      {"link for a file",
-       shell("mv Resources/resource PkgInfo; ln -s ../PkgInfo Resources/resource"),
-       bad + "SecCSResourceAltered 1"},
-      {"file for a link", shell("rm Resources/link; echo a > Resources/link"),
-       bad + "SecCSResourceAltered 1"},
-      {"link added", shell("ln -s resource Resources/other"), bad + "SecCSResourceAdded 1"},
-      {"link for a folder", shell("mv Resources R; ln -s R Resources"),
-       bad + "SecCSResourceAdded 4 SecCSResourceMissing 2"},
-      {"link for the program", shell("mv MacOS/program PkgInfo; ln -s ../PkgInfo MacOS/program"),
-       "2"},
-      {"nested program", [](const Application& a) { change(a.contents("MacOS/helper"), 5000); },
-       bad + "SecCSResourceAltered 1"},
-      {"another nested program",
-       [](const Application& a) {
-         const auto other = test::signedProgram(a.chain, thin, nullptr, nullptr);
-         test::plant(a.scratch, "A.app/Contents/MacOS/helper",
-                     {reinterpret_cast<const char*>(other.bytes.data()), other.bytes.size()});
-       },
-       bad + "SecCSResourceAltered 1"},
-      {"nested resource", shell("echo b > PlugIns/Inner.app/Contents/Resources/resource"),
-       bad + "SecCSResourceAltered 1"},
-      {"file added to nested code", shell("touch PlugIns/Inner.app/Contents/new"),
-       bad + "SecCSResourceAltered 1"},
-      {"nested code elsewhere",
-       shell("mv PlugIns/Inner.app ../../Inner.app; ln -s "
-             "../../../Inner.app PlugIns/Inner.app"),
-       bad + "SecCSResourceAltered 1"},
-      {"nested code gone", shell("rm -r PlugIns"), bad + "SecCSResourceMissing 1"},
+      {"certificate", [](const Program& p) { return p.cmsOffset + 300; }, failed},
+      {"another certificate", [](const Program& p) { return p.cmsOffset + 700; }, failed},
+      {"behind the signature", [](const Program& p) { return p.bytes.size() - 1; }, noSignature},
   };
-  for (const auto& alteration : alterations) {
+  for (const auto& c : cases) {
     const Application application;
-    alteration.make(application);
-    EXPECT_EQ(shown(application.validity()), alteration.answer) << alteration.name;
+    auto bytes = application.program.bytes;
+    bytes[c.place(application.program)] ^= 1;
+    application.put("MacOS/program", bytes);
+    EXPECT_EQ(shown(application.validity()), c.answer) << c.name;
   }
 }
 
-TEST(LinuxCodeSigning, NothingIsWaitedForAndNothingGrows) {
-  const auto shell = [](const std::string& command) {
-    return [command](const Application& application) {
-      EXPECT_TRUE(test::run({"sh", "-c", "cd " + application.path + "/Contents && " + command}));
-    };
-  };
-  const Alteration alterations[] = {
-      {"fifo for a resource", shell("rm Resources/resource; mkfifo Resources/resource"),
-       "-67054 SecCSResourceAltered 1"},
-      {"fifo for the list",
-       shell("rm -r _CodeSignature/* CodeResources; "
-             "mkfifo _CodeSignature/CodeResources"),
-       "-67055"},
-      {"fifo for the program", shell("rm MacOS/program; mkfifo MacOS/program"), "2"},
-      {"fifo for the information file", shell("rm Info.plist; mkfifo Info.plist"), "2"},
-      {"fifo for nested code", shell("rm MacOS/helper; mkfifo MacOS/helper"),
-       "-67054 SecCSResourceAltered 1"},
-      {"device for a resource", shell("rm Resources/resource; ln -s /dev/zero Resources/resource"),
-       "-67054 SecCSResourceAltered 1"},
-      {"endless resource", shell("truncate -s 4T Resources/resource"),
-       "-67054 SecCSResourceAltered 1"},
-      {"endless program", shell("truncate -s 4T MacOS/program"), "-67062"},
-      {"endless list", shell("truncate -s 4T _CodeSignature/CodeResources"), "-67055"},
-      {"endless information file", shell("truncate -s 4T Info.plist"), "2"},
-      {"loop of links", shell("ln -s b a; ln -s a b; ln -s . c"), "-67054 SecCSResourceAdded 3"},
-      {"deep folders", shell("for i in $(seq 300); do mkdir -p d; cd d; done"),
-       "-67054 SecCSResourceAltered 1"},
-  };
-  for (const auto& alteration : alterations) {
+void expectAnswers(const std::vector<std::pair<std::string, std::string>>& alterations) {
+  for (const auto& [script, answer] : alterations) {
     const Application application;
-    alteration.make(application);
-    EXPECT_EQ(shown(application.validity()), alteration.answer) << alteration.name;
+    application.alter(script);
+    EXPECT_EQ(shown(application.validity()), answer) << script;
   }
+}
+
+TEST(LinuxCodeSigning, EveryAlterationOfABundleIsFound) {
+  expectAnswers({
+      {"echo >> MacOS/program", noSignature},
+      {"truncate -s -1 MacOS/program", noSignature},
+      {"echo '<!-- -->' >> Info.plist", "-67030"},
+      {"echo '<!-- -->' >> _CodeSignature/CodeResources", listFailed},
+      {"rm -r _CodeSignature CodeResources", listFailed},
+      {"echo b > Resources/resource", altered},
+      {"echo >> Resources/resource", altered},
+      {"rm Resources/resource", missing + "1"},
+      {"rm -r Resources", missing + "2"},
+      // Tables of texts are optional.
+      {"rm -r Resources/en.lproj", "0"},
+      {"echo b > Resources/en.lproj/text.strings", altered},
+      {"touch Resources/new", added + "1"},
+      {"touch ../new", added + "1"},
+      {"mkdir -p a/b/c; touch a/1 a/b/2 a/b/c/3", added + "3"},
+      {"mkdir a; seq 1000 | sed s=^=a/= | xargs touch", added + "16"},
+      {"mv Resources/resource Resources/new", added + "1 SecCSResourceMissing 1"},
+      // What does not count.
+      {"touch .DS_Store Resources/.DS_Store PkgInfo ../.DS_Store", "0"},
+      {"mkdir -p a/b", "0"},
+      {"mkdir _MASReceipt; touch _MASReceipt/receipt", "0"},
+      // Links in the place of what was sealed.
+      {"ln -sfn /etc/passwd Resources/link", altered},
+      {"mv Resources/resource PkgInfo; ln -s ../PkgInfo Resources/resource", altered},
+      {"rm Resources/link; echo a > Resources/link", altered},
+      {"ln -s resource Resources/other", added + "1"},
+      {"mv Resources R; ln -s R Resources", added + "4 SecCSResourceMissing 2"},
+      {"mv MacOS/program PkgInfo; ln -s ../PkgInfo MacOS/program", noCode},
+      // Code inside.
+      {"printf x | dd of=MacOS/helper bs=1 seek=5000 conv=notrunc", altered},
+      {"echo b > PlugIns/Inner.app/Contents/Resources/resource", altered},
+      {"touch PlugIns/Inner.app/Contents/new", altered},
+      {"mv PlugIns/Inner.app ../..; ln -s ../../../Inner.app PlugIns/Inner.app", altered},
+      {"rm -r PlugIns", missing + "1"},
+  });
+  const Application application;
+  const auto other = test::signedProgram(application.chain, thin, nullptr, nullptr);
+  application.put("MacOS/helper", other.bytes);
+  EXPECT_EQ(shown(application.validity()), altered) << "other code of the same signer";
+}
+
+TEST(LinuxCodeSigning, NothingIsWaitedForAndNothingGrows) {
+  expectAnswers({
+      {"rm Resources/resource; mkfifo Resources/resource", altered},
+      {"rm -r _CodeSignature/* CodeResources; mkfifo _CodeSignature/CodeResources", listFailed},
+      {"rm MacOS/program; mkfifo MacOS/program", noCode},
+      {"rm Info.plist; mkfifo Info.plist", noCode},
+      {"rm MacOS/helper; mkfifo MacOS/helper", altered},
+      {"rm Resources/resource; ln -s /dev/zero Resources/resource", altered},
+      {"truncate -s 4T Resources/resource", altered},
+      {"truncate -s 4T MacOS/program", noSignature},
+      {"truncate -s 4T _CodeSignature/CodeResources", listFailed},
+      {"truncate -s 4T Info.plist", noCode},
+      {"ln -s b a; ln -s a b; ln -s . c", added + "3"},
+      {"for i in $(seq 300); do mkdir -p d; cd d; done", altered},
+  });
 }
 
 TEST(LinuxCodeSigning, FrameworksAreTheirCurrentVersion) {
   const test::ScratchFolder scratch;
   const auto path = scratch.path("F.framework");
-  const auto shell = [&](const std::string& command) {
-    EXPECT_TRUE(test::run({"sh", "-c", "cd " + scratch.path() + " && " + command})) << command;
-  };
   test::makeApplication(scratch.path("application"), {});
-  shell(
-      "mkdir -p F.framework/Versions/A && cd F.framework && ln -s A Versions/Current && "
-      "ln -s Versions/Current/Resources && mv ../application/Contents/Resources Versions/A/ && "
-      "mv ../application/Contents/Info.plist Versions/A/Resources");
+  scratch.make("mkdir -p F.framework/Versions/A; cd F.framework; ln -s A Versions/Current");
+  scratch.make(
+      "cd F.framework; ln -s Versions/Current/Resources; cd ../application/Contents;"
+      "mv Info.plist Resources; mv Resources ../../F.framework/Versions/A/");
   test::signBundle(
       path, SigningChain(),
       {.base = "Versions/A", .infoPlist = "Resources/Info.plist", .program = "program"});
   const auto validity = [&] { return shown(LinuxCodeSigning().staticCode(path)->checkValidity()); };
   EXPECT_EQ(validity(), "0");
-  shell("ln -s /etc F.framework/Headers; touch F.framework/new; mkdir F.framework/Versions/B");
+  scratch.make("cd F.framework; ln -s /etc Headers; touch new; mkdir Versions/B");
   EXPECT_EQ(validity(), "-67054 SecCSResourceAdded 3");
-  shell("rm -r F.framework/Headers F.framework/new F.framework/Versions/B");
-  shell("mv F.framework/Versions/A A; ln -s ../../A F.framework/Versions/A");
+  scratch.make("cd F.framework; rm -r Headers new Versions/B; mv Versions/A ../A");
+  scratch.make("ln -s ../../A F.framework/Versions/A");
   EXPECT_EQ(LinuxCodeSigning().staticCode(path), nullptr);
 }
 
 TEST(LinuxCodeSigning, SignaturesThatNobodyMayMake) {
   const SigningOptions unlisted{
       .digests = {1, 2}, .listsDirectories = false, .listsDirectoryDigests = false};
-  struct Case {
+  const struct {
     const char* name;
     SigningOptions options;
     SigningChain::Options chain;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"for another team", {.team = "OTHER"}, {.team = "TEAM"}},
       {"directory that the signer does not know", unlisted, {}},
       {"certificate for something else", {}, {.purpose = "clientAuth"}},
@@ -289,41 +256,34 @@ TEST(LinuxCodeSigning, SignaturesThatNobodyMayMake) {
       {"no anchor", {}, {.includesRoot = false}},
   };
   for (const auto& c : cases) {
-    const Application application(c.options, c.chain);
-    EXPECT_EQ(codeOf(application.validity()), signatureFailed) << c.name;
+    EXPECT_EQ(codeOf(Application(c.options, c.chain).validity()), signatureFailed) << c.name;
   }
 }
 
 TEST(LinuxCodeSigning, OneProgramDoesNotVouchForAnother) {
   const Application application(universal);
+  const auto info = application.read("Info.plist");
+  const auto list = application.read("_CodeSignature/CodeResources");
   const SigningChain other({.team = "TEAM"});
-  const auto path = application.contents("MacOS/program");
-  auto bytes = test::contentsOf(path);
-  const auto info = test::contentsOf(application.contents("Info.plist"));
-  const auto list = test::contentsOf(application.contents("_CodeSignature/CodeResources"));
-  const Data infoPlist(info.begin(), info.end()), resourceList(list.begin(), list.end());
-  const auto foreign = test::signedProgram(other, universal, &infoPlist, &resourceList);
-  const auto last = application.program.directoryOffset - 5000;
-  bytes.replace(
-      last, std::string::npos,
-      std::string(foreign.bytes.begin() + static_cast<std::ptrdiff_t>(last), foreign.bytes.end()));
-  test::plant(application.scratch, "A.app/Contents/MacOS/program", bytes);
+  const auto foreign = test::signedProgram(other, universal, &info, &list).bytes;
+  auto bytes = application.program.bytes;
+  const auto last = static_cast<std::ptrdiff_t>(application.program.directoryOffset) - 5000;
+  bytes.erase(bytes.begin() + last, bytes.end());
+  bytes.insert(bytes.end(), foreign.begin() + last, foreign.end());
+  application.put("MacOS/program", bytes);
   EXPECT_EQ(codeOf(application.validity()), signatureFailed);
 }
 
 TEST(LinuxCodeSigning, LinksThatLeadOutsideAreAlteredEvenWhenSealed) {
-  struct Case {
-    const char* target;
-    bool isInside;
-  };
-  for (const auto& [target, isInside] :
-       {Case{"resource", true}, Case{"../SharedSupport/./x", true}, Case{"../../Contents", true},
-        Case{"../../../x", false}, Case{"/x", false}, Case{"en.lproj/../../../../x", false}}) {
+  const std::pair<std::string, bool> targets[] = {{"resource", true},
+                                                  {"../SharedSupport/./x", true},
+                                                  {"../../Contents", true},
+                                                  {"../../../x", false},
+                                                  {"/x", false},
+                                                  {"en.lproj/../../../../x", false}};
+  for (const auto& [target, isInside] : targets) {
     Application application;
-    const auto link = application.contents("Resources/link");
-    unlink(link.c_str());
-    ASSERT_EQ(symlink(target, link.c_str()), 0);
-    test::run({"rm", "-r", application.contents("PlugIns")});
+    application.alter("rm -r PlugIns; ln -sfn " + target + " Resources/link");
     application.sign(thin);
     EXPECT_EQ(application.validity() == success, isInside) << target;
   }

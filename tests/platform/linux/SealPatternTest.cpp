@@ -18,65 +18,28 @@ std::optional<bool> systemsAnswer(const std::string& pattern, const std::string&
   return matches;
 }
 
-bool matches(const SealPattern& pattern, const std::string& text) {
-  std::uint64_t steps = 1'000'000;
-  return pattern.matches(text, steps);
-}
-
-TEST(SealPattern, AnswersAsTheSystemDoes) {
-  const std::string patterns[] = {"^.*",
-                                  "^Resources/",
-                                  R"(^Resources/.*\.lproj/)",
-                                  R"(.*\.dSYM($|/))",
-                                  R"(^(.*/)?\.DS_Store$)",
-                                  "^[^/]+$",
-                                  "^(Frameworks|MacOS|Library/(Automator|Spotlight))/",
-                                  "a|^b$|",
-                                  "x[]a-]*y",
-                                  "(ab?)+c"};
-  const std::string texts[] = {"Resources/en.lproj/a",
-                               "Resources/en.lproj",
-                               ".DS_Store",
-                               "a/.DS_Store",
-                               "x.DS_Store",
-                               "a.dSYM",
-                               "a.dSYM/b",
-                               "a.dSYMx",
-                               "PkgInfo",
-                               "Library/Spotlight/x",
-                               "Library/x",
-                               "b",
-                               "bb",
-                               "x]-a]y",
-                               "xby",
-                               "aababc",
-                               ""};
-  for (const auto& pattern : patterns) {
-    const auto compiled = SealPattern::compile(pattern);
-    ASSERT_TRUE(compiled) << pattern;
-    for (const auto& text : texts) {
-      EXPECT_EQ(matches(*compiled, text), systemsAnswer(pattern, text)) << pattern << " " << text;
-    }
-  }
-}
-
+/// The patterns that signers use are tried with the bundles that they seal.
 TEST(SealPattern, AnswersAsTheSystemDoesForAnyPattern) {
+  using Pieces = std::vector<std::string>;
+  const Pieces ofPatterns{"a", "a", "b", "/", ".",    "*",    "+",     "?",     "|",
+                          "(", ")", "^", "$", "[ab]", "[^/]", "[]a-]", "[.-b]", "\\."};
+  const Pieces ofTexts{"a", "a", "b", "/", ".", "-"};
   std::mt19937 random(4711);
-  const auto made = [&](std::string_view from, std::size_t longest) {
-    std::string text(random() % longest, ' ');
-    for (auto& each : text) each = from[random() % from.size()];
+  const auto made = [&random](const Pieces& pieces, std::size_t longest) {
+    std::string text;
+    for (auto left = random() % longest; left > 0; --left) text += pieces[random() % pieces.size()];
     return text;
   };
   int compared = 0;
   for (int i = 0; i < 20'000; ++i) {
-    const auto pattern = made("aab.*?|()^$/", 10);
+    const auto pattern = made(ofPatterns, 10);
+    const auto text = made(ofTexts, 8);
     const auto compiled = SealPattern::compile(pattern);
-    const auto text = made("aab/", 8);
     const auto expected = systemsAnswer(pattern, text);
-    // The system takes some things that mean nothing, like an anchor that is repeated.
-    if (!compiled || !expected || pattern.find_first_of("^$") != std::string::npos) continue;
+    if (!compiled || !expected) continue;
     ++compared;
-    ASSERT_EQ(matches(*compiled, text), *expected) << pattern << " " << text;
+    std::uint64_t steps = 1'000'000;
+    ASSERT_EQ(compiled->matches(text, steps), *expected) << pattern << " " << text;
   }
   EXPECT_GT(compared, 2'000);
 }
@@ -86,9 +49,7 @@ TEST(SealPattern, IsRefusedOrMatchedInNoTime) {
     EXPECT_FALSE(SealPattern::compile(pattern)) << pattern;
   }
   EXPECT_FALSE(SealPattern::compile(std::string(SealPattern::longestPattern + 1, 'a')));
-  std::string nested(250, '(');
-  nested += "a" + std::string(250, ')');
-  EXPECT_TRUE(SealPattern::compile(nested));
+  EXPECT_TRUE(SealPattern::compile(std::string(250, '(') + "a" + std::string(250, ')')));
 
   std::string hard;
   for (int i = 0; i < 50; ++i) hard += "(a*)*";

@@ -189,15 +189,5 @@ TEST_F(XPCTransportTest, AnInterruptionEndsTheCallAndNotTheNext) {
   EXPECT_EQ(connection_->getVersionString().value(), "1.6");
 }
 
-TEST_F(XPCTransportTest, ADoorThatHasClosedIsAFailureOfTheConnection) {
-  native_.invalidate();
-  const auto late = connect();
-  ASSERT_TRUE(late);
-  const auto version = (*late)->getVersionString();
-  ASSERT_FALSE(version);
-  EXPECT_EQ(version.error().domain, cocoaErrorDomain);
-  EXPECT_THAT(version.error().code, testing::AnyOf(4097, 4099));
-}
-
 }  // namespace
 }  // namespace qrt

@@ -1,39 +1,90 @@
+// Extended attributes and access control lists as this port keeps them.
 #include "platform/AccessControl.h"
-
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-
-#include <string>
-
+#include "platform/ExtendedAttributes.h"
 #include "platform/FileSystem.h"
 #include "platform/NativePlatform.h"
 #include "platform/linux/ObjectPermissions.h"
 #include "support/AclText.h"
 #include "support/Mounts.h"
-#include "support/ScratchFolder.h"
 
 namespace qrt {
 namespace {
 
 using test::aclOf;
+using Kind = test::Mount::Kind;
 
-class AccessControlTest : public testing::Test {
+class AttributesTest : public testing::Test {
  protected:
   HeldObject hold(const std::string& path) {
     return *platform_.facilities().files.hold(path.c_str(), Links::stay);
   }
   std::optional<AccessControlList> list(const std::string& text) { return *lists_.fromText(text); }
-  PosixCode set(const std::string& path, const std::string& text) {
+  PosixCode setList(const std::string& path, const std::string& text) {
     return lists_.setList(hold(path), list(text));
+  }
+
+  /// The value of an attribute as the system's tool tells it.
+  std::string native(const std::string& path, const std::string& name) {
+    return test::printed("getfattr -h --absolute-names --only-values -n " + name + " " + path);
+  }
+  PosixCode set(const std::string& path, const std::string& name) {
+    return attributes_.set(path.c_str(), Links::stay, name, {'v'});
+  }
+  PosixCode remove(const std::string& path, const std::string& name) {
+    return attributes_.remove(path.c_str(), Links::stay, name, Compression::hidden);
+  }
+  std::vector<std::string> names(const std::string& path) {
+    return *attributes_.names(path.c_str(), Links::stay, Compression::hidden);
   }
 
   test::ScratchFolder scratch_;
   const NativePlatform platform_;
   AccessControl& lists_ = platform_.facilities().accessControl;
+  ExtendedAttributes& attributes_ = platform_.facilities().extendedAttributes;
 };
 
-TEST_F(AccessControlTest, AListLeavesTheObjectItsOwnEntries) {
-  const test::Mount mount(test::Mount::Kind::ext4, scratch_.folder("volume"));
+TEST_F(AttributesTest, NamesWithoutANamespaceLiveInThatOfUsers) {
+  const test::Mount mount(Kind::ext4, scratch_.folder("volume"));
+  if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount and mkfs.ext4";
+  const auto file = scratch_.file("volume/file");
+  const struct {
+    const char *given, *stored, *told;
+  } cases[] = {{"com.apple.x", "user.com.apple.x", "com.apple.x"},
+               {"user.plain", "user.plain", "plain"},
+               {"user.user.y", "user.user.y", "user.user.y"},
+               {"userland", "user.userland", "userland"},
+               {"trusted.z", "trusted.z", "trusted.z"}};
+  for (const auto& c : cases) {
+    ASSERT_EQ(set(file, c.given), PosixCode::success) << c.given;
+    EXPECT_EQ(native(file, c.stored), "v") << c.given;
+    EXPECT_EQ(names(file), std::vector<std::string>{c.told}) << c.given;
+    // What is told leads back.
+    EXPECT_EQ(attributes_.value(file.c_str(), Links::stay, c.told).value(), Data{'v'});
+    ASSERT_EQ(remove(file, c.told), PosixCode::success);
+  }
+}
+
+TEST_F(AttributesTest, LinksAndSpecialFilesAreNotOpened) {
+  const auto file = scratch_.file("file");
+  const auto link = scratch_.link("link", "file");
+  scratch_.make("mkfifo fifo");
+  for (const auto& path : {link, scratch_.path("fifo")}) {
+    EXPECT_EQ(set(path, "trusted.x"), PosixCode::success);
+    EXPECT_EQ(native(path, "trusted.x"), "v");
+    EXPECT_EQ(names(path), std::vector<std::string>{"trusted.x"});
+  }
+  EXPECT_EQ(names(file), std::vector<std::string>{});
+  EXPECT_EQ(attributes_.set(link.c_str(), Links::follow, "trusted.y", {}), PosixCode::success);
+  EXPECT_EQ(names(file), std::vector<std::string>{"trusted.y"});
+
+  EXPECT_EQ(remove(file, "trusted.x"), PosixCode::noAttribute);
+  EXPECT_EQ(set(scratch_.path("missing"), "trusted.x"), PosixCode::noEntry);
+  EXPECT_EQ(set(file, std::string("trusted.a\0b", 11)), PosixCode::invalidArgument);
+  EXPECT_EQ(set("/proc/self/stat", "trusted.x"), PosixCode::notSupported);
+}
+
+TEST_F(AttributesTest, AListLeavesTheObjectItsOwnEntries) {
+  const test::Mount mount(Kind::ext4, scratch_.folder("volume"));
   const std::pair<const char*, const char*> cases[] = {
       {"u::-,u:77:rwx,g::rwx,g:88:x,m::rx,o::rwx",
        "user::rw-,user:77:rwx,group::r-x,group:88:--x,mask::r-x,other::r--"},
@@ -43,7 +94,7 @@ TEST_F(AccessControlTest, AListLeavesTheObjectItsOwnEntries) {
   for (const auto& file : {scratch_.file("file"), scratch_.file("volume/file")}) {
     ASSERT_EQ(chmod(file.c_str(), 02654), 0);
     for (const auto& [text, expected] : cases) {
-      EXPECT_EQ(set(file, text), PosixCode::success);
+      EXPECT_EQ(setList(file, text), PosixCode::success);
       EXPECT_EQ(aclOf(file), expected) << text;
       const auto told = lists_.externalized(*lists_.list(hold(file)));
       EXPECT_EQ(lists_.setList(hold(file), *lists_.internalized(*told)), PosixCode::success);
@@ -52,43 +103,43 @@ TEST_F(AccessControlTest, AListLeavesTheObjectItsOwnEntries) {
   }
 }
 
-TEST_F(AccessControlTest, OnlyExactExternalFormsAreRead) {
+TEST_F(AttributesTest, OnlyExactExternalFormsOfListsAreRead) {
   const auto whole = *lists_.externalized(list("u::rw,u:77:rwx,g::r,m::rwx,o::-"));
   for (auto shorter = whole; !shorter.empty();) {
     shorter.pop_back();
     EXPECT_FALSE(lists_.internalized(shorter)) << shorter.size();
   }
   constexpr std::size_t header = 8, entry = 40, permissions = 32;
+  ASSERT_EQ(whole.size() % entry, header);
   // The length, then the first entry: no tag, that of another, bits that are no permissions.
   const std::pair<std::size_t, std::uint8_t> changes[] = {
       {0, 0}, {7, 1}, {header, 0x40}, {header, 4}, {header + permissions, 8}};
   for (const auto& [at, value] : changes) {
     auto changed = whole;
-    ASSERT_EQ(changed.size() % entry, header);
     changed[at] = value;
     EXPECT_FALSE(lists_.internalized(changed)) << at;
   }
 }
 
-TEST_F(AccessControlTest, WithoutAPlaceForListsThereIsNone) {
-  const test::Mount mount(test::Mount::Kind::plainMemory, scratch_.folder("volume"));
+TEST_F(AttributesTest, WithoutAPlaceForListsThereIsNone) {
+  const test::Mount mount(Kind::plainMemory, scratch_.folder("volume"));
   if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount";
   const auto file = scratch_.file("file");
   const auto copy = scratch_.file("volume/file");
   EXPECT_FALSE(*lists_.list(hold(copy)));
   EXPECT_EQ(lists_.setList(hold(copy), std::nullopt), PosixCode::success);
-  EXPECT_EQ(set(copy, "u:77:rwx"), PosixCode::notSupported);
+  EXPECT_EQ(setList(copy, "u:77:rwx"), PosixCode::notSupported);
   // The mask does not become what the owning group may do.
   ASSERT_TRUE(test::run({"setfacl", "-m", "u:77:rwx,g::-", file}));
   EXPECT_EQ(lists_.setRights(hold(copy), *lists_.rights(hold(file))), PosixCode::success);
   EXPECT_EQ(aclOf(copy), "user::rw-,group::---,other::r--");
 }
 
-TEST_F(AccessControlTest, AHoldOutlastsItsName) {
+TEST_F(AttributesTest, AHoldOutlastsItsName) {
   const auto file = scratch_.file("file");
   const auto held = hold(file);
-  ASSERT_EQ(rename(file.c_str(), scratch_.path("moved").c_str()), 0);
-  const auto link = hold(scratch_.link("file", "moved"));
+  scratch_.make("mv file moved; ln -s moved file");
+  const auto link = hold(file);
   EXPECT_EQ(held.setOwner(77, 88), PosixCode::success);
   EXPECT_EQ(held.setPermissions(04711), PosixCode::success);
   EXPECT_EQ(lists_.setList(held, list("u:77:r")), PosixCode::success);

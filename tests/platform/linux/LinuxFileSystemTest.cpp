@@ -1,0 +1,170 @@
+#include "platform/linux/LinuxFileSystem.h"
+
+#include "platform/linux/InodeFlags.h"
+#include "support/Mounts.h"
+
+namespace qrt {
+namespace {
+
+using file_flag::userAppendOnly;
+using file_flag::userImmutable;
+using test::statusOf;
+using Kind = test::Mount::Kind;
+
+class LinuxFileSystemTest : public testing::Test {
+ protected:
+  PosixCode setFlags(const std::string& path, std::uint32_t wanted, Links links = Links::stay) {
+    const auto location = files_.locate(path);
+    const auto current = files_.status(location->at(), links);
+    if (!current) return current.error();
+    return files_.setFlags(location->at(), links, *current, wanted);
+  }
+  std::uint32_t flagsOf(const std::string& path) {
+    return files_.status(path.c_str(), Links::stay)->flags;
+  }
+
+  test::ScratchFolder scratch_;
+  LinuxFileSystem files_;
+};
+
+TEST_F(LinuxFileSystemTest, ANameThatIsTakenStaysAsItIs) {
+  scratch_.make("mkdir folder; touch file; ln -s nowhere dangling; ln -s folder link; mkfifo fifo");
+  const auto model = scratch_.path("fifo");
+  for (const char* name : {"folder", "file", "dangling", "link"}) {
+    const auto path = scratch_.path(name);
+    const auto before = statusOf(path).st_ino;
+    EXPECT_EQ(files_.createFile(path.c_str(), 0600).error(), PosixCode::exists);
+    EXPECT_EQ(files_.createFolder(path.c_str(), 0700).error(), PosixCode::exists);
+    EXPECT_EQ(files_.createLink(path.c_str(), "x"), PosixCode::exists);
+    EXPECT_EQ(files_.createHardLink(path.c_str(), model.c_str()), PosixCode::exists);
+    EXPECT_EQ(files_.createSpecialFile(path.c_str(), model.c_str()), PosixCode::exists);
+    EXPECT_EQ(files_.rename(model.c_str(), path.c_str()), PosixCode::exists);
+    EXPECT_EQ(files_.renameAfterLooking(model.c_str(), path.c_str()), PosixCode::exists);
+    EXPECT_EQ(statusOf(path).st_ino, before);
+  }
+  EXPECT_FALSE(test::exists(scratch_.path("nowhere")));
+}
+
+TEST_F(LinuxFileSystemTest, BothWaysToRenameGiveTheSameAnswers) {
+  const auto folder = scratch_.folder("folder");
+  for (const auto& way : {&LinuxFileSystem::rename, &LinuxFileSystem::renameAfterLooking}) {
+    const auto rename = [&](const std::string& from, const std::string& to) {
+      return (files_.*way)(from.c_str(), to.c_str());
+    };
+    const auto link = scratch_.link("link", "nowhere");
+    EXPECT_EQ(rename(link, scratch_.path("new")), PosixCode::success);
+    EXPECT_EQ(rename(link, scratch_.path("other")), PosixCode::noEntry);
+    EXPECT_EQ(rename(folder, folder + "/inside"), PosixCode::invalidArgument);
+    EXPECT_EQ(rename(folder, scratch_.path("no/where")), PosixCode::noEntry);
+    EXPECT_EQ(rename(folder, "/proc/folder"), PosixCode::crossDevice);
+    ASSERT_EQ(unlink(scratch_.path("new").c_str()), 0);
+  }
+}
+
+TEST_F(LinuxFileSystemTest, LinksTellLongTargetsAndPathsAreResolved) {
+  const std::string target(4000, 't');
+  EXPECT_EQ(*files_.linkTarget(scratch_.link("long", target).c_str()), target);
+  EXPECT_EQ(files_.linkTarget(scratch_.file("file").c_str()).error(), PosixCode::invalidArgument);
+
+  EXPECT_EQ(files_.readFile("/proc/self/mem", 5).error(), PosixCode::inputOutput);
+  const auto folder = *files_.resolvedPath(scratch_.folder("folder"));
+  scratch_.link("link", "folder");
+  EXPECT_EQ(*files_.resolvedPath(scratch_.path("link/../link/.")), folder);
+  EXPECT_EQ(files_.resolvedPath(scratch_.path("missing")).error(), PosixCode::noEntry);
+  EXPECT_EQ(files_.resolvedPath(std::string("/tmp\0x", 6)).error(), PosixCode::noEntry);
+}
+
+TEST_F(LinuxFileSystemTest, PermissionsAndOwnersOfLinksAreTheirOwn) {
+  const auto file = scratch_.file("file");
+  const auto link = scratch_.link("link", "file");
+  EXPECT_EQ(files_.setPermissions(link.c_str(), Links::stay, 0600), PosixCode::notSupported);
+  EXPECT_EQ(statusOf(file).st_mode, S_IFREG | 0644u);
+  EXPECT_EQ(files_.setOwner(link.c_str(), Links::stay, 12, 34), PosixCode::success);
+  EXPECT_EQ(statusOf(file).st_uid, geteuid());
+  EXPECT_EQ(statusOf(link).st_uid, 12u);
+  EXPECT_EQ(files_.setPermissions(link.c_str(), Links::follow, 0600), PosixCode::success);
+  EXPECT_EQ(statusOf(file).st_mode, S_IFREG | 0600u);
+}
+
+PosixCode writeFlagsByDescriptor(FileAt object, std::uint32_t wanted) {
+  return inode_flags::writeByDescriptor(object, Links::stay, wanted);
+}
+
+class FlaggedFileSystems : public LinuxFileSystemTest, public testing::WithParamInterface<Kind> {};
+
+TEST_P(FlaggedFileSystems, SetClearAndKeepTheOtherFlags) {
+  const test::Mount mount(GetParam(), scratch_.folder("mount"));
+  if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount and the file system's tools";
+  const auto file = scratch_.file("mount/file");
+  const auto folder = scratch_.folder("mount/folder");
+  ASSERT_TRUE(test::run({"chattr", "+d", file}));
+  const auto all = [&file] { return test::printed("lsattr " + file); };
+  const auto before = all();
+  ASSERT_NE(before, "");
+
+  for (const auto& write : {&inode_flags::writeByName, &writeFlagsByDescriptor}) {
+    if (write(file.c_str(), 0) == PosixCode::notImplemented) continue;  // An older kernel.
+    for (const auto wanted : {userImmutable, userAppendOnly, userImmutable | userAppendOnly, 0u}) {
+      for (const auto& path : {file, folder}) {
+        ASSERT_EQ(write(path.c_str(), wanted), PosixCode::success);
+        EXPECT_EQ(flagsOf(path), wanted);
+      }
+    }
+    EXPECT_EQ(all(), before);
+  }
+
+  EXPECT_EQ(setFlags(file, userImmutable), PosixCode::success);
+  EXPECT_EQ(unlink(file.c_str()), -1);
+  EXPECT_EQ(setFlags(file, 0), PosixCode::success);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, FlaggedFileSystems,
+                         testing::Values(Kind::memory, Kind::ext4, Kind::xfs, Kind::btrfs));
+
+TEST_F(LinuxFileSystemTest, WhatCannotHaveFlagsCanOnlyBeCleared) {
+  scratch_.make("ln -s nowhere link; mkfifo fifo; mkdir mount");
+  const test::Mount mount(Kind::plainMemory, scratch_.path("mount"));
+  if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount";
+  const auto onPlainMemory = scratch_.file("mount/file");
+  for (const auto& path :
+       {scratch_.path("link"), scratch_.path("fifo"), std::string("/dev/null"), onPlainMemory}) {
+    EXPECT_EQ(setFlags(path, 0), PosixCode::success) << path;
+    EXPECT_EQ(setFlags(path, userImmutable), PosixCode::notSupported) << path;
+  }
+  EXPECT_EQ(setFlags(scratch_.file("file"), file_flag::systemImmutable), PosixCode::notSupported);
+  EXPECT_EQ(writeFlagsByDescriptor(onPlainMemory.c_str(), userImmutable), PosixCode::notSupported);
+}
+
+TEST_F(LinuxFileSystemTest, AReadOnlyFileSystemRefusesEvenWhatNeedsNoChange) {
+  const auto root = scratch_.folder("mount");
+  const test::Mount mount(Kind::memory, root);
+  if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount";
+  scratch_.make("touch mount/file beside; mkfifo mount/fifo; ln -s mount/file link");
+  ASSERT_TRUE(mount.makeReadOnly());
+  for (const auto wanted : {0u, userImmutable}) {
+    EXPECT_EQ(setFlags(root + "/file", wanted), PosixCode::readOnlyFileSystem);
+    EXPECT_EQ(setFlags(scratch_.path("link"), wanted, Links::follow),
+              PosixCode::readOnlyFileSystem);
+  }
+  EXPECT_EQ(setFlags(root + "/fifo", 0), PosixCode::readOnlyFileSystem);
+  // The folder that something is mounted on shows what is mounted; its neighbours are not
+  // concerned.
+  EXPECT_EQ(setFlags(root, 0), PosixCode::readOnlyFileSystem);
+  EXPECT_EQ(setFlags(scratch_.path("beside"), 0), PosixCode::success);
+}
+
+TEST_F(LinuxFileSystemTest, AnObjectThatWasExchangedMeanwhileIsLeftAlone) {
+  const auto precious = scratch_.file("precious");
+  const auto current = files_.status(precious.c_str(), Links::stay);
+  scratch_.make("ln -s precious nowLink; mkfifo nowFifo");
+  for (const auto* name : {"nowLink", "nowFifo"}) {
+    const auto path = scratch_.path(name);
+    EXPECT_EQ(files_.setFlags(path.c_str(), Links::stay, *current, userImmutable),
+              PosixCode::notSupported);
+    EXPECT_EQ(writeFlagsByDescriptor(path.c_str(), userImmutable), PosixCode::notSupported);
+  }
+  EXPECT_EQ(flagsOf(precious), 0u);
+}
+
+}  // namespace
+}  // namespace qrt
