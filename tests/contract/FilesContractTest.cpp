@@ -112,6 +112,7 @@ TEST_F(FilesContract, CopiesKeepContentsHolesTimesAndKind) {
 }
 
 TEST_F(FilesContract, FlagsProtectUntilTheyAreCleared) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
   const auto file = scratch_.file("file");
   const auto folder = files().openFolder(scratch_.path().c_str(), Links::stay);
   const FileAt object{*folder, "file"};

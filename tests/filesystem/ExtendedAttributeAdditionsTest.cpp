@@ -23,6 +23,7 @@ class ExtendedAttributeAdditionsTest : public test::ItemFixture {
 };
 
 TEST_F(ExtendedAttributeAdditionsTest, EmptyArgumentsAreInvalidAndMissingObjectsAreTold) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
   const auto file = scratch_.file("file");
   const auto invalid = posixError(PosixCode::invalidArgument);
   EXPECT_EQ(all("").error(), invalid);
@@ -42,6 +43,7 @@ TEST_F(ExtendedAttributeAdditionsTest, EmptyArgumentsAreInvalidAndMissingObjects
 }
 
 TEST_F(ExtendedAttributeAdditionsTest, ALinksNamesComeWithItsTargetsValues) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
   scratch_.make(
       "touch file; ln -s file link;"
       "setfattr -h -n trusted.empty link; setfattr -n trusted.empty file;"

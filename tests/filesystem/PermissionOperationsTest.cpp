@@ -41,6 +41,7 @@ class PermissionOperationsTest : public test::OperationFixture {
 };
 
 TEST_F(PermissionOperationsTest, FoldersGetAllBitsAndOthersKeepTheirExecuteBits) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
   scratch_.make("mkdir -p top/folder; touch top/file");
   ASSERT_EQ(mknod(scratch_.path("top/socket").c_str(), S_IFSOCK | 0666, 0), 0);
   const struct {
@@ -64,6 +65,7 @@ TEST_F(PermissionOperationsTest, FoldersGetAllBitsAndOthersKeepTheirExecuteBits)
 }
 
 TEST_F(PermissionOperationsTest, OnePassGivesOwnerBitsAndListOnEveryFileSystem) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
   scratch_.make("mkdir outside volume; touch outside/target");
   const auto target = scratch_.path("outside/target");
   const test::Mount mount(test::Mount::Kind::ext4, scratch_.path("volume"));
@@ -96,6 +98,7 @@ TEST_F(PermissionOperationsTest, OnePassGivesOwnerBitsAndListOnEveryFileSystem) 
 }
 
 TEST_F(PermissionOperationsTest, TheFirstFailureEndsItAndIsTold) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
   scratch_.make("mkdir -p top/folder; touch top/folder/program; chmod 2755 top/folder/program");
   const auto top = scratch_.path("top");
   const std::string program = "top/folder/program";
