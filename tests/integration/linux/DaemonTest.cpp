@@ -84,17 +84,37 @@ TEST_F(DaemonTest, AFirstCallInThePacketOfBeginIsAlwaysAnswered) {
   }
 }
 
-TEST_F(DaemonTest, ForgedAuthorizationsAreRefused) {
+TEST_F(DaemonTest, BadRequestsAreAnsweredAndServiceGoesOn) {
   const auto connection = connect();
-  auto form = *connection->createExternalForm();
-  form[20] ^= 1;
-  const auto refused = connection->performPrivilegedOperation(nop, form, nullptr, {});
-  ASSERT_TRUE(refused);
-  EXPECT_EQ(refused->domain, "com.vantor.error.privileged-operation");
-  EXPECT_EQ(refused->code, 87654321);
-  form.pop_back();
-  EXPECT_EQ(connection->performPrivilegedOperation(nop, form, nullptr, {}),
-            posixError(PosixCode::invalidArgument));
+  const auto form = *connection->createExternalForm();
+  auto forged = form;
+  forged[20] ^= 1;
+  const Data shortForm(form.begin(), form.begin() + 31);
+  const auto invalid = posixError(PosixCode::invalidArgument);
+  const auto refused = Error{"com.vantor.error.privileged-operation", 87654321, {}};
+  const struct {
+    const char* name;
+    std::uint64_t code;
+    Data form;
+    Array arguments;
+    Error answer;
+  } cases[] = {
+      {"unknown code", 12345, form, {}, invalid},
+      {"31-byte authorization", nop, shortForm, {}, invalid},
+      {"forged authorization", nop, forged, {}, refused},
+      {"wrong count", signalProcess, form, {1}, invalid},
+      {"wrong class at the first position", signalProcess, form, {"1", 15}, invalid},
+      {"wrong class at the second position", signalProcess, form, {1, Data{1}}, invalid},
+      {"marker without dictionary", signalProcess, form, {"!QRTMETA!", "x", 1, 2}, invalid},
+      {"an operation without effect", 9995, form, {}, posixError(PosixCode::notImplemented)},
+  };
+  for (const auto& c : cases) {
+    const auto outcome =
+        connection->performPrivilegedOperation(c.code, c.form, nullptr, c.arguments);
+    ASSERT_TRUE(outcome) << c.name;
+    EXPECT_EQ(outcome->domain, c.answer.domain) << c.name;
+    EXPECT_EQ(outcome->code, c.answer.code) << c.name;
+  }
 }
 
 TEST_F(DaemonTest, MalformedMessagesHurtNobodyElse) {
