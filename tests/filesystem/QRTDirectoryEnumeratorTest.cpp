@@ -82,13 +82,19 @@ TEST_F(EnumeratorTest, TheVolumeNamespaceIsNotEntered) {
   // Five bytes decide, so any name that begins with them will do.
   std::string hidden = "/.vol-qrt-test-XXXXXX";
   if (mkdtemp(hidden.data()) == nullptr) GTEST_SKIP() << "needs the right to write to /";
-  EXPECT_TRUE(test::run({"mkdir", "-p", hidden + "/folder/inner"}));
+  EXPECT_TRUE(test::run({"mkdir", "-p", hidden + "/folder/inner", hidden + "/other"}));
   const auto below = allAt(hidden), staying = allAt(hidden, true);
   const auto fromElsewhere = allAt("/./" + hidden);
+  // Skipping after a folder that was not entered leaves the one that holds it.
+  const auto walk = at(hidden);
+  EXPECT_TRUE(walk->nextObject());
+  walk->skipDescendents();
+  const auto afterSkipping = walk->nextObject();
   test::run({"rm", "-rf", hidden});
-  EXPECT_THAT(below, ElementsAre("folder"));
-  EXPECT_THAT(staying, ElementsAre("folder", "folder/inner"));
+  EXPECT_THAT(below, UnorderedElementsAre("folder", "other"));
+  EXPECT_THAT(staying, UnorderedElementsAre("folder", "folder/inner", "other"));
   EXPECT_EQ(fromElsewhere, staying);
+  EXPECT_EQ(afterSkipping, std::nullopt);
 }
 
 TEST_F(EnumeratorTest, TheRelativePathIsLimited) {
