@@ -13,7 +13,7 @@ using Clock = std::chrono::steady_clock;
 
 Companion::~Companion() {
   if (!thread_.joinable()) return;
-  wait();
+  waitWhile(State::working);
   become(State::over);
   thread_.join();
 }
@@ -28,13 +28,20 @@ void Companion::begin(std::function<void()> work) {
   }
 }
 
-void Companion::wait() { waitWhile(State::working); }
+void Companion::wait() {
+  waitWhile(State::working);
+  if (auto problem = std::exchange(problem_, nullptr)) std::rethrow_exception(problem);
+}
 
 void Companion::work() {
   for (;;) {
     waitWhile(State::free);
     if (state_ == State::over) return;
-    work_();
+    try {
+      work_();
+    } catch (...) {
+      problem_ = std::current_exception();
+    }
     become(State::free);
   }
 }

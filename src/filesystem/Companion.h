@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <exception>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -28,7 +29,7 @@ class Companion {
   /// one does it.
   void begin(std::function<void()> work);
 
-  /// Returns when the other thread is free.
+  /// Returns when the other thread is free, or throws what its work threw.
   void wait();
 
  private:
@@ -42,6 +43,7 @@ class Companion {
   std::mutex mutex_;
   std::condition_variable changed_;
   std::function<void()> work_;
+  std::exception_ptr problem_;
   std::thread thread_;
 };
 
