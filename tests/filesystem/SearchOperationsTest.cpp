@@ -1,13 +1,13 @@
 #include <ctime>
 #include <map>
 
+#include "PortFileSystem.h"
 #include "filesystem/FileObjectInfo.h"
 #include "filesystem/FolderChain.h"
 #include "filesystem/OperationFixture.h"
 #include "filesystem/OrphanedFolder.h"
 #include "filesystem/QRTDirectoryEnumerator.h"
 #include "protocol/FeedbackMessage.h"
-#include "support/ForwardingFileSystem.h"
 #include "support/Mounts.h"
 #include "support/RecordingLog.h"
 
@@ -33,11 +33,11 @@ class Directory : public UserDirectory {
 };
 
 /// A folder of that name cannot be opened, though its status can be read.
-class Unreadable : public test::ForwardingFileSystem {
+class Unreadable : public test::PortFileSystem {
  public:
   PosixResult<Folder> openFolder(FileAt object, Links links) override {
     if (name == object.name) return code;
-    return ForwardingFileSystem::openFolder(object, links);
+    return test::PortFileSystem::openFolder(object, links);
   }
   std::string name;
   PosixCode code = PosixCode::permissionDenied;

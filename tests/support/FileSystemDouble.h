@@ -6,13 +6,13 @@
 #include <optional>
 #include <string>
 
-#include "support/ForwardingFileSystem.h"
+#include "PortFileSystem.h"
 
 namespace qrt::test {
 
 /// Passes everything on. Objects with planted flags show them beside their own; a planted answer
 /// replaces a call. Set it up before other threads use it.
-class FileSystemDouble : public ForwardingFileSystem {
+class FileSystemDouble : public PortFileSystem {
  public:
   using Answer = std::optional<PosixCode>;
 
@@ -21,28 +21,28 @@ class FileSystemDouble : public ForwardingFileSystem {
   std::function<Answer(FileAt)> beforeRemoval = [](FileAt) { return std::nullopt; };
 
   void plantFlags(const std::string& path, std::uint32_t flags) {
-    planted_[ForwardingFileSystem::status(path.c_str(), Links::stay)->inode] = flags;
+    planted_[PortFileSystem::status(path.c_str(), Links::stay)->inode] = flags;
   }
 
   PosixResult<FileStatus> status(FileAt object, Links links) override {
-    auto status = ForwardingFileSystem::status(object, links);
+    auto status = PortFileSystem::status(object, links);
     if (status) status->flags |= plantedOn(*status);
     return status;
   }
   PosixCode removeFolder(FileAt object) override {
     const auto answer = beforeRemoval(object);
-    return answer ? *answer : ForwardingFileSystem::removeFolder(object);
+    return answer ? *answer : PortFileSystem::removeFolder(object);
   }
   PosixCode removeFile(FileAt object) override {
     const auto answer = beforeRemoval(object);
-    return answer ? *answer : ForwardingFileSystem::removeFile(object);
+    return answer ? *answer : PortFileSystem::removeFile(object);
   }
   PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
                      std::uint32_t wanted) override {
     if (setFlagsAnswer) return *setFlagsAnswer;
     auto own = current;
     own.flags &= ~plantedOn(current);
-    return ForwardingFileSystem::setFlags(object, links, own, wanted & ~plantedOn(current));
+    return PortFileSystem::setFlags(object, links, own, wanted & ~plantedOn(current));
   }
 
  private:

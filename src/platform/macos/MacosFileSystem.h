@@ -6,7 +6,7 @@
 namespace qrt {
 
 /// BSD flags and whiteouts are the file systems' own.
-class MacosFileSystem final : public PosixFileSystem {
+class MacosFileSystem : public PosixFileSystem {
  public:
   PosixResult<FileStatus> status(FileAt object, Links links) override;
   /// Sockets and devices are held by their folder and name; one that a link leads to is

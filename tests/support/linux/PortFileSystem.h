@@ -1,0 +1,10 @@
+// The file system of the port as a class, for doubles that change a call of it.
+#pragma once
+
+#include "platform/linux/LinuxFileSystem.h"
+
+namespace qrt::test {
+
+using PortFileSystem = LinuxFileSystem;
+
+}  // namespace qrt::test

@@ -1,0 +1,10 @@
+// The file system of the port as a class, for doubles that change a call of it.
+#pragma once
+
+#include "platform/macos/MacosFileSystem.h"
+
+namespace qrt::test {
+
+using PortFileSystem = MacosFileSystem;
+
+}  // namespace qrt::test
