@@ -11,51 +11,45 @@
 namespace qrt {
 namespace {
 
+using Texts = std::vector<std::string>;
+
+/// Writes down what it is told.
+struct Witness : QRTTaskExecutorDelegate {
+  Texts events;
+
+  void receiveTaskOutput(Data data, bool isError) override {
+    events.push_back((isError ? "error:" : "output:") + std::string(data.begin(), data.end()));
+  }
+  void taskWillExecute(QRTTaskExecutor& executor) override { note("will", executor); }
+  void taskDidLaunch(QRTTaskExecutor& executor) override { note("did", executor); }
+
+  void note(std::string text, const QRTTaskExecutor& executor) {
+    for (const int handle : {executor.subTaskInputHandle(), executor.subTaskOutputHandle(),
+                             executor.subTaskErrorHandle()}) {
+      text += handle < 0 ? " -" : " open";
+    }
+    events.push_back(text);
+  }
+};
+
 class TaskExecutor : public testing::Test {
  protected:
   const NativePlatform native;
   test::RecordingLog log;
   QRTTaskExecutor executor{native.facilities().subprocesses, log};
-};
-
-/// Writes down what it is told.
-class Witness : public QRTTaskExecutorDelegate {
- public:
-  void receiveTaskOutput(Data data, bool isError) override {
-    events.push_back((isError ? "error:" : "output:") + std::string(data.begin(), data.end()));
-  }
-  void taskWillExecute(QRTTaskExecutor& executor) override {
-    events.push_back(state("will", executor));
-  }
-  void taskDidLaunch(QRTTaskExecutor& executor) override {
-    events.push_back(state("did", executor));
-  }
-
-  static std::string state(std::string text, const QRTTaskExecutor& executor) {
-    for (const int handle : {executor.subTaskInputHandle(), executor.subTaskOutputHandle(),
-                             executor.subTaskErrorHandle()}) {
-      text += handle < 0 ? " -" : " open";
-    }
-    return text;
-  }
-
-  std::vector<std::string> events;
+  Witness witness;
 };
 
 TEST_F(TaskExecutor, TheDelegateIsToldEachStepInOrder) {
-  using Events = std::vector<std::string>;
-  Witness witness;
   executor.setDelegate(&witness);
   EXPECT_EQ(
       executor.executeProgramAtPath("/bin/sh", {"-c", "echo x; sleep 0.1; echo y >&2; exit 3"}), 3);
-  EXPECT_EQ(std::exchange(witness.events, {}),
-            (Events{"will open open open", "did open open open", "output:x\n", "error:y\n",
-                    "output:", "error:"}));
-  EXPECT_EQ(Witness::state("after", executor), "after - - -");
-
+  witness.note("after", executor);
   EXPECT_EQ(executor.executeProgramAtPath("/bin/true", {}), 0);
   EXPECT_EQ(witness.events,
-            (Events{"will open open open", "did open open open", "output:", "error:"}));
+            (Texts{"will open open open", "did open open open", "output:x\n", "error:y\n",
+                   "output:", "error:", "after - - -", "will open open open", "did open open open",
+                   "output:", "error:"}));
 }
 
 TEST_F(TaskExecutor, WithoutADelegateTheOutputIsThisProcesss) {
@@ -77,16 +71,12 @@ TEST_F(TaskExecutor, WithoutDescriptorsAProgramIsNotRun) {
   const auto status = executor.executeProgramAtPath("/usr/bin/some-tool", {});
   setrlimit(RLIMIT_NOFILE, &before);
   EXPECT_EQ(status, -1);
-  ASSERT_EQ(log.lines().size(), 1u);
-  EXPECT_EQ(log.lines()[0].level, LogLevel::error);
-  EXPECT_EQ(log.lines()[0].text,
-            "The operation 'some-tool' cannot be executed because the system is running out of "
-            "file handles.");
+  EXPECT_EQ(log.texts(), Texts{"The operation 'some-tool' cannot be executed because the system "
+                               "is running out of file handles."});
 }
 #endif
 
 TEST_F(TaskExecutor, AProgramThatCannotBeLaunchedIsAnException) {
-  Witness witness;
   executor.setDelegate(&witness);
   try {
     executor.executeProgramAtPath("/absent/tool", {});
@@ -95,8 +85,8 @@ TEST_F(TaskExecutor, AProgramThatCannotBeLaunchedIsAnException) {
     EXPECT_EQ(exception.name(), "NSInvalidArgumentException");
     EXPECT_STREQ(exception.what(), "Couldn't posix_spawn: error 2");
   }
-  EXPECT_EQ(witness.events, std::vector<std::string>{"will open open open"});
-  EXPECT_EQ(Witness::state("after", executor), "after - - -");
+  witness.note("after", executor);
+  EXPECT_EQ(witness.events, (Texts{"will open open open", "after - - -"}));
 }
 
 TEST_F(TaskExecutor, OnlyRootCanHavePutASafeProgramThere) {
