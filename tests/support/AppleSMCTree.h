@@ -6,10 +6,9 @@
 #include <sys/mount.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
+#include <optional>
 #include <thread>
-#include <variant>
 
 #include "support/ModelSMC.h"
 #include "support/ScratchFolder.h"
@@ -22,20 +21,19 @@ namespace qrt::test {
 class AppleSMCTree {
  public:
   AppleSMCTree() {
-    const auto folder = root_.path("sys/devices/platform/applesmc.768");
-    if (!run({"mkdir", "-p", folder})) return;
+    if (!run({"mkdir", "-p", folder_})) return;
     device_ = open("/dev/fuse", O_RDWR | O_CLOEXEC);
     const bool own =
         unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
     const auto options = "fd=" + std::to_string(device_) + ",rootmode=40000,user_id=0,group_id=0";
-    isMounted_ = own && mount("applesmc", folder.c_str(), "fuse", MS_NOSUID | MS_NODEV,
+    isMounted_ = own && mount("applesmc", folder_.c_str(), "fuse", MS_NOSUID | MS_NODEV,
                               options.c_str()) == 0;
     if (isMounted_) server_ = std::thread([this] { serve(); });
   }
   AppleSMCTree(const AppleSMCTree&) = delete;
   AppleSMCTree& operator=(const AppleSMCTree&) = delete;
   ~AppleSMCTree() {
-    if (isMounted_) umount2(root_.path("sys/devices/platform/applesmc.768").c_str(), 0);
+    if (isMounted_) umount2(folder_.c_str(), 0);
     if (server_.joinable()) server_.join();
     close(device_);
   }
@@ -43,52 +41,28 @@ class AppleSMCTree {
   bool isMounted() const { return isMounted_; }
   const std::string& root() const { return root_.path(); }
 
-  /// That many reads from now on find the place moved by somebody else right before them.
-  std::atomic<int> disturbances = 0;
-  /// Reading the type, or everything, fails.
-  std::atomic<bool> typesFail = false;
-  std::atomic<bool> isJammed = false;
-
  private:
-  /// A file's contents, or an errno.
-  using Contents = std::variant<std::string, int>;
-
   static constexpr std::string_view files[] = {"key_count",         "key_at_index",
                                                "key_at_index_name", "key_at_index_type",
                                                "key_at_index_data", "key_at_index_data_length"};
   static constexpr std::uint64_t firstFile = FUSE_ROOT_ID + 1;
 
-  static std::string withoutNul(SMCCode code) {
+  static std::string lineOf(SMCCode code) {
     std::string text;
     for (int shift = 24; shift >= 0; shift -= 8) text.push_back(static_cast<char>(code >> shift));
-    return text.c_str();
+    return text + "\n";
   }
 
-  Contents contentsOf(std::uint64_t node) {
-    const auto name = files[node - firstFile];
-    if (isJammed) return EIO;
+  /// None for what cannot be read.
+  std::optional<std::string> contentsOf(std::string_view name) const {
     if (name == "key_count") return std::to_string(keys_.size()) + "\n";
     if (name == "key_at_index") return std::to_string(place_) + "\n";
-    if (disturbances > 0) {
-      --disturbances;
-      place_ = (place_ + 1) % keys_.size();
-    }
-    const auto& key = keys_[place_];
-    if (name == "key_at_index_name") return withoutNul(key.key) + "\n";
-    if (name == "key_at_index_type") {
-      if (typesFail) return EIO;
-      return withoutNul(key.type) + "\n";
-    }
+    const auto& key = keys_.at(place_);
+    if (name == "key_at_index_name") return lineOf(key.key);
+    if (name == "key_at_index_type") return lineOf(key.type);
     if (name == "key_at_index_data_length") return std::to_string(key.bytes.size()) + "\n";
-    if (key.isWriteOnly) return EIO;
+    if (key.isWriteOnly) return std::nullopt;
     return std::string(key.bytes.begin(), key.bytes.end());
-  }
-
-  int moveTo(const char* text, std::size_t length) {
-    const auto place = std::stoul(std::string(text, length));
-    if (place >= keys_.size()) return EINVAL;
-    place_ = place;
-    return 0;
   }
 
   static fuse_attr attributesOf(std::uint64_t node) {
@@ -100,7 +74,7 @@ class AppleSMCTree {
     return attributes;
   }
 
-  void answer(std::uint64_t request, int error, std::string_view body = {}) {
+  void answer(std::uint64_t request, int error, std::string_view body = {}) const {
     fuse_out_header header{};
     header.len = static_cast<std::uint32_t>(sizeof header + body.size());
     header.error = -error;
@@ -151,21 +125,16 @@ class AppleSMCTree {
       }
       case FUSE_READ: {
         if (reinterpret_cast<const fuse_read_in*>(body)->offset > 0) return answer(request, 0);
-        const auto contents = contentsOf(header.nodeid);
-        const auto* error = std::get_if<int>(&contents);
-        return error ? answer(request, *error)
-                     : answer(request, 0, std::get<std::string>(contents));
+        const auto contents = contentsOf(files[header.nodeid - firstFile]);
+        return answer(request, contents ? 0 : EIO, contents.value_or(""));
       }
       case FUSE_WRITE: {
         const auto& in = *reinterpret_cast<const fuse_write_in*>(body);
+        place_ = std::stoul(std::string(body + sizeof in, in.size));
         fuse_write_out out{};
         out.size = in.size;
-        const int error = moveTo(body + sizeof in, in.size);
-        return error ? answer(request, error) : answer(request, 0, bytesOf(out));
+        return answer(request, 0, bytesOf(out));
       }
-      case FUSE_FLUSH:
-      case FUSE_RELEASE:
-        return answer(request, 0);
       case FUSE_FORGET:
       case FUSE_BATCH_FORGET:
         return;
@@ -174,7 +143,8 @@ class AppleSMCTree {
     }
   }
 
-  ScratchFolder root_;
+  const ScratchFolder root_;
+  const std::string folder_ = root_.path("sys/devices/platform/applesmc.768");
   const std::vector<ModelKey> keys_ = modelKeys();
   std::size_t place_ = 0;
   int device_ = -1;

@@ -6,78 +6,71 @@
 namespace qrt {
 namespace {
 
-using std::string_literals::operator""s;
-
 /// The driver's files as plain ones: every place shows the same key.
 class SMCOnLinux : public testing::Test {
  protected:
   SMCOnLinux() {
-    for (const auto& [name, contents] : {std::pair("count", "3\n"s),
-                                         {"at_index", "1\n"s},
-                                         {"at_index_name", "BRSC\n"s},
-                                         {"at_index_type", "ui8\n"s},
-                                         {"at_index_data", "\xFF\xFE"s},
-                                         {"at_index_data_length", "2\n"s}}) {
-      plant(name, contents);
-    }
+    root.make("mkdir -p " + folder);
+    change(
+        "echo 3 > key_count; echo 1 > key_at_index; echo BRSC > key_at_index_name; "
+        "echo ui8 > key_at_index_type; printf '\\377\\376' > key_at_index_data; "
+        "echo 2 > key_at_index_data_length");
   }
-  void plant(const std::string& name, const std::string& contents) {
-    test::plant(root, "sys/devices/platform/applesmc.768/key_" + name, contents);
-  }
+  void change(const std::string& script) { root.make("cd " + folder + "; " + script); }
 
-  KernelReturn call(std::uint8_t command, SMCCode key, std::uint32_t index = 0) {
+  /// The answer, or what the controller says in it.
+  std::pair<KernelReturn, int> call(int command, SMCCode key = smcCode("BRSC")) {
     SMCParameterRecord input;
-    input.command = command;
+    input.command = static_cast<std::uint8_t>(command);
     input.key = key;
-    input.index = index;
+    input.index = 2;
     answer = {};
-    return exchange.callSMC(input, answer);
+    return {exchange.callSMC(input, answer), answer.result};
   }
 
+  const std::string folder = "sys/devices/platform/applesmc.768";
   test::ScratchFolder root;
   LinuxSMCExchange exchange{root.path()};
   SMCParameterRecord answer;
 };
 
+constexpr int read = smc_command::readKey, info = smc_command::keyInfo;
+constexpr std::pair<KernelReturn, int> done{KernelReturn::noError, 0};
+
 TEST_F(SMCOnLinux, AKeyIsFoundInTheSortedListAndRead) {
-  EXPECT_EQ(call(smc_command::keyAtIndex, 0, 2), KernelReturn::noError);
+  EXPECT_EQ(call(smc_command::keyAtIndex, 0), done);
   EXPECT_EQ(answer.key, smcCode("BRSC"));
-  EXPECT_EQ(call(smc_command::keyInfo, smcCode("BRSC")), KernelReturn::noError);
+  EXPECT_EQ(call(info), done);
   EXPECT_EQ(answer.dataType, smcCode("ui8\0"));
   EXPECT_EQ(answer.dataSize, 2u);
-  EXPECT_EQ(call(smc_command::readKey, smcCode("BRSC")), KernelReturn::noError);
+  EXPECT_EQ(call(read), done);
   EXPECT_EQ(answer.bytes[0] << 8 | answer.bytes[1], 0xFFFE);
   for (const auto key : {smcCode("    "), smcCode("~~~~")}) {
-    for (const auto command : {smc_command::keyInfo, smc_command::readKey}) {
-      EXPECT_EQ(call(command, key), KernelReturn::noError);
-      EXPECT_EQ(answer.result, smc_result::keyNotFound);
-    }
+    EXPECT_EQ(call(info, key), std::pair(KernelReturn::noError, int{smc_result::keyNotFound}));
+    EXPECT_EQ(call(read, key), std::pair(KernelReturn::noError, int{smc_result::keyNotFound}));
   }
 }
 
 TEST_F(SMCOnLinux, WhatItCannotDoIsTold) {
-  const auto brsc = smcCode("BRSC");
-  EXPECT_EQ(call(smc_command::writeKey, brsc), KernelReturn::notPrivileged);
-  EXPECT_EQ(call(7, brsc), KernelReturn::badArgument);
-  plant("at_index_type", std::string(5000, 'x'));
-  EXPECT_EQ(call(smc_command::keyInfo, brsc), KernelReturn::inputOutput);
-  plant("at_index_data", std::string(5000, 'x'));
-  EXPECT_EQ(call(smc_command::readKey, brsc), KernelReturn::noError);
-  EXPECT_EQ(answer.result, smc_result::keyNotReadable);
+  const std::pair unreadable(KernelReturn::noError, int{smc_result::keyNotReadable});
+  const std::pair damaged(KernelReturn::inputOutput, 0);
+  EXPECT_EQ(call(smc_command::writeKey), std::pair(KernelReturn::notPrivileged, 0));
+  EXPECT_EQ(call(7), std::pair(KernelReturn::badArgument, 0));
+  change("head -c 5000 /dev/zero | tee key_at_index_type > key_at_index_data");
+  EXPECT_EQ(call(info), damaged);
+  EXPECT_EQ(call(read), unreadable);
   // Another program moves the place whenever one looks.
-  plant("at_index", "77\n");
-  for (const auto command : {smc_command::keyAtIndex, smc_command::keyInfo}) {
-    EXPECT_EQ(call(command, brsc), KernelReturn::busy);
-  }
-  plant("count", "many\n");
-  EXPECT_EQ(call(smc_command::readKey, brsc), KernelReturn::inputOutput);
-  root.make(
-      "cd sys/devices/platform/applesmc.768; printf 3 > key_count; ln -sf /dev/full key_at_index");
-  EXPECT_EQ(call(smc_command::readKey, brsc), KernelReturn::inputOutput);
-  root.make("rm sys/devices/platform/applesmc.768/key_count");
-  EXPECT_EQ(call(smc_command::readKey, brsc), KernelReturn::noError);
-  EXPECT_EQ(answer.result, smc_result::keyNotFound);
-  EXPECT_EQ(LinuxSMCExchange(root.path("nowhere")).callSMC({}, answer), KernelReturn::error);
+  change("echo 77 > key_at_index");
+  EXPECT_EQ(call(smc_command::keyAtIndex), std::pair(KernelReturn::busy, 0));
+  EXPECT_EQ(call(info), std::pair(KernelReturn::busy, 0));
+  change("echo many > key_count");
+  EXPECT_EQ(call(read), damaged);
+  change("echo 3 > key_count; ln -sf /dev/full key_at_index");
+  EXPECT_EQ(call(read), damaged);
+  change("rm key_count");
+  EXPECT_EQ(call(read), std::pair(KernelReturn::noError, int{smc_result::keyNotFound}));
+  root.make("rm -r sys");
+  EXPECT_EQ(call(read), std::pair(KernelReturn::error, 0));
 }
 
 }  // namespace
