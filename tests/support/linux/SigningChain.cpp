@@ -34,33 +34,20 @@ void addName(X509* certificate, const char* field, const std::string& text) {
                              static_cast<int>(text.size()), -1, 0);
 }
 
-void addExtension(X509* certificate, int kind, const std::string& value) {
-  auto* extension = X509V3_EXT_conf_nid(nullptr, nullptr, kind, value.c_str());
+void addExtension(X509* certificate, const char* name, const char* value) {
+  auto* extension = X509V3_EXT_conf(nullptr, nullptr, name, value);
   require(extension && X509_add_ext(certificate, extension, -1) == 1, "extension");
   X509_EXTENSION_free(extension);
 }
 
-/// The extension that only a store's certificates have, critical as authorities make theirs.
-void markAsStores(X509* certificate) {
-  auto* type = OBJ_txt2obj("1.2.840.113635.100.6.1.9", 1);
-  auto* value = ASN1_OCTET_STRING_new();
-  const unsigned char null[] = {5, 0};
-  ASN1_OCTET_STRING_set(value, null, sizeof null);
-  auto* extension = X509_EXTENSION_create_by_OBJ(nullptr, type, 1, value);
-  require(X509_add_ext(certificate, extension, -1) == 1, "store's extension");
-  X509_EXTENSION_free(extension);
-  ASN1_OCTET_STRING_free(value);
-  ASN1_OBJECT_free(type);
-}
-
-void issue(KeyPair& subject, const KeyPair& issuer, const SigningChain::Options& options) {
+void issue(KeyPair& subject, const KeyPair& issuer, bool isExpired) {
   constexpr long day = 24 * 60 * 60;
   auto* certificate = subject.certificate;
   static long serial = 0;
   X509_set_version(certificate, X509_VERSION_3);
   ASN1_INTEGER_set(X509_get_serialNumber(certificate), ++serial);
-  X509_gmtime_adj(X509_getm_notBefore(certificate), options.isExpired ? -20 * day : -day);
-  X509_gmtime_adj(X509_getm_notAfter(certificate), options.isExpired ? -10 * day : day);
+  X509_gmtime_adj(X509_getm_notBefore(certificate), isExpired ? -20 * day : -day);
+  X509_gmtime_adj(X509_getm_notAfter(certificate), isExpired ? -10 * day : day);
   X509_set_issuer_name(certificate, X509_get_subject_name(issuer.certificate));
   X509_set_pubkey(certificate, subject.key);
   require(X509_sign(certificate, issuer.key, EVP_sha256()) > 0, "X509_sign");
@@ -77,17 +64,21 @@ SigningChain::SigningChain(const Options& options) : parts_(std::make_unique<Par
   auto& [root, authority, leaf, includesRoot] = *parts_;
   includesRoot = options.includesRoot;
   addName(root.certificate, "CN", options.rootName);
-  addExtension(root.certificate, NID_basic_constraints, "critical,CA:TRUE");
-  issue(root, root, options);
+  addExtension(root.certificate, "basicConstraints", "critical,CA:TRUE");
+  issue(root, root, options.isExpired);
   addName(authority.certificate, "CN", "Authority");
-  addExtension(authority.certificate, NID_basic_constraints,
+  addExtension(authority.certificate, "basicConstraints",
                options.authorityMayIssue ? "critical,CA:TRUE" : "critical,CA:FALSE");
-  issue(authority, root, options);
+  issue(authority, root, options.isExpired);
   addName(leaf.certificate, "CN", options.leafName);
   if (options.team) addName(leaf.certificate, "OU", *options.team);
-  if (!options.purpose.empty()) addExtension(leaf.certificate, NID_ext_key_usage, options.purpose);
-  if (options.isStores) markAsStores(leaf.certificate);
-  issue(leaf, authority, options);
+  const auto& purpose = options.purpose;
+  if (!purpose.empty()) addExtension(leaf.certificate, "extendedKeyUsage", purpose.c_str());
+  // Critical, as authorities make theirs; the value is a null.
+  if (options.isStores) {
+    addExtension(leaf.certificate, "1.2.840.113635.100.6.1.9", "critical,DER:0500");
+  }
+  issue(leaf, authority, options.isExpired);
 }
 
 SigningChain::~SigningChain() = default;
