@@ -32,90 +32,69 @@ std::string shown(const std::optional<PropertyValue>& value) {
 }
 
 TEST(SMCValueDecoding, EveryTypeHasItsValueAndItsSize) {
-  struct Case {
-    SMCCode type;
-    Data bytes;
-    std::string shown;
-  };
-  const Case cases[] = {
-      {smcCode("byte"), {200}, "200"},
-      {smcCode("ui8 "), {200}, "200"},
-      {smcCode("ui8\0"), {200}, "200"},
-      {smcCode("{lsm"), {200}, "200"},
-      {smcCode("{lss"), {200}, "200"},
-      {smcCode("{msp"), {200}, "200"},
-      {smcCode("{mss"), {200}, "200"},
-      {smcCode("ui16"), {0xFF, 0xFE}, "65534"},
-      {smcCode("ui6 "), {1, 0}, "256"},
-      {smcCode("ui6\0"), {1, 0}, "256"},
-      {smcCode("{pwm"), {1, 0}, "256"},
-      {smcCode("ui32"), {0xF0, 9, 0, 2}, "4027121666"},
-      {smcCode("si16"), {0x80, 0}, "-32768"},
-      {smcCode("flag"), {2}, "true"},
-      {smcCode("char"), {0xE9}, "\xC3\xA9"},
-      {smcCode("si8 "), {'A'}, "A"},
-      {smcCode("si8 "), {0xFF}, "none"},
-      {smcCode("si8\0"), {0}, ""},
-      {smcCode("ch8*"), {'m', 0xC3, 0xA9, 0}, std::string("m\xC3\xA9\0", 4)},
-      {smcCode("ch8*"), {'m', 0xE9}, "6d e9 "},
-      {smcCode("hex_"), {0, 0xAB, 0x10}, "00 ab 10 "},
-      {smcCode("{rev"), {2, 11, 0x0F, 99, 1, 4}, "2.11f260"},
-      {smcCode("{ala"),
-       {0, 18, 0xFF, 0xF6, 0x80, 0},
-       "SMCAmbientLightLuxFunctionRegion=32768 SMCAmbientLightLuxFunctionSlope=18 "
-       "SMCAmbientLightLuxFunctionYIntercept=-10 "},
-      {smcCode("{alc"),
-       {1, 0, 9, 9, 0, 2, 0, 3, 0, 4, 0, 5, 0xFF, 0xFF, 6, 255},
-       "SMCAmbientLightADCTime=256 SMCAmbientLightBezelReflection=65535 "
-       "SMCAmbientLightHighRoomLux=5 SMCAmbientLightI2CTime=256 SMCAmbientLightLidDelay=255 "
-       "SMCAmbientLightLowRoomLux=4 SMCAmbientLightPowerLightMax=2 SMCAmbientLightPowerLightMin=3 "
-       "SMCAmbientLightSensorCount=6 "},
-      {smcCode("{ali"),
-       {0xFF, 1, 0},
-       "SMCAmbientLightSensorIsControllingPowerLight=false "
-       "SMCAmbientLightSensorIsValidWhenLidClosed=true SMCAmbientLightSensorType=-1 "},
-      {smcCode("{alr"),
-       {0xFF, 0xF0, 0, 9, 0x12, 0x34, 0xFF, 0xFF, 0, 80},
-       "SMCAmbientLightHighTempBoundary=80 SMCAmbientLightInflectionVoltage=4660 "
-       "SMCAmbientLightLowTempBoundary=-1 SMCAmbientLightTemperatureBaseline=-16 "
-       "SMCAmbientLightTemperatureCoefficient=1.125000 "},
-      {smcCode("{alt"),
-       {0, 16, 2, 0},
-       "SMCAmbientLightLuxThresholdHighGain=512 SMCAmbientLightLuxThresholdLowGain=16 "},
-      {smcCode("{alv"),
-       {1, 0, 1, 2, 3, 4, 9, 9, 0, 1, 0x60, 0},
-       "SMCAmbientLightChannel0=258 SMCAmbientLightChannel1=772 SMCAmbientLightIsHighGain=false "
-       "SMCAmbientLightIsValid=true SMCAmbientLightRoomLux=5.500000 "},
-      {smcCode("{fds"),
-       {0xFF, 255, 1, 9, 'L', 0xE9, 'f', 't', 0, 'h', 'i', 'd', 'd', 'e', 'n', 0},
-       "SMCFanFunction=L\xC3\xA9"
-       "ft SMCFanLocation=1 SMCFanType=-1 SMCFanZone=255 "},
-      {smcCode("{lsc"),
-       {0, 1, 0, 2, 0x40, 0, 0xFE, 3, 1, 4},
-       "SMCPowerLightBreathePWM=1 SMCPowerLightIsSwitchOverridingBrightness=true "
-       "SMCPowerLightMinimumTicksToTarget=4 SMCPowerLightPWMChangePerTick=2 "
-       "SMCPowerLightRampDuration=3 SMCPowerLightScaleMode=-2 SMCPowerLightScaling=0.500000 "},
-      {smcCode("{lsd"),
-       {0, 1, 0, 2, 0, 3, 1, 4},
-       "SMCPowerLightFadeConfigEndTicks=260 SMCPowerLightFadeConfigMidToEndRatio=2 "
-       "SMCPowerLightFadeConfigMidToStartRatio=1 SMCPowerLightFadeConfigStartTicks=3 "},
-      {smcCode("{lsf"),
-       {0, 1, 0, 2, 0, 3},
-       "SMCPowerLightFlareConfigAdjust=3 SMCPowerLightFlareConfigCeiling=1 "
-       "SMCPowerLightFlareConfigMinChange=2 "},
-      {smcCode("{lso"),
-       {0x80, 2},
-       "SMCPowerLightOverrideRamp=true SMCPowerLightOverrideTargetBehavior=-128 "},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(Controller::stringFromSMCKey(c.type));
-    EXPECT_EQ(shown(decodedSMCValue(c.type, c.bytes)), c.shown);
-    if (c.type == smcCode("ch8*") || c.type == smcCode("hex_")) continue;
-    Data longer = c.bytes;
+  const auto check = [](SMCCode type, const Data& bytes, const std::string& wanted) {
+    SCOPED_TRACE(Controller::stringFromSMCKey(type));
+    EXPECT_EQ(shown(decodedSMCValue(type, bytes)), wanted);
+    if (type == smcCode("ch8*") || type == smcCode("hex_")) return;
+    Data longer = bytes;
     longer.insert(longer.end(), 8, 'x');
-    EXPECT_FALSE(decodedSMCValue(c.type, longer));
-    EXPECT_FALSE(decodedSMCValue(c.type, {c.bytes.data(), c.bytes.size() - 1}));
+    EXPECT_FALSE(decodedSMCValue(type, longer));
+    EXPECT_FALSE(decodedSMCValue(type, {bytes.data(), bytes.size() - 1}));
+  };
+  for (const auto type : {smcCode("byte"), smcCode("ui8 "), smcCode("ui8\0"), smcCode("{lsm"),
+                          smcCode("{lss"), smcCode("{msp"), smcCode("{mss")}) {
+    check(type, {200}, "200");
   }
+  for (const auto type : {smcCode("ui6 "), smcCode("ui6\0"), smcCode("{pwm")}) {
+    check(type, {1, 0}, "256");
+  }
+  check(smcCode("ui16"), {0xFF, 0xFE}, "65534");
+  check(smcCode("ui32"), {0xF0, 9, 0, 2}, "4027121666");
+  check(smcCode("si16"), {0x80, 0}, "-32768");
+  check(smcCode("flag"), {2}, "true");
+  check(smcCode("char"), {0xE9}, "\xC3\xA9");
+  check(smcCode("si8 "), {'A'}, "A");
+  check(smcCode("si8 "), {0xFF}, "none");
+  check(smcCode("si8\0"), {0}, "");
+  check(smcCode("ch8*"), {'m', 0xC3, 0xA9, 0}, std::string("m\xC3\xA9\0", 4));
+  check(smcCode("ch8*"), {'m', 0xE9}, "6d e9 ");
+  check(smcCode("hex_"), {0, 0xAB, 0x10}, "00 ab 10 ");
+  check(smcCode("{rev"), {2, 11, 0x0F, 99, 1, 4}, "2.11f260");
+  check(smcCode("{ala"), {0, 18, 0xFF, 0xF6, 0x80, 0},
+        "SMCAmbientLightLuxFunctionRegion=32768 SMCAmbientLightLuxFunctionSlope=18 "
+        "SMCAmbientLightLuxFunctionYIntercept=-10 ");
+  check(smcCode("{alc"), {1, 0, 9, 9, 0, 2, 0, 3, 0, 4, 0, 5, 0xFF, 0xFF, 6, 255},
+        "SMCAmbientLightADCTime=256 SMCAmbientLightBezelReflection=65535 "
+        "SMCAmbientLightHighRoomLux=5 SMCAmbientLightI2CTime=256 SMCAmbientLightLidDelay=255 "
+        "SMCAmbientLightLowRoomLux=4 SMCAmbientLightPowerLightMax=2 SMCAmbientLightPowerLightMin=3 "
+        "SMCAmbientLightSensorCount=6 ");
+  check(smcCode("{ali"), {0xFF, 1, 0},
+        "SMCAmbientLightSensorIsControllingPowerLight=false "
+        "SMCAmbientLightSensorIsValidWhenLidClosed=true SMCAmbientLightSensorType=-1 ");
+  check(smcCode("{alr"), {0xFF, 0xF0, 0, 9, 0x12, 0x34, 0xFF, 0xFF, 0, 80},
+        "SMCAmbientLightHighTempBoundary=80 SMCAmbientLightInflectionVoltage=4660 "
+        "SMCAmbientLightLowTempBoundary=-1 SMCAmbientLightTemperatureBaseline=-16 "
+        "SMCAmbientLightTemperatureCoefficient=1.125000 ");
+  check(smcCode("{alt"), {0, 16, 2, 0},
+        "SMCAmbientLightLuxThresholdHighGain=512 SMCAmbientLightLuxThresholdLowGain=16 ");
+  check(smcCode("{alv"), {1, 0, 1, 2, 3, 4, 9, 9, 0, 1, 0x60, 0},
+        "SMCAmbientLightChannel0=258 SMCAmbientLightChannel1=772 SMCAmbientLightIsHighGain=false "
+        "SMCAmbientLightIsValid=true SMCAmbientLightRoomLux=5.500000 ");
+  check(smcCode("{fds"), {0xFF, 255, 1, 9, 'L', 0xE9, 'f', 't', 0, 'h', 'i', 'd', 'd', 'e', 'n', 0},
+        "SMCFanFunction=L\xC3\xA9"
+        "ft SMCFanLocation=1 SMCFanType=-1 SMCFanZone=255 ");
+  check(smcCode("{lsc"), {0, 1, 0, 2, 0x40, 0, 0xFE, 3, 1, 4},
+        "SMCPowerLightBreathePWM=1 SMCPowerLightIsSwitchOverridingBrightness=true "
+        "SMCPowerLightMinimumTicksToTarget=4 SMCPowerLightPWMChangePerTick=2 "
+        "SMCPowerLightRampDuration=3 SMCPowerLightScaleMode=-2 SMCPowerLightScaling=0.500000 ");
+  check(smcCode("{lsd"), {0, 1, 0, 2, 0, 3, 1, 4},
+        "SMCPowerLightFadeConfigEndTicks=260 SMCPowerLightFadeConfigMidToEndRatio=2 "
+        "SMCPowerLightFadeConfigMidToStartRatio=1 SMCPowerLightFadeConfigStartTicks=3 ");
+  check(smcCode("{lsf"), {0, 1, 0, 2, 0, 3},
+        "SMCPowerLightFlareConfigAdjust=3 SMCPowerLightFlareConfigCeiling=1 "
+        "SMCPowerLightFlareConfigMinChange=2 ");
+  check(smcCode("{lso"), {0x80, 2},
+        "SMCPowerLightOverrideRamp=true SMCPowerLightOverrideTargetBehavior=-128 ");
   EXPECT_EQ(shown(decodedSMCValue(smcCode("{zzz"), {})), "<decoding is currently not implemented>");
   EXPECT_EQ(Controller::valueDecodingNotImplementedMarker(), smcUnknownTypeMarker);
 }

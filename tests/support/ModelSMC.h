@@ -19,7 +19,7 @@ struct ModelKey {
   bool isWriteOnly = false;
 };
 
-/// Sorted, as a controller keeps them. The first tells how many there are.
+/// The first tells how many there are.
 inline std::vector<ModelKey> modelKeys() {
   std::vector<ModelKey> keys = {
       {smcCode("#KEY"), smcCode("ui32"), {0, 0, 0, 0}},
