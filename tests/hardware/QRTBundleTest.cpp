@@ -49,44 +49,37 @@ class Bundles : public testing::Test {
 };
 
 TEST_F(Bundles, LayoutAndKind) {
-  struct Case {
-    const char* name;
-    Files files;
-    int style, type;
+  const auto check = [this](const char* name, const Files& files, int style, int type) {
+    SCOPED_TRACE(name);
+    const auto bundle = inspected(name, files);
+    EXPECT_EQ(bundle ? static_cast<int>(bundle->packageStyle()) : -1, style);
+    EXPECT_EQ(bundle ? static_cast<int>(bundle->softwareType()) : 0, type);
   };
-  const Case cases[] = {
-      {"A.app", {{contents, executable}}, 0, 1},
-      {"B.app", {{contentsForMacOS, executable}}, 3, 1},
-      {"C.app", {{contents, "{}"}}, 0, 0},
-      {"D.app", {{"Resources/Info.plist", executable}}, 1, 0},
-      {"F.app", {{contents, executable}, {"Info.plist", mainHTML}}, 0, 1},
-      {"G.app", {{"Info.plist", executable}}, -1, 0},
-      {"A.wdgt", {{"Info.plist", mainHTML}}, 2, 2},
-      {"B.wdgt", {{contents, executable}}, 0, 0},
-      {"A.saver", {{contents, "{}"}}, 0, 3},
-      {"B.saver", {{contentsForMacOS, "{}"}}, 3, 0},
-      {"A.qtz", {{"", screenSaver}}, 5, 3},
-      {"B.qtz", {{"", "{protocols=(other);}"}}, 5, 0},
-      {"C.qtz", {{"", "no property list <"}}, 5, 0},
-      {"D.qtz", {{contents, screenSaver}}, 0, 0},
-      {"A.prefPane", {{contents, executable}}, 0, 4},
-      {"B.prefPane", {{contentsForMacOS, executable}}, 3, 0},
-      {"A.component", {{contentsForMacOS, executable}}, 3, 5},
-      {"B.component", {{contents, "()"}}, 0, 0},
-      {"Internet Plug-Ins/A.plugin", {{contents, "{}"}}, 0, 6},
-      {"Internet Plug-Ins/A.component", {{contents, executable}}, 0, 5},
-      {"Internet Plug-Ins/sub/A.plugin", {{contents, "{}"}}, 0, 0},
-      {"A.asset", {{"Info.plist", asset}, {"AssetData/x", ""}, {"META-INF", ""}}, 2, 7},
-      {"B.asset", {{"Info.plist", asset}, {"META-INF", ""}}, 2, 0},
-      {"nothing.app", {}, -1, 0},
-      {"A.app/", {}, 0, 1},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    const auto bundle = inspected(c.name, c.files);
-    EXPECT_EQ(bundle ? static_cast<int>(bundle->packageStyle()) : -1, c.style);
-    EXPECT_EQ(bundle ? static_cast<int>(bundle->softwareType()) : 0, c.type);
-  }
+  check("A.app", {{contents, executable}}, 0, 1);
+  check("B.app", {{contentsForMacOS, executable}}, 3, 1);
+  check("C.app", {{contents, "{}"}}, 0, 0);
+  check("D.app", {{"Resources/Info.plist", executable}}, 1, 0);
+  check("F.app", {{contents, executable}, {"Info.plist", mainHTML}}, 0, 1);
+  check("G.app", {{"Info.plist", executable}}, -1, 0);
+  check("A.wdgt", {{"Info.plist", mainHTML}}, 2, 2);
+  check("B.wdgt", {{contents, executable}}, 0, 0);
+  check("A.saver", {{contents, "{}"}}, 0, 3);
+  check("B.saver", {{contentsForMacOS, "{}"}}, 3, 0);
+  check("A.qtz", {{"", screenSaver}}, 5, 3);
+  check("B.qtz", {{"", "{protocols=(other);}"}}, 5, 0);
+  check("C.qtz", {{"", "no property list <"}}, 5, 0);
+  check("D.qtz", {{contents, screenSaver}}, 0, 0);
+  check("A.prefPane", {{contents, executable}}, 0, 4);
+  check("B.prefPane", {{contentsForMacOS, executable}}, 3, 0);
+  check("A.component", {{contentsForMacOS, executable}}, 3, 5);
+  check("B.component", {{contents, "()"}}, 0, 0);
+  check("Internet Plug-Ins/A.plugin", {{contents, "{}"}}, 0, 6);
+  check("Internet Plug-Ins/A.component", {{contents, executable}}, 0, 5);
+  check("Internet Plug-Ins/sub/A.plugin", {{contents, "{}"}}, 0, 0);
+  check("A.asset", {{"Info.plist", asset}, {"AssetData/x", ""}, {"META-INF", ""}}, 2, 7);
+  check("B.asset", {{"Info.plist", asset}, {"META-INF", ""}}, 2, 0);
+  check("nothing.app", {}, -1, 0);
+  check("A.app/", {}, 0, 1);
 }
 
 TEST_F(Bundles, PathsInside) {
@@ -123,35 +116,27 @@ TEST_F(Bundles, Localizations) {
 }
 
 TEST_F(Bundles, Executables) {
-  const char* const widget = "{MainHTML=x; Plugin=\"p.plugin\";}";
-  const struct {
-    const char* name;
-    Files files;
-    const char* executable;
-  } cases[] = {
-      {"A.app", {{contents, executable}, {"Contents/MacOS/x", ""}}, "/Contents/MacOS/x"},
-      {"B.app", {{contents, executable}}, nullptr},
-      {"C.app", {{contents, executable}, {"Contents/MacOS/x/y", ""}}, nullptr},
-      {"D.x", {{contents, "{CFBundleExecutable=\"\";}"}, {"Contents/MacOS/x", ""}}, nullptr},
-      {"E.x", {{contents, "{CFBundleExecutable=(x);}"}, {"Contents/MacOS/x", ""}}, nullptr},
-      {"F.x", {{contents, "{CFBundleExecutable=\"x\\0\";}"}, {"Contents/MacOS/x", ""}}, nullptr},
-      {"G.x", {{"Resources/Info.plist", executable}, {"MacOS/x", ""}}, "/MacOS/x"},
-      {"A.wdgt",
-       {{"Info.plist", widget},
-        {"p.plugin/Contents/Info.plist", executable},
-        {"p.plugin/Contents/MacOS/x", ""}},
-       "/p.plugin/Contents/MacOS/x"},
-      {"B.wdgt", {{"Info.plist", widget}, {"MacOS/x", ""}}, nullptr},
-      {"C.wdgt", {{"Info.plist", "{MainHTML=x; Plugin=\".\";}"}, {"MacOS/x", ""}}, nullptr},
-      {"A.asset",
-       {{"Info.plist", asset}, {"AssetData", ""}, {"META-INF", ""}, {"MacOS/x", ""}},
-       nullptr},
+  const auto check = [this](const char* name, const Files& files, const char* wanted) {
+    const auto found = inspected(name, files)->executablePath();
+    EXPECT_EQ(found.value_or("none"), wanted ? root.path(name) + wanted : "none") << name;
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    const auto found = inspected(c.name, c.files)->executablePath();
-    EXPECT_EQ(found.value_or("none"), c.executable ? root.path(c.name) + c.executable : "none");
-  }
+  const char* const widget = "{MainHTML=x; Plugin=\"p.plugin\";}";
+  check("A.app", {{contents, executable}, {"Contents/MacOS/x", ""}}, "/Contents/MacOS/x");
+  check("B.app", {{contents, executable}}, nullptr);
+  check("C.app", {{contents, executable}, {"Contents/MacOS/x/y", ""}}, nullptr);
+  check("D.x", {{contents, "{CFBundleExecutable=\"\";}"}, {"Contents/MacOS/x", ""}}, nullptr);
+  check("E.x", {{contents, "{CFBundleExecutable=(x);}"}, {"Contents/MacOS/x", ""}}, nullptr);
+  check("F.x", {{contents, "{CFBundleExecutable=\"x\\0\";}"}, {"Contents/MacOS/x", ""}}, nullptr);
+  check("G.x", {{"Resources/Info.plist", executable}, {"MacOS/x", ""}}, "/MacOS/x");
+  check("A.wdgt",
+        {{"Info.plist", widget},
+         {"p.plugin/Contents/Info.plist", executable},
+         {"p.plugin/Contents/MacOS/x", ""}},
+        "/p.plugin/Contents/MacOS/x");
+  check("B.wdgt", {{"Info.plist", widget}, {"MacOS/x", ""}}, nullptr);
+  check("C.wdgt", {{"Info.plist", "{MainHTML=x; Plugin=\".\";}"}, {"MacOS/x", ""}}, nullptr);
+  check("A.asset", {{"Info.plist", asset}, {"AssetData", ""}, {"META-INF", ""}, {"MacOS/x", ""}},
+        nullptr);
 }
 
 TEST_F(Bundles, WhatApplicationsHave) {

@@ -119,20 +119,18 @@ TEST(SMCValueDecoding, FixedPointCodesAreExactlyThose) {
 }
 
 TEST(SMCValueDecoding, FixedPointNumbersAreEncodedByTruncation) {
-  const std::tuple<double, const char*, int> cases[] = {{1.999, "fp88", 0x01FF},
-                                                        {-1.999, "sp78", 0xFE01},
-                                                        {70000, "spf0", 70000 & 0xFFFF},
-                                                        {1e300, "fp88", 0xFFFF},
-                                                        {-1e300, "fp88", 0},
-                                                        {std::nan(""), "fp88", 0},
-                                                        {1, "", -1},
-                                                        {1, "ui16", -1},
-                                                        {1, "fp00", -1}};
-  for (const auto& [value, type, wanted] : cases) {
+  const auto encode = [](double value, const char* type) {
     std::uint16_t encoded = 0xABCD;
-    EXPECT_EQ(Controller::getSMCShort(&encoded, value, type), wanted >= 0) << type;
-    EXPECT_EQ(encoded, wanted >= 0 ? wanted : 0xABCD) << value << type;
-  }
+    const bool isEncoded = Controller::getSMCShort(&encoded, value, type);
+    return isEncoded ? int{encoded} : encoded == 0xABCD ? -1 : -2;
+  };
+  EXPECT_EQ(encode(1.999, "fp88"), 0x01FF);
+  EXPECT_EQ(encode(-1.999, "sp78"), 0xFE01);
+  EXPECT_EQ(encode(70000, "spf0"), 70000 & 0xFFFF);
+  EXPECT_EQ(encode(1e300, "fp88"), 0xFFFF);
+  EXPECT_EQ(encode(-1e300, "fp88"), 0);
+  EXPECT_EQ(encode(std::nan(""), "fp88"), 0);
+  for (const auto* type : {"", "ui16", "fp00"}) EXPECT_EQ(encode(1, type), -1) << type;
   EXPECT_TRUE(Controller::getSMCShort(nullptr, 1, "fp88"));
 }
 
@@ -220,32 +218,24 @@ TEST_F(SMC, FailuresAtEveryStepOfListingLeaveNoController) {
 
 TEST_F(SMC, FailedReadsAreNoValueAndRefusedOnesAreWriteOnly) {
   const auto controller = made();
-  const struct {
-    int command;
-    ModelSMC::Fault fault;
-    const char* value;
-    int loggedCode;
-  } cases[] = {
-      {smc_command::keyInfo, {KernelReturn::error}, "none", -536870212},
-      {smc_command::keyInfo, {{}, 0x84}, "none", -536870160},
-      // Not even the type is known.
-      {smc_command::keyInfo, {{}, 0x85}, smcUnknownTypeMarker, 0},
-      {smc_command::readKey, {KernelReturn::noSpace}, "none", -536870181},
-      {smc_command::readKey, {{}, 1}, "<write-only property>", 0},
-      // The driver's own code for it comes with an answer, if an empty one.
-      {smc_command::readKey, {KernelReturn::internalError}, "0", 0},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(&c - cases);
-    fail(c.command, c.fault);
+  const auto check = [&](int command, ModelSMC::Fault fault, const char* value, int loggedCode) {
+    fail(command, fault);
     const auto lines = log.lines().size();
-    EXPECT_EQ(shown(controller->valueForPropertyWithKey("BRSC")), c.value);
-    EXPECT_EQ(controller->isWriteOnlyPropertyWithKey("BRSC"), c.value != std::string("none"));
-    if (c.loggedCode == 0) continue;
+    EXPECT_EQ(shown(controller->valueForPropertyWithKey("BRSC")), value);
+    EXPECT_EQ(controller->isWriteOnlyPropertyWithKey("BRSC"), value != std::string("none"));
+    if (loggedCode == 0) return;
     EXPECT_EQ(log.texts().at(lines),
               "QRTSystemManagementController: failed to get value for key 'BRSC' (error " +
-                  std::to_string(c.loggedCode) + ")\n");
-  }
+                  std::to_string(loggedCode) + ")\n");
+  };
+  check(smc_command::keyInfo, {KernelReturn::error}, "none", -536870212);
+  check(smc_command::keyInfo, {{}, 0x84}, "none", -536870160);
+  // Not even the type is known.
+  check(smc_command::keyInfo, {{}, 0x85}, smcUnknownTypeMarker, 0);
+  check(smc_command::readKey, {KernelReturn::noSpace}, "none", -536870181);
+  check(smc_command::readKey, {{}, 1}, "<write-only property>", 0);
+  // The driver's own code for it comes with an answer, if an empty one.
+  check(smc_command::readKey, {KernelReturn::internalError}, "0", 0);
 }
 
 TEST_F(SMC, UnknownKeysHaveNothingAndAskNothing) {
@@ -266,27 +256,24 @@ TEST_F(SMC, WritesOnlyWhatFitsTheKey) {
   // It need not be listed.
   model.keys.push_back({smcCode("Long"), smcCode("hex_"), Data(40)});
   const Data bytes(600, 0x5A);
-  const struct {
-    const char* key;
-    std::size_t length;
-    bool isWritten;
-    std::vector<int> commands;
-  } cases[] = {
-      {"BRSC", 2, true, {9, 6}},  {"BRSC", 2 + 256, true, {9, 6}}, {"BRSC", 3, false, {9}},
-      {"BRSC", 0, false, {}},     {"BRSCx", 2, false, {}},         {"nope", 2, false, {9}},
-      {"Long", 40, true, {9, 6}},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(std::string(c.key) + " " + std::to_string(c.length));
-    EXPECT_EQ(controller->writeRawBytes(bytes.data(), c.length, c.key), c.isWritten);
-    if (c.isWritten) {
+  const auto write = [&](const char* key, std::size_t length, const std::vector<int>& commands) {
+    const bool isWritten = controller->writeRawBytes(bytes.data(), length, key);
+    EXPECT_EQ(isWritten, commands.size() == 2) << key << length;
+    if (isWritten) {
       const auto& record = model.exchanges.back();
-      EXPECT_EQ(record.dataSize, c.length % 256);
+      EXPECT_EQ(record.dataSize, length % 256);
       EXPECT_EQ(std::count(record.bytes.begin(), record.bytes.end(), 0x5A),
                 std::min<long>(record.dataSize, 32));
     }
-    EXPECT_EQ(takeCommands(), c.commands);
-  }
+    EXPECT_EQ(takeCommands(), commands) << key << length;
+  };
+  write("BRSC", 2, {9, 6});
+  write("BRSC", 2 + 256, {9, 6});
+  write("BRSC", 3, {9});
+  write("BRSC", 0, {});
+  write("BRSCx", 2, {});
+  write("nope", 2, {9});
+  write("Long", 40, {9, 6});
   EXPECT_FALSE(controller->writeRawBytes(nullptr, 2, "BRSC"));
 }
 

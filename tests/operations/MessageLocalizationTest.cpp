@@ -62,34 +62,25 @@ TEST_F(MessageLocalizationTest, PoliteTablesTakeThePlaceOfPlainOnes) {
 
 TEST_F(MessageLocalizationTest, TemplatesTakeTheirParametersOneAfterAnother) {
   plant("de.lproj/PrivilegedOperationErrors.strings", "\"$1$ of $2$\" = \"von $2$: $1$\";");
-  struct Case {
-    PropertyValue text, parameters;
-    const char* expanded;
+  const auto expand = [this](PropertyValue text, PropertyValue parameters, std::string wanted) {
+    const Dictionary userInfo{{"QRTLocalizedDescriptionTemplate", text},
+                              {"QRTLocalizedDescriptionParameters", parameters}};
+    const auto error = localized(Error{"d", 1, userInfo});
+    const auto* expanded = stringIn(error->userInfo, "NSLocalizedDescription");
+    EXPECT_EQ(expanded ? *expanded : "none", wanted);
   };
-  const Case cases[] = {
-      {"$1$ of $2$", Array{"eins", "zwei"}, "von zwei: eins"},
-      {"$1$ and $2$", Array{"a"}, "a and $2$"},
-      {"$1$ $2$", Array{"$2$", "b"}, "b b"},
-      {"$1$ $2$", Array{"$1$", "$1$"}, "$1$ $1$"},
-      {"$2$1$", Array{"x", "y"}, "$2x"},
-      {"$10$ $1$", Array{"a"}, "$10$ a"},
-      {"A $1$ $2$", Array{1, "y"}, "A  y"},
-      // Incomplete or foreign.
-      {"A $1$", Array(), nullptr},
-      {"A $1$", "x", nullptr},
-      {"", Array{"x"}, nullptr},
-      {5, Array{"x"}, nullptr},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(&c - cases);
-    const auto error = localized(Error{"d",
-                                       1,
-                                       {{"QRTLocalizedDescriptionTemplate", c.text},
-                                        {"QRTLocalizedDescriptionParameters", c.parameters}}});
-    const auto* text = stringIn(error->userInfo, "NSLocalizedDescription");
-    EXPECT_EQ(text ? std::optional(*text) : std::nullopt,
-              c.expanded ? std::optional<std::string>(c.expanded) : std::nullopt);
-  }
+  expand("$1$ of $2$", Array{"eins", "zwei"}, "von zwei: eins");
+  expand("$1$ and $2$", Array{"a"}, "a and $2$");
+  expand("$1$ $2$", Array{"$2$", "b"}, "b b");
+  expand("$1$ $2$", Array{"$1$", "$1$"}, "$1$ $1$");
+  expand("$2$1$", Array{"x", "y"}, "$2x");
+  expand("$10$ $1$", Array{"a"}, "$10$ a");
+  expand("A $1$ $2$", Array{1, "y"}, "A  y");
+  // Incomplete or foreign.
+  expand("A $1$", Array(), "none");
+  expand("A $1$", "x", "none");
+  expand("", Array{"x"}, "none");
+  expand(5, Array{"x"}, "none");
 }
 
 TEST_F(MessageLocalizationTest, Errors) {

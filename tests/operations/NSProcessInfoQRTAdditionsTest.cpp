@@ -38,32 +38,24 @@ class NSProcessInfo : public testing::Test {
 };
 
 TEST_F(NSProcessInfo, CodesAndNamesOfVersions) {
-  struct Case {
-    const char* version;
-    std::int64_t code;
-    const char* marketingName;
-    bool isPolite;
+  const auto check = [this](const char* version, std::int64_t code, const char* name, bool polite) {
+    SCOPED_TRACE(version);
+    plantAndUpdate(versionFileFor(version));
+    EXPECT_EQ(operatingSystemVersionCode(platform), code);
+    EXPECT_EQ(operatingSystemMarketingName(platform), name);
+    EXPECT_EQ(shouldUIUsePoliteForms(platform), polite);
+    EXPECT_EQ(operatingSystemVersionNumberString(platform), version);
   };
-  const Case cases[] = {
-      {"10.7.15", 0x107F, "Mac OS X", true},
-      {"10.8", 0x1080, "OS X", true},
-      {"10.11.15", 0x10BF, "OS X", true},
-      {"10.12", 4288, "macOS", false},
-      {"10.16", 0x1100, "macOS", false},
-      {"12.3.1", 0x1231, "macOS", false},
-      {".13.2", 0x10D2, "macOS", false},
-      {"", 0x1000, "Mac OS X", true},
-      // Numbers end at 2147483647.
-      {"999999999999999999999.1", 214748364 * 0x1000L + 7 * 0x100 + 0x10, "macOS", false},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.version);
-    plantAndUpdate(versionFileFor(c.version));
-    EXPECT_EQ(operatingSystemVersionCode(platform), c.code);
-    EXPECT_EQ(operatingSystemMarketingName(platform), c.marketingName);
-    EXPECT_EQ(shouldUIUsePoliteForms(platform), c.isPolite);
-    EXPECT_EQ(operatingSystemVersionNumberString(platform), c.version);
-  }
+  check("10.7.15", 0x107F, "Mac OS X", true);
+  check("10.8", 0x1080, "OS X", true);
+  check("10.11.15", 0x10BF, "OS X", true);
+  check("10.12", 4288, "macOS", false);
+  check("10.16", 0x1100, "macOS", false);
+  check("12.3.1", 0x1231, "macOS", false);
+  check(".13.2", 0x10D2, "macOS", false);
+  check("", 0x1000, "Mac OS X", true);
+  // Numbers end at 2147483647.
+  check("999999999999999999999.1", 214748364 * 0x1000L + 7 * 0x100 + 0x10, "macOS", false);
   EXPECT_EQ(operatingSystemProductName(platform), "Name");
   EXPECT_EQ(operatingSystemBuildCode(platform), "17G65");
 }

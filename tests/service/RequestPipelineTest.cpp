@@ -83,33 +83,27 @@ TEST_F(RequestPipelineTest, AnswersARequestInTheOrderOfItsSteps) {
 }
 
 TEST_F(RequestPipelineTest, RefusesWhatDoesNotFitTheCatalogue) {
-  struct Case {
-    std::uint64_t code;
-    std::optional<Array> arguments;
-    const char* line;
+  const auto refuse = [this](std::uint64_t code, std::optional<Array> arguments, const char* line) {
+    EXPECT_EQ(perform(code, arguments, &feedback_), posixError(PosixCode::invalidArgument));
+    EXPECT_EQ(log_.lines().back(), (RecordingLog::Line{LogLevel::error, line}));
   };
-  const Case cases[] = {
-      {12345, Array{}, "Received invalid operation with code 12345, 0 arguments."},
-      {inspectFileobject, std::nullopt, "Received invalid operation with code 5, 0 arguments."},
-      {inspectFileobject, Array{"!QRTMETA!", "no dictionary", "/tmp"},
-       "Operation inspect-fileobject was rejected because an invalid number of arguments was "
-       "specified (1 expected, 3 sent)."},
-      {signalProcess, Array{1, "9"},
-       "Operation signal-process was rejected because argument 1 has class NSString (expected "
-       "type 'N')."},
-      {inspectFileobject, Array{Data{1}},
-       "Operation inspect-fileobject was rejected because argument 0 has class NSData (expected "
-       "type 'S')."},
-      {deleteFileobjects, Array{"1", "0", Date{}},
-       "Operation delete-fileobjects was rejected because at least one argument has class NSDate "
-       "(string expected)."},
-      {contradictory, Array{"a"},
-       "Operation odd-letters was rejected because a contradiction in its definition has been "
-       "detected (invalid type code 'X')."}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(perform(c.code, c.arguments, &feedback_), posixError(PosixCode::invalidArgument));
-    EXPECT_EQ(log_.lines().back(), (RecordingLog::Line{LogLevel::error, c.line}));
-  }
+  refuse(12345, Array{}, "Received invalid operation with code 12345, 0 arguments.");
+  refuse(inspectFileobject, std::nullopt, "Received invalid operation with code 5, 0 arguments.");
+  refuse(inspectFileobject, Array{"!QRTMETA!", "no dictionary", "/tmp"},
+         "Operation inspect-fileobject was rejected because an invalid number of arguments was "
+         "specified (1 expected, 3 sent).");
+  refuse(signalProcess, Array{1, "9"},
+         "Operation signal-process was rejected because argument 1 has class NSString (expected "
+         "type 'N').");
+  refuse(inspectFileobject, Array{Data{1}},
+         "Operation inspect-fileobject was rejected because argument 0 has class NSData (expected "
+         "type 'S').");
+  refuse(deleteFileobjects, Array{"1", "0", Date{}},
+         "Operation delete-fileobjects was rejected because at least one argument has class NSDate "
+         "(string expected).");
+  refuse(contradictory, Array{"a"},
+         "Operation odd-letters was rejected because a contradiction in its definition has been "
+         "detected (invalid type code 'X').");
   EXPECT_TRUE(feedback_.messages.empty());
 }
 

@@ -34,27 +34,20 @@ class ModifyNvram : public testing::Test {
 };
 
 TEST_F(ModifyNvram, ExistingVariablesKeepTypeAndAttributes) {
-  struct Case {
-    std::string before, text;
-    /// None when the text does not fit.
-    std::optional<std::string> after;
+  const auto check = [this](std::string before, std::string text,
+                            std::optional<std::string> after) {
+    const auto file = test::plant(root, fileOf("variable"), before);
+    EXPECT_EQ(codeOf(modify("variable", text)), after ? 0 : 22) << text;
+    EXPECT_EQ(test::contentsOf(file), after.value_or(before));
   };
-  const Case cases[] = {
-      {"\3\0\0\0ab"s, "%41%42%43", "\3\0\0\0%41%42%43"s},
-      {"\7\0\0\0a\n"s, "%41%42", "\7\0\0\0AB"s},
-      {"\x27\0\0\0\xFF"s, "abc", {}},
-      {"\7\0\0\0"s, "abc", {}},
-      {"\7\0\0\0caf\xC3\xA9"s, "bistro", "\7\0\0\0bistro"s},
-      {"\7\0\0\0\xC2\x85"s, "bistro", {}},
-      // A file that no variable can have is like none.
-      {"\3\0"s, "abc", "\7\0\0\0abc"s},
-  };
-  for (const auto& c : cases) {
-    const auto name = "variable" + std::to_string(&c - cases);
-    test::plant(root, fileOf(name), c.before);
-    EXPECT_EQ(codeOf(modify(name, c.text)), c.after ? 0 : 22) << name;
-    EXPECT_EQ(test::contentsOf(root.path(fileOf(name))), c.after.value_or(c.before)) << name;
-  }
+  check("\3\0\0\0ab"s, "%41%42%43", "\3\0\0\0%41%42%43"s);
+  check("\7\0\0\0a\n"s, "%41%42", "\7\0\0\0AB"s);
+  check("\x27\0\0\0\xFF"s, "abc", std::nullopt);
+  check("\7\0\0\0"s, "abc", std::nullopt);
+  check("\7\0\0\0caf\xC3\xA9"s, "bistro", "\7\0\0\0bistro"s);
+  check("\7\0\0\0\xC2\x85"s, "bistro", std::nullopt);
+  // A file that no variable can have is like none.
+  check("\3\0"s, "abc", "\7\0\0\0abc"s);
 }
 
 TEST_F(ModifyNvram, WriteProtectionIsLiftedAndPutBack) {
