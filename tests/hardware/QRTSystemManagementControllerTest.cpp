@@ -145,11 +145,9 @@ TEST(SMCCodes, PackAndUnpack) {
 
 class SMC : public testing::Test {
  protected:
-  std::unique_ptr<Controller> made() {
-    auto controller = Controller::init(model, log);
-    EXPECT_TRUE(controller);
+  void SetUp() override {
+    ASSERT_TRUE(controller);
     model.exchanges.clear();
-    return controller;
   }
   /// Has each exchange with that command fail.
   void fail(int command, ModelSMC::Fault fault) {
@@ -166,10 +164,10 @@ class SMC : public testing::Test {
 
   ModelSMC model;
   test::RecordingLog log;
+  const std::unique_ptr<Controller> controller = Controller::init(model, log);
 };
 
 TEST_F(SMC, TellsOfEveryKey) {
-  const auto controller = made();
   EXPECT_EQ(controller->availableKeys().size(), model.keys.size());
   for (const auto& [key, type, bytes, isWriteOnly] : model.keys) {
     const auto name = Controller::stringFromSMCKey(key);
@@ -209,15 +207,14 @@ TEST_F(SMC, FailuresAtEveryStepOfListingLeaveNoController) {
     }
   }
   model.fault = nullptr;
-  auto* controller = shared.controller();
-  EXPECT_TRUE(controller);
-  EXPECT_EQ(shared.controller(), controller);
+  auto* const listed = shared.controller();
+  EXPECT_TRUE(listed);
+  EXPECT_EQ(shared.controller(), listed);
   model.keys.front().type = smcCode("ui16");
   EXPECT_FALSE(Controller::init(model, log));
 }
 
 TEST_F(SMC, FailedReadsAreNoValueAndRefusedOnesAreWriteOnly) {
-  const auto controller = made();
   const auto check = [&](int command, ModelSMC::Fault fault, const char* value, int loggedCode) {
     fail(command, fault);
     const auto lines = log.lines().size();
@@ -239,7 +236,6 @@ TEST_F(SMC, FailedReadsAreNoValueAndRefusedOnesAreWriteOnly) {
 }
 
 TEST_F(SMC, UnknownKeysHaveNothingAndAskNothing) {
-  const auto controller = made();
   for (const auto* key : {"", "nope", "BRSCx", "REV"}) {
     EXPECT_FALSE(controller->valueForPropertyWithKey(key));
     EXPECT_FALSE(controller->typeCodeOfPropertyWithKey(key));
@@ -252,7 +248,6 @@ TEST_F(SMC, UnknownKeysHaveNothingAndAskNothing) {
 }
 
 TEST_F(SMC, WritesOnlyWhatFitsTheKey) {
-  const auto controller = made();
   // It need not be listed.
   model.keys.push_back({smcCode("Long"), smcCode("hex_"), Data(40)});
   const Data bytes(600, 0x5A);
@@ -278,7 +273,6 @@ TEST_F(SMC, WritesOnlyWhatFitsTheKey) {
 }
 
 TEST_F(SMC, FailedWritesAreTold) {
-  const auto controller = made();
   const std::uint8_t bytes[2] = {};
   const std::pair<int, ModelSMC::Fault> faults[] = {{9, {KernelReturn::error}},
                                                     {9, {{}, 0x84}},
@@ -294,7 +288,6 @@ TEST_F(SMC, FailedWritesAreTold) {
 }
 
 TEST_F(SMC, ReadsAnewUnlessSomebodyFilledTheCache) {
-  const auto controller = made();
   controller->valueForPropertyWithKey("BRSC");
   controller->valueForPropertyWithKey("BRSC");
   EXPECT_EQ(takeCommands(), (std::vector<int>{9, 5, 9, 5}));
@@ -314,7 +307,6 @@ TEST_F(SMC, ReadsAnewUnlessSomebodyFilledTheCache) {
 }
 
 TEST_F(SMC, TellsItsSoftware) {
-  const auto controller = made();
   EXPECT_EQ(controller->softwareVersion(), "2.11f260");
   EXPECT_EQ(controller->softwareBranchAndBuildGeneration(), std::string("m\xC3\xA9\0 (11)", 9));
   for (auto& key : model.keys) key.type = smcCode("flag");
@@ -323,7 +315,6 @@ TEST_F(SMC, TellsItsSoftware) {
 }
 
 TEST_F(SMC, PrecisionComesFromTheType) {
-  const auto controller = made();
   const std::tuple<const char*, double, int> cases[] = {
       {"fp88", 1.0 / 256, 8}, {"fp1f", 1.0 / 32768, 6}, {"sp78", 1.0 / 256, 0},
       {"spf0", 1.0, 0},       {"$Num", -1.0, 0},        {"Xfp0", -1.0, 0}};

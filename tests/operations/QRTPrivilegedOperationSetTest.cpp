@@ -42,20 +42,7 @@ TEST(QRTPrivilegedOperation, AcceptsOnlyConsistentRecords) {
   enum Fate { accepted, refused, refusedAndLogged };
   const Capabilities none, progress{.progressFeedback = true},
       both{.progressFeedback = true, .liveOutput = true};
-  const std::pair<QRTPrivilegedOperationStaticDescription, Fate> cases[] = {
-      {{7, "a-b", 1, none, 2, "SN", "Text."}, accepted},
-      {{7, "a", 0, none, 0, "", "Text."}, accepted},
-      {{7, "a", 2, progress, NSNotFound, nullptr, "Text."}, accepted},
-      {{7, nullptr, 1, none, 0, nullptr, "Text."}, refused},
-      {{7, "a", 1, none, 0, nullptr, nullptr}, refused},
-      {{7, "a", 3, none, 0, nullptr, "Text."}, refused},
-      {{7, "a", 1, none, 0, "S", "Text."}, refusedAndLogged},
-      {{7, "a", 1, none, 1, nullptr, "Text."}, refusedAndLogged},
-      {{7, "a", 1, none, NSNotFound, "S", "Text."}, refusedAndLogged},
-      {{7, "a", 1, both, 0, nullptr, "Text."}, refusedAndLogged},
-      {{7, "a", 1, none, 0, nullptr, ""}, refusedAndLogged},
-  };
-  for (const auto& [record, fate] : cases) {
+  const auto init = [](const QRTPrivilegedOperationStaticDescription& record, Fate fate) {
     test::RecordingLog log;
     EXPECT_EQ(QRTPrivilegedOperation::initWithStaticDescription(record, log).has_value(),
               fate == accepted);
@@ -63,7 +50,18 @@ TEST(QRTPrivilegedOperation, AcceptsOnlyConsistentRecords) {
         "(null): implementation error - static description with code 7 contains inconsistent data "
         "and was not accepted.";
     EXPECT_EQ(log.texts(), std::vector<std::string>(fate == refusedAndLogged ? 1 : 0, line));
-  }
+  };
+  init({7, "a-b", 1, none, 2, "SN", "Text."}, accepted);
+  init({7, "a", 0, none, 0, "", "Text."}, accepted);
+  init({7, "a", 2, progress, NSNotFound, nullptr, "Text."}, accepted);
+  init({7, nullptr, 1, none, 0, nullptr, "Text."}, refused);
+  init({7, "a", 1, none, 0, nullptr, nullptr}, refused);
+  init({7, "a", 3, none, 0, nullptr, "Text."}, refused);
+  init({7, "a", 1, none, 0, "S", "Text."}, refusedAndLogged);
+  init({7, "a", 1, none, 1, nullptr, "Text."}, refusedAndLogged);
+  init({7, "a", 1, none, NSNotFound, "S", "Text."}, refusedAndLogged);
+  init({7, "a", 1, both, 0, nullptr, "Text."}, refusedAndLogged);
+  init({7, "a", 1, none, 0, nullptr, ""}, refusedAndLogged);
 }
 
 std::optional<QRTPrivilegedOperation> operation(const char* identifier,
@@ -143,15 +141,6 @@ TEST_F(QRTPrivilegedOperationSetTest, GoesOnAfterARightThatIsRefused) {
                                refused + "'com.vantor.vk2.third-one'!",
                                "Authorization database did not remove right definition for "
                                "'com.vantor.vk2.first'!"));
-}
-
-TEST(AuthorizationEnvironment, FreesWhatIsThere) {
-  const auto freeEnvironment = QRTPrivilegedOperationSet::freeAuthorizationEnvironment;
-  freeEnvironment(nullptr);
-  // A count without items is not looked at.
-  freeEnvironment(new AuthorizationEnvironment{3, nullptr});
-  freeEnvironment(
-      new AuthorizationEnvironment{1, new AuthorizationItem[1]{{"icon", 0, nullptr, 0}}});
 }
 
 }  // namespace

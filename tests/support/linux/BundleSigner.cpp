@@ -171,31 +171,24 @@ void writeList(const std::string& path, const PropertyValue& value) {
   std::ofstream(path) << *BoundedPropertyLists().xml(value);
 }
 
-/// Seals everything below a folder, but what stands in `code` or is nothing to seal.
-void sealFolder(const std::string& base, const std::string& path, const std::string& program,
-                Dictionary& newer, Dictionary& older) {
-  DIR* folder = opendir((base + "/" + path).c_str());
+/// Seals everything in a folder below `base`, but what has its seal already or is nothing to seal.
+void sealFolder(const std::string& base, const std::string& path, Dictionary& seals) {
+  DIR* folder = opendir((base + path).c_str());
   while (const auto* entry = folder ? readdir(folder) : nullptr) {
     const std::string name = entry->d_name;
-    const auto entryPath = path.empty() ? name : path + "/" + name;
-    const bool isNothingToSeal = name == "." || name == ".." || entryPath == "_CodeSignature" ||
-                                 entryPath == "CodeResources" || entryPath == "Info.plist" ||
-                                 entryPath == "MacOS" || entryPath == program ||
-                                 newer.contains(entryPath);
-    if (isNothingToSeal) continue;
-    const auto full = base + "/" + entryPath;
+    const auto entryPath = path + name;
+    if (name == "." || name == ".." || seals.contains(entryPath)) continue;
     if (entry->d_type == DT_DIR) {
-      sealFolder(base, entryPath, program, newer, older);
+      sealFolder(base, entryPath + "/", seals);
     } else if (entry->d_type == DT_LNK) {
-      char target[256];
-      const auto size = readlink(full.c_str(), target, sizeof target);
-      newer.emplace(entryPath, Dictionary{{"symlink", std::string(target, std::size_t(size))}});
+      char target[256] = {};
+      const auto length = readlink((base + entryPath).c_str(), target, sizeof target - 1);
+      if (length > 0) seals.emplace(entryPath, Dictionary{{"symlink", target}});
     } else {
-      const auto bytes = readAll(full);
+      const auto bytes = readAll(base + entryPath);
       Dictionary seal{{"hash", testDigest(1, bytes)}, {"hash2", testDigest(2, bytes)}};
       if (entryPath.find(".lproj/") != std::string::npos) seal.emplace("optional", true);
-      newer.emplace(entryPath, seal);
-      older.emplace(entryPath, testDigest(1, bytes));
+      seals.emplace(entryPath, seal);
     }
   }
   if (folder) closedir(folder);
@@ -232,11 +225,19 @@ SignedProgramFile signBundle(const std::string& bundle, const SigningChain& chai
                              const SigningOptions& options,
                              const std::vector<std::pair<std::string, Data>>& code) {
   const auto contents = bundle + "/" + options.base;
+  const std::string noResources[] = {"_CodeSignature", "CodeResources", "Info.plist", "MacOS",
+                                     options.program};
   Dictionary newer, older;
+  for (const auto& path : noResources) newer.emplace(path, Dictionary());
   for (const auto& [path, hash] : code) {
     newer.emplace(path, Dictionary{{"cdhash", hash}, {"requirement", "identifier x"}});
   }
-  sealFolder(contents, "", options.program, newer, older);
+  sealFolder(contents + "/", "", newer);
+  for (const auto& path : noResources) newer.erase(path);
+  for (const auto& [path, seal] : newer) {
+    const auto hash = seal.dictionary()->find("hash");
+    if (hash != seal.dictionary()->end()) older.emplace(path, hash->second);
+  }
   const Dictionary omitted{{"omit", true}, {"weight", 2000.0}};
   Dictionary list{{"files", older},
                   {"rules", Dictionary{{"^Resources/", true}, {"^version.plist$", true}}}};
