@@ -8,6 +8,7 @@ namespace qrt {
 namespace {
 
 constexpr int read = smc_command::readKey, info = smc_command::keyInfo;
+constexpr SMCCode brsc = smcCode("BRSC");
 
 class SMCOnLinux : public testing::Test {
  protected:
@@ -20,7 +21,7 @@ class SMCOnLinux : public testing::Test {
   }
 
   /// The driver's answer and what the controller says in it.
-  Answer call(int command, SMCCode key = smcCode("BRSC")) {
+  Answer call(int command, SMCCode key = brsc) {
     SMCParameterRecord input;
     input.command = static_cast<std::uint8_t>(command);
     input.key = key;
@@ -39,7 +40,7 @@ class SMCOnLinux : public testing::Test {
 
 TEST_F(SMCOnLinux, AKeyIsFoundInTheSortedListAndRead) {
   EXPECT_EQ(call(smc_command::keyAtIndex, 0), done);
-  EXPECT_EQ(answer.key, smcCode("BRSC"));
+  EXPECT_EQ(answer.key, brsc);
   EXPECT_EQ(test::contentsOf(tree.place()), "2\n");
   EXPECT_EQ(call(info), done);
   EXPECT_EQ(answer.dataType, smcCode("ui8\0"));
