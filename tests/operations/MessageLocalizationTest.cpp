@@ -22,10 +22,11 @@ class MessageLocalizationTest : public testing::Test {
                                             native.facilities().propertyLists);
     return {*tables, isPolite};
   }
-
-  std::string text(const std::string& key, const std::string& value, std::string_view table,
-                   bool isPolite = false) {
-    return localization(isPolite).localizedUIPolitenessAgnosticStringForKey(key, value, table);
+  std::string text(const std::string& key, std::string_view table, bool isPolite = false) {
+    return localization(isPolite).localizedUIPolitenessAgnosticStringForKey(key, "value", table);
+  }
+  Outcome localized(const Outcome& error) {
+    return localization().localizedErrorForPrivilegedOperationError(error);
   }
 
   const test::ScratchFolder bundle;
@@ -35,87 +36,68 @@ class MessageLocalizationTest : public testing::Test {
 
 TEST_F(MessageLocalizationTest, LooksInTheLanguageThenInTheBundleThenFallsBack) {
   plant("T.strings", "\"key\" = \"common\"; \"only here\" = \"common\";");
-  EXPECT_EQ(text("key", "value", "T"), "common");
+  EXPECT_EQ(text("key", "T"), "common");
   plant("de.lproj/T.strings", "\"key\" = \"deutsch\"; \"number\" = ( 1 );");
-  EXPECT_EQ(text("key", "value", "T"), "deutsch");
-  EXPECT_EQ(text("only here", "value", "T"), "value") << "a language's table stands alone";
-  EXPECT_EQ(text("absent", "", "T"), "absent");
-  EXPECT_EQ(text("number", "value", "T"), "value");
-  EXPECT_EQ(text("key", "value", "Absent"), "value");
+  EXPECT_EQ(text("key", "T"), "deutsch");
+  EXPECT_EQ(text("only here", "T"), "value") << "a language's table stands alone";
+  EXPECT_EQ(text("number", "T"), "value");
+  EXPECT_EQ(text("key", "Absent"), "value");
   plant("Localizable.strings", "key = default;");
-  EXPECT_EQ(text("key", "value", ""), "default");
+  EXPECT_EQ(text("key", ""), "default");
   plant("de.lproj/Broken.strings", "\"key\" = ");
-  EXPECT_EQ(text("key", "value", "Broken"), "value");
+  EXPECT_EQ(text("key", "Broken"), "value");
+  EXPECT_EQ(localization().localizedUIPolitenessAgnosticStringForKey("absent", "", "T"), "absent");
 }
 
 TEST_F(MessageLocalizationTest, PoliteTablesTakeThePlaceOfPlainOnes) {
   plant("de.lproj/T.strings", "key = plain; other = plain;");
-  EXPECT_EQ(text("key", "value", "T", true), "plain") << "no polite table";
+  EXPECT_EQ(text("key", "T", true), "plain") << "no polite table";
   plant("de.lproj/T-Polite.strings", "key = polite;");
-  EXPECT_EQ(text("key", "value", "T", true), "polite");
-  EXPECT_EQ(text("other", "value", "T", true), "value") << "not the plain table's";
-  EXPECT_EQ(text("key", "value", "T", false), "plain");
+  EXPECT_EQ(text("key", "T", true), "polite");
+  EXPECT_EQ(text("other", "T", true), "value") << "not the plain table's";
+  EXPECT_EQ(text("key", "T", false), "plain");
   plant("Localizable-Polite.strings", "key = \"polite default\";");
-  EXPECT_EQ(text("key", "value", "", true), "polite default");
+  EXPECT_EQ(text("key", "", true), "polite default");
 }
 
 TEST_F(MessageLocalizationTest, TemplatesTakeTheirParametersOneAfterAnother) {
-  struct Case {
-    const char* text;
-    std::vector<std::string> parameters;
-    const char* expanded;
-  };
-  const Case cases[] = {
-      {"$1$ and $2$", {"a"}, "a and $2$"},    {"$1$ $2$", {"$2$", "b"}, "b b"},
-      {"$1$ $2$", {"$1$", "$1$"}, "$1$ $1$"}, {"$2$1$", {"x", "y"}, "$2x"},
-      {"$10$ $1$", {"a"}, "$10$ a"},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(localization().localizedStringForTemplate(c.text, c.parameters), c.expanded)
-        << c.text;
-  }
   plant("de.lproj/PrivilegedOperationErrors.strings", "\"$1$ of $2$\" = \"von $2$: $1$\";");
-  EXPECT_EQ(localization().localizedStringForTemplate("$1$ of $2$", {"eins", "zwei"}),
-            "von zwei: eins");
+  const auto expand = [this](PropertyValue text, PropertyValue parameters, std::string wanted) {
+    const Dictionary userInfo{{"QRTLocalizedDescriptionTemplate", text},
+                              {"QRTLocalizedDescriptionParameters", parameters}};
+    const auto error = localized(Error{"d", 1, userInfo});
+    const auto* expanded = stringIn(error->userInfo, "NSLocalizedDescription");
+    EXPECT_EQ(expanded ? *expanded : "none", wanted);
+  };
+  expand("$1$ of $2$", Array{"eins", "zwei"}, "von zwei: eins");
+  expand("$1$ and $2$", Array{"a"}, "a and $2$");
+  expand("$1$ $2$", Array{"$2$", "b"}, "b b");
+  expand("$1$ $2$", Array{"$1$", "$1$"}, "$1$ $1$");
+  expand("$2$1$", Array{"x", "y"}, "$2x");
+  expand("$10$ $1$", Array{"a"}, "$10$ a");
+  expand("A $1$ $2$", Array{1, "y"}, "A  y");
+  // Incomplete or foreign.
+  expand("A $1$", Array(), "none");
+  expand("A $1$", "x", "none");
+  expand("", Array{"x"}, "none");
+  expand(5, Array{"x"}, "none");
 }
 
 TEST_F(MessageLocalizationTest, Errors) {
   plant("de.lproj/PrivilegedOperationErrors.strings",
         "Failed = Gescheitert; \"See $1$\" = \"Siehe $1$\"; Deep = Tief;");
-  const auto localize = [&](const Outcome& error) {
-    return localization().localizedErrorForPrivilegedOperationError(error);
-  };
-  EXPECT_EQ(localize(success), success);
-  EXPECT_EQ(localize(posixError(PosixCode::busy)), posixError(PosixCode::busy));
+  EXPECT_EQ(localized(success), success);
+  EXPECT_EQ(localized(posixError(PosixCode::busy)), posixError(PosixCode::busy));
 
-  const auto error = withUnderlyingError(
-      privilegedOperationError(3, "Failed", "See $1$", {"/x"}),
-      {"d", 1, {{std::string(underlyingErrorKey), privilegedOperationError(4, "Deep", "New")}}});
-  auto expected = error.userInfo;
-  expected.insert_or_assign("NSLocalizedDescription", "Gescheitert");
-  expected.insert_or_assign("NSLocalizedRecoverySuggestion", "Siehe /x");
-  expected.insert_or_assign(
-      "NSUnderlyingError",
-      Error{"d", 1, {{"NSUnderlyingError", privilegedOperationError(4, "Tief", "New")}}});
-  EXPECT_EQ(localize(error), (Error{error.domain, 3, expected}));
-}
-
-TEST_F(MessageLocalizationTest, TextsThatAreIncompleteOrForeignAreLeftOut) {
-  const auto descriptionOfTemplate = [&](PropertyValue templateText, PropertyValue parameters) {
-    const auto localized = localization().localizedErrorForPrivilegedOperationError(
-        Error{"d",
-              1,
-              {{"QRTLocalizedDescriptionTemplate", std::move(templateText)},
-               {"QRTLocalizedDescriptionParameters", std::move(parameters)}}});
-    const auto* text = stringIn(localized->userInfo, localizedDescriptionKey);
-    return text ? *text : "none";
+  const auto errorOver = [](const char* deepText) {
+    return withUnderlyingError(
+        privilegedOperationError(3, "Failed", "See $1$", {"/x"}),
+        {"d", 1, {{"NSUnderlyingError", privilegedOperationError(4, deepText, "New")}}});
   };
-  EXPECT_EQ(descriptionOfTemplate("A $1$", Array{"x"}), "A x");
-  EXPECT_EQ(descriptionOfTemplate("A $1$", Array()), "none");
-  EXPECT_EQ(descriptionOfTemplate("", Array{"x"}), "none");
-  EXPECT_EQ(descriptionOfTemplate(5, Array{"x"}), "none");
-  EXPECT_EQ(descriptionOfTemplate("A $1$", "x"), "none");
-  EXPECT_EQ(descriptionOfTemplate("A $1$ $2$", Array{1, "y"}), "A  y");
+  auto expected = errorOver("Tief");
+  expected.userInfo.insert_or_assign("NSLocalizedDescription", "Gescheitert");
+  expected.userInfo.insert_or_assign("NSLocalizedRecoverySuggestion", "Siehe /x");
+  EXPECT_EQ(localized(errorOver("Deep")), expected);
 }
 
 TEST_F(MessageLocalizationTest, ErrorsNestedWithoutEndAreNotFollowedForever) {
@@ -123,27 +105,26 @@ TEST_F(MessageLocalizationTest, ErrorsNestedWithoutEndAreNotFollowedForever) {
   for (int depth = 0; depth < 500; ++depth) {
     error = withUnderlyingError(privilegedOperationError(1, "Text", "Text"), std::move(error));
   }
-  EXPECT_TRUE(localization().localizedErrorForPrivilegedOperationError(error));
+  EXPECT_TRUE(localized(error));
 }
 
 /// The tables that are installed with the client.
 TEST_F(MessageLocalizationTest, GermanTablesAreComplete) {
   const auto table = [&](const std::string& name) {
     const auto text = test::contentsOf(QRT_TABLES + name + ".strings");
-    const auto list = native.facilities().propertyLists.parse(Data(text.begin(), text.end()));
-    return list && list->dictionary() ? *list->dictionary() : Dictionary();
+    return *native.facilities().propertyLists.parse(Data(text.begin(), text.end()))->dictionary();
   };
   const auto plain = table("PrivilegedOperationErrors");
   const auto polite = table("PrivilegedOperationErrors-Polite");
   EXPECT_EQ(plain.size(), 44u);
-  ASSERT_EQ(plain.size(), polite.size());
+  EXPECT_EQ(polite.size(), 44u);
   for (const auto& [key, text] : plain) {
     SCOPED_TRACE(key);
     ASSERT_TRUE(polite.contains(key));
     for (const auto* translation : {text.string(), polite.at(key).string()}) {
       ASSERT_TRUE(translation);
       EXPECT_NE(*translation, key);
-      for (const std::string placeholder : {"$1$", "$2$"}) {
+      for (const auto* placeholder : {"$1$", "$2$"}) {
         EXPECT_EQ(translation->find(placeholder) == std::string::npos,
                   key.find(placeholder) == std::string::npos);
       }

@@ -9,31 +9,21 @@
 namespace qrt {
 namespace {
 
-/// Preferences that tell what they were asked for.
-class RecordingPreferences : public Preferences {
- public:
+/// Preferences that tell what they were last asked for.
+struct RecordingPreferences : Preferences {
+  bool isWorking = true;
+  std::string call;
+
   bool setValue(const PreferenceDomain& domain, const std::string& key,
                 const std::optional<PropertyValue>& value) override {
-    calls.push_back(key + "|" + domain.application.value_or("every") + "|" + text(domain.user) +
-                    "|" + text(domain.host));
-    lastValue = value;
+    call = key + "|" + domain.application.value_or("every") + "|" + text(domain.user) + "|" +
+           text(domain.host) + "|" + (value ? *value->string() : "nothing");
     return isWorking;
   }
-
-  bool isWorking = true;
-  std::vector<std::string> calls;
-  std::optional<PropertyValue> lastValue;
-
- private:
   static std::string text(const PreferenceSelector& selector) {
-    switch (selector.kind) {
-      case PreferenceSelector::Kind::any:
-        return "any";
-      case PreferenceSelector::Kind::current:
-        return "current";
-      default:
-        return "named " + selector.name;
-    }
+    using enum PreferenceSelector::Kind;
+    if (selector.kind == named) return "named " + selector.name;
+    return selector.kind == any ? "any" : "current";
   }
 };
 
@@ -54,40 +44,38 @@ class PreferenceOperations : public testing::Test {
 
 TEST_F(PreferenceOperations, SelectorsStandForWhatTheyName) {
   const std::pair<Array, const char*> cases[] = {
-      {{"k", "app", "ann", "box", "1"}, "k|app|named ann|named box"},
       {{"k", "NSGlobalDomain", "kCFPreferencesAnyUser", "kCFPreferencesAnyHost", "1"},
-       "k|every|any|any"},
-      {{"k", "nsglobaldomain", "kCFPreferencesCurrentUser", "kCFPreferencesCurrentHost", "1"},
-       "k|nsglobaldomain|current|current"},
+       "k|every|any|any|1"},
+      {{"k", "nsglobaldomain", "kCFPreferencesCurrentUser", "kCFPreferencesCurrentHost", ""},
+       "k|nsglobaldomain|current|current|nothing"},
       {{"k", "app", "kCFPreferencesAnyHost", "kCFPreferencesAnyUser", "1"},
-       "k|app|named kCFPreferencesAnyHost|named kCFPreferencesAnyUser"},
+       "k|app|named kCFPreferencesAnyHost|named kCFPreferencesAnyUser|1"},
   };
   for (const auto& [arguments, call] : cases) {
     EXPECT_FALSE(modify(arguments));
-    EXPECT_EQ(preferences.calls.back(), call);
+    EXPECT_EQ(preferences.call, call);
   }
 }
 
 TEST_F(PreferenceOperations, IncompleteRequestsAndBadTextsAreInvalid) {
-  for (const Array& arguments :
-       {Array{"", "app", "ann", "box", "1"}, Array{"k", "", "ann", "box", "1"},
-        Array{"k", "app", "", "box", "1"}, Array{"k", "app", "ann", "", "1"}}) {
+  for (std::size_t missing = 0; missing < 4; ++missing) {
+    Array arguments{"k", "app", "ann", "box", "1"};
+    arguments[missing] = "";
     EXPECT_EQ(modify(arguments), posixError(PosixCode::invalidArgument));
   }
   const auto failure = modify({"k", "app", "ann", "box", "{ open"});
   ASSERT_TRUE(failure && isPosixError(*failure, PosixCode::invalidArgument));
   const auto* cause = failure->userInfo.at("NSUnderlyingError").error();
-  ASSERT_NE(cause, nullptr);
+  ASSERT_TRUE(cause);
   EXPECT_EQ(cause->domain, "NSCocoaErrorDomain");
   EXPECT_EQ(cause->code, 3840);
-  EXPECT_TRUE(preferences.calls.empty());
+  EXPECT_EQ(preferences.call, "");
 }
 
 TEST_F(PreferenceOperations, WhatIsNotStoredIsCodeTen) {
   preferences.isWorking = false;
-  EXPECT_EQ(modify({"k", "app", "ann", "box", ""}), preferenceSettingError());
   EXPECT_EQ(
-      preferenceSettingError(),
+      modify({"k", "app", "ann", "box", ""}),
       (Error{"com.vantor.error.privileged-operation",
              10,
              {{"NSLocalizedDescription", "A preference setting could not be updated successfully."},

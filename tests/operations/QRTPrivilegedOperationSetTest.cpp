@@ -1,9 +1,9 @@
 #include "operations/QRTPrivilegedOperationSet.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "operations/OperationCatalogue.h"
-#include "operations/OperationSetFactories.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "support/FakeAuthority.h"
 #include "support/RecordingLog.h"
@@ -11,102 +11,81 @@
 namespace qrt {
 namespace {
 
+/// With "!" for those that need no password, "%" for progress and ">" for live output.
 TEST(OperationCatalogue, IsTheContractThatClientsWereBuiltWith) {
-  using Codes = std::vector<std::uint64_t>;
-  Codes codes, withoutPassword, withProgress, withOutput;
-  std::string identifiers;
+  std::string contract;
   for (const auto* record = privilegedOperationCatalogue; record->code != 9999; ++record) {
-    codes.push_back(record->code);
-    identifiers += std::string(record->identifier) + " ";
+    contract += std::to_string(record->code) + " " + record->identifier +
+                (record->authenticationPolicy == 0 ? "!" : "") +
+                (record->capabilities.progressFeedback ? "%" : "") +
+                (record->capabilities.liveOutput ? ">" : "") + ", ";
     EXPECT_LE(record->authenticationPolicy, 1u);
-    if (record->authenticationPolicy == 0) withoutPassword.push_back(record->code);
-    if (record->capabilities.progressFeedback) withProgress.push_back(record->code);
-    if (record->capabilities.liveOutput) withOutput.push_back(record->code);
     // One sentence that the prompt can show as it is.
     const std::string presentation = record->userPresentation;
     EXPECT_TRUE(presentation.starts_with("Corvexa likes to ") && presentation.ends_with("."));
   }
-  Codes expected{9998, 9997, 9996, 9995, 9994};
-  for (std::uint64_t code = 0; code <= 27; ++code) expected.push_back(code);
-  EXPECT_EQ(codes, expected);
-  EXPECT_EQ(withoutPassword, (Codes{9998, 9997}));
-  EXPECT_EQ(withProgress, (Codes{3, 4, 10, 11, 12, 13, 21}));
-  EXPECT_EQ(withOutput, (Codes{22, 25}));
-  EXPECT_EQ(identifiers,
-            "nop discard-auth delete-files prepare-uninstall perform-uninstall modify-systemfile "
-            "create-fileobject rename-fileobject delete-fileobjects delete-foldercontents "
-            "inspect-fileobject touch-fileobject modify-protection modify-hfsattr create-link "
-            "search-agedfiles search-filenames search-patterns search-fileorphans "
-            "inspect-storagesize modify-kernelsetting modify-nvram modify-preferences "
-            "modify-sysconf signal-process modify-acl prop-permissions execute-utility "
-            "enable-ipvsix rename-stashfolder create-installmedia erase-diskblocks "
-            "write-smcvalue ");
+  EXPECT_EQ(contract,
+            "9998 nop!, 9997 discard-auth!, 9996 delete-files, 9995 prepare-uninstall, 9994 "
+            "perform-uninstall, 0 modify-systemfile, 1 create-fileobject, 2 rename-fileobject, 3 "
+            "delete-fileobjects%, 4 delete-foldercontents%, 5 inspect-fileobject, 6 "
+            "touch-fileobject, 7 modify-protection, 8 modify-hfsattr, 9 create-link, 10 "
+            "search-agedfiles%, 11 search-filenames%, 12 search-patterns%, 13 "
+            "search-fileorphans%, 14 inspect-storagesize, 15 modify-kernelsetting, 16 "
+            "modify-nvram, 17 modify-preferences, 18 modify-sysconf, 19 signal-process, 20 "
+            "modify-acl, 21 prop-permissions%, 22 execute-utility>, 23 enable-ipvsix, 24 "
+            "rename-stashfolder, 25 create-installmedia>, 26 erase-diskblocks, 27 "
+            "write-smcvalue, ");
 }
 
-using Capabilities = QRTPrivilegedOperationStaticDescription::Capabilities;
-
 TEST(QRTPrivilegedOperation, AcceptsOnlyConsistentRecords) {
+  using Capabilities = QRTPrivilegedOperationStaticDescription::Capabilities;
   enum Fate { accepted, refused, refusedAndLogged };
   const Capabilities none, progress{.progressFeedback = true},
       both{.progressFeedback = true, .liveOutput = true};
-  const std::pair<QRTPrivilegedOperationStaticDescription, Fate> cases[] = {
-      {{7, "a-b", 1, none, 2, "SN", "Text."}, accepted},
-      {{7, "a", 0, none, 0, "", "Text."}, accepted},
-      {{7, "a", 2, progress, NSNotFound, nullptr, "Text."}, accepted},
-      {{7, nullptr, 1, none, 0, nullptr, "Text."}, refused},
-      {{7, "a", 1, none, 0, nullptr, nullptr}, refused},
-      {{7, "a", 3, none, 0, nullptr, "Text."}, refused},
-      {{7, "a", 1, none, 0, "S", "Text."}, refusedAndLogged},
-      {{7, "a", 1, none, 1, nullptr, "Text."}, refusedAndLogged},
-      {{7, "a", 1, none, NSNotFound, "S", "Text."}, refusedAndLogged},
-      {{7, "a", 1, both, 0, nullptr, "Text."}, refusedAndLogged},
-      {{7, "a", 1, none, 0, nullptr, ""}, refusedAndLogged},
-  };
-  for (const auto& [record, fate] : cases) {
+  const auto init = [](const QRTPrivilegedOperationStaticDescription& record, Fate fate) {
     test::RecordingLog log;
     EXPECT_EQ(QRTPrivilegedOperation::initWithStaticDescription(record, log).has_value(),
               fate == accepted);
-    if (fate != refusedAndLogged) {
-      EXPECT_TRUE(log.lines().empty());
-      continue;
-    }
-    EXPECT_EQ(log.texts(), std::vector<std::string>{
-                               "(null): implementation error - static description with code 7 "
-                               "contains inconsistent data and was not accepted."});
-  }
+    const std::string line =
+        "(null): implementation error - static description with code 7 contains inconsistent data "
+        "and was not accepted.";
+    EXPECT_EQ(log.texts(), std::vector<std::string>(fate == refusedAndLogged ? 1 : 0, line));
+  };
+  init({7, "a-b", 1, none, 2, "SN", "Text."}, accepted);
+  init({7, "a", 0, none, 0, "", "Text."}, accepted);
+  init({7, "a", 2, progress, NSNotFound, nullptr, "Text."}, accepted);
+  init({7, nullptr, 1, none, 0, nullptr, "Text."}, refused);
+  init({7, "a", 1, none, 0, nullptr, nullptr}, refused);
+  init({7, "a", 3, none, 0, nullptr, "Text."}, refused);
+  init({7, "a", 1, none, 0, "S", "Text."}, refusedAndLogged);
+  init({7, "a", 1, none, 1, nullptr, "Text."}, refusedAndLogged);
+  init({7, "a", 1, none, NSNotFound, "S", "Text."}, refusedAndLogged);
+  init({7, "a", 1, both, 0, nullptr, "Text."}, refusedAndLogged);
+  init({7, "a", 1, none, 0, nullptr, ""}, refusedAndLogged);
+}
+
+std::optional<QRTPrivilegedOperation> operation(const char* identifier,
+                                                const PropertyValue& policy = "allow") {
+  return QRTPrivilegedOperation::initWithIdentifier(identifier, policy, false, false, 0, {}, "T.");
 }
 
 TEST(QRTPrivilegedOperation, PoliciesAreRightDefinitions) {
-  const auto isPolicy = [](const PropertyValue& policy) {
-    return QRTPrivilegedOperation::initWithIdentifier("a", policy, false, false, 0, {}, "Text.")
-        .has_value();
-  };
-  EXPECT_TRUE(isPolicy("rule") && isPolicy(Dictionary{{"rule", "default"}}));
-  const auto named =
-      QRTPrivilegedOperation::initWithIdentifier("a", "allow", false, false, 0, {}, "Text.");
-  EXPECT_EQ(named->authenticationRightNameForImplementationIdentifier(""), std::nullopt);
-  EXPECT_FALSE(isPolicy("") || isPolicy(Dictionary()) || isPolicy(1));
+  EXPECT_TRUE(operation("a", "rule") && operation("a", Dictionary{{"rule", "default"}}));
+  EXPECT_FALSE(operation("a", "") || operation("a", Dictionary()) || operation("a", 1));
 }
 
 TEST(QRTPrivilegedOperation, StemsKeepLettersAndCapitalizeWords) {
   const std::pair<const char*, const char*> cases[] = {
       {"delete-foldercontents", "DeleteFoldercontents"},
-      {"enable-ipvsix", "EnableIpvsix"},
       {"1a-2bC", "ABc"},
       {"x_y.z", "Xyz"},
-      {"gr\xc3\xb6\xc3\x9f"
-       "e-b",
-       "GreB"},
+      {"gr\xc3\xb6\xc3\x9f-b", "GrB"},
       {"42", ""},
   };
   for (const auto& [identifier, stem] : cases) {
-    const auto operation =
-        QRTPrivilegedOperation::initWithIdentifier(identifier, "allow", false, false, 0, {}, "T.");
-    EXPECT_EQ(operation->operationIdentifierForExecutionSelector(), stem) << identifier;
+    EXPECT_EQ(operation(identifier)->operationIdentifierForExecutionSelector(), stem);
   }
 }
-
-using test::FakeAuthority;
 
 constexpr QRTPrivilegedOperationStaticDescription small[] = {
     {1, "first", 0, {}, 0, nullptr, "First."},
@@ -118,20 +97,20 @@ constexpr QRTPrivilegedOperationStaticDescription small[] = {
 class QRTPrivilegedOperationSetTest : public testing::Test {
  protected:
   test::RecordingLog log;
-  FakeAuthority authority;
+  test::FakeAuthority authority;
   QRTPrivilegedOperationSetVK2 set{log, authority, small};
   std::unique_ptr<Authorization> authorization = std::move(authority.create()).value();
 
   void SetUp() override { authority.takeCalls(); }
 };
 
-TEST_F(QRTPrivilegedOperationSetTest, CodesOfOperations) {
+TEST_F(QRTPrivilegedOperationSetTest, CodesAndRightsOfOperations) {
   EXPECT_EQ(set.authorizationRightNameForOperationWithIdentifier("broken"), std::nullopt);
+  EXPECT_EQ(operation("a")->authenticationRightNameForImplementationIdentifier(""), std::nullopt);
   EXPECT_EQ(set.nameOfXPCRequestorForHelper(), "com.vantor.xpc.privilegerequestor-vk2");
   EXPECT_EQ(set.opCodeForOperation(&set.implementedOperations().at("third-one")), 3u);
   EXPECT_EQ(set.opCodeForOperation(nullptr), 0x7fffffffffffffffu);
-  const auto stranger =
-      QRTPrivilegedOperation::initWithIdentifier("stranger", "allow", false, false, 0, {}, "T.");
+  const auto stranger = operation("stranger");
   EXPECT_EQ(set.opCodeForOperation(&*stranger), 0x7fffffffffffffffu);
 }
 
@@ -140,7 +119,7 @@ TEST_F(QRTPrivilegedOperationSetTest, InstallsOnlyRightsThatAreMissing) {
   EXPECT_TRUE(authority.rights().empty());
 
   set.setAuthorizationRightsForImplementedOperationsUsingAuthorization(authorization.get());
-  const std::map<std::string, FakeAuthority::Right> expected = {
+  const std::map<std::string, test::FakeAuthority::Right> expected = {
       {"com.vantor.vk2.first", {"allow", "First.", "PrivilegedOperations"}},
       {"com.vantor.vk2.third-one", {"authenticate-admin", "Third.", "PrivilegedOperations"}}};
   EXPECT_EQ(authority.rights(), expected);
@@ -151,41 +130,17 @@ TEST_F(QRTPrivilegedOperationSetTest, InstallsOnlyRightsThatAreMissing) {
 }
 
 TEST_F(QRTPrivilegedOperationSetTest, GoesOnAfterARightThatIsRefused) {
-  using Lines = std::vector<test::RecordingLog::Line>;
-  const auto before = log.lines().size();
-  const auto newLines = [&] {
-    const auto lines = log.lines();
-    return Lines(lines.begin() + static_cast<std::ptrdiff_t>(before), lines.end());
-  };
   authority.rightSetStatus = AuthorizationStatus::internal;
   set.setAuthorizationRightsForImplementedOperationsUsingAuthorization(authorization.get());
   authority.rightGetStatuses = {{"com.vantor.vk2.first", AuthorizationStatus::noError}};
   authority.rightRemoveStatus = AuthorizationStatus::internal;
   set.removeAuthorizationRightsForImplementedOperationsUsingAuthorization(*authorization);
-  EXPECT_EQ(newLines(), (Lines{{LogLevel::error,
-                                "Authorization database did not accept right definition for "
-                                "'com.vantor.vk2.first'!"},
-                               {LogLevel::error,
-                                "Authorization database did not accept right definition for "
-                                "'com.vantor.vk2.third-one'!"},
-                               {LogLevel::error,
-                                "Authorization database did not remove right definition for "
-                                "'com.vantor.vk2.first'!"}}));
-}
-
-TEST(AuthorizationEnvironment, FreesWhatIsThere) {
-  const auto freeEnvironment = QRTPrivilegedOperationSet::freeAuthorizationEnvironment;
-  freeEnvironment(nullptr);
-  // A count without items is not looked at.
-  freeEnvironment(new AuthorizationEnvironment{3, nullptr});
-  freeEnvironment(
-      new AuthorizationEnvironment{1, new AuthorizationItem[1]{{"icon", 0, nullptr, 0}}});
-}
-
-TEST(OperationSetFactories, KnowThePrincipalClass) {
-  EXPECT_EQ(operationSetFactoryForClass("NSObject"), nullptr);
-  EXPECT_EQ(operationSetFactoryForClass(""), nullptr);
-  EXPECT_NE(operationSetFactoryForClass("QRTPrivilegedOperationSetVK2"), nullptr);
+  const std::string refused = "Authorization database did not accept right definition for ";
+  EXPECT_THAT(log.texts(), testing::ElementsAre(
+                               testing::HasSubstr("code 2"), refused + "'com.vantor.vk2.first'!",
+                               refused + "'com.vantor.vk2.third-one'!",
+                               "Authorization database did not remove right definition for "
+                               "'com.vantor.vk2.first'!"));
 }
 
 }  // namespace

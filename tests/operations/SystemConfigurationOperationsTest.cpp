@@ -11,58 +11,57 @@
 namespace qrt {
 namespace {
 
-/// A configuration that writes down each step and fails at one of them.
-class RecordingConfiguration : public SystemConfiguration {
- public:
-  std::string failingStep;
-  std::vector<std::string> steps;
+using Steps = std::vector<std::string>;
 
-  std::unique_ptr<SystemConfigurationPreferences> open(const std::string& clientName,
-                                                       const std::string& identifier) override {
-    if (!take("open " + clientName + "/" + identifier)) return nullptr;
-    return std::make_unique<Session>([this](const std::string& step) { return take(step); });
-  }
-
- private:
-  using Take = std::function<bool(const std::string&)>;
+/// Writes down each step that is asked of a configuration and fails at one of them.
+struct Recorder {
+  std::string failing;
+  Steps steps;
 
   bool take(const std::string& step) {
     steps.push_back(step);
-    return failingStep.empty() || !step.starts_with(failingStep);
+    return failing.empty() || !step.starts_with(failing);
   }
-
-  struct Service : NetworkService {
-    Take take;
-    explicit Service(Take itsTake) : take(std::move(itsTake)) {}
-    bool supportsIPv6() const override { return take("protocol"); }
-    bool setIPv6Enabled(bool isEnabled) override { return take(isEnabled ? "enable" : "disable"); }
-  };
-
-  struct Session : SystemConfigurationPreferences {
-    Take take;
-    explicit Session(Take itsTake) : take(std::move(itsTake)) {}
-    ~Session() override { take("close"); }
-    bool lock() override { return take("lock"); }
-    void unlock() override { take("unlock"); }
-    bool setValue(const std::string& key, const PropertyValue& value) override {
-      return take("set " + key + "=" + *value.string());
-    }
-    bool removeValue(const std::string& key) override { return take("remove " + key); }
-    std::unique_ptr<NetworkService> networkService(const std::string& identifier) override {
-      return take("service " + identifier) ? std::make_unique<Service>(take) : nullptr;
-    }
-    bool applyChanges() override { return take("apply"); }
-    bool commitChanges() override { return take("commit"); }
-  };
 };
 
-class SystemConfigurationOperations : public testing::Test {
- protected:
-  using Steps = std::vector<std::string>;
+struct RecordingService : NetworkService {
+  Recorder& recorder;
 
+  explicit RecordingService(Recorder& its) : recorder(its) {}
+  bool supportsIPv6() const override { return recorder.take("protocol"); }
+  bool setIPv6Enabled(bool isEnabled) override {
+    return recorder.take(isEnabled ? "enable" : "disable");
+  }
+};
+
+struct RecordingSession : SystemConfigurationPreferences {
+  Recorder& recorder;
+
+  explicit RecordingSession(Recorder& its) : recorder(its) {}
+  ~RecordingSession() override { recorder.take("close"); }
+  bool lock() override { return recorder.take("lock"); }
+  void unlock() override { recorder.take("unlock"); }
+  bool setValue(const std::string& key, const PropertyValue& value) override {
+    return recorder.take("set " + key + "=" + *value.string());
+  }
+  bool removeValue(const std::string& key) override { return recorder.take("remove " + key); }
+  std::unique_ptr<NetworkService> networkService(const std::string& identifier) override {
+    if (!recorder.take("service " + identifier)) return nullptr;
+    return std::make_unique<RecordingService>(recorder);
+  }
+  bool applyChanges() override { return recorder.take("apply"); }
+  bool commitChanges() override { return recorder.take("commit"); }
+};
+
+class SystemConfigurationOperations : public testing::Test, SystemConfiguration {
+ protected:
   SystemConfigurationOperations() {
-    registerSystemConfigurationHandlers(handlers, configuration, native.facilities().propertyLists,
-                                        log);
+    registerSystemConfigurationHandlers(handlers, *this, native.facilities().propertyLists, log);
+  }
+  std::unique_ptr<SystemConfigurationPreferences> open(const std::string& clientName,
+                                                       const std::string& identifier) override {
+    if (!recorder.take("open " + clientName + "/" + identifier)) return nullptr;
+    return std::make_unique<RecordingSession>(recorder);
   }
 
   Outcome modify(const Array& arguments) {
@@ -71,33 +70,31 @@ class SystemConfigurationOperations : public testing::Test {
   Outcome enable(const Array& arguments) {
     return (*handlers.find("performOperationEnableIpvsixWithArguments:"))(arguments, nullptr);
   }
-  /// The steps since the last call, with `failingStep` as the one that fails from here on.
-  Steps takeSteps(std::string failingStep = {}) {
-    configuration.failingStep = std::move(failingStep);
-    return std::exchange(configuration.steps, {});
-  }
 
-  /// What is done when the step of that number fails.
-  static Steps stepsUpTo(std::size_t failed, Steps all) {
-    all.resize(failed + 1);
-    if (failed > 1) all.push_back("unlock");
-    if (failed > 0) all.push_back("close");
-    return all;
+  /// The steps since the last call, all of which succeeded or the last of which failed.
+  void expectSteps(Steps steps) {
+    const auto count = steps.size();
+    if (count > 2) steps.push_back("unlock");
+    if (count > 1) steps.push_back("close");
+    EXPECT_EQ(std::exchange(recorder.steps, {}), steps);
   }
 
   const NativePlatform native;
   test::RecordingLog log;
-  RecordingConfiguration configuration;
+  Recorder recorder;
   HandlerTable handlers;
 };
 
 TEST_F(SystemConfigurationOperations, AValueIsAppliedBeforeItIsCommitted) {
   EXPECT_FALSE(modify({"me", "", "key", "value"}));
-  EXPECT_EQ(takeSteps(),
-            (Steps{"open me/", "lock", "set key=value", "apply", "commit", "unlock", "close"}));
+  expectSteps({"open me/", "lock", "set key=value", "apply", "commit"});
   EXPECT_FALSE(modify({"me", "site", "key", ""}));
-  EXPECT_EQ(takeSteps(),
-            (Steps{"open me/site", "lock", "remove key", "apply", "commit", "unlock", "close"}));
+  expectSteps({"open me/site", "lock", "remove key", "apply", "commit"});
+  for (const Array& bad : {Array{"", "", "key", "value"}, Array{"me", "", "", "value"}}) {
+    EXPECT_EQ(modify(bad), posixError(PosixCode::invalidArgument));
+  }
+  EXPECT_EQ(codeOf(modify({"me", "", "key", "( open"})), 22);
+  EXPECT_TRUE(recorder.steps.empty());
 }
 
 TEST_F(SystemConfigurationOperations, AFailedStepEndsTheChangeOfAValue) {
@@ -108,58 +105,44 @@ TEST_F(SystemConfigurationOperations, AFailedStepEndsTheChangeOfAValue) {
        {"NSLocalizedRecoverySuggestion",
         "The operating system was unable to change a preference setting in the system "
         "configuration. The reason is unknown."}}};
-  const Steps all{"open me/", "lock", "set key=value", "apply", "commit"};
-  const char* const failing[] = {"open", "lock", "set", "apply", "commit"};
-  for (std::size_t i = 0; i < all.size(); ++i) {
-    takeSteps(failing[i]);
+  Steps steps;
+  for (const auto* failing : {"open me/", "lock", "set key=value", "apply", "commit"}) {
+    steps.push_back(recorder.failing = failing);
     EXPECT_EQ(modify({"me", "", "key", "value"}),
-              i == 1 ? posixError(PosixCode::busy) : unknownReason);
-    EXPECT_EQ(takeSteps(), stepsUpTo(i, all));
+              recorder.failing == "lock" ? posixError(PosixCode::busy) : unknownReason);
+    expectSteps(steps);
   }
-  EXPECT_EQ(modify({"", "", "key", "value"}), posixError(PosixCode::invalidArgument));
-  EXPECT_EQ(modify({"me", "", "", "value"}), posixError(PosixCode::invalidArgument));
-  const auto failure = modify({"me", "", "key", "( open"});
-  ASSERT_TRUE(failure && isPosixError(*failure, PosixCode::invalidArgument));
-  EXPECT_TRUE(failure->userInfo.contains("NSUnderlyingError"));
-  EXPECT_TRUE(takeSteps().empty());
 }
 
 TEST_F(SystemConfigurationOperations, IPv6IsSwitchedAsTheNumberSays) {
-  for (const auto& [number, step] : {std::pair<Number, const char*>{1, "enable"},
-                                     {0, "disable"},
-                                     {0.5, "enable"},
-                                     {false, "disable"}}) {
+  const std::pair<Number, const char*> cases[] = {{0, "disable"}, {0.5, "enable"}};
+  for (const auto& [number, step] : cases) {
     EXPECT_FALSE(enable({"me", "eth0", number}));
-    EXPECT_EQ(takeSteps(), (Steps{"open me/", "lock", "service eth0", "protocol", step, "apply",
-                                  "commit", "unlock", "close"}));
+    expectSteps({"open me/", "lock", "service eth0", "protocol", step, "apply", "commit"});
   }
   EXPECT_EQ(enable({"me", "eth0"}), posixError(PosixCode::invalidArgument));
-  EXPECT_TRUE(takeSteps().empty());
+  EXPECT_TRUE(recorder.steps.empty());
 }
 
 TEST_F(SystemConfigurationOperations, AFailedStepEndsTheSwitchAndIsLogged) {
   const std::pair<const char*, const char*> cases[] = {
-      {"open", nullptr},
+      {"open me/", nullptr},
       {"lock", "Network preferences locked by other application."},
-      {"service", "Network service with identifier 'eth0' doesn't exist."},
+      {"service eth0", "Network service with identifier 'eth0' doesn't exist."},
       {"protocol", "IPv6 protocol is not supported by selected network service."},
       {"disable", nullptr},
       {"apply", nullptr},
-      {"commit", nullptr},
-  };
-  const Steps all{"open me/", "lock", "service eth0", "protocol", "disable", "apply", "commit"};
-  std::size_t lines = 0;
-  for (std::size_t i = 0; i < all.size(); ++i) {
-    const auto& [step, line] = cases[i];
-    takeSteps(step);
+      {"commit", nullptr}};
+  Steps steps;
+  std::vector<test::RecordingLog::Line> lines;
+  for (const auto& [failing, line] : cases) {
+    steps.push_back(recorder.failing = failing);
     EXPECT_EQ(enable({"me", "eth0", 0}),
-              i == 1 ? posixError(PosixCode::busy) : preferenceSettingError());
-    EXPECT_EQ(takeSteps(), stepsUpTo(i, all));
-    if (!line) continue;
-    ASSERT_EQ(log.lines().size(), ++lines) << step;
-    EXPECT_EQ(log.lines().back(), (test::RecordingLog::Line{LogLevel::error, line}));
+              recorder.failing == "lock" ? posixError(PosixCode::busy) : preferenceSettingError());
+    expectSteps(steps);
+    if (line) lines.push_back({LogLevel::error, line});
   }
-  EXPECT_EQ(log.lines().size(), lines);
+  EXPECT_EQ(log.lines(), lines);
 }
 
 }  // namespace

@@ -39,9 +39,7 @@ TEST_F(SystemSettings, KernelSettingsAreWritten) {
 
 TEST_F(SystemSettings, ASignalReachesTheProcess) {
   const pid_t child = fork();
-  if (child == 0) {
-    for (;;) pause();
-  }
+  while (child == 0) pause();
   EXPECT_EQ(signalProcess(child, 0), 0);
   EXPECT_EQ(signalProcess(child, 12345), 22);
   // Only the low 32 bits of the numbers count.

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <optional>
-#include <set>
 #include <sstream>
 
 #include "ServiceDoubles.h"
@@ -14,8 +13,13 @@
 namespace qrt {
 namespace {
 
+constexpr const char* needsRoot = "This program needs root privileges.";
+constexpr const char* shuttingDown = "Privileged helper is shutting down.";
+
 class EntryPointTest : public testing::Test {
  protected:
+  using Texts = std::vector<std::string>;
+
   test::ServicePlatform doubles_;
   Dictionary info_ = *doubles_.platform.propertyLists.parse(infoPropertyList).value().dictionary();
   std::ostringstream output_, error_;
@@ -23,100 +27,81 @@ class EntryPointTest : public testing::Test {
   /// Without a handler for one of the codes.
   std::optional<std::uint64_t> forgotten_;
 
-  int enter(std::vector<const char*> arguments) {
+  int enter(std::vector<const char*> arguments = {}) {
     const auto registerHandlers = [this](QRTPrivilegedOperationSet& set) {
       set.handlers() = HandlerTable();
       for (std::uint64_t code = 0; code <= 27; ++code) {
-        const std::set<std::uint64_t> withFeedback{3, 4, 10, 11, 12, 13, 21, 22, 25};
-        const auto name = set.nameOfSelectorForExecutionOfPrivilegedOperationWithCode(
-            code, withFeedback.contains(code));
-        const auto nothing = [](const Array&, FeedbackConnection*) -> Outcome { return success; };
-        if (code != forgotten_) set.handlers().add(name, nothing);
+        if (code == forgotten_) continue;
+        for (const bool feedback : {false, true}) {
+          set.handlers().add(
+              set.nameOfSelectorForExecutionOfPrivilegedOperationWithCode(code, feedback),
+              [](const Array&, FeedbackConnection*) -> Outcome { return success; });
+        }
       }
     };
-    const EntryPoint entryPoint{doubles_.platform, info_, registerHandlers, output_, error_};
-    return entryPoint.enter(arguments);
+    return EntryPoint{doubles_.platform, info_, registerHandlers, output_, error_}.enter(arguments);
   }
 };
 
-TEST_F(EntryPointTest, CommandLine) {
-  struct Case {
-    std::vector<const char*> arguments;
-    int status;
-    const char* output;
-  };
+TEST_F(EntryPointTest, TellsItsVersionToAnybodyAndTakesNoOtherArguments) {
   doubles_.self.userID = 501;
-  for (const auto& c :
-       {Case{{"v"}, 0, "1.6 (Build 171004)\n"}, Case{{"version"}, 0, "1.6 (Build 171004)\n"},
-        Case{{"-v"}, 1, ""}, Case{{""}, 1, ""}, Case{{"V"}, 1, ""}, Case{{"v", "v"}, 1, ""}}) {
-    output_.str("");
-    EXPECT_EQ(enter(c.arguments), c.status);
-    EXPECT_EQ(output_.str(), c.output);
+  for (const char* asked : {"v", "version"}) EXPECT_EQ(enter({asked}), 0);
+  for (const auto& other : std::vector<std::vector<const char*>>{{"-v"}, {""}, {"V"}, {"v", "v"}}) {
+    EXPECT_EQ(enter(other), 1);
   }
+  EXPECT_EQ(output_.str(), "1.6 (Build 171004)\n1.6 (Build 171004)\n");
   EXPECT_EQ(error_.str(), "");
   EXPECT_TRUE(doubles_.log.texts().empty());
 }
 
 TEST_F(EntryPointTest, NeedsItsPrincipalClass) {
-  for (const auto* name : {"", "QRTPrivilegedOperationSet"}) {
-    info_.insert_or_assign("NSPrincipalClass", name);
-    error_.str("");
-    EXPECT_EQ(enter({}), 1);
-    EXPECT_EQ(error_.str(),
-              "Internal implementation error: The principal class is either not set or not "
-              "implemented.\n");
-  }
-  EXPECT_EQ(enter({"a", "b"}), 1);
+  info_.insert_or_assign("NSPrincipalClass", "QRTPrivilegedOperationSet");
+  EXPECT_EQ(enter(), 1);
+  info_.erase("NSPrincipalClass");
+  EXPECT_EQ(enter(), 1);
+  const std::string problem =
+      "Internal implementation error: The principal class is either not set or not implemented.\n";
+  EXPECT_EQ(error_.str(), problem + problem);
   EXPECT_TRUE(doubles_.log.texts().empty());
 }
 
 TEST_F(EntryPointTest, RefusesAnotherVersionAndAnotherUser) {
   info_.insert_or_assign("CFBundleShortVersionString", "1.6.0");
-  const std::string mismatch =
+  const char* mismatch =
       "Executable version (1.6.0) does not match implementation version of privileged command set "
       "(1.6).";
-  const std::string shutDown = "Privileged helper is shutting down.";
-  EXPECT_EQ(enter({}), 1);
-  EXPECT_EQ(doubles_.log.texts(), (std::vector{mismatch, shutDown}));
-  EXPECT_FALSE(doubles_.transport.served);
-
+  EXPECT_EQ(enter(), 1);
   doubles_.self.userID = 501;
-  EXPECT_EQ(enter({}), 1);
-  EXPECT_EQ(error_.str(), "This program needs root privileges.");
+  EXPECT_EQ(enter(), 1);
+  EXPECT_EQ(error_.str(), needsRoot);
   EXPECT_EQ(doubles_.log.texts(),
-            (std::vector<std::string>{mismatch, shutDown, mismatch,
-                                      "This program needs root privileges.", shutDown}));
+            (Texts{mismatch, shuttingDown, mismatch, needsRoot, shuttingDown}));
   EXPECT_TRUE(doubles_.transport.turnedAway);
+  EXPECT_FALSE(doubles_.transport.served);
 }
 
 TEST_F(EntryPointTest, RefusesToOfferWhatNothingPerforms) {
-  std::vector<std::string> expected;
   for (const std::uint64_t code : {0, 12, 27}) {
     forgotten_ = code;
-    EXPECT_EQ(enter({}), 1);
-    expected.push_back("Privileged operation " + std::to_string(code) + " has no implementation.");
-    expected.emplace_back("Privileged helper is shutting down.");
-    EXPECT_EQ(doubles_.log.texts(), expected);
+    EXPECT_EQ(enter(), 1);
   }
-  EXPECT_FALSE(doubles_.transport.served);
+  EXPECT_EQ(doubles_.log.texts(),
+            (Texts{"Privileged operation 0 has no implementation.", shuttingDown,
+                   "Privileged operation 12 has no implementation.", shuttingDown,
+                   "Privileged operation 27 has no implementation.", shuttingDown}));
   EXPECT_TRUE(doubles_.transport.turnedAway);
-  // Whoever only asks for the version gets it, and another user is told that first.
-  EXPECT_EQ(enter({"v"}), 0);
-  doubles_.self.userID = 501;
-  EXPECT_EQ(enter({}), 1);
-  EXPECT_EQ(error_.str(), "This program needs root privileges.");
+  EXPECT_FALSE(doubles_.transport.served);
 }
 
 TEST_F(EntryPointTest, ServesOrSaysWhyItCannot) {
-  EXPECT_EQ(enter({}), 0);
+  EXPECT_EQ(enter(), 0);
   EXPECT_TRUE(doubles_.transport.served);
   EXPECT_FALSE(doubles_.transport.turnedAway);
   EXPECT_EQ(doubles_.log.lines().back(),
-            (test::RecordingLog::Line{LogLevel::standard, "Privileged helper is shutting down."}));
+            (test::RecordingLog::Line{LogLevel::standard, shuttingDown}));
 
-  doubles_.transport.resumeFailure =
-      Error{"NSPOSIXErrorDomain", 9, {{"NSLocalizedDescription", "No socket."}}};
-  EXPECT_EQ(enter({}), 1);
+  doubles_.transport.resumeFailure = Error{"d", 9, {{"NSLocalizedDescription", "No socket."}}};
+  EXPECT_EQ(enter(), 1);
   EXPECT_EQ(error_.str(), "No socket.\n");
 }
 

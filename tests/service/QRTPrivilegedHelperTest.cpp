@@ -8,39 +8,18 @@
 namespace qrt {
 namespace {
 
-using test::RecordingLog;
-
 class QRTPrivilegedHelperTest : public testing::Test {
  protected:
   test::ServicePlatform doubles_;
   QRTPrivilegedOperationSetVK2 operations_{doubles_.log, doubles_.authority};
   QRTPrivilegedHelper& helper_ =
       *QRTPrivilegedHelper::initForOperationSet(&operations_, doubles_.platform);
-
-  ~QRTPrivilegedHelperTest() override {
-    // The helper is the process's only one: leave its registry empty for the next test.
-    for (const auto identifier : helper_.clients().clientSet()) {
-      try {
-        helper_.unregisterClientWithPID(identifier);
-      } catch (const test::Exited&) {
-      }
-    }
-  }
 };
 
-TEST_F(QRTPrivilegedHelperTest, ThereIsOneInAProcess) {
+TEST_F(QRTPrivilegedHelperTest, ThereIsOneInAProcessWithAServiceIdentifier) {
   EXPECT_EQ(QRTPrivilegedHelper::privilegedHelper(), &helper_);
-  EXPECT_EQ(&QRTPrivilegedHelper::init(), &helper_);
   EXPECT_EQ(QRTPrivilegedHelper::initForOperationSet(nullptr, doubles_.platform), nullptr);
-}
-
-TEST_F(QRTPrivilegedHelperTest, ListensUnderTheServiceIdentifier) {
   EXPECT_EQ(doubles_.transport.serviceIdentifier, "com.vantor.system.privilegedhelper-vk2");
-  EXPECT_EQ(
-      doubles_.log.lines().back(),
-      (RecordingLog::Line{LogLevel::info,
-                          "Activated helper version 1.6, implementing operation set 'vk2'."}));
-  EXPECT_EQ(helper_.getVersionString(), "1.6");
   EXPECT_NE(helper_.connectWithEndpoint(), nullptr);
 }
 
@@ -57,21 +36,16 @@ TEST_F(QRTPrivilegedHelperTest, AcceptsOnlyFromItsOwnListener) {
 
   EXPECT_FALSE(helper_.shouldAcceptNewConnection(*foreignListener, &connection));
   EXPECT_FALSE(helper_.shouldAcceptNewConnection(own, nullptr));
-  EXPECT_FALSE(connection.resumed);
-  EXPECT_EQ(
-      doubles_.log.lines().back(),
-      (RecordingLog::Line{LogLevel::fault, "Received bad XPC connection request. Ignoring..."}));
+  EXPECT_FALSE(connection.exported || connection.resumed);
+  EXPECT_EQ(doubles_.log.texts().back(), "Received bad XPC connection request. Ignoring...");
   EXPECT_TRUE(helper_.shouldAcceptNewConnection(own, &connection));
   EXPECT_TRUE(connection.resumed);
   EXPECT_EQ(connection.exported, &helper_);
 }
 
 TEST_F(QRTPrivilegedHelperTest, EndsWhenTheLastClientLeaves) {
-  helper_.registerClientWithPID(42);
-  helper_.registerClientWithPID(42);
-  helper_.registerClientWithPID(43);
+  for (const auto client : {42, 42, 43}) helper_.registerClientWithPID(client);
   helper_.unregisterClientWithPID(42);
-  EXPECT_EQ(doubles_.log.lines().back().text, "1 clients remaining.");
   EXPECT_FALSE(doubles_.transport.invalidated);
   EXPECT_THROW(helper_.unregisterClientWithPID(43), test::Exited);
   EXPECT_TRUE(doubles_.transport.invalidated);

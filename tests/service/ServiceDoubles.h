@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 #include "platform/JobControl.h"
@@ -16,31 +15,35 @@
 namespace qrt::test {
 
 /// What `exit` does in a test instead of ending the process.
-struct Exited {
-  int status;
-};
+struct Exited {};
 
-class FakeSelfProcess : public SelfProcess {
- public:
+struct FakeSelfProcess : SelfProcess {
   std::uint32_t userID = 0;
 
   std::uint32_t realUserID() const override { return userID; }
   void prepareForService() override {}
-  [[noreturn]] void exit(int status) override { throw Exited{status}; }
+  [[noreturn]] void exit(int) override { throw Exited(); }
 };
 
-/// A listener that a test makes; it does not end when the helper drops it.
-class FakeTransport : public Transport {
- public:
-  struct Endpoint : ListenerEndpoint {};
+/// Tells what became of the listener that it made.
+struct FakeTransport : Transport {
+  struct FakeListener : Listener {
+    FakeTransport& transport;
+
+    explicit FakeListener(FakeTransport& itsTransport) : transport(itsTransport) {}
+    void setDelegate(ListenerDelegate&) override {}
+    Outcome resume() override { return transport.resumeFailure; }
+    void runLoop() override { transport.served = true; }
+    void invalidate() override { transport.invalidated = true; }
+    std::unique_ptr<ListenerEndpoint> endpoint() override {
+      return std::make_unique<ListenerEndpoint>();
+    }
+  };
 
   std::string serviceIdentifier;
-  std::optional<Error> resumeFailure;
+  Outcome resumeFailure;
   Listener* listener = nullptr;
-  ListenerDelegate* delegate = nullptr;
-  bool served = false;
-  bool invalidated = false;
-  bool turnedAway = false;
+  bool served = false, invalidated = false, turnedAway = false;
 
   std::unique_ptr<Listener> makeListener(const std::string& identifier) override {
     serviceIdentifier = identifier;
@@ -49,29 +52,12 @@ class FakeTransport : public Transport {
     return made;
   }
   void turnAway() override { turnedAway = true; }
-
- private:
-  class FakeListener : public Listener {
-   public:
-    explicit FakeListener(FakeTransport& transport) : transport_(transport) {}
-    void setDelegate(ListenerDelegate& asked) override { transport_.delegate = &asked; }
-    Outcome resume() override {
-      if (transport_.resumeFailure) return *transport_.resumeFailure;
-      return success;
-    }
-    void runLoop() override { transport_.served = true; }
-    void invalidate() override { transport_.invalidated = true; }
-    std::unique_ptr<ListenerEndpoint> endpoint() override { return std::make_unique<Endpoint>(); }
-
-   private:
-    FakeTransport& transport_;
-  };
 };
 
 /// A removal tool that a test plants.
-class FakeJobControl : public JobControl {
- public:
-  std::string tool = "/bin/true";
+struct FakeJobControl : JobControl {
+  std::string tool;
+
   std::string removalTool() const override { return tool; }
   std::vector<std::string> removalArguments(const std::string& identifier) const override {
     return {"forget", identifier};

@@ -9,6 +9,11 @@
 
 namespace qrt::test {
 
+/// SHA-1 of the maker's root certificate.
+inline constexpr std::array<std::uint8_t, 20> appleRootDigest = {
+    0x61, 0x1E, 0x5B, 0x66, 0x2C, 0x59, 0x3A, 0x08, 0xFF, 0x58,
+    0xD1, 0x4A, 0xE2, 0x24, 0x52, 0xD1, 0x98, 0xDF, 0x6C, 0x60};
+
 /// Reads signatures with another facility. Where a chain ends at the test's root the digest is the
 /// one that the maker's root has; everything else stays as it is.
 class AppleRootDouble : public CodeSigning {
@@ -22,26 +27,22 @@ class AppleRootDouble : public CodeSigning {
   }
 
  private:
-  class Code : public StaticCode {
-   public:
-    Code(std::unique_ptr<StaticCode> actual, const Data& rootDigest)
-        : actual_(std::move(actual)), rootDigest_(rootDigest) {}
+  struct Code : StaticCode {
+    const std::unique_ptr<StaticCode> actual;
+    const Data& rootDigest;
 
+    Code(std::unique_ptr<StaticCode> itsActual, const Data& itsDigest)
+        : actual(std::move(itsActual)), rootDigest(itsDigest) {}
     std::optional<SigningInformation> signingInformation() override {
-      auto information = actual_->signingInformation();
+      auto information = actual->signingInformation();
       if (!information || information->certificates.empty()) return information;
       auto& digest = information->certificates.back().digest;
-      if (std::equal(digest.begin(), digest.end(), rootDigest_.begin(), rootDigest_.end())) {
-        digest = {0x61, 0x1E, 0x5B, 0x66, 0x2C, 0x59, 0x3A, 0x08, 0xFF, 0x58,
-                  0xD1, 0x4A, 0xE2, 0x24, 0x52, 0xD1, 0x98, 0xDF, 0x6C, 0x60};
+      if (std::equal(digest.begin(), digest.end(), rootDigest.begin(), rootDigest.end())) {
+        digest = appleRootDigest;
       }
       return information;
     }
-    Outcome checkValidity() override { return actual_->checkValidity(); }
-
-   private:
-    std::unique_ptr<StaticCode> actual_;
-    const Data& rootDigest_;
+    Outcome checkValidity() override { return actual->checkValidity(); }
   };
 
   CodeSigning& actual_;

@@ -7,53 +7,47 @@
 namespace qrt {
 namespace {
 
-constexpr const char* folder = "sys/firmware/efi/efivars";
-
-std::string fileOf(const std::string& name) {
-  return std::string(folder) + "/" + name + "-7c436110-ab2a-4bbb-a880-fe41995c9f82";
-}
-
-std::string described(const Outcome& outcome) {
-  if (!outcome) return "success";
-  const auto parameters = outcome->userInfo.find("QRTLocalizedRecoverySuggestionParameters");
-  const auto* list = parameters == outcome->userInfo.end() ? nullptr : parameters->second.array();
-  return outcome->domain + " " + std::to_string(outcome->code) +
-         (list ? " " + *list->at(0).string() : "");
-}
+using namespace std::string_literals;
 
 class ModifyNvram : public testing::Test {
  protected:
-  std::string perform(const std::string& name, const std::string& text) {
-    return described(performOperationModifyNvramWithArguments({name, text}, nvram));
+  static std::string fileOf(const std::string& name) {
+    return folder + name + "-7c436110-ab2a-4bbb-a880-fe41995c9f82";
+  }
+  Outcome modify(const std::string& name, const std::string& text) {
+    return performOperationModifyNvramWithArguments({name, text}, nvram);
+  }
+  static Error refused(const char* code) {
+    return Error{
+        "com.vantor.error.privileged-operation",
+        9,
+        {{"NSLocalizedDescription", "It was not possible to modify a NVRAM setting."},
+         {"QRTLocalizedRecoverySuggestionTemplate",
+          "The operating system could not change a value in the non-volatile memory of this "
+          "computer. The error code is $1$."},
+         {"QRTLocalizedRecoverySuggestionParameters", Array{code}}}};
   }
 
+  static inline const std::string folder = "sys/firmware/efi/efivars/";
   test::ScratchFolder root;
   LinuxNvram nvram{root.path()};
 };
 
-using namespace std::string_literals;
-
 TEST_F(ModifyNvram, ExistingVariablesKeepTypeAndAttributes) {
-  struct Case {
-    std::string before, text, outcome, after;
+  const auto check = [this](std::string before, std::string text,
+                            std::optional<std::string> after) {
+    const auto file = test::plant(root, fileOf("variable"), before);
+    EXPECT_EQ(codeOf(modify("variable", text)), after ? 0 : 22) << text;
+    EXPECT_EQ(test::contentsOf(file), after.value_or(before));
   };
-  const Case cases[] = {
-      {"\3\0\0\0ab"s, "%41%42%43", "success", "\3\0\0\0%41%42%43"s},
-      {"\7\0\0\0a\n"s, "%41%42", "success", "\7\0\0\0AB"s},
-      {"\x27\0\0\0\xFF"s, "abc", "NSPOSIXErrorDomain 22", "\x27\0\0\0\xFF"s},
-      {"\7\0\0\0"s, "abc", "NSPOSIXErrorDomain 22", "\7\0\0\0"s},
-      {"\7\0\0\0caf\xC3\xA9"s, "bistro", "success", "\7\0\0\0bistro"s},
-      {"\7\0\0\0caf\xC3"s, "bistro", "NSPOSIXErrorDomain 22", "\7\0\0\0caf\xC3"s},
-      {"\7\0\0\0\xC2\x85"s, "bistro", "NSPOSIXErrorDomain 22", "\7\0\0\0\xC2\x85"s},
-      // A file that no variable can have is like none.
-      {"\3\0"s, "abc", "success", "\7\0\0\0abc"s},
-  };
-  for (const auto& c : cases) {
-    const auto name = "variable" + std::to_string(&c - cases);
-    test::plant(root, fileOf(name), c.before);
-    EXPECT_EQ(perform(name, c.text), c.outcome) << name;
-    EXPECT_EQ(test::contentsOf(root.path(fileOf(name))), c.after) << name;
-  }
+  check("\3\0\0\0ab"s, "%41%42%43", "\3\0\0\0%41%42%43"s);
+  check("\7\0\0\0a\n"s, "%41%42", "\7\0\0\0AB"s);
+  check("\x27\0\0\0\xFF"s, "abc", std::nullopt);
+  check("\7\0\0\0"s, "abc", std::nullopt);
+  check("\7\0\0\0caf\xC3\xA9"s, "bistro", "\7\0\0\0bistro"s);
+  check("\7\0\0\0\xC2\x85"s, "bistro", std::nullopt);
+  // A file that no variable can have is like none.
+  check("\3\0"s, "abc", "\7\0\0\0abc"s);
 }
 
 TEST_F(ModifyNvram, WriteProtectionIsLiftedAndPutBack) {
@@ -61,49 +55,34 @@ TEST_F(ModifyNvram, WriteProtectionIsLiftedAndPutBack) {
   if (!root.changeFlags(fileOf("locked"), "+i")) GTEST_SKIP() << "needs root and flags";
   for (const auto* name : {"locked", "open"}) {
     const auto file = root.path(fileOf(name));
-    EXPECT_EQ(perform(name, "new"), "success");
+    EXPECT_EQ(modify(name, "new"), success);
     EXPECT_EQ(test::contentsOf(file), "\7\0\0\0new"s);
     EXPECT_EQ(std::ofstream(file, std::ios::app).is_open(), name == "open"s);
   }
 }
 
 TEST_F(ModifyNvram, FailuresAreTold) {
-  EXPECT_EQ(perform("", "x"), "NSPOSIXErrorDomain 22");
+  EXPECT_EQ(modify("", "x"), posixError(PosixCode::invalidArgument));
   // No such memory.
-  EXPECT_EQ(perform("name", "x"), "success");
+  EXPECT_EQ(modify("name", "x"), success);
   EXPECT_FALSE(test::exists(root.path("sys")));
 
-  test::plant(root, std::string(folder) + "/other");
-  const auto refused = [](const char* code) {
-    return std::string("com.vantor.error.privileged-operation 9 ") + code;
-  };
-  EXPECT_EQ(perform("a/b", "x"), refused("-536870206"));
-  EXPECT_EQ(perform("a\0b"s, "x"), refused("-536870206"));
-  EXPECT_EQ(perform(std::string(300, 'n'), "x"), refused("-536870212"));
+  test::plant(root, folder + "other");
+  EXPECT_EQ(modify("a/b", "x"), refused("-536870206"));
+  EXPECT_EQ(modify("a\0b"s, "x"), refused("-536870206"));
+  EXPECT_EQ(modify(std::string(300, 'n'), "x"), refused("-536870212"));
   // A link is no variable and leads nowhere.
   const auto target = root.file("target", "untouched");
   root.link(fileOf("link"), target);
-  EXPECT_EQ(perform("link", "x"), refused("-536870212"));
+  EXPECT_EQ(modify("link", "x"), refused("-536870212"));
   EXPECT_EQ(test::contentsOf(target), "untouched");
-  if (root.changeFlags(folder, "+i")) {
-    EXPECT_EQ(perform("name", "x"), refused("-536870207"));
-  }
-}
-
-TEST_F(ModifyNvram, FullMemoryIsTold) {
-  test::plant(root, std::string(folder) + "/other");
-  const auto file = root.path(fileOf("full"));
-  const bool isMade = mknod(file.c_str(), S_IFCHR | 0600, makedev(1, 7)) == 0;
-  if (!isMade || ::access(file.c_str(), W_OK) != 0) GTEST_SKIP() << "needs a device node";
-  const auto outcome = performOperationModifyNvramWithArguments({"full", "x"}, nvram);
-  EXPECT_EQ(outcome,
-            (Error{"com.vantor.error.privileged-operation",
-                   9,
-                   {{"NSLocalizedDescription", "It was not possible to modify a NVRAM setting."},
-                    {"QRTLocalizedRecoverySuggestionTemplate",
-                     "The operating system could not change a value in the non-volatile memory of "
-                     "this computer. The error code is $1$."},
-                    {"QRTLocalizedRecoverySuggestionParameters", Array{"-536870181"}}}}));
+  // Memory that is full.
+  const auto full = root.path(fileOf("full"));
+  const bool isMade = mknod(full.c_str(), S_IFCHR | 0600, makedev(1, 7)) == 0;
+  if (!isMade || access(full.c_str(), W_OK) != 0) GTEST_SKIP() << "needs a device node";
+  EXPECT_EQ(modify("full", "x"), refused("-536870181"));
+  if (!root.changeFlags(folder, "+i")) GTEST_SKIP() << "needs flags";
+  EXPECT_EQ(modify("name", "x"), refused("-536870207"));
 }
 
 }  // namespace

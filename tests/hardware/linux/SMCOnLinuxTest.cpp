@@ -1,83 +1,81 @@
 #include "platform/linux/LinuxSMCExchange.h"
 
 #include "hardware/SMCCode.h"
+#include "support/AppleSMCTree.h"
 #include "support/PlantedFile.h"
 
 namespace qrt {
 namespace {
 
-using std::string_literals::operator""s;
+constexpr int read = smc_command::readKey, info = smc_command::keyInfo;
+constexpr SMCCode brsc = smcCode("BRSC");
 
-/// The driver's files as plain ones: every place shows the same key.
 class SMCOnLinux : public testing::Test {
  protected:
+  using Answer = std::pair<KernelReturn, int>;
+
   SMCOnLinux() {
-    for (const auto& [name, contents] : {std::pair("count", "3\n"s),
-                                         {"at_index", "1\n"s},
-                                         {"at_index_name", "BRSC\n"s},
-                                         {"at_index_type", "ui8\n"s},
-                                         {"at_index_data", "\xFF\xFE"s},
-                                         {"at_index_data_length", "2\n"s}}) {
-      plant(name, contents);
-    }
-  }
-  void plant(const std::string& name, const std::string& contents) {
-    test::plant(root, "sys/devices/platform/applesmc.768/key_" + name, contents);
+    tree.change(
+        "echo 3 > key_count; echo BRSC > key_at_index_name; echo ui8 > key_at_index_type; "
+        "printf '\\377\\376' > key_at_index_data; echo 2 > key_at_index_data_length");
   }
 
-  KernelReturn call(std::uint8_t command, SMCCode key, std::uint32_t index = 0) {
+  /// The driver's answer and what the controller says in it.
+  Answer call(int command, SMCCode key = brsc) {
     SMCParameterRecord input;
-    input.command = command;
+    input.command = static_cast<std::uint8_t>(command);
     input.key = key;
-    input.index = index;
+    input.index = 2;
     answer = {};
-    return exchange.callSMC(input, answer);
+    const auto code = exchange.callSMC(input, answer);
+    return {code, answer.result};
   }
 
-  test::ScratchFolder root;
-  LinuxSMCExchange exchange{root.path()};
+  const Answer done{KernelReturn::noError, 0};
+  const Answer notFound{KernelReturn::noError, smc_result::keyNotFound};
+  const test::AppleSMCTree tree;
+  LinuxSMCExchange exchange{tree.root()};
   SMCParameterRecord answer;
 };
 
 TEST_F(SMCOnLinux, AKeyIsFoundInTheSortedListAndRead) {
-  EXPECT_EQ(call(smc_command::keyAtIndex, 0, 2), KernelReturn::noError);
-  EXPECT_EQ(answer.key, smcCode("BRSC"));
-  EXPECT_EQ(call(smc_command::keyInfo, smcCode("BRSC")), KernelReturn::noError);
+  EXPECT_EQ(call(smc_command::keyAtIndex, 0), done);
+  EXPECT_EQ(answer.key, brsc);
+  EXPECT_EQ(test::contentsOf(tree.place()), "2\n");
+  EXPECT_EQ(call(info), done);
   EXPECT_EQ(answer.dataType, smcCode("ui8\0"));
   EXPECT_EQ(answer.dataSize, 2u);
-  EXPECT_EQ(call(smc_command::readKey, smcCode("BRSC")), KernelReturn::noError);
+  EXPECT_EQ(test::contentsOf(tree.place()), "1\n");
+  EXPECT_EQ(call(read), done);
   EXPECT_EQ(answer.bytes[0] << 8 | answer.bytes[1], 0xFFFE);
-  for (const auto key : {smcCode("    "), smcCode("~~~~")}) {
-    for (const auto command : {smc_command::keyInfo, smc_command::readKey}) {
-      EXPECT_EQ(call(command, key), KernelReturn::noError);
-      EXPECT_EQ(answer.result, smc_result::keyNotFound);
-    }
+  // Keys that would stand in front and behind.
+  for (const auto command : {info, read}) {
+    EXPECT_EQ(call(command, smcCode("    ")), notFound);
+    EXPECT_EQ(test::contentsOf(tree.place()), "0\n");
+    EXPECT_EQ(call(command, smcCode("~~~~")), notFound);
+    EXPECT_EQ(test::contentsOf(tree.place()), "2\n");
   }
 }
 
 TEST_F(SMCOnLinux, WhatItCannotDoIsTold) {
-  const auto brsc = smcCode("BRSC");
-  EXPECT_EQ(call(smc_command::writeKey, brsc), KernelReturn::notPrivileged);
-  EXPECT_EQ(call(7, brsc), KernelReturn::badArgument);
-  plant("at_index_type", std::string(5000, 'x'));
-  EXPECT_EQ(call(smc_command::keyInfo, brsc), KernelReturn::inputOutput);
-  plant("at_index_data", std::string(5000, 'x'));
-  EXPECT_EQ(call(smc_command::readKey, brsc), KernelReturn::noError);
-  EXPECT_EQ(answer.result, smc_result::keyNotReadable);
+  const auto failed = [](KernelReturn code) { return Answer(code, 0); };
+  EXPECT_EQ(call(smc_command::writeKey), failed(KernelReturn::notPrivileged));
+  EXPECT_EQ(call(7), failed(KernelReturn::badArgument));
+  tree.change("head -c 5000 /dev/zero | tee key_at_index_type > key_at_index_data");
+  EXPECT_EQ(call(info), failed(KernelReturn::inputOutput));
+  EXPECT_EQ(call(read), Answer(KernelReturn::noError, smc_result::keyNotReadable));
   // Another program moves the place whenever one looks.
-  plant("at_index", "77\n");
-  for (const auto command : {smc_command::keyAtIndex, smc_command::keyInfo}) {
-    EXPECT_EQ(call(command, brsc), KernelReturn::busy);
-  }
-  plant("count", "many\n");
-  EXPECT_EQ(call(smc_command::readKey, brsc), KernelReturn::inputOutput);
-  root.make(
-      "cd sys/devices/platform/applesmc.768; printf 3 > key_count; ln -sf /dev/full key_at_index");
-  EXPECT_EQ(call(smc_command::readKey, brsc), KernelReturn::inputOutput);
-  root.make("rm sys/devices/platform/applesmc.768/key_count");
-  EXPECT_EQ(call(smc_command::readKey, brsc), KernelReturn::noError);
-  EXPECT_EQ(answer.result, smc_result::keyNotFound);
-  EXPECT_EQ(LinuxSMCExchange(root.path("nowhere")).callSMC({}, answer), KernelReturn::error);
+  tree.change("echo 77 > key_at_index");
+  EXPECT_EQ(call(smc_command::keyAtIndex), failed(KernelReturn::busy));
+  EXPECT_EQ(call(info), failed(KernelReturn::busy));
+  tree.change("echo many > key_count");
+  EXPECT_EQ(call(read), failed(KernelReturn::inputOutput));
+  tree.change("echo 3 > key_count; ln -sf /dev/full key_at_index");
+  EXPECT_EQ(call(read), failed(KernelReturn::inputOutput));
+  tree.change("rm key_count");
+  EXPECT_EQ(call(read), notFound);
+  tree.change("rm -r ../applesmc.768");
+  EXPECT_EQ(call(read), failed(KernelReturn::error));
 }
 
 }  // namespace

@@ -1,16 +1,13 @@
 #include "support/BundleSigner.h"
 
 #include <dirent.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <stdexcept>
 
 #include "platform/posix/BoundedPropertyLists.h"
+#include "support/PlantedFile.h"
 
 namespace qrt::test {
 namespace {
@@ -19,10 +16,18 @@ constexpr std::size_t pageSize = 4096;
 constexpr std::size_t codeSize = 3 * pageSize + 100;
 constexpr std::size_t signatureSize = 4 * pageSize;
 
-void put(Data& bytes, std::uint64_t number, unsigned size, bool isBigEndian = true) {
-  for (unsigned i = 0; i < size; ++i) {
-    const auto shift = 8 * (isBigEndian ? size - 1 - i : i);
-    bytes.push_back(static_cast<std::uint8_t>(number >> shift));
+/// To whole pages.
+constexpr std::size_t roundedUp(std::size_t size) {
+  return (size + pageSize - 1) / pageSize * pageSize;
+}
+
+void put(Data& bytes, std::initializer_list<std::uint64_t> numbers, unsigned size = 4,
+         bool isBigEndian = true) {
+  for (const auto number : numbers) {
+    for (unsigned i = 0; i < size; ++i) {
+      const auto shift = 8 * (isBigEndian ? size - 1 - i : i);
+      bytes.push_back(static_cast<std::uint8_t>(number >> shift));
+    }
   }
 }
 
@@ -30,8 +35,7 @@ void put(Data& bytes, const Data& more) { bytes.insert(bytes.end(), more.begin()
 
 Data blob(std::uint32_t magic, const Data& contents) {
   Data bytes;
-  put(bytes, magic, 4);
-  put(bytes, contents.size() + 8, 4);
+  put(bytes, {magic, contents.size() + 8});
   put(bytes, contents);
   return bytes;
 }
@@ -39,15 +43,16 @@ Data blob(std::uint32_t magic, const Data& contents) {
 /// Header, two commands and some code; the signature goes behind.
 Data unsignedProgram(const ProgramForm& form) {
   Data bytes;
-  const auto number = [&](std::uint64_t value) { put(bytes, value, 4, form.isBigEndian); };
-  number(form.is64 ? 0xFEEDFACF : 0xFEEDFACE);
-  number(form.is64 ? 0x01000007 : 18);
-  for (const std::uint32_t field : {3, 2, 2, 24 + 16, 0}) number(field);
-  if (form.is64) number(0);
-  for (const std::uint32_t field : {0x1B, 24, 1, 2, 3, 4}) number(field);
-  for (const std::size_t field : {std::size_t{0x1D}, std::size_t{16}, codeSize, signatureSize}) {
-    number(field);
+  const auto words = [&](std::initializer_list<std::uint64_t> numbers) {
+    put(bytes, numbers, 4, form.isBigEndian);
+  };
+  if (form.is64) {
+    words({0xFEEDFACF, 0x01000007, 3, 2, 2, 24 + 16, 0, 0});
+  } else {
+    words({0xFEEDFACE, 18, 3, 2, 2, 24 + 16, 0});
   }
+  words({0x1B, 24, 1, 2, 3, 4});
+  words({0x1D, 16, codeSize, signatureSize});
   while (bytes.size() < codeSize) bytes.push_back(static_cast<std::uint8_t>(bytes.size() * 7));
   return bytes;
 }
@@ -69,25 +74,15 @@ Data codeDirectory(unsigned kind, const Data& code, const SigningOptions& option
   for (auto part = parts.rbegin(); part != parts.rend(); ++part) {
     put(hashes, *part ? testDigest(kind, **part) : Data(hashSize));
   }
-  const auto pages = (code.size() + pageSize - 1) / pageSize;
-  for (std::size_t page = 0; page < pages; ++page) {
-    const auto begin = code.begin() + static_cast<std::ptrdiff_t>(page * pageSize);
-    const auto size = std::min(pageSize, code.size() - page * pageSize);
-    put(hashes, testDigest(kind, Data(begin, begin + static_cast<std::ptrdiff_t>(size))));
+  for (std::size_t page = 0; page < code.size(); page += pageSize) {
+    const auto* begin = code.data() + page;
+    put(hashes, testDigest(kind, Data(begin, begin + std::min(pageSize, code.size() - page))));
   }
   Data fields;
-  put(fields, isNew ? 0x20400 : 0x20200, 4);
-  put(fields, 0, 4);
-  put(fields, headerSize + names.size() + parts.size() * hashSize, 4);
-  put(fields, headerSize, 4);
-  put(fields, parts.size(), 4);
-  put(fields, pages, 4);
-  put(fields, code.size(), 4);
-  for (const std::size_t byte : {hashSize, std::size_t{kind}, std::size_t{0}, std::size_t{12}}) {
-    put(fields, byte, 1);
-  }
-  put(fields, 0, 8);
-  put(fields, teamOffset, 4);
+  put(fields, {isNew ? 0x20400u : 0x20200u, 0, headerSize + names.size() + parts.size() * hashSize,
+               headerSize, parts.size(), roundedUp(code.size()) / pageSize, code.size()});
+  put(fields, {hashSize, kind, 0, 12}, 1);
+  put(fields, {0, 0, teamOffset});
   fields.resize(headerSize - 8);
   put(fields, names);
   put(fields, hashes);
@@ -99,15 +94,13 @@ Data cut(Data digest) {
   return digest;
 }
 
-Data hashOf(unsigned kind, const Data& directory) { return testDigest(kind, directory); }
-
 /// What the signer says about all directories.
 std::vector<SignedAttribute> attributesFor(const std::vector<Data>& directories,
                                            const SigningOptions& options) {
   std::vector<SignedAttribute> attributes;
   Array list;
   for (std::size_t i = 0; i < directories.size(); ++i) {
-    list.emplace_back(cut(hashOf(options.digests[i], directories[i])));
+    list.emplace_back(cut(testDigest(options.digests[i], directories[i])));
   }
   if (options.listsDirectories) {
     const auto xml = BoundedPropertyLists().xml(Dictionary{{"cdhashes", list}});
@@ -117,10 +110,9 @@ std::vector<SignedAttribute> attributesFor(const std::vector<Data>& directories,
     static const std::map<unsigned, Data> types{{1, {6, 5, 0x2B, 0x0E, 3, 2, 0x1A}},
                                                 {2, {6, 9, 0x60, 0x86, 0x48, 1, 0x65, 3, 4, 2, 1}},
                                                 {4, {6, 9, 0x60, 0x86, 0x48, 1, 0x65, 3, 4, 2, 2}}};
-    const auto hash = hashOf(options.digests[i], directories[i]);
+    const auto hash = testDigest(options.digests[i], directories[i]);
     Data pair = types.at(options.digests[i]);
-    pair.push_back(4);
-    pair.push_back(static_cast<std::uint8_t>(hash.size()));
+    put(pair, {4, hash.size()}, 1);
     put(pair, hash);
     pair.insert(pair.begin(), {0x30, static_cast<std::uint8_t>(pair.size())});
     attributes.push_back({"1.2.840.113635.100.9.2", pair, true});
@@ -147,13 +139,12 @@ SignedProgramFile thinProgram(const SigningChain& chain, const ProgramForm& form
       blob(0xFADE0B01, chain.sign(directories[0], attributesFor(directories, options)));
 
   Data index, contents;
-  put(index, blobs.size(), 4);
+  put(index, {blobs.size()});
   const auto start = 12 + 8 * blobs.size();
   for (const auto& [slot, bytes] : blobs) {
     if (slot == 0) result.directoryOffset = codeSize + start + contents.size();
     if (slot == 0x10000) result.cmsOffset = codeSize + start + contents.size();
-    put(index, slot, 4);
-    put(index, start + contents.size(), 4);
+    put(index, {slot, start + contents.size()});
     put(contents, bytes);
   }
   put(index, contents);
@@ -161,52 +152,43 @@ SignedProgramFile thinProgram(const SigningChain& chain, const ProgramForm& form
   if (signature.size() > signatureSize) throw std::runtime_error("signature too large");
   signature.resize(signatureSize);
   put(result.bytes, signature);
-  result.directoryHash = cut(hashOf(options.digests[0], directories[0]));
+  result.directoryHash = cut(testDigest(options.digests[0], directories[0]));
   return result;
 }
 
 Data readAll(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  const auto contents = contentsOf(path);
+  return {contents.begin(), contents.end()};
 }
 
 void writeAll(const std::string& path, const Data& bytes) {
   std::ofstream file(path, std::ios::binary);
-  file.write(reinterpret_cast<const char*>(bytes.data()),
-             static_cast<std::streamsize>(bytes.size()));
+  std::copy(bytes.begin(), bytes.end(), std::ostreambuf_iterator<char>(file));
   if (!file) throw std::runtime_error("cannot write " + path);
 }
 
 void writeList(const std::string& path, const PropertyValue& value) {
-  const auto xml = BoundedPropertyLists().xml(value);
-  writeAll(path, Data(xml->begin(), xml->end()));
+  std::ofstream(path) << *BoundedPropertyLists().xml(value);
 }
 
-/// Seals everything below a folder, but what stands in `code` or is nothing to seal.
-void sealFolder(const std::string& base, const std::string& path, const std::string& program,
-                Dictionary& newer, Dictionary& older) {
-  DIR* folder = opendir((base + "/" + path).c_str());
+/// Seals everything in a folder below `base`, but what has its seal already or is nothing to seal.
+void sealFolder(const std::string& base, const std::string& path, Dictionary& seals) {
+  DIR* folder = opendir((base + path).c_str());
   while (const auto* entry = folder ? readdir(folder) : nullptr) {
     const std::string name = entry->d_name;
-    const auto entryPath = path.empty() ? name : path + "/" + name;
-    const bool isNothingToSeal = name == "." || name == ".." || entryPath == "_CodeSignature" ||
-                                 entryPath == "CodeResources" || entryPath == "Info.plist" ||
-                                 entryPath == "MacOS" || entryPath == program ||
-                                 newer.contains(entryPath);
-    if (isNothingToSeal) continue;
-    const auto full = base + "/" + entryPath;
+    const auto entryPath = path + name;
+    if (name == "." || name == ".." || seals.contains(entryPath)) continue;
     if (entry->d_type == DT_DIR) {
-      sealFolder(base, entryPath, program, newer, older);
+      sealFolder(base, entryPath + "/", seals);
     } else if (entry->d_type == DT_LNK) {
-      char target[256];
-      const auto size = readlink(full.c_str(), target, sizeof target);
-      newer.emplace(entryPath, Dictionary{{"symlink", std::string(target, std::size_t(size))}});
+      char target[256] = {};
+      const auto length = readlink((base + entryPath).c_str(), target, sizeof target - 1);
+      if (length > 0) seals.emplace(entryPath, Dictionary{{"symlink", target}});
     } else {
-      const auto bytes = readAll(full);
+      const auto bytes = readAll(base + entryPath);
       Dictionary seal{{"hash", testDigest(1, bytes)}, {"hash2", testDigest(2, bytes)}};
       if (entryPath.find(".lproj/") != std::string::npos) seal.emplace("optional", true);
-      newer.emplace(entryPath, seal);
-      older.emplace(entryPath, testDigest(1, bytes));
+      seals.emplace(entryPath, seal);
     }
   }
   if (folder) closedir(folder);
@@ -222,20 +204,16 @@ SignedProgramFile signedProgram(const SigningChain& chain, const SigningOptions&
   }
   if (programs.size() == 1) return programs.front();
   Data table;
-  put(table, 0xCAFEBABE, 4);
-  put(table, programs.size(), 4);
+  put(table, {0xCAFEBABE, programs.size()});
   auto offset = pageSize;
   for (const auto& program : programs) {
-    for (const std::size_t field :
-         {std::size_t{7}, std::size_t{3}, offset, program.bytes.size(), std::size_t{12}}) {
-      put(table, field, 4);
-    }
-    offset += (program.bytes.size() + pageSize - 1) / pageSize * pageSize;
+    put(table, {7, 3, offset, program.bytes.size(), 12});
+    offset += roundedUp(program.bytes.size());
   }
   auto result = programs.back();
   result.bytes = table;
   for (const auto& program : programs) {
-    result.bytes.resize((result.bytes.size() + pageSize - 1) / pageSize * pageSize);
+    result.bytes.resize(roundedUp(result.bytes.size()));
     result.directoryOffset = result.bytes.size() + program.directoryOffset;
     result.cmsOffset = result.bytes.size() + program.cmsOffset;
     put(result.bytes, program.bytes);
@@ -247,11 +225,19 @@ SignedProgramFile signBundle(const std::string& bundle, const SigningChain& chai
                              const SigningOptions& options,
                              const std::vector<std::pair<std::string, Data>>& code) {
   const auto contents = bundle + "/" + options.base;
+  const std::string noResources[] = {"_CodeSignature", "CodeResources", "Info.plist", "MacOS",
+                                     options.program};
   Dictionary newer, older;
+  for (const auto& path : noResources) newer.emplace(path, Dictionary());
   for (const auto& [path, hash] : code) {
     newer.emplace(path, Dictionary{{"cdhash", hash}, {"requirement", "identifier x"}});
   }
-  sealFolder(contents, "", options.program, newer, older);
+  sealFolder(contents + "/", "", newer);
+  for (const auto& path : noResources) newer.erase(path);
+  for (const auto& [path, seal] : newer) {
+    const auto hash = seal.dictionary()->find("hash");
+    if (hash != seal.dictionary()->end()) older.emplace(path, hash->second);
+  }
   const Dictionary omitted{{"omit", true}, {"weight", 2000.0}};
   Dictionary list{{"files", older},
                   {"rules", Dictionary{{"^Resources/", true}, {"^version.plist$", true}}}};
@@ -262,13 +248,10 @@ SignedProgramFile signBundle(const std::string& bundle, const SigningChain& chai
                                       {"^Info\\.plist$", omitted},
                                       {"^PkgInfo$", omitted}});
   }
-  mkdir((contents + "/_CodeSignature").c_str(), 0755);
   const auto listPath = contents + "/_CodeSignature/CodeResources";
+  run({"mkdir", "-p", contents + "/_CodeSignature"});
   writeList(listPath, list);
-  if (symlink("_CodeSignature/CodeResources", (contents + "/CodeResources").c_str()) != 0 &&
-      errno != EEXIST) {
-    throw std::runtime_error("symlink");
-  }
+  run({"ln", "-sf", "_CodeSignature/CodeResources", contents + "/CodeResources"});
   const auto infoPlist = readAll(contents + "/" + options.infoPlist);
   const auto resourceList = readAll(listPath);
   auto program = signedProgram(chain, options, &infoPlist, &resourceList);
@@ -277,20 +260,17 @@ SignedProgramFile signBundle(const std::string& bundle, const SigningChain& chai
 }
 
 void makeApplication(const std::string& path, const Dictionary& info) {
-  for (const auto* folder : {"", "/Contents", "/Contents/MacOS", "/Contents/Resources",
-                             "/Contents/Resources/en.lproj", "/Contents/SharedSupport"}) {
-    mkdir((path + folder).c_str(), 0755);
-  }
+  const auto contents = path + "/Contents/";
+  run({"mkdir", "-p", contents + "MacOS", contents + "Resources/en.lproj",
+       contents + "SharedSupport"});
   auto completed = info;
   completed.emplace("CFBundleExecutable", "program");
   completed.emplace("CFBundleIdentifier", "com.example.app");
-  writeList(path + "/Contents/Info.plist", completed);
-  const std::string text = "a resource";
-  writeAll(path + "/Contents/Resources/resource", Data(text.begin(), text.end()));
-  writeAll(path + "/Contents/Resources/en.lproj/text.strings", Data(text.begin(), text.end()));
-  if (symlink("resource", (path + "/Contents/Resources/link").c_str()) != 0) {
-    throw std::runtime_error("symlink");
+  writeList(contents + "Info.plist", completed);
+  for (const auto* name : {"resource", "en.lproj/text.strings"}) {
+    std::ofstream(contents + "Resources/" + name) << "a resource";
   }
+  run({"ln", "-s", "resource", contents + "Resources/link"});
 }
 
 }  // namespace qrt::test

@@ -16,55 +16,32 @@ void require(bool condition, const char* what) {
 }
 
 struct KeyPair {
-  EVP_PKEY* key = EVP_EC_gen("P-256");
-  X509* certificate = X509_new();
+  std::shared_ptr<EVP_PKEY> key{EVP_EC_gen("P-256"), EVP_PKEY_free};
+  std::shared_ptr<X509> certificate{X509_new(), X509_free};
 
-  KeyPair() = default;
-  KeyPair(const KeyPair&) = delete;
-  KeyPair& operator=(const KeyPair&) = delete;
-  ~KeyPair() {
-    X509_free(certificate);
-    EVP_PKEY_free(key);
+  void addName(const char* field, const std::string& text) const {
+    X509_NAME_add_entry_by_txt(X509_get_subject_name(certificate.get()), field, MBSTRING_UTF8,
+                               reinterpret_cast<const unsigned char*>(text.data()),
+                               static_cast<int>(text.size()), -1, 0);
+  }
+  void addExtension(const char* name, const std::string& value) const {
+    auto* extension = X509V3_EXT_conf(nullptr, nullptr, name, value.c_str());
+    require(extension && X509_add_ext(certificate.get(), extension, -1) == 1, "extension");
+    X509_EXTENSION_free(extension);
+  }
+  void issueBy(const KeyPair& issuer, bool isExpired) const {
+    constexpr long day = 24 * 60 * 60;
+    static long serial = 0;
+    auto* own = certificate.get();
+    X509_set_version(own, X509_VERSION_3);
+    ASN1_INTEGER_set(X509_get_serialNumber(own), ++serial);
+    X509_gmtime_adj(X509_getm_notBefore(own), isExpired ? -20 * day : -day);
+    X509_gmtime_adj(X509_getm_notAfter(own), isExpired ? -10 * day : day);
+    X509_set_issuer_name(own, X509_get_subject_name(issuer.certificate.get()));
+    X509_set_pubkey(own, key.get());
+    require(X509_sign(own, issuer.key.get(), EVP_sha256()) > 0, "X509_sign");
   }
 };
-
-void addName(X509* certificate, const char* field, const std::string& text) {
-  X509_NAME_add_entry_by_txt(X509_get_subject_name(certificate), field, MBSTRING_UTF8,
-                             reinterpret_cast<const unsigned char*>(text.data()),
-                             static_cast<int>(text.size()), -1, 0);
-}
-
-void addExtension(X509* certificate, int kind, const std::string& value) {
-  auto* extension = X509V3_EXT_conf_nid(nullptr, nullptr, kind, value.c_str());
-  require(extension && X509_add_ext(certificate, extension, -1) == 1, "extension");
-  X509_EXTENSION_free(extension);
-}
-
-/// The extension that only a store's certificates have, critical as authorities make theirs.
-void markAsStores(X509* certificate) {
-  auto* type = OBJ_txt2obj("1.2.840.113635.100.6.1.9", 1);
-  auto* value = ASN1_OCTET_STRING_new();
-  const unsigned char null[] = {5, 0};
-  ASN1_OCTET_STRING_set(value, null, sizeof null);
-  auto* extension = X509_EXTENSION_create_by_OBJ(nullptr, type, 1, value);
-  require(X509_add_ext(certificate, extension, -1) == 1, "store's extension");
-  X509_EXTENSION_free(extension);
-  ASN1_OCTET_STRING_free(value);
-  ASN1_OBJECT_free(type);
-}
-
-void issue(KeyPair& subject, const KeyPair& issuer, const SigningChain::Options& options) {
-  constexpr long day = 24 * 60 * 60;
-  auto* certificate = subject.certificate;
-  static long serial = 0;
-  X509_set_version(certificate, X509_VERSION_3);
-  ASN1_INTEGER_set(X509_get_serialNumber(certificate), ++serial);
-  X509_gmtime_adj(X509_getm_notBefore(certificate), options.isExpired ? -20 * day : -day);
-  X509_gmtime_adj(X509_getm_notAfter(certificate), options.isExpired ? -10 * day : day);
-  X509_set_issuer_name(certificate, X509_get_subject_name(issuer.certificate));
-  X509_set_pubkey(certificate, subject.key);
-  require(X509_sign(certificate, issuer.key, EVP_sha256()) > 0, "X509_sign");
-}
 
 }  // namespace
 
@@ -76,51 +53,50 @@ struct SigningChain::Parts {
 SigningChain::SigningChain(const Options& options) : parts_(std::make_unique<Parts>()) {
   auto& [root, authority, leaf, includesRoot] = *parts_;
   includesRoot = options.includesRoot;
-  addName(root.certificate, "CN", options.rootName);
-  addExtension(root.certificate, NID_basic_constraints, "critical,CA:TRUE");
-  issue(root, root, options);
-  addName(authority.certificate, "CN", "Authority");
-  addExtension(authority.certificate, NID_basic_constraints,
-               options.authorityMayIssue ? "critical,CA:TRUE" : "critical,CA:FALSE");
-  issue(authority, root, options);
-  addName(leaf.certificate, "CN", options.leafName);
-  if (options.team) addName(leaf.certificate, "OU", *options.team);
-  if (!options.purpose.empty()) addExtension(leaf.certificate, NID_ext_key_usage, options.purpose);
-  if (options.isStores) markAsStores(leaf.certificate);
-  issue(leaf, authority, options);
+  root.addName("CN", options.rootName);
+  root.addExtension("basicConstraints", "critical,CA:TRUE");
+  root.issueBy(root, options.isExpired);
+  authority.addName("CN", "Authority");
+  authority.addExtension("basicConstraints",
+                         options.authorityMayIssue ? "critical,CA:TRUE" : "critical,CA:FALSE");
+  authority.issueBy(root, options.isExpired);
+  leaf.addName("CN", options.leafName);
+  if (options.team) leaf.addName("OU", *options.team);
+  if (!options.purpose.empty()) leaf.addExtension("extendedKeyUsage", options.purpose);
+  // Critical, as authorities make theirs; the value is a null.
+  if (options.isStores) leaf.addExtension("1.2.840.113635.100.6.1.9", "critical,DER:0500");
+  leaf.issueBy(authority, options.isExpired);
 }
 
 SigningChain::~SigningChain() = default;
 
 Data SigningChain::rootDigest() const {
   Data digest(20);
-  X509_digest(parts_->root.certificate, EVP_sha1(), digest.data(), nullptr);
+  X509_digest(parts_->root.certificate.get(), EVP_sha1(), digest.data(), nullptr);
   return digest;
 }
 
 Data SigningChain::sign(const Data& content, const std::vector<SignedAttribute>& attributes) const {
   constexpr unsigned flags = CMS_DETACHED | CMS_BINARY | CMS_PARTIAL | CMS_NOSMIMECAP;
-  auto* cms = CMS_sign(nullptr, nullptr, nullptr, nullptr, flags);
+  const auto& [root, authority, leaf, includesRoot] = *parts_;
+  const std::shared_ptr<CMS_ContentInfo> cms(CMS_sign(nullptr, nullptr, nullptr, nullptr, flags),
+                                             CMS_ContentInfo_free);
   auto* signer =
-      CMS_add1_signer(cms, parts_->leaf.certificate, parts_->leaf.key, EVP_sha256(), flags);
-  require(signer && CMS_add1_cert(cms, parts_->authority.certificate) == 1, "signer");
-  if (parts_->includesRoot) require(CMS_add1_cert(cms, parts_->root.certificate) == 1, "root");
-  for (const auto& attribute : attributes) {
-    const int type = attribute.isEncoded ? V_ASN1_SEQUENCE : V_ASN1_OCTET_STRING;
-    require(
-        CMS_signed_add1_attr_by_txt(signer, attribute.type.c_str(), type, attribute.value.data(),
-                                    static_cast<int>(attribute.value.size())) == 1,
-        "attribute");
+      CMS_add1_signer(cms.get(), leaf.certificate.get(), leaf.key.get(), EVP_sha256(), flags);
+  require(signer && CMS_add1_cert(cms.get(), authority.certificate.get()) == 1, "signer");
+  require(!includesRoot || CMS_add1_cert(cms.get(), root.certificate.get()) == 1, "root");
+  for (const auto& [type, value, isEncoded] : attributes) {
+    const int kind = isEncoded ? V_ASN1_SEQUENCE : V_ASN1_OCTET_STRING;
+    require(CMS_signed_add1_attr_by_txt(signer, type.c_str(), kind, value.data(),
+                                        static_cast<int>(value.size())) == 1,
+            "attribute");
   }
-  auto* bytes = BIO_new_mem_buf(content.data(), static_cast<int>(content.size()));
-  require(CMS_final(cms, bytes, nullptr, flags) == 1, "CMS_final");
-  BIO_free(bytes);
-  unsigned char* encoded = nullptr;
-  const int size = i2d_CMS_ContentInfo(cms, &encoded);
-  require(size > 0, "i2d_CMS_ContentInfo");
-  Data message(encoded, encoded + size);
-  OPENSSL_free(encoded);
-  CMS_ContentInfo_free(cms);
+  const std::shared_ptr<BIO> bytes(
+      BIO_new_mem_buf(content.data(), static_cast<int>(content.size())), BIO_free);
+  require(CMS_final(cms.get(), bytes.get(), nullptr, flags) == 1, "CMS_final");
+  Data message(static_cast<std::size_t>(i2d_CMS_ContentInfo(cms.get(), nullptr)));
+  auto* end = message.data();
+  require(i2d_CMS_ContentInfo(cms.get(), &end) > 0, "i2d_CMS_ContentInfo");
   return message;
 }
 
