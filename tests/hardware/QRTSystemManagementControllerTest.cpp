@@ -285,6 +285,7 @@ TEST_F(SMC, FailedWritesAreTold) {
   }
   EXPECT_EQ(log.texts(), std::vector<std::string>{
                              "SMC write failure: system 0x38 subsystem 0x0 error code 0x2c1."});
+  EXPECT_EQ(log.lines().back().level, LogLevel::error);
 }
 
 TEST_F(SMC, ReadsAnewUnlessSomebodyFilledTheCache) {

@@ -141,6 +141,7 @@ TEST_F(QRTPrivilegedOperationSetTest, GoesOnAfterARightThatIsRefused) {
                                refused + "'com.vantor.vk2.third-one'!",
                                "Authorization database did not remove right definition for "
                                "'com.vantor.vk2.first'!"));
+  EXPECT_EQ(log.lines().back().level, LogLevel::error);
 }
 
 }  // namespace

@@ -73,6 +73,7 @@ TEST_F(TaskExecutor, WithoutDescriptorsAProgramIsNotRun) {
   EXPECT_EQ(status, -1);
   EXPECT_EQ(log.texts(), Texts{"The operation 'some-tool' cannot be executed because the system "
                                "is running out of file handles."});
+  EXPECT_EQ(log.lines().front().level, LogLevel::error);
 }
 #endif
 

@@ -37,7 +37,9 @@ TEST_F(QRTPrivilegedHelperTest, AcceptsOnlyFromItsOwnListener) {
   EXPECT_FALSE(helper_.shouldAcceptNewConnection(*foreignListener, &connection));
   EXPECT_FALSE(helper_.shouldAcceptNewConnection(own, nullptr));
   EXPECT_FALSE(connection.exported || connection.resumed);
-  EXPECT_EQ(doubles_.log.texts().back(), "Received bad XPC connection request. Ignoring...");
+  EXPECT_EQ(doubles_.log.lines().back(),
+            (test::RecordingLog::Line{LogLevel::fault,
+                                      "Received bad XPC connection request. Ignoring..."}));
   EXPECT_TRUE(helper_.shouldAcceptNewConnection(own, &connection));
   EXPECT_TRUE(connection.resumed);
   EXPECT_EQ(connection.exported, &helper_);
@@ -57,6 +59,7 @@ TEST_F(QRTPrivilegedHelperTest, EndsWhenTheLastClientLeaves) {
                                 "Beginning work for client 43.", "Finishing work for client 42.",
                                 "1 clients remaining.", "Finishing work for client 43.",
                                 "0 clients remaining.", "Terminating privileged helper."}));
+  EXPECT_EQ(doubles_.log.lines().front().level, LogLevel::info);
 }
 
 }  // namespace
