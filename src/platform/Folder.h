@@ -50,7 +50,7 @@ class Folder {
   int descriptor() const;
 
  private:
-  struct Listing;
+  class Listing;
   enum class Mount : std::uint8_t { notAsked, writable, readOnly };
 
   FileDescriptor descriptor_;

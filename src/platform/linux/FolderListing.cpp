@@ -18,34 +18,27 @@ bool isDotOrDots(const char* name) {
 }  // namespace
 
 /// Reads the kernel's records itself: a C library stream costs two more system calls a folder.
-struct Folder::Listing {
-  /// More brings nothing, and deep trees hold one a level.
-  static constexpr std::size_t capacity = 8 * 1024;
-
-  std::size_t position = 0;
-  std::size_t filled = 0;
-  /// Where the file system goes on behind the last record that was taken.
-  off64_t nextOffset = 0;
-  alignas(dirent64) std::byte records[capacity];
-
-  bool isConsumed() const { return position == filled; }
-
-  /// Most file systems go on at the largest offset there is, of 32 or 64 bits, when nothing
-  /// follows. That saves asking them once more.
-  bool isKnownToHaveEnded() const {
-    return nextOffset == std::numeric_limits<std::int32_t>::max() ||
-           nextOffset == std::numeric_limits<std::int64_t>::max();
-  }
-
-  const dirent64& take() {
-    const auto& record = recordAt(position);
-    position += record.d_reclen;
-    nextOffset = record.d_off;
-    return record;
+class Folder::Listing {
+ public:
+  /// Null at the end. The record is good until the next one is asked for.
+  PosixResult<const dirent64*> next(int folder) {
+    for (;;) {
+      if (position_ == filled_) {
+        const auto count = isKnownToHaveEnded() ? 0 : ::getdents64(folder, records_, capacity);
+        if (count < 0) return lastError();
+        if (count == 0) return nullptr;
+        position_ = 0;
+        filled_ = static_cast<std::size_t>(count);
+      }
+      const auto& record = recordAt(position_);
+      position_ += record.d_reclen;
+      nextOffset_ = record.d_off;
+      if (!isDotOrDots(record.d_name)) return &record;
+    }
   }
 
   const char* upcomingFolder() const {
-    for (auto at = position; at != filled; at += recordAt(at).d_reclen) {
+    for (auto at = position_; at != filled_; at += recordAt(at).d_reclen) {
       const auto& record = recordAt(at);
       if (record.d_type == DT_DIR && !isDotOrDots(record.d_name)) return record.d_name;
     }
@@ -53,9 +46,25 @@ struct Folder::Listing {
   }
 
  private:
-  const dirent64& recordAt(std::size_t at) const {
-    return *reinterpret_cast<const dirent64*>(records + at);
+  /// More brings nothing, and deep trees hold one a level.
+  static constexpr std::size_t capacity = 8 * 1024;
+
+  /// Most file systems go on at the largest offset there is, of 32 or 64 bits, when nothing
+  /// follows. That saves asking them once more.
+  bool isKnownToHaveEnded() const {
+    return nextOffset_ == std::numeric_limits<std::int32_t>::max() ||
+           nextOffset_ == std::numeric_limits<std::int64_t>::max();
   }
+
+  const dirent64& recordAt(std::size_t at) const {
+    return *reinterpret_cast<const dirent64*>(records_ + at);
+  }
+
+  std::size_t position_ = 0;
+  std::size_t filled_ = 0;
+  /// Where the file system goes on behind the last record that was taken.
+  off64_t nextOffset_ = 0;
+  alignas(dirent64) std::byte records_[capacity];
 };
 
 Folder::Folder(FileDescriptor descriptor) : descriptor_(std::move(descriptor)) {}
@@ -77,25 +86,15 @@ Folder::~Folder() = default;
 PosixResult<std::optional<FolderEntry>> Folder::next() {
   // Not make_unique: it would fill the buffer with zeros first.
   if (!listing_) listing_.reset(new Listing);
-  for (;;) {
-    if (listing_->isConsumed()) {
-      const auto count = listing_->isKnownToHaveEnded()
-                             ? 0
-                             : ::getdents64(descriptor(), listing_->records, Listing::capacity);
-      if (count < 0) return lastError();
-      if (count == 0) {
-        // The folder may stay open for long.
-        listing_.reset();
-        return std::optional<FolderEntry>();
-      }
-      listing_->position = 0;
-      listing_->filled = static_cast<std::size_t>(count);
-    }
-    const auto& record = listing_->take();
-    if (isDotOrDots(record.d_name)) continue;
-    return std::optional(
-        FolderEntry{record.d_name, static_cast<std::uint32_t>(DTTOIF(record.d_type))});
+  const auto record = listing_->next(descriptor());
+  if (!record) return record.error();
+  if (*record == nullptr) {
+    // The folder may stay open for long.
+    listing_.reset();
+    return std::optional<FolderEntry>();
   }
+  return std::optional(
+      FolderEntry{(*record)->d_name, static_cast<std::uint32_t>(DTTOIF((*record)->d_type))});
 }
 
 const char* Folder::upcomingFolder() const {

@@ -2,24 +2,14 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <string>
+#include <vector>
 
+#include "platform/FileStatus.h"
 #include "platform/Folder.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
-
-/// Owns the folder's descriptor from here on; its number stays what it was.
-struct Folder::Listing {
-  explicit Listing(int descriptor) : stream(::fdopendir(descriptor)) {}
-  Listing(const Listing&) = delete;
-  Listing& operator=(const Listing&) = delete;
-  ~Listing() {
-    if (stream) ::closedir(stream);
-  }
-
-  DIR* const stream;
-};
-
 namespace {
 
 bool isDotOrDots(const char* name) {
@@ -27,6 +17,70 @@ bool isDotOrDots(const char* name) {
 }
 
 }  // namespace
+
+/// Owns the folder's descriptor from here on; its number stays what it was. The stream shows one
+/// entry at a time, so some are read ahead for whoever wants to know what comes.
+class Folder::Listing {
+ public:
+  struct Entry {
+    std::string name;
+    std::uint32_t type;
+  };
+
+  explicit Listing(int descriptor) : stream_(::fdopendir(descriptor)) {}
+  Listing(const Listing&) = delete;
+  Listing& operator=(const Listing&) = delete;
+  ~Listing() {
+    if (stream_) ::closedir(stream_);
+  }
+
+  bool isOpen() const { return stream_ != nullptr; }
+
+  /// Null at the end.
+  PosixResult<const Entry*> next() {
+    if (position_ == entries_.size() && failure_ == PosixCode::success) readOn();
+    if (position_ < entries_.size()) return &entries_[position_++];
+    if (failure_ != PosixCode::success) return failure_;
+    return nullptr;
+  }
+
+  const char* upcomingFolder() const {
+    for (auto at = position_; at < entries_.size(); ++at) {
+      if (entries_[at].type == file_type::folder) return entries_[at].name.c_str();
+    }
+    return nullptr;
+  }
+
+  void rewind() {
+    ::rewinddir(stream_);
+    entries_.clear();
+    position_ = 0;
+    failure_ = PosixCode::success;
+  }
+
+ private:
+  void readOn() {
+    constexpr std::size_t enough = 128;
+    entries_.clear();
+    position_ = 0;
+    while (entries_.size() < enough) {
+      errno = 0;
+      const auto* record = ::readdir(stream_);
+      if (!record) {
+        if (errno != 0) failure_ = lastError();
+        return;
+      }
+      if (isDotOrDots(record->d_name)) continue;
+      entries_.push_back({record->d_name, static_cast<std::uint32_t>(DTTOIF(record->d_type))});
+    }
+  }
+
+  DIR* const stream_;
+  std::vector<Entry> entries_;
+  std::size_t position_ = 0;
+  /// Why nothing more can be read.
+  PosixCode failure_ = PosixCode::success;
+};
 
 Folder::Folder(FileDescriptor descriptor) : descriptor_(std::move(descriptor)) {}
 
@@ -51,25 +105,21 @@ Folder::~Folder() {
 PosixResult<std::optional<FolderEntry>> Folder::next() {
   if (!listing_) {
     auto listing = std::make_unique<Listing>(descriptor());
-    if (!listing->stream) return lastError();
+    if (!listing->isOpen()) return lastError();
     listing_ = std::move(listing);
   }
-  for (;;) {
-    errno = 0;
-    const auto* record = ::readdir(listing_->stream);
-    if (!record && errno != 0) return lastError();
-    if (!record) return std::optional<FolderEntry>();
-    if (isDotOrDots(record->d_name)) continue;
-    return std::optional(
-        FolderEntry{record->d_name, static_cast<std::uint32_t>(DTTOIF(record->d_type))});
-  }
+  const auto entry = listing_->next();
+  if (!entry) return entry.error();
+  if (*entry == nullptr) return std::optional<FolderEntry>();
+  return std::optional(FolderEntry{(*entry)->name.c_str(), (*entry)->type});
 }
 
-// The stream hands out one entry at a time.
-const char* Folder::upcomingFolder() const { return nullptr; }
+const char* Folder::upcomingFolder() const {
+  return listing_ ? listing_->upcomingFolder() : nullptr;
+}
 
 void Folder::rewind() {
-  if (listing_) ::rewinddir(listing_->stream);
+  if (listing_) listing_->rewind();
 }
 
 int Folder::descriptor() const { return descriptor_.get(); }
