@@ -29,7 +29,6 @@ void freeStack(STACK_OF(X509) * certificates) { sk_X509_free(certificates); }
 void freeStackAndCertificates(STACK_OF(X509) * certificates) {
   sk_X509_pop_free(certificates, X509_free);
 }
-void freeBio(BIO* bio) { BIO_free(bio); }
 
 /// Several times what a chain is long.
 constexpr int mostCertificates = 32;
@@ -191,8 +190,9 @@ std::optional<CmsSigner> verifiedCmsSigner(Bytes message, Bytes content) {
   if (sk_CMS_SignerInfo_num(infos) != 1 || sk_X509_num(certificates.get()) > mostCertificates) {
     return std::nullopt;
   }
-  const Owned<BIO, freeBio> signedBytes(
-      BIO_new_mem_buf(content.data(), static_cast<int>(content.size())));
+  // CMS_verify makes a copy of plain memory, and loses it when it cannot go on.
+  const Owned<BIO, BIO_free_all> signedBytes(BIO_push(
+      BIO_new(BIO_f_null()), BIO_new_mem_buf(content.data(), static_cast<int>(content.size()))));
   const bool isIntact =
       signedBytes && CMS_verify(cms.get(), nullptr, nullptr, signedBytes.get(), nullptr,
                                 CMS_BINARY | CMS_NO_SIGNER_CERT_VERIFY) == 1;
