@@ -21,8 +21,6 @@ class HardwareOperationsTest : public test::DaemonFixture {
 TEST_F(HardwareOperationsTest, ComputersWithoutTheHardware) {
   EXPECT_EQ(answer(eraseDiskblocks, {"null", 2050}), "");
   EXPECT_EQ(answer(eraseDiskblocks, {"full", 1}), "NSPOSIXErrorDomain 28");
-  EXPECT_EQ(answer(eraseDiskblocks, {"../tmp/file", 1}), "NSPOSIXErrorDomain 22");
-  EXPECT_EQ(answer(modifyNvram, {"", "value"}), "NSPOSIXErrorDomain 22");
   if (!test::exists("/sys/firmware/efi")) {
     EXPECT_EQ(answer(modifyNvram, {"name", "value"}), "");
   }
