@@ -29,12 +29,7 @@ Error protectedObject() {
 }
 
 TEST_F(AnswerTest, ValuesAreReadable) {
-  struct Case {
-    std::string key;
-    PropertyValue value;
-    std::string text;
-  };
-  const Case cases[] = {
+  const std::tuple<std::string, PropertyValue, std::string> cases[] = {
       {"ObjectExistence", 0, "nothing there"},
       {"ObjectExistence", 1.0, "folder"},
       {"ObjectExistence", 2, "object that is not a folder"},
@@ -83,12 +78,7 @@ TEST_F(AnswerTest, JsonKeepsEveryValueExactly) {
 }
 
 TEST_F(AnswerTest, AFailureIsToldInWordsAndByTheStatus) {
-  struct Case {
-    Error error;
-    int status;
-    std::string text;
-  };
-  const Case cases[] = {
+  const std::tuple<Error, int, std::string> cases[] = {
       {posixError(PosixCode::notPermitted), 3, "Operation not permitted (POSIX error 1)\n"},
       {posixError(PosixCode::noEntry), 4, "No such file or directory (POSIX error 2)\n"},
       {posixError(PosixCode::canceled), 3, "Operation canceled (POSIX error 89)\n"},
@@ -141,12 +131,7 @@ TEST_F(AnswerTest, AUtilityThatFailsSpeaksForItself) {
   helper.feedback = {outputMessage(bytes("\x1B[32mok\x1B[0m\n")),
                      errorOutputMessage(bytes("bad\n"))};
   const std::string told = "qrtctl execute-utility: Not completed.\nCode.\n";
-  struct Case {
-    std::vector<std::string> parameters;
-    int status;
-    std::string text;
-  };
-  const Case cases[] = {
+  const std::tuple<std::vector<std::string>, int, std::string> cases[] = {
       {{"77"}, 77, ""},   {{"255"}, 255, ""}, {{"-1"}, 1, told},     {{"0"}, 1, told},
       {{"256"}, 1, told}, {{"2x"}, 1, told},  {{"2", "2"}, 1, told},
   };

@@ -12,14 +12,9 @@ namespace {
 class CommandLineTest : public test::ClientFixture {};
 
 TEST_F(CommandLineTest, WordsBecomeTheArgumentsOfTheRequest) {
-  struct Case {
-    std::vector<std::string> words;
-    std::string code;
-    Array arguments;
-  };
   const test::ScratchFolder scratch;
   const auto contents = scratch.file("contents", std::string("\0\xFF\n", 3));
-  const Case cases[] = {
+  const std::tuple<std::vector<std::string>, std::string, Array> cases[] = {
       {{"nop"}, "9998", {}},
       {{"delete-fileobjects", "--recursive", "/a", "../b/"}, "3", {"1", "0", "/a", "/here/../b/"}},
       {{"delete-fileobjects", "a", "--stop-on-first-error"}, "3", {"0", "1", "/here/a"}},
