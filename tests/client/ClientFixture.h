@@ -69,14 +69,10 @@ class ClientFixture : public testing::Test {
   RecordingLog log;
   std::string bundlePath = "/nowhere";
   std::string language = "C";
-
- private:
-  NativePlatform native_;
-
- protected:
+  NativePlatform native;
   const Platform platform = platformWith(
       {.log = &log, .self = &self, .authority = &authority, .helperConnector = &helper},
-      native_.facilities());
+      native.facilities());
 };
 
 }  // namespace qrt::test

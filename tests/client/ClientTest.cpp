@@ -11,7 +11,6 @@ namespace {
 
 using test::FakeHelper;
 using testing::HasSubstr;
-using testing::StartsWith;
 
 class ClientTest : public test::ClientFixture {};
 
@@ -55,9 +54,9 @@ TEST_F(ClientTest, AnInterruptionSaysThatTheOperationGoesOn) {
   EXPECT_EQ(helper.calls.back(), "unregister later 42");
 
   EXPECT_EQ(run({"--json", "delete-foldercontents", "/a"}), 130);
-  EXPECT_THAT(
-      terminal.output(),
-      StartsWith(R"json({"done":false,"error":{"domain":"NSPOSIXErrorDomain","code":4,)json"));
+  EXPECT_THAT(terminal.output(),
+              testing::StartsWith(
+                  R"json({"done":false,"error":{"domain":"NSPOSIXErrorDomain","code":4,)json"));
 
   // The daemon's own "interrupted" is a failure like any other.
   helper.whileItRuns = nullptr;

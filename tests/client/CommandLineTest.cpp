@@ -1,6 +1,6 @@
 // From the words of a command line to the values on the wire.
 #include <csignal>
-#include <limits>
+#include <cstdint>
 
 #include "ClientFixture.h"
 #include "client/cli/Json.h"
@@ -9,24 +9,17 @@
 namespace qrt {
 namespace {
 
-using Limits = std::numeric_limits<std::int64_t>;
-
 class CommandLineTest : public test::ClientFixture {};
 
 TEST_F(CommandLineTest, WordsBecomeTheArgumentsOfTheRequest) {
-  struct Case {
-    std::vector<std::string> words;
-    std::string code;
-    Array arguments;
-  };
   const test::ScratchFolder scratch;
   const auto contents = scratch.file("contents", std::string("\0\xFF\n", 3));
-  const Case cases[] = {
+  const std::tuple<std::vector<std::string>, std::string, Array> cases[] = {
       {{"nop"}, "9998", {}},
       {{"delete-fileobjects", "--recursive", "/a", "../b/"}, "3", {"1", "0", "/a", "/here/../b/"}},
       {{"delete-fileobjects", "a", "--stop-on-first-error"}, "3", {"0", "1", "/here/a"}},
-      {{"modify-kernelsetting", "a", "-9223372036854775808"}, "15", {"a", Limits::min()}},
-      {{"modify-kernelsetting", "a", "18446744073709551615"}, "15", {"a", ~std::uint64_t{0}}},
+      {{"modify-kernelsetting", "a", "-9223372036854775808"}, "15", {"a", INT64_MIN}},
+      {{"modify-kernelsetting", "a", "18446744073709551615"}, "15", {"a", UINT64_MAX}},
       {{"modify-kernelsetting", "a", "-0x10"}, "15", {"a", -16}},
       {{"signal-process", "1234", "sigusr1"}, "19", {1234, SIGUSR1}},
       {{"signal-process", "-1", "9"}, "19", {-1, 9}},

@@ -42,15 +42,11 @@ TEST_F(PrivilegeRequestorTest, TriesAgainForAWhileWithADaemonThatIsJustGoing) {
 }
 
 TEST_F(PrivilegeRequestorTest, NeverRepeatsARequest) {
-  struct Case {
-    std::string operation;
-    Error answer;
-    Outcome outcome;
-  };
   // A daemon that removes itself does not reply.
-  const Case cases[] = {{"delete-fileobjects", isGoing_, isGoing_},
-                        {"perform-uninstall", isGoing_, success},
-                        {"perform-uninstall", isGone_, isGone_}};
+  const std::tuple<std::string, Error, Outcome> cases[] = {
+      {"delete-fileobjects", isGoing_, isGoing_},
+      {"perform-uninstall", isGoing_, success},
+      {"perform-uninstall", isGone_, isGone_}};
   for (const auto& [operation, answer, outcome] : cases) {
     const auto requestor = connect();
     helper.calls.clear();

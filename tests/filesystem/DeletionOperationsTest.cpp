@@ -1,16 +1,17 @@
 #include "filesystem/DeletionOperations.h"
 
 #include <atomic>
+#include <functional>
 
+#include "PortFileSystem.h"
 #include "filesystem/FileManager.h"
 #include "filesystem/FileManagerError.h"
 #include "filesystem/OperationFixture.h"
-#include "support/DeviceNumbers.h"
-#include "support/FileSystemDouble.h"
 
 namespace qrt {
 namespace {
 
+using test::PortFileSystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -29,38 +30,50 @@ TEST(FileManagerError, HasTheCodesOfTheCocoaDomain) {
   }
 }
 
-class FileManagerTest : public testing::Test {
- protected:
-  test::ScratchFolder scratch_;
-  test::FileSystemDouble files_;
-};
+/// Files with flags and failures of a test's choice.
+class FakedFiles : public PortFileSystem {
+ public:
+  using Answer = std::optional<PosixCode>;
 
-TEST_F(FileManagerTest, AFolderThatFillsUpAgainIsEmptiedAgainButNotForEver) {
-  const auto top = scratch_.path("top");
-  const Outcome stillFull = fileWriteError(PosixCode::notEmpty, top);
-  for (const int limit : {3, 1'000'000}) {
-    scratch_.make("mkdir top; touch top/file");
-    int added = 0;
-    files_.beforeRemoval = [&](FileAt object) -> std::optional<PosixCode> {
-      const bool isTop = object.name == std::string("top");
-      if (isTop && added < limit) scratch_.file("top/new" + std::to_string(added++));
-      return std::nullopt;
-    };
-    EXPECT_EQ(FileManager::removeItemAtPath(files_, top), limit == 3 ? success : stillFull);
-    EXPECT_GE(added, 3);
+  /// Called before a removal; an answer replaces it.
+  std::function<Answer(FileAt)> beforeRemoval = [](FileAt) { return std::nullopt; };
+  Answer setFlagsAnswer;
+
+  /// One object shows flags beside its own.
+  void plantFlags(const std::string& path, std::uint32_t flags) {
+    planted_ = flags;
+    inode_ = PortFileSystem::status(path.c_str(), Links::stay)->inode;
   }
-}
 
-TEST_F(FileManagerTest, WhatGoesByItselfIsNoErrorWhatWasNeverThereIs) {
-  scratch_.make("mkdir top; touch top/file");
-  files_.beforeRemoval = [&](FileAt object) -> std::optional<PosixCode> {
-    if (object.name == std::string("file")) unlink(scratch_.path("top/file").c_str());
-    return std::nullopt;
-  };
-  EXPECT_EQ(FileManager::removeItemAtPath(files_, scratch_.path("top")), success);
-  EXPECT_EQ(FileManager::removeItemAtPath(files_, scratch_.path("x")),
-            fileWriteError(PosixCode::noEntry, scratch_.path("x")));
-}
+  PosixResult<FileStatus> status(FileAt object, Links links) override {
+    auto status = PortFileSystem::status(object, links);
+    if (status) status->flags |= plantedOn(*status);
+    return status;
+  }
+  PosixCode removeFolder(FileAt object) override {
+    const auto answer = beforeRemoval(object);
+    return answer ? *answer : PortFileSystem::removeFolder(object);
+  }
+  PosixCode removeFile(FileAt object) override {
+    const auto answer = beforeRemoval(object);
+    return answer ? *answer : PortFileSystem::removeFile(object);
+  }
+  PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
+                     std::uint32_t wanted) override {
+    if (setFlagsAnswer) return *setFlagsAnswer;
+    auto own = current;
+    own.flags &= ~plantedOn(current);
+    return PortFileSystem::setFlags(object, links, own, wanted & ~plantedOn(current));
+  }
+
+ private:
+  std::uint32_t plantedOn(const FileStatus& status) const {
+    return status.inode == inode_ ? planted_ : 0;
+  }
+
+  std::uint32_t planted_ = 0;
+  std::uint64_t inode_ = 0;
+};
 
 namespace additions = QRTFileDeletionAdditions;
 using additions::Code;
@@ -78,7 +91,7 @@ Error fileDeletionError(Code code, const std::string& path) {
   return fileDeletionError(static_cast<std::int64_t>(code), {{"NSFilePath", path}});
 }
 
-class DeletionTest : public FileManagerTest {
+class DeletionTest : public testing::Test {
  protected:
   Outcome remove(const std::string& path, bool recursive) {
     return additions::enforceRemovalOfFileSystemObjectAtPath(context_, path, recursive);
@@ -87,8 +100,37 @@ class DeletionTest : public FileManagerTest {
     return files_.status(path.c_str(), Links::stay)->flags;
   }
 
+  test::ScratchFolder scratch_;
+  FakedFiles files_;
   DeletionContext context_{files_, 0x10B0};
 };
+
+TEST_F(DeletionTest, AFolderThatFillsUpAgainIsEmptiedAgainButNotForEver) {
+  const auto top = scratch_.path("top");
+  const Outcome stillFull = fileWriteError(PosixCode::notEmpty, top);
+  for (const int limit : {3, 1'000'000}) {
+    scratch_.make("mkdir top; touch top/file");
+    int added = 0;
+    files_.beforeRemoval = [&](FileAt object) -> FakedFiles::Answer {
+      const bool isTop = object.name == std::string("top");
+      if (isTop && added < limit) scratch_.file("top/new" + std::to_string(added++));
+      return std::nullopt;
+    };
+    EXPECT_EQ(FileManager::removeItemAtPath(files_, top), limit == 3 ? success : stillFull);
+    EXPECT_GE(added, 3);
+  }
+}
+
+TEST_F(DeletionTest, WhatGoesByItselfIsNoErrorWhatWasNeverThereIs) {
+  scratch_.make("mkdir top; touch top/file");
+  files_.beforeRemoval = [&](FileAt object) -> FakedFiles::Answer {
+    if (object.name == std::string("file")) unlink(scratch_.path("top/file").c_str());
+    return std::nullopt;
+  };
+  EXPECT_EQ(FileManager::removeItemAtPath(files_, scratch_.path("top")), success);
+  EXPECT_EQ(FileManager::removeItemAtPath(files_, scratch_.path("x")),
+            fileWriteError(PosixCode::noEntry, scratch_.path("x")));
+}
 
 #define NEEDS_FLAGS(change) \
   if (!(change)) GTEST_SKIP() << "needs the right to set flags on a file system that has them"
@@ -124,7 +166,7 @@ TEST_F(DeletionTest, SinglySystemFlagsWhiteoutsAndFlagsThatStayAreTold) {
   EXPECT_EQ(remove(file, singly), fileDeletionError(Code::flagsNotChangeable, file));
 
   const auto whiteout = scratch_.path("whiteout");
-  ASSERT_EQ(mknod(whiteout.c_str(), S_IFCHR, makedev(0, 0)), 0);
+  ASSERT_EQ(mknod(whiteout.c_str(), S_IFCHR, 0), 0);
   EXPECT_EQ(remove(whiteout, singly), fileDeletionError(Code::whiteout, whiteout));
 }
 
@@ -164,7 +206,7 @@ TEST_F(DeletionTest, RecursivelyAllFlagsAreClearedBeforeAnythingGoesAndTheFirstE
   scratch_.make("mkdir top; cd top; for i in $(seq 40); do mkdir $i; touch $i/1 $i/2 $i/3; done");
   NEEDS_FLAGS(scratch_.changeFlags("top/7/3", "+i"));
   std::atomic<int> attempts = 0;
-  files_.beforeRemoval = [&](FileAt) -> std::optional<PosixCode> {
+  files_.beforeRemoval = [&](FileAt) -> FakedFiles::Answer {
     EXPECT_EQ(flagsOf(scratch_.path("top/7/3")), 0u);
     ++attempts;
     return PosixCode::busy;

@@ -2,7 +2,6 @@
 
 #include "filesystem/OperationFixture.h"
 #include "support/Attack.h"
-#include "support/FolderExchanger.h"
 
 namespace qrt {
 namespace {

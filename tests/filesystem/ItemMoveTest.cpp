@@ -1,7 +1,5 @@
 #include "filesystem/ItemMove.h"
 
-#include <optional>
-
 #include "support/ItemFixture.h"
 #include "support/KillAtEveryCall.h"
 #include "support/Mounts.h"

@@ -3,6 +3,11 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 
+#include <chrono>
+#include <functional>
+#include <set>
+#include <thread>
+
 #include "filesystem/FolderChain.h"
 #include "support/ItemFixture.h"
 #include "support/Mounts.h"
@@ -13,24 +18,36 @@ namespace {
 
 using test::makeChain;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::UnorderedElementsAre;
+
+using Paths = std::vector<std::string>;
+
+/// What an action answers that has so many descriptors more.
+template <class Action>
+auto withDescriptors(rlim_t room, Action action) {
+  rlimit before{};
+  EXPECT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  const auto next = static_cast<rlim_t>(FileDescriptor(dup(0)).get());
+  const rlimit few{next + room, before.rlim_max};
+  EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+  auto answer = action();
+  setrlimit(RLIMIT_NOFILE, &before);
+  return answer;
+}
 
 class EnumeratorTest : public test::ItemFixture {
  protected:
   auto at(const std::string& path, bool stay = false) {
     return QRTDirectoryEnumerator::enumeratorAtPath(context_.files, log_, path, stay);
   }
-  std::vector<std::string> allAt(const std::string& path, bool stay = false) {
-    return at(path, stay)->allObjects();
-  }
+  Paths allAt(const std::string& path, bool stay = false) { return at(path, stay)->allObjects(); }
 
   test::RecordingLog log_;
 };
 
 TEST_F(EnumeratorTest, OnlyAnExistingFolderIsABase) {
   EXPECT_EQ(at(""), nullptr);
-  EXPECT_THAT(log_.lines(), IsEmpty());
+  EXPECT_THAT(log_.lines(), testing::IsEmpty());
   for (const auto& path :
        {scratch_.file("file"), scratch_.path("missing"), std::string("/\0", 2)}) {
     EXPECT_EQ(at(path), nullptr);
@@ -39,20 +56,6 @@ TEST_F(EnumeratorTest, OnlyAnExistingFolderIsABase) {
       LogLevel::error,
       "QRTDirectoryEnumerator: attempt to initialize with invalid path '<private>'"};
   EXPECT_THAT(log_.lines(), ElementsAre(line, line, line));
-}
-
-TEST_F(EnumeratorTest, SkippingLeavesTheFolderThatTheWalkIsIn) {
-  scratch_.make("mkdir -p base/folder; touch base/folder/1 base/folder/2 base/folder/3");
-  // After a folder that was entered: its contents. After a file: the rest of the folder that holds
-  // it. Beyond the end: nothing.
-  for (const int steps : {1, 2}) {
-    const auto walk = at(scratch_.path("base"));
-    for (int i = 0; i < steps; ++i) EXPECT_TRUE(walk->nextObject());
-    for (int i = 0; i < 2; ++i) {
-      walk->skipDescendents();
-      EXPECT_EQ(walk->nextObject(), std::nullopt);
-    }
-  }
 }
 
 TEST_F(EnumeratorTest, AFoundFolderAndItsObjectsAreReachedWithoutTheirPaths) {
@@ -127,22 +130,104 @@ TEST_F(EnumeratorTest, ANameOf255BytesBelowTheFirstLevelAddsNothing) {
 TEST_F(EnumeratorTest, RunningOutOfDescriptorsEndsTheWalkAndIsTold) {
   makeChain(scratch_.path(), "d", 40);
   const auto walk = at(scratch_.path());
-  rlimit before;
-  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-  const FileDescriptor next(dup(0));
-  rlimit few = before;
-  few.rlim_cur = static_cast<rlim_t>(next.get()) + 10;
-  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
-  const auto paths = walk->allObjects();
-  few.rlim_cur = 0;
-  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
-  const auto withoutBase = at("/");
-  setrlimit(RLIMIT_NOFILE, &before);
-
-  EXPECT_LT(paths.size(), 12u);
+  EXPECT_LT(withDescriptors(10, [&] { return walk->allObjects(); }).size(), 12u);
   EXPECT_EQ(walk->failure(), PosixCode::tooManyFiles);
+  const auto withoutBase = withDescriptors(0, [&] { return at("/"); });
   EXPECT_EQ(withoutBase->nextObject(), std::nullopt);
   EXPECT_EQ(withoutBase->failure(), PosixCode::tooManyFiles);
+}
+
+bool never(const std::string&) { return false; }
+bool nowAndThen(const std::string& path) { return std::hash<std::string>()(path) % 23 == 7; }
+
+/// Walks long enough that a second thread lists ahead of them.
+class WalkAheadTest : public EnumeratorTest {
+ protected:
+  /// Folders of very different sizes, some of them nested.
+  void SetUp() override {
+    for (int outer = 0; outer < 12; ++outer) {
+      const auto outerFolder = scratch_.folder(std::to_string(outer));
+      for (int inner = 0; inner < outer * outer * 2; ++inner) {
+        const auto name = std::to_string(outer) + "/" + std::to_string(inner);
+        scratch_.folder(name);
+        for (int file = 0; file < inner % 9; ++file) {
+          scratch_.file(name + "/file" + std::to_string(file));
+        }
+        if (inner % 11 == 0) scratch_.make("mkdir -p " + name + "/a/b/c " + name + "/a/d");
+      }
+    }
+  }
+
+  /// What a walk hands out when it skips after some objects: by plain recursion.
+  Paths expected(bool (*skips)(const std::string&)) {
+    Paths paths;
+    list(scratch_.path().c_str(), {}, skips, paths);
+    return paths;
+  }
+
+  void list(FileAt place, const std::string& prefix, bool (*skips)(const std::string&),
+            Paths& paths) {
+    auto folder = context_.files.openFolder(place, Links::stay);
+    while (const auto entry = *folder->next()) {
+      const auto path = paths.emplace_back(prefix + entry->name);
+      const bool isFolder = entry->type == file_type::folder;
+      if (skips(path) && !isFolder) return;
+      if (!skips(path) && isFolder) list({*folder, entry->name}, path + "/", skips, paths);
+    }
+  }
+};
+
+TEST_F(WalkAheadTest, EverythingComesOnceAndInOrder) {
+  for (const auto skips : {never, nowAndThen}) {
+    const auto paths = expected(skips);
+    for (const bool areStatusesExpected : {false, true}) {
+      const auto walk = at(scratch_.path());
+      if (areStatusesExpected) walk->expectStatuses();
+      Paths seen;
+      while (walk->advance()) {
+        const auto path = seen.emplace_back(walk->objectPath());
+        const auto status = context_.files.status(scratch_.path(path).c_str(), Links::stay);
+        ASSERT_EQ(walk->objectStatus()->inode, status->inode) << path;
+        ASSERT_EQ(context_.files.status(walk->object(), Links::stay)->inode, status->inode) << path;
+        ASSERT_EQ(walk->isInsideObject(), status->isFolder()) << path;
+        if (skips(path)) walk->skipDescendents();
+      }
+      // Beyond the end there is nothing to skip.
+      walk->skipDescendents();
+      EXPECT_FALSE(walk->advance());
+      EXPECT_EQ(seen, paths);
+    }
+  }
+}
+
+TEST_F(WalkAheadTest, WhatWasListedLongAgoIsListedAgain) {
+  const auto walk = at(scratch_.path());
+  std::set<std::string> begun;
+  for (int i = 0; i < 1000 && walk->advance(); ++i) begun.insert(walk->objectPath());
+  std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+  Paths added, seen;
+  for (int outer = 0; outer < 12; ++outer) {
+    const auto folder = std::to_string(outer);
+    if (begun.contains(folder)) continue;
+    scratch_.file(folder + "/added");
+    added.push_back(folder + "/added");
+  }
+  while (const auto path = walk->nextObject()) seen.push_back(*path);
+  ASSERT_FALSE(added.empty());
+  EXPECT_THAT(seen, testing::IsSupersetOf(added));
+}
+
+TEST_F(WalkAheadTest, TheWalkItselfIsFirstToHaveDescriptors) {
+  const auto paths = expected(never);
+  for (const rlim_t room : {8u, 12u, 20u, 60u}) {
+    const auto [seen, failure] = withDescriptors(room, [&] {
+      const auto walk = at(scratch_.path());
+      auto all = walk->allObjects();
+      return std::pair(all, walk->failure());
+    });
+    EXPECT_EQ(seen, paths) << room;
+    EXPECT_EQ(failure, PosixCode::success) << room;
+  }
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 // Signed programs and bundles that a test makes for itself.
 #pragma once
 
-#include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>

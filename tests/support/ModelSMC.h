@@ -19,10 +19,18 @@ struct ModelKey {
   bool isWriteOnly = false;
 };
 
-/// The first tells how many there are.
-inline std::vector<ModelKey> modelKeys() {
+/// Answers like a controller with those keys, remembers what it was asked, and can be made to fail.
+class ModelSMC : public SMCExchange {
+ public:
+  struct Fault {
+    KernelReturn code = KernelReturn::noError;
+    std::uint8_t result = 0;
+  };
+  /// Asked before an exchange is answered. `number` counts from 0.
+  std::function<std::optional<Fault>(const SMCParameterRecord& input, std::size_t number)> fault;
+  /// The first tells how many there are.
   std::vector<ModelKey> keys = {
-      {smcCode("#KEY"), smcCode("ui32"), {0, 0, 0, 0}},
+      {smcCode("#KEY"), smcCode("ui32"), {0, 0, 0, 17}},
       {smcCode("$Num"), smcCode("ui8 "), {200}},
       {smcCode("BRSC"), smcCode("ui16"), {0xFF, 0xFE}},
       {smcCode("F0ID"), smcCode("{fds"), Data(16)},
@@ -40,20 +48,6 @@ inline std::vector<ModelKey> modelKeys() {
       {smcCode("sp78"), smcCode("sp78"), {0xC0, 0}},
       {smcCode("spf0"), smcCode("spf0"), {0xC0, 0}},
   };
-  keys.front().bytes.back() = static_cast<std::uint8_t>(keys.size());
-  return keys;
-}
-
-/// Answers like a controller with those keys, remembers what it was asked, and can be made to fail.
-class ModelSMC : public SMCExchange {
- public:
-  struct Fault {
-    KernelReturn code = KernelReturn::noError;
-    std::uint8_t result = 0;
-  };
-  /// Asked before an exchange is answered. `number` counts from 0.
-  std::function<std::optional<Fault>(const SMCParameterRecord& input, std::size_t number)> fault;
-  std::vector<ModelKey> keys = modelKeys();
   std::vector<SMCParameterRecord> exchanges;
 
   KernelReturn callSMC(const SMCParameterRecord& input, SMCParameterRecord& output) override {

@@ -1,7 +1,6 @@
 // Certificates and signatures that a test makes for itself.
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>

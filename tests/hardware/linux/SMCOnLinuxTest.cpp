@@ -1,7 +1,6 @@
 #include "platform/linux/LinuxSMCExchange.h"
 
 #include "hardware/SMCCode.h"
-#include "support/AppleSMCTree.h"
 #include "support/PlantedFile.h"
 
 namespace qrt {
@@ -14,11 +13,18 @@ class SMCOnLinux : public testing::Test {
  protected:
   using Answer = std::pair<KernelReturn, int>;
 
+  /// Whichever place of the list is asked for, the files show the same key.
   SMCOnLinux() {
-    tree.change(
-        "echo 3 > key_count; echo BRSC > key_at_index_name; echo ui8 > key_at_index_type; "
-        "printf '\\377\\376' > key_at_index_data; echo 2 > key_at_index_data_length");
+    root.make("mkdir -p " + folder);
+    change(
+        "echo 3 > key_count; echo 0 > key_at_index; echo BRSC > key_at_index_name; "
+        "echo ui8 > key_at_index_type; printf '\\377\\376' > key_at_index_data; "
+        "echo 2 > key_at_index_data_length");
   }
+  /// Changes the driver's files by a shell script.
+  void change(const std::string& script) { root.make("cd " + folder + "; " + script); }
+  /// The place of the list that is asked for.
+  std::string place() { return test::contentsOf(root.path(folder + "/key_at_index")); }
 
   /// The driver's answer and what the controller says in it.
   Answer call(int command, SMCCode key = brsc) {
@@ -33,27 +39,28 @@ class SMCOnLinux : public testing::Test {
 
   const Answer done{KernelReturn::noError, 0};
   const Answer notFound{KernelReturn::noError, smc_result::keyNotFound};
-  const test::AppleSMCTree tree;
-  LinuxSMCExchange exchange{tree.root()};
+  const std::string folder = "sys/devices/platform/applesmc.768";
+  const test::ScratchFolder root;
+  LinuxSMCExchange exchange{root.path()};
   SMCParameterRecord answer;
 };
 
 TEST_F(SMCOnLinux, AKeyIsFoundInTheSortedListAndRead) {
   EXPECT_EQ(call(smc_command::keyAtIndex, 0), done);
   EXPECT_EQ(answer.key, brsc);
-  EXPECT_EQ(test::contentsOf(tree.place()), "2\n");
+  EXPECT_EQ(place(), "2\n");
   EXPECT_EQ(call(info), done);
   EXPECT_EQ(answer.dataType, smcCode("ui8\0"));
   EXPECT_EQ(answer.dataSize, 2u);
-  EXPECT_EQ(test::contentsOf(tree.place()), "1\n");
+  EXPECT_EQ(place(), "1\n");
   EXPECT_EQ(call(read), done);
   EXPECT_EQ(answer.bytes[0] << 8 | answer.bytes[1], 0xFFFE);
   // Keys that would stand in front and behind.
   for (const auto command : {info, read}) {
     EXPECT_EQ(call(command, smcCode("    ")), notFound);
-    EXPECT_EQ(test::contentsOf(tree.place()), "0\n");
+    EXPECT_EQ(place(), "0\n");
     EXPECT_EQ(call(command, smcCode("~~~~")), notFound);
-    EXPECT_EQ(test::contentsOf(tree.place()), "2\n");
+    EXPECT_EQ(place(), "2\n");
   }
 }
 
@@ -61,20 +68,20 @@ TEST_F(SMCOnLinux, WhatItCannotDoIsTold) {
   const auto failed = [](KernelReturn code) { return Answer(code, 0); };
   EXPECT_EQ(call(smc_command::writeKey), failed(KernelReturn::notPrivileged));
   EXPECT_EQ(call(7), failed(KernelReturn::badArgument));
-  tree.change("head -c 5000 /dev/zero | tee key_at_index_type > key_at_index_data");
+  change("head -c 5000 /dev/zero | tee key_at_index_type > key_at_index_data");
   EXPECT_EQ(call(info), failed(KernelReturn::inputOutput));
   EXPECT_EQ(call(read), Answer(KernelReturn::noError, smc_result::keyNotReadable));
   // Another program moves the place whenever one looks.
-  tree.change("echo 77 > key_at_index");
+  change("echo 77 > key_at_index");
   EXPECT_EQ(call(smc_command::keyAtIndex), failed(KernelReturn::busy));
   EXPECT_EQ(call(info), failed(KernelReturn::busy));
-  tree.change("echo many > key_count");
+  change("echo many > key_count");
   EXPECT_EQ(call(read), failed(KernelReturn::inputOutput));
-  tree.change("echo 3 > key_count; ln -sf /dev/full key_at_index");
+  change("echo 3 > key_count; ln -sf /dev/full key_at_index");
   EXPECT_EQ(call(read), failed(KernelReturn::inputOutput));
-  tree.change("rm key_count");
+  change("rm key_count");
   EXPECT_EQ(call(read), notFound);
-  tree.change("rm -r ../applesmc.768");
+  change("rm -r ../applesmc.768");
   EXPECT_EQ(call(read), failed(KernelReturn::error));
 }
 
