@@ -62,7 +62,7 @@ TEST_F(TaskExecutor, WithoutADelegateTheOutputIsThisProcesss) {
 }
 
 // UndefinedBehaviorSanitizer opens a pipe to look at an object, and takes failure for a bad object.
-#ifndef __SANITIZE_ADDRESS__
+#ifndef QRT_SANITIZED
 TEST_F(TaskExecutor, WithoutDescriptorsAProgramIsNotRun) {
   rlimit before;
   getrlimit(RLIMIT_NOFILE, &before);

@@ -17,7 +17,7 @@
 
 namespace qrt::test {
 
-/// Its peer has ten seconds for each answer.
+/// Its peer has half a minute for each answer.
 class RawClient {
  public:
   struct Reply {
@@ -35,7 +35,7 @@ class RawClient {
   };
 
   explicit RawClient(FileDescriptor connected) : socket_(std::move(connected)) {
-    const timeval patience{10, 0};
+    const timeval patience{30, 0};
     setsockopt(socket_.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
   }
   explicit RawClient(const std::string& path)

@@ -18,7 +18,7 @@
 namespace qrt::test {
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef QRT_SANITIZED
 constexpr bool isInstrumented = true;
 #else
 constexpr bool isInstrumented = false;
