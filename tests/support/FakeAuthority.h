@@ -15,12 +15,8 @@ namespace qrt::test {
 /// stands for the database.
 class FakeAuthority : public Authority {
  public:
-  struct Item {
-    std::string name;
-    /// The value's bytes, the terminating NUL included.
-    std::string value;
-    friend bool operator==(const Item&, const Item&) = default;
-  };
+  /// Name and bytes of the value, the terminating NUL included.
+  using Item = std::pair<std::string, std::string>;
   struct Call {
     /// "createFromExternalForm", "create", "copyRight", "free", "rightSet" or "rightRemove".
     std::string function;
@@ -42,8 +38,6 @@ class FakeAuthority : public Authority {
   std::deque<AuthorizationStatus> copyRightStatuses;
   AuthorizationStatus rightSetStatus = AuthorizationStatus::noError;
   AuthorizationStatus rightRemoveStatus = AuthorizationStatus::noError;
-  /// For rights whose look-up shall not depend on the database.
-  std::map<std::string, AuthorizationStatus> rightGetStatuses;
 
   const std::vector<Call>& calls() const { return calls_; }
   std::vector<Call> takeCalls() { return std::exchange(calls_, {}); }
@@ -61,9 +55,6 @@ class FakeAuthority : public Authority {
   }
 
   AuthorizationStatus rightGet(const std::string& name) override {
-    if (const auto scripted = rightGetStatuses.find(name); scripted != rightGetStatuses.end()) {
-      return scripted->second;
-    }
     return rights_.contains(name) ? AuthorizationStatus::noError : AuthorizationStatus::denied;
   }
 
