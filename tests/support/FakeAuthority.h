@@ -1,7 +1,6 @@
 // Authorization services that answer as a test tells them to.
 #pragma once
 
-#include <deque>
 #include <map>
 #include <string>
 #include <utility>
@@ -34,8 +33,7 @@ class FakeAuthority : public Authority {
 
   AuthorizationStatus createFromExternalFormStatus = AuthorizationStatus::noError;
   AuthorizationStatus createStatus = AuthorizationStatus::noError;
-  /// One a call, in order; granted when there is none left.
-  std::deque<AuthorizationStatus> copyRightStatuses;
+  AuthorizationStatus copyRightStatus = AuthorizationStatus::noError;
   AuthorizationStatus rightSetStatus = AuthorizationStatus::noError;
   AuthorizationStatus rightRemoveStatus = AuthorizationStatus::noError;
 
@@ -89,11 +87,7 @@ class FakeAuthority : public Authority {
             {item.name, {static_cast<const char*>(item.value), item.valueLength}});
       }
       authority_.calls_.push_back(std::move(call));
-      auto& statuses = authority_.copyRightStatuses;
-      if (statuses.empty()) return AuthorizationStatus::noError;
-      const auto status = statuses.front();
-      statuses.pop_front();
-      return status;
+      return authority_.copyRightStatus;
     }
 
     void free(std::uint32_t flags) override { authority_.calls_.push_back({"free", {}, flags}); }
