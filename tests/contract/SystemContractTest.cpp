@@ -59,8 +59,7 @@ TEST_F(SystemContract, ApplicationsAreFoundWhereTheyAreRegistered) {
   EXPECT_TRUE(applications.applicationURLs(test::uniqueName()).empty());
   EXPECT_FALSE(applications.dateLastUsed(scratch_.path("none")));
   EXPECT_FALSE(applications.systemBundle(scratch_.path("none")));
-  const auto registered = applications.applicationURLs("com.apple.finder");
-  for (const auto& url : registered) {
+  for (const auto& url : applications.applicationURLs("com.apple.finder")) {
     EXPECT_EQ(url.scheme, "file");
     EXPECT_EQ(url.path.substr(0, 1), "/");
     EXPECT_TRUE(applications.systemBundle(url.path)) << url.path;

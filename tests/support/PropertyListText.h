@@ -8,12 +8,9 @@
 
 namespace qrt::test {
 
-inline std::span<const std::uint8_t> bytesOf(std::string_view text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
 inline Result<PropertyValue> parsed(std::string_view bytes) {
-  return BoundedPropertyLists().parse(bytesOf(bytes));
+  return BoundedPropertyLists().parse(
+      {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
 }
 
 inline std::string bigEndian(std::uint64_t value, int width) {

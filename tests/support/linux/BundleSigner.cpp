@@ -161,12 +161,6 @@ Data readAll(const std::string& path) {
   return {contents.begin(), contents.end()};
 }
 
-void writeAll(const std::string& path, const Data& bytes) {
-  std::ofstream file(path, std::ios::binary);
-  std::copy(bytes.begin(), bytes.end(), std::ostreambuf_iterator<char>(file));
-  if (!file) throw std::runtime_error("cannot write " + path);
-}
-
 void writeList(const std::string& path, const PropertyValue& value) {
   std::ofstream(path) << *BoundedPropertyLists().xml(value);
 }
@@ -255,7 +249,8 @@ SignedProgramFile signBundle(const std::string& bundle, const SigningChain& chai
   const auto infoPlist = readAll(contents + "/" + options.infoPlist);
   const auto resourceList = readAll(listPath);
   auto program = signedProgram(chain, options, &infoPlist, &resourceList);
-  writeAll(contents + "/" + options.program, program.bytes);
+  std::ofstream file(contents + "/" + options.program, std::ios::binary);
+  std::copy(program.bytes.begin(), program.bytes.end(), std::ostreambuf_iterator<char>(file));
   return program;
 }
 
