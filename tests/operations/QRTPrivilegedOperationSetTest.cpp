@@ -1,7 +1,6 @@
 #include "operations/QRTPrivilegedOperationSet.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "operations/OperationCatalogue.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
