@@ -67,6 +67,51 @@ TEST_F(FilesContract, FoldersListTheirEntriesAndAnswerForThem) {
   EXPECT_TRUE(files().openFolder({moved, "c"}, Links::follow));
 }
 
+TEST_F(FilesContract, LocatesAnObjectByItsFolder) {
+  const auto folder = scratch_.folder("folder");
+  scratch_.link("link", "folder");
+  const struct {
+    std::string path, parent, name;
+  } cases[] = {{folder + "//", scratch_.path(), "folder"},
+               {scratch_.path("link/"), scratch_.path(), "link"},
+               {scratch_.path("link/new"), folder, "new"},
+               {"//", "/", "."},
+               {"/etc", "/", "etc"},
+               {"plain", ".", "plain"},
+               {folder + "/.", folder, "."},
+               {folder + "/..", scratch_.path(), "."}};
+  for (const auto& c : cases) {
+    const auto location = files().locate(c.path);
+    ASSERT_TRUE(location) << c.path;
+    EXPECT_EQ(location->name, c.name) << c.path;
+    EXPECT_EQ(files().status({location->parent, "."}, Links::stay)->inode,
+              statusOf(c.parent)->inode)
+        << c.path;
+  }
+  EXPECT_EQ(files().locate(scratch_.path("missing/x")).error(), PosixCode::noEntry);
+  EXPECT_EQ(files().locate("").error(), PosixCode::noEntry);
+  EXPECT_EQ(files().locate(std::string("/etc\0x", 6)).error(), PosixCode::noEntry);
+}
+
+TEST_F(FilesContract, EntriesMayBeRemovedWhileTheyAreRead) {
+  constexpr int count = 3000;  // Several buffers full.
+  const std::string padding(60, 'x');
+  for (int i = 0; i < count; ++i) scratch_.file(padding + std::to_string(i));
+  auto folder = std::move(*files().openFolder(scratch_.path().c_str(), Links::stay));
+  int seen = 0;
+  for (auto entry = folder.next(); entry && *entry; entry = folder.next(), ++seen) {
+    EXPECT_EQ(files().removeFile({folder, (*entry)->name}), PosixCode::success);
+  }
+  EXPECT_EQ(seen, count);
+}
+
+TEST_F(FilesContract, ReadingAFolderFailsWithTheReason) {
+  EXPECT_FALSE(files().locate(scratch_.path("x"))->parent.next());  // Only a base.
+  auto folder = std::move(*files().openFolder(scratch_.folder("gone").c_str(), Links::stay));
+  ASSERT_EQ(rmdir(scratch_.path("gone").c_str()), 0);
+  EXPECT_EQ(folder.next().error(), PosixCode::noEntry);
+}
+
 TEST_F(FilesContract, CreationAndRenamingNeverReplace) {
   const auto taken = scratch_.file("taken", "kept");
   EXPECT_EQ(files().createFile(taken.c_str(), 0600).error(), PosixCode::exists);
@@ -82,6 +127,9 @@ TEST_F(FilesContract, CreationAndRenamingNeverReplace) {
 
 TEST_F(FilesContract, ReadingIsBoundedAndNeverWaits) {
   const auto file = scratch_.file("file", "12345");
+  const auto link = scratch_.link("link", "file");
+  EXPECT_EQ(*files().readFile(link.c_str(), 5), (Data{'1', '2', '3', '4', '5'}));
+  EXPECT_EQ(files().readFile(scratch_.path("none").c_str(), 4).error(), PosixCode::noEntry);
   EXPECT_EQ(files().readFile(file.c_str(), 4).error(), PosixCode::noSpace);
   for (const auto& path :
        {fifoAt("fifo"), socketAt("socket"), scratch_.path(), std::string("/dev/null")}) {

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <climits>
+#include <future>
 
 #include "contract/ContractTest.h"
 #include "platform/CallerProcess.h"
@@ -8,7 +9,6 @@
 #include "platform/Log.h"
 #include "platform/ProcessTable.h"
 #include "platform/SelfProcess.h"
-#include "platform/Subprocess.h"
 #include "platform/Terminal.h"
 #include "platform/UserDirectory.h"
 
@@ -46,24 +46,12 @@ TEST_F(ProcessesContract, UsersAreKnownListedOrNot) {
   EXPECT_FALSE(platform().users.isKnownUserID(1234567890));
 }
 
-TEST_F(ProcessesContract, ProgramsTellBothStreamsAndTheirStatus) {
-  auto child = platform().subprocesses.prepare();
-  ASSERT_TRUE(child);
-  const std::vector<std::string> arguments{"-c", "echo \"$CONTRACT\"; echo wrong >&2; exit 3"};
-  const EnvironmentChanges environment{{"CONTRACT", "kept"}};
-  ASSERT_EQ((*child)->launch({"/bin/sh", arguments, environment}), PosixCode::success);
-  std::string output;
-  std::string errors;
-  const auto sink = [&](StandardStream stream, std::span<const std::uint8_t> bytes) {
-    (stream == StandardStream::output ? output : errors).append(bytes.begin(), bytes.end());
-  };
-  EXPECT_EQ((*child)->waitUntilExit(sink), 3);
-  (*child)->drain(sink);
-  EXPECT_EQ(output, "kept\n");
-  EXPECT_EQ(errors, "wrong\n");
-
-  auto missing = platform().subprocesses.prepare();
-  EXPECT_EQ((*missing)->launch({"/no/such/program", {}, environment}), PosixCode::noEntry);
+TEST_F(ProcessesContract, SearchesAtTheSameTimeDoNotTakeUsersFromEachOthersLists) {
+  const auto list = [this] { return platform().users.listedUserIDs(); };
+  const auto listed = list();
+  std::future<UserIDs> lists[8];
+  for (auto& each : lists) each = std::async(std::launch::async, list);
+  for (auto& each : lists) EXPECT_EQ(each.get(), listed);
 }
 
 TEST_F(ProcessesContract, JobsAreRemovedByAToolOfTheSystem) {

@@ -1,5 +1,3 @@
-#include <sys/stat.h>
-
 #include "contract/ContractTest.h"
 #include "platform/ApplicationRegistry.h"
 #include "platform/Authority.h"
@@ -14,24 +12,6 @@ namespace qrt {
 namespace {
 
 using SystemContract = test::ContractTest;
-
-std::span<const std::uint8_t> bytesOf(std::string_view text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
-TEST_F(SystemContract, PropertyListsAreReadInEveryFormAndHeldToTheLimits) {
-  auto& lists = platform().propertyLists;
-  const PropertyValue value = Dictionary{{"a", Array{"b", "c"}}, {"d", "e"}};
-  EXPECT_EQ(*lists.parse(bytesOf("{a = (b, \"c\"); d = e;}")), value);
-  EXPECT_EQ(*lists.parse(bytesOf(*lists.xml(value))), value);
-  for (const char* open : {"(", "<array>"}) {
-    std::string deep;
-    for (int level = 0; level < 200'000; ++level) deep += open;
-    const auto list = lists.parse(bytesOf(deep));
-    ASSERT_FALSE(list) << open;
-    EXPECT_EQ(list.error().code, 3840) << open;
-  }
-}
 
 TEST_F(SystemContract, TheVersionFileSaysWhichSystemThisIs) {
   const auto bytes = platform().versionFile.read();
@@ -79,8 +59,7 @@ TEST_F(SystemContract, ApplicationsAreFoundWhereTheyAreRegistered) {
   EXPECT_TRUE(applications.applicationURLs(test::uniqueName()).empty());
   EXPECT_FALSE(applications.dateLastUsed(scratch_.path("none")));
   EXPECT_FALSE(applications.systemBundle(scratch_.path("none")));
-  const auto registered = applications.applicationURLs("com.apple.finder");
-  for (const auto& url : registered) {
+  for (const auto& url : applications.applicationURLs("com.apple.finder")) {
     EXPECT_EQ(url.scheme, "file");
     EXPECT_EQ(url.path.substr(0, 1), "/");
     EXPECT_TRUE(applications.systemBundle(url.path)) << url.path;

@@ -1,7 +1,6 @@
 #include "operations/QRTPrivilegedOperationSet.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "operations/OperationCatalogue.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
@@ -132,15 +131,17 @@ TEST_F(QRTPrivilegedOperationSetTest, InstallsOnlyRightsThatAreMissing) {
 TEST_F(QRTPrivilegedOperationSetTest, GoesOnAfterARightThatIsRefused) {
   authority.rightSetStatus = AuthorizationStatus::internal;
   set.setAuthorizationRightsForImplementedOperationsUsingAuthorization(authorization.get());
-  authority.rightGetStatuses = {{"com.vantor.vk2.first", AuthorizationStatus::noError}};
+  authority.rightSetStatus = AuthorizationStatus::noError;
+  set.setAuthorizationRightsForImplementedOperationsUsingAuthorization(authorization.get());
   authority.rightRemoveStatus = AuthorizationStatus::internal;
   set.removeAuthorizationRightsForImplementedOperationsUsingAuthorization(*authorization);
-  const std::string refused = "Authorization database did not accept right definition for ";
-  EXPECT_THAT(log.texts(), testing::ElementsAre(
-                               testing::HasSubstr("code 2"), refused + "'com.vantor.vk2.first'!",
-                               refused + "'com.vantor.vk2.third-one'!",
-                               "Authorization database did not remove right definition for "
-                               "'com.vantor.vk2.first'!"));
+  const std::string refused = "Authorization database did not accept right definition for ",
+                    kept = "Authorization database did not remove right definition for ";
+  EXPECT_THAT(
+      log.texts(),
+      testing::ElementsAre(testing::HasSubstr("code 2"), refused + "'com.vantor.vk2.first'!",
+                           refused + "'com.vantor.vk2.third-one'!",
+                           kept + "'com.vantor.vk2.first'!", kept + "'com.vantor.vk2.third-one'!"));
   EXPECT_EQ(log.lines().back().level, LogLevel::error);
 }
 

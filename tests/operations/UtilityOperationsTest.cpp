@@ -3,15 +3,18 @@
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "operations/TrustedExecution.h"
 #include "platform/NativePlatform.h"
+#include "protocol/FeedbackMessage.h"
 #include "support/FakeAuthority.h"
+#include "support/FakeFeedback.h"
 #include "support/PlantedFile.h"
 #include "support/RecordingLog.h"
-#include "support/TextOutput.h"
 
 namespace qrt {
 namespace {
 
 constexpr const char* domain = "com.vantor.error.privileged-operation";
+
+Data bytes(std::string_view text) { return {text.begin(), text.end()}; }
 
 class UtilityOperations : public testing::Test {
  protected:
@@ -35,7 +38,8 @@ class UtilityOperations : public testing::Test {
   test::RecordingLog log;
   test::FakeAuthority authority;
   QRTPrivilegedOperationSetVK2 operationSet{log, authority};
-  test::TextOutput output;
+  test::FakeFeedback feedback;
+  const std::unique_ptr<FeedbackConnection> requestor = feedback.connect();
 };
 
 TEST_F(UtilityOperations, TheTableLeadsFromNamesToTheirPlaces) {
@@ -77,7 +81,7 @@ TEST_F(UtilityOperations, AMissingUtilityIsTold) {
 
 TEST_F(UtilityOperations, AnUnsafeUtilityIsNotStarted) {
   const auto tool = plantTool("tool", "touch " + scratch.path("ran"), 0775);
-  const auto failure = execute({tool}, {"/App", "tool"}, &output);
+  const auto failure = execute({tool}, {"/App", "tool"}, requestor.get());
   ASSERT_TRUE(failure);
   EXPECT_EQ(failure->domain, domain);
   EXPECT_EQ(failure->code, 2);
@@ -87,13 +91,14 @@ TEST_F(UtilityOperations, AnUnsafeUtilityIsNotStarted) {
   EXPECT_EQ(operationSet.outputConnection(), nullptr);
 
   // A program that is trusted is not tested.
-  EXPECT_FALSE(executeTrusted(native.facilities(), operationSet, true, tool, {}, false, &output));
+  EXPECT_FALSE(
+      executeTrusted(native.facilities(), operationSet, true, tool, {}, false, requestor.get()));
   EXPECT_TRUE(test::exists(scratch.path("ran")));
 }
 
 TEST_F(UtilityOperations, AFailureComesAfterItsOutput) {
-  const auto tool = plantTool("tool", "echo out; echo err >&2; exit $1");
-  EXPECT_EQ(execute({tool}, {"/App", "tool", "1"}, &output),
+  const auto tool = plantTool("tool", "echo out; sleep 0.1; echo err >&2; exit $1");
+  EXPECT_EQ(execute({tool}, {"/App", "tool", "1"}, requestor.get()),
             (Error{domain,
                    3,
                    {{"NSLocalizedDescription",
@@ -102,11 +107,12 @@ TEST_F(UtilityOperations, AFailureComesAfterItsOutput) {
                      "The operating system could not perform the requested operation. It returned "
                      "error code $1$."},
                     {"QRTLocalizedRecoverySuggestionParameters", Array{"1"}}}}));
-  EXPECT_EQ(output.output(), "out\n");
-  EXPECT_EQ(output.error(), "err\n");
-  EXPECT_EQ(output.empties(), "oe");
-  EXPECT_EQ(operationSet.outputConnection(), &output) << "a failed run leaves its connection";
-  EXPECT_FALSE(execute({tool}, {"/App", "tool", "0"}, &output));
+  EXPECT_EQ(feedback.messages,
+            (std::vector{outputMessage(bytes("out\n")), errorOutputMessage(bytes("err\n")),
+                         outputMessage({}), errorOutputMessage({})}));
+  EXPECT_EQ(operationSet.outputConnection(), requestor.get())
+      << "a failed run leaves its connection";
+  EXPECT_FALSE(execute({tool}, {"/App", "tool", "0"}, requestor.get()));
   EXPECT_EQ(operationSet.outputConnection(), nullptr);
   // Without a connection a utility runs all the same.
   EXPECT_FALSE(execute({tool}, {"/App", "tool", "0"}));
@@ -115,19 +121,22 @@ TEST_F(UtilityOperations, AFailureComesAfterItsOutput) {
 TEST_F(UtilityOperations, ArgumentsArriveUnchangedAndInOrder) {
   EXPECT_FALSE(execute({"/usr/bin/printf"},
                        {"/App", "printf", "[%s]", "b c", "", "a", "--", "$HOME *", "\xff\n"},
-                       &output));
-  EXPECT_EQ(output.output(), "[b c][][a][--][$HOME *][\xff\n]");
+                       requestor.get()));
+  EXPECT_EQ(feedback.messages, (std::vector{outputMessage(bytes("[b c][][a][--][$HOME *][\xff\n]")),
+                                            outputMessage({}), errorOutputMessage({})}));
 }
 
 TEST_F(UtilityOperations, TheSearchPathIsTheSafeOneOrNone) {
   ASSERT_NE(getenv("PATH"), nullptr);
   const std::string before = getenv("PATH");
   for (const bool isSafe : {false, true}) {
-    test::TextOutput lines;
+    feedback.messages.clear();
     const auto outcome = executeTrusted(native.facilities(), operationSet, false,
-                                        "/usr/bin/printenv", {"PATH"}, isSafe, &lines);
+                                        "/usr/bin/printenv", {"PATH"}, isSafe, requestor.get());
     EXPECT_EQ(!outcome, isSafe);
-    EXPECT_EQ(lines.output(), isSafe ? "/usr/bin:/bin:/usr/sbin:/sbin\n" : "");
+    EXPECT_EQ(feedback.messages.front(),
+              outputMessage(bytes(isSafe ? "/usr/bin:/bin:/usr/sbin:/sbin\n" : "")));
+    EXPECT_EQ(feedback.messages.size(), isSafe ? 3u : 2u);
   }
   EXPECT_EQ(getenv("PATH"), before);
 }

@@ -9,6 +9,8 @@
 namespace qrt {
 namespace {
 
+using test::bigEndian;
+
 constexpr std::size_t mebibyte = 1 << 20;
 
 #ifdef __OPTIMIZE__
@@ -28,24 +30,8 @@ std::string repeated(std::string_view piece, std::size_t bytes) {
   return text;
 }
 
-std::string bigEndian(std::uint64_t value, int width) {
-  std::string bytes;
-  for (int i = width - 1; i >= 0; --i) bytes += static_cast<char>(value >> 8 * i);
-  return bytes;
-}
-
-/// A binary list of the objects, references four bytes wide.
-std::string binary(const std::vector<std::string>& objects) {
-  std::string bytes = "bplist00";
-  std::string offsets;
-  for (const auto& object : objects) {
-    offsets += bigEndian(bytes.size(), 4);
-    bytes += object;
-  }
-  const auto table = bytes.size();
-  return bytes + offsets + std::string(6, '\0') + "\x04\x04" + bigEndian(objects.size(), 8) +
-         bigEndian(0, 8) + bigEndian(table, 8);
-}
+/// Its references are four bytes wide.
+std::string binary(const std::vector<std::string>& objects) { return test::binaryList(objects, 4); }
 
 std::string arrayOf(const std::vector<std::uint64_t>& references) {
   std::string object = "\xAF\x12" + bigEndian(references.size(), 4);

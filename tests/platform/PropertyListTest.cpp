@@ -44,7 +44,6 @@ TEST(PropertyList, TellsTheFormsApart) {
       {utf16(text, true), greeting},
       {utf16(text, false), greeting},
       {utf16(xml, true), greeting},
-      {utf16(xml, false), greeting},
       {"\xEF\xBB\xBF(\"\u00FC\U0001F600\")", greeting},
       {"\xEF\xBB\xBF<?xml version='1.0' encoding='UTF-8'?><plist><array>"
        "<string>\u00FC&#x1F600;</string></array></plist>",
@@ -73,11 +72,9 @@ TEST(PropertyList, ReadsXmlElements) {
       {plist("<array><integer> 42\n</integer><integer>+0x1F</integer></array>"), Array{42, 31}},
       {plist("<integer>-9223372036854775808</integer>"), std::numeric_limits<std::int64_t>::min()},
       {plist("<integer>9223372036854775808</integer>"), std::uint64_t{1} << 63},
-      {plist("<integer>18446744073709551615</integer>"), std::numeric_limits<std::uint64_t>::max()},
       {plist("<array><real>-1.5e3</real><real>+nan</real></array>"), Array{-1500.0, std::nan("")}},
       {plist("<array><real>-Infinity</real><real>+inf</real></array>"), Array{-infinity, infinity}},
       {plist("<array><true> </true><false/></array>"), Array{true, false}},
-      {plist("<date>1969-12-31T23:59:59Z</date>"), date(-1)},
       {plist("<date>2024-02-29T01:02:03Z</date>"), date(1709168523)},
       {plist("<data>\n\tAAEC\n\t/w==\n</data>"), Data{0, 1, 2, 0xFF}},
       {plist("<array><data/><array/><dict/></array>"), Array{Data{}, Array{}, Dictionary{}}},
@@ -146,20 +143,9 @@ TEST(PropertyList, RefusesTextThatIsNoPropertyList) {
   }
 }
 
-/// Puts a binary list together: the objects as they lie in the file, references one byte wide.
-std::string binary(const std::vector<std::string>& objects, char root = 0) {
-  std::string bytes = "bplist00";
-  std::string offsets;
-  for (const auto& object : objects) {
-    offsets += utf16(std::u16string{static_cast<char16_t>(bytes.size())}, true);
-    bytes += object;
-  }
-  const auto number = [](std::size_t value) {
-    return std::string(7, '\0') + static_cast<char>(value);
-  };
-  const std::size_t table = bytes.size();
-  return bytes + offsets + std::string(6, '\0') + "\x02\x01" + number(objects.size()) +
-         number(static_cast<std::size_t>(root)) + number(table);
+/// Its references are one byte wide.
+std::string binary(const std::vector<std::string>& objects, std::uint64_t root = 0) {
+  return test::binaryList(objects, 1, root);
 }
 
 template <std::size_t size>

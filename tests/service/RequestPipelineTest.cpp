@@ -1,7 +1,6 @@
 #include "service/RequestPipeline.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "operations/OperationCatalogue.h"
 #include "operations/OperationException.h"
@@ -109,7 +108,7 @@ TEST_F(RequestPipelineTest, RefusesWhatDoesNotFitTheCatalogue) {
 
 TEST_F(RequestPipelineTest, AuthorizesBeforeItValidates) {
   const auto asks = [&](AuthorizationStatus status) {
-    authority_.copyRightStatuses = {status};
+    authority_.copyRightStatus = status;
     return perform(signalProcess, Array{"wrong"});
   };
   EXPECT_EQ(asks(AuthorizationStatus::noError), posixError(PosixCode::invalidArgument));

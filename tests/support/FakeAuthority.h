@@ -1,7 +1,6 @@
 // Authorization services that answer as a test tells them to.
 #pragma once
 
-#include <deque>
 #include <map>
 #include <string>
 #include <utility>
@@ -15,12 +14,8 @@ namespace qrt::test {
 /// stands for the database.
 class FakeAuthority : public Authority {
  public:
-  struct Item {
-    std::string name;
-    /// The value's bytes, the terminating NUL included.
-    std::string value;
-    friend bool operator==(const Item&, const Item&) = default;
-  };
+  /// Name and bytes of the value, the terminating NUL included.
+  using Item = std::pair<std::string, std::string>;
   struct Call {
     /// "createFromExternalForm", "create", "copyRight", "free", "rightSet" or "rightRemove".
     std::string function;
@@ -38,12 +33,9 @@ class FakeAuthority : public Authority {
 
   AuthorizationStatus createFromExternalFormStatus = AuthorizationStatus::noError;
   AuthorizationStatus createStatus = AuthorizationStatus::noError;
-  /// One a call, in order; granted when there is none left.
-  std::deque<AuthorizationStatus> copyRightStatuses;
+  AuthorizationStatus copyRightStatus = AuthorizationStatus::noError;
   AuthorizationStatus rightSetStatus = AuthorizationStatus::noError;
   AuthorizationStatus rightRemoveStatus = AuthorizationStatus::noError;
-  /// For rights whose look-up shall not depend on the database.
-  std::map<std::string, AuthorizationStatus> rightGetStatuses;
 
   const std::vector<Call>& calls() const { return calls_; }
   std::vector<Call> takeCalls() { return std::exchange(calls_, {}); }
@@ -61,9 +53,6 @@ class FakeAuthority : public Authority {
   }
 
   AuthorizationStatus rightGet(const std::string& name) override {
-    if (const auto scripted = rightGetStatuses.find(name); scripted != rightGetStatuses.end()) {
-      return scripted->second;
-    }
     return rights_.contains(name) ? AuthorizationStatus::noError : AuthorizationStatus::denied;
   }
 
@@ -98,11 +87,7 @@ class FakeAuthority : public Authority {
             {item.name, {static_cast<const char*>(item.value), item.valueLength}});
       }
       authority_.calls_.push_back(std::move(call));
-      auto& statuses = authority_.copyRightStatuses;
-      if (statuses.empty()) return AuthorizationStatus::noError;
-      const auto status = statuses.front();
-      statuses.pop_front();
-      return status;
+      return authority_.copyRightStatus;
     }
 
     void free(std::uint32_t flags) override { authority_.calls_.push_back({"free", {}, flags}); }

@@ -1,7 +1,6 @@
 #include "platform/linux/LinuxAuthority.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "platform/posix/BoundedPropertyLists.h"
 #include "support/PlantedFile.h"

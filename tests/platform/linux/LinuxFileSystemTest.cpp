@@ -113,10 +113,6 @@ TEST_P(FlaggedFileSystems, SetClearAndKeepTheOtherFlags) {
     }
     EXPECT_EQ(all(), before);
   }
-
-  EXPECT_EQ(setFlags(file, userImmutable), PosixCode::success);
-  EXPECT_EQ(unlink(file.c_str()), -1);
-  EXPECT_EQ(setFlags(file, 0), PosixCode::success);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, FlaggedFileSystems,

@@ -51,9 +51,8 @@ class LinuxPreferencesTest : public testing::Test {
 
   PropertyValue read(const std::string& path) { return test::parsed(contentsOf(path)).value(); }
 
-  bool set(const std::string& key, std::optional<PropertyValue> value,
-           std::optional<std::string> application = "app") {
-    return preferences.setValue({std::move(application), nobody, {any}}, key, value);
+  bool set(const std::string& key, const std::optional<PropertyValue>& value) {
+    return preferences.setValue({"app", nobody, {any}}, key, value);
   }
 
   const PreferenceSelector nobody{Kind::named, "nobody"};
@@ -108,7 +107,7 @@ TEST_F(LinuxPreferencesTest, WhatCannotBePartOfANameHasNoSettings) {
     }
   }
   EXPECT_FALSE(preferences.setValue({"app", {Kind::named, "no such user"}, {any}}, "key", "value"));
-  EXPECT_FALSE(set("key", "value", std::string(256, 'a')));
+  EXPECT_FALSE(preferences.setValue({std::string(256, 'a'), nobody, {any}}, "key", "value"));
   EXPECT_FALSE(set("\x01", "value")) << "no file could hold that key";
   EXPECT_FALSE(test::exists(defaults + "/app.plist"));
 }
