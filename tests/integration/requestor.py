@@ -77,7 +77,10 @@ class Requestor:
         """Registers or unregisters a process; whether it is answered does not matter."""
         self._bus.call(None, PATH, HELPER, method, GLib.Variant("(i)", (process,)), None,
                        Gio.DBusCallFlags.NONE, GLib.MAXINT, None, None)
-        self._bus.flush_sync(None)
+        try:
+            self._bus.flush_sync(None)
+        except GLib.Error:
+            pass  # The daemon has ended already.
 
     def external_form(self):
         return self.call(AUTHORITY, "createExternalForm", None, "(ay)")[0]
