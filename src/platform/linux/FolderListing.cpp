@@ -6,16 +6,10 @@
 #include <limits>
 
 #include "platform/Folder.h"
+#include "platform/posix/FolderNames.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
-namespace {
-
-bool isDotOrDots(const char* name) {
-  return name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0));
-}
-
-}  // namespace
 
 /// Reads the kernel's records itself: a C library stream costs two more system calls a folder.
 class Folder::Listing {

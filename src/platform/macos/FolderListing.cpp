@@ -7,16 +7,10 @@
 
 #include "platform/FileStatus.h"
 #include "platform/Folder.h"
+#include "platform/posix/FolderNames.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
-namespace {
-
-bool isDotOrDots(const char* name) {
-  return name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0));
-}
-
-}  // namespace
 
 /// Owns the folder's descriptor from here on; its number stays what it was. The stream shows one
 /// entry at a time, so some are read ahead for whoever wants to know what comes.
