@@ -9,6 +9,7 @@
 #include "platform/Log.h"
 #include "platform/ProcessTable.h"
 #include "platform/SelfProcess.h"
+#include "platform/Subprocess.h"
 #include "platform/Terminal.h"
 #include "platform/UserDirectory.h"
 
@@ -52,6 +53,26 @@ TEST_F(ProcessesContract, SearchesAtTheSameTimeDoNotTakeUsersFromEachOthersLists
   std::future<UserIDs> lists[8];
   for (auto& each : lists) each = std::async(std::launch::async, list);
   for (auto& each : lists) EXPECT_EQ(each.get(), listed);
+}
+
+TEST_F(ProcessesContract, ProgramsTellBothStreamsAndTheirStatus) {
+  auto child = platform().subprocesses.prepare();
+  ASSERT_TRUE(child);
+  const std::vector<std::string> arguments{"-c", "echo \"$CONTRACT\"; echo wrong >&2; exit 3"};
+  const EnvironmentChanges environment{{"CONTRACT", "kept"}};
+  ASSERT_EQ((*child)->launch({"/bin/sh", arguments, environment}), PosixCode::success);
+  std::string output;
+  std::string errors;
+  const auto sink = [&](StandardStream stream, std::span<const std::uint8_t> bytes) {
+    (stream == StandardStream::output ? output : errors).append(bytes.begin(), bytes.end());
+  };
+  EXPECT_EQ((*child)->waitUntilExit(sink), 3);
+  (*child)->drain(sink);
+  EXPECT_EQ(output, "kept\n");
+  EXPECT_EQ(errors, "wrong\n");
+
+  auto missing = platform().subprocesses.prepare();
+  EXPECT_EQ((*missing)->launch({"/no/such/program", {}, environment}), PosixCode::noEntry);
 }
 
 TEST_F(ProcessesContract, JobsAreRemovedByAToolOfTheSystem) {

@@ -13,6 +13,24 @@ namespace {
 
 using SystemContract = test::ContractTest;
 
+std::span<const std::uint8_t> bytesOf(std::string_view text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+TEST_F(SystemContract, PropertyListsAreReadInEveryFormAndHeldToTheLimits) {
+  auto& lists = platform().propertyLists;
+  const PropertyValue value = Dictionary{{"a", Array{"b", "c"}}, {"d", "e"}};
+  EXPECT_EQ(*lists.parse(bytesOf("{a = (b, \"c\"); d = e;}")), value);
+  EXPECT_EQ(*lists.parse(bytesOf(*lists.xml(value))), value);
+  for (const char* open : {"(", "<array>"}) {
+    std::string deep;
+    for (int level = 0; level < 200'000; ++level) deep += open;
+    const auto list = lists.parse(bytesOf(deep));
+    ASSERT_FALSE(list) << open;
+    EXPECT_EQ(list.error().code, 3840) << open;
+  }
+}
+
 TEST_F(SystemContract, TheVersionFileSaysWhichSystemThisIs) {
   const auto bytes = platform().versionFile.read();
   if (!bytes) return;  // The system has none.
