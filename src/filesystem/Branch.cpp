@@ -8,9 +8,7 @@ namespace {
 
 constexpr std::size_t maximumObjects = 1024;
 constexpr std::size_t maximumFolders = 128;
-constexpr std::size_t maximumNameBytes = 32 * 1024;
-/// More than any file system allows.
-constexpr std::size_t maximumNameLength = 1024;
+constexpr std::size_t enoughNameBytes = 32 * 1024;
 
 constexpr std::chrono::seconds maximumAge{1};
 
@@ -19,7 +17,7 @@ constexpr std::chrono::seconds maximumAge{1};
 Branch::Branch(FileSystem& files, const WalkScope& scope, FolderToCome folder, Statuses statuses)
     : files_(files), folder_(std::move(folder)), wanted_(statuses), cursor_(files, scope) {
   sightings_.reserve(maximumObjects);
-  names_.reserve(maximumNameBytes);
+  names_.reserve(enoughNameBytes);
   if (wanted_ == Statuses::read) statuses_.reserve(maximumObjects);
 }
 
@@ -39,12 +37,11 @@ void Branch::record(const std::atomic<bool>& isWanted) {
 }
 
 bool Branch::hasRoom() const {
-  return sightings_.size() < maximumObjects && names_.size() + maximumNameLength < maximumNameBytes;
+  return sightings_.size() < maximumObjects && names_.size() < enoughNameBytes;
 }
 
 void Branch::keep(const Sighting& sighting) {
   auto& kept = sightings_.emplace_back(sighting);
-  kept.name = names_.data() + names_.size();
   names_.append(sighting.name, std::strlen(sighting.name) + 1);
   if (wanted_ == Statuses::leave) return;
   if (const auto status = files_.status(sighting.object(), Links::stay)) {
@@ -60,7 +57,11 @@ bool Branch::isUsable() const {
 const Sighting* Branch::next() {
   // The folders that nothing refers to any more are closed on the way.
   if (next_ != 0) sightings_[next_ - 1].holder.reset();
-  return isAtEnd() ? nullptr : &sightings_[next_++];
+  if (isAtEnd()) return nullptr;
+  auto& sighting = sightings_[next_++];
+  sighting.name = names_.data() + nextName_;
+  nextName_ += std::strlen(sighting.name) + 1;
+  return &sighting;
 }
 
 void Branch::skipTo(std::size_t levels) {

@@ -55,8 +55,11 @@ class Branch {
   Clock::time_point begin_;
   std::vector<Sighting> sightings_;
   std::size_t next_ = 0;
-  /// What the sightings point to; neither grows beyond what was reserved. Names have their zeros.
+  /// Of the sightings, each with its zero: how long names get is for file systems to say, so a
+  /// sighting gets to know its own when it is handed out.
   std::string names_;
+  std::size_t nextName_ = 0;
+  /// What the sightings point to; does not grow beyond what was reserved.
   std::vector<FileStatus> statuses_;
 };
 

@@ -155,6 +155,11 @@ class WalkAheadTest : public EnumeratorTest {
         }
         if (inner % 11 == 0) scratch_.make("mkdir -p " + name + "/a/b/c " + name + "/a/d");
       }
+      // More bytes of names than are recorded at once.
+      for (int file = 0; file < 150; ++file) {
+        const auto number = std::to_string(file);
+        scratch_.file(std::to_string(outer) + "/" + number + std::string(255 - number.size(), 'n'));
+      }
     }
   }
 
