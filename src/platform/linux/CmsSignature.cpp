@@ -190,12 +190,15 @@ std::optional<CmsSigner> verifiedCmsSigner(Bytes message, Bytes content) {
   if (sk_CMS_SignerInfo_num(infos) != 1 || sk_X509_num(certificates.get()) > mostCertificates) {
     return std::nullopt;
   }
+  Owned<BIO, BIO_free_all> memory(
+      BIO_new_mem_buf(content.data(), static_cast<int>(content.size())));
   // CMS_verify makes a copy of plain memory, and loses it when it cannot go on.
-  const Owned<BIO, BIO_free_all> signedBytes(BIO_push(
-      BIO_new(BIO_f_null()), BIO_new_mem_buf(content.data(), static_cast<int>(content.size()))));
-  const bool isIntact =
-      signedBytes && CMS_verify(cms.get(), nullptr, nullptr, signedBytes.get(), nullptr,
-                                CMS_BINARY | CMS_NO_SIGNER_CERT_VERIFY) == 1;
+  const Owned<BIO, BIO_free_all> signedBytes(BIO_new(BIO_f_null()));
+  // Without memory behind it the filter would pass for signed bytes of which there are none.
+  if (!memory || !signedBytes) return std::nullopt;
+  BIO_push(signedBytes.get(), memory.release());
+  const bool isIntact = CMS_verify(cms.get(), nullptr, nullptr, signedBytes.get(), nullptr,
+                                   CMS_BINARY | CMS_NO_SIGNER_CERT_VERIFY) == 1;
   if (!isIntact) return std::nullopt;
 
   const Owned<STACK_OF(X509), freeStack> signers(CMS_get0_signers(cms.get()));

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "platform/linux/CmsSignature.h"
 #include "support/BundleSigner.h"
 #include "support/PlantedFile.h"
 
@@ -255,6 +256,16 @@ TEST(LinuxCodeSigning, SignaturesThatNobodyMayMake) {
   for (const auto& c : cases) {
     EXPECT_EQ(codeOf(Application(c.options, c.chain).validity()), signatureFailed) << c.name;
   }
+}
+
+TEST(LinuxCodeSigning, ASignatureOfNothingIsNoneOfBytesThatAreNotThere) {
+  const SigningChain chain;
+  const Data bytes{1};
+  EXPECT_TRUE(verifiedCmsSigner(chain.sign(bytes, {}), bytes));
+  // OpenSSL makes nothing to read from of a null pointer, as when memory runs out.
+  Data nothing;
+  nothing.reserve(1);
+  EXPECT_FALSE(verifiedCmsSigner(chain.sign(nothing, {}), {}));
 }
 
 TEST(LinuxCodeSigning, OneProgramDoesNotVouchForAnother) {
