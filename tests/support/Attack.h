@@ -1,76 +1,55 @@
-// Rounds of an operation under attack.
+// Somebody who exchanges two objects while an action works with them.
 #pragma once
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <stdio.h>
 
-#include <atomic>
-#include <chrono>
 #include <string>
-#include <thread>
+#include <vector>
+
+#include "support/SteppedChild.h"
 
 namespace qrt::test {
 
-/// Somebody who exchanges two objects all the time, in a thread of its own, from when it is made
-/// until it goes. Either object may go before.
-class FolderExchanger {
- public:
-  FolderExchanger(std::string first, std::string second)
-      : first_(std::move(first)), second_(std::move(second)) {
-    while (!hasBegun_) std::this_thread::yield();
-  }
-  FolderExchanger(const FolderExchanger&) = delete;
-  FolderExchanger& operator=(const FolderExchanger&) = delete;
-  ~FolderExchanger() {
-    isOver_ = true;
-    thread_.join();
-  }
-
-  /// How often it has succeeded so far.
-  int exchanges() const { return exchanges_; }
-
- private:
-  bool exchange() {
+inline bool exchange(const std::string& first, const std::string& second) {
 #ifdef __APPLE__
-    return renamex_np(first_.c_str(), second_.c_str(), RENAME_SWAP) == 0;
+  return renamex_np(first.c_str(), second.c_str(), RENAME_SWAP) == 0;
 #else
-    return renameat2(AT_FDCWD, first_.c_str(), AT_FDCWD, second_.c_str(), RENAME_EXCHANGE) == 0;
+  return renameat2(AT_FDCWD, first.c_str(), AT_FDCWD, second.c_str(), RENAME_EXCHANGE) == 0;
 #endif
-  }
+}
 
-  const std::string first_;
-  const std::string second_;
-  std::atomic<int> exchanges_ = 0;
-  std::atomic<bool> hasBegun_ = false;
-  std::atomic<bool> isOver_ = false;
-  std::thread thread_{[this] {
-    while (!isOver_) {
-      exchanges_ += exchange();
-      hasBegun_ = true;
-    }
-  }};
+/// What became of an action that was attacked once at each of its stops.
+struct Attacks {
+  /// How often the objects were exchanged. They may be protected at some stops.
+  int exchanges = 0;
+  /// Those at which the attacker won.
+  std::vector<int> lostStops;
 };
 
-/// Has `naive`, which goes by paths, attacked until `isSafe` is false: then the attack works. After
-/// `restore`, `careful` is attacked ten times as often, for some seconds at the most, and has to be
-/// safe each time. A machine on which the naive one never loses is let off.
-template <class Naive, class Restore, class Careful, class IsSafe>
-void attack(Naive naive, Restore restore, Careful careful, IsSafe isSafe) {
-  using Clock = std::chrono::steady_clock;
-  int roundsUntilLost = 0;
-  for (const auto start = Clock::now(); isSafe(); ++roundsUntilLost) {
-    if (Clock::now() - start > std::chrono::seconds(60)) GTEST_SKIP() << "the attack never worked";
-    naive();
+/// Exchanges `first` and `second` at each stop of `action` in turn, each time after `prepare`:
+/// first for good, then until the next stop only. The attacker has won when `action` did not go
+/// well or `isSafe` is false at its end.
+template <class Prepare, class Action, class IsSafe>
+Attacks attackAtEveryCall(const std::string& first, const std::string& second, Prepare prepare,
+                          Action action, IsSafe isSafe) {
+  Attacks attacks;
+  for (const bool forGood : {true, false}) {
+    bool isOver = false;
+    for (int stop = 1; !isOver; ++stop) {
+      prepare();
+      SteppedChild child(action);
+      isOver = !child.step(stop);
+      const bool isExchanged = !isOver && exchange(first, second);
+      attacks.exchanges += isExchanged;
+      if (isExchanged && !forGood) {
+        child.step(1);
+        exchange(first, second);
+      }
+      if (!child.finish() || !isSafe()) attacks.lostStops.push_back(stop);
+    }
   }
-  restore();
-  const auto start = Clock::now();
-  for (int round = 0; round < 10 * roundsUntilLost + 100; ++round) {
-    if (Clock::now() - start > std::chrono::seconds(4)) break;
-    careful();
-    ASSERT_TRUE(isSafe()) << "in round " << round << ", the naive one lost round "
-                          << roundsUntilLost;
-  }
+  return attacks;
 }
 
 }  // namespace qrt::test
