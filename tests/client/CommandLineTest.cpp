@@ -1,9 +1,11 @@
 // From the words of a command line to the values on the wire.
 #include <csignal>
 #include <cstdint>
+#include <cstdio>
 
 #include "ClientFixture.h"
 #include "client/cli/Json.h"
+#include "platform/FileDescriptor.h"
 #include "support/ScratchFolder.h"
 
 namespace qrt {
@@ -106,6 +108,25 @@ TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeAnythingIsDone) {
   EXPECT_EQ(run({"delete-foldercontents", "a"}), 2);
   EXPECT_EQ(run({"nop", "--icon", "a"}), 2);
   EXPECT_TRUE(helper.calls.empty());
+}
+
+TEST_F(CommandLineTest, WhatCannotBeReadOrSentAsAWholeIsRefused) {
+  const FileDescriptor before(dup(STDIN_FILENO)), folder(open("/", O_RDONLY | O_CLOEXEC));
+  dup2(folder.get(), STDIN_FILENO);
+  for (const auto& words : {std::vector<std::string>{"modify-systemfile", "a", "-"},
+                            {"delete-fileobjects", "--stdin0"}}) {
+    EXPECT_EQ(run(words), 2);
+    EXPECT_EQ(terminal.errors(), "qrtctl: Standard input cannot be read\nTry \"qrtctl --help\".\n");
+    clearerr(stdin);
+  }
+  dup2(before.get(), STDIN_FILENO);
+
+  std::vector<std::string> words(200, std::string(100000, '\xFF'));
+  words.insert(words.begin(), "delete-foldercontents");
+  EXPECT_EQ(run(words), 2) << "each such byte is sent as four";
+  EXPECT_THAT(terminal.errors(), testing::HasSubstr("The arguments are larger than 15.5 MiB"));
+  words.resize(30);
+  EXPECT_EQ(run(words), 0);
 }
 
 TEST_F(CommandLineTest, HelpTellsEverythingAndStartsNothing) {

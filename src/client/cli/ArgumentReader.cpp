@@ -5,9 +5,8 @@
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
-#include <fstream>
-#include <iostream>
-#include <iterator>
+#include <cstdio>
+#include <memory>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -15,12 +14,15 @@
 #include "client/cli/AccessControlArgument.h"
 #include "client/cli/SignalNames.h"
 #include "platform/CallerProcess.h"
+#include "protocol/WireText.h"
 
 namespace qrt {
 namespace {
 
-/// More does not fit into a message to the daemon.
-constexpr std::size_t largestContents = 16 << 20;
+/// What a message of 16 MiB has room for beside its header, the authorization and two texts for the
+/// dialog.
+constexpr std::size_t largestArguments = 31 << 19;
+constexpr const char* tooLarge = "{} larger than 15.5 MiB";
 
 template <class Integer>
 std::optional<Integer> integerIn(std::string_view text) {
@@ -55,18 +57,17 @@ std::optional<std::string_view> valueOfWord(std::string_view words, std::string_
 }
 
 UsageResult<Data> contentsOfFile(const std::string& path) {
-  std::ifstream file;
-  if (path != "-") file.open(path, std::ios::binary);
-  std::istream& stream = path == "-" ? std::cin : file;
-  Data contents(largestContents + 1);
-  stream.read(reinterpret_cast<char*>(contents.data()),
-              static_cast<std::streamsize>(contents.size()));
-  contents.resize(static_cast<std::size_t>(stream.gcount()));
-  if (!stream.eof()) {
-    return UsageError{contents.size() > largestContents
-                          ? fmt::format("{} is larger than 16 MiB", path)
-                          : fmt::format("{} cannot be read", path)};
+  const bool isStandardInput = path == "-";
+  // Unlike a stream of the library, this one tells the end of standard input from its failure.
+  const auto close = [](std::FILE* file) { return file == stdin ? 0 : std::fclose(file); };
+  const std::unique_ptr<std::FILE, decltype(close)> file(
+      isStandardInput ? stdin : std::fopen(path.c_str(), "rb"), close);
+  Data contents(largestArguments + 1);
+  contents.resize(file ? std::fread(contents.data(), 1, contents.size(), file.get()) : 0);
+  if (!file || std::ferror(file.get()) != 0) {
+    return UsageError{fmt::format("{} cannot be read", isStandardInput ? "Standard input" : path)};
   }
+  if (contents.size() > largestArguments) return UsageError{fmt::format(tooLarge, path + " is")};
   return contents;
 }
 
@@ -172,6 +173,22 @@ std::optional<UsageError> read(const ArgumentDescription& description,
   return std::nullopt;
 }
 
+/// How much of a message a value takes, at the most.
+std::size_t sizeInMessage(const PropertyValue& value) {
+  constexpr std::size_t typeLengthAndPadding = 24;
+  std::size_t size = typeLengthAndPadding;
+  if (const auto* text = value.string()) size += encodeWireText(*text).size();
+  if (const auto* data = value.data()) size += data->size();
+  if (const auto* array = value.array()) {
+    for (const auto& element : *array) size += sizeInMessage(element);
+  }
+  if (const auto* dictionary = value.dictionary()) {
+    for (const auto& [key, element] : *dictionary)
+      size += sizeInMessage(key) + sizeInMessage(element);
+  }
+  return size;
+}
+
 }  // namespace
 
 UsageResult<Array> readArguments(const std::vector<ArgumentDescription>& descriptions,
@@ -179,6 +196,9 @@ UsageResult<Array> readArguments(const std::vector<ArgumentDescription>& descrip
   Array values;
   for (std::size_t i = 0; i < descriptions.size(); ++i) {
     if (const auto error = read(descriptions[i], words[i], context, values)) return *error;
+  }
+  if (sizeInMessage(values) > largestArguments) {
+    return UsageError{fmt::format(tooLarge, "The arguments are")};
   }
   return values;
 }
