@@ -1,10 +1,13 @@
 #include "client/PrivilegeRequestor.h"
 
+#include <algorithm>
 #include <thread>
 #include <utility>
 
 #include "operations/OperationCatalogue.h"
 #include "operations/QRTPrivilegedOperationSet.h"
+#include "platform/FileSystem.h"
+#include "platform/Platform.h"
 #include "protocol/Names.h"
 
 namespace qrt {
@@ -38,6 +41,15 @@ bool isBrokenConnection(const Error& error) {
   return error.domain == cocoaErrorDomain && error.code == interrupted;
 }
 
+/// Whether there is nothing at any of the paths among the values.
+bool areGone(FileSystem& files, const Array& values) {
+  return std::all_of(values.begin(), values.end(), [&](const PropertyValue& value) {
+    if (!value.string()) return true;
+    const auto status = files.status(value.string()->c_str(), Links::stay);
+    return !status && status.error() == PosixCode::noEntry;
+  });
+}
+
 }  // namespace
 
 bool isConnectionFailure(const Error& error) {
@@ -46,8 +58,9 @@ bool isConnectionFailure(const Error& error) {
 }
 
 Result<std::unique_ptr<PrivilegeRequestor>> PrivilegeRequestor::connect(
-    HelperConnector& connector, const std::string& address, std::int32_t processIdentifier,
+    const Platform& platform, const std::string& address, std::int32_t processIdentifier,
     const QRTPrivilegedOperationSet& operations, RegistrationPatience patience) {
+  auto& connector = platform.helperConnector;
   auto connection = connectAndRegister(connector, address, processIdentifier);
   for (int attempt = 1; !connection && attempt < patience.attempts; ++attempt) {
     if (!isConnectionFailure(connection.error())) break;
@@ -55,14 +68,15 @@ Result<std::unique_ptr<PrivilegeRequestor>> PrivilegeRequestor::connect(
     connection = connectAndRegister(connector, address, processIdentifier);
   }
   if (!connection) return connection.error();
-  return std::unique_ptr<PrivilegeRequestor>(
-      new PrivilegeRequestor(std::move(*connection), processIdentifier, operations));
+  return std::unique_ptr<PrivilegeRequestor>(new PrivilegeRequestor(
+      std::move(*connection), platform.files, processIdentifier, operations));
 }
 
 PrivilegeRequestor::PrivilegeRequestor(std::unique_ptr<HelperConnection> connection,
-                                       std::int32_t processIdentifier,
+                                       FileSystem& files, std::int32_t processIdentifier,
                                        const QRTPrivilegedOperationSet& operations)
     : connection_(std::move(connection)),
+      files_(files),
       processIdentifier_(processIdentifier),
       operations_(operations) {}
 
@@ -95,10 +109,12 @@ Outcome PrivilegeRequestor::perform(const QRTPrivilegedOperation& operation, Arr
   if (!authorization) return authorization.error();
   if (wasInterrupted_) return posixError(PosixCode::interrupted);
   const auto code = operations_.opCodeForOperation(&operation);
+  const bool isUninstall = code == operation_code::performUninstall;
+  const auto paths = isUninstall ? arguments : Array();
   auto outcome = connection_->performPrivilegedOperation(
       code, *authorization, handler, withMetadata(presentation, std::move(arguments)));
-  // A daemon that has removed itself ends without a reply.
-  if (code == operation_code::performUninstall && outcome && isBrokenConnection(*outcome)) {
+  // A daemon that has removed itself ends without a reply. It may also have ended before.
+  if (isUninstall && outcome && isBrokenConnection(*outcome) && areGone(files_, paths)) {
     return success;
   }
   isOperationLeftBehind_ =
@@ -112,6 +128,8 @@ void PrivilegeRequestor::interrupt() {
 }
 
 bool PrivilegeRequestor::wasInterrupted() const { return wasInterrupted_; }
+
+bool PrivilegeRequestor::isOperationLeftBehind() const { return isOperationLeftBehind_; }
 
 Result<Data> PrivilegeRequestor::authorizationData() {
   if (!authorizationData_) {

@@ -15,8 +15,10 @@
 
 namespace qrt {
 
+class FileSystem;
 class QRTPrivilegedOperation;
 class QRTPrivilegedOperationSet;
+struct Platform;
 
 /// What the authorization dialog shows instead of the right's own text. Empty means: its own.
 struct AuthorizationPresentation {
@@ -40,9 +42,9 @@ bool isConnectionFailure(const Error& error);
 /// `interrupt`. Errors are unlocalized, as the daemon sent them.
 class PrivilegeRequestor {
  public:
-  /// Connects and registers. `operations` outlives the requestor.
+  /// Connects and registers. `platform` and `operations` outlive the requestor.
   static Result<std::unique_ptr<PrivilegeRequestor>> connect(
-      HelperConnector& connector, const std::string& address, std::int32_t processIdentifier,
+      const Platform& platform, const std::string& address, std::int32_t processIdentifier,
       const QRTPrivilegedOperationSet& operations, RegistrationPatience patience = {});
 
   /// Unregisters, so that the daemon can end; an operation that was left behind is finished first.
@@ -67,15 +69,19 @@ class PrivilegeRequestor {
   /// operation. Async-signal-safe.
   void interrupt();
   bool wasInterrupted() const;
+  /// True when the last call was interrupted and the daemon goes on with the operation; otherwise
+  /// an interrupted call has done nothing.
+  bool isOperationLeftBehind() const;
 
  private:
-  PrivilegeRequestor(std::unique_ptr<HelperConnection> connection, std::int32_t processIdentifier,
-                     const QRTPrivilegedOperationSet& operations);
+  PrivilegeRequestor(std::unique_ptr<HelperConnection> connection, FileSystem& files,
+                     std::int32_t processIdentifier, const QRTPrivilegedOperationSet& operations);
 
   /// This process's authorization, obtained for the first operation and kept.
   Result<Data> authorizationData();
 
   std::unique_ptr<HelperConnection> connection_;
+  FileSystem& files_;
   std::int32_t processIdentifier_;
   const QRTPrivilegedOperationSet& operations_;
   std::optional<Data> authorizationData_;

@@ -12,7 +12,7 @@ using testing::ElementsAre;
 class PrivilegeRequestorTest : public test::ClientFixture {
  protected:
   Result<std::unique_ptr<PrivilegeRequestor>> connect() {
-    return PrivilegeRequestor::connect(helper, "/socket", 42, operations_,
+    return PrivilegeRequestor::connect(platform, "/socket", 42, operations_,
                                        {.attempts = 4, .pause = std::chrono::milliseconds(1)});
   }
 
@@ -42,16 +42,18 @@ TEST_F(PrivilegeRequestorTest, TriesAgainForAWhileWithADaemonThatIsJustGoing) {
 }
 
 TEST_F(PrivilegeRequestorTest, NeverRepeatsARequest) {
-  // A daemon that removes itself does not reply.
-  const std::tuple<std::string, Error, Outcome> cases[] = {
-      {"delete-fileobjects", isGoing_, isGoing_},
-      {"perform-uninstall", isGoing_, success},
-      {"perform-uninstall", isGone_, isGone_}};
-  for (const auto& [operation, answer, outcome] : cases) {
+  // A daemon that removes itself does not reply; one that was ended before leaves its files behind.
+  const Array gone{42, "/none/program", "/none/job"}, there{42, "/none/program", "/"};
+  const std::tuple<std::string, Array, Error, Outcome> cases[] = {
+      {"delete-fileobjects", gone, isGoing_, isGoing_},
+      {"perform-uninstall", gone, isGoing_, success},
+      {"perform-uninstall", there, isGoing_, isGoing_},
+      {"perform-uninstall", gone, isGone_, isGone_}};
+  for (const auto& [operation, arguments, answer, outcome] : cases) {
     const auto requestor = connect();
     helper.calls.clear();
     helper.answer = answer;
-    EXPECT_EQ((*requestor)->perform(operation, {}), outcome);
+    EXPECT_EQ((*requestor)->perform(operation, arguments), outcome);
     EXPECT_THAT(helper.calls, ElementsAre("createExternalForm", testing::StartsWith("perform ")));
   }
 }

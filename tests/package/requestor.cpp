@@ -13,8 +13,8 @@ int main(int count, char** words) {
   const auto& platform = native.facilities();
   const qrt::QRTPrivilegedOperationSetVK2 operations(platform.log, platform.authority);
   const auto process = qrt::makeNativeCallerProcess()->processIdentifier();
-  auto requestor = qrt::PrivilegeRequestor::connect(
-      platform.helperConnector, std::string(qrt::defaultSocketPath), process, operations);
+  auto requestor = qrt::PrivilegeRequestor::connect(platform, std::string(qrt::defaultSocketPath),
+                                                    process, operations);
   if (!requestor) return 1;
   if (count < 3) {
     const auto version = (*requestor)->version();

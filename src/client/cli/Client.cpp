@@ -255,9 +255,9 @@ class Client {
   }
 
   Result<std::unique_ptr<PrivilegeRequestor>> connect() {
-    return PrivilegeRequestor::connect(
-        surroundings_.platform.helperConnector, command_.options.socketPath,
-        surroundings_.caller.processIdentifier(), operations_, surroundings_.patience);
+    return PrivilegeRequestor::connect(surroundings_.platform, command_.options.socketPath,
+                                       surroundings_.caller.processIdentifier(), operations_,
+                                       surroundings_.patience);
   }
 
   bool givesFeedback(std::string_view identifier) const {
