@@ -69,8 +69,8 @@ class PrivilegeRequestor {
   /// operation. Async-signal-safe.
   void interrupt();
   bool wasInterrupted() const;
-  /// True when the last call was interrupted and the daemon goes on with the operation; otherwise
-  /// an interrupted call has done nothing.
+  /// True when the daemon goes on with an operation whose call was interrupted. Otherwise the
+  /// interrupted call has done nothing.
   bool isOperationLeftBehind() const;
 
  private:

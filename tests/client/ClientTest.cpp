@@ -4,6 +4,7 @@
 
 #include "ClientFixture.h"
 #include "client/cli/Examination.h"
+#include "operations/PrivilegedOperationError.h"
 #include "protocol/FeedbackMessage.h"
 
 namespace qrt {
@@ -58,8 +59,14 @@ TEST_F(ClientTest, AnInterruptionSaysThatTheOperationGoesOn) {
               testing::StartsWith(
                   R"json({"done":false,"error":{"domain":"NSPOSIXErrorDomain","code":4,)json"));
 
+  // What was not asked for yet does not go on.
+  helper.whileItAuthorizes = std::exchange(helper.whileItRuns, nullptr);
+  EXPECT_EQ(run({"delete-foldercontents", "/a"}), 130);
+  EXPECT_THAT(terminal.errors(), testing::EndsWith("Interrupted.\nNothing was done.\n"));
+  EXPECT_EQ(helper.calls.back(), "unregister 42");
+
   // The daemon's own "interrupted" is a failure like any other.
-  helper.whileItRuns = nullptr;
+  helper.whileItAuthorizes = nullptr;
   helper.answer = posixError(PosixCode::interrupted);
   EXPECT_EQ(run({"delete-foldercontents", "/a"}), 1);
   EXPECT_EQ(helper.calls.back(), "unregister 42");
@@ -101,6 +108,18 @@ TEST_F(ClientTest, StopsWhenNobodyReadsItsOutput) {
   EXPECT_EQ(helper.calls.back(), "unregister later 42");
   EXPECT_EQ(run({"version"}), 1);
   EXPECT_EQ(run({"--help"}), 1);
+}
+
+TEST_F(ClientTest, AnInterruptionDoesNotWaitForWhoeverReads) {
+  terminal.slow = {StandardStream::output};
+  terminal.whileWriting = [&] { caller.interrupt(); };
+  helper.feedback = {outputMessage(Data{'a'})};
+  EXPECT_EQ(run({"delete-foldercontents", "/a"}), 130);
+  EXPECT_THAT(terminal.errors(), HasSubstr("The operation goes on"));
+  // Done by then, but not told.
+  helper.feedback.clear();
+  helper.answer = privilegedOperationAnswer({{"a", 1}});
+  EXPECT_EQ(run({"inspect-storagesize", "/a"}), 130);
 }
 
 TEST_F(ClientTest, ProgressMovesByItselfAndMakesRoomForTheMessage) {

@@ -4,6 +4,8 @@
 #include <stdlib.h>
 #include <sys/ioctl.h>
 
+#include <thread>
+
 #include "platform/FileDescriptor.h"
 #include "platform/posix/PosixCallerProcess.h"
 #include "support/PlantedFile.h"
@@ -46,6 +48,38 @@ TEST(PosixTerminal, TellsWhenTheReaderHasGone) {
   const Redirection redirection(STDERR_FILENO, writing.get());
   EXPECT_FALSE(terminal.write(StandardStream::error, "x"));
   EXPECT_FALSE(terminal.isTerminal(StandardStream::error));
+}
+
+TEST(PosixTerminal, StopsWaitingForASlowReader) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const FileDescriptor reading(ends[0]), writing(ends[1]);
+  PosixTerminal terminal;
+  const Redirection redirection(STDERR_FILENO, writing.get());
+  std::thread impatient([&] {
+    for (int available = 0, before = -1; available != before || available == 0;) {
+      before = available;
+      usleep(20000);
+      ioctl(reading.get(), FIONREAD, &available);
+    }
+    terminal.stopWaiting();
+  });
+  EXPECT_FALSE(terminal.write(StandardStream::error, std::string(1 << 20, 'x')));
+  impatient.join();
+  // What is read at once is still written.
+  std::string room(1 << 20, '\0');
+  EXPECT_GT(read(reading.get(), room.data(), room.size()), 0);
+  EXPECT_TRUE(terminal.write(StandardStream::error, "end"));
+}
+
+TEST(PosixTerminal, AStreamThatCameClosedIsNothingElse) {
+  const FileDescriptor before(dup(STDOUT_FILENO));
+  close(STDOUT_FILENO);
+  PosixTerminal terminal;
+  const FileDescriptor opened(open("/dev/null", O_WRONLY | O_CLOEXEC));
+  EXPECT_NE(opened.get(), STDOUT_FILENO);
+  EXPECT_FALSE(terminal.write(StandardStream::output, "x"));
+  dup2(before.get(), STDOUT_FILENO);
 }
 
 TEST(PosixTerminal, KnowsATerminalAndItsWidth) {

@@ -23,6 +23,8 @@ class FakeHelper : public HelperConnector {
   /// What an operation sends while it runs, and answers. `whileItRuns` is called between the two.
   std::vector<Dictionary> feedback;
   std::function<void()> whileItRuns;
+  /// Is called before an authorization is handed out.
+  std::function<void()> whileItAuthorizes;
   Outcome answer;
 
   std::vector<std::string> calls;
@@ -67,6 +69,8 @@ class FakeHelper : public HelperConnector {
     }
     Result<Data> createExternalForm() override {
       helper_.calls.push_back("createExternalForm");
+      if (helper_.whileItAuthorizes) helper_.whileItAuthorizes();
+      if (isInterrupted_) return posixError(PosixCode::interrupted);
       return helper_.externalForm;
     }
     Result<std::unique_ptr<HelperConnection>> connectWithEndpoint() override {

@@ -1,6 +1,7 @@
 // Standard streams that a test can read.
 #pragma once
 
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -17,6 +18,10 @@ class FakeTerminal : public Terminal {
   std::size_t width = 80;
   /// Streams whose reader has gone.
   std::set<StandardStream> deaf;
+  /// Streams whose reader makes everybody wait.
+  std::set<StandardStream> slow;
+  /// Is called before anything is written.
+  std::function<void()> whileWriting;
   /// What a person types; null when nobody is there.
   std::optional<std::string> typed;
 
@@ -24,7 +29,9 @@ class FakeTerminal : public Terminal {
   std::size_t columns() const override { return width; }
   bool canAsk() const override { return typed.has_value(); }
   std::optional<std::string> readLine() override { return typed; }
+  void stopWaiting() override { deaf = slow; }
   bool write(StandardStream stream, std::string_view bytes) override {
+    if (whileWriting) whileWriting();
     const std::lock_guard lock(mutex_);
     if (deaf.contains(stream)) return false;
     (stream == StandardStream::output ? output_ : errors_) += bytes;

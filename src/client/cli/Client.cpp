@@ -30,6 +30,8 @@
 namespace qrt {
 namespace {
 
+constexpr const char* nothingWasDone = "Nothing was done.";
+
 bool needsDialog(const Error& error) {
   return error.domain == osStatusErrorDomain &&
          error.code == number(AuthorizationStatus::interactionNotAllowed);
@@ -95,7 +97,7 @@ class Client {
     auto iconPath = absolutePath(command_.options.iconPath, surroundings_.caller);
     if (!iconPath) return refuse(iconPath.error());
     if (!isWanted(command.operation->question)) {
-      presenter_->showFailure(describedError(PosixCode::canceled, "Nothing was done."));
+      presenter_->showFailure(describedError(PosixCode::canceled, nothingWasDone));
       return ExitStatus::failed;
     }
 
@@ -118,8 +120,8 @@ class Client {
           ->perform(identifier, *arguments, presentation,
                     givesFeedback(identifier) ? handler : FeedbackHandler());
     });
-    if (!isRead) return ExitStatus::failed;
-    return conclude(outcome, (*requestor)->wasInterrupted());
+    if (!isRead && !wasInterrupted_) return ExitStatus::failed;
+    return conclude(outcome, **requestor);
   }
 
   /// Those of the command line, and those on standard input.
@@ -166,22 +168,25 @@ class Client {
       agent->dismiss();
     } else {
       requestor.interrupt();
+      surroundings_.terminal.stopWaiting();
     }
   }
 
-  ExitStatus conclude(const Outcome& outcome, bool wasInterrupted) {
+  ExitStatus conclude(const Outcome& outcome, const PrivilegeRequestor& requestor) {
     if (!outcome) return status(presenter_->showAnswer({}));
     if (outcome->code == 0) return status(presenter_->showAnswer(outcome->userInfo));
-    if (wasInterrupted && isPosixError(*outcome, PosixCode::interrupted)) {
-      fail(describedError(PosixCode::interrupted, "Interrupted.",
-                          "The operation goes on in the privileged helper."));
-      return ExitStatus::interrupted;
+    if (requestor.wasInterrupted() && isPosixError(*outcome, PosixCode::interrupted)) {
+      return tellInterruption(requestor.isOperationLeftBehind()
+                                  ? "The operation goes on in the privileged helper."
+                                  : nothingWasDone);
     }
-    if (wasInterrupted_ && isRefusal(*outcome)) {
-      fail(describedError(PosixCode::interrupted, "Interrupted.", "Nothing was done."));
-      return ExitStatus::interrupted;
-    }
+    if (wasInterrupted_ && isRefusal(*outcome)) return tellInterruption(nothingWasDone);
     return fail(*outcome);
+  }
+
+  ExitStatus tellInterruption(std::string_view consequence) {
+    fail(describedError(PosixCode::interrupted, "Interrupted.", consequence));
+    return ExitStatus::interrupted;
   }
 
   ExitStatus showVersion() {
@@ -285,7 +290,10 @@ class Client {
     return ExitStatus::usage;
   }
 
-  static ExitStatus status(bool isRead) { return isRead ? ExitStatus::done : ExitStatus::failed; }
+  ExitStatus status(bool isRead) const {
+    if (isRead) return ExitStatus::done;
+    return wasInterrupted_ ? ExitStatus::interrupted : ExitStatus::failed;
+  }
 
   const ClientSurroundings& surroundings_;
   const QRTPrivilegedOperationSet& operations_;

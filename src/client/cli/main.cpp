@@ -28,8 +28,9 @@ bool mayColor() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const qrt::NativePlatform native;
+  // First, for it sees to the standard streams.
   const auto terminal = qrt::makeNativeTerminal();
+  const qrt::NativePlatform native;
   const auto caller = qrt::makeNativeCallerProcess();
   const qrt::ClientSurroundings surroundings{
       native.facilities(),         *terminal, *caller, QRT_BUNDLE_PATH, languageOfUser(),

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 
@@ -21,7 +22,9 @@ std::atomic<const std::function<void()>*> currentAction = nullptr;
 static_assert(std::atomic<const std::function<void()>*>::is_always_lock_free);
 
 void handleInterruption(int) {
+  const int errorOfTheInterrupted = errno;
   if (const auto* action = currentAction.load()) (*action)();
+  errno = errorOfTheInterrupted;
 }
 
 class SignalGuard : public CallerProcess::InterruptionGuard {

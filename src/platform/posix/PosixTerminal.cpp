@@ -6,10 +6,14 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <iostream>
+#include <iterator>
 
 #include "platform/NativePlatform.h"
+#include "platform/posix/ChildProcess.h"
 
 namespace qrt {
 namespace {
@@ -18,15 +22,21 @@ int descriptorOf(StandardStream stream) {
   return stream == StandardStream::output ? STDOUT_FILENO : STDERR_FILENO;
 }
 
-/// A stream that is shared with others may have been made non-blocking by them.
-bool waitUntilWritable(int descriptor) {
-  pollfd entry{descriptor, POLLOUT, 0};
-  return ::poll(&entry, 1, -1) > 0 || errno == EINTR;
-}
-
 }  // namespace
 
-PosixTerminal::PosixTerminal() { ::signal(SIGPIPE, SIG_IGN); }
+PosixTerminal::PosixTerminal() {
+  ::signal(SIGPIPE, SIG_IGN);
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    // Opened the wrong way round, so that whoever uses it is told.
+    if (::fcntl(stream, F_GETFD) < 0) {
+      ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+  }
+  int ends[2];
+  if (!openPipe(ends)) return;  // Then it stays patient.
+  isImpatient_.reset(ends[0]);
+  makeImpatient_.reset(ends[1]);
+}
 
 bool PosixTerminal::isTerminal(StandardStream stream) const {
   return ::isatty(descriptorOf(stream)) == 1;
@@ -46,17 +56,28 @@ std::size_t PosixTerminal::columns() const {
 bool PosixTerminal::write(StandardStream stream, std::string_view bytes) {
   const int descriptor = descriptorOf(stream);
   while (!bytes.empty()) {
-    const auto written = ::write(descriptor, bytes.data(), bytes.size());
+    if (!waitUntilWritable(descriptor)) return false;
+    // A pipe that has room takes so much without making anybody wait.
+    const auto written =
+        ::write(descriptor, bytes.data(), std::min<std::size_t>(bytes.size(), PIPE_BUF));
     if (written >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(written));
-      continue;
+    } else if (errno != EINTR && errno != EAGAIN) {
+      return false;
     }
-    if (errno == EINTR) continue;
-    if (errno == EAGAIN && waitUntilWritable(descriptor)) continue;
-    return false;
   }
   return true;
 }
+
+bool PosixTerminal::waitUntilWritable(int descriptor) const {
+  pollfd entries[] = {{descriptor, POLLOUT, 0}, {isImpatient_.get(), POLLIN, 0}};
+  while (::poll(entries, std::size(entries), -1) < 0) {
+    if (errno != EINTR) return false;
+  }
+  return entries[0].revents != 0;
+}
+
+void PosixTerminal::stopWaiting() { (void)!::write(makeImpatient_.get(), "", 1); }
 
 bool PosixTerminal::canAsk() const {
   return ::isatty(STDIN_FILENO) == 1 && isTerminal(StandardStream::error);
