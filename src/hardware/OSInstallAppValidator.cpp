@@ -23,10 +23,11 @@ constexpr std::array<std::uint8_t, 20> appleRootDigest = {0x61, 0x1E, 0x5B, 0x66
 /// The signature of what is at the URL, if it is good, or bad in a way that is tolerated.
 template <class IsTolerated>
 bool isSignatureValid(const ApplicationURL& url, CodeSigning& codeSigning,
-                      std::optional<SigningInformation>* getProperties, IsTolerated isTolerated) {
+                      std::optional<SigningInformation>* getProperties,
+                      OSInstallAppValidator::SignerQuestion isWanted, IsTolerated isTolerated) {
   const auto code = codeSigning.staticCode(url.path);
   auto information = code ? code->signingInformation() : std::nullopt;
-  if (!information) return false;
+  if (!information || (isWanted && !isWanted(*information))) return false;
   const auto defect = code->checkValidity();
   if (defect && !isTolerated(*defect)) return false;
   if (getProperties) *getProperties = std::move(information);
@@ -61,22 +62,21 @@ std::optional<std::string> descriptionInName(const Dictionary& info) {
 bool isAuthenticInstaller(const ApplicationURL& url, const QRTBundle& bundle,
                           const Dictionary& info, CodeSigning& codeSigning) {
   using Validator = OSInstallAppValidator;
+  constexpr auto isMaker = Validator::isAppleSourcedCodesigningInfo;
   std::optional<SigningInformation> signature;
   const auto* identifier = stringIn(info, info_key::identifier);
   if (identifier && *identifier == mavericksIdentifier) {
-    return Validator::isCodeSignatureValidForMavericksInstallerAtURL(url, codeSigning,
-                                                                     &signature) &&
-           signature && Validator::isAppleSourcedCodesigningInfo(*signature) &&
+    return Validator::isCodeSignatureValidForMavericksInstallerAtURL(url, codeSigning, &signature,
+                                                                     isMaker) &&
            Validator::isTeamIdentifier(mavericksTeam, signature);
   }
-  if (!Validator::isCodeSignatureValidForObjectAtURL(url, codeSigning, &signature) || !signature) {
+  if (!Validator::isCodeSignatureValidForObjectAtURL(url, codeSigning, &signature, isMaker)) {
     return false;
   }
   if (bundle.bundleIdentifier() == highSierraIdentifier) {
     return Validator::isAppleSourcedAndInternallySignedCodesigningInfo(*signature);
   }
-  return Validator::isAppleSourcedCodesigningInfo(*signature) &&
-         Validator::isTeamIdentifier(installerTeam, signature);
+  return Validator::isTeamIdentifier(installerTeam, signature);
 }
 
 const char* yesOrNo(bool value) { return value ? "YES" : "NO"; }
@@ -114,14 +114,15 @@ void OSInstallAppValidator::validate(const ApplicationURL& url, const Platform& 
 
 bool OSInstallAppValidator::isCodeSignatureValidForObjectAtURL(
     const ApplicationURL& url, CodeSigning& codeSigning,
-    std::optional<SigningInformation>* getProperties) {
-  return isSignatureValid(url, codeSigning, getProperties, [](const Error&) { return false; });
+    std::optional<SigningInformation>* getProperties, SignerQuestion isWanted) {
+  return isSignatureValid(url, codeSigning, getProperties, isWanted,
+                          [](const Error&) { return false; });
 }
 
 bool OSInstallAppValidator::isCodeSignatureValidForMavericksInstallerAtURL(
     const ApplicationURL& url, CodeSigning& codeSigning,
-    std::optional<SigningInformation>* getProperties) {
-  return isSignatureValid(url, codeSigning, getProperties, isAddedDiskImage);
+    std::optional<SigningInformation>* getProperties, SignerQuestion isWanted) {
+  return isSignatureValid(url, codeSigning, getProperties, isWanted, isAddedDiskImage);
 }
 
 bool OSInstallAppValidator::isAppleSourcedCodesigningInfo(const SigningInformation& info) {

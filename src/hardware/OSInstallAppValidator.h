@@ -21,16 +21,22 @@ class OSInstallAppValidator {
   static std::optional<OSInstallAppValidator> initWithURL(const ApplicationURL& url,
                                                           const Platform& platform);
 
+  /// Whether a signer is wanted, by what a signature says.
+  using SignerQuestion = bool (*)(const SigningInformation&);
+
   /// True when the object is as it was signed; only then `getProperties`, which may be null, gets
-  /// what the signature says.
+  /// what the signature says. With a question, code of others is not looked at: anybody can make
+  /// some that takes long.
   static bool isCodeSignatureValidForObjectAtURL(
       const ApplicationURL& url, CodeSigning& codeSigning,
-      std::optional<SigningInformation>* getProperties = nullptr);
+      std::optional<SigningInformation>* getProperties = nullptr,
+      SignerQuestion isWanted = nullptr);
 
   /// The same for an application whose disk image was added after it had been signed.
   static bool isCodeSignatureValidForMavericksInstallerAtURL(
       const ApplicationURL& url, CodeSigning& codeSigning,
-      std::optional<SigningInformation>* getProperties = nullptr);
+      std::optional<SigningInformation>* getProperties = nullptr,
+      SignerQuestion isWanted = nullptr);
 
   /// Whether the signer's certificates lead to the maker's own root.
   static bool isAppleSourcedCodesigningInfo(const SigningInformation& info);

@@ -23,30 +23,38 @@ class AppleRootDouble : public CodeSigning {
 
   std::unique_ptr<StaticCode> staticCode(const std::string& path) override {
     auto code = actual_.staticCode(path);
-    return code ? std::make_unique<Code>(std::move(code), rootDigest_) : nullptr;
+    return code ? std::make_unique<Code>(std::move(code), *this) : nullptr;
   }
+
+  /// Whether the files of any code were looked at.
+  bool hasChecked() const { return hasChecked_; }
 
  private:
   struct Code : StaticCode {
     const std::unique_ptr<StaticCode> actual;
-    const Data& rootDigest;
+    AppleRootDouble& owner;
 
-    Code(std::unique_ptr<StaticCode> itsActual, const Data& itsDigest)
-        : actual(std::move(itsActual)), rootDigest(itsDigest) {}
+    Code(std::unique_ptr<StaticCode> itsActual, AppleRootDouble& itsOwner)
+        : actual(std::move(itsActual)), owner(itsOwner) {}
     std::optional<SigningInformation> signingInformation() override {
       auto information = actual->signingInformation();
       if (!information || information->certificates.empty()) return information;
       auto& digest = information->certificates.back().digest;
+      const auto& rootDigest = owner.rootDigest_;
       if (std::equal(digest.begin(), digest.end(), rootDigest.begin(), rootDigest.end())) {
         digest = appleRootDigest;
       }
       return information;
     }
-    Outcome checkValidity() override { return actual->checkValidity(); }
+    Outcome checkValidity() override {
+      owner.hasChecked_ = true;
+      return actual->checkValidity();
+    }
   };
 
   CodeSigning& actual_;
   const Data rootDigest_;
+  bool hasChecked_ = false;
 };
 
 }  // namespace qrt::test

@@ -30,6 +30,8 @@ constexpr std::uint64_t team = 48;
 constexpr std::uint64_t largeCodeSize = 56;
 }  // namespace field
 
+/// 0 means that all is one page. Hashing smaller pages would take as long as somebody likes.
+constexpr std::uint8_t smallestPageSizeExponent = 12;
 constexpr std::uint8_t largestPageSizeExponent = 24;
 
 std::uint64_t pagesOf(std::uint64_t codeSize, std::uint64_t pageSize) {
@@ -58,7 +60,9 @@ std::optional<CodeDirectory> CodeDirectory::read(Bytes blob) {
   const auto exponent = byte(field::pageSizeExponent);
   const bool hasKnownHashes =
       directory.hashSize_ != 0 && directory.hashSize_ == byte(field::hashSize);
-  if (!hasKnownHashes || exponent > largestPageSizeExponent) return std::nullopt;
+  const bool hasUsualPages = exponent == 0 || (exponent >= smallestPageSizeExponent &&
+                                               exponent <= largestPageSizeExponent);
+  if (!hasKnownHashes || !hasUsualPages) return std::nullopt;
 
   directory.codeSize_ = number(field::codeSize);
   if (version >= versionWithLargeCode) {

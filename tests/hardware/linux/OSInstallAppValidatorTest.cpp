@@ -48,6 +48,7 @@ std::string verdict(const Installer& installer) {
   const auto platform = test::platformWith({.codeSigning = &signing}, facilities);
   const auto validator =
       OSInstallAppValidator::initWithURL({"file", scratch.path(installer.name)}, platform);
+  EXPECT_TRUE(installer.rootPassesForApples || !signing.hasChecked()) << "work for anybody's code";
   EXPECT_EQ(validator->description(),
             "<OSInstallAppValidator>: installer for '" +
                 validator->osDescription().value_or("(null)") + "', media utility at " +
