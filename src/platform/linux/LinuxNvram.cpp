@@ -98,7 +98,8 @@ class VariableFolder final : public NvramOptions {
   KernelReturn set(const std::string& name, const PropertyValue& value) override {
     const auto file = fileName(name);
     const auto bytes = bytesOf(value);
-    if (!file || !bytes) return KernelReturn::badArgument;
+    // A record of the attributes alone would remove the variable.
+    if (!file || !bytes || bytes->empty()) return KernelReturn::badArgument;
 
     constexpr int common = O_NOFOLLOW | O_CLOEXEC;
     const FileDescriptor existing(openat(folder_.get(), file->c_str(), O_RDONLY | common));

@@ -70,6 +70,10 @@ TEST_F(ModifyNvram, FailuresAreTold) {
   test::plant(root, folder + "other");
   EXPECT_EQ(modify("a/b", "x"), refused("-536870206"));
   EXPECT_EQ(modify("a\0b"s, "x"), refused("-536870206"));
+  // An empty one would be removed.
+  const auto kept = test::plant(root, fileOf("kept"), "\7\0\0\0old"s);
+  EXPECT_EQ(modify("kept", ""), refused("-536870206"));
+  EXPECT_EQ(test::contentsOf(kept), "\7\0\0\0old"s);
   EXPECT_EQ(modify(std::string(300, 'n'), "x"), refused("-536870212"));
   // A link is no variable and leads nowhere.
   const auto target = root.file("target", "untouched");
