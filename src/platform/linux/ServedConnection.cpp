@@ -79,13 +79,13 @@ struct ServedConnection::Methods {
     const auto endpointIndexes = reader.descriptorIndexes();
     auto arguments = reader.array();
     if (!reader.atEnd()) return malformed(call);
-    wire.discardArguments();
 
     std::vector<FileDescriptor> sockets;
     for (const auto index : endpointIndexes) {
       if (index >= wire.descriptors().size()) return malformed(call);
       sockets.push_back(std::move(wire.descriptors()[index]));
     }
+    wire.discardArguments();
     LinuxFeedbackEndpoint endpoint(std::move(sockets), wire.socket());
     const auto outcome = self(context).object_.performPrivilegedOperation(
         code, authorizationData, endpointIndexes.empty() ? nullptr : &endpoint,
@@ -184,8 +184,12 @@ void ServedConnection::run() {
     const auto progress = wire_->step(WireConnection::Patience::untilMessage);
     if (progress == WireConnection::Progress::closed) return;
     if (progress == WireConnection::Progress::made) continue;
+    // In the middle of a message, or before replies are taken. Such a peer may be dead without
+    // being seen to be: it can have sent its own end along, which then waits here with the rest.
     pollfd waiting{wire_->socket(), wire_->pollEvents(), 0};
-    if (poll(&waiting, 1, -1) < 0 && errno != EINTR) return;
+    const int ready =
+        poll(&waiting, 1, static_cast<int>(std::chrono::milliseconds(stallLimit).count()));
+    if (ready == 0 || (ready < 0 && errno != EINTR)) return;
   }
 }
 

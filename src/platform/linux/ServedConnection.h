@@ -1,6 +1,7 @@
 // One client being served.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -27,6 +28,10 @@ struct Peer {
 /// peer leaves.
 class ServedConnection {
  public:
+  /// How long a peer may leave a message unfinished, or so many replies unread that no further one
+  /// can be sent, without anything moving. One that just has nothing to ask may stay.
+  static constexpr std::chrono::seconds stallLimit{30};
+
   /// Starts the thread. Without a place in the quota, or without resources, the socket is closed.
   static bool serve(FileDescriptor socket, Peer peer, QRTPrivilegedHelperProtocol& object);
 

@@ -94,6 +94,7 @@ WireReader WireConnection::arguments() const {
 void WireConnection::discardArguments() {
   frame_ = {};
   std::vector<std::uint8_t>().swap(received_);
+  descriptors_.clear();
 }
 
 bool WireConnection::isReady() const { return sd_bus_is_ready(bus_) > 0; }
@@ -176,6 +177,7 @@ WireConnection::Read WireConnection::receive(std::size_t wanted, int flags) {
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return errno == EAGAIN ? Read::waits : Read::failed;
     if (count == 0 || !collectDescriptors(header)) return Read::failed;
+    flags |= MSG_DONTWAIT;  // Only for the beginning of a message is slept.
   }
   return Read::complete;
 }
@@ -193,7 +195,9 @@ bool WireConnection::collectDescriptors(msghdr& header) {
   return (header.msg_flags & MSG_CTRUNC) == 0 && descriptors_.size() <= maximumDescriptors;
 }
 
-/// Passes `received_` and its descriptors on to libsystemd and lets it work.
+/// Passes `received_` on to libsystemd and lets it work. Of descriptors libsystemd wants to see the
+/// right number, and keeps them for as long as a handler runs; so it gets the connection's own
+/// socket for each, and what the peer sent stays with who can close it.
 bool WireConnection::feed() {
   alignas(cmsghdr) char control[CMSG_SPACE(maximumDescriptors * sizeof(int))] = {};
   msghdr header{};
@@ -204,8 +208,8 @@ bool WireConnection::feed() {
     part->cmsg_level = SOL_SOCKET;
     part->cmsg_type = SCM_RIGHTS;
     part->cmsg_len = CMSG_LEN(descriptors_.size() * sizeof(int));
+    const int descriptor = socket();
     for (std::size_t i = 0; i < descriptors_.size(); ++i) {
-      const int descriptor = descriptors_[i].get();
       std::memcpy(CMSG_DATA(part) + i * sizeof(int), &descriptor, sizeof descriptor);
     }
   }

@@ -56,7 +56,8 @@ class WireConnection {
 
   /// The arguments of the message that is being dispatched.
   WireReader arguments() const;
-  /// Frees their bytes early, for a handler that takes long. No reader may be left.
+  /// Frees their bytes early, and closes the descriptors that were not taken, for a handler that
+  /// takes long. No reader may be left.
   void discardArguments();
   /// The descriptors that came with it; a handler may take them.
   std::vector<FileDescriptor>& descriptors() { return descriptors_; }

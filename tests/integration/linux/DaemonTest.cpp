@@ -1,10 +1,11 @@
 // The daemon as its peers find it: the real program, real sockets, real trees.
+#include <poll.h>
 #include <sys/wait.h>
 
 #include <thread>
 
 #include "integration/linux/RawClient.h"
-#include "platform/linux/ConnectionQuota.h"
+#include "platform/linux/ServedConnection.h"
 #include "support/DaemonFixture.h"
 #include "support/PlantedFile.h"
 
@@ -147,6 +148,56 @@ TEST_F(DaemonTest, MalformedMessagesHurtNobodyElse) {
     EXPECT_TRUE(other.isClosedByPeer());
   }
   EXPECT_EQ(peer.call("getVersionString")->arguments().string(), "1.6");
+}
+
+/// Peers that die with their own end of the connection on its way to the daemon, where it keeps
+/// them from being seen to be gone.
+TEST_F(DaemonTest, PlacesOfDeadPeersComeBackAndIdlePeersStay) {
+  auto idle = client();
+  const auto call = RawClient::methodCall("getVersionString", "", {}, 1);
+  const auto startOf = [&](std::size_t size) { return Data(call.begin(), call.begin() + size); };
+  Data moreThanIsAnswered;
+  for (int i = 0; i < 1'000; ++i) {
+    const auto another = RawClient::methodCall("getVersionString");
+    moreThanIsAnswered.insert(moreThanIsAnswered.end(), another.begin(), another.end());
+  }
+  const std::pair<Data, Data> lastWords[] = {
+      {{}, startOf(7)}, {{}, startOf(call.size() - 1)}, {moreThanIsAnswered, call}};
+  ASSERT_EQ(asAnotherUser([&] {
+              for (std::size_t i = 0; i < ConnectionQuota::maximumOfOneUser; ++i) {
+                auto peer = client();
+                const auto& [first, last] = lastWords[i % std::size(lastWords)];
+                if (!peer.send(first) || !peer.send(last, {peer.socket()})) return 1;
+              }
+              return HasFailure() ? 2 : 0;
+            }),
+            0);
+
+  const auto placesThatAreFree = [&] {
+    std::vector<RawClient> peers;
+    do {
+      peers.emplace_back(daemon_->socketPath());
+      peers.back().send(RawClient::handshakeBytes());
+    } while (peers.back().receiveHandshake());
+    return static_cast<int>(peers.size()) - 1;
+  };
+  ASSERT_EQ(asAnotherUser(placesThatAreFree), 0) << "they were let go too soon";
+  std::this_thread::sleep_for(ServedConnection::stallLimit + std::chrono::seconds(5));
+  EXPECT_EQ(asAnotherUser(placesThatAreFree), ConnectionQuota::maximumOfOneUser);
+  ASSERT_TRUE(idle.call("getVersionString"));
+}
+
+TEST_F(DaemonTest, ClosesWhatItDoesNotUseBeforeTheOperation) {
+  test::SocketPair feedback, unused;
+  auto peer = client();
+  // For its feedback nobody shakes hands, which is waited for.
+  ASSERT_TRUE(peer.send(RawClient::methodCall("performPrivilegedOperation", "tayahav",
+                                              request(deleteFoldercontents, 1, {}), 2),
+                        {feedback.first.get(), unused.first.get()}));
+  unused.first.reset();
+  pollfd end{unused.second.get(), 0, 0};
+  EXPECT_EQ(poll(&end, 1, 2'000), 1);
+  EXPECT_TRUE(peer.receiveReply());
 }
 
 TEST_F(DaemonTest, AnEndpointCarriesTheIdentityOfWhoeverAskedForIt) {

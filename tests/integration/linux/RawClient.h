@@ -45,6 +45,8 @@ class RawClient {
     connect(socket_.get(), reinterpret_cast<sockaddr*>(&name), sizeof name);
   }
 
+  int socket() const { return socket_.get(); }
+
   static Data handshakeBytes() {
     const auto* const lines = "AUTH EXTERNAL\r\nDATA\r\nNEGOTIATE_UNIX_FD\r\nBEGIN\r\n";
     return WireBytes().byte(0).raw(lines).bytes();
