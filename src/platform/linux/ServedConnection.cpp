@@ -59,15 +59,25 @@ struct ServedConnection::Methods {
     return sd_bus_reply_method_return(call, "s", version.c_str());
   }
 
-  static int registerClientWithPID(sd_bus_message* call, void* context, sd_bus_error*) {
+  /// The one argument of a registration and of its end. None when it is malformed.
+  static std::optional<std::int32_t> clientIdentifier(void* context) {
     auto arguments = self(context).wire_->arguments();
-    self(context).object_.registerClientWithPID(arguments.int32());
+    const auto identifier = arguments.int32();
+    if (!arguments.atEnd()) return std::nullopt;
+    return identifier;
+  }
+
+  static int registerClientWithPID(sd_bus_message* call, void* context, sd_bus_error*) {
+    const auto identifier = clientIdentifier(context);
+    if (!identifier) return malformed(call);
+    self(context).object_.registerClientWithPID(*identifier);
     return sd_bus_reply_method_return(call, nullptr);
   }
 
   static int unregisterClientWithPID(sd_bus_message* call, void* context, sd_bus_error*) {
-    auto arguments = self(context).wire_->arguments();
-    self(context).object_.unregisterClientWithPID(arguments.int32());
+    const auto identifier = clientIdentifier(context);
+    if (!identifier) return malformed(call);
+    self(context).object_.unregisterClientWithPID(*identifier);
     return sd_bus_reply_method_return(call, nullptr);
   }
 

@@ -150,6 +150,21 @@ TEST_F(DaemonTest, MalformedMessagesHurtNobodyElse) {
   EXPECT_EQ(peer.call("getVersionString")->arguments().string(), "1.6");
 }
 
+TEST_F(DaemonTest, MalformedRegistrationsAreNotCarriedOut) {
+  auto peer = client();
+  ASSERT_FALSE(peer.call("registerClientWithPID", "i", WireBytes().u32(42).bytes())->isError);
+  for (const auto* member : {"registerClientWithPID", "unregisterClientWithPID"}) {
+    for (const std::size_t size : {0, 1, 8}) {
+      const auto reply = peer.call(member, "i", Data(size));
+      ASSERT_TRUE(reply) << member << " of " << size << " bytes";
+      EXPECT_TRUE(reply->isError) << member << " of " << size << " bytes";
+    }
+  }
+  // The only one there is: nobody was registered as 0.
+  peer.send(RawClient::methodCall("unregisterClientWithPID", "i", WireBytes().u32(42).bytes()));
+  EXPECT_EQ(daemon_->waitForEnd(), 0);
+}
+
 /// Peers that die with their own end of the connection on its way to the daemon, where it keeps
 /// them from being seen to be gone.
 TEST_F(DaemonTest, PlacesOfDeadPeersComeBackAndIdlePeersStay) {
