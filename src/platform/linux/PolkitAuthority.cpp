@@ -11,6 +11,7 @@
 #include <memory>
 #include <string_view>
 
+#include "base/Utf8.h"
 #include "platform/Log.h"
 #include "protocol/WireText.h"
 
@@ -49,9 +50,22 @@ Bus connect(const std::string& address) {
   return isConnecting ? std::move(bus) : nullptr;
 }
 
-/// What the bus accepts as text.
+/// Code points that stand for no character, and that libsystemd refuses in a text.
+bool isNoncharacter(char32_t codePoint) {
+  return (codePoint >= 0xFDD0 && codePoint <= 0xFDEF) || (codePoint & 0xFFFE) == 0xFFFE;
+}
+
+/// What the bus accepts as text, whatever was sent.
 std::string displayable(const std::string& text) {
-  auto shown = encodeWireText(text);
+  constexpr std::string_view replacement = "\uFFFD";
+  const auto encoded = encodeWireText(text);
+  std::string shown;
+  for (std::string_view left = encoded; !left.empty();) {
+    const auto character = firstUtf8Character(left);
+    const auto bytes = left.substr(0, character.length);
+    left.remove_prefix(character.length);
+    shown += isNoncharacter(character.codePoint) ? replacement : bytes;
+  }
   if (shown.size() <= longestText) return shown;
   std::size_t end = longestText;
   while (end > 0 && (shown[end] & 0xC0) == 0x80) --end;
@@ -154,8 +168,12 @@ std::optional<AuthorizationStatus> PolkitAuthority::check(const PolkitQuestion& 
   const auto bus = connect(address_);
   if (!bus) return std::nullopt;
   const auto call = callFor(bus.get(), question);
-  if (!call ||
-      sd_bus_call_async(bus.get(), nullptr, call.get(), keepAnswer, &answer, noTimeLimit) < 0) {
+  if (!call) {
+    // Not for want of polkit: who asks must not choose by its words who decides.
+    log_.error("polkit could not be asked for '%{public}@', which denies it.", question.action);
+    return AuthorizationStatus::internal;
+  }
+  if (sd_bus_call_async(bus.get(), nullptr, call.get(), keepAnswer, &answer, noTimeLimit) < 0) {
     return std::nullopt;
   }
 

@@ -36,7 +36,7 @@ class PolkitAuthority {
 
   /// Waits for the person at the dialog without a time limit, but no longer than the process and
   /// the connection last; then the dialog is taken away, and the answer is `canceled`. None when no
-  /// polkit can be reached.
+  /// polkit can be reached; a question that cannot be put to it is `internal`.
   std::optional<AuthorizationStatus> check(const PolkitQuestion& question) const;
 
  private:
