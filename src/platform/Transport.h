@@ -1,6 +1,7 @@
 // How calls reach the daemon.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -44,6 +45,11 @@ class Listener {
   /// Something to open another connection with. Called while a call is being served, and made for
   /// the peer that makes that call.
   virtual std::unique_ptr<ListenerEndpoint> endpoint() = 0;
+
+  /// The user whose process made the call that is being served on this thread, as the kernel knows
+  /// it; `nobody` when there is no such call.
+  virtual std::uint32_t callingUser() = 0;
+  static constexpr std::uint32_t nobody = 0xFFFFFFFF;
 };
 
 class Transport {

@@ -27,7 +27,8 @@ class QRTPrivilegedHelperProtocol {
 
   virtual std::unique_ptr<ListenerEndpoint> connectWithEndpoint() = 0;
   virtual std::string getVersionString() = 0;
-  virtual void registerClientWithPID(std::int32_t identifier) = 0;
+  /// False, and nothing registered, when the caller's user has too many clients.
+  virtual bool registerClientWithPID(std::int32_t identifier) = 0;
   virtual void unregisterClientWithPID(std::int32_t identifier) = 0;
 
   /// `endpoint` is null when the client wants no feedback; there are no `arguments` when it sent no

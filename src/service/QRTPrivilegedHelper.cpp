@@ -85,9 +85,12 @@ std::string QRTPrivilegedHelper::getVersionString() {
   return operationSet_->implementationVersion();
 }
 
-void QRTPrivilegedHelper::registerClientWithPID(std::int32_t identifier) {
+bool QRTPrivilegedHelper::registerClientWithPID(std::int32_t identifier) {
   sysLog().info("Beginning work for client %d.", identifier);
-  clients_.add(identifier);
+  if (clients_.add(identifier, listener_->callingUser())) return true;
+  sysLog().error("Client %d was not registered because its user has registered too many.",
+                 identifier);
+  return false;
 }
 
 void QRTPrivilegedHelper::unregisterClientWithPID(std::int32_t identifier) {

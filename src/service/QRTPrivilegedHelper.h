@@ -34,7 +34,7 @@ class QRTPrivilegedHelper : public QRTPrivilegedHelperProtocol, public ListenerD
 
   std::unique_ptr<ListenerEndpoint> connectWithEndpoint() override;
   std::string getVersionString() override;
-  void registerClientWithPID(std::int32_t identifier) override;
+  bool registerClientWithPID(std::int32_t identifier) override;
   /// Ends the process when no client remains.
   void unregisterClientWithPID(std::int32_t identifier) override;
   Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,

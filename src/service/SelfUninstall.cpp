@@ -1,12 +1,12 @@
 #include "service/SelfUninstall.h"
 
-#include "operations/NSProcessInfoQRTAdditions.h"
 #include "operations/OperationException.h"
 #include "operations/QRTPrivilegedOperationSet.h"
 #include "operations/QRTTaskExecutor.h"
 #include "platform/Authority.h"
 #include "platform/JobControl.h"
 #include "platform/Log.h"
+#include "platform/ProcessTable.h"
 #include "service/ClientRegistry.h"
 #include "service/ObjectRemoval.h"
 
@@ -44,20 +44,25 @@ Outcome SelfUninstall::performUninstallForClientWithPID(std::int32_t client,
   return success;
 }
 
-/// Identifiers of processes that have ended do not count.
+/// Identifiers of processes that have ended do not count. The table is read once, however many
+/// clients there are.
 Outcome SelfUninstall::refusalForOtherClients(std::int32_t client) const {
   auto others = clients.clientSet();
   others.erase(client);
-  for (const auto other : others) {
-    const auto name = NSProcessInfoQRTAdditions::processNameForProcessID(platform, other);
-    if (!name) continue;
-    platform.log.error(
-        "Uninstall request from PID %d was rejected because client '%{public}@' with PID %d is "
-        "still working with us.",
-        client, *name, other);
-    return posixError(PosixCode::busy);
+  if (others.empty()) return success;
+  const auto processes = platform.processes.processes();
+  if (!processes) return success;
+  const ProcessRecord* working = nullptr;
+  for (const auto& process : *processes) {
+    const bool isFirst = !working || process.identifier < working->identifier;
+    if (isFirst && others.contains(process.identifier)) working = &process;
   }
-  return success;
+  if (!working) return success;
+  platform.log.error(
+      "Uninstall request from PID %d was rejected because client '%{public}@' with PID %d is "
+      "still working with us.",
+      client, working->name, working->identifier);
+  return posixError(PosixCode::busy);
 }
 
 void SelfUninstall::forgetJob() const {

@@ -45,8 +45,41 @@ TEST_F(QRTPrivilegedHelperTest, AcceptsOnlyFromItsOwnListener) {
   EXPECT_EQ(connection.exported, &helper_);
 }
 
+TEST_F(QRTPrivilegedHelperTest, AUserWithTooManyClientsKeepsOutNobodyElse) {
+  constexpr std::int32_t limit = ClientRegistry::maximumOfOneUser;
+  const auto registerFor = [&](std::uint32_t user, std::int32_t client) {
+    doubles_.transport.callingUser = user;
+    return helper_.registerClientWithPID(client);
+  };
+  for (std::int32_t client = 0; client < limit; ++client) {
+    ASSERT_TRUE(registerFor(1000, client)) << client;
+  }
+  const struct {
+    std::uint32_t user;
+    std::int32_t client;
+    bool isRegistered;
+  } cases[] = {{1000, limit, false}, {1000, 5, true},     {1001, 5, true},
+               {1001, limit, true},  {1000, limit, true}, {1000, limit + 1, false},
+               {0, limit + 1, true}, {0, limit + 2, true}};
+  for (const auto& [user, client, isRegistered] : cases) {
+    EXPECT_EQ(registerFor(user, client), isRegistered) << user << " " << client;
+  }
+  EXPECT_EQ(helper_.clients().clientSet().size(), limit + 3u);
+  // Somebody else takes back what counts against the user.
+  doubles_.transport.callingUser = 1001;
+  helper_.unregisterClientWithPID(5);
+  EXPECT_TRUE(registerFor(1000, -1));
+  EXPECT_FALSE(registerFor(1000, 5));
+
+  for (std::int32_t client = -1; client < limit + 2; ++client)
+    helper_.unregisterClientWithPID(client);
+  EXPECT_THROW(helper_.unregisterClientWithPID(limit + 2), test::Exited);
+  EXPECT_TRUE(registerFor(1000, 5));
+  EXPECT_THROW(helper_.unregisterClientWithPID(5), test::Exited);
+}
+
 TEST_F(QRTPrivilegedHelperTest, EndsWhenTheLastClientLeaves) {
-  for (const auto client : {42, 42, 43}) helper_.registerClientWithPID(client);
+  for (const auto client : {42, 42, 43}) EXPECT_TRUE(helper_.registerClientWithPID(client));
   helper_.unregisterClientWithPID(42);
   EXPECT_FALSE(doubles_.transport.invalidated);
   EXPECT_THROW(helper_.unregisterClientWithPID(43), test::Exited);

@@ -2,6 +2,7 @@
 
 #include "ServiceDoubles.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
+#include "platform/ProcessTable.h"
 #include "service/ClientRegistry.h"
 #include "service/ObjectRemoval.h"
 #include "support/KillAtEveryCall.h"
@@ -9,6 +10,25 @@
 
 namespace qrt {
 namespace {
+
+/// The native table, and how often it was read.
+struct CountingProcessTable : ProcessTable {
+  explicit CountingProcessTable(ProcessTable& native) : native_(native) {}
+
+  int reads = 0;
+
+  std::optional<std::vector<ProcessRecord>> processes() override {
+    ++reads;
+    return native_.processes();
+  }
+  std::size_t keptNameLength() const override { return native_.keptNameLength(); }
+  PosixCode sendSignal(std::int32_t process, std::int32_t signal) override {
+    return native_.sendSignal(process, signal);
+  }
+
+ private:
+  ProcessTable& native_;
+};
 
 /// An installation in a scratch folder, with a removal tool that writes down how it was called.
 class SelfUninstallTest : public testing::Test {
@@ -32,7 +52,7 @@ class SelfUninstallTest : public testing::Test {
   /// Nothing when the end was reached, from where there is no reply.
   std::optional<Outcome> uninstall(const std::string& program, const std::string& job) {
     struct Ended {};
-    const SelfUninstall uninstall{doubles_.platform, operations_, clients_, [] { throw Ended(); }};
+    const SelfUninstall uninstall{platform_, operations_, clients_, [] { throw Ended(); }};
     try {
       return uninstall.performUninstallForClientWithPID(own_, program, job);
     } catch (const Ended&) {
@@ -52,14 +72,18 @@ class SelfUninstallTest : public testing::Test {
   const std::string program_ = scratch_.path("program"), job_ = scratch_.path("job"),
                     tool_ = scratch_.path("tool"), called_ = scratch_.path("called");
   test::ServicePlatform doubles_;
+  CountingProcessTable processes_{doubles_.platform.processes};
+  const Platform platform_ = test::platformWith({.processes = &processes_}, doubles_.platform);
   QRTPrivilegedOperationSetVK2 operations_{doubles_.log, doubles_.authority};
   ClientRegistry clients_;
 };
 
 TEST_F(SelfUninstallTest, LeavesNothingAndEnds) {
-  clients_.add(own_);
-  clients_.add(999'999'999);  // Clients that have ended do not count.
+  // Clients that have ended do not count, nor does it take long to see that they have.
+  for (std::int32_t i = 0; i < 1'000; ++i) ASSERT_TRUE(clients_.add(999'000'000 + i, 0));
+  ASSERT_TRUE(clients_.add(own_, 0));
   EXPECT_FALSE(uninstall());
+  EXPECT_EQ(processes_.reads, 1);
   EXPECT_TRUE(isGone());
   EXPECT_TRUE(doubles_.authority.rights().empty());
   EXPECT_EQ(doubles_.authority.calls().back(), (test::FakeAuthority::Call{"free", {}, 0}));
@@ -77,7 +101,7 @@ TEST_F(SelfUninstallTest, RefusesWithoutTouchingAnything) {
   EXPECT_EQ(uninstall("", job_), posixError(PosixCode::invalidArgument));
   EXPECT_EQ(uninstall(program_, ""), posixError(PosixCode::invalidArgument));
 
-  clients_.add(getpid());
+  ASSERT_TRUE(clients_.add(getpid(), 0));
   EXPECT_EQ(uninstall(), posixError(PosixCode::busy));
   EXPECT_EQ(doubles_.log.texts().back(),
             "Uninstall request from PID 4711 was rejected because client 'test_service' with PID " +

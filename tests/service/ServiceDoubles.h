@@ -38,11 +38,13 @@ struct FakeTransport : Transport {
     std::unique_ptr<ListenerEndpoint> endpoint() override {
       return std::make_unique<ListenerEndpoint>();
     }
+    std::uint32_t callingUser() override { return transport.callingUser; }
   };
 
   std::string serviceIdentifier;
   Outcome resumeFailure;
   Listener* listener = nullptr;
+  std::uint32_t callingUser = 0;
   bool served = false, invalidated = false, turnedAway = false;
 
   std::unique_ptr<Listener> makeListener(const std::string& identifier) override {

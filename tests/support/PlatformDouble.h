@@ -10,6 +10,7 @@ struct Doubles {
   Log* log = nullptr;
   SelfProcess* self = nullptr;
   FileSystem* files = nullptr;
+  ProcessTable* processes = nullptr;
   JobControl* jobControl = nullptr;
   Authority* authority = nullptr;
   Transport* transport = nullptr;
@@ -31,7 +32,7 @@ inline Platform platformWith(const Doubles& doubles, const Platform& rest) {
           .accessControl = rest.accessControl,
           .propertyLists = rest.propertyLists,
           .versionFile = rest.versionFile,
-          .processes = rest.processes,
+          .processes = either(doubles.processes, rest.processes),
           .users = either(doubles.users, rest.users),
           .kernelSettings = rest.kernelSettings,
           .subprocesses = rest.subprocesses,

@@ -83,6 +83,11 @@ class LinuxListener : public Listener {
     return std::make_unique<LinuxListenerEndpoint>(std::move(theirs));
   }
 
+  std::uint32_t callingUser() override {
+    const Peer* caller = ServedConnection::current();
+    return caller ? caller->userID : nobody;
+  }
+
  private:
   void welcome(FileDescriptor socket) {
     const auto user = userOfPeer(socket.get());

@@ -70,7 +70,10 @@ struct ServedConnection::Methods {
   static int registerClientWithPID(sd_bus_message* call, void* context, sd_bus_error*) {
     const auto identifier = clientIdentifier(context);
     if (!identifier) return malformed(call);
-    self(context).object_.registerClientWithPID(*identifier);
+    if (!self(context).object_.registerClientWithPID(*identifier)) {
+      return sd_bus_reply_method_errorf(call, SD_BUS_ERROR_LIMITS_EXCEEDED, "%s",
+                                        "No further client can be registered for this user.");
+    }
     return sd_bus_reply_method_return(call, nullptr);
   }
 

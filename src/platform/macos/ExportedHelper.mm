@@ -26,7 +26,7 @@
 }
 
 - (void)registerClientWithPID:(int32_t)identifier {
-  _helper->registerClientWithPID(identifier);
+  _helper->registerClientWithPID(identifier);  // One way: who has too many learns it from the log.
 }
 
 - (void)unregisterClientWithPID:(int32_t)identifier {

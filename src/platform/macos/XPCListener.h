@@ -17,6 +17,7 @@ class XPCListener : public Listener {
   void runLoop() override;
   void invalidate() override;
   std::unique_ptr<ListenerEndpoint> endpoint() override;
+  std::uint32_t callingUser() override;
 
  private:
   NSXPCListener* const listener_;

@@ -83,4 +83,9 @@ std::unique_ptr<ListenerEndpoint> XPCListener::endpoint() {
   return std::make_unique<MacosListenerEndpoint>(listener_.endpoint);
 }
 
+std::uint32_t XPCListener::callingUser() {
+  NSXPCConnection* const caller = NSXPCConnection.currentConnection;
+  return caller ? caller.effectiveUserIdentifier : nobody;
+}
+
 }  // namespace qrt

@@ -6,6 +6,7 @@
 
 #include "integration/linux/RawClient.h"
 #include "platform/linux/ServedConnection.h"
+#include "service/ClientRegistry.h"
 #include "support/DaemonFixture.h"
 #include "support/PlantedFile.h"
 
@@ -163,6 +164,25 @@ TEST_F(DaemonTest, MalformedRegistrationsAreNotCarriedOut) {
   // The only one there is: nobody was registered as 0.
   peer.send(RawClient::methodCall("unregisterClientWithPID", "i", WireBytes().u32(42).bytes()));
   EXPECT_EQ(daemon_->waitForEnd(), 0);
+}
+
+TEST_F(DaemonTest, OneUserCannotFillTheRegistry) {
+  const auto root = connect();
+  ASSERT_EQ(root->registerClientWithPID(getpid()), success);
+  EXPECT_EQ(asAnotherUser([&] {
+              const auto connection = connect();
+              const int last = -static_cast<int>(ClientRegistry::maximumOfOneUser);
+              for (int client = -1; client >= last; --client) {
+                if (connection->registerClientWithPID(client)) return 1;
+              }
+              if (!connection->registerClientWithPID(last - 1)) return 2;
+              if (connection->registerClientWithPID(last)) return 3;
+              for (int client = -1; client >= last; --client) {
+                if (connection->unregisterClientWithPID(client)) return 4;
+              }
+              return 0;
+            }),
+            0);
 }
 
 /// Peers that die with their own end of the connection on its way to the daemon, where it keeps

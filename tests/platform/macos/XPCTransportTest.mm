@@ -49,7 +49,11 @@ class EchoingHelper : public QRTPrivilegedHelperProtocol, public ListenerDelegat
 
   std::unique_ptr<ListenerEndpoint> connectWithEndpoint() override { return listener_.endpoint(); }
   std::string getVersionString() override { return "1.6"; }
-  void registerClientWithPID(std::int32_t identifier) override { clients.push_back(identifier); }
+  bool registerClientWithPID(std::int32_t identifier) override {
+    clients.push_back(identifier);
+    EXPECT_EQ(listener_.callingUser(), getuid());
+    return true;
+  }
   void unregisterClientWithPID(std::int32_t) override { clients.pop_back(); }
 
   Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
