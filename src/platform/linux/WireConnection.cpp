@@ -1,6 +1,7 @@
 #include "platform/linux/WireConnection.h"
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <poll.h>
 
 #include <algorithm>
@@ -95,6 +96,7 @@ void WireConnection::discardArguments() {
   frame_ = {};
   std::vector<std::uint8_t>().swap(received_);
   descriptors_.clear();
+  turn_.reset();
 }
 
 bool WireConnection::isReady() const { return sd_bus_is_ready(bus_) > 0; }
@@ -124,10 +126,16 @@ WireConnection::Progress WireConnection::step(Patience patience) {
   if (read == Read::waits) return Progress::waits;
   if (read == Read::failed) return Progress::closed;
 
+  // A client decodes what it asked for, in handlers that take as long as they like.
+  const bool isLarge = role_ == Role::server && received_.size() > LargeMessageTurn::largestWithout;
+  if (isLarge) turn_.emplace();
   const bool alive = feed();
+  turn_.reset();
   received_.clear();
   if (received_.capacity() > keptBufferBytes) received_.shrink_to_fit();
   descriptors_.clear();
+  // The library keeps what was freed, a share for each thread that there ever was.
+  if (isLarge) malloc_trim(0);
   // libsystemd drops a message silently when its header fields make no sense.
   const bool dropped = role_ == Role::server && !isHandshake && !dispatched_;
   return alive && !dropped ? Progress::made : Progress::closed;

@@ -7,10 +7,12 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "base/Result.h"
 #include "platform/FileDescriptor.h"
+#include "platform/linux/LargeMessageTurn.h"
 #include "platform/linux/MessageFrame.h"
 #include "platform/linux/WireReader.h"
 
@@ -21,7 +23,8 @@ namespace qrt {
 /// That bounds what a peer can make the process hold, lets handlers read the marshalled arguments,
 /// and leaves no message waiting unseen behind the handshake.
 ///
-/// Belongs to one thread. Handlers run inside `step()`.
+/// Belongs to one thread. Handlers run inside `step()`, which waits for its turn with a large
+/// message.
 class WireConnection {
  public:
   enum class Role { server, client };
@@ -56,8 +59,9 @@ class WireConnection {
 
   /// The arguments of the message that is being dispatched.
   WireReader arguments() const;
-  /// Frees their bytes early, and closes the descriptors that were not taken, for a handler that
-  /// takes long. No reader may be left.
+  /// For a handler that takes long, once it has decoded them: frees their bytes early, closes the
+  /// descriptors that were not taken and lets the next large message be decoded. No reader may be
+  /// left.
   void discardArguments();
   /// The descriptors that came with it; a handler may take them.
   std::vector<FileDescriptor>& descriptors() { return descriptors_; }
@@ -85,6 +89,7 @@ class WireConnection {
   std::vector<std::uint8_t> received_;
   MessageFrame frame_;
   std::vector<FileDescriptor> descriptors_;
+  std::optional<LargeMessageTurn> turn_;
   std::size_t handshakeBytes_ = 0;
   bool dispatched_ = false;
 };

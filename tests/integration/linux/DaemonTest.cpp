@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "integration/linux/RawClient.h"
+#include "platform/linux/LargeMessageTurn.h"
 #include "platform/linux/ServedConnection.h"
 #include "service/ClientRegistry.h"
 #include "support/DaemonFixture.h"
@@ -311,6 +312,53 @@ TEST_F(DaemonTest, AnnouncedBytesThatNeverComeCostNothing) {
   }
   EXPECT_TRUE(isServing());
   EXPECT_LT(daemon_->memory() - before, 8 << 10);
+}
+
+TEST_F(DaemonTest, LargeMessagesLeaveNoMemoryBehind) {
+  // As values they take ten times what they take here.
+  WireBytes dictionary;
+  dictionary.u64(nop).u32(0).u32(0).array(1, [](WireBytes& values) {
+    values.signature("a{sv}").array(8, [](WireBytes& entries) {
+      for (int i = 100'000; i < 170'000; ++i) {
+        entries.align(8).string(std::to_string(i)).signature("y").byte(0);
+      }
+    });
+  });
+  const auto before = daemon_->memory();
+  std::vector<RawClient> peers;
+  for (int i = 0; i < 4; ++i) peers.push_back(client());
+  std::vector<std::thread> threads;
+  for (auto& peer : peers) {
+    threads.emplace_back([&] {
+      const auto reply = peer.call("performPrivilegedOperation", "tayahav", dictionary.bytes());
+      ASSERT_TRUE(reply);
+      EXPECT_EQ(reply->outcome().second, number(PosixCode::invalidArgument));
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  for (auto& peer : peers) EXPECT_TRUE(peer.call("getVersionString"));  // Done with the message.
+  EXPECT_LT(daemon_->memory() - before, 16 << 10) << "KiB";
+}
+
+TEST_F(DaemonTest, OperationsWithLargeMessagesHoldUpNoOthers) {
+  const Array large(20, std::string(LargeMessageTurn::largestWithout / 16, 'x'));
+  std::vector<RawClient> waiting;
+  std::vector<test::SocketPair> feedback(2 * LargeMessageTurn::turnsAtATime);
+  for (auto& pair : feedback) {
+    waiting.push_back(client());
+    // For their feedback nobody shakes hands, which is waited for.
+    ASSERT_TRUE(
+        waiting.back().send(RawClient::methodCall("performPrivilegedOperation", "tayahav",
+                                                  request(deleteFoldercontents, 1, large), 1),
+                            {pair.first.get()}));
+  }
+  const auto reply = client().call("performPrivilegedOperation", "tayahav", request(nop, 0, large));
+  ASSERT_TRUE(reply);
+  for (auto& peer : waiting) {
+    pollfd answer{peer.socket(), POLLIN, 0};
+    EXPECT_EQ(poll(&answer, 1, 0), 0) << "it did not wait";
+    EXPECT_TRUE(peer.receiveReply());
+  }
 }
 
 TEST_F(DaemonTest, RefusesFeedbackEndpointsThatAreNone) {
