@@ -39,6 +39,8 @@ Error protectedError(const std::string& path, Error cause) {
 
 /// What the new file takes over.
 struct KeptAttributes {
+  /// The old file, wherever it is.
+  HeldObject file;
   FileStatus status;
   AccessRights rights;
   FinderInfo classic;
@@ -86,7 +88,7 @@ class Replacement {
   }
 
   Result<KeptAttributes> readAttributes() {
-    const auto file = context_.files.hold(file_.at(), Links::stay);
+    auto file = context_.files.hold(file_.at(), Links::stay);
     if (!file) return fileReadError(file.error(), path_);
     const auto status = file->status();
     if (!status) return fileReadError(status.error(), path_);
@@ -94,7 +96,7 @@ class Replacement {
     if (!rights) return fileReadError(rights.error(), path_);
     auto classic = FinderInfo::read(context_, file_.at(), Links::stay);
     if (!classic) return fileReadError(classic.error(), path_);
-    return KeptAttributes{*status, *rights, std::move(*classic)};
+    return KeptAttributes{std::move(*file), *status, *rights, std::move(*classic)};
   }
 
   PosixCode apply(const KeptAttributes& kept, OpenFile& file) {
@@ -102,7 +104,7 @@ class Replacement {
     auto code = file.setOwner(status.userID, status.groupID);
     if (code == PosixCode::success) code = applyRights(kept.rights, file);
     if (code == PosixCode::success && kept.classic.hasCodes()) code = applyCodes(kept.classic);
-    if (code == PosixCode::success) code = context_.files.copyCreationTime(backup(), file_.at());
+    if (code == PosixCode::success) code = context_.files.copyCreationTime(kept.file, file_.at());
     if (code == PosixCode::success && status.flags != 0) code = applyFlags(status);
     return code;
   }

@@ -55,12 +55,16 @@ class Copy {
     return copyItem({level.from, name}, {level.to, name}, std::move(path));
   }
 
+  /// Everything is taken from one hold: of an object that comes in the place of another meanwhile,
+  /// nothing gets into the other's copy.
   PosixCode copyItem(FileAt from, FileAt to, std::string path) {
     path_ = path;
-    const auto status = context_.files.status(from, Links::stay);
+    const auto source = context_.files.hold(from, Links::stay);
+    if (!source) return source.error();
+    const auto status = source->status();
     if (!status) return status.error();
     if (isOtherVolume(*status)) return PosixCode::busy;
-    if (status->isFolder()) return enter(from, to, *status, std::move(path));
+    if (status->isFolder()) return enter(*source, to, *status, std::move(path));
 
     if (status->linkCount > 1) {
       const auto [first, isNew] =
@@ -69,8 +73,8 @@ class Copy {
           !isNew && context_.files.createHardLink(to, copied(first->second)) == PosixCode::success;
       if (isLinked) return PosixCode::success;
     }
-    const auto code = create(from, to, status->type());
-    return code == PosixCode::success ? copyAttributes(from, to, *status) : code;
+    const auto code = create(*source, to, status->type());
+    return code == PosixCode::success ? copyAttributes(*source, to, *status) : code;
   }
 
   /// Where the system does not tell that a volume is mounted on a folder, its number does.
@@ -84,7 +88,7 @@ class Copy {
   /// folder, so there is an open top.
   FileAt copied(const std::string& path) const { return {levels_.front().to, path.c_str()}; }
 
-  PosixCode create(FileAt from, FileAt to, std::uint32_t type) {
+  PosixCode create(const HeldObject& from, FileAt to, std::uint32_t type) {
     if (type == file_type::regular) {
       auto file = context_.files.createFile(to, ownerOnlyFile);
       return file ? context_.files.copyContents(from, *file) : file.error();
@@ -96,8 +100,8 @@ class Copy {
     return context_.files.createSpecialFile(to, from);
   }
 
-  PosixCode enter(FileAt from, FileAt to, const FileStatus& status, std::string path) {
-    auto source = context_.files.openFolder(from, Links::stay);
+  PosixCode enter(const HeldObject& from, FileAt to, const FileStatus& status, std::string path) {
+    auto source = context_.files.openFolder(from);
     if (!source) return source.error();
     auto folder = context_.files.createFolder(to, ownerOnlyFolder);
     if (!folder) return folder.error();
@@ -110,11 +114,13 @@ class Copy {
   PosixCode leave() {
     const auto level = std::move(levels_.back());
     levels_.pop_back();
-    return copyAttributes({level.from, "."}, {level.to, "."}, level.status);
+    const auto source = context_.files.hold({level.from, "."}, Links::stay);
+    if (!source) return source.error();
+    return copyAttributes(*source, {level.to, "."}, level.status);
   }
 
   /// The owner comes first: a change of it takes away permission bits and privileges.
-  PosixCode copyAttributes(FileAt from, FileAt to, const FileStatus& status) {
+  PosixCode copyAttributes(const HeldObject& from, FileAt to, const FileStatus& status) {
     auto& files = context_.files;
     auto code = ifKept(files.setOwner(to, Links::stay, status.userID, status.groupID));
     if (code == PosixCode::success) code = copyExtendedAttributes(from, to);
@@ -125,20 +131,18 @@ class Copy {
     return code;
   }
 
-  PosixCode copyRights(FileAt from, FileAt to) {
-    const auto source = context_.files.hold(from, Links::stay);
-    if (!source) return source.error();
-    const auto rights = context_.accessControl.rights(*source);
+  PosixCode copyRights(const HeldObject& from, FileAt to) {
+    const auto rights = context_.accessControl.rights(from);
     if (!rights) return rights.error();
     const auto copy = context_.files.hold(to, Links::stay);
     return copy ? context_.accessControl.setRights(*copy, *rights) : copy.error();
   }
 
-  PosixCode copyExtendedAttributes(FileAt from, FileAt to) {
-    const auto names = context_.attributes.names(from, Links::stay, Compression::hidden);
+  PosixCode copyExtendedAttributes(const HeldObject& from, FileAt to) {
+    const auto names = context_.attributes.names(from, Compression::hidden);
     if (!names) return ifSupported(names.error());
     for (const auto& name : *names) {
-      const auto value = context_.attributes.value(from, Links::stay, name);
+      const auto value = context_.attributes.value(from, name);
       if (!value && value.error() == PosixCode::noAttribute) continue;
       const auto code =
           value ? context_.attributes.set(to, Links::stay, name, *value) : value.error();

@@ -22,7 +22,10 @@ class ExtendedAttributes {
 
   virtual PosixResult<std::vector<std::string>> names(FileAt object, Links links,
                                                       Compression compression) = 0;
+  virtual PosixResult<std::vector<std::string>> names(const HeldObject& object,
+                                                      Compression compression) = 0;
   virtual PosixResult<Data> value(FileAt object, Links links, const std::string& name) = 0;
+  virtual PosixResult<Data> value(const HeldObject& object, const std::string& name) = 0;
   /// Adds or replaces.
   virtual PosixCode set(FileAt object, Links links, const std::string& name, const Data& value) = 0;
   virtual PosixCode remove(FileAt object, Links links, const std::string& name,

@@ -47,6 +47,8 @@ class FileSystem {
 
   /// Opens a folder for reading and as a base. With `Links::stay` a link is `notDirectory`.
   virtual PosixResult<Folder> openFolder(FileAt object, Links links) = 0;
+  /// Opens the very folder that is held.
+  virtual PosixResult<Folder> openFolder(const HeldObject& folder) = 0;
 
   /// Splits a path at its last component and opens what stands before it, following links there.
   /// The parent serves as a base, its entries cannot be read. Trailing slashes do not count; "/"
@@ -56,6 +58,7 @@ class FileSystem {
 
   /// What a link holds.
   virtual PosixResult<std::string> linkTarget(FileAt link) = 0;
+  virtual PosixResult<std::string> linkTarget(const HeldObject& link) = 0;
 
   /// The absolute path of what a path leads to, without links, "." and "..".
   virtual PosixResult<std::string> resolvedPath(const std::string& path) = 0;
@@ -68,7 +71,7 @@ class FileSystem {
   virtual PosixCode createLink(FileAt object, const std::string& target) = 0;
   virtual PosixCode createHardLink(FileAt object, FileAt existing) = 0;
   /// A FIFO, socket or device like `model`, open to its owner alone.
-  virtual PosixCode createSpecialFile(FileAt object, FileAt model) = 0;
+  virtual PosixCode createSpecialFile(FileAt object, const HeldObject& model) = 0;
 
   /// Gives an object another name on its file system. A name that is taken is `exists`.
   virtual PosixCode rename(FileAt object, FileAt newObject) = 0;
@@ -77,17 +80,17 @@ class FileSystem {
                              std::uint32_t groupID) = 0;
   /// Sets the twelve permission bits. Where links have none of their own they are `notSupported`.
   virtual PosixCode setPermissions(FileAt object, Links links, std::uint32_t permissions) = 0;
-  /// Sets the times of access and modification to now, or to those of another object, whose links
-  /// are not followed.
+  /// Sets the times of access and modification to now, or to those of another object. A link at
+  /// `to` is not followed.
   virtual PosixCode touch(FileAt object, Links links) = 0;
-  virtual PosixCode copyTimes(FileAt from, FileAt to) = 0;
-  /// Sets the time of creation to that of another object, where a file system lets it be set. Links
-  /// are not followed.
-  virtual PosixCode copyCreationTime(FileAt from, FileAt to) = 0;
+  virtual PosixCode copyTimes(const HeldObject& from, FileAt to) = 0;
+  /// Sets the time of creation to that of another object, where a file system lets it be set. A
+  /// link at `to` is not followed.
+  virtual PosixCode copyCreationTime(const HeldObject& from, FileAt to) = 0;
 
   /// Writes the contents of a regular file into an empty one and keeps its holes. Anything else
-  /// that is found at `from` is `invalidArgument`.
-  virtual PosixCode copyContents(FileAt from, OpenFile& to) = 0;
+  /// than a regular file is `invalidArgument`.
+  virtual PosixCode copyContents(const HeldObject& from, OpenFile& to) = 0;
 
   /// Returns when everything written to the folder's file system is safe from a loss of power.
   virtual PosixCode synchronize(const Folder& onFileSystem) = 0;

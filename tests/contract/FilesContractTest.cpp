@@ -41,6 +41,7 @@ TEST_F(FilesContract, StatusTellsTypesSizesAndTargets) {
   for (const auto& [path, type] : types) EXPECT_EQ(statusOf(path)->type(), type) << path;
   EXPECT_EQ(statusOf(link, Links::follow)->size, 5u);
   EXPECT_EQ(*files().linkTarget(link.c_str()), "file");
+  EXPECT_EQ(*files().linkTarget(*files().hold(link.c_str(), Links::stay)), "file");
   EXPECT_EQ(statusOf(scratch_.path("none")).error(), PosixCode::noEntry);
   EXPECT_EQ(statusOf(file + "/below").error(), PosixCode::notDirectory);
   EXPECT_TRUE(statusOf("/")->isMountRoot);
@@ -143,18 +144,20 @@ TEST_F(FilesContract, CopiesKeepContentsHolesTimesAndKind) {
   const timespec times[] = {{1000, 0}, {2000, 500000000}};
   ASSERT_EQ(utimensat(AT_FDCWD, source.c_str(), times, 0), 0);
   const auto copy = scratch_.path("copy");
+  const auto held = files().hold(source.c_str(), Links::stay);
   auto file = files().createFile(copy.c_str(), 0600);
-  ASSERT_TRUE(file);
-  EXPECT_EQ(files().copyContents(source.c_str(), *file), PosixCode::success);
+  ASSERT_TRUE(held && file);
+  EXPECT_EQ(files().copyContents(*held, *file), PosixCode::success);
   EXPECT_EQ(file->synchronize(), PosixCode::success);
-  EXPECT_EQ(files().copyTimes(source.c_str(), copy.c_str()), PosixCode::success);
+  EXPECT_EQ(files().copyTimes(*held, copy.c_str()), PosixCode::success);
   EXPECT_EQ(statusOf(copy)->size, 1u << 20);
   EXPECT_EQ(statusOf(copy)->modificationDate, (Date{2000.5}));
   EXPECT_EQ(*files().readFile(copy.c_str(), 1 << 20), *files().readFile(source.c_str(), 1 << 20));
 
   const auto fifo = fifoAt("fifo");
   const auto folder = files().openFolder(scratch_.path().c_str(), Links::stay);
-  EXPECT_EQ(files().createSpecialFile({*folder, "fifo2"}, fifo.c_str()), PosixCode::success);
+  const auto model = files().hold(fifo.c_str(), Links::stay);
+  EXPECT_EQ(files().createSpecialFile({*folder, "fifo2"}, *model), PosixCode::success);
   EXPECT_EQ(statusOf(scratch_.path("fifo2"))->mode, file_type::fifo | 0600u);
   EXPECT_EQ(files().synchronize(*folder), PosixCode::success);
 }

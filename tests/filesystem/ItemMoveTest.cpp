@@ -1,5 +1,12 @@
 #include "filesystem/ItemMove.h"
 
+#include <gmock/gmock.h>
+#include <sys/xattr.h>
+
+#include <fstream>
+
+#include "filesystem/FileManager.h"
+#include "support/Attack.h"
 #include "support/ItemFixture.h"
 #include "support/KillAtEveryCall.h"
 #include "support/Mounts.h"
@@ -9,6 +16,8 @@ namespace {
 
 using test::Mount;
 using test::printed;
+using testing::IsEmpty;
+using testing::Not;
 
 /// Everything that a tree has, in words: types, modes, owners, times, sizes, links, contents,
 /// attributes with their lists of access rights (which XFS shows twice), flags.
@@ -149,6 +158,91 @@ TEST_F(AcrossTest, ATakenPathStaysAsItIs) {
   EXPECT_EQ(namesOnVolume(), "tree\n");
   EXPECT_TRUE(S_ISLNK(test::statusOf(to_).st_mode) && test::exists(from_));
 }
+
+/// Two objects that somebody exchanges while one of them is copied. The parameter is their type.
+class ExchangedInCopyTest : public AcrossTest, public testing::WithParamInterface<std::uint32_t> {
+ protected:
+  struct Look {
+    uid_t owner;
+    mode_t mode;
+    /// What the object holds and what its label says.
+    std::string text;
+  };
+
+  void SetUp() override {
+    if (geteuid() != 0) GTEST_SKIP() << "needs root";
+    AcrossTest::SetUp();
+  }
+
+  std::string holderOf(const std::string& path) const {
+    return GetParam() == file_type::folder ? path + "/in" : path;
+  }
+  void make(const std::string& path, const Look& look) const {
+    if (GetParam() == file_type::folder) mkdir(path.c_str(), 0700);
+    if (GetParam() == file_type::link) {
+      (void)!symlink(look.text.c_str(), path.c_str());
+    } else {
+      std::ofstream(holderOf(path)) << look.text;
+    }
+    (void)!lchown(path.c_str(), look.owner, look.owner);
+    if (GetParam() != file_type::link) (void)!chmod(path.c_str(), look.mode);
+    (void)!lsetxattr(path.c_str(), label, look.text.data(), look.text.size(), 0);
+  }
+  static std::string labelOf(const std::string& path) {
+    char text[9] = {};
+    (void)!lgetxattr(path.c_str(), label, text, sizeof text - 1);
+    return text;
+  }
+  std::string contentsOf(const std::string& path) const {
+    char text[9] = {};
+    if (GetParam() == file_type::link) (void)!readlink(path.c_str(), text, sizeof text - 1);
+    if (GetParam() != file_type::link) std::ifstream(holderOf(path)) >> text;
+    return text;
+  }
+  bool is(const std::string& path, const Look& look) const {
+    const auto status = test::statusOf(path);
+    const bool hasMode = GetParam() == file_type::link || (status.st_mode & 07777) == look.mode;
+    return status.st_uid == look.owner && hasMode && labelOf(path) == look.text &&
+           contentsOf(path) == look.text;
+  }
+
+  static constexpr const char* label = "trusted.label";
+  const Look roots_{0, 0755, "root"}, evil_{1234, 06777, "evil"};
+};
+
+TEST_P(ExchangedInCopyTest, NothingOfOneGetsIntoTheCopyOfTheOther) {
+  const auto old = from_ + "/object", other = scratch_.path("other"), copy = to_ + "/object";
+  const auto attack = [&](auto copyTree) {
+    return test::attackAtEveryCall(
+        old, other,
+        [&] {
+          for (const auto& path : {from_, to_, other}) {
+            (void)FileManager::removeItemAtPath(context_.files, path);
+          }
+          mkdir(from_.c_str(), 0755);
+          make(old, roots_);
+          make(other, evil_);
+        },
+        [&] {
+          copyTree();
+          return true;
+        },
+        [&] { return !test::exists(copy) || is(copy, roots_) || is(copy, evil_); });
+  };
+  // How not to do it: each call looks for the name again.
+  const auto lost = attack([&] {
+    const auto status = test::statusOf(old);
+    mkdir(to_.c_str(), 0755);
+    make(copy, {status.st_uid, status.st_mode & 07777, labelOf(old)});
+  });
+  EXPECT_THAT(lost.lostStops, Not(IsEmpty()));
+  const auto won = attack([&] { (void)move(from_, to_); });
+  EXPECT_THAT(won.lostStops, IsEmpty());
+  EXPECT_GT(won.exchanges, 100);
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, ExchangedInCopyTest,
+                         testing::Values(file_type::regular, file_type::folder, file_type::link));
 
 TEST_F(AcrossTest, ACompleteTreeIsAtOneOfThePathsWheneverTheProcessIsKilled) {
   const auto treeAt = [](const std::string& path) {

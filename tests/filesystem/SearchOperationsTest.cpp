@@ -34,6 +34,7 @@ class Directory : public UserDirectory {
 /// A folder of that name cannot be opened, though its status can be read.
 class Unreadable : public test::PortFileSystem {
  public:
+  using test::PortFileSystem::openFolder;
   PosixResult<Folder> openFolder(FileAt object, Links links) override {
     if (name == object.name) return code;
     return test::PortFileSystem::openFolder(object, links);

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <string_view>
 
+#include "platform/linux/DescriptorPath.h"
 #include "platform/linux/ObjectHandle.h"
 #include "platform/posix/AttributeCalls.h"
 #include "platform/posix/NativeError.h"
@@ -42,15 +43,25 @@ std::string_view nameOf(std::string_view nativeName) {
   return hasNamespace(rest) ? nativeName : rest;
 }
 
+PosixResult<HeldObject> held(FileAt object, Links links) {
+  auto handle = ObjectHandle::open(object, links);
+  if (!handle) return handle.error();
+  return HeldObject(std::move(*handle).takeDescriptor());
+}
+
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
 
 }  // namespace
 
 PosixResult<std::vector<std::string>> LinuxExtendedAttributes::names(FileAt object, Links links,
+                                                                     Compression compression) {
+  const auto source = held(object, links);
+  return source ? names(*source, compression) : source.error();
+}
+
+PosixResult<std::vector<std::string>> LinuxExtendedAttributes::names(const HeldObject& object,
                                                                      Compression) {
-  const auto handle = ObjectHandle::open(object, links);
-  if (!handle) return handle.error();
-  const auto path = handle->path();
+  const auto path = descriptorPath(object.descriptor());
   const auto list = delivered<std::string>(
       [&path](char* bytes, std::size_t size) { return ::listxattr(path.c_str(), bytes, size); });
   if (!list) return list.error();
@@ -67,9 +78,14 @@ PosixResult<std::vector<std::string>> LinuxExtendedAttributes::names(FileAt obje
 PosixResult<Data> LinuxExtendedAttributes::value(FileAt object, Links links,
                                                  const std::string& name) {
   if (!isAttributeName(name)) return PosixCode::invalidArgument;
-  const auto handle = ObjectHandle::open(object, links);
-  if (!handle) return handle.error();
-  const auto path = handle->path();
+  const auto source = held(object, links);
+  return source ? value(*source, name) : source.error();
+}
+
+PosixResult<Data> LinuxExtendedAttributes::value(const HeldObject& object,
+                                                 const std::string& name) {
+  if (!isAttributeName(name)) return PosixCode::invalidArgument;
+  const auto path = descriptorPath(object.descriptor());
   const auto native = nativeName(name);
   return delivered<Data>([&](std::uint8_t* bytes, std::size_t size) {
     return ::getxattr(path.c_str(), native.c_str(), bytes, size);

@@ -7,11 +7,13 @@
 #include <cstdio>
 
 #include "platform/NativeFileSystem.h"
+#include "platform/linux/DescriptorPath.h"
 #include "platform/linux/InodeFlags.h"
 #include "platform/linux/ObjectHandle.h"
 #include "platform/linux/ObjectPermissions.h"
 #include "platform/linux/ObjectStatus.h"
 #include "platform/posix/CopyContents.h"
+#include "platform/posix/LinkTarget.h"
 #include "platform/posix/NativeError.h"
 #include "platform/posix/ReadFile.h"
 
@@ -50,6 +52,10 @@ PosixResult<HeldObject> LinuxFileSystem::holdOpen(FileAt object) {
   return HeldObject(std::move(descriptor));
 }
 
+PosixResult<std::string> LinuxFileSystem::linkTarget(const HeldObject& link) {
+  return qrt::linkTarget(link.descriptor(), "");
+}
+
 PosixCode LinuxFileSystem::setFlags(FileAt object, Links links, const FileStatus& current,
                                     std::uint32_t wanted) {
   if (isOnReadOnlyMount(object, links, current)) return PosixCode::readOnlyFileSystem;
@@ -75,11 +81,9 @@ PosixResult<Data> LinuxFileSystem::readFile(FileAt object, std::size_t limit) {
   return qrt::readFile(AT_FDCWD, handle->path().c_str(), limit);
 }
 
-PosixCode LinuxFileSystem::createSpecialFile(FileAt object, FileAt model) {
+PosixCode LinuxFileSystem::createSpecialFile(FileAt object, const HeldObject& model) {
   struct stat status;
-  if (::fstatat(model.folder.descriptor(), model.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-    return lastError();
-  }
+  if (::fstat(model.descriptor(), &status) != 0) return lastError();
   const mode_t mode = (status.st_mode & file_type::mask) | 0600;
   return codeFor(::mknodat(object.folder.descriptor(), object.name, mode, status.st_rdev));
 }
@@ -103,22 +107,21 @@ PosixCode LinuxFileSystem::renameAfterLooking(FileAt object, FileAt newObject) {
                             newObject.name));
 }
 
-PosixCode LinuxFileSystem::copyTimes(FileAt from, FileAt to) {
+PosixCode LinuxFileSystem::copyTimes(const HeldObject& from, FileAt to) {
   struct stat status;
-  if (::fstatat(from.folder.descriptor(), from.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-    return lastError();
-  }
+  if (::fstat(from.descriptor(), &status) != 0) return lastError();
   const timespec times[] = {status.st_atim, status.st_mtim};
   return codeFor(::utimensat(to.folder.descriptor(), to.name, times, AT_SYMLINK_NOFOLLOW));
 }
 
-PosixCode LinuxFileSystem::copyContents(FileAt from, OpenFile& to) {
-  const auto handle = ObjectHandle::open(from, Links::stay);
-  if (!handle) return handle.error();
-  if (handle->type() != file_type::regular) return PosixCode::invalidArgument;
-  const auto file = handle->openForReading();
-  if (!file) return file.error();
-  return qrt::copyContents(file->get(), to.descriptor());
+PosixCode LinuxFileSystem::copyContents(const HeldObject& from, OpenFile& to) {
+  const auto status = from.status();
+  if (!status) return status.error();
+  if (status->type() != file_type::regular) return PosixCode::invalidArgument;
+  const FileDescriptor file(
+      ::open(descriptorPath(from.descriptor()).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  if (!file) return lastError();
+  return qrt::copyContents(file.get(), to.descriptor());
 }
 
 PosixCode LinuxFileSystem::synchronize(const Folder& onFileSystem) {

@@ -12,16 +12,18 @@ class LinuxFileSystem : public PosixFileSystem {
   PosixResult<FileStatus> status(FileAt object, Links links) override;
   PosixResult<HeldObject> hold(FileAt object, Links links) override;
   PosixResult<HeldObject> holdOpen(FileAt object) override;
+  PosixResult<std::string> linkTarget(const HeldObject& link) override;
+  using PosixFileSystem::linkTarget;
   PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
                      std::uint32_t wanted) override;
   PosixCode setPermissions(FileAt object, Links links, std::uint32_t permissions) override;
   PosixResult<Data> readFile(FileAt object, std::size_t limit) override;
-  PosixCode createSpecialFile(FileAt object, FileAt model) override;
+  PosixCode createSpecialFile(FileAt object, const HeldObject& model) override;
   PosixCode rename(FileAt object, FileAt newObject) override;
-  PosixCode copyTimes(FileAt from, FileAt to) override;
+  PosixCode copyTimes(const HeldObject& from, FileAt to) override;
   /// No file system here lets it be set.
-  PosixCode copyCreationTime(FileAt, FileAt) override { return PosixCode::success; }
-  PosixCode copyContents(FileAt from, OpenFile& to) override;
+  PosixCode copyCreationTime(const HeldObject&, FileAt) override { return PosixCode::success; }
+  PosixCode copyContents(const HeldObject& from, OpenFile& to) override;
   PosixCode synchronize(const Folder& onFileSystem) override;
 
   /// What `rename` does on file systems that cannot refuse a taken name themselves.

@@ -16,6 +16,12 @@ namespace {
 /// Values are read and written whole. Only a resource fork knows another position.
 constexpr std::uint32_t atBeginning = 0;
 
+PosixResult<HeldObject> held(FileAt object, Links links) {
+  auto handle = ObjectHandle::open(object, links);
+  if (!handle) return handle.error();
+  return HeldObject(std::move(*handle).takeDescriptor());
+}
+
 int optionsFor(Compression compression) {
   return compression == Compression::exposed ? XATTR_SHOWCOMPRESSION : 0;
 }
@@ -26,10 +32,15 @@ PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastEr
 
 PosixResult<std::vector<std::string>> MacosExtendedAttributes::names(FileAt object, Links links,
                                                                      Compression compression) {
-  const auto handle = ObjectHandle::open(object, links);
-  if (!handle) return handle.error();
+  const auto source = held(object, links);
+  return source ? names(*source, compression) : source.error();
+}
+
+PosixResult<std::vector<std::string>> MacosExtendedAttributes::names(const HeldObject& object,
+                                                                     Compression compression) {
+  if (!object.name().empty()) return PosixCode::notSupported;
   const auto list = delivered<std::string>([&](char* bytes, std::size_t size) {
-    return ::flistxattr(handle->descriptor(), bytes, size, optionsFor(compression));
+    return ::flistxattr(object.descriptor(), bytes, size, optionsFor(compression));
   });
   if (!list) return list.error();
 
@@ -45,10 +56,16 @@ PosixResult<std::vector<std::string>> MacosExtendedAttributes::names(FileAt obje
 PosixResult<Data> MacosExtendedAttributes::value(FileAt object, Links links,
                                                  const std::string& name) {
   if (!isAttributeName(name)) return PosixCode::invalidArgument;
-  const auto handle = ObjectHandle::open(object, links);
-  if (!handle) return handle.error();
+  const auto source = held(object, links);
+  return source ? value(*source, name) : source.error();
+}
+
+PosixResult<Data> MacosExtendedAttributes::value(const HeldObject& object,
+                                                 const std::string& name) {
+  if (!isAttributeName(name)) return PosixCode::invalidArgument;
+  if (!object.name().empty()) return PosixCode::notSupported;
   return delivered<Data>([&](std::uint8_t* bytes, std::size_t size) {
-    return ::fgetxattr(handle->descriptor(), name.c_str(), bytes, size, atBeginning, 0);
+    return ::fgetxattr(object.descriptor(), name.c_str(), bytes, size, atBeginning, 0);
   });
 }
 

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <stdio.h>
 #include <sys/attr.h>
+#include <sys/param.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -45,10 +46,14 @@ PosixCode setAttribute(FileAt object, Links links, attrgroup_t attribute, Value 
   return code == PosixCode::invalidArgument ? PosixCode::notSupported : code;
 }
 
+bool areOneObject(const FileStatus& a, const FileStatus& b) {
+  return a.device == b.device && a.inode == b.inode;
+}
+
 /// True when two names mean one entry of a folder, which happens where case does not count.
 bool areOneEntry(const FileStatus& a, const FileStatus& b) {
   const bool hasOneName = a.isFolder() || a.linkCount == 1;
-  return hasOneName && a.device == b.device && a.inode == b.inode;
+  return hasOneName && areOneObject(a, b);
 }
 
 /// Without opening the object. A link leads elsewhere and is not meant.
@@ -59,6 +64,15 @@ PosixResult<HeldObject> heldIn(const Folder& folder, const std::string& name) {
   FileDescriptor ownFolder(::fcntl(folder.descriptor(), F_DUPFD_CLOEXEC, 0));
   if (!ownFolder) return lastError();
   return HeldObject(std::move(ownFolder), name);
+}
+
+PosixResult<struct stat> nativeStatus(const HeldObject& object) {
+  struct stat status;
+  const int result = object.name().empty() ? ::fstat(object.descriptor(), &status)
+                                           : ::fstatat(object.descriptor(), object.name().c_str(),
+                                                       &status, AT_SYMLINK_NOFOLLOW);
+  if (result != 0) return lastError();
+  return status;
 }
 
 /// For calls that take no folder. By its number nobody can exchange the folder.
@@ -99,6 +113,21 @@ PosixResult<Folder> MacosFileSystem::openFolder(FileAt object, Links links) {
   return found && found->isLink() ? PosixCode::notDirectory : folder.error();
 }
 
+PosixResult<std::string> MacosFileSystem::linkTarget(const HeldObject& link) {
+  // The system reads links by their paths alone.
+  char path[MAXPATHLEN];
+  if (::fcntl(link.descriptor(), F_GETPATH, path) != 0) {
+    const auto code = lastError();
+    return code == PosixCode::noSpace ? PosixCode::nameTooLong : code;
+  }
+  auto target = linkTarget(FileAt(path));
+  const auto held = link.status();
+  if (!held) return held.error();
+  const auto found = status(path, Links::stay);
+  const bool isTheSame = found && areOneObject(*held, *found);
+  return isTheSame ? target : PosixCode::noEntry;
+}
+
 PosixCode MacosFileSystem::setFlags(FileAt object, Links links, const FileStatus& current,
                                     std::uint32_t wanted) {
   // Only folders can be mount points, so anything else shares the mount of its folder. Elsewhere
@@ -122,17 +151,15 @@ PosixResult<Data> MacosFileSystem::readFile(FileAt object, std::size_t limit) {
   return qrt::readFile(handle->descriptor(), limit);
 }
 
-PosixCode MacosFileSystem::createSpecialFile(FileAt object, FileAt model) {
-  struct stat special;
-  if (::fstatat(model.folder.descriptor(), model.name, &special, AT_SYMLINK_NOFOLLOW) != 0) {
-    return lastError();
-  }
-  if (S_ISSOCK(special.st_mode)) return PosixCode::notSupported;
+PosixCode MacosFileSystem::createSpecialFile(FileAt object, const HeldObject& model) {
+  const auto special = nativeStatus(model);
+  if (!special) return special.error();
+  if (S_ISSOCK(special->st_mode)) return PosixCode::notSupported;
   const auto path = pathOf(object);
   if (!path) return path.error();
   constexpr mode_t ownerOnly = 0600;
-  const auto mode = static_cast<mode_t>((special.st_mode & file_type::mask) | ownerOnly);
-  const auto code = codeFor(::mknod(path->c_str(), mode, special.st_rdev));
+  const auto mode = static_cast<mode_t>((special->st_mode & file_type::mask) | ownerOnly);
+  const auto code = codeFor(::mknod(path->c_str(), mode, special->st_rdev));
   return code == PosixCode::noEntry ? PosixCode::notSupported : code;
 }
 
@@ -158,29 +185,26 @@ PosixCode MacosFileSystem::renameAfterLooking(FileAt object, FileAt newObject) {
                             newObject.name));
 }
 
-PosixCode MacosFileSystem::copyTimes(FileAt from, FileAt to) {
-  struct stat status;
-  if (::fstatat(from.folder.descriptor(), from.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-    return lastError();
-  }
-  const timespec times[] = {status.st_atimespec, status.st_mtimespec};
+PosixCode MacosFileSystem::copyTimes(const HeldObject& from, FileAt to) {
+  const auto status = nativeStatus(from);
+  if (!status) return status.error();
+  const timespec times[] = {status->st_atimespec, status->st_mtimespec};
   return codeFor(::utimensat(to.folder.descriptor(), to.name, times, AT_SYMLINK_NOFOLLOW));
 }
 
-PosixCode MacosFileSystem::copyCreationTime(FileAt from, FileAt to) {
-  struct stat status;
-  if (::fstatat(from.folder.descriptor(), from.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-    return lastError();
-  }
-  const auto code = setAttribute(to, Links::stay, ATTR_CMN_CRTIME, status.st_birthtimespec);
+PosixCode MacosFileSystem::copyCreationTime(const HeldObject& from, FileAt to) {
+  const auto status = nativeStatus(from);
+  if (!status) return status.error();
+  const auto code = setAttribute(to, Links::stay, ATTR_CMN_CRTIME, status->st_birthtimespec);
   return code == PosixCode::notSupported ? PosixCode::success : code;
 }
 
-PosixCode MacosFileSystem::copyContents(FileAt from, OpenFile& to) {
-  const auto handle = ObjectHandle::open(from, Links::stay);
-  if (!handle) return handle.error();
-  if (handle->type() != file_type::regular) return PosixCode::invalidArgument;
-  return qrt::copyContents(handle->descriptor(), to.descriptor());
+PosixCode MacosFileSystem::copyContents(const HeldObject& from, OpenFile& to) {
+  const auto status = from.status();
+  if (!status) return status.error();
+  const bool isOpen = from.name().empty() && status->type() == file_type::regular;
+  return isOpen ? qrt::copyContents(from.descriptor(), to.descriptor())
+                : PosixCode::invalidArgument;
 }
 
 PosixCode MacosFileSystem::synchronize(const Folder& onFileSystem) {

@@ -14,16 +14,20 @@ class MacosFileSystem : public PosixFileSystem {
   PosixResult<HeldObject> hold(FileAt object, Links links) override;
   PosixResult<HeldObject> holdOpen(FileAt object) override { return hold(object, Links::stay); }
   PosixResult<Folder> openFolder(FileAt object, Links links) override;
+  using PosixFileSystem::openFolder;
+  /// Not of a link whose path is longer than the system tells: `nameTooLong`.
+  PosixResult<std::string> linkTarget(const HeldObject& link) override;
+  using PosixFileSystem::linkTarget;
   PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
                      std::uint32_t wanted) override;
   PosixResult<Data> readFile(FileAt object, std::size_t limit) override;
   /// Sockets come only from whoever listens at them: `notSupported`, as on volumes that do not know
   /// their folders by number.
-  PosixCode createSpecialFile(FileAt object, FileAt model) override;
+  PosixCode createSpecialFile(FileAt object, const HeldObject& model) override;
   PosixCode rename(FileAt object, FileAt newObject) override;
-  PosixCode copyTimes(FileAt from, FileAt to) override;
-  PosixCode copyCreationTime(FileAt from, FileAt to) override;
-  PosixCode copyContents(FileAt from, OpenFile& to) override;
+  PosixCode copyTimes(const HeldObject& from, FileAt to) override;
+  PosixCode copyCreationTime(const HeldObject& from, FileAt to) override;
+  PosixCode copyContents(const HeldObject& from, OpenFile& to) override;
   PosixCode synchronize(const Folder& onFileSystem) override;
 
  private:

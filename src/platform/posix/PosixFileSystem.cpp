@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "platform/posix/LinkTarget.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
@@ -20,9 +21,8 @@ constexpr int baseAccess = O_PATH;
 constexpr int baseAccess = O_RDONLY;
 #endif
 
-PosixResult<Folder> openedFolder(FileAt object, int flags) {
-  FileDescriptor descriptor(
-      ::openat(object.folder.descriptor(), object.name, flags | O_DIRECTORY | O_CLOEXEC));
+PosixResult<Folder> openedFolder(int base, const char* path, int flags) {
+  FileDescriptor descriptor(::openat(base, path, flags | O_DIRECTORY | O_CLOEXEC));
   if (!descriptor) return lastError();
   return Folder(std::move(descriptor));
 }
@@ -54,28 +54,25 @@ int nativeFlags(Links links) { return links == Links::stay ? AT_SYMLINK_NOFOLLOW
 }  // namespace
 
 PosixResult<Folder> PosixFileSystem::openFolder(FileAt object, Links links) {
-  return openedFolder(object, O_RDONLY | O_NONBLOCK | (links == Links::stay ? O_NOFOLLOW : 0));
+  return openedFolder(object.folder.descriptor(), object.name,
+                      O_RDONLY | O_NONBLOCK | (links == Links::stay ? O_NOFOLLOW : 0));
+}
+
+PosixResult<Folder> PosixFileSystem::openFolder(const HeldObject& folder) {
+  return openedFolder(folder.descriptor(), ".", O_RDONLY | O_NONBLOCK);
 }
 
 PosixResult<Location> PosixFileSystem::locate(const std::string& path) {
   const bool isPath = !path.empty() && path.find('\0') == std::string::npos;
   if (!isPath) return PosixCode::noEntry;
   auto [parentPath, name] = split(path);
-  auto parent = openedFolder(parentPath.c_str(), baseAccess);
+  auto parent = openedFolder(AT_FDCWD, parentPath.c_str(), baseAccess);
   if (!parent) return parent.error();
   return Location{std::move(*parent), std::move(name)};
 }
 
 PosixResult<std::string> PosixFileSystem::linkTarget(FileAt link) {
-  for (std::size_t size = 256;; size *= 2) {
-    std::string target(size, '\0');
-    const auto length =
-        ::readlinkat(link.folder.descriptor(), link.name, target.data(), target.size());
-    if (length < 0) return lastError();
-    if (static_cast<std::size_t>(length) == size) continue;  // There may be more.
-    target.resize(static_cast<std::size_t>(length));
-    return target;
-  }
+  return qrt::linkTarget(link.folder.descriptor(), link.name);
 }
 
 PosixResult<std::string> PosixFileSystem::resolvedPath(const std::string& path) {

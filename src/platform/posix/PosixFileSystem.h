@@ -11,8 +11,10 @@ namespace qrt {
 class PosixFileSystem : public FileSystem {
  public:
   PosixResult<Folder> openFolder(FileAt object, Links links) override;
+  PosixResult<Folder> openFolder(const HeldObject& folder) override;
   PosixResult<Location> locate(const std::string& path) override;
   PosixResult<std::string> linkTarget(FileAt link) override;
+  using FileSystem::linkTarget;
   PosixResult<std::string> resolvedPath(const std::string& path) override;
   PosixResult<OpenFile> createFile(FileAt object, std::uint32_t permissions) override;
   PosixResult<Folder> createFolder(FileAt object, std::uint32_t permissions) override;

@@ -30,6 +30,7 @@ class LinuxFileSystemTest : public testing::Test {
 TEST_F(LinuxFileSystemTest, ANameThatIsTakenStaysAsItIs) {
   scratch_.make("mkdir folder; touch file; ln -s nowhere dangling; ln -s folder link; mkfifo fifo");
   const auto model = scratch_.path("fifo");
+  const auto held = files_.hold(model.c_str(), Links::stay);
   for (const char* name : {"folder", "file", "dangling", "link"}) {
     const auto path = scratch_.path(name);
     const auto before = statusOf(path).st_ino;
@@ -37,7 +38,7 @@ TEST_F(LinuxFileSystemTest, ANameThatIsTakenStaysAsItIs) {
     EXPECT_EQ(files_.createFolder(path.c_str(), 0700).error(), PosixCode::exists);
     EXPECT_EQ(files_.createLink(path.c_str(), "x"), PosixCode::exists);
     EXPECT_EQ(files_.createHardLink(path.c_str(), model.c_str()), PosixCode::exists);
-    EXPECT_EQ(files_.createSpecialFile(path.c_str(), model.c_str()), PosixCode::exists);
+    EXPECT_EQ(files_.createSpecialFile(path.c_str(), *held), PosixCode::exists);
     EXPECT_EQ(files_.rename(model.c_str(), path.c_str()), PosixCode::exists);
     EXPECT_EQ(files_.renameAfterLooking(model.c_str(), path.c_str()), PosixCode::exists);
     EXPECT_EQ(statusOf(path).st_ino, before);
