@@ -13,6 +13,9 @@ namespace {
 constexpr std::uint32_t ownerOnlyFile = 0600;
 constexpr std::uint32_t ownerOnlyFolder = 0700;
 
+/// In bytes. No system follows a longer path.
+constexpr std::size_t longestPath = 4096;
+
 /// Success as well when the file system of the copy does not know such a thing.
 PosixCode ifSupported(PosixCode code) {
   return code == PosixCode::notSupported ? PosixCode::success : code;
@@ -29,10 +32,13 @@ class Copy {
   Copy(const ItemContext& context, FileAt to) : context_(context), to_(to) {}
 
   std::optional<TreeFailure> copy(FileAt from) {
-    auto code = copyItem(from, to_, {});
+    const auto place = context_.files.status({to_.folder, "."}, Links::stay);
+    if (!place) return TreeFailure{place.error(), {}};
+    place_ = *place;
+    auto code = copyItem(from, to_);
     while (code == PosixCode::success && !levels_.empty()) code = copyNext();
     if (code == PosixCode::success) return std::nullopt;
-    return TreeFailure{code, path_};
+    return TreeFailure{code, path(std::string::npos)};
   }
 
  private:
@@ -40,39 +46,31 @@ class Copy {
     Folder from;
     Folder to;
     FileStatus status;
-    /// From the top.
-    std::string path;
+    std::string name;
   };
 
   PosixCode copyNext() {
     auto& level = levels_.back();
-    path_ = level.path;
+    name_.clear();
     const auto entry = level.from.next();
     if (!entry) return entry.error();
     if (!*entry) return leave();
     const auto* name = (*entry)->name;
-    auto path = level.path.empty() ? std::string(name) : appendingPathComponent(level.path, name);
-    return copyItem({level.from, name}, {level.to, name}, std::move(path));
+    name_ = name;
+    return copyItem({level.from, name}, {level.to, name});
   }
 
   /// Everything is taken from one hold: of an object that comes in the place of another meanwhile,
   /// nothing gets into the other's copy.
-  PosixCode copyItem(FileAt from, FileAt to, std::string path) {
-    path_ = path;
+  PosixCode copyItem(FileAt from, FileAt to) {
     const auto source = context_.files.hold(from, Links::stay);
     if (!source) return source.error();
     const auto status = source->status();
     if (!status) return status.error();
     if (isOtherVolume(*status)) return PosixCode::busy;
-    if (status->isFolder()) return enter(*source, to, *status, std::move(path));
+    if (status->isFolder()) return enter(*source, to, *status);
 
-    if (status->linkCount > 1) {
-      const auto [first, isNew] =
-          linked_.try_emplace(std::pair(status->device, status->inode), path_);
-      const bool isLinked =
-          !isNew && context_.files.createHardLink(to, copied(first->second)) == PosixCode::success;
-      if (isLinked) return PosixCode::success;
-    }
+    if (status->linkCount > 1 && linkToCopy(*status, to)) return PosixCode::success;
     const auto code = create(*source, to, status->type());
     return code == PosixCode::success ? copyAttributes(*source, to, *status) : code;
   }
@@ -84,9 +82,34 @@ class Copy {
     return status.isMountRoot || (status.isFolder() && status.device != own);
   }
 
-  /// An object that was copied already, by its path from the top. Links can only be met below a
-  /// folder, so there is an open top.
-  FileAt copied(const std::string& path) const { return {levels_.front().to, path.c_str()}; }
+  /// False when the object has to be copied. That is noted where the copy can be found again.
+  bool linkToCopy(const FileStatus& status, FileAt to) {
+    const std::pair key(status.device, status.inode);
+    if (const auto first = linked_.find(key); first != linked_.end()) {
+      // Other names can only be met below a folder, so there is an open top.
+      const FileAt copied{levels_.front().to, first->second.c_str()};
+      return context_.files.createHardLink(to, copied) == PosixCode::success;
+    }
+    auto own = path(longestPath);
+    if (own.size() <= longestPath) linked_.emplace(key, std::move(own));
+    return false;
+  }
+
+  /// Of the object being copied, from the top; of a path longer than `atMost` bytes little more
+  /// than those. Whole paths are for errors alone: a tree can be so deep that one for each object
+  /// or level would fill the memory.
+  std::string path(std::size_t atMost) const {
+    std::string path;
+    const auto append = [&path](const std::string& name) {
+      path = path.empty() ? name : appendingPathComponent(std::move(path), name);
+    };
+    for (const auto& level : levels_) {
+      if (path.size() > atMost) return path;
+      append(level.name);
+    }
+    append(name_);
+    return path;
+  }
 
   PosixCode create(const HeldObject& from, FileAt to, std::uint32_t type) {
     if (type == file_type::regular) {
@@ -100,20 +123,33 @@ class Copy {
     return context_.files.createSpecialFile(to, from);
   }
 
-  PosixCode enter(const HeldObject& from, FileAt to, const FileStatus& status, std::string path) {
+  PosixCode enter(const HeldObject& from, FileAt to, const FileStatus& status) {
+    if (isPlaceOfCopy(status)) return refuseTop(PosixCode::invalidArgument);
     auto source = context_.files.openFolder(from);
     if (!source) return source.error();
     auto folder = context_.files.createFolder(to, ownerOnlyFolder);
     if (!folder) return folder.error();
-    levels_.push_back({std::move(*source), std::move(*folder), status, std::move(path)});
+    levels_.push_back({std::move(*source), std::move(*folder), status, std::move(name_)});
     return PosixCode::success;
+  }
+
+  bool isPlaceOfCopy(const FileStatus& folder) const {
+    return folder.device == place_.device && folder.inode == place_.inode;
+  }
+
+  /// It is the whole that cannot be copied, whatever part of it was come upon.
+  PosixCode refuseTop(PosixCode code) {
+    levels_.clear();
+    name_.clear();
+    return code;
   }
 
   /// A folder's attributes come last: its times change with its contents, and a flag would forbid
   /// them.
   PosixCode leave() {
-    const auto level = std::move(levels_.back());
+    auto level = std::move(levels_.back());
     levels_.pop_back();
+    name_ = std::move(level.name);
     const auto source = context_.files.hold({level.from, "."}, Links::stay);
     if (!source) return source.error();
     return copyAttributes(*source, {level.to, "."}, level.status);
@@ -160,11 +196,13 @@ class Copy {
 
   const ItemContext& context_;
   const FileAt to_;
+  /// The folder that the copy is made in.
+  FileStatus place_;
   std::vector<Level> levels_;
   /// Where the first name of each object with several was copied to.
   std::map<std::pair<std::uint64_t, std::uint64_t>, std::string> linked_;
-  /// Of the object being copied, from the top.
-  std::string path_;
+  /// Of the object being copied, in the last level. Empty for that level itself.
+  std::string name_;
 };
 
 }  // namespace

@@ -14,7 +14,8 @@ namespace qrt {
 /// copy for that. Nobody else may be able to change the folder that the copy is made
 /// in.
 ///
-/// A volume mounted below `from` is `busy`. The first error ends the copying; what was copied by
+/// A volume mounted below `from` is `busy`, a tree that holds the folder of its own copy, which
+/// another mount of it makes possible, `invalidArgument`. The first error ends the copying; what was copied by
 /// then stays.
 std::optional<TreeFailure> copyTree(const ItemContext& context, FileAt from, FileAt to);
 

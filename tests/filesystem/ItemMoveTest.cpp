@@ -1,11 +1,12 @@
 #include "filesystem/ItemMove.h"
 
 #include <gmock/gmock.h>
-#include <sys/xattr.h>
+#include <sys/resource.h>
 
 #include <fstream>
 
 #include "filesystem/FileManager.h"
+#include "filesystem/FolderChain.h"
 #include "support/Attack.h"
 #include "support/ItemFixture.h"
 #include "support/KillAtEveryCall.h"
@@ -159,6 +160,46 @@ TEST_F(AcrossTest, ATakenPathStaysAsItIs) {
   EXPECT_TRUE(S_ISLNK(test::statusOf(to_).st_mode) && test::exists(from_));
 }
 
+TEST_F(AcrossTest, ATreeDoesNotGoIntoItselfByAnotherMount) {
+  scratch_.make("mkdir -p tree/top/inner bound; mount --bind tree bound");
+  const auto error = move(from_ + "/top", scratch_.path("bound/top/inner/new"));
+  scratch_.make("umount bound");
+  ASSERT_TRUE(error);
+  EXPECT_EQ(causeOf(error), number(PosixCode::invalidArgument));
+  EXPECT_EQ(*stringIn(error->userInfo, filePathErrorKey), from_ + "/top");
+  EXPECT_EQ(printed("cd '" + from_ + "'; find ."), ".\n./top\n./top/inner\n");
+}
+
+/// In KiB.
+long memoryPeak() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+#ifdef __APPLE__
+  usage.ru_maxrss /= 1024;
+#endif
+  return usage.ru_maxrss;
+}
+
+TEST_F(AcrossTest, ADeepTreeTakesLittleMemory) {
+  constexpr int levels = 1500;
+  constexpr long muchLessThanItsPaths = 60000;
+  rlimit descriptors{};
+  getrlimit(RLIMIT_NOFILE, &descriptors);
+  if (descriptors.rlim_max < 3 * levels) GTEST_SKIP() << "needs more descriptors";
+  test::makeChain(from_, std::string(255, 'n'), levels, [](int folder) {
+    close(openat(folder, "first", O_WRONLY | O_CREAT, 0600));
+    EXPECT_EQ(linkat(folder, "first", folder, "second", 0), 0);
+  });
+  test::SteppedChild child([&] {
+    descriptors.rlim_cur = 3 * levels;
+    setrlimit(RLIMIT_NOFILE, &descriptors);
+    const auto before = memoryPeak();
+    return move(from_, to_) == success && memoryPeak() - before < muchLessThanItsPaths;
+  });
+  EXPECT_TRUE(child.finish());
+  EXPECT_FALSE(test::exists(from_));
+}
+
 /// Two objects that somebody exchanges while one of them is copied. The parameter is their type.
 class ExchangedInCopyTest : public AcrossTest, public testing::WithParamInterface<std::uint32_t> {
  protected:
@@ -186,12 +227,12 @@ class ExchangedInCopyTest : public AcrossTest, public testing::WithParamInterfac
     }
     (void)!lchown(path.c_str(), look.owner, look.owner);
     if (GetParam() != file_type::link) (void)!chmod(path.c_str(), look.mode);
-    (void)!lsetxattr(path.c_str(), label, look.text.data(), look.text.size(), 0);
+    (void)context_.attributes.set(path.c_str(), Links::stay, label,
+                                  Data(look.text.begin(), look.text.end()));
   }
-  static std::string labelOf(const std::string& path) {
-    char text[9] = {};
-    (void)!lgetxattr(path.c_str(), label, text, sizeof text - 1);
-    return text;
+  std::string labelOf(const std::string& path) const {
+    const auto text = context_.attributes.value(path.c_str(), Links::stay, label);
+    return text ? std::string(text->begin(), text->end()) : std::string();
   }
   std::string contentsOf(const std::string& path) const {
     char text[9] = {};
