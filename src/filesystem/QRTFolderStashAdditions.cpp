@@ -22,16 +22,16 @@ std::string pathBeside(std::string path, const std::string& name) {
   return path + name;
 }
 
-Result<FolderMetadata> metadataOf(const ItemContext& context, FileAt folder,
+Result<FolderMetadata> metadataOf(const ItemContext& context, const Folder& folder,
                                   const std::string& path) {
-  const auto held = context.files.hold(folder, Links::stay);
+  const auto held = context.files.hold(itself(folder), Links::stay);
   if (!held) return posixError(held.error(), path);
   const auto status = held->status();
   if (!status) return posixError(status.error(), path);
   const auto rights = context.accessControl.rights(*held);
   if (!rights) return posixError(rights.error(), path);
-  auto attributes =
-      ExtendedAttributeAdditions::extendedAttributesForItem(context, folder, path, false, false);
+  auto attributes = ExtendedAttributeAdditions::extendedAttributesForItem(context, itself(folder),
+                                                                          path, false, false);
   if (!attributes) return attributes.error();
   return FolderMetadata{*status, *rights, std::move(*attributes)};
 }
@@ -48,9 +48,9 @@ void enforceOwnerAndRights(const ItemContext& context, const FolderMetadata& sav
 }
 
 void enforceFlags(FileSystem& files, const FileStatus& saved, FileAt item) {
-  const auto current = files.status(item, Links::follow);
+  const auto current = files.status(item, Links::stay);
   if (!current || current->flags == saved.flags) return;
-  files.setFlags(item, Links::follow, *current, saved.flags);
+  files.setFlags(item, Links::stay, *current, saved.flags);
 }
 
 void enforceExtendedAttributes(const ItemContext& context, const Dictionary& saved, FileAt item) {
@@ -71,7 +71,7 @@ Outcome createSubstitute(const ItemContext& context, FileAt place, const std::st
                          const FolderMetadata& metadata) {
   const auto substitute = context.files.createFolder(place, ownerOnly);
   if (!substitute) return fileWriteError(substitute.error(), path);
-  enforceFolderMetadata(context, metadata, itself(*substitute));
+  enforceFolderMetadata(context, metadata, *substitute);
   return success;
 }
 
@@ -94,20 +94,21 @@ Outcome moveFolderAtPath(const ItemContext& context, const std::string& path,
   if (!targetLocation) return fileWriteError(targetLocation.error(), path, target);
   const auto folder = files.openFolder(location->at(), Links::follow);
   if (!folder) return posixError(folder.error(), path);
-  const auto metadata = metadataOf(context, itself(*folder), path);
+  const auto metadata = metadataOf(context, *folder, path);
   if (!metadata) return metadata.error();
 
   auto error = FileManager::moveItem(context, location->at(), path, targetLocation->at(), target);
   if (error) return error;
-  const auto moved = files.openFolder(targetLocation->at(), Links::follow);
-  if (moved) enforceFolderMetadata(context, *metadata, itself(*moved));
+  // To the folder that was looked at: its new name may lead to another by now. A copy, which a move
+  // may have to make, has all of it already.
+  enforceFolderMetadata(context, *metadata, *folder);
   if (!creatingEmptySubstitute) return success;
   return createSubstitute(context, location->at(), path, *metadata);
 }
 
 void enforceFolderMetadata(const ItemContext& context, const FolderMetadata& metadata,
-                           FileAt ifNecessaryIgnoringErrorsForItem) {
-  const auto item = ifNecessaryIgnoringErrorsForItem;
+                           const Folder& ifNecessaryIgnoringErrorsForItem) {
+  const auto item = itself(ifNecessaryIgnoringErrorsForItem);
   enforceOwnerAndRights(context, metadata, item);
   enforceFlags(context.files, metadata.status, item);
   enforceExtendedAttributes(context, metadata.extendedAttributes, item);

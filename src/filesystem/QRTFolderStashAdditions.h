@@ -26,9 +26,10 @@ struct FolderMetadata {
   Dictionary extendedAttributes;
 };
 
-/// Changes what differs from the saved metadata. What cannot be changed stays as it is.
+/// Changes what differs from the saved metadata. What cannot be changed stays as it is. The folder
+/// is an open one, because metadata must not go to what somebody puts in its place.
 void enforceFolderMetadata(const ItemContext& context, const FolderMetadata& metadata,
-                           FileAt ifNecessaryIgnoringErrorsForItem);
+                           const Folder& ifNecessaryIgnoringErrorsForItem);
 
 /// Arguments: path, new name, create a substitute.
 Outcome performOperationRenameStashfolderWithArguments(const ItemContext& context,

@@ -1,0 +1,76 @@
+#include <gmock/gmock.h>
+
+#include <functional>
+
+#include "filesystem/OperationFixture.h"
+#include "support/Attack.h"
+
+namespace qrt {
+namespace {
+
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr uid_t user = 1234;
+
+/// The owner of a folder exchanges an object in it, while an operation works on it, for another
+/// that he could not change himself.
+class ExchangedItemTest : public test::OperationFixture {
+ protected:
+  void SetUp() override {
+    if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  }
+
+  /// `first` and `second` are made, with what is around them, by a script.
+  struct Attack {
+    std::string first, second, script;
+    /// Whether the other object, whatever its name is by now, is as it was.
+    std::function<bool()> isSafe;
+  };
+
+  /// The same attacks succeed against `careless`, and never against `careful`.
+  template <class Careless, class Careful>
+  void expectSafety(const Attack& attack, Careless careless, Careful careful) {
+    const auto prepare = [&] { scratch_.make(attack.script); };
+    const auto stopsLost = [&](const auto& action) {
+      const auto attacks =
+          test::attackAtEveryCall(scratch_.path(attack.first), scratch_.path(attack.second),
+                                  prepare, action, attack.isSafe);
+      EXPECT_GT(attacks.exchanges, 3);
+      return attacks.lostStops;
+    };
+    EXPECT_THAT(stopsLost(careless), Not(IsEmpty()));
+    EXPECT_THAT(stopsLost(careful), IsEmpty());
+  }
+
+  /// An attacker can make it fail, nothing more.
+  auto performing(const std::string& stem, const Array& arguments) {
+    return [this, stem, arguments] {
+      (void)perform(stem, arguments);
+      return true;
+    };
+  }
+
+  /// Of root's still, and closed to everybody else.
+  bool isPrivate(const std::string& path) const {
+    const auto status = test::statusOf(path);
+    return status.st_uid == 0 && (status.st_mode & 0077) == 0;
+  }
+  static bool give(const std::string& path, uid_t owner) {
+    return chown(path.c_str(), owner, owner) == 0;
+  }
+};
+
+TEST_F(ExchangedItemTest, AStashedFolderIsNotFollowedToItsNewName) {
+  const auto folder = scratch_.path("folder"), aside = scratch_.path("aside");
+  expectSafety(
+      {"aside", "link",
+       "rm -rf *; mkdir folder precious; chown 1234:1234 folder; chmod 0777 folder;"
+       "chmod 0700 precious; ln -s precious link",
+       [&] { return isPrivate(scratch_.path("precious")); }},
+      [&] { return rename(folder.c_str(), aside.c_str()) == 0 && (give(aside, user), true); },
+      performing("RenameStashfolder", {folder, "aside", false}));
+}
+
+}  // namespace
+}  // namespace qrt
