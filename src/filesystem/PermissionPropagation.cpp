@@ -135,7 +135,6 @@ class Propagation : public TreeVisitor {
   }
 
   std::optional<Failure> change(const TreeObject& object) const {
-    if (!model_.givesList() && !model_.givesOwner()) return changePermissions(object);
     if (model_.givesList() && object.isLink()) {
       if (const auto failure = changeListOfTarget(object)) return failure;
     }
@@ -171,31 +170,15 @@ class Propagation : public TreeVisitor {
     if (model_.givesOwner()) {
       if (const auto failure = changeOwner(object, *status)) return failure;
     }
-    return changePermissions(
-        *status, [&](std::uint32_t permissions) { return object.setPermissions(permissions); });
+    return changePermissions(object, *status);
   }
 
-  /// By name, which takes half the calls of a hold. Without set-id bits nobody gains from
-  /// exchanging the object after it was looked at: whatever comes in its place only gets what the
-  /// folder gives.
-  std::optional<Failure> changePermissions(const TreeObject& object) const {
-    const auto status = context_.files.status(object.at(), Links::stay);
-    if (!status) return Failure{&looking, status.error()};
-    if ((status->mode & setIdBits) == 0) {
-      return changePermissions(*status, [&](std::uint32_t permissions) {
-        return context_.files.setPermissions(object.at(), Links::stay, permissions);
-      });
-    }
-    const auto held = hold(object, false);
-    return held ? changeStatus(*held) : Failure{&looking, held.error()};
-  }
-
-  template <class Change>
-  std::optional<Failure> changePermissions(const FileStatus& status, Change change) const {
+  std::optional<Failure> changePermissions(const HeldObject& object,
+                                           const FileStatus& status) const {
     if (!model_.givesPermissions()) return std::nullopt;
     const auto permissions = model_.permissionsFor(status);
     if (permissions == (status.mode & permissionBits)) return std::nullopt;
-    const auto code = change(permissions);
+    const auto code = object.setPermissions(permissions);
     if (status.isLink() && code == PosixCode::notSupported) return std::nullopt;
     return failureOf(settingPermissions, code);
   }

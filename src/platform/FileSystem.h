@@ -78,8 +78,6 @@ class FileSystem {
 
   virtual PosixCode setOwner(FileAt object, Links links, std::uint32_t userID,
                              std::uint32_t groupID) = 0;
-  /// Sets the twelve permission bits. Where links have none of their own they are `notSupported`.
-  virtual PosixCode setPermissions(FileAt object, Links links, std::uint32_t permissions) = 0;
   /// Sets the times of access and modification to now, or to those of another object. A link at
   /// `to` is not followed.
   virtual PosixCode touch(FileAt object, Links links) = 0;

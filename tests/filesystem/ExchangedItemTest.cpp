@@ -72,5 +72,27 @@ TEST_F(ExchangedItemTest, AStashedFolderIsNotFollowedToItsNewName) {
       performing("RenameStashfolder", {folder, "aside", false}));
 }
 
+TEST_F(ExchangedItemTest, PermissionsGoToTheObjectThatHadTheOthers) {
+  const auto file = scratch_.path("folder/file");
+  constexpr int groupPermissions = 0x04;
+  expectSafety(
+      {"folder/file", "secret",
+       "rm -rf *; mkdir -m 0770 folder; touch folder/file secret; chown 1234:1234 folder/file;"
+       "chmod 0606 folder/file; chmod 0600 secret",
+       [&] {
+         // The group's are given.
+         for (const auto& path : {file, scratch_.path("secret")}) {
+           const auto status = test::statusOf(path);
+           if (status.st_uid == 0 && (status.st_mode & 0007) != 0) return false;
+         }
+         return true;
+       }},
+      [&] {
+        const auto mode = test::statusOf(file).st_mode & 07777;
+        return chmod(file.c_str(), mode | 0060) == 0;
+      },
+      performing("PropPermissions", {scratch_.path("folder"), 0, false, groupPermissions}));
+}
+
 }  // namespace
 }  // namespace qrt

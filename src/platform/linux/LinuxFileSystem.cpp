@@ -10,7 +10,6 @@
 #include "platform/linux/DescriptorPath.h"
 #include "platform/linux/InodeFlags.h"
 #include "platform/linux/ObjectHandle.h"
-#include "platform/linux/ObjectPermissions.h"
 #include "platform/linux/ObjectStatus.h"
 #include "platform/posix/CopyContents.h"
 #include "platform/posix/LinkTarget.h"
@@ -64,14 +63,6 @@ PosixCode LinuxFileSystem::setFlags(FileAt object, Links links, const FileStatus
       (wanted & ~inode_flags::known) == 0 && inode_flags::mayBeOn(current.type());
   if (!canHaveThem) return PosixCode::notSupported;
   return inode_flags::write(object, links, wanted);
-}
-
-PosixCode LinuxFileSystem::setPermissions(FileAt object, Links links, std::uint32_t permissions) {
-  if (links == Links::stay) {
-    const auto code = object_permissions::writeByName(object, permissions);
-    if (code != PosixCode::notImplemented) return code;
-  }
-  return PosixFileSystem::setPermissions(object, links, permissions);
 }
 
 PosixResult<Data> LinuxFileSystem::readFile(FileAt object, std::size_t limit) {

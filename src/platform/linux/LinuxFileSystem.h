@@ -16,7 +16,6 @@ class LinuxFileSystem : public PosixFileSystem {
   using PosixFileSystem::linkTarget;
   PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
                      std::uint32_t wanted) override;
-  PosixCode setPermissions(FileAt object, Links links, std::uint32_t permissions) override;
   PosixResult<Data> readFile(FileAt object, std::size_t limit) override;
   PosixCode createSpecialFile(FileAt object, const HeldObject& model) override;
   PosixCode rename(FileAt object, FileAt newObject) override;

@@ -28,11 +28,6 @@ PosixCode writeByDescriptor(int object, std::uint32_t permissions) {
       ::syscall(changeMode, object, "", static_cast<mode_t>(permissions), AT_EMPTY_PATH));
 }
 
-PosixCode writeByName(FileAt object, std::uint32_t permissions) {
-  return codeFor(::syscall(changeMode, object.folder.descriptor(), object.name,
-                           static_cast<mode_t>(permissions), AT_SYMLINK_NOFOLLOW));
-}
-
 PosixCode writeByPath(int object, std::uint32_t permissions) {
   struct stat status;
   if (::fstat(object, &status) != 0) return lastError();

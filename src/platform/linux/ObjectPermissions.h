@@ -4,7 +4,6 @@
 #include <cstdint>
 
 #include "base/PosixCode.h"
-#include "platform/Folder.h"
 
 namespace qrt::object_permissions {
 
@@ -13,9 +12,6 @@ PosixCode write(int object, std::uint32_t permissions);
 
 /// From kernel 6.6; `notImplemented` before.
 PosixCode writeByDescriptor(int object, std::uint32_t permissions);
-
-/// The same by name; a link is not followed.
-PosixCode writeByName(FileAt object, std::uint32_t permissions);
 
 /// On every kernel.
 PosixCode writeByPath(int object, std::uint32_t permissions);

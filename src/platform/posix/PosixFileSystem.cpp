@@ -121,11 +121,6 @@ PosixCode PosixFileSystem::setOwner(FileAt object, Links links, std::uint32_t us
       ::fchownat(object.folder.descriptor(), object.name, userID, groupID, nativeFlags(links)));
 }
 
-PosixCode PosixFileSystem::setPermissions(FileAt object, Links links, std::uint32_t permissions) {
-  return codeFor(::fchmodat(object.folder.descriptor(), object.name,
-                            static_cast<mode_t>(permissions), nativeFlags(links)));
-}
-
 PosixCode PosixFileSystem::touch(FileAt object, Links links) {
   return codeFor(::utimensat(object.folder.descriptor(), object.name, nullptr, nativeFlags(links)));
 }

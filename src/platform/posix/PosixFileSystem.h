@@ -22,7 +22,6 @@ class PosixFileSystem : public FileSystem {
   PosixCode createHardLink(FileAt object, FileAt existing) override;
   PosixCode setOwner(FileAt object, Links links, std::uint32_t userID,
                      std::uint32_t groupID) override;
-  PosixCode setPermissions(FileAt object, Links links, std::uint32_t permissions) override;
   PosixCode touch(FileAt object, Links links) override;
   PosixCode removeFolder(FileAt object) override;
   PosixCode removeFile(FileAt object) override;
