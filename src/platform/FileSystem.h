@@ -65,7 +65,8 @@ class FileSystem {
 
   /// Creation never touches what is there already: a name that is taken, be it by a link, is
   /// `exists`. New files and folders get exactly the given permission bits, and the mask of the
-  /// process neither counts nor changes.
+  /// process neither counts nor changes. What is returned is what was made: a folder that somebody
+  /// has put something else in the place of, before it could be opened, is `exists` as well.
   virtual PosixResult<OpenFile> createFile(FileAt object, std::uint32_t permissions) = 0;
   virtual PosixResult<Folder> createFolder(FileAt object, std::uint32_t permissions) = 0;
   virtual PosixCode createLink(FileAt object, const std::string& target) = 0;

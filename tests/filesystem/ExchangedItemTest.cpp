@@ -94,5 +94,30 @@ TEST_F(ExchangedItemTest, PermissionsGoToTheObjectThatHadTheOthers) {
       performing("PropPermissions", {scratch_.path("folder"), 0, false, groupPermissions}));
 }
 
+TEST_F(ExchangedItemTest, ANewFolderIsTheOneThatWasMade) {
+  const auto folder = scratch_.path("folder"), other = scratch_.path("other");
+  ino_t otherInode = 0;
+  const auto isOther = [&](const PosixResult<Folder>& opened) {
+    return opened && context_.files.status({*opened, "."}, Links::stay)->inode == otherInode;
+  };
+  for (const std::string made :
+       {"mkdir -m 0700 other; touch other/mark", "mkdir -m 0400 other; touch other/mark",
+        "mkdir -m 0700 other", "mkdir -m 0400 other; chown 1234 other"}) {
+    SCOPED_TRACE(made);
+    const auto remember = [&] { otherInode = test::statusOf(other).st_ino; };
+    expectSafety(
+        {"folder", "other", "rm -rf *; " + made, [] { return true; }},
+        [&] {
+          remember();
+          mkdir(folder.c_str(), 0700);
+          return !isOther(context_.files.openFolder(folder.c_str(), Links::stay));
+        },
+        [&] {
+          remember();
+          return !isOther(context_.files.createFolder(folder.c_str(), 0700));
+        });
+  }
+}
+
 }  // namespace
 }  // namespace qrt

@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <random>
 
 #include "platform/posix/LinkTarget.h"
 #include "platform/posix/NativeError.h"
@@ -47,6 +48,51 @@ PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastEr
 
 PosixCode removed(FileAt object, int flags) {
   return codeFor(::unlinkat(object.folder.descriptor(), object.name, flags));
+}
+
+/// What nothing is made with but a folder that is about to get its permissions. Its owner can open
+/// it, and nobody works in such a folder or leaves it so.
+constexpr mode_t justMade = 0400;
+
+/// Whether the object belongs to whom new ones of this process belong to, with no permissions but
+/// those of `justMade`: the rest of them is up to the folder that it is in.
+bool showsJustMade(int object) {
+  struct stat status;
+  constexpr mode_t others = S_IRWXU | S_IRWXG | S_IRWXO | S_ISVTX | S_ISUID;
+  return ::fstat(object, &status) == 0 && status.st_uid == ::geteuid() &&
+         (status.st_mode & others & ~justMade) == 0;
+}
+
+/// Whether the file system keeps owners and permissions, as a new file beside the object shows,
+/// which is open from the first moment. In doubt it does.
+bool keepsOwners(FileAt object) {
+  std::random_device random;
+  const std::string path = object.name;
+  const auto name = path.substr(0, path.rfind('/') + 1) + ".new-" + std::to_string(random()) + "-" +
+                    std::to_string(random());
+  const FileDescriptor file(::openat(object.folder.descriptor(), name.c_str(),
+                                     O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, justMade));
+  if (!file) return true;
+  removed({object.folder, name.c_str()}, 0);
+  return showsJustMade(file.get());
+}
+
+PosixResult<bool> isEmpty(const Folder& folder) {
+  FileDescriptor same(::fcntl(folder.descriptor(), F_DUPFD_CLOEXEC, 0));
+  if (!same) return lastError();
+  Folder listed(std::move(same));
+  const auto entry = listed.next();
+  listed.rewind();
+  if (!entry) return entry.error();
+  return !*entry;
+}
+
+/// Whether a folder that was opened by its name is the one that was just made there. Somebody may
+/// have put another in its place, which would get rights or contents that are not for it. Where a
+/// file system keeps no owners there are none to be told apart, and no rights to be got.
+PosixResult<bool> isJustMade(const Folder& folder, FileAt object) {
+  if (!showsJustMade(folder.descriptor())) return !keepsOwners(object);
+  return isEmpty(folder);
 }
 
 int nativeFlags(Links links) { return links == Links::stay ? AT_SYMLINK_NOFOLLOW : 0; }
@@ -96,9 +142,12 @@ PosixResult<OpenFile> PosixFileSystem::createFile(FileAt object, std::uint32_t p
 
 PosixResult<Folder> PosixFileSystem::createFolder(FileAt object, std::uint32_t permissions) {
   const auto mode = static_cast<mode_t>(permissions);
-  if (::mkdirat(object.folder.descriptor(), object.name, mode) != 0) return lastError();
+  if (::mkdirat(object.folder.descriptor(), object.name, justMade) != 0) return lastError();
   auto folder = openFolder(object, Links::stay);
   if (!folder) return folder.error();
+  const auto isOurs = isJustMade(*folder, object);
+  if (!isOurs) return isOurs.error();
+  if (!*isOurs) return PosixCode::exists;
   if (::fchmod(folder->descriptor(), mode) == 0) return folder;
   const auto code = lastError();
   removeFolder(object);

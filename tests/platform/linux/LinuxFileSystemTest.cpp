@@ -1,5 +1,7 @@
 #include "platform/linux/LinuxFileSystem.h"
 
+#include <sys/fsuid.h>
+
 #include "platform/linux/InodeFlags.h"
 #include "support/Mounts.h"
 
@@ -44,6 +46,17 @@ TEST_F(LinuxFileSystemTest, ANameThatIsTakenStaysAsItIs) {
     EXPECT_EQ(statusOf(path).st_ino, before);
   }
   EXPECT_FALSE(test::exists(scratch_.path("nowhere")));
+}
+
+TEST_F(LinuxFileSystemTest, FoldersAreMadeWhereNewObjectsBelongToSomebodyElse) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  scratch_.make("mkdir open; chmod 0777 open");
+  setfsuid(1234);
+  const auto folder = files_.createFolder(scratch_.path("open/folder").c_str(), 0750);
+  setfsuid(0);
+  ASSERT_TRUE(folder);
+  EXPECT_EQ(statusOf(scratch_.path("open/folder")).st_mode & 0777, 0750u);
+  EXPECT_EQ(test::printed("ls -A " + scratch_.path("open")), "folder\n");
 }
 
 TEST_F(LinuxFileSystemTest, BothWaysToRenameGiveTheSameAnswers) {
