@@ -63,11 +63,13 @@ Outcome changeFinderInfo(const ItemContext& context, FileAt item, const std::str
 
 /// File systems that know hidden objects keep a flag for it; others have the record alone.
 Outcome changeHiddenFlag(FileSystem& files, FileAt item, const std::string& path, bool hidden) {
-  const auto status = files.status(item, Links::follow);
+  const auto held = files.hold(item, Links::follow);
+  if (!held && held.error() == PosixCode::notSupported) return success;
+  const auto status = held ? held->status() : held.error();
   if (!status) return fileWriteError(status.error(), path);
   const auto wanted =
       hidden ? status->flags | file_flag::hidden : status->flags & ~file_flag::hidden;
-  const auto code = files.setFlags(item, Links::follow, *status, wanted);
+  const auto code = held->setFlags(*status, wanted);
   if (code == PosixCode::success || code == PosixCode::notSupported) return success;
   return fileWriteError(code, path);
 }

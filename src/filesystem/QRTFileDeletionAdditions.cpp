@@ -39,14 +39,35 @@ Outcome refined(const DeletionContext& context, FileAt object, const std::string
   return error;
 }
 
-/// `status` is the object's own, or its target's when links are followed.
-PosixCode changeImmutableFlag(FileSystem& files, bool flag, FileAt object, Links links,
+/// What an object's flags are to be.
+std::uint32_t flagsFor(bool flag, const FileStatus& status) {
+  return flag ? status.flags | file_flag::userImmutable : status.flags & ~file_flag::userImmutable;
+}
+
+/// An object that cannot have the flag is without it.
+PosixCode unlessClear(bool flag, PosixCode code) {
+  return !flag && code == PosixCode::notSupported ? PosixCode::success : code;
+}
+
+PosixCode changeImmutableFlag(FileSystem& files, bool flag, FileAt object,
                               const FileStatus& status) {
-  const auto wanted =
-      flag ? status.flags | file_flag::userImmutable : status.flags & ~file_flag::userImmutable;
-  const auto code = files.setFlags(object, links, status, wanted);
-  if (!flag && code == PosixCode::notSupported) return PosixCode::success;
-  return code;
+  return unlessClear(flag, files.setFlags(object, Links::stay, status, flagsFor(flag, status)));
+}
+
+/// Of a link's target, which is found once: the flags of one must not be given to another that the
+/// link is made to lead to meanwhile.
+PosixCode changeImmutableFlagOfTarget(FileSystem& files, bool flag, FileAt link,
+                                      bool checkingExistence) {
+  const auto target = files.hold(link, Links::follow);
+  if (!target) {
+    const auto code = target.error();
+    if (isExhaustion(code)) return code;
+    if (!checkingExistence) return PosixCode::success;
+    return code == PosixCode::notSupported ? unlessClear(flag, code) : PosixCode::noEntry;
+  }
+  const auto status = target->status();
+  if (!status) return status.error();
+  return unlessClear(flag, target->setFlags(*status, flagsFor(flag, *status)));
 }
 
 /// Clears the user immutable flag of everything but links.
@@ -68,7 +89,7 @@ class ImmutableFlagClearing : public TreeVisitor {
     // Nothing to write, and the mount was asked about at its root: it accepts changes.
     const bool isClear = (status->flags & file_flag::userImmutable) == 0;
     if (isClear && !status->isMountRoot) return PosixCode::success;
-    return changeImmutableFlag(files_, false, object, Links::stay, *status);
+    return changeImmutableFlag(files_, false, object, *status);
   }
 
   FileSystem& files_;
@@ -150,10 +171,8 @@ PosixCode setImmutableFlag(FileSystem& files, bool flag, FileAt object,
                            bool checkingExistenceOfLinkTarget) {
   const auto status = files.status(object, Links::stay);
   if (!status) return status.error();
-  if (!status->isLink()) return changeImmutableFlag(files, flag, object, Links::stay, *status);
-  const auto target = files.status(object, Links::follow);
-  if (target) return changeImmutableFlag(files, flag, object, Links::follow, *target);
-  return checkingExistenceOfLinkTarget ? PosixCode::noEntry : PosixCode::success;
+  if (!status->isLink()) return changeImmutableFlag(files, flag, object, *status);
+  return changeImmutableFlagOfTarget(files, flag, object, checkingExistenceOfLinkTarget);
 }
 
 bool isSIPRestrictedObjectAtPath(const DeletionContext& context, const std::string& path,

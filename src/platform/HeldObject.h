@@ -29,6 +29,9 @@ class HeldObject {
   PosixCode setOwner(std::uint32_t userID, std::uint32_t groupID) const;
   /// Sets the twelve permission bits. Where links have none of their own they are `notSupported`.
   PosixCode setPermissions(std::uint32_t permissions) const;
+  /// Gives it the BSD flags `wanted`, as `FileSystem::setFlags` does; `current` is its status as
+  /// just read.
+  PosixCode setFlags(const FileStatus& current, std::uint32_t wanted) const;
 
   /// For system calls below this interface.
   int descriptor() const { return descriptor_.get(); }

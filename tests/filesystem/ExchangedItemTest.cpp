@@ -59,6 +59,10 @@ class ExchangedItemTest : public test::OperationFixture {
   static bool give(const std::string& path, uid_t owner) {
     return chown(path.c_str(), owner, owner) == 0;
   }
+  bool isAppendOnly(const std::string& name) const {
+    const auto status = context_.files.status(scratch_.path(name).c_str(), Links::stay);
+    return status && (status->flags & file_flag::userAppendOnly) != 0;
+  }
 };
 
 TEST_F(ExchangedItemTest, AStashedFolderIsNotFollowedToItsNewName) {
@@ -92,6 +96,35 @@ TEST_F(ExchangedItemTest, PermissionsGoToTheObjectThatHadTheOthers) {
         return chmod(file.c_str(), mode | 0060) == 0;
       },
       performing("PropPermissions", {scratch_.path("folder"), 0, false, groupPermissions}));
+}
+
+TEST_F(ExchangedItemTest, FlagsGoToTheTargetThatHadTheOthers) {
+  for (const auto* name : {"plain", "log"}) {
+    scratch_.file(name);
+    if (!scratch_.changeFlags(name, "-i")) GTEST_SKIP() << "needs a file system with flags";
+  }
+  const auto folder = scratch_.path("folder"), link = folder + "/link";
+  for (const bool isRecursive : {false, true}) {
+    // The flag of the plain file is changed, whichever way.
+    const auto change = isRecursive ? "chattr +i plain;" : "";
+    expectSafety(
+        {"folder/link", "other",
+         "chattr -f -ia plain log; rm -rf *; touch plain log; mkdir folder; ln -s ../plain "
+         "folder/link; ln -s ../log other;"
+         "chattr +a log;" +
+             std::string(change),
+         [&] { return isAppendOnly("log"); }},
+        [&] {
+          const auto status = context_.files.status(link.c_str(), Links::follow);
+          if (!status) return false;
+          const auto wanted = isRecursive ? status->flags & ~file_flag::userImmutable
+                                          : status->flags | file_flag::userImmutable;
+          return context_.files.setFlags(link.c_str(), Links::follow, *status, wanted) ==
+                 PosixCode::success;
+        },
+        performing("ModifyProtection",
+                   {isRecursive ? folder : link, !isRecursive, isRecursive, false}));
+  }
 }
 
 TEST_F(ExchangedItemTest, ANewFolderIsTheOneThatWasMade) {

@@ -9,6 +9,7 @@
 
 #include <cerrno>
 
+#include "platform/linux/DescriptorPath.h"
 #include "platform/linux/ObjectHandle.h"
 #include "platform/posix/NativeError.h"
 
@@ -67,6 +68,11 @@ std::uint32_t fromAttributes(std::uint64_t attributes) {
 
 bool mayBeOn(std::uint32_t type) { return type == file_type::regular || type == file_type::folder; }
 
+bool canBe(std::uint32_t flags, std::uint32_t type) {
+  constexpr auto known = file_flag::userImmutable | file_flag::userAppendOnly;
+  return (flags & ~known) == 0 && mayBeOn(type);
+}
+
 PosixCode write(FileAt object, Links links, std::uint32_t wanted) {
   if (links == Links::stay) {
     const auto code = writeByName(object, wanted);
@@ -84,16 +90,20 @@ PosixCode writeByName(FileAt object, std::uint32_t wanted) {
 }
 
 PosixCode writeByDescriptor(FileAt object, Links links, std::uint32_t wanted) {
-  const auto handle = ObjectHandle::open(object, links);
+  auto handle = ObjectHandle::open(object, links);
   if (!handle) return handle.error();
   if (!mayBeOn(handle->type())) return PosixCode::notSupported;
+  return write(std::move(*handle).takeDescriptor().get(), wanted);
+}
 
-  const auto descriptor = handle->openForReading();
-  if (!descriptor) return descriptor.error();
+PosixCode write(int object, std::uint32_t wanted) {
+  const FileDescriptor file(
+      ::open(descriptorPath(object).c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  if (!file) return lastError();
   std::uint32_t word = 0;
-  if (::ioctl(descriptor->get(), FS_IOC_GETFLAGS, &word) != 0) return lastFlagError();
+  if (::ioctl(file.get(), FS_IOC_GETFLAGS, &word) != 0) return lastFlagError();
   word = adapted(word, &Row::inodeFlag, wanted);
-  if (::ioctl(descriptor->get(), FS_IOC_SETFLAGS, &word) != 0) return lastFlagError();
+  if (::ioctl(file.get(), FS_IOC_SETFLAGS, &word) != 0) return lastFlagError();
   return PosixCode::success;
 }
 

@@ -15,6 +15,7 @@
 #include "platform/posix/LinkTarget.h"
 #include "platform/posix/NativeError.h"
 #include "platform/posix/ReadFile.h"
+#include "platform/posix/ReadOnlyMount.h"
 
 namespace qrt {
 namespace {
@@ -24,7 +25,7 @@ bool isOnReadOnlyMount(FileAt object, Links links, const FileStatus& current) {
       links == Links::stay && !current.isMountRoot && &object.folder != &Folder::ofProcess();
   if (sharesMountOfFolder) return object.folder.isReadOnly();
   auto handle = ObjectHandle::open(object, links);
-  return handle && Folder(std::move(*handle).takeDescriptor()).isReadOnly();
+  return handle && refusesChanges(std::move(*handle).takeDescriptor().get());
 }
 
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
@@ -59,9 +60,7 @@ PosixCode LinuxFileSystem::setFlags(FileAt object, Links links, const FileStatus
                                     std::uint32_t wanted) {
   if (isOnReadOnlyMount(object, links, current)) return PosixCode::readOnlyFileSystem;
   if (wanted == current.flags) return PosixCode::success;
-  const bool canHaveThem =
-      (wanted & ~inode_flags::known) == 0 && inode_flags::mayBeOn(current.type());
-  if (!canHaveThem) return PosixCode::notSupported;
+  if (!inode_flags::canBe(wanted, current.type())) return PosixCode::notSupported;
   return inode_flags::write(object, links, wanted);
 }
 

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/macos/CommonAttribute.h"
 #include "platform/macos/ObjectStatus.h"
 #include "platform/posix/NativeError.h"
 
@@ -28,6 +29,14 @@ PosixCode HeldObject::setPermissions(std::uint32_t permissions) const {
   const auto mode = static_cast<mode_t>(permissions);
   if (name_.empty()) return codeFor(::fchmod(descriptor(), mode));
   return codeFor(::fchmodat(descriptor(), name_.c_str(), mode, AT_SYMLINK_NOFOLLOW));
+}
+
+/// Flags that are as wanted are written as well: the call alone tells whether the file system
+/// accepts changes.
+PosixCode HeldObject::setFlags(const FileStatus& current, std::uint32_t wanted) const {
+  const auto flags = common_attribute::flagsToWrite(current, wanted);
+  if (name_.empty()) return common_attribute::set(descriptor(), ATTR_CMN_FLAGS, flags);
+  return common_attribute::set(descriptor(), name_.c_str(), FSOPT_NOFOLLOW, ATTR_CMN_FLAGS, flags);
 }
 
 }  // namespace qrt

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <stdio.h>
-#include <sys/attr.h>
 #include <sys/param.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,6 +9,7 @@
 #include <string_view>
 
 #include "platform/NativeFileSystem.h"
+#include "platform/macos/CommonAttribute.h"
 #include "platform/macos/ObjectHandle.h"
 #include "platform/macos/ObjectStatus.h"
 #include "platform/posix/CopyContents.h"
@@ -28,22 +28,13 @@ static_assert(file_flag::systemAppendOnly == SF_APPEND);
 static_assert(file_flag::restricted == SF_RESTRICTED);
 static_assert(file_flag::noUnlink == SF_NOUNLINK);
 
-/// They say how the system keeps an object's contents. No object gets them from another.
-constexpr std::uint32_t flagsOfContents = UF_COMPRESSED | UF_TRACKED | UF_DATAVAULT | SF_DATALESS;
-
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
 
 /// One of the common attributes, by a value of its type.
 template <class Value>
 PosixCode setAttribute(FileAt object, Links links, attrgroup_t attribute, Value value) {
-  attrlist list{};
-  list.bitmapcount = ATTR_BIT_MAP_COUNT;
-  list.commonattr = attribute;
-  const auto code =
-      codeFor(::setattrlistat(object.folder.descriptor(), object.name, &list, &value, sizeof value,
-                              links == Links::stay ? FSOPT_NOFOLLOW : 0));
-  // What a file system cannot keep is told like this, by this call alone.
-  return code == PosixCode::invalidArgument ? PosixCode::notSupported : code;
+  return common_attribute::set(object.folder.descriptor(), object.name,
+                               links == Links::stay ? FSOPT_NOFOLLOW : 0, attribute, value);
 }
 
 bool areOneObject(const FileStatus& a, const FileStatus& b) {
@@ -137,8 +128,8 @@ PosixCode MacosFileSystem::setFlags(FileAt object, Links links, const FileStatus
   if (wanted == current.flags && sharesMountOfFolder && !object.folder.isReadOnly()) {
     return PosixCode::success;
   }
-  const std::uint32_t flags = (wanted & ~flagsOfContents) | (current.flags & flagsOfContents);
-  return setAttribute(object, links, ATTR_CMN_FLAGS, flags);
+  return setAttribute(object, links, ATTR_CMN_FLAGS,
+                      common_attribute::flagsToWrite(current, wanted));
 }
 
 PosixResult<Data> MacosFileSystem::readFile(FileAt object, std::size_t limit) {

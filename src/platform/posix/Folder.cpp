@@ -1,7 +1,8 @@
 #include "platform/Folder.h"
 
 #include <fcntl.h>
-#include <sys/statvfs.h>
+
+#include "platform/posix/ReadOnlyMount.h"
 
 namespace qrt {
 
@@ -13,10 +14,7 @@ const Folder& Folder::ofProcess() {
 bool Folder::isReadOnly() const {
   auto mount = mount_.load(std::memory_order_relaxed);
   if (mount == Mount::notAsked) {
-    struct statvfs answer {};
-    const bool readOnly =
-        ::fstatvfs(descriptor(), &answer) == 0 && (answer.f_flag & ST_RDONLY) != 0;
-    mount = readOnly ? Mount::readOnly : Mount::writable;
+    mount = refusesChanges(descriptor()) ? Mount::readOnly : Mount::writable;
     mount_.store(mount, std::memory_order_relaxed);
   }
   return mount == Mount::readOnly;

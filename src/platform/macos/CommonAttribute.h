@@ -1,0 +1,49 @@
+// Setting one of the attributes that objects of all kinds have.
+#pragma once
+
+#include <sys/attr.h>
+#include <unistd.h>
+
+#include <cstdint>
+
+#include "platform/FileStatus.h"
+#include "platform/posix/NativeError.h"
+
+namespace qrt::common_attribute {
+
+inline attrlist listOf(attrgroup_t attribute) {
+  attrlist list{};
+  list.bitmapcount = ATTR_BIT_MAP_COUNT;
+  list.commonattr = attribute;
+  return list;
+}
+
+inline PosixCode codeFor(int result) {
+  const auto code = result == 0 ? PosixCode::success : lastError();
+  // What a file system cannot keep is told like this, by these calls alone.
+  return code == PosixCode::invalidArgument ? PosixCode::notSupported : code;
+}
+
+/// By a value of the attribute's type. `options` are those of the call.
+template <class Value>
+PosixCode set(int folder, const char* name, std::uint32_t options, attrgroup_t attribute,
+              Value value) {
+  auto list = listOf(attribute);
+  return codeFor(::setattrlistat(folder, name, &list, &value, sizeof value, options));
+}
+
+/// The same for an open object.
+template <class Value>
+PosixCode set(int object, attrgroup_t attribute, Value value) {
+  auto list = listOf(attribute);
+  return codeFor(::fsetattrlist(object, &list, &value, sizeof value, 0));
+}
+
+/// The flags to be written for an object to have those that are wanted. Some say how the system
+/// keeps its contents: no object gets them from another.
+inline std::uint32_t flagsToWrite(const FileStatus& current, std::uint32_t wanted) {
+  constexpr std::uint32_t ofContents = UF_COMPRESSED | UF_TRACKED | UF_DATAVAULT | SF_DATALESS;
+  return (wanted & ~ofContents) | (current.flags & ofContents);
+}
+
+}  // namespace qrt::common_attribute
