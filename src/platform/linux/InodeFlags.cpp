@@ -9,7 +9,6 @@
 
 #include <cerrno>
 
-#include "platform/linux/DescriptorPath.h"
 #include "platform/linux/ObjectHandle.h"
 #include "platform/posix/NativeError.h"
 
@@ -97,13 +96,12 @@ PosixCode writeByDescriptor(FileAt object, Links links, std::uint32_t wanted) {
 }
 
 PosixCode write(int object, std::uint32_t wanted) {
-  const FileDescriptor file(
-      ::open(descriptorPath(object).c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-  if (!file) return lastError();
+  const auto file = openForReading(object);
+  if (!file) return file.error();
   std::uint32_t word = 0;
-  if (::ioctl(file.get(), FS_IOC_GETFLAGS, &word) != 0) return lastFlagError();
+  if (::ioctl(file->get(), FS_IOC_GETFLAGS, &word) != 0) return lastFlagError();
   word = adapted(word, &Row::inodeFlag, wanted);
-  if (::ioctl(file.get(), FS_IOC_SETFLAGS, &word) != 0) return lastFlagError();
+  if (::ioctl(file->get(), FS_IOC_SETFLAGS, &word) != 0) return lastFlagError();
   return PosixCode::success;
 }
 

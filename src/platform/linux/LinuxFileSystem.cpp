@@ -7,7 +7,6 @@
 #include <cstdio>
 
 #include "platform/NativeFileSystem.h"
-#include "platform/linux/DescriptorPath.h"
 #include "platform/linux/InodeFlags.h"
 #include "platform/linux/ObjectHandle.h"
 #include "platform/linux/ObjectStatus.h"
@@ -108,10 +107,9 @@ PosixCode LinuxFileSystem::copyContents(const HeldObject& from, OpenFile& to) {
   const auto status = from.status();
   if (!status) return status.error();
   if (status->type() != file_type::regular) return PosixCode::invalidArgument;
-  const FileDescriptor file(
-      ::open(descriptorPath(from.descriptor()).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-  if (!file) return lastError();
-  return qrt::copyContents(file.get(), to.descriptor());
+  const auto file = openForReading(from.descriptor());
+  if (!file) return file.error();
+  return qrt::copyContents(file->get(), to.descriptor());
 }
 
 PosixCode LinuxFileSystem::synchronize(const Folder& onFileSystem) {

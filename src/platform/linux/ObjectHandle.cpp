@@ -19,8 +19,9 @@ PosixResult<ObjectHandle> ObjectHandle::open(FileAt object, Links links) {
 
 std::string ObjectHandle::path() const { return descriptorPath(descriptor_.get()); }
 
-PosixResult<FileDescriptor> ObjectHandle::openForReading() const {
-  FileDescriptor opened(::open(path().c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+PosixResult<FileDescriptor> openForReading(int object) {
+  FileDescriptor opened(
+      ::open(descriptorPath(object).c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (!opened) return lastError();
   return opened;
 }

@@ -10,6 +10,9 @@
 
 namespace qrt {
 
+/// Opens a regular file or folder that a descriptor merely holds.
+PosixResult<FileDescriptor> openForReading(int object);
+
 /// Resolves a name once and then stands for the object that was found there. Taking hold reaches no
 /// driver, blocks on no FIFO and needs no right to read.
 class ObjectHandle {
@@ -23,7 +26,9 @@ class ObjectHandle {
   /// folders should be opened through it.
   std::string path() const;
 
-  PosixResult<FileDescriptor> openForReading() const;
+  PosixResult<FileDescriptor> openForReading() const {
+    return qrt::openForReading(descriptor_.get());
+  }
 
   FileDescriptor takeDescriptor() && { return std::move(descriptor_); }
 
