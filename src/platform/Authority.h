@@ -9,6 +9,7 @@
 
 #include "base/PropertyValue.h"
 #include "base/Result.h"
+#include "protocol/Caller.h"
 
 namespace qrt {
 
@@ -71,9 +72,10 @@ class Authority {
  public:
   virtual ~Authority() = default;
 
-  /// A reference for the authorization that a client externalized.
+  /// A reference for the authorization that a client externalized. A dialog about one of its rights
+  /// lasts no longer than the connection of `caller`, who sent the form and need not have made it.
   virtual Result<std::unique_ptr<Authorization>, AuthorizationStatus> createFromExternalForm(
-      const AuthorizationExternalForm& form) = 0;
+      const Caller& caller, const AuthorizationExternalForm& form) = 0;
 
   /// A fresh reference of this process, without rights.
   virtual Result<std::unique_ptr<Authorization>, AuthorizationStatus> create() = 0;

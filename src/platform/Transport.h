@@ -1,7 +1,6 @@
 // How calls reach the daemon.
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -42,14 +41,9 @@ class Listener {
   /// No further connection is accepted. Thread-safe.
   virtual void invalidate() = 0;
 
-  /// Something to open another connection with. Called while a call is being served, and made for
-  /// the peer that makes that call.
-  virtual std::unique_ptr<ListenerEndpoint> endpoint() = 0;
-
-  /// The user whose process made the call that is being served on this thread, as the kernel knows
-  /// it; `nobody` when there is no such call.
-  virtual std::uint32_t callingUser() = 0;
-  static constexpr std::uint32_t nobody = 0xFFFFFFFF;
+  /// Something to open another connection with, which then carries the identity of `caller` and
+  /// counts against its user. Null when no further connection can be opened.
+  virtual std::unique_ptr<ListenerEndpoint> endpoint(const Caller& caller) = 0;
 };
 
 class Transport {

@@ -8,6 +8,7 @@
 
 #include "base/Error.h"
 #include "base/PropertyValue.h"
+#include "protocol/Caller.h"
 #include "protocol/FeedbackConnection.h"
 
 namespace qrt {
@@ -25,15 +26,17 @@ class QRTPrivilegedHelperProtocol {
  public:
   virtual ~QRTPrivilegedHelperProtocol() = default;
 
-  virtual std::unique_ptr<ListenerEndpoint> connectWithEndpoint() = 0;
+  /// Null when no further connection can be opened.
+  virtual std::unique_ptr<ListenerEndpoint> connectWithEndpoint(const Caller& caller) = 0;
   virtual std::string getVersionString() = 0;
   /// False, and nothing registered, when the caller's user has too many clients.
-  virtual bool registerClientWithPID(std::int32_t identifier) = 0;
+  virtual bool registerClientWithPID(const Caller& caller, std::int32_t identifier) = 0;
   virtual void unregisterClientWithPID(std::int32_t identifier) = 0;
 
   /// `endpoint` is null when the client wants no feedback; there are no `arguments` when it sent no
   /// array, not even an empty one.
-  virtual Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
+  virtual Outcome performPrivilegedOperation(const Caller& caller, std::uint64_t code,
+                                             const Data& authorizationData,
                                              FeedbackEndpoint* endpoint,
                                              std::optional<Array> arguments) = 0;
 };

@@ -31,7 +31,7 @@ void copyString(const Dictionary& dictionary, std::string_view key, std::string*
 
 }  // namespace
 
-Outcome AuthorizationCheck::checkAuthorization(const Data& authorizationData,
+Outcome AuthorizationCheck::checkAuthorization(const Caller& caller, const Data& authorizationData,
                                                std::uint64_t forPrivilegedOperationWithCode,
                                                const std::string& overridingPrompt,
                                                const std::string& iconWithPath,
@@ -46,7 +46,7 @@ Outcome AuthorizationCheck::checkAuthorization(const Data& authorizationData,
   if (!rightName || rightName->empty()) return posixError(PosixCode::invalidArgument);
 
   std::copy(authorizationData.begin(), authorizationData.end(), form.begin());
-  const auto authorization = authority_.createFromExternalForm(form);
+  const auto authorization = authority_.createFromExternalForm(caller, form);
   if (!authorization) {
     // A reference is only ever produced together with success.
     const void* const reference = nullptr;

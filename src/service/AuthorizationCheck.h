@@ -6,6 +6,7 @@
 
 #include "base/Error.h"
 #include "base/PropertyValue.h"
+#include "protocol/Caller.h"
 
 namespace qrt {
 
@@ -19,10 +20,11 @@ class AuthorizationCheck {
   AuthorizationCheck(const QRTPrivilegedOperationSet& operationSet, Authority& authority, Log& log)
       : operationSet_(operationSet), authority_(authority), log_(log) {}
 
-  /// Asks for the right of the operation with that code on behalf of whoever made the authorization
-  /// data. Empty prompt and icon path leave the standard ones. With `destroyingRights` what the
-  /// client was granted is given up afterwards. Nothing means authorized.
-  Outcome checkAuthorization(const Data& authorizationData,
+  /// Asks for the right of the operation with that code on behalf of the process that made the
+  /// authorization data; `caller` is the process that sent it. Empty prompt and icon path leave the
+  /// standard ones. With `destroyingRights` what the client was granted is given up afterwards.
+  /// Nothing means authorized.
+  Outcome checkAuthorization(const Caller& caller, const Data& authorizationData,
                              std::uint64_t forPrivilegedOperationWithCode,
                              const std::string& overridingPrompt, const std::string& iconWithPath,
                              bool destroyingRights) const;

@@ -77,17 +77,17 @@ bool QRTPrivilegedHelper::shouldAcceptNewConnection(Listener& listener,
   return true;
 }
 
-std::unique_ptr<ListenerEndpoint> QRTPrivilegedHelper::connectWithEndpoint() {
-  return listener_->endpoint();
+std::unique_ptr<ListenerEndpoint> QRTPrivilegedHelper::connectWithEndpoint(const Caller& caller) {
+  return listener_->endpoint(caller);
 }
 
 std::string QRTPrivilegedHelper::getVersionString() {
   return operationSet_->implementationVersion();
 }
 
-bool QRTPrivilegedHelper::registerClientWithPID(std::int32_t identifier) {
+bool QRTPrivilegedHelper::registerClientWithPID(const Caller& caller, std::int32_t identifier) {
   sysLog().info("Beginning work for client %d.", identifier);
-  if (clients_.add(identifier, listener_->callingUser())) return true;
+  if (clients_.add(identifier, caller.userID)) return true;
   sysLog().error("Client %d was not registered because its user has registered too many.",
                  identifier);
   return false;
@@ -100,11 +100,11 @@ void QRTPrivilegedHelper::unregisterClientWithPID(std::int32_t identifier) {
   if (remaining == 0) terminatePrivilegedHelper();
 }
 
-Outcome QRTPrivilegedHelper::performPrivilegedOperation(std::uint64_t code,
+Outcome QRTPrivilegedHelper::performPrivilegedOperation(const Caller& caller, std::uint64_t code,
                                                         const Data& authorizationData,
                                                         FeedbackEndpoint* endpoint,
                                                         std::optional<Array> arguments) {
-  return pipeline_->performPrivilegedOperation(code, authorizationData, endpoint,
+  return pipeline_->performPrivilegedOperation(caller, code, authorizationData, endpoint,
                                                std::move(arguments));
 }
 

@@ -32,13 +32,13 @@ class QRTPrivilegedHelper : public QRTPrivilegedHelperProtocol, public ListenerD
   /// Serves until the process ends. An error tells why serving cannot begin.
   Outcome run();
 
-  std::unique_ptr<ListenerEndpoint> connectWithEndpoint() override;
+  std::unique_ptr<ListenerEndpoint> connectWithEndpoint(const Caller& caller) override;
   std::string getVersionString() override;
-  bool registerClientWithPID(std::int32_t identifier) override;
+  bool registerClientWithPID(const Caller& caller, std::int32_t identifier) override;
   /// Ends the process when no client remains.
   void unregisterClientWithPID(std::int32_t identifier) override;
-  Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
-                                     FeedbackEndpoint* endpoint,
+  Outcome performPrivilegedOperation(const Caller& caller, std::uint64_t code,
+                                     const Data& authorizationData, FeedbackEndpoint* endpoint,
                                      std::optional<Array> arguments) override;
 
   bool shouldAcceptNewConnection(Listener& listener, IncomingConnection* connection) override;

@@ -43,6 +43,7 @@ std::string orNil(std::string_view text) { return std::string(text.empty() ? "<n
 }  // namespace
 
 struct RequestPipeline::Request {
+  const Caller& caller;
   std::uint64_t code;
   const std::string& identifier;
   const QRTPrivilegedOperation& operation;
@@ -58,7 +59,7 @@ RequestPipeline::RequestPipeline(const QRTPrivilegedOperationSet& operationSet,
       log_(log),
       internalOperations_(std::move(internalOperations)) {}
 
-Outcome RequestPipeline::performPrivilegedOperation(std::uint64_t code,
+Outcome RequestPipeline::performPrivilegedOperation(const Caller& caller, std::uint64_t code,
                                                     const Data& authorizationData,
                                                     FeedbackEndpoint* endpoint,
                                                     std::optional<Array> arguments) const {
@@ -72,9 +73,12 @@ Outcome RequestPipeline::performPrivilegedOperation(std::uint64_t code,
   log_.info("About to perform privileged operation '%{public}@' with %llu arguments.",
             identifier->second, received);
 
-  Request request{code, identifier->second,
+  Request request{caller,
+                  code,
+                  identifier->second,
                   operationSet_.implementedOperations().find(identifier->second)->second,
-                  std::move(*arguments), nullptr};
+                  std::move(*arguments),
+                  nullptr};
   if (auto refusal = authorize(request, authorizationData)) return refusal;
   if (auto refusal = validate(request)) return refusal;
   if (auto refusal = openFeedback(request, endpoint)) return refusal;
@@ -99,8 +103,8 @@ Outcome RequestPipeline::authorize(Request& request, const Data& authorizationDa
     AuthorizationCheck::processMetadataDictionary(metadata, &prompt, &iconPath);
   }
   const bool destroyingRights = request.code == operation_code::discardAuth;
-  auto refusal = authorizationCheck_.checkAuthorization(authorizationData, request.code, prompt,
-                                                        iconPath, destroyingRights);
+  auto refusal = authorizationCheck_.checkAuthorization(
+      request.caller, authorizationData, request.code, prompt, iconPath, destroyingRights);
   if (refusal) {
     log_.error("Operation could not be authorized, rejected with error code %lld.", refusal->code);
   }

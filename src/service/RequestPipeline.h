@@ -10,6 +10,7 @@
 
 #include "base/Error.h"
 #include "base/PropertyValue.h"
+#include "protocol/Caller.h"
 #include "protocol/FeedbackConnection.h"
 #include "service/AuthorizationCheck.h"
 
@@ -30,8 +31,8 @@ class RequestPipeline {
   RequestPipeline(const QRTPrivilegedOperationSet& operationSet, Authority& authority, Log& log,
                   InternalOperations internalOperations);
 
-  Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
-                                     FeedbackEndpoint* endpoint,
+  Outcome performPrivilegedOperation(const Caller& caller, std::uint64_t code,
+                                     const Data& authorizationData, FeedbackEndpoint* endpoint,
                                      std::optional<Array> arguments) const;
 
  private:

@@ -20,7 +20,7 @@ TEST_F(QRTPrivilegedHelperTest, ThereIsOneInAProcessWithAServiceIdentifier) {
   EXPECT_EQ(QRTPrivilegedHelper::privilegedHelper(), &helper_);
   EXPECT_EQ(QRTPrivilegedHelper::initForOperationSet(nullptr, doubles_.platform), nullptr);
   EXPECT_EQ(doubles_.transport.serviceIdentifier, "com.vantor.system.privilegedhelper-vk2");
-  EXPECT_NE(helper_.connectWithEndpoint(), nullptr);
+  EXPECT_NE(helper_.connectWithEndpoint({}), nullptr);
 }
 
 TEST_F(QRTPrivilegedHelperTest, AcceptsOnlyFromItsOwnListener) {
@@ -48,8 +48,7 @@ TEST_F(QRTPrivilegedHelperTest, AcceptsOnlyFromItsOwnListener) {
 TEST_F(QRTPrivilegedHelperTest, AUserWithTooManyClientsKeepsOutNobodyElse) {
   constexpr std::int32_t limit = ClientRegistry::maximumOfOneUser;
   const auto registerFor = [&](std::uint32_t user, std::int32_t client) {
-    doubles_.transport.callingUser = user;
-    return helper_.registerClientWithPID(client);
+    return helper_.registerClientWithPID({.userID = user}, client);
   };
   for (std::int32_t client = 0; client < limit; ++client) {
     ASSERT_TRUE(registerFor(1000, client)) << client;
@@ -66,7 +65,6 @@ TEST_F(QRTPrivilegedHelperTest, AUserWithTooManyClientsKeepsOutNobodyElse) {
   }
   EXPECT_EQ(helper_.clients().clientSet().size(), limit + 3u);
   // Somebody else takes back what counts against the user.
-  doubles_.transport.callingUser = 1001;
   helper_.unregisterClientWithPID(5);
   EXPECT_TRUE(registerFor(1000, -1));
   EXPECT_FALSE(registerFor(1000, 5));
@@ -79,7 +77,7 @@ TEST_F(QRTPrivilegedHelperTest, AUserWithTooManyClientsKeepsOutNobodyElse) {
 }
 
 TEST_F(QRTPrivilegedHelperTest, EndsWhenTheLastClientLeaves) {
-  for (const auto client : {42, 42, 43}) EXPECT_TRUE(helper_.registerClientWithPID(client));
+  for (const auto client : {42, 42, 43}) EXPECT_TRUE(helper_.registerClientWithPID({}, client));
   helper_.unregisterClientWithPID(42);
   EXPECT_FALSE(doubles_.transport.invalidated);
   EXPECT_THROW(helper_.unregisterClientWithPID(43), test::Exited);

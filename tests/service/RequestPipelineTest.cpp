@@ -55,7 +55,8 @@ class RequestPipelineTest : public testing::Test {
     const RequestPipeline pipeline(
         code == contradictory ? badOperations_ : operations_, authority_, log_,
         {{operation_code::nop, nothing}, {operation_code::discardAuth, nothing}});
-    return pipeline.performPrivilegedOperation(code, Data(32, 7), endpoint, std::move(arguments));
+    return pipeline.performPrivilegedOperation({}, code, Data(32, 7), endpoint,
+                                               std::move(arguments));
   }
 };
 
@@ -130,8 +131,8 @@ TEST_F(RequestPipelineTest, AFormThatIsNotAcceptedIsAFlawOfTheSystem) {
                                 "OS failure detected: valid authorization (07, 07, 07, 07, ...) "
                                 "not internalized, got ref 0x0 with error -60010."}));
   const AuthorizationCheck check(operations_, authority_, log_);
-  EXPECT_EQ(codeOf(check.checkAuthorization(Data(31), operation_code::nop, "", "", false)), 22);
-  EXPECT_EQ(codeOf(check.checkAuthorization(Data(32), 4711, "", "", false)), 22);
+  EXPECT_EQ(codeOf(check.checkAuthorization({}, Data(31), operation_code::nop, "", "", false)), 22);
+  EXPECT_EQ(codeOf(check.checkAuthorization({}, Data(32), 4711, "", "", false)), 22);
 }
 
 TEST_F(RequestPipelineTest, FeedbackBeginsAndEndsAroundTheOperation) {

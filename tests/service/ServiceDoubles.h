@@ -35,16 +35,14 @@ struct FakeTransport : Transport {
     Outcome resume() override { return transport.resumeFailure; }
     void runLoop() override { transport.served = true; }
     void invalidate() override { transport.invalidated = true; }
-    std::unique_ptr<ListenerEndpoint> endpoint() override {
+    std::unique_ptr<ListenerEndpoint> endpoint(const Caller&) override {
       return std::make_unique<ListenerEndpoint>();
     }
-    std::uint32_t callingUser() override { return transport.callingUser; }
   };
 
   std::string serviceIdentifier;
   Outcome resumeFailure;
   Listener* listener = nullptr;
-  std::uint32_t callingUser = 0;
   bool served = false, invalidated = false, turnedAway = false;
 
   std::unique_ptr<Listener> makeListener(const std::string& identifier) override {

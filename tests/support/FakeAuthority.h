@@ -42,7 +42,7 @@ class FakeAuthority : public Authority {
   const std::map<std::string, Right>& rights() const { return rights_; }
 
   Result<std::unique_ptr<Authorization>, AuthorizationStatus> createFromExternalForm(
-      const AuthorizationExternalForm&) override {
+      const Caller&, const AuthorizationExternalForm&) override {
     calls_.push_back({"createFromExternalForm"});
     return reference(createFromExternalFormStatus);
   }

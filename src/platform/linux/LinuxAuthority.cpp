@@ -4,8 +4,6 @@
 
 #include <string_view>
 
-#include "platform/linux/ServedConnection.h"
-
 namespace qrt {
 namespace {
 
@@ -20,11 +18,6 @@ std::string textIn(const AuthorizationEnvironment& environment, std::string_view
   return {};
 }
 
-int currentConnection() {
-  const auto* peer = ServedConnection::current();
-  return peer ? peer->socket : -1;
-}
-
 AuthorizationStatus statusOf(bool succeeded) {
   return succeeded ? AuthorizationStatus::noError : AuthorizationStatus::internal;
 }
@@ -33,22 +26,25 @@ AuthorizationStatus statusOf(bool succeeded) {
 
 class LinuxAuthority::Reference : public Authorization {
  public:
-  Reference(LinuxAuthority& authority, const PeerIdentity& process)
-      : authority_(authority), process_(process) {}
+  /// `connection` is the one that the reference was asked over, -1 for this process's own.
+  Reference(LinuxAuthority& authority, const PeerIdentity& itsProcess, int itsConnection)
+      : process(itsProcess), connection(itsConnection), authority_(authority) {}
+
+  const PeerIdentity process;
+  const int connection;
 
   AuthorizationStatus copyRight(const std::string& rightName,
                                 const AuthorizationEnvironment& environment,
                                 std::uint32_t flags) override {
-    return authority_.evaluate(process_, rightName, environment, flags);
+    return authority_.evaluate(*this, rightName, environment, flags);
   }
 
   void free(std::uint32_t flags) override {
-    if ((flags & authorization_flag::destroyRights) != 0) authority_.grants_.forget(process_);
+    if ((flags & authorization_flag::destroyRights) != 0) authority_.grants_.forget(process);
   }
 
  private:
   LinuxAuthority& authority_;
-  PeerIdentity process_;
 };
 
 LinuxAuthority::LinuxAuthority(const std::string& root, std::string stateFolder,
@@ -64,10 +60,11 @@ std::optional<AuthorizationExternalForm> LinuxAuthority::externalForm(const Peer
 }
 
 Result<std::unique_ptr<Authorization>, AuthorizationStatus> LinuxAuthority::createFromExternalForm(
-    const AuthorizationExternalForm& form) {
+    const Caller& caller, const AuthorizationExternalForm& form) {
   const auto process = seal_.open(form);
   if (!process || !living_.contains(*process)) return AuthorizationStatus::internalizeNotAllowed;
-  return std::unique_ptr<Authorization>(std::make_unique<Reference>(*this, *process));
+  return std::unique_ptr<Authorization>(
+      std::make_unique<Reference>(*this, *process, caller.connection));
 }
 
 Result<std::unique_ptr<Authorization>, AuthorizationStatus> LinuxAuthority::create() {
@@ -75,19 +72,20 @@ Result<std::unique_ptr<Authorization>, AuthorizationStatus> LinuxAuthority::crea
   const auto startTime = startTimeOfProcess(process);
   if (!startTime) return AuthorizationStatus::internal;
   const PeerIdentity self{getuid(), process, *startTime};
-  return std::unique_ptr<Authorization>(std::make_unique<Reference>(*this, self));
+  return std::unique_ptr<Authorization>(std::make_unique<Reference>(*this, self, -1));
 }
 
-AuthorizationStatus LinuxAuthority::evaluate(const PeerIdentity& process,
+AuthorizationStatus LinuxAuthority::evaluate(const Reference& reference,
                                              const std::string& rightName,
                                              const AuthorizationEnvironment& environment,
                                              std::uint32_t flags) {
+  const auto& process = reference.process;
   if (process.userID == 0 || grants_.contains(process, rightName)) {
     return AuthorizationStatus::noError;
   }
   const auto handle = openProcess(process);
   if (!handle) return AuthorizationStatus::canceled;
-  const auto answer = polkit_.check({process, *handle, currentConnection(), rightName,
+  const auto answer = polkit_.check({process, *handle, reference.connection, rightName,
                                      textIn(environment, "prompt"), textIn(environment, "icon"),
                                      (flags & authorization_flag::interactionAllowed) != 0});
   const auto status = answer ? *answer : evaluateWithoutPolkit(rightName);

@@ -31,7 +31,7 @@ class LinuxAuthority : public Authority {
   std::optional<AuthorizationExternalForm> externalForm(const PeerIdentity& peer);
 
   Result<std::unique_ptr<Authorization>, AuthorizationStatus> createFromExternalForm(
-      const AuthorizationExternalForm& form) override;
+      const Caller& caller, const AuthorizationExternalForm& form) override;
   Result<std::unique_ptr<Authorization>, AuthorizationStatus> create() override;
   AuthorizationStatus rightGet(const std::string& name) override;
   AuthorizationStatus rightSet(Authorization& authorization, const std::string& name,
@@ -42,7 +42,7 @@ class LinuxAuthority : public Authority {
  private:
   class Reference;
 
-  AuthorizationStatus evaluate(const PeerIdentity& process, const std::string& rightName,
+  AuthorizationStatus evaluate(const Reference& reference, const std::string& rightName,
                                const AuthorizationEnvironment& environment, std::uint32_t flags);
   AuthorizationStatus evaluateWithoutPolkit(const std::string& rightName);
   bool isGrantRemembered(const std::string& rightName);

@@ -11,6 +11,7 @@
 
 #include "platform/linux/ActivationSocket.h"
 #include "platform/linux/LinuxListenerEndpoint.h"
+#include "platform/linux/PeerIdentity.h"
 #include "platform/linux/ServedConnection.h"
 #include "platform/posix/NativeError.h"
 
@@ -73,31 +74,29 @@ class LinuxListener : public Listener {
 
   void invalidate() override { invalidated_ = true; }
 
-  std::unique_ptr<ListenerEndpoint> endpoint() override {
-    const Peer* asker = ServedConnection::current();
+  std::unique_ptr<ListenerEndpoint> endpoint(const Caller& caller) override {
     int pair[2];
-    if (!asker || socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) < 0) return nullptr;
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) < 0) return nullptr;
     FileDescriptor ours(pair[0]);
     FileDescriptor theirs(pair[1]);
-    if (!offer(std::move(ours), *asker)) return nullptr;
+    if (!offer(std::move(ours), caller)) return nullptr;
     return std::make_unique<LinuxListenerEndpoint>(std::move(theirs));
-  }
-
-  std::uint32_t callingUser() override {
-    const Peer* caller = ServedConnection::current();
-    return caller ? caller->userID : nobody;
   }
 
  private:
   void welcome(FileDescriptor socket) {
     const auto user = userOfPeer(socket.get());
     if (!user) return;
-    Peer peer{*user, identityOfPeer(socket.get()), &quota_, &authority_};
-    offer(std::move(socket), peer);
+    Caller caller{.userID = *user};
+    if (const auto process = identityOfPeer(socket.get())) {
+      caller.processID = process->processID;
+      caller.startTime = process->startTime;
+    }
+    offer(std::move(socket), caller);
   }
 
-  bool offer(FileDescriptor socket, const Peer& peer) {
-    LinuxIncomingConnection connection(std::move(socket), peer);
+  bool offer(FileDescriptor socket, const Caller& caller) {
+    LinuxIncomingConnection connection(std::move(socket), {caller, &quota_, &authority_});
     return delegate_ && delegate_->shouldAcceptNewConnection(*this, &connection) &&
            connection.isServed();
   }

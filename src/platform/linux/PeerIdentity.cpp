@@ -91,6 +91,11 @@ std::optional<PeerIdentity> identityOfPeer(int socket, bool askForHandle) {
   return PeerIdentity{credentials->uid, credentials->pid, *startTime};
 }
 
+std::optional<PeerIdentity> processOf(const Caller& caller) {
+  if (caller.processID == 0) return std::nullopt;
+  return PeerIdentity{caller.userID, caller.processID, caller.startTime};
+}
+
 std::optional<FileDescriptor> openProcess(const PeerIdentity& identity) {
   FileDescriptor handle(static_cast<int>(syscall(SYS_pidfd_open, identity.processID, 0)));
   if (!handle || startTimeOfProcess(identity.processID) != identity.startTime ||

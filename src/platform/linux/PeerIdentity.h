@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "platform/FileDescriptor.h"
+#include "protocol/Caller.h"
 
 namespace qrt {
 
@@ -25,6 +26,9 @@ struct PeerIdentity {
 std::optional<PeerIdentity> identityOfPeer(int socket, bool askForHandle = true);
 /// The user at the other end, known also where the process is not.
 std::optional<std::uint32_t> userOfPeer(int socket);
+
+/// The process that makes a call; nothing when the kernel could not name it.
+std::optional<PeerIdentity> processOf(const Caller& caller);
 
 /// Start time of a running process.
 std::optional<std::uint64_t> startTimeOfProcess(std::int32_t processID);

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cerrno>
+#include <optional>
 #include <system_error>
 #include <thread>
 
@@ -14,8 +15,6 @@
 
 namespace qrt {
 namespace {
-
-thread_local const Peer* currentPeer = nullptr;
 
 int malformed(sd_bus_message* call) {
   return sd_bus_reply_method_errorf(call, SD_BUS_ERROR_INVALID_ARGS, "%s",
@@ -45,7 +44,7 @@ struct ServedConnection::Methods {
   }
 
   static int connectWithEndpoint(sd_bus_message* call, void* context, sd_bus_error*) {
-    const auto endpoint = self(context).object_.connectWithEndpoint();
+    const auto endpoint = self(context).object_.connectWithEndpoint(self(context).peer_.caller);
     const auto* connected = dynamic_cast<const LinuxListenerEndpoint*>(endpoint.get());
     if (!connected) {
       return sd_bus_reply_method_errorf(call, SD_BUS_ERROR_LIMITS_EXCEEDED, "%s",
@@ -70,7 +69,7 @@ struct ServedConnection::Methods {
   static int registerClientWithPID(sd_bus_message* call, void* context, sd_bus_error*) {
     const auto identifier = clientIdentifier(context);
     if (!identifier) return malformed(call);
-    if (!self(context).object_.registerClientWithPID(*identifier)) {
+    if (!self(context).object_.registerClientWithPID(self(context).peer_.caller, *identifier)) {
       return sd_bus_reply_method_errorf(call, SD_BUS_ERROR_LIMITS_EXCEEDED, "%s",
                                         "No further client can be registered for this user.");
     }
@@ -101,8 +100,8 @@ struct ServedConnection::Methods {
     wire.discardArguments();
     LinuxFeedbackEndpoint endpoint(std::move(sockets), wire.socket());
     const auto outcome = self(context).object_.performPrivilegedOperation(
-        code, authorizationData, endpointIndexes.empty() ? nullptr : &endpoint,
-        std::move(arguments));
+        self(context).peer_.caller, code, authorizationData,
+        endpointIndexes.empty() ? nullptr : &endpoint, std::move(arguments));
     // A reply that cannot be sent would be the connection's end, and unread what the requestor may
     // have sent behind the call before it left.
     if (wire.hasPeerLeft()) return 1;
@@ -112,7 +111,8 @@ struct ServedConnection::Methods {
 
   static int createExternalForm(sd_bus_message* call, void* context, sd_bus_error*) {
     const auto& peer = self(context).peer_;
-    const auto form = peer.process ? peer.authority->externalForm(*peer.process) : std::nullopt;
+    const auto process = processOf(peer.caller);
+    const auto form = process ? peer.authority->externalForm(*process) : std::nullopt;
     if (!form) {
       return sd_bus_reply_method_errorf(call, SD_BUS_ERROR_ACCESS_DENIED, "%s",
                                         "The calling process cannot be identified.");
@@ -126,7 +126,7 @@ struct ServedConnection::Methods {
 ServedConnection::ServedConnection(std::unique_ptr<WireConnection> wire, Peer peer,
                                    QRTPrivilegedHelperProtocol& object)
     : wire_(std::move(wire)), peer_(std::move(peer)), object_(object) {
-  peer_.socket = wire_->socket();
+  peer_.caller.connection = wire_->socket();
   exportObjects();
 }
 
@@ -171,11 +171,9 @@ void ServedConnection::exportObjects() {
   }
 }
 
-const Peer* ServedConnection::current() { return currentPeer; }
-
 bool ServedConnection::serve(FileDescriptor socket, Peer peer,
                              QRTPrivilegedHelperProtocol& object) {
-  auto place = peer.quota->enter(peer.userID);
+  auto place = peer.quota->enter(peer.caller.userID);
   auto wire = WireConnection::make(std::move(socket), WireConnection::Role::server);
   if (!place || !wire) return false;
   std::unique_ptr<ServedConnection> connection(
@@ -191,7 +189,6 @@ bool ServedConnection::serve(FileDescriptor socket, Peer peer,
 }
 
 void ServedConnection::run() {
-  currentPeer = &peer_;
   if (!wire_->handshake()) return;
   for (;;) {
     const auto progress = wire_->step(WireConnection::Patience::untilMessage);

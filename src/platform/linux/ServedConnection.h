@@ -3,12 +3,10 @@
 
 #include <chrono>
 #include <memory>
-#include <optional>
 
 #include "platform/FileDescriptor.h"
 #include "platform/linux/ConnectionQuota.h"
 #include "platform/linux/LinuxAuthority.h"
-#include "platform/linux/PeerIdentity.h"
 #include "platform/linux/WireConnection.h"
 #include "protocol/QRTPrivilegedHelperProtocol.h"
 
@@ -16,12 +14,10 @@ namespace qrt {
 
 /// Who asks, and what the connections of that peer count against.
 struct Peer {
-  std::uint32_t userID = 0;
-  std::optional<PeerIdentity> process;
+  /// Its connection is known once it is served.
+  Caller caller;
   ConnectionQuota* quota = nullptr;
   LinuxAuthority* authority = nullptr;
-  /// The connection itself, once it is served; not owned.
-  int socket = -1;
 };
 
 /// Turns D-Bus messages into calls of the exported object. Served on a thread of its own until the
@@ -34,9 +30,6 @@ class ServedConnection {
 
   /// Starts the thread. Without a place in the quota, or without resources, the socket is closed.
   static bool serve(FileDescriptor socket, Peer peer, QRTPrivilegedHelperProtocol& object);
-
-  /// The peer whose call the current thread serves; null elsewhere.
-  static const Peer* current();
 
  private:
   ServedConnection(std::unique_ptr<WireConnection> wire, Peer peer,

@@ -16,6 +16,7 @@ struct MacosListenerEndpoint : ListenerEndpoint {
 
 /// Hands each call to the helper and replies with what it returned, on the connection's own queue.
 @interface QRTExportedHelper : NSObject <QRTPrivilegedHelperProtocol>
-/// The helper outlives the object.
-- (instancetype)initWithHelper:(qrt::QRTPrivilegedHelperProtocol&)helper;
+/// The helper outlives the object. The connection owns the object and is not retained by it.
+- (instancetype)initWithHelper:(qrt::QRTPrivilegedHelperProtocol&)helper
+                    connection:(NSXPCConnection*)connection;
 @end

@@ -6,16 +6,27 @@
 
 @implementation QRTExportedHelper {
   qrt::QRTPrivilegedHelperProtocol* _helper;
+  __weak NSXPCConnection* _connection;
 }
 
-- (instancetype)initWithHelper:(qrt::QRTPrivilegedHelperProtocol&)helper {
+- (instancetype)initWithHelper:(qrt::QRTPrivilegedHelperProtocol&)helper
+                    connection:(NSXPCConnection*)connection {
   self = [super init];
-  if (self) _helper = &helper;
+  if (self) {
+    _helper = &helper;
+    _connection = connection;
+  }
   return self;
 }
 
+- (qrt::Caller)caller {
+  NSXPCConnection* const connection = _connection;
+  if (!connection) return {};
+  return {.userID = connection.effectiveUserIdentifier, .processID = connection.processIdentifier};
+}
+
 - (void)connectWithEndpointUsingReply:(void (^)(NSXPCListenerEndpoint*))reply {
-  const auto endpoint = _helper->connectWithEndpoint();
+  const auto endpoint = _helper->connectWithEndpoint(self.caller);
   // All endpoints there are were made by this port.
   const auto* native = static_cast<const qrt::MacosListenerEndpoint*>(endpoint.get());
   reply(native ? native->endpoint : nil);
@@ -26,7 +37,8 @@
 }
 
 - (void)registerClientWithPID:(int32_t)identifier {
-  _helper->registerClientWithPID(identifier);  // One way: who has too many learns it from the log.
+  // One way: a caller with too many clients finds the refusal in the log.
+  _helper->registerClientWithPID(self.caller, identifier);
 }
 
 - (void)unregisterClientWithPID:(int32_t)identifier {
@@ -42,7 +54,7 @@
   if (authorizationData) authorization = qrt::dataFrom((__bridge CFDataRef)authorizationData);
   qrt::MacosFeedbackEndpoint feedback(endpoint);
   const auto outcome = _helper->performPrivilegedOperation(
-      code, authorization, endpoint ? &feedback : nullptr, qrt::arrayFrom(arguments));
+      self.caller, code, authorization, endpoint ? &feedback : nullptr, qrt::arrayFrom(arguments));
   reply(qrt::xpcError(outcome));
 }
 

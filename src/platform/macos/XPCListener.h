@@ -16,8 +16,7 @@ class XPCListener : public Listener {
   Outcome resume() override;
   void runLoop() override;
   void invalidate() override;
-  std::unique_ptr<ListenerEndpoint> endpoint() override;
-  std::uint32_t callingUser() override;
+  std::unique_ptr<ListenerEndpoint> endpoint(const Caller& caller) override;
 
  private:
   NSXPCListener* const listener_;

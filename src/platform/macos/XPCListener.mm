@@ -14,7 +14,8 @@ class XPCIncomingConnection : public IncomingConnection {
 
   void setExportedObject(QRTPrivilegedHelperProtocol& object) override {
     connection_.exportedInterface = helperXPCInterface();
-    connection_.exportedObject = [[QRTExportedHelper alloc] initWithHelper:object];
+    connection_.exportedObject = [[QRTExportedHelper alloc] initWithHelper:object
+                                                                connection:connection_];
   }
 
   void resume() override { [connection_ resume]; }
@@ -79,13 +80,8 @@ void XPCListener::runLoop() {
 /// nothing either.
 void XPCListener::invalidate() { [listener_ invalidate]; }
 
-std::unique_ptr<ListenerEndpoint> XPCListener::endpoint() {
+std::unique_ptr<ListenerEndpoint> XPCListener::endpoint(const Caller&) {
   return std::make_unique<MacosListenerEndpoint>(listener_.endpoint);
-}
-
-std::uint32_t XPCListener::callingUser() {
-  NSXPCConnection* const caller = NSXPCConnection.currentConnection;
-  return caller ? caller.effectiveUserIdentifier : nobody;
 }
 
 }  // namespace qrt

@@ -31,7 +31,7 @@ class LinuxAuthorityTest : public testing::Test {
 
   AuthorizationStatus ask(std::uint32_t user, const std::string& right) {
     const auto form = authority_.externalForm(self(user));
-    auto reference = authority_.createFromExternalForm(*form);
+    auto reference = authority_.createFromExternalForm({}, *form);
     if (!reference) return reference.error();
     const AuthorizationEnvironment nothing{0, nullptr};
     return (*reference)->copyRight(right, nothing, 3);
@@ -122,31 +122,31 @@ TEST(RememberedGrants, EndByThemselvesAndOnDemand) {
 
 TEST_F(LinuxAuthorityTest, EveryChangedByteBreaksTheSeal) {
   const auto form = *authority_.externalForm(self(0));
-  ASSERT_TRUE(authority_.createFromExternalForm(form));
+  ASSERT_TRUE(authority_.createFromExternalForm({}, form));
   for (std::size_t i = 0; i < form.size(); ++i) {
     auto forged = form;
     forged[i] ^= 1;
-    EXPECT_EQ(authority_.createFromExternalForm(forged).error(),
+    EXPECT_EQ(authority_.createFromExternalForm({}, forged).error(),
               AuthorizationStatus::internalizeNotAllowed)
         << i;
   }
   test::ScratchFolder elsewhere;
   LinuxAuthority stranger(elsewhere.path(), elsewhere.path() + "/state", propertyLists_, log_);
-  EXPECT_FALSE(stranger.createFromExternalForm(form));
+  EXPECT_FALSE(stranger.createFromExternalForm({}, form));
 }
 
 TEST_F(LinuxAuthorityTest, AFormDiesWithItsProcess) {
   const pid_t child = fork();
   if (child == 0) _exit(static_cast<int>(sleep(60)));
   const auto form = *authority_.externalForm({0, child, *startTimeOfProcess(child)});
-  EXPECT_TRUE(authority_.createFromExternalForm(form));
+  EXPECT_TRUE(authority_.createFromExternalForm({}, form));
   kill(child, SIGKILL);
   waitpid(child, nullptr, 0);
-  EXPECT_FALSE(authority_.createFromExternalForm(form));
+  EXPECT_FALSE(authority_.createFromExternalForm({}, form));
   // The same number in another life.
   auto successor = self(0);
   ++successor.startTime;
-  EXPECT_FALSE(authority_.createFromExternalForm(*authority_.externalForm(successor)));
+  EXPECT_FALSE(authority_.createFromExternalForm({}, *authority_.externalForm(successor)));
 }
 
 TEST_F(LinuxAuthorityTest, TheKeyIsRootsAndStaysTheSame) {
@@ -155,7 +155,7 @@ TEST_F(LinuxAuthorityTest, TheKeyIsRootsAndStaysTheSame) {
   EXPECT_EQ(key.st_mode, S_IFREG | 0600u);
   EXPECT_EQ(key.st_size, 32);
   LinuxAuthority restarted(scratch_.path(), state_, propertyLists_, log_);
-  EXPECT_TRUE(restarted.createFromExternalForm(form));
+  EXPECT_TRUE(restarted.createFromExternalForm({}, form));
 
   chmod(state_.c_str(), 0777);
   LinuxAuthority careful(scratch_.path(), state_, propertyLists_, log_);

@@ -47,17 +47,20 @@ class EchoingHelper : public QRTPrivilegedHelperProtocol, public ListenerDelegat
     return true;
   }
 
-  std::unique_ptr<ListenerEndpoint> connectWithEndpoint() override { return listener_.endpoint(); }
+  std::unique_ptr<ListenerEndpoint> connectWithEndpoint(const Caller& caller) override {
+    return listener_.endpoint(caller);
+  }
   std::string getVersionString() override { return "1.6"; }
-  bool registerClientWithPID(std::int32_t identifier) override {
+  bool registerClientWithPID(const Caller& caller, std::int32_t identifier) override {
     clients.push_back(identifier);
-    EXPECT_EQ(listener_.callingUser(), getuid());
+    EXPECT_EQ(caller.userID, getuid());
+    EXPECT_EQ(caller.processID, getpid());
     return true;
   }
   void unregisterClientWithPID(std::int32_t) override { clients.pop_back(); }
 
-  Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
-                                     FeedbackEndpoint* endpoint,
+  Outcome performPrivilegedOperation(const Caller&, std::uint64_t code,
+                                     const Data& authorizationData, FeedbackEndpoint* endpoint,
                                      std::optional<Array> arguments) override {
     if (!arguments) return posixError(PosixCode::invalidArgument);
     authorization = authorizationData;
@@ -94,7 +97,7 @@ class XPCTransportTest : public testing::Test {
   std::unique_ptr<HelperConnection> connection_ = connect().value();
 
   NSXPCConnection* rawConnection() {
-    const auto endpoint = native_.endpoint();
+    const auto endpoint = native_.endpoint({});
     return [[NSXPCConnection alloc]
         initWithListenerEndpoint:static_cast<const MacosListenerEndpoint&>(*endpoint).endpoint];
   }
@@ -169,9 +172,9 @@ TEST_F(XPCTransportTest, TheDaemonAcceptsWhatAClientShowsOfItsAuthorization) {
   AuthorizationExternalForm form;
   ASSERT_EQ(data->size(), form.size());
   std::copy(data->begin(), data->end(), form.begin());
-  EXPECT_TRUE(MacosAuthority().createFromExternalForm(form));
+  EXPECT_TRUE(MacosAuthority().createFromExternalForm({}, form));
   form.fill(0);
-  EXPECT_FALSE(MacosAuthority().createFromExternalForm(form));
+  EXPECT_FALSE(MacosAuthority().createFromExternalForm({}, form));
 }
 
 TEST_F(XPCTransportTest, AnEndpointOpensAnotherConnection) {
