@@ -1,12 +1,12 @@
 #include "platform/macos/CFValue.h"
 
-#include <charconv>
 #include <cstdint>
 #include <type_traits>
 #include <variant>
 #include <vector>
 
 #include "platform/posix/PropertyListTally.h"
+#include "platform/posix/Utf16.h"
 
 namespace qrt {
 namespace {
@@ -68,24 +68,25 @@ CFOwner<CFDictionaryRef> cfDictionary(const Dictionary& dictionary) {
   return CFOwner<CFDictionaryRef>::sharing(entries.get());
 }
 
+bool isEqual(CFNumberRef number, const Number& candidate) {
+  const auto object = cfNumber(candidate);
+  const auto* same = castObject<CFNumberRef>(object.get(), CFNumberGetTypeID());
+  return same && CFNumberCompare(number, same, nullptr) == kCFCompareEqualTo;
+}
+
 /// Signed where 64 bits allow it, else unsigned, else floating-point.
 Number numberFrom(CFNumberRef number) {
-  if (CFNumberIsFloatType(number)) {
-    double value = 0;
-    CFNumberGetValue(number, kCFNumberDoubleType, &value);
-    return value;
+  if (!CFNumberIsFloatType(number)) {
+    // Of a larger number the call returns the low 64 bits, as a success.
+    std::int64_t low = 0;
+    CFNumberGetValue(number, kCFNumberSInt64Type, &low);
+    for (const Number candidate : {Number(low), Number(static_cast<std::uint64_t>(low))}) {
+      if (isEqual(number, candidate)) return candidate;
+    }
   }
-  std::int64_t value = 0;
-  if (CFNumberGetValue(number, kCFNumberSInt64Type, &value)) return value;
-  const CFOwner<CFStringRef> description(
-      CFStringCreateWithFormat(nullptr, nullptr, CFSTR("%@"), number));
-  const auto digits = textFrom(description.get());
-  std::uint64_t large = 0;
-  const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), large);
-  if (parsed.ec == std::errc()) return large;
-  double approximate = 0;
-  CFNumberGetValue(number, kCFNumberDoubleType, &approximate);
-  return approximate;
+  double value = 0;
+  CFNumberGetValue(number, kCFNumberDoubleType, &value);
+  return value;
 }
 
 /// Reads one object and holds it to the limits.
@@ -190,14 +191,17 @@ CFOwner<CFStringRef> cfString(std::string_view text) {
 
 std::string textFrom(CFStringRef string) {
   if (!string) return {};
-  // Half of a surrogate pair is no character.
-  constexpr UInt8 replacement = '?';
-  const auto all = CFRangeMake(0, CFStringGetLength(string));
-  CFIndex size = 0;
-  CFStringGetBytes(string, all, kCFStringEncodingUTF8, replacement, false, nullptr, 0, &size);
-  std::string text(static_cast<std::size_t>(size), '\0');
-  CFStringGetBytes(string, all, kCFStringEncodingUTF8, replacement, false,
-                   reinterpret_cast<UInt8*>(text.data()), size, nullptr);
+  std::vector<UniChar> units(static_cast<std::size_t>(CFStringGetLength(string)));
+  CFStringGetCharacters(string, CFRangeMake(0, indexOf(units.size())), units.data());
+  std::string text;
+  text.reserve(units.size());
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    char32_t character = units[i];
+    const bool isPair =
+        isHighSurrogate(character) && i + 1 < units.size() && isLowSurrogate(units[i + 1]);
+    if (isPair) character = characterFromSurrogates(character, units[++i]);
+    appendUtf8(text, character);
+  }
   return text;
 }
 
@@ -213,9 +217,11 @@ CFOwner<CFURLRef> cfFileURL(const std::string& path, bool isFolder) {
 }
 
 std::string pathFrom(CFURLRef url) {
-  const CFOwner<CFStringRef> scheme(CFURLCopyScheme(url));
+  const CFOwner<CFURLRef> absolute(CFURLCopyAbsoluteURL(url));
+  if (!absolute) return {};
+  const CFOwner<CFStringRef> scheme(CFURLCopyScheme(absolute.get()));
   if (textFrom(scheme.get()) != "file") return {};
-  const CFOwner<CFStringRef> path(CFURLCopyFileSystemPath(url, kCFURLPOSIXPathStyle));
+  const CFOwner<CFStringRef> path(CFURLCopyFileSystemPath(absolute.get(), kCFURLPOSIXPathStyle));
   return textFrom(path.get());
 }
 

@@ -13,13 +13,15 @@ namespace qrt {
 
 /// Null when the text is not valid UTF-8.
 CFOwner<CFStringRef> cfString(std::string_view text);
+/// UTF-8, with three bytes for half of a surrogate pair: no file has such a name, and different
+/// texts stay different.
 std::string textFrom(CFStringRef string);
 
 /// Null for what cannot be a path in this form: text that is not valid UTF-8 or has a zero byte.
 CFOwner<CFStringRef> cfPath(const std::string& path);
 /// A file's or folder's URL; null as above.
 CFOwner<CFURLRef> cfFileURL(const std::string& path, bool isFolder);
-/// The path of a file URL; empty for any other.
+/// The absolute path of a file URL; empty for any other.
 std::string pathFrom(CFURLRef url);
 
 CFOwner<CFDataRef> cfData(const Data& data);

@@ -16,7 +16,7 @@ constexpr char32_t characterFromSurrogates(char32_t high, char32_t low) {
   return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
 }
 
-/// `character` is any code point except a surrogate.
+/// A surrogate takes three bytes, which are not valid UTF-8.
 void appendUtf8(std::string& text, char32_t character);
 
 /// Nothing when half a unit is left over or a surrogate has no partner.
