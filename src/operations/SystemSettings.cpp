@@ -11,7 +11,7 @@ Outcome performOperationModifyKernelsettingWithArguments(const Array& arguments,
                                                          KernelSettings& settings) {
   const auto& name = *arguments[0].string();
   if (name.empty()) return posixError(PosixCode::invalidArgument);
-  return posixOutcome(settings.write(name, arguments[1].number()->asInt64()));
+  return posixOutcome(settings.write(name, *arguments[1].number()));
 }
 
 Outcome performOperationSignalProcessWithArguments(const Array& arguments,

@@ -1,9 +1,9 @@
 // Variables of the running kernel.
 #pragma once
 
-#include <cstdint>
 #include <string>
 
+#include "base/Number.h"
 #include "base/PosixCode.h"
 
 namespace qrt {
@@ -13,8 +13,9 @@ class KernelSettings {
  public:
   virtual ~KernelSettings() = default;
 
-  /// Sets the variable with that dotted name. A name that cannot be one is `noEntry`.
-  virtual PosixCode write(const std::string& name, std::int64_t value) = 0;
+  /// Sets the variable with that dotted name to a 64-bit integer. A name that cannot be one is
+  /// `noEntry`.
+  virtual PosixCode write(const std::string& name, const Number& value) = 0;
 };
 
 }  // namespace qrt

@@ -31,8 +31,16 @@ class SystemSettings : public testing::Test {
 };
 
 TEST_F(SystemSettings, KernelSettingsAreWritten) {
-  EXPECT_EQ(modifyKernelSetting("kern.limit", -1), 0);
-  EXPECT_EQ(test::contentsOf(root.path("proc/sys/kern/limit")), "-1");
+  const std::pair<PropertyValue, const char*> cases[] = {
+      {-1, "-1"},
+      {true, "1"},
+      {1e300, "9223372036854775807"},
+      {std::uint64_t{18446744073692774399u}, "18446744073692774399"}};
+  for (const auto& [value, text] : cases) {
+    test::plant(root, "proc/sys/kern/limit");
+    EXPECT_EQ(modifyKernelSetting("kern.limit", value), 0);
+    EXPECT_EQ(test::contentsOf(root.path("proc/sys/kern/limit")), text);
+  }
   EXPECT_EQ(modifyKernelSetting("", 1), 22);
   EXPECT_EQ(modifyKernelSetting("kern.absent", 1), 2);
 }

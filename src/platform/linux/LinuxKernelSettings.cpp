@@ -46,15 +46,21 @@ PosixResult<FileDescriptor> openVariable(const std::string& folder,
   return opened;
 }
 
+/// Some variables are unsigned: a number above the signed range must not turn negative.
+std::string decimal(const Number& value) {
+  const bool isUnsigned = std::holds_alternative<std::uint64_t>(value.storage());
+  return isUnsigned ? std::to_string(value.asUInt64()) : std::to_string(value.asInt64());
+}
+
 }  // namespace
 
-PosixCode LinuxKernelSettings::write(const std::string& name, std::int64_t value) {
+PosixCode LinuxKernelSettings::write(const std::string& name, const Number& value) {
   const auto components = componentsOf(name);
   if (components.empty()) return PosixCode::noEntry;
   const auto variable = openVariable(folder_, components);
   if (!variable) return variable.error();
 
-  const auto text = std::to_string(value);
+  const auto text = decimal(value);
   const auto written = ::write(variable->get(), text.data(), text.size());
   if (written < 0) return lastError();
   // What is left over must not be sent after it: each write sets the variable anew.

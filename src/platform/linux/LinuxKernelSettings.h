@@ -11,7 +11,7 @@ class LinuxKernelSettings : public KernelSettings {
  public:
   explicit LinuxKernelSettings(const std::string& root) : folder_(root + "/proc/sys") {}
 
-  PosixCode write(const std::string& name, std::int64_t value) override;
+  PosixCode write(const std::string& name, const Number& value) override;
 
  private:
   const std::string folder_;

@@ -6,10 +6,11 @@
 
 namespace qrt {
 
-PosixCode MacosKernelSettings::write(const std::string& name, std::int64_t value) {
+PosixCode MacosKernelSettings::write(const std::string& name, const Number& value) {
   // What follows a zero byte would not count: another variable would be meant.
   if (name.find('\0') != std::string::npos) return PosixCode::noEntry;
-  const int result = sysctlbyname(name.c_str(), nullptr, nullptr, &value, sizeof value);
+  auto integer = value.asInt64();
+  const int result = sysctlbyname(name.c_str(), nullptr, nullptr, &integer, sizeof integer);
   return result == 0 ? PosixCode::success : lastError();
 }
 

@@ -7,7 +7,7 @@ namespace qrt {
 
 class MacosKernelSettings : public KernelSettings {
  public:
-  PosixCode write(const std::string& name, std::int64_t value) override;
+  PosixCode write(const std::string& name, const Number& value) override;
 };
 
 }  // namespace qrt

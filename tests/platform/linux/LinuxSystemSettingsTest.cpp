@@ -3,6 +3,7 @@
 #include <sched.h>
 
 #include <future>
+#include <thread>
 
 #include "platform/FileDescriptor.h"
 #include "platform/linux/LinuxKernelSettings.h"
@@ -46,9 +47,16 @@ TEST_F(LinuxKernelSettingsTest, NothingOutsideIsReached) {
   EXPECT_EQ(contentsOf(outside), "");
 }
 
-TEST(RealKernelSettings, RefuseWhatTheKernelRefuses) {
+TEST(RealKernelSettings, TakeUnsignedNumbersAndRefuseWhatTheKernelRefuses) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   LinuxKernelSettings settings("/");
+  std::thread([&settings] {
+    ASSERT_EQ(unshare(CLONE_NEWIPC), 0);
+    const auto standard = contentsOf("/proc/sys/kernel/shmmax");
+    EXPECT_EQ(settings.write("kernel.shmmax", 4096), PosixCode::success);
+    EXPECT_EQ(settings.write("kernel.shmmax", std::stoull(standard)), PosixCode::success);
+    EXPECT_EQ(contentsOf("/proc/sys/kernel/shmmax"), standard);
+  }).join();
   EXPECT_EQ(settings.write("vm.swappiness", 1'000'000), PosixCode::invalidArgument);
   EXPECT_EQ(settings.write("kernel.osrelease", 1), PosixCode::permissionDenied);
 }
