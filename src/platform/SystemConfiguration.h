@@ -18,13 +18,13 @@ class NetworkService {
   virtual bool setIPv6Enabled(bool isEnabled) = 0;
 };
 
-/// An open configuration, for one thread. Every step can fail, which false or null tells; why is
-/// not known. Changes are made under the lock.
+/// An open configuration, for one thread. Each step returns false or null when it fails, without a
+/// reason. Changes are made under the lock, which is taken once.
 class SystemConfigurationPreferences {
  public:
   virtual ~SystemConfigurationPreferences() = default;
 
-  /// Waits for whoever else holds the lock.
+  /// Waits, without a limit, until no other program holds the lock.
   virtual bool lock() = 0;
   virtual void unlock() = 0;
 

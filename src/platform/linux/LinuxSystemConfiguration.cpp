@@ -47,15 +47,10 @@ std::optional<std::string> interfaceNamed(const std::string& name) {
 
 class LinuxSystemConfiguration::Session : public SystemConfigurationPreferences {
  public:
-  Session(LinuxSystemConfiguration& owner, std::string fileName)
-      : owner_(owner), fileName_(std::move(fileName)) {}
+  Session(LinuxSystemConfiguration& owner, std::string fileName, StateFolder::Lock lock)
+      : owner_(owner), fileName_(std::move(fileName)), lock_(std::move(lock)) {}
 
-  bool lock() override {
-    auto lock = owner_.files_.lock();
-    if (!lock) return false;
-    lock_ = std::move(*lock);
-    return true;
-  }
+  bool lock() override { return StateFolder::waitFor(lock_) == PosixCode::success; }
 
   void unlock() override { lock_.reset(); }
 
@@ -113,7 +108,7 @@ class LinuxSystemConfiguration::Session : public SystemConfigurationPreferences 
 
   LinuxSystemConfiguration& owner_;
   const std::string fileName_;
-  FileDescriptor lock_;
+  StateFolder::Lock lock_;
   /// None as long as no value was changed.
   std::optional<Dictionary> values_;
   std::map<std::string, bool> isIPv6Enabled_;
@@ -150,7 +145,7 @@ LinuxSystemConfiguration::LinuxSystemConfiguration(const std::string& folder,
                                                    const std::string& root,
                                                    PropertyLists& propertyLists,
                                                    KernelSettings& kernelSettings)
-    : files_(folder),
+    : files_(folder, PropertyLists::maximumBytes),
       settingsAtStart_(root, "60-" + std::string(helperServiceIdentifier) + ".conf"),
       interfacesFolder_(root + "/proc/sys/net/ipv6/conf"),
       propertyLists_(propertyLists),
@@ -158,10 +153,12 @@ LinuxSystemConfiguration::LinuxSystemConfiguration(const std::string& folder,
 
 std::unique_ptr<SystemConfigurationPreferences> LinuxSystemConfiguration::open(
     const std::string&, const std::string& identifier) {
-  if (identifier.empty()) return std::make_unique<Session>(*this, defaultIdentifier);
-  const bool isFileName = isPathComponent(identifier) && !identifier.starts_with('.');
+  const auto name = identifier.empty() ? defaultIdentifier : identifier;
+  const bool isFileName = isPathComponent(name) && !name.starts_with('.');
   if (!isFileName) return nullptr;
-  return std::make_unique<Session>(*this, identifier);
+  auto lock = files_.openLock();
+  if (!lock) return nullptr;
+  return std::make_unique<Session>(*this, name, std::move(*lock));
 }
 
 }  // namespace qrt

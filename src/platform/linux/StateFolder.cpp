@@ -15,7 +15,6 @@ namespace qrt {
 namespace {
 
 constexpr mode_t onlyOwner = 0700;
-constexpr std::size_t maximumBytes = 1 << 20;
 
 /// Begins like the temporary names, so that no file of a caller has it.
 constexpr const char* lockName = ".lock";
@@ -34,16 +33,28 @@ PosixResult<FileDescriptor> StateFolder::open() {
   return folder;
 }
 
-PosixResult<StateFolder::Lock> StateFolder::lock() {
+PosixResult<StateFolder::Lock> StateFolder::openLock() {
   auto folder = open();
   if (!folder) return folder.error();
   FileDescriptor file(
       openat(folder->get(), lockName, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
   if (!file) return lastError();
-  while (flock(file.get(), LOCK_EX) < 0) {
+  return file;
+}
+
+PosixCode StateFolder::waitFor(const Lock& lock) {
+  while (flock(lock.get(), LOCK_EX) < 0) {
     if (errno != EINTR) return lastError();
   }
-  return file;
+  return PosixCode::success;
+}
+
+PosixResult<StateFolder::Lock> StateFolder::lock() {
+  auto lock = openLock();
+  if (!lock) return lock;
+  const auto code = waitFor(*lock);
+  if (code != PosixCode::success) return code;
+  return lock;
 }
 
 PosixResult<Data> StateFolder::read(const std::string& name) {
@@ -51,11 +62,11 @@ PosixResult<Data> StateFolder::read(const std::string& name) {
   if (!folder) return folder.error();
   const FileDescriptor file(openat(folder->get(), name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
   if (!file) return lastError();
-  return readFile(file.get(), maximumBytes);
+  return readFile(file.get(), maximumBytes_);
 }
 
 PosixCode StateFolder::replace(const std::string& name, std::span<const std::uint8_t> contents) {
-  if (contents.size() > maximumBytes) return PosixCode::noSpace;
+  if (contents.size() > maximumBytes_) return PosixCode::noSpace;
   const auto folder = open();
   if (!folder) return folder.error();
   auto fresh = FileReplacement::begin(folder->get(), name);

@@ -17,12 +17,18 @@ class StateFolder {
   /// Held while a file is read, changed and replaced; other processes wait.
   using Lock = FileDescriptor;
 
-  explicit StateFolder(std::string path) : path_(std::move(path)) {}
+  /// `maximumBytes` is the largest size of a file.
+  explicit StateFolder(std::string path, std::size_t maximumBytes = 1 << 20)
+      : path_(std::move(path)), maximumBytes_(maximumBytes) {}
 
   const std::string& path() const { return path_; }
 
   PosixResult<Lock> lock();
-  /// A file of at most 1 MiB, which is what `replace` makes.
+  /// The two steps of `lock`: the first makes the folder and fails when it cannot be used, the
+  /// second waits, without a limit.
+  PosixResult<Lock> openLock();
+  static PosixCode waitFor(const Lock& lock);
+
   PosixResult<Data> read(const std::string& name);
   /// Replaces the file in one step: readers see the old contents or the new.
   PosixCode replace(const std::string& name, std::span<const std::uint8_t> contents);
@@ -33,6 +39,7 @@ class StateFolder {
   PosixResult<FileDescriptor> open();
 
   std::string path_;
+  std::size_t maximumBytes_;
 };
 
 }  // namespace qrt

@@ -114,9 +114,12 @@ TEST_F(LinuxSystemConfigurationTest, ConfigurationsThatCannotBeReadOrHeldAreNotL
   root.file("etc/service/damaged.plist", "{ open");
   EXPECT_FALSE(change("damaged.plist", "key", 1));
   EXPECT_EQ(contentsOf(root.path("etc/service/damaged.plist")), "{ open");
-  EXPECT_FALSE(change("", "large", std::string(2 << 20, 'x')));
+  EXPECT_FALSE(change("", "large", std::string(PropertyLists::maximumBytes, 'x')));
   EXPECT_FALSE(change("", "unwritable", "\x01"));
   EXPECT_EQ(read("preferences.plist"), (Dictionary{{"key", 1}}));
+  const std::string large(PropertyLists::maximumBytes - 500, 'x');
+  EXPECT_TRUE(change("", "large", large) && change("", "key", {}));
+  EXPECT_EQ(read("preferences.plist"), (Dictionary{{"large", large}}));
 }
 
 TEST_F(LinuxSystemConfigurationTest, TheLockIsWaitedFor) {
@@ -126,10 +129,17 @@ TEST_F(LinuxSystemConfigurationTest, TheLockIsWaitedFor) {
   EXPECT_EQ(second.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
   first->unlock();
   EXPECT_TRUE(second.get());
+}
 
-  // Somebody else's folder cannot be trusted with it.
-  chmod(root.path("etc/service").c_str(), 0777);
-  EXPECT_FALSE(first->lock());
+TEST_F(LinuxSystemConfigurationTest, AFolderThatCannotBeUsedIsNotOpened) {
+  for (const auto* script :
+       {"touch etc/service", "mkdir -m 0777 etc/service", "mkdir -p etc/service/.lock",
+        "mkdir etc/service; chown 1 etc/service", "rmdir etc"}) {
+    root.make(script);
+    EXPECT_EQ(configuration.open("client", ""), nullptr) << script;
+    root.make("rm -rf etc; mkdir etc");
+  }
+  EXPECT_NE(configuration.open("client", ""), nullptr);
 }
 
 /// In a network of its own with a pair of interfaces.
