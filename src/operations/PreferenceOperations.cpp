@@ -7,8 +7,10 @@
 namespace qrt {
 namespace {
 
-/// The domain that stands for all applications.
-constexpr std::string_view globalDomain = "NSGlobalDomain";
+/// Both names of the domain that all applications share.
+bool isAnyApplication(std::string_view application) {
+  return application == "NSGlobalDomain" || application == "kCFPreferencesAnyApplication";
+}
 
 PreferenceSelector selectorFor(const std::string& text, std::string_view any,
                                std::string_view current) {
@@ -30,7 +32,7 @@ Outcome performOperationModifyPreferencesWithArguments(const Array& arguments,
   if (!value) return value.error();
 
   PreferenceDomain domain;
-  if (application != globalDomain) domain.application = application;
+  if (!isAnyApplication(application)) domain.application = application;
   domain.user = selectorFor(user, "kCFPreferencesAnyUser", "kCFPreferencesCurrentUser");
   domain.host = selectorFor(host, "kCFPreferencesAnyHost", "kCFPreferencesCurrentHost");
   if (!preferences.setValue(domain, key, *value)) return preferenceSettingError();

@@ -46,6 +46,7 @@ TEST_F(PreferenceOperations, SelectorsStandForWhatTheyName) {
   const std::pair<Array, const char*> cases[] = {
       {{"k", "NSGlobalDomain", "kCFPreferencesAnyUser", "kCFPreferencesAnyHost", "1"},
        "k|every|any|any|1"},
+      {{"k", "kCFPreferencesAnyApplication", "ann", "box", "1"}, "k|every|named ann|named box|1"},
       {{"k", "nsglobaldomain", "kCFPreferencesCurrentUser", "kCFPreferencesCurrentHost", ""},
        "k|nsglobaldomain|current|current|nothing"},
       {{"k", "app", "kCFPreferencesAnyHost", "kCFPreferencesAnyUser", "1"},

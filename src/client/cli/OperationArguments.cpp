@@ -96,10 +96,16 @@ const std::vector<OperationArguments>& operationArguments() {
        "Change this firmware variable?", "firmware variables"},
       {"modify-preferences", available,
        {{"KEY", text, "Name of the preference"},
-        {"DOMAIN", text, "Domain of the application"},
+        {"DOMAIN", text, "Domain of the application, NSGlobalDomain or kCFPreferencesAnyApplication"},
         {"USER", text, "User name, kCFPreferencesAnyUser or kCFPreferencesCurrentUser"},
         {"HOST", text, "Host, kCFPreferencesAnyHost or kCFPreferencesCurrentHost"},
-        {"VALUE", text, "New value as a property list; leave it out to remove the key", optional}}},
+        {"VALUE", text, "New value as a property list; leave it out to remove the key", optional}},
+       {},
+       {},
+       "On Linux the files are those of GNUstep. Its programs read a user's settings, and in\n"
+       "/etc/GNUstep/GlobalDefaults.plist those of any user for any application. A program reads\n"
+       "/etc/GNUstep/Defaults (any user, one application) and the folders ByHost (one host) only\n"
+       "if it looks there."},
       {"modify-sysconf", available,
        {{"", constant, "", once, "qrtctl"},
         {"--file", text, "Identifier of the preferences file", optional},

@@ -59,6 +59,8 @@ struct OperationArguments {
   /// Name of the system's feature that it works with; empty when there is none without which it
   /// always fails.
   std::string_view neededFeature = {};
+  /// What the help of the arguments has no room for; printed by the reference and by "explain".
+  std::string_view note = {};
 };
 
 /// One entry for every operation of the catalogue, in its order.

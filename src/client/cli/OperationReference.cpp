@@ -106,6 +106,7 @@ std::string sectionOf(const OperationView& view) {
   if (view.form.arguments.empty()) return text;
   text += "| Argument | Type | Times | Meaning | Sent as |\n|---|---|---|---|---|\n";
   for (const auto& argument : view.form.arguments) text += rowOf(argument);
+  if (!view.form.note.empty()) text += fmt::format("\n{}\n", view.form.note);
   return text + '\n';
 }
 

@@ -146,7 +146,8 @@ std::string explanationOf(const OperationView& view, const std::vector<SystemFea
   text.add({"This system:",
             missing ? fmt::format("does not support it (no {}: {})", missing->name, missing->note)
                     : "supports it"});
-  return sentenceFor(view.operation) + "\n" + text.text();
+  const auto note = view.form.note.empty() ? "" : fmt::format("\n{}\n", view.form.note);
+  return sentenceFor(view.operation) + "\n" + text.text() + note;
 }
 
 std::string listOf(const std::vector<OperationView>& views) {

@@ -59,22 +59,35 @@ std::optional<std::string> hostNameFor(const PreferenceSelector& host) {
   return name;
 }
 
+/// Where the settings of a domain are, below the folder that holds "GNUstep".
+struct DefaultsPath {
+  std::vector<const char*> folders;
+  std::string name;
+};
+
 /// None when one of the parts cannot be part of a file's name.
-std::optional<std::string> fileNameFor(const PreferenceDomain& domain) {
+std::optional<DefaultsPath> pathFor(const PreferenceDomain& domain) {
+  const bool isForEverything = !domain.application && domain.user.kind == Kind::any;
+  if (isForEverything && domain.host.kind == Kind::any) {
+    return DefaultsPath{{"GNUstep"}, "GlobalDefaults.plist"};
+  }
   const auto application = domain.application.value_or("NSGlobalDomain");
   if (!isPathComponent(application)) return std::nullopt;
-  if (domain.host.kind == Kind::any) return application + ".plist";
+  if (domain.host.kind == Kind::any) {
+    return DefaultsPath{{"GNUstep", "Defaults"}, application + ".plist"};
+  }
   const auto host = hostNameFor(domain.host);
   if (!host || !isPathComponent(*host)) return std::nullopt;
-  return application + "." + *host + ".plist";
+  return DefaultsPath{{"GNUstep", "Defaults", "ByHost"}, application + "." + *host + ".plist"};
 }
 
-/// The folder of the defaults; `open` opens each one on the way to it in the one before.
+/// Goes down from `base`; `open` opens each folder in the one before.
 template <class Open>
-PosixResult<FileDescriptor> defaultsFolder(const std::string& base, Open open) {
+PosixResult<FileDescriptor> openFolders(const std::string& base,
+                                        const std::vector<const char*>& folders, Open open) {
   FileDescriptor folder(::open(base.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
   if (!folder) return lastError();
-  for (const auto* component : {"GNUstep", "Defaults"}) {
+  for (const auto* component : folders) {
     auto next = open(folder.get(), component);
     if (!next) return next;
     folder = std::move(*next);
@@ -138,21 +151,22 @@ std::optional<LinuxPreferences::Place> LinuxPreferences::placeFor(
 
 bool LinuxPreferences::setValue(const PreferenceDomain& domain, const std::string& key,
                                 const std::optional<PropertyValue>& value) {
-  const auto name = fileNameFor(domain);
+  const auto path = pathFor(domain);
   const auto place = placeFor(domain.user);
-  if (!name || !place) return false;
+  if (!path || !place) return false;
   const FileSystemIdentity owner(place->user, place->group);
   if (!owner.isTaken()) return false;
 
-  const auto folder = defaultsFolder(place->base, [&](int parent, const char* component) {
-    return value ? makeOwnFolder(parent, component, place->user)
-                 : openOwnFolder(parent, component, place->user);
-  });
+  const auto folder =
+      openFolders(place->base, path->folders, [&](int parent, const char* component) {
+        return value ? makeOwnFolder(parent, component, place->user)
+                     : openOwnFolder(parent, component, place->user);
+      });
   // Without a folder there is no key to remove.
   if (!folder) return !value && folder.error() == PosixCode::noEntry;
   const DefaultsLock lock(folder->get(), place->user);
   return lock.isHeld() &&
-         changeFile(folder->get(), *name, *place, {key, value}) == PosixCode::success;
+         changeFile(folder->get(), path->name, *place, {key, value}) == PosixCode::success;
 }
 
 PosixCode LinuxPreferences::changeFile(int folder, const std::string& name, const Place& place,

@@ -9,12 +9,15 @@ namespace qrt {
 
 class PropertyLists;
 
-/// "GNUstep/Defaults/<application>.plist" in a user's home folder, or in "/etc" for any user. A
-/// host stands before the extension; any host is no host. The current user is the one that the
-/// process runs as. A name that cannot be part of a file's name has no settings.
+/// A user's settings are in "GNUstep/Defaults/<application>.plist" in the home folder, where other
+/// programs read them; the current user is the one that the process runs as. Those of any user are
+/// below "/etc/GNUstep": other programs read "GlobalDefaults.plist" there, which is for every
+/// application, but not "Defaults/<application>.plist" unless they look for it. Settings of one
+/// host are in "ByHost/<application>.<host>.plist" beside the other files of the user. A name that
+/// cannot be part of a file's name has no settings.
 ///
-/// What happens in a user's own folder happens with that user's rights, and neither through links
-/// nor in folders of somebody else. A file keeps its owner and its mode.
+/// A user's own folder is changed with that user's rights, neither through links nor in folders of
+/// another user. A file keeps its owner and its mode.
 class LinuxPreferences : public Preferences {
  public:
   LinuxPreferences(const std::string& root, PropertyLists& propertyLists)

@@ -74,15 +74,19 @@ TEST_F(LinuxPreferencesTest, TheDomainNamesTheFileAndItsOwner) {
   } cases[] = {
       {{"app", nobody, {any}}, defaults + "/app.plist"},
       {{std::nullopt, nobody, {any}}, defaults + "/NSGlobalDomain.plist"},
-      {{"app", nobody, current}, defaults + "/app." + host + ".plist"},
+      {{"app", nobody, current}, defaults + "/ByHost/app." + host + ".plist"},
+      {{"app.box", nobody, {any}}, defaults + "/app.box.plist"},
+      {{"app", nobody, box}, defaults + "/ByHost/app.box.plist"},
       {{"a b", {any}, {any}}, root.path("etc/GNUstep/Defaults/a b.plist")},
-      {{std::nullopt, {any}, box}, root.path("etc/GNUstep/Defaults/NSGlobalDomain.box.plist")},
+      {{std::nullopt, {any}, {any}}, root.path("etc/GNUstep/GlobalDefaults.plist")},
+      {{std::nullopt, {any}, box},
+       root.path("etc/GNUstep/Defaults/ByHost/NSGlobalDomain.box.plist")},
       {{"app", current, {any}}, root.path("root/GNUstep/Defaults/app.plist")},
   };
   const auto mask = umask(0077);
   for (const auto& c : cases) {
-    ASSERT_TRUE(preferences.setValue(c.domain, "key", Array{"a", 1})) << c.file;
-    EXPECT_EQ(read(c.file), (Dictionary{{"key", Array{"a", 1}}}));
+    ASSERT_TRUE(preferences.setValue(c.domain, "key", c.file)) << c.file;
+    EXPECT_EQ(read(c.file), (Dictionary{{"key", c.file}}));
   }
   umask(mask);
   EXPECT_EQ(statusOf(root.path("etc/GNUstep/Defaults/a b.plist")).st_mode, S_IFREG | 0644u);
@@ -91,7 +95,7 @@ TEST_F(LinuxPreferencesTest, TheDomainNamesTheFileAndItsOwner) {
   EXPECT_EQ(statusOf(file).st_mode, S_IFREG | 0600u);
   EXPECT_EQ(statusOf(file).st_gid, group);
   EXPECT_EQ(statusOf(defaults).st_mode, S_IFDIR | 0755u);
-  for (const auto& path : {file, defaults, home + "/GNUstep"}) {
+  for (const auto& path : {file, defaults, defaults + "/ByHost", home + "/GNUstep"}) {
     EXPECT_EQ(statusOf(path).st_uid, user) << path;
   }
 }
@@ -217,13 +221,15 @@ TEST_F(LinuxPreferencesTest, TheToolOfThoseDefaultsSeesThemAsItsUser) {
       "passwd", contentsOf("/etc/passwd") + "qrttest:x:47110:47110::" + home + ":/bin/sh\n");
   const bool isPlanted = unshare(CLONE_NEWNS) == 0 &&
                          mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-                         mount(database.c_str(), "/etc/passwd", nullptr, MS_BIND, nullptr) == 0;
+                         mount(database.c_str(), "/etc/passwd", nullptr, MS_BIND, nullptr) == 0 &&
+                         mount("none", "/etc/GNUstep", "tmpfs", 0, nullptr) == 0;
   if (!isPlanted) GTEST_SKIP() << "needs the right to mount";
   ASSERT_EQ(chown(home.c_str(), 47110, 47110), 0);
 
   LinuxPreferences system{"/", lists};
-  const auto modify = [&system](const std::string& key, std::optional<PropertyValue> value) {
-    return system.setValue({"Town", {Kind::named, "qrttest"}, {any}}, key, value);
+  const PreferenceSelector townsman{Kind::named, "qrttest"};
+  const auto modify = [&](const std::string& key, std::optional<PropertyValue> value) {
+    return system.setValue({"Town", townsman, {any}}, key, value);
   };
   const std::string tool = "setpriv --reuid 47110 --regid 47110 --clear-groups defaults ";
   EXPECT_TRUE(modify("streets", Array{"Main St", Dictionary{{"length", 12}}}));
@@ -235,6 +241,13 @@ TEST_F(LinuxPreferencesTest, TheToolOfThoseDefaultsSeesThemAsItsUser) {
             "Town mayor Ann\nTown river Elbe\n");
   EXPECT_TRUE(modify("mayor", {}));
   EXPECT_EQ(test::printed(tool + "read Town mayor 2>/dev/null"), "");
+
+  // Settings of every application: the tool's name for any user's is that of its configuration.
+  EXPECT_TRUE(system.setValue({std::nullopt, townsman, {any}}, "own", "1"));
+  EXPECT_TRUE(system.setValue({std::nullopt, {any}, {any}}, "common", "2"));
+  EXPECT_EQ(test::printed(tool + "read NSGlobalDomain own; " + tool + "read GSConfigDomain common"),
+            "NSGlobalDomain own 1\nGSConfigDomain common 2\n");
+  umount2("/etc/GNUstep", MNT_DETACH);
   umount2("/etc/passwd", MNT_DETACH);
 }
 
