@@ -1,19 +1,28 @@
 #include "operations/TrustedUtilities.h"
 
 #include "base/PathText.h"
+#include "platform/UtilityPlaces.h"
 
 namespace qrt {
 namespace {
 
-constexpr std::string_view paths[] = {
-    "/usr/bin/dscacheutil", "/bin/chmod",
-    "/usr/sbin/chown",      "/usr/bin/update_dyld_shared_cache",
-    "/usr/bin/ditto",       "/usr/sbin/diskutil",
-    "/usr/bin/mdutil",      "/usr/bin/atsutil",
-    "/bin/launchctl",       "/usr/sbin/cupsctl",
-    "/usr/bin/tmutil",      "/usr/libexec/xpchelper",
-    "/usr/sbin/kextcache",  "/usr/bin/pmset",
-    "/usr/bin/log",         "/usr/sbin/softwareupdate",
+const std::string_view paths[] = {
+    "/usr/bin/dscacheutil",
+    "/bin/chmod",
+    pathOfChown,
+    "/usr/bin/update_dyld_shared_cache",
+    "/usr/bin/ditto",
+    "/usr/sbin/diskutil",
+    "/usr/bin/mdutil",
+    "/usr/bin/atsutil",
+    "/bin/launchctl",
+    "/usr/sbin/cupsctl",
+    "/usr/bin/tmutil",
+    "/usr/libexec/xpchelper",
+    "/usr/sbin/kextcache",
+    "/usr/bin/pmset",
+    "/usr/bin/log",
+    "/usr/sbin/softwareupdate",
 };
 
 /// The one utility that looks for programs by name. It is no longer in the table.
@@ -32,9 +41,9 @@ std::optional<std::string> TrustedUtilities::trustedPathForApplicationPath(
     bool* needsSafePathEnvironment) const {
   if (applicationPath.empty() || utilityName.empty()) return std::nullopt;
   const auto found = pathsByName_.find(utilityName);
-  if (found == pathsByName_.end()) return std::nullopt;
   if (isExternal) *isExternal = true;
   if (needsSafePathEnvironment) *needsSafePathEnvironment = utilityName == utilityWithSafePath;
+  if (found == pathsByName_.end()) return std::nullopt;
   return std::string(found->second);
 }
 

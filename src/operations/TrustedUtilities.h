@@ -1,4 +1,4 @@
-// The utilities of the operating system that a client may have run.
+// The utilities of the operating system that a client may run.
 #pragma once
 
 #include <map>
@@ -9,7 +9,7 @@
 
 namespace qrt {
 
-/// A client names a utility; where it lies is decided here.
+/// A client names a utility; its path is decided here.
 class TrustedUtilities {
  public:
   static const std::span<const std::string_view> standardPaths;
@@ -17,9 +17,9 @@ class TrustedUtilities {
   /// The paths are not copied.
   explicit TrustedUtilities(std::span<const std::string_view> paths = standardPaths);
 
-  /// The path of a utility, none for an unknown name and when one of the texts is empty. The
-  /// booleans may be null: `*isExternal` tells that the program is to be tested before it is run,
-  /// `*needsSafePathEnvironment` that it wants a "PATH". Neither is touched without a path.
+  /// The path of a utility; none for an unknown name and when one of the texts is empty. The
+  /// booleans may be null and are set for every name: `*isExternal` when the program must be tested
+  /// before it runs, `*needsSafePathEnvironment` when it needs a "PATH". Empty texts set neither.
   std::optional<std::string> trustedPathForApplicationPath(
       std::string_view applicationPath, std::string_view utilityName, bool* isExternal = nullptr,
       bool* needsSafePathEnvironment = nullptr) const;

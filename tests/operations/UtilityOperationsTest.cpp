@@ -50,6 +50,23 @@ TEST_F(UtilityOperations, TheTableLeadsFromNamesToTheirPlaces) {
       "/usr/bin/log");
   EXPECT_TRUE(isExternal && !needsSafePath);
   EXPECT_EQ(TrustedUtilities().trustedPathForApplicationPath("/App", "chmod"), "/bin/chmod");
+  // An unknown name has no path, but both answers.
+  for (const auto* name : {"periodic", "absent"}) {
+    isExternal = false;
+    EXPECT_FALSE(TrustedUtilities().trustedPathForApplicationPath("/App", name, &isExternal,
+                                                                  &needsSafePath));
+    EXPECT_TRUE(isExternal);
+    EXPECT_EQ(needsSafePath, name == std::string("periodic"));
+  }
+}
+
+TEST_F(UtilityOperations, TheStandardChownRunsOnThisSystem) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  const auto file = scratch.file("file");
+  const std::vector<std::string_view> table(TrustedUtilities::standardPaths.begin(),
+                                            TrustedUtilities::standardPaths.end());
+  EXPECT_FALSE(execute(table, {"/App", "chown", "1234:4321", file}));
+  EXPECT_EQ(test::statusOf(file).st_uid, 1234u);
 }
 
 TEST_F(UtilityOperations, OtherRequestsAreInvalid) {

@@ -1,0 +1,11 @@
+// Places of utilities that differ between the systems.
+#pragma once
+
+#include <string_view>
+
+namespace qrt {
+
+/// Absolute path of the utility that changes owners.
+extern const std::string_view pathOfChown;
+
+}  // namespace qrt
