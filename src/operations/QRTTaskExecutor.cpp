@@ -18,29 +18,36 @@ bool isOnlyRootsToChange(const FileStatus& status) {
 
 }  // namespace
 
-bool QRTTaskExecutor::hasExecutableSafePermissionsAtPath(FileSystem& files,
-                                                         const std::string& path) {
+PosixResult<bool> QRTTaskExecutor::hasExecutableSafePermissionsAtPath(FileSystem& files,
+                                                                      const std::string& path) {
+  const auto unsafe = [](PosixCode code) -> PosixResult<bool> {
+    if (isExhaustion(code)) return code;
+    return false;
+  };
   const auto resolved = files.resolvedPath(path);
-  if (!resolved) return false;
+  if (!resolved) return unsafe(resolved.error());
   const auto location = files.locate(*resolved);
-  if (!location) return false;
+  if (!location) return unsafe(location.error());
   const auto program = files.status(location->at(), Links::stay);
-  if (!program || program->isFolder() || !isOnlyRootsToChange(*program)) return false;
+  if (!program) return unsafe(program.error());
   const auto folder = files.status({location->parent, "."}, Links::stay);
-  return folder && isOnlyRootsToChange(*folder);
+  if (!folder) return unsafe(folder.error());
+  return !program->isFolder() && isOnlyRootsToChange(*program) && isOnlyRootsToChange(*folder);
+}
+
+std::int32_t QRTTaskExecutor::notRunWithoutHandles(Log& log, const std::string& path) {
+  log.error(
+      "The operation '%{public}@' cannot be executed because the system is running out of file "
+      "handles.",
+      lastPathComponent(path));
+  return notRun;
 }
 
 std::int32_t QRTTaskExecutor::executeProgramAtPath(const std::string& path,
                                                    const std::vector<std::string>& withArguments) {
   if (path.empty()) return notRun;
   auto prepared = subprocesses_.prepare();
-  if (!prepared) {
-    log_.error(
-        "The operation '%{public}@' cannot be executed because the system is running out of file "
-        "handles.",
-        lastPathComponent(path));
-    return notRun;
-  }
+  if (!prepared) return notRunWithoutHandles(log_, path);
 
   struct Run {
     ~Run() { subTask.reset(); }

@@ -36,9 +36,14 @@ class QRTTaskExecutor {
   QRTTaskExecutor(SubprocessFacility& subprocesses, Log& log)
       : subprocesses_(subprocesses), log_(log) {}
 
-  /// True when nobody but root can have put the program there: what the path leads to is a file of
-  /// root and of group 0 that group and others cannot write, in a folder of the same kind.
-  static bool hasExecutableSafePermissionsAtPath(FileSystem& files, const std::string& path);
+  /// True when only root can have put the program there: what the path leads to is a file of root
+  /// and of group 0 that group and others cannot write, in a folder of the same kind. An error only
+  /// when descriptors or memory have run out, which says nothing about the program.
+  static PosixResult<bool> hasExecutableSafePermissionsAtPath(FileSystem& files,
+                                                              const std::string& path);
+
+  /// Logs that a program cannot run for want of descriptors. Returns `notRun`.
+  static std::int32_t notRunWithoutHandles(Log& log, const std::string& path);
 
   /// Not owned. Without a delegate the output goes to this process's own streams.
   void setDelegate(QRTTaskExecutorDelegate* delegate) { delegate_ = delegate; }

@@ -52,9 +52,15 @@ Outcome executeTrusted(const Platform& platform, QRTPrivilegedOperationSetVK2& o
                        bool trusted, const std::string& systemProgramAtPath,
                        const std::vector<std::string>& withArguments, bool safePathEnvironment,
                        FeedbackConnection* forwardingOutputToConnection) {
-  const bool isSafe = trusted || QRTTaskExecutor::hasExecutableSafePermissionsAtPath(
-                                     platform.files, systemProgramAtPath);
-  if (!isSafe) return unsafePermissions(systemProgramAtPath);
+  if (!trusted) {
+    const auto isSafe =
+        QRTTaskExecutor::hasExecutableSafePermissionsAtPath(platform.files, systemProgramAtPath);
+    if (!isSafe) {
+      return failedWithStatus(
+          QRTTaskExecutor::notRunWithoutHandles(platform.log, systemProgramAtPath));
+    }
+    if (!*isSafe) return unsafePermissions(systemProgramAtPath);
+  }
 
   EnvironmentChanges environment{{"PATH", std::nullopt}};
   if (safePathEnvironment) environment["PATH"] = safeSearchPath;

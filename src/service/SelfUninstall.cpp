@@ -21,9 +21,9 @@ Outcome SelfUninstall::performUninstallForClientWithPID(std::int32_t client,
   }
   if (auto refusal = refusalForOtherClients(client)) return refusal;
   const auto tool = platform.jobControl.removalTool();
-  if (!QRTTaskExecutor::hasExecutableSafePermissionsAtPath(platform.files, tool)) {
-    return posixError(PosixCode::permissionDenied, tool);
-  }
+  const auto isSafe = QRTTaskExecutor::hasExecutableSafePermissionsAtPath(platform.files, tool);
+  if (!isSafe) return posixError(isSafe.error(), tool);
+  if (!*isSafe) return posixError(PosixCode::permissionDenied, tool);
   const auto authorization = platform.authority.create();
   if (!authorization) return osStatusError(number(authorization.error()));
   auto failure =

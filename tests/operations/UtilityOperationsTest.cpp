@@ -1,5 +1,7 @@
 #include "operations/UtilityOperations.h"
 
+#include <sys/resource.h>
+
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "operations/TrustedExecution.h"
 #include "platform/NativePlatform.h"
@@ -7,6 +9,7 @@
 #include "support/FakeAuthority.h"
 #include "support/FakeFeedback.h"
 #include "support/PlantedFile.h"
+#include "support/PlatformDouble.h"
 #include "support/RecordingLog.h"
 
 namespace qrt {
@@ -112,6 +115,34 @@ TEST_F(UtilityOperations, AnUnsafeUtilityIsNotStarted) {
       executeTrusted(native.facilities(), operationSet, true, tool, {}, false, requestor.get()));
   EXPECT_TRUE(test::exists(scratch.path("ran")));
 }
+
+// UndefinedBehaviorSanitizer opens a pipe to look at an object, and takes failure for a bad object.
+#ifndef QRT_SANITIZED
+TEST_F(UtilityOperations, ShortOfDescriptorsAUtilityFailsAsItsLaunchWould) {
+  const auto platform = test::platformWith({.log = &log}, native.facilities());
+  rlimit before;
+  getrlimit(RLIMIT_NOFILE, &before);
+  const int lowest = dup(STDIN_FILENO);
+  const auto firstFree = static_cast<rlim_t>(lowest);
+  close(lowest);
+  rlim_t spare = 0;
+  for (Outcome outcome = posixError(PosixCode::busy); outcome; ++spare) {
+    ASSERT_LT(spare, 20u);
+    const rlimit few{firstFree + spare, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &few);
+    outcome = executeTrusted(platform, operationSet, false, "/usr/bin/true", {}, false, nullptr);
+    setrlimit(RLIMIT_NOFILE, &before);
+    if (!outcome) continue;
+    EXPECT_EQ(outcome->code, 3) << spare;
+    EXPECT_EQ(outcome->userInfo.at("QRTLocalizedRecoverySuggestionParameters"), (Array{"-1"}));
+    EXPECT_EQ(log.lines().back(),
+              (test::RecordingLog::Line{LogLevel::error,
+                                        "The operation 'true' cannot be executed because the "
+                                        "system is running out of file handles."}));
+    EXPECT_EQ(log.lines().size(), spare + 1);
+  }
+}
+#endif
 
 TEST_F(UtilityOperations, AFailureComesAfterItsOutput) {
   const auto tool = plantTool("tool", "echo out; sleep 0.1; echo err >&2; exit $1");

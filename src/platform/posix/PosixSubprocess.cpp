@@ -136,7 +136,7 @@ class PosixSubprocess : public Subprocess {
     waitFor(child_, &status, 0);
   }
 
-  bool openPipes() { return input_.open() && output_.open() && error_.open(); }
+  bool openPipes() { return input_.open() && output_.open() && error_.open() && report_.open(); }
 
   int inputHandle() const override { return input_.writingEnd.get(); }
   int outputHandle() const override { return output_.readingEnd.get(); }
@@ -153,6 +153,8 @@ class PosixSubprocess : public Subprocess {
   Pipe input_;
   Pipe output_;
   Pipe error_;
+  /// The child's way to report why its program did not start.
+  Pipe report_;
   pid_t child_ = 0;
   /// What is polled, in the order of `StandardStream`; -1 for a stream that has ended.
   std::array<pollfd, 2> streams_{};
@@ -162,8 +164,6 @@ class PosixSubprocess : public Subprocess {
 PosixCode PosixSubprocess::launch(const ProgramLaunch& program) {
   auto texts = argumentsFor(program);
   if (std::any_of(texts.begin(), texts.end(), holdsZeroByte)) return PosixCode::invalidArgument;
-  Pipe report;
-  if (!report.open()) return lastError();
   const StringVector arguments(std::move(texts));
   const StringVector environment(environmentFor(program));
   const std::array<int, 3> streams{input_.readingEnd.get(), output_.writingEnd.get(),
@@ -172,7 +172,8 @@ PosixCode PosixSubprocess::launch(const ProgramLaunch& program) {
     const SignalBlock untilProgramHasTakenOver;
     child_ = fork();
     if (child_ == 0) {
-      becomeProgram(streams, report.writingEnd.get(), arguments.pointers(), environment.pointers());
+      becomeProgram(streams, report_.writingEnd.get(), arguments.pointers(),
+                    environment.pointers());
     }
   }
   if (child_ < 0) {
@@ -182,13 +183,14 @@ PosixCode PosixSubprocess::launch(const ProgramLaunch& program) {
   input_.readingEnd.reset();
   output_.writingEnd.reset();
   error_.writingEnd.reset();
-  report.writingEnd.reset();
+  report_.writingEnd.reset();
 
   int error = 0;
   ssize_t count;
   do {
-    count = read(report.readingEnd.get(), &error, sizeof error);
+    count = read(report_.readingEnd.get(), &error, sizeof error);
   } while (count < 0 && errno == EINTR);
+  report_.readingEnd.reset();
   if (count == sizeof error) return contractCode(error);
   streams_ = {pollfd{outputHandle(), POLLIN, 0}, pollfd{errorHandle(), POLLIN, 0}};
   piece_.resize(maximumPiece);
