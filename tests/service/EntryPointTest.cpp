@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "ServiceDoubles.h"
-#include "operations/QRTPrivilegedOperationSet.h"
+#include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "platform/PropertyLists.h"
 #include "service/EmbeddedPropertyLists.h"
 
@@ -52,6 +52,20 @@ TEST_F(EntryPointTest, TellsItsVersionToAnybodyAndTakesNoOtherArguments) {
   EXPECT_EQ(output_.str(), "1.6 (Build 171004)\n1.6 (Build 171004)\n");
   EXPECT_EQ(error_.str(), "");
   EXPECT_TRUE(doubles_.log.texts().empty());
+}
+
+/// The lists are data, so nothing but this keeps them in step with the operation set.
+TEST_F(EntryPointTest, ItsPropertyListsNameTheServiceAndItsRequestor) {
+  const QRTPrivilegedOperationSetVK2 set(doubles_.log, doubles_.authority);
+  const auto service = set.serviceIdentifierForHelper();
+  EXPECT_EQ(*stringIn(info_, "CFBundleIdentifier"), service);
+  EXPECT_EQ(*stringIn(info_, "CFBundleName"), service);
+  const auto& clients = *info_.at("SMAuthorizedClients").array();
+  ASSERT_EQ(clients.size(), 1u);
+  EXPECT_NE(clients[0].string()->find('"' + set.nameOfXPCRequestorForHelper() + '"'),
+            std::string::npos);
+  EXPECT_EQ(*doubles_.platform.propertyLists.parse(launchdPropertyList),
+            (Dictionary{{"Label", service}, {"MachServices", Dictionary{{service, true}}}}));
 }
 
 TEST_F(EntryPointTest, NeedsItsPrincipalClass) {

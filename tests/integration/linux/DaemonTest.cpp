@@ -8,6 +8,7 @@
 #include "platform/linux/LargeMessageTurn.h"
 #include "platform/linux/ServedConnection.h"
 #include "service/ClientRegistry.h"
+#include "service/EmbeddedPropertyLists.h"
 #include "support/DaemonFixture.h"
 #include "support/PlantedFile.h"
 
@@ -84,6 +85,14 @@ TEST_F(DaemonTest, AFirstCallInThePacketOfBeginIsAlwaysAnswered) {
     const auto reply = peer.receiveReply();
     ASSERT_TRUE(reply) << i;
     ASSERT_EQ(reply->arguments().string(), "1.6") << i;
+  }
+}
+
+TEST_F(DaemonTest, TheExecutableCarriesBothPropertyLists) {
+  EXPECT_TRUE(isServing());
+  const auto image = test::contentsOf("/proc/" + std::to_string(daemon_->processID()) + "/exe");
+  for (const auto list : {infoPropertyList, launchdPropertyList}) {
+    EXPECT_NE(image.find(std::string(list.begin(), list.end())), std::string::npos);
   }
 }
 
