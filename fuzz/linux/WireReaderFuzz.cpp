@@ -1,6 +1,8 @@
 // Arguments of a request as a hostile client marshals them.
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <vector>
 
 #include "base/Error.h"
 #include "platform/linux/MessageFrame.h"
@@ -22,6 +24,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     if (frame && (frame->length() > MessageFrame::maximumLength ||
                   frame->headerLength < MessageFrame::prefixLength)) {
       std::abort();
+    }
+    if (frame && frame->headerLength <= body.size()) {
+      std::vector<std::uint8_t> header(body.begin(),
+                                       body.begin() + static_cast<long>(frame->headerLength));
+      const auto count = frame->takeDescriptorCount(header);
+      // Taken once, it is gone; a header that is refused is not touched.
+      if (count && frame->takeDescriptorCount(header) != 0) std::abort();
+      if (!count && !std::equal(header.begin(), header.end(), body.begin())) std::abort();
     }
   }
   return 0;

@@ -1,5 +1,9 @@
 #include "platform/linux/MessageFrame.h"
 
+#include <algorithm>
+
+#include "platform/linux/WireReader.h"
+
 namespace qrt {
 
 std::optional<MessageFrame> MessageFrame::parse(
@@ -22,10 +26,36 @@ std::optional<MessageFrame> MessageFrame::parse(
     return value;
   };
   frame.bodyLength = lengthAt(4);
-  const auto fields = lengthAt(12);
-  frame.headerLength = prefixLength + (fields + 7) / 8 * 8;
+  frame.fieldsLength = lengthAt(12);
+  frame.headerLength = prefixLength + (frame.fieldsLength + 7) / 8 * 8;
   if (frame.length() > maximumLength) return std::nullopt;
   return frame;
+}
+
+std::optional<std::uint32_t> MessageFrame::takeDescriptorCount(
+    std::span<std::uint8_t> header) const {
+  constexpr std::uint8_t descriptorCount = 9;
+
+  WireReader fields(header.subspan(prefixLength, fieldsLength), bigEndian);
+  std::optional<std::uint32_t> count;
+  std::size_t countEnd = 0;
+  while (fields.ok() && !fields.atEnd()) {
+    fields.align(8);
+    const auto code = fields.byte();
+    const auto type = fields.signature();
+    if (code != descriptorCount) {
+      fields.skipBasic(type);
+      continue;
+    }
+    if (count || type != "u") return std::nullopt;
+    count = fields.uint32();
+    countEnd = prefixLength + fields.position();
+  }
+  if (!fields.ok()) return std::nullopt;
+  if (!count) return 0;
+  std::fill_n(header.begin() + static_cast<std::ptrdiff_t>(countEnd - sizeof *count), sizeof *count,
+              std::uint8_t{0});
+  return count;
 }
 
 }  // namespace qrt

@@ -14,6 +14,9 @@ struct MessageFrame {
   static constexpr std::size_t maximumLength = 16 << 20;
 
   bool bigEndian = false;
+  /// Of the header fields, which begin after the fixed part.
+  std::size_t fieldsLength = 0;
+  /// With the padding after the fields.
   std::size_t headerLength = 0;
   std::size_t bodyLength = 0;
 
@@ -21,6 +24,10 @@ struct MessageFrame {
 
   /// None when the bytes begin no message, or one over the limit.
   static std::optional<MessageFrame> parse(std::span<const std::uint8_t, prefixLength> prefix);
+
+  /// Returns the number of descriptors that the header announces and makes the header announce 0.
+  /// None, and nothing changed, when the header fields are malformed.
+  std::optional<std::uint32_t> takeDescriptorCount(std::span<std::uint8_t> header) const;
 };
 
 }  // namespace qrt

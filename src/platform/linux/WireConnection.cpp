@@ -124,7 +124,7 @@ WireConnection::Progress WireConnection::step(Patience patience) {
   const bool isHandshake = !isReady();
   const auto read = isHandshake ? readHandshakeLine() : readMessage(patience);
   if (read == Read::waits) return Progress::waits;
-  if (read == Read::failed) return Progress::closed;
+  if (read == Read::failed || !hasAnnouncedDescriptors(isHandshake)) return Progress::closed;
 
   // A client decodes what it asked for, in handlers that take as long as they like.
   const bool isLarge = role_ == Role::server && received_.size() > LargeMessageTurn::largestWithout;
@@ -137,7 +137,7 @@ WireConnection::Progress WireConnection::step(Patience patience) {
   // The library keeps what was freed, a share for each thread that there ever was.
   if (isLarge) malloc_trim(0);
   // libsystemd drops a message silently when its header fields make no sense.
-  const bool dropped = role_ == Role::server && !isHandshake && !dispatched_;
+  const bool dropped = !isHandshake && !dispatched_;
   return alive && !dropped ? Progress::made : Progress::closed;
 }
 
@@ -203,36 +203,21 @@ bool WireConnection::collectDescriptors(msghdr& header) {
   return (header.msg_flags & MSG_CTRUNC) == 0 && descriptors_.size() <= maximumDescriptors;
 }
 
-/// Passes `received_` on to libsystemd and lets it work. Of descriptors libsystemd wants to see the
-/// right number, and keeps them for as long as a handler runs; so it gets the connection's own
-/// socket for each, and what the peer sent stays with who can close it.
+/// Whether as many descriptors arrived as the message announces. libsystemd never gets any, because
+/// it keeps those of a message that it rejects; so the message that it gets announces 0.
+bool WireConnection::hasAnnouncedDescriptors(bool isHandshake) {
+  if (isHandshake) return descriptors_.empty();
+  return frame_.takeDescriptorCount(received_) == descriptors_.size();
+}
+
+/// Passes `received_` on to libsystemd and lets it work.
 bool WireConnection::feed() {
-  alignas(cmsghdr) char control[CMSG_SPACE(maximumDescriptors * sizeof(int))] = {};
-  msghdr header{};
-  if (!descriptors_.empty()) {
-    header.msg_control = control;
-    header.msg_controllen = CMSG_SPACE(descriptors_.size() * sizeof(int));
-    auto* part = CMSG_FIRSTHDR(&header);
-    part->cmsg_level = SOL_SOCKET;
-    part->cmsg_type = SCM_RIGHTS;
-    part->cmsg_len = CMSG_LEN(descriptors_.size() * sizeof(int));
-    const int descriptor = socket();
-    for (std::size_t i = 0; i < descriptors_.size(); ++i) {
-      std::memcpy(CMSG_DATA(part) + i * sizeof(int), &descriptor, sizeof descriptor);
-    }
-  }
   std::size_t fed = 0;
   while (fed < received_.size()) {
-    iovec vector{received_.data() + fed, received_.size() - fed};
-    header.msg_iov = &vector;
-    header.msg_iovlen = 1;
-    const auto count = sendmsg(feed_.get(), &header, MSG_NOSIGNAL | MSG_DONTWAIT);
+    const auto count = send(feed_.get(), received_.data() + fed, received_.size() - fed,
+                            MSG_NOSIGNAL | MSG_DONTWAIT);
     if (count < 0 && errno != EAGAIN && errno != EINTR) return false;
-    if (count > 0) {
-      fed += static_cast<std::size_t>(count);
-      header.msg_control = nullptr;
-      header.msg_controllen = 0;
-    }
+    if (count > 0) fed += static_cast<std::size_t>(count);
     if (!process()) return false;
   }
   return true;

@@ -78,6 +78,7 @@ class WireConnection {
   Read readHandshakeLine();
   Read receive(std::size_t wanted, int flags);
   bool collectDescriptors(msghdr& header);
+  bool hasAnnouncedDescriptors(bool isHandshake);
   bool feed();
   bool process();
 

@@ -127,10 +127,26 @@ Error WireReader::error() {
   return error;
 }
 
+void WireReader::skipBasic(std::string_view signature) {
+  static constexpr std::pair<std::string_view, std::size_t> widths[] = {
+      {"y", 1}, {"n", 2}, {"q", 2}, {"b", 4}, {"i", 4},
+      {"u", 4}, {"h", 4}, {"x", 8}, {"t", 8}, {"d", 8}};
+  if (signature == "s" || signature == "o") {
+    text(4);
+  } else if (signature == "g") {
+    text(1);
+  } else {
+    const auto* const type = std::find_if(std::begin(widths), std::end(widths),
+                                          [&](auto& entry) { return entry.first == signature; });
+    if (type == std::end(widths)) return fail();
+    fixed(type->second);
+  }
+}
+
 PropertyValue WireReader::variant() {
-  const auto signature = text(1);
+  const auto type = signature();
   if (++values_ > maximumValues) fail();
-  return value(signature);
+  return value(type);
 }
 
 PropertyValue WireReader::value(std::string_view signature) {

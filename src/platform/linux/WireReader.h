@@ -46,13 +46,20 @@ class WireReader {
   std::vector<std::uint32_t> descriptorIndexes();
   /// "(sxa{sv})".
   Error error();
+  /// The type of the variant that follows.
+  std::string_view signature() { return text(1); }
+
+  /// Passes over a value that is not made of others. No header field has another kind of value.
+  void skipBasic(std::string_view signature);
+  /// Passes over padding.
+  void align(std::size_t boundary);
+  std::size_t position() const { return position_; }
 
  private:
   class Level;
 
   void fail() { ok_ = false; }
   std::uint64_t fixed(std::size_t width);
-  void align(std::size_t boundary);
   std::span<const std::uint8_t> bytes(std::size_t count);
   /// The text behind a length of the given width, without its end mark.
   std::string_view text(std::size_t lengthWidth);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <functional>
 
 #include "base/Error.h"
 #include "platform/linux/MessageFrame.h"
@@ -117,6 +118,44 @@ TEST(MessageFrame, MeasuresOrRefuses) {
   for (const auto& c : cases) {
     const auto frame = MessageFrame::parse(c.prefix);
     EXPECT_EQ(frame ? frame->length() : 0, c.length) << c.name;
+  }
+}
+
+TEST(MessageFrame, TakesTheDescriptorCountOrRefusesTheFields) {
+  const auto path = [](WireBytes& f) { f.align(8).byte(1).signature("o").string("/a"); };
+  const auto count = [](WireBytes& f) { f.align(8).byte(9).signature("u").u32(3); };
+  const auto ofType = [](const char* type) {
+    return [type](WireBytes& f) { f.align(8).byte(77).signature(type).u64(0); };
+  };
+  using Fields = std::vector<std::function<void(WireBytes&)>>;
+  const struct {
+    const char* name;
+    Fields fields;
+    std::optional<std::uint32_t> count;
+  } cases[] = {
+      {"no fields", {}, 0},
+      {"no count", {path}, 0},
+      {"first", {count, path}, 3},
+      {"last", {path, count}, 3},
+      {"after an unknown field", {ofType("x"), count}, 3},
+      {"twice", {count, path, count}, {}},
+      {"of another type", {[](WireBytes& f) { f.align(8).byte(9).signature("i").u32(3); }}, {}},
+      {"cut", {[](WireBytes& f) { f.align(8).byte(9).signature("u").byte(3); }}, {}},
+      {"after a field that is made of others", {ofType("ay"), count}, {}},
+      {"dirty padding",
+       {[](WireBytes& f) { f.byte(1).signature("y").byte(1).byte(9); }, count},
+       {}},
+  };
+  for (const auto& c : cases) {
+    WireBytes message;
+    message.byte('l').byte(1).byte(0).byte(1).u32(0).u32(1).array(8, [&](WireBytes& fields) {
+      for (const auto& write : c.fields) write(fields);
+    });
+    auto header = message.align(8).bytes();
+    const auto frame = MessageFrame::parse(std::span(header).first<MessageFrame::prefixLength>());
+    ASSERT_TRUE(frame) << c.name;
+    EXPECT_EQ(frame->takeDescriptorCount(header), c.count) << c.name;
+    EXPECT_EQ(frame->takeDescriptorCount(header), c.count ? 0 : c.count) << c.name;
   }
 }
 

@@ -1,0 +1,280 @@
+// What an ordinary local user can try against the daemon. Needs root: the attackers become another
+// user. Prints figures, and ends with 1 when one of them is over its limit.
+//
+//   attack_clients ATTACK [--rounds N] [--daemon PROGRAM]
+//
+// PROGRAM is found from the folder of this one.
+#include <dirent.h>
+#include <signal.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "integration/linux/RawClient.h"
+#include "platform/linux/WireConnection.h"
+#include "support/DaemonProcess.h"
+
+namespace qrt {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+using test::DaemonProcess;
+using test::RawClient;
+
+constexpr uid_t firstAttacker = 12345;
+
+struct Options {
+  int rounds = 0;
+  std::string daemon = "com.vantor.system.privilegedhelper-vk2";
+};
+
+/// Prints what was measured and remembers whether all of it was within its limits.
+class Figures {
+ public:
+  void print(const char* what, double value, const char* unit) {
+    std::printf("%-50s %10.1f %s\n", what, value, unit);
+  }
+  void atMost(const char* what, double value, double limit, const char* unit) {
+    const bool isKept = value <= limit;
+    std::printf("%-50s %10.1f %s (at most %.1f)%s\n", what, value, unit, limit,
+                isKept ? "" : " FAILED");
+    areKept_ &= isKept;
+  }
+  bool areKept() const { return areKept_; }
+
+ private:
+  bool areKept_ = true;
+};
+
+/// Processes of other users that do the same until this goes.
+class Attackers {
+ public:
+  void add(uid_t user, const std::function<void()>& act) {
+    const pid_t child = fork();
+    if (child == 0) {
+      if (setgid(user) == 0 && setuid(user) == 0) act();
+      _exit(1);
+    }
+    processes_.push_back(child);
+  }
+  ~Attackers() {
+    for (const auto process : processes_) {
+      kill(process, SIGKILL);
+      waitpid(process, nullptr, 0);
+    }
+  }
+
+ private:
+  std::vector<pid_t> processes_;
+};
+
+RawClient client(const DaemonProcess& daemon) {
+  RawClient client(daemon.socketPath());
+  if (!client.send(RawClient::handshakeBytes()) || !client.receiveHandshake()) {
+    std::fprintf(stderr, "no connection\n");
+  }
+  return client;
+}
+
+int openDescriptors(pid_t process) {
+  int count = 0;
+  DIR* folder = opendir(("/proc/" + std::to_string(process) + "/fd").c_str());
+  while (folder && readdir(folder)) ++count;
+  if (folder) closedir(folder);
+  return count;
+}
+
+/// Until connections that have ended are gone from it.
+int settledDescriptors(pid_t process, int wanted) {
+  int count = openDescriptors(process);
+  for (int i = 0; i < 500 && count > wanted; ++i) {
+    std::this_thread::sleep_for(10ms);
+    count = openDescriptors(process);
+  }
+  return count;
+}
+
+// Messages with descriptors.
+
+struct MessageWithDescriptors {
+  bool isGood;
+  Data bytes;
+  std::vector<int> descriptors;
+
+  /// The kernel takes up to 253 with one message.
+  explicit MessageWithDescriptors(int round)
+      : descriptors(static_cast<std::size_t>(round % 254), STDERR_FILENO) {
+    enum { valid, invalidHeader, wrongCount };
+    const int kind = round % 3;
+    constexpr std::size_t mostInAMessage = 64;
+    isGood = kind == valid && descriptors.size() <= mostInAMessage;
+    bytes = RawClient::methodCall(kind == invalidHeader ? "no member" : "getVersionString", "", {},
+                                  descriptors.size() + (kind == wrongCount ? 1 : 0));
+  }
+};
+
+/// Each may have cost half a minute.
+constexpr int enough = 3;
+
+/// Returns how many of the messages were not answered as they should be.
+int sendToTheDaemon(const DaemonProcess& daemon, int rounds) {
+  int wrong = 0;
+  for (int round = 0; round < rounds && wrong < enough; ++round) {
+    const MessageWithDescriptors message(round);
+    auto peer = client(daemon);
+    peer.send(message.bytes, message.descriptors);
+    wrong += message.isGood ? !peer.receiveReply() : !peer.isClosedByPeer();
+  }
+  return wrong;
+}
+
+int sendToAClient(int rounds) {
+  int wrong = 0;
+  for (int round = 0; round < rounds && wrong < enough; ++round) {
+    const MessageWithDescriptors message(round);
+    test::SocketPair pair;
+    RawClient helper(std::move(pair.second));
+    helper.send(
+        test::WireBytes().raw("OK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n").bytes());
+    {
+      auto wire = WireConnection::make(std::move(pair.first), WireConnection::Role::client);
+      if (!wire || !(*wire)->handshake()) return rounds;
+      helper.send(message.bytes, message.descriptors);
+      const bool isTaken = (*wire)->step() == WireConnection::Progress::made;
+      wrong += isTaken != message.isGood;
+    }
+    wrong += !helper.isClosedByPeer();
+  }
+  return wrong;
+}
+
+void sendDescriptors(const Options& options, Figures& figures) {
+  const DaemonProcess daemon("", options.daemon);
+  { const auto first = client(daemon); }
+  const int rounds = options.rounds > 0 ? options.rounds : 600;
+  std::this_thread::sleep_for(100ms);
+  const int before = openDescriptors(daemon.processID());
+  figures.atMost("messages not answered as they should be", sendToTheDaemon(daemon, rounds), 0, "");
+  figures.atMost("descriptors left in the daemon",
+                 settledDescriptors(daemon.processID(), before) - before, 0, "");
+  const int mine = openDescriptors(getpid());
+  figures.atMost("messages not taken by a client as they should be", sendToAClient(rounds), 0, "");
+  figures.atMost("descriptors left in the client", openDescriptors(getpid()) - mine, 0, "");
+}
+
+// Connections in a loop.
+
+struct Delays {
+  double median;
+  double worstOfHundred;
+};
+
+/// How long it takes root to connect and to learn the version, in milliseconds.
+Delays connectAndAsk(const DaemonProcess& daemon, int rounds) {
+  std::vector<double> delays;
+  for (int round = 0; round < rounds; ++round) {
+    const auto begun = Clock::now();
+    auto peer = client(daemon);
+    if (!peer.call("getVersionString")) std::fprintf(stderr, "no answer\n");
+    delays.push_back(std::chrono::duration<double, std::milli>(Clock::now() - begun).count());
+    std::this_thread::sleep_for(1ms);
+  }
+  std::sort(delays.begin(), delays.end());
+  return {delays[delays.size() / 2], delays[delays.size() * 99 / 100]};
+}
+
+/// Keeps the newest connections open and closes the others.
+void connectForEver(const std::string& path, std::size_t kept) {
+  std::vector<FileDescriptor> open(kept);
+  sockaddr_un name{AF_UNIX, {}};
+  path.copy(name.sun_path, sizeof name.sun_path - 1);
+  for (std::size_t i = 0;; i = (i + 1) % kept) {
+    open[i].reset(::socket(AF_UNIX, SOCK_STREAM, 0));
+    connect(open[i].get(), reinterpret_cast<sockaddr*>(&name), sizeof name);
+  }
+}
+
+void holdConnections(const DaemonProcess& daemon, int count) {
+  std::vector<RawClient> held;
+  for (int i = 0; i < count; ++i) {
+    held.emplace_back(daemon.socketPath());
+    held.back().send(RawClient::handshakeBytes());
+  }
+  pause();
+}
+
+void connectInALoop(const Options& options, Figures& figures) {
+  const DaemonProcess daemon("", options.daemon);
+  const int rounds = options.rounds > 0 ? options.rounds : 300;
+  const auto measure = [&](const char* what, const std::function<void()>& act) {
+    Attackers attackers;
+    for (int i = 0; i < 2; ++i) attackers.add(firstAttacker, act);
+    std::this_thread::sleep_for(300ms);
+    const auto delays = connectAndAsk(daemon, rounds);
+    std::printf("%-38s median %8.2f ms, 99 %% %8.2f ms\n", what, delays.median,
+                delays.worstOfHundred);
+    return delays.worstOfHundred;
+  };
+  const auto control = measure("two busy loops", [] {
+    for (volatile bool isBusy = true; isBusy;) continue;
+  });
+  constexpr double allowed = 50;
+  for (const std::size_t kept : {1, 100, 400}) {
+    const auto what = "two loops that keep " + std::to_string(kept) + " open";
+    const auto delay = measure(what.c_str(), [&] { connectForEver(daemon.socketPath(), kept); });
+    figures.atMost("  above the control", delay - control, allowed, "ms");
+  }
+  Attackers holders;
+  for (uid_t user = firstAttacker; user < firstAttacker + 9; ++user) {
+    holders.add(user, [&] { holdConnections(daemon, 64); });
+  }
+  std::this_thread::sleep_for(500ms);
+  const auto delay = measure("nine users hold 64 each", [] { pause(); });
+  figures.atMost("  above the control", delay - control, allowed, "ms");
+}
+
+struct Attack {
+  const char* name;
+  void (*run)(const Options&, Figures&);
+};
+
+constexpr Attack attacks[] = {{"descriptors", sendDescriptors}, {"connects", connectInALoop}};
+
+int usage() {
+  std::fprintf(stderr, "usage: attack_clients ATTACK [--rounds N] [--daemon PROGRAM]\nattacks:");
+  for (const auto& attack : attacks) std::fprintf(stderr, " %s", attack.name);
+  std::fprintf(stderr, "\n");
+  return 2;
+}
+
+int runAttack(int count, char** words) {
+  Options options;
+  for (int i = 2; i + 1 < count; i += 2) {
+    const std::string option = words[i];
+    if (option == "--rounds") options.rounds = std::atoi(words[i + 1]);
+    if (option == "--daemon") options.daemon = words[i + 1];
+  }
+  const auto* const attack = std::find_if(
+      std::begin(attacks), std::end(attacks),
+      [&](const Attack& one) { return count > 1 && words[1] == std::string(one.name); });
+  if (attack == std::end(attacks)) return usage();
+  Figures figures;
+  attack->run(options, figures);
+  return figures.areKept() ? 0 : 1;
+}
+
+}  // namespace
+}  // namespace qrt
+
+int main(int count, char** words) {
+  setvbuf(stdout, nullptr, _IOLBF, 0);
+  return qrt::runAttack(count, words);
+}
