@@ -13,31 +13,29 @@ namespace qrt {
 class ConnectionQuota {
  public:
   static constexpr std::size_t maximumInAll = 512;
+  /// The last places of all.
+  static constexpr std::size_t reservedForRoot = 32;
   static constexpr std::size_t maximumOfOneUser = 64;
 
-  /// A place taken; given back when it goes.
-  class Place {
-   public:
-    Place(ConnectionQuota& quota, std::uint32_t user) : quota_(quota), user_(user) {}
-    ~Place() { quota_.leave(user_); }
-    Place(const Place&) = delete;
-    Place& operator=(const Place&) = delete;
-
-   private:
-    ConnectionQuota& quota_;
-    std::uint32_t user_;
+  struct Leave {
+    std::uint32_t user = 0;
+    void operator()(ConnectionQuota* quota) const { quota->leave(user); }
   };
+  /// A place that is taken until this goes. Null: there was no place.
+  using Place = std::unique_ptr<ConnectionQuota, Leave>;
 
-  /// Null when there is no place left for that user. Root is bound only by the total.
-  std::unique_ptr<Place> enter(std::uint32_t user) {
+  /// Null when there is no place left for that user. Root is bound only by the total. Makes no
+  /// system call, so that a refusal costs little.
+  Place enter(std::uint32_t user) {
     const std::lock_guard guard(mutex_);
     const auto mine = places_.find(user);
-    const bool userIsFull = user != 0 && mine != places_.end() && mine->second >= maximumOfOneUser;
-    if (total_ >= maximumInAll || userIsFull) return nullptr;
-    auto place = std::make_unique<Place>(*this, user);
+    const bool isRoot = user == 0;
+    const bool userIsFull = !isRoot && mine != places_.end() && mine->second >= maximumOfOneUser;
+    const auto open = isRoot ? maximumInAll : maximumInAll - reservedForRoot;
+    if (total_ >= open || userIsFull) return nullptr;
     ++total_;
     ++places_[user];
-    return place;
+    return Place(this, Leave{user});
   }
 
  private:

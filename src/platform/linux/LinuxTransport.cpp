@@ -20,15 +20,26 @@ namespace {
 
 constexpr std::chrono::milliseconds pauseWithoutDescriptors{100};
 
+/// Of peers that wait to be accepted. All users wait in one queue, so a long one, filled by one
+/// user, keeps the others waiting; no user has places for more peers than this.
+constexpr int longestQueue = ConnectionQuota::maximumOfOneUser;
+
+/// Whether the peer has gone without a word. Nothing is built for it then.
+bool hasLeft(const FileDescriptor& socket) {
+  char byte;
+  return recv(socket.get(), &byte, sizeof byte, MSG_PEEK | MSG_DONTWAIT) == 0;
+}
+
 class LinuxIncomingConnection : public IncomingConnection {
  public:
-  LinuxIncomingConnection(FileDescriptor socket, Peer peer)
-      : socket_(std::move(socket)), peer_(std::move(peer)) {}
+  LinuxIncomingConnection(FileDescriptor socket, Peer peer, ConnectionQuota::Place place)
+      : socket_(std::move(socket)), peer_(peer), place_(std::move(place)) {}
 
   void setExportedObject(QRTPrivilegedHelperProtocol& object) override { object_ = &object; }
 
   void resume() override {
-    if (object_) isServed_ = ServedConnection::serve(std::move(socket_), peer_, *object_);
+    if (!object_) return;
+    isServed_ = ServedConnection::serve(std::move(socket_), peer_, std::move(place_), *object_);
   }
 
   bool isServed() const { return isServed_; }
@@ -36,6 +47,7 @@ class LinuxIncomingConnection : public IncomingConnection {
  private:
   FileDescriptor socket_;
   Peer peer_;
+  ConnectionQuota::Place place_;
   QRTPrivilegedHelperProtocol* object_ = nullptr;
   bool isServed_ = false;
 };
@@ -57,6 +69,7 @@ class LinuxListener : public Listener {
       return error;
     }
     socket_ = std::move(*socket);
+    listen(socket_.get(), longestQueue);
     reserve_.reset(open("/dev/null", O_RDONLY | O_CLOEXEC));
     return success;
   }
@@ -75,11 +88,12 @@ class LinuxListener : public Listener {
   void invalidate() override { invalidated_ = true; }
 
   std::unique_ptr<ListenerEndpoint> endpoint(const Caller& caller) override {
+    auto place = quota_.enter(caller.userID);
     int pair[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) < 0) return nullptr;
+    if (!place || socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) < 0) return nullptr;
     FileDescriptor ours(pair[0]);
     FileDescriptor theirs(pair[1]);
-    if (!offer(std::move(ours), caller)) return nullptr;
+    if (!offer(std::move(ours), caller, std::move(place))) return nullptr;
     return std::make_unique<LinuxListenerEndpoint>(std::move(theirs));
   }
 
@@ -87,16 +101,18 @@ class LinuxListener : public Listener {
   void welcome(FileDescriptor socket) {
     const auto user = userOfPeer(socket.get());
     if (!user) return;
+    auto place = quota_.enter(*user);
+    if (!place || hasLeft(socket)) return;
     Caller caller{.userID = *user};
     if (const auto process = identityOfPeer(socket.get())) {
       caller.processID = process->processID;
       caller.startTime = process->startTime;
     }
-    offer(std::move(socket), caller);
+    offer(std::move(socket), caller, std::move(place));
   }
 
-  bool offer(FileDescriptor socket, const Caller& caller) {
-    LinuxIncomingConnection connection(std::move(socket), {caller, &quota_, &authority_});
+  bool offer(FileDescriptor socket, const Caller& caller, ConnectionQuota::Place place) {
+    LinuxIncomingConnection connection(std::move(socket), {caller, &authority_}, std::move(place));
     return delegate_ && delegate_->shouldAcceptNewConnection(*this, &connection) &&
            connection.isServed();
   }

@@ -123,9 +123,9 @@ struct ServedConnection::Methods {
   }
 };
 
-ServedConnection::ServedConnection(std::unique_ptr<WireConnection> wire, Peer peer,
+ServedConnection::ServedConnection(std::unique_ptr<WireConnection> wire, const Peer& peer,
                                    QRTPrivilegedHelperProtocol& object)
-    : wire_(std::move(wire)), peer_(std::move(peer)), object_(object) {
+    : wire_(std::move(wire)), peer_(peer), object_(object) {
   peer_.caller.connection = wire_->socket();
   exportObjects();
 }
@@ -171,16 +171,12 @@ void ServedConnection::exportObjects() {
   }
 }
 
-bool ServedConnection::serve(FileDescriptor socket, Peer peer,
+bool ServedConnection::serve(FileDescriptor socket, const Peer& peer, ConnectionQuota::Place place,
                              QRTPrivilegedHelperProtocol& object) {
-  auto place = peer.quota->enter(peer.caller.userID);
-  auto wire = WireConnection::make(std::move(socket), WireConnection::Role::server);
-  if (!place || !wire) return false;
-  std::unique_ptr<ServedConnection> connection(
-      new ServedConnection(std::move(*wire), std::move(peer), object));
   try {
-    std::thread([place = std::move(place), connection = std::move(connection)] {
-      connection->run();
+    std::thread([socket = std::move(socket), peer, place = std::move(place), &object]() mutable {
+      auto wire = WireConnection::make(std::move(socket), WireConnection::Role::server);
+      if (wire) ServedConnection(std::move(*wire), peer, object).run();
     }).detach();
   } catch (const std::system_error&) {
     return false;

@@ -12,11 +12,10 @@
 
 namespace qrt {
 
-/// Who asks, and what the connections of that peer count against.
+/// Who asks, and where it gets its authorization.
 struct Peer {
   /// Its connection is known once it is served.
   Caller caller;
-  ConnectionQuota* quota = nullptr;
   LinuxAuthority* authority = nullptr;
 };
 
@@ -28,11 +27,13 @@ class ServedConnection {
   /// can be sent, without anything moving. One that just has nothing to ask may stay.
   static constexpr std::chrono::seconds stallLimit{30};
 
-  /// Starts the thread. Without a place in the quota, or without resources, the socket is closed.
-  static bool serve(FileDescriptor socket, Peer peer, QRTPrivilegedHelperProtocol& object);
+  /// Starts the thread, which makes the connection and holds the place until the peer leaves: the
+  /// thread that accepts is soon back at the door. Without resources the socket is closed.
+  static bool serve(FileDescriptor socket, const Peer& peer, ConnectionQuota::Place place,
+                    QRTPrivilegedHelperProtocol& object);
 
  private:
-  ServedConnection(std::unique_ptr<WireConnection> wire, Peer peer,
+  ServedConnection(std::unique_ptr<WireConnection> wire, const Peer& peer,
                    QRTPrivilegedHelperProtocol& object);
   void run();
   void exportObjects();

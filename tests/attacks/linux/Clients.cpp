@@ -12,7 +12,9 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -78,9 +80,7 @@ class Attackers {
 
 RawClient client(const DaemonProcess& daemon) {
   RawClient client(daemon.socketPath());
-  if (!client.send(RawClient::handshakeBytes()) || !client.receiveHandshake()) {
-    std::fprintf(stderr, "no connection\n");
-  }
+  if (client.send(RawClient::handshakeBytes())) client.receiveHandshake();
   return client;
 }
 
@@ -175,20 +175,21 @@ void sendDescriptors(const Options& options, Figures& figures) {
 struct Delays {
   double median;
   double worstOfHundred;
+  int unanswered = 0;
 };
 
 /// How long it takes root to connect and to learn the version, in milliseconds.
 Delays connectAndAsk(const DaemonProcess& daemon, int rounds) {
   std::vector<double> delays;
+  int unanswered = 0;
   for (int round = 0; round < rounds; ++round) {
     const auto begun = Clock::now();
-    auto peer = client(daemon);
-    if (!peer.call("getVersionString")) std::fprintf(stderr, "no answer\n");
+    unanswered += !client(daemon).call("getVersionString");
     delays.push_back(std::chrono::duration<double, std::milli>(Clock::now() - begun).count());
     std::this_thread::sleep_for(1ms);
   }
   std::sort(delays.begin(), delays.end());
-  return {delays[delays.size() / 2], delays[delays.size() * 99 / 100]};
+  return {delays[delays.size() / 2], delays[delays.size() * 99 / 100], unanswered};
 }
 
 /// Keeps the newest connections open and closes the others.
@@ -211,6 +212,32 @@ void holdConnections(const DaemonProcess& daemon, int count) {
   pause();
 }
 
+/// Returns how many system calls the daemon makes for a connection that it refuses.
+double callsOfARefusal(const DaemonProcess& daemon) {
+  constexpr int refusals = 200;
+  const auto trace = daemon.folder() + "/trace";
+  const auto process = std::to_string(daemon.processID());
+  Attackers attackers;
+  attackers.add(firstAttacker, [&] { holdConnections(daemon, 64); });
+  std::this_thread::sleep_for(500ms);
+  const pid_t strace = fork();
+  if (strace == 0) {
+    execlp("strace", "strace", "-qq", "-o", trace.c_str(), "-p", process.c_str(), nullptr);
+    _exit(127);
+  }
+  std::this_thread::sleep_for(500ms);
+  attackers.add(firstAttacker, [&] {
+    for (int i = 0; i < refusals; ++i) RawClient(daemon.socketPath()).isClosedByPeer();
+    pause();
+  });
+  std::this_thread::sleep_for(1s);
+  kill(strace, SIGTERM);
+  waitpid(strace, nullptr, 0);
+  std::ifstream lines(trace);
+  const auto calls = std::count(std::istreambuf_iterator<char>(lines), {}, '\n');
+  return static_cast<double>(calls) / refusals;
+}
+
 void connectInALoop(const Options& options, Figures& figures) {
   const DaemonProcess daemon("", options.daemon);
   const int rounds = options.rounds > 0 ? options.rounds : 300;
@@ -221,6 +248,7 @@ void connectInALoop(const Options& options, Figures& figures) {
     const auto delays = connectAndAsk(daemon, rounds);
     std::printf("%-38s median %8.2f ms, 99 %% %8.2f ms\n", what, delays.median,
                 delays.worstOfHundred);
+    figures.atMost("  unanswered", delays.unanswered, 0, "");
     return delays.worstOfHundred;
   };
   const auto control = measure("two busy loops", [] {
@@ -232,6 +260,7 @@ void connectInALoop(const Options& options, Figures& figures) {
     const auto delay = measure(what.c_str(), [&] { connectForEver(daemon.socketPath(), kept); });
     figures.atMost("  above the control", delay - control, allowed, "ms");
   }
+  figures.atMost("system calls for a refusal", callsOfARefusal(daemon), 6, "");
   Attackers holders;
   for (uid_t user = firstAttacker; user < firstAttacker + 9; ++user) {
     holders.add(user, [&] { holdConnections(daemon, 64); });
