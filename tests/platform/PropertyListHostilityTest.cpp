@@ -86,7 +86,7 @@ TEST(PropertyListHostility, IsAnsweredWithAnErrorSoon) {
       {"nested text dictionaries", repeated("{a=", mebibyte)},
       {"text pairs", repeated("a=(", mebibyte)},
       {"text without end", "\"" + repeated("\\U0041", mebibyte)},
-      {"comments without end", repeated("/*", mebibyte)},
+      {"comments without end", "(" + repeated("/* ", mebibyte)},
       {"nested binary", binary(chain)},
       {"binary in itself", sharedArrays(0, 0, arrayOf({0}))},
       {"binary in itself often", sharedArrays(0, 0, arrayOf({0, 0, 0, 0, 0, 0, 0, 0}))},

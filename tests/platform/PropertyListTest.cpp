@@ -60,7 +60,7 @@ TEST(PropertyList, TellsTheFormsApart) {
                                      utf16(u"\uFEFF\xDC00\xD800", true),
                                      utf16(u"\uFEFFa", false) + "b"};
   for (const auto& bytes : malformed16) expectRefused(bytes);
-  for (const auto* bytes : {"", "/* nothing */", "\"\xFC\""}) expectRefused(bytes);
+  for (const auto* bytes : {"", "\"\xFC\""}) expectRefused(bytes);
   expectRefused({"\"\0\"", 3});
 }
 
@@ -113,7 +113,7 @@ TEST(PropertyList, ReadsOldStyleText) {
       {R"('a "b" \'')", "a \"b\" '"},
       {"\"two\nlines\"", "two\nlines"},
       {R"("\101\1018\351\251\777")", "AA8\u00D8'\uFFFD"},
-      {R"("\U00fc\Ud83d\Ude00\U41 \u41")", "\u00FC\U0001F600A u41"},
+      {R"("\U00fc\ud83d\Ude00\U41 \u41g\u00E90")", "\u00FC\U0001F600A Ag\u00E90"},
       {"<>", Data{}},
       {"< 00 01\n02fF >", Data{0, 1, 2, 0xFF}},
       {"<[AAEC/w==]>", Data{0, 1, 2, 0xFF}},
@@ -127,15 +127,19 @@ TEST(PropertyList, ReadsOldStyleText) {
        Dictionary{{"a", "/* c */"}}},
       {"/* Title */\n\"key\" = \"value\";\nshort;\nd = {e = f;};\n",
        Dictionary{{"key", "value"}, {"short", "short"}, {"d", Dictionary{{"e", "f"}}}}},
+      {" ", Dictionary()},
+      {"// nothing\n/* else */", Dictionary()},
+      {"\"a\" = b; /* no end", Dictionary{{"a", "b"}}},
   });
 }
 
 TEST(PropertyList, RefusesTextThatIsNoPropertyList) {
   const std::vector<std::string> texts[] = {
-      {"hello world", "a = b", "a = b; c", "a;;", "\xC3\xBC", "}", "a /* b", "(a, /* b"},
-      {"{", "{a", "{a}", "{a=", "{a=b", "{a=b}", "{a=b;", "{a=b;};", "{=b;}", "{(a)=b;}"},
-      {"(", "(a", "(a,", "(a b)", "(,)", "(a,,b)", "(a))"},
-      {"\"a", "'a", "\"a\\", R"("\U")", R"("\Ud800")", R"("\Ud800\U0041")", R"("\Udc00")"},
+      {"hello world", "a = b", "a = b; c", "a;;", "\xC3\xBC", "}", "a, b", "(a, /* b"},
+      {"{", "{a", "{a}", "{a=", "{a=b", "{a=b;", "{a=b;};", "{a==b}", "{a=b;;}", "{(a)=b;}"},
+      {"(", "(a", "(a,", "(a b)", "(a;)", "(a))", "(=)"},
+      {"\"a", "'a", "\"a\\", R"("\U")", R"("\u")", R"("\Ud800")", R"("\Ud800\U0041")",
+       R"("\Udc00")"},
       {"<0", "<0>", "<0 1>", "<[AA>", "<*>", "<*X1>", "<*I>", "<*RX>", "<*BX>", "<*D2001-01-01>"},
   };
   for (const auto& group : texts) {
@@ -206,7 +210,7 @@ TEST(PropertyList, RefusesMalformedBinaryObjects) {
   const std::string wide(16, '\xFF');
   using Objects = std::vector<std::string>;
   const std::pair<const char*, std::vector<Objects>> groups[] = {
-      {"null, UID", {{raw("\0")}, {"\x80\1"}}},
+      {"null", {{raw("\0")}}},
       {"cut short",
        {{"\x13\1"}, {"\x42z"}, {"\x62zzz"}, {"\xA1"}, {"\xD1\1"}, {"\x5F"}, {"\x5F\x10"}}},
       {"unknown width", {{"\x15" + wide + wide}, {"\x21\1\1"}, {raw("\x32\0\0\0\0")}}},
@@ -226,7 +230,8 @@ TEST(PropertyList, RefusesMalformedBinaryObjects) {
 TEST(PropertyList, TellsWhereTheProblemIs) {
   for (const auto& [bytes, place] : std::vector<std::pair<std::string, std::string>>{
            {"<array>\n<true/>\n<set/>", "line 3"},
-           {"{\n  a = b\n}", "line 3"},
+           {"{\n  a\n}", "line 3"},
+           {binary({"\x80\1"}), "a UID object"},
            {"{\n a = \"b\n\\n;\n}\n", "line 2"},
            {binary({raw("\xA2\1\2"), "\x09", raw("\0")}), "object 2"}}) {
     EXPECT_NE(shown(parsed(bytes)).find(place), std::string::npos) << shown(parsed(bytes));

@@ -46,6 +46,7 @@ enum class Kind : std::uint8_t {
   data = 0x4,
   asciiString = 0x5,
   utf16String = 0x6,
+  uid = 0x8,
   array = 0xA,
   set = 0xC,
   dictionary = 0xD
@@ -244,6 +245,8 @@ class BinaryReader {
         return fixed(object, dateFrom);
       case Kind::data:
         return data(object);
+      case Kind::uid:
+        return Problem{"a UID object, which only archives of objects have"};
       default:
         break;
     }

@@ -20,7 +20,11 @@ using Read = Result<T, Problem>;
 
 constexpr std::string_view blanks = " \t\n\v\f\r";
 constexpr std::string_view unquotedCharacters =
-    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_$/:.-";
+    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789!#$%&*+-./:?@^_|~";
+
+/// What follows a string that was left out, which is then the empty one.
+constexpr std::string_view afterOmittedKey = "=";
+constexpr std::string_view afterOmittedValue = ";,)}";
 
 /// Letters after a backslash and what they stand for; any other character stands for itself.
 constexpr std::string_view escapeLetters = "abfnrtv";
@@ -70,8 +74,9 @@ class TextReader {
  private:
   PropertyListCheck readRoot() {
     skipBlanks();
-    if (atEnd()) return Problem{"there is no value"};
-    auto problem = isStringTable() ? readStringTable() : readValue();
+    if (text_.empty()) return Problem{"there is no value"};
+    // A table that has nothing but comments is an empty table.
+    auto problem = atEnd() || isStringTable() ? readStringTable() : readValue();
     skipBlanks();
     return problem;
   }
@@ -79,7 +84,7 @@ class TextReader {
   /// A string at the top is the whole list, or the first key of a string table.
   bool isStringTable() {
     const std::size_t begin = position_;
-    const bool startsWithString = bool(readString());
+    const bool startsWithString = bool(readString(afterOmittedKey));
     skipBlanks();
     const bool pairs = startsWithString && (at('=') || at(';'));
     position_ = begin;
@@ -100,7 +105,7 @@ class TextReader {
     if (take('{')) return readDictionary();
     if (take('(')) return readArray();
     if (take('<')) return add(readBracketed());
-    return add(readString());
+    return add(readString(afterOmittedValue));
   }
 
   PropertyListCheck readDictionary() {
@@ -112,7 +117,7 @@ class TextReader {
   }
 
   PropertyListCheck readPair() {
-    auto key = readString();
+    auto key = readString(afterOmittedKey);
     if (!key) return key.error();
     if (auto problem = builder_.key(*key)) return problem;
     skipBlanks();
@@ -121,7 +126,7 @@ class TextReader {
     skipBlanks();
     if (auto problem = readValue()) return problem;
     skipBlanks();
-    if (!take(';')) return Problem{"a value without ; in a dictionary"};
+    if (!take(';') && !at('}')) return Problem{"a value without ; in a dictionary"};
     return {};
   }
 
@@ -147,11 +152,14 @@ class TextReader {
     return valueFrom(dataFromBase64Text(content.substr(1, content.size() - 2)));
   }
 
-  Read<std::string> readString() {
+  Read<std::string> readString(std::string_view afterOmitted) {
     if (at('"') || at('\'')) return readQuotedString();
     const std::size_t end =
         std::min(text_.find_first_not_of(unquotedCharacters, position_), text_.size());
-    if (end == position_) return Problem{"an unexpected character or end"};
+    const bool isOmitted = end == position_;
+    if (isOmitted && (atEnd() || afterOmitted.find(text_[position_]) == std::string_view::npos)) {
+      return Problem{"an unexpected character or end"};
+    }
     const auto text = text_.substr(position_, end - position_);
     position_ = end;
     return std::string(text);
@@ -180,7 +188,7 @@ class TextReader {
       appendUtf8(result, characterFromNextStep(static_cast<std::uint8_t>(*byte)));
       return {};
     }
-    if (take('U')) return readUnicodeEscape(result);
+    if (take('U') || take('u')) return readUnicodeEscape(result);
     const char letter = text_[position_++];
     const std::size_t known = escapeLetters.find(letter);
     result.push_back(known == std::string_view::npos ? letter : escapedCharacters[known]);
@@ -190,9 +198,9 @@ class TextReader {
   PropertyListCheck readUnicodeEscape(std::string& result) {
     constexpr std::size_t digits = 4;
     auto character = takeNumber(16, digits);
-    if (!character) return Problem{"\\U without a number"};
+    if (!character) return Problem{"\\U or \\u without a number"};
     if (isHighSurrogate(*character)) {
-      const bool pair = take('\\') && take('U');
+      const bool pair = take('\\') && (take('U') || take('u'));
       const auto low = pair ? takeNumber(16, digits) : std::nullopt;
       if (!low || !isLowSurrogate(*low)) return Problem{"a surrogate without its partner"};
       character = characterFromSurrogates(*character, *low);
@@ -219,7 +227,7 @@ class TextReader {
     return builder_.add(std::move(*value));
   }
 
-  /// Also skips comments. One without end stays, and fails whatever comes next.
+  /// Also skips comments. One without an end reaches to the end of the text.
   void skipBlanks() {
     while (true) {
       position_ = std::min(text_.find_first_not_of(blanks, position_), text_.size());
@@ -228,8 +236,7 @@ class TextReader {
         position_ = std::min(text_.find_first_of("\r\n", position_), text_.size());
       } else if (rest.starts_with("/*")) {
         const std::size_t end = text_.find("*/", position_ + 2);
-        if (end == std::string_view::npos) return;
-        position_ = end + 2;
+        position_ = end == std::string_view::npos ? text_.size() : end + 2;
       } else {
         return;
       }
