@@ -45,12 +45,13 @@ struct SigningCertificate {
   friend bool operator==(const SigningCertificate&, const SigningCertificate&) = default;
 };
 
-/// What a signature says, whether or not it is valid.
+/// What a signature says, whether or not it is valid. For programs of several processor types in
+/// one file it is that of the first.
 struct SigningInformation {
   std::optional<std::string> identifier;
   std::optional<std::string> teamIdentifier;
-  /// From the signer's own to the anchor. Empty when nobody's name is in the signature or no chain
-  /// leads from it to an anchor.
+  /// From the signer's own to the anchor. Empty for an ad hoc signature, which has hashes but no
+  /// signer, and when no chain leads from the signer to an anchor.
   std::vector<SigningCertificate> certificates;
 
   friend bool operator==(const SigningInformation&, const SigningInformation&) = default;
@@ -66,9 +67,11 @@ class StaticCode {
   virtual std::optional<SigningInformation> signingInformation() = 0;
 
   /// Success when the signature is intact and everything is as it was signed: the executable, the
-  /// information file and the resources, with nothing added beyond what the signature allows. Who
-  /// signed, and whether that is anybody to be trusted, is not a matter of validity; that is for
-  /// the caller to tell from the last certificate. Expired certificates do not count.
+  /// information file and the resources, with nothing added beyond what the signature allows. All
+  /// programs of one file have the same certificates and team. Success does not mean that the
+  /// signer is to be trusted: the caller decides that from the last certificate. Expired
+  /// certificates do not count. An ad hoc signature is `signatureFailed` on Linux; macOS accepts it
+  /// when the hashes match, and its list of certificates is empty.
   virtual Outcome checkValidity() = 0;
 };
 

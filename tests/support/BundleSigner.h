@@ -25,6 +25,8 @@ struct SigningOptions {
   /// Whether the signer tells of all directories, in the older and in the newer form.
   bool listsDirectories = true;
   bool listsDirectoryDigests = true;
+  /// Hashes without a signer.
+  bool isAdHoc = false;
   /// Whether there is a newer list of sealed files.
   bool sealsNewerForm = true;
   /// What is sealed, in the bundle, and what is in it.

@@ -1,7 +1,5 @@
 #include "platform/linux/SignatureBlobs.h"
 
-#include <algorithm>
-
 namespace qrt {
 namespace {
 
@@ -23,10 +21,6 @@ std::optional<Bytes> blobAt(Bytes bytes, std::uint64_t offset) {
 std::optional<SignatureBlobs> readSignatureBlobs(Bytes signature) {
   const auto whole = blobAt(signature, 0);
   if (!whole || numberAt<std::uint32_t>(*whole, 0) != embeddedSignatureMagic) return std::nullopt;
-  const auto padding = signature.subspan(whole->size());
-  if (std::any_of(padding.begin(), padding.end(), [](auto byte) { return byte != 0; })) {
-    return std::nullopt;
-  }
   const auto count = numberAt<std::uint32_t>(*whole, 8);
   if (!count || *count > mostBlobs) return std::nullopt;
   SignatureBlobs blobs;

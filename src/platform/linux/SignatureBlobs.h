@@ -23,7 +23,8 @@ inline constexpr std::uint32_t cms = 0x10000;
 /// By their slots, each with its header. Refers to the signature's bytes.
 using SignatureBlobs = std::map<std::uint32_t, Bytes>;
 
-/// None for what is no signature, and when it is followed by anything but zeros.
+/// None for what is not a signature. The space that is reserved for one may be larger; what follows
+/// it there has no meaning.
 std::optional<SignatureBlobs> readSignatureBlobs(Bytes signature);
 
 inline constexpr std::size_t blobHeaderSize = 8;

@@ -29,6 +29,11 @@ std::vector<SignedProgram> readPrograms(int file) {
   return programs;
 }
 
+/// Whether both were signed by the same one. Their identifiers may differ.
+bool haveOneSigner(const SigningInformation& one, const SigningInformation& other) {
+  return one.certificates == other.certificates && one.teamIdentifier == other.teamIdentifier;
+}
+
 Outcome statusOutcome(std::int32_t status) {
   return status == 0 ? Outcome() : Outcome(osStatusError(status));
 }
@@ -63,10 +68,10 @@ std::optional<SigningInformation> SignedCode::information() const {
 Outcome SignedCode::check(SigningBudget& budget, unsigned depth) const {
   using namespace code_signing_status;
   if (programs_.empty()) return osStatusError(notSigned);
-  // Or one program would vouch for another's.
+  // Or the first signer would vouch for another signer's program.
   const bool areOneSigners =
       std::all_of(programs_.begin(), programs_.end(), [&](const SignedProgram& each) {
-        return each.information() == programs_.front().information();
+        return haveOneSigner(each.information(), programs_.front().information());
       });
   if (!areOneSigners) return osStatusError(signatureFailed);
 

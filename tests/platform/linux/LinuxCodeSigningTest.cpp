@@ -141,7 +141,7 @@ TEST(LinuxCodeSigning, EveryChangedByteOfAProgramIsFound) {
       // The message begins with its certificates; the authority's and the root's lie in front.
       {"certificate", [](const Program& p) { return p.cmsOffset + 300; }, failed},
       {"another certificate", [](const Program& p) { return p.cmsOffset + 700; }, failed},
-      {"behind the signature", [](const Program& p) { return p.bytes.size() - 1; }, noSignature},
+      {"space after the signature", [](const Program& p) { return p.bytes.size() - 1; }, "0"},
   };
   for (const auto& c : cases) {
     const Application application;
@@ -252,6 +252,7 @@ TEST(LinuxCodeSigning, SignaturesThatNobodyMayMake) {
       {"certificate for anything", {}, {.purpose = ""}},
       {"authority that is none", {}, {.authorityMayIssue = false}},
       {"no anchor", {}, {.includesRoot = false}},
+      {"no signer", {.isAdHoc = true}, {}},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(codeOf(Application(c.options, c.chain).validity()), signatureFailed) << c.name;
@@ -268,18 +269,23 @@ TEST(LinuxCodeSigning, ASignatureOfNothingIsNoneOfBytesThatAreNotThere) {
   EXPECT_FALSE(verifiedCmsSigner(chain.sign(nothing, {}), {}));
 }
 
-TEST(LinuxCodeSigning, OneProgramDoesNotVouchForAnother) {
+TEST(LinuxCodeSigning, ProgramsOfOneFileHaveOneSignerAndAnyIdentifiers) {
   const Application application(universal);
   const auto info = application.read("Info.plist");
   const auto list = application.read("_CodeSignature/CodeResources");
-  const SigningChain other({.team = "TEAM"});
-  const auto foreign = test::signedProgram(other, universal, &info, &list).bytes;
-  auto bytes = application.program.bytes;
+  const auto whole = application.program.bytes;
   const auto last = static_cast<std::ptrdiff_t>(application.program.directoryOffset) - 5000;
-  bytes.erase(bytes.begin() + last, bytes.end());
-  bytes.insert(bytes.end(), foreign.begin() + last, foreign.end());
-  application.put("MacOS/program", bytes);
-  EXPECT_EQ(codeOf(application.validity()), signatureFailed);
+  const auto withLastOf = [&](const SigningChain& chain, const std::string& identifier) {
+    auto options = universal;
+    options.identifier = identifier;
+    const auto others = test::signedProgram(chain, options, &info, &list).bytes;
+    Data bytes(whole.begin(), whole.begin() + last);
+    bytes.insert(bytes.end(), others.begin() + last, others.end());
+    application.put("MacOS/program", bytes);
+    return shown(application.validity());
+  };
+  EXPECT_EQ(withLastOf(application.chain, "com.example.app-55554944a5"), "0");
+  EXPECT_EQ(withLastOf(SigningChain({.team = "TEAM"}), universal.identifier), failed);
 }
 
 TEST(LinuxCodeSigning, LinksThatLeadOutsideAreAlteredEvenWhenSealed) {

@@ -135,8 +135,9 @@ SignedProgramFile thinProgram(const SigningChain& chain, const ProgramForm& form
   for (std::size_t i = 0; i < directories.size(); ++i) {
     blobs[i == 0 ? 0 : 0x1000 + static_cast<std::uint32_t>(i - 1)] = directories[i];
   }
-  blobs[0x10000] =
-      blob(0xFADE0B01, chain.sign(directories[0], attributesFor(directories, options)));
+  blobs[0x10000] = blob(
+      0xFADE0B01,
+      options.isAdHoc ? Data() : chain.sign(directories[0], attributesFor(directories, options)));
 
   Data index, contents;
   put(index, {blobs.size()});
