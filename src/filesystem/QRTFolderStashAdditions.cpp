@@ -1,10 +1,10 @@
 #include "filesystem/QRTFolderStashAdditions.h"
 
+#include "base/Path.h"
 #include "filesystem/ExtendedAttributeAdditions.h"
 #include "filesystem/FileManager.h"
 #include "filesystem/FileManagerError.h"
 #include "filesystem/ItemMove.h"
-#include "filesystem/PathText.h"
 
 namespace qrt::QRTFolderStashAdditions {
 namespace {
@@ -13,14 +13,6 @@ constexpr std::uint32_t ownerOnly = 0700;
 
 /// The folder's own name for itself: what is done through it cannot be led astray.
 FileAt itself(const Folder& folder) { return {folder, "."}; }
-
-std::string pathBeside(std::string path, const std::string& name) {
-  while (path.size() > 1 && path.back() == '/') path.pop_back();
-  const auto slash = path.rfind('/');
-  if (slash == std::string::npos) return name;
-  path.resize(slash + 1);
-  return path + name;
-}
 
 Result<FolderMetadata> metadataOf(const ItemContext& context, const Folder& folder,
                                   const std::string& path) {
@@ -85,7 +77,7 @@ Outcome moveFolderAtPath(const ItemContext& context, const std::string& path,
   if (!FileManager::fileExistsAtPath(files, path, &isFolder) || !isFolder) {
     return posixError(PosixCode::notDirectory, path);
   }
-  const auto target = pathBeside(path, newName);
+  const auto target = path::appending(path::withoutLastComponent(path), newName);
   if (FileManager::fileExistsAtPath(files, target)) return posixError(PosixCode::exists, target);
 
   const auto location = files.locate(path);

@@ -65,7 +65,10 @@ TEST_F(QRTFolderStashAdditionsTest, WhatCannotBeMovedIsRefused) {
   }
   for (const auto& taken : {file, folder}) {
     const auto name = taken.substr(taken.rfind('/') + 1);
-    EXPECT_EQ(stash(folder, name, true), posixError(PosixCode::exists, taken));
+    for (const auto* slashes : {"", "/", "//"}) {
+      EXPECT_EQ(stash(folder + slashes, slashes + name, true),
+                posixError(PosixCode::exists, taken));
+    }
   }
   EXPECT_EQ(stash(folder, "dangling", true)->code, 516);
   if (scratch_.changeFlags("folder", "+i")) {
