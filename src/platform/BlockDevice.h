@@ -17,12 +17,16 @@ class BlockDevice {
 
   virtual ~BlockDevice() = default;
 
-  /// Writes that many zero bytes, at most `largestWrite`, behind those already written. Answers how
-  /// many it were: fewer where the device ends. An error leaves the place where it was, though some
-  /// bytes behind it may have been written.
+  /// In bytes: the size of each write must be a multiple of it. 1 where the system completes
+  /// sectors by itself.
+  virtual std::size_t writeUnit() const = 0;
+
+  /// Writes that many zero bytes, at most `largestWrite`, after those already written. Returns the
+  /// number of bytes written; fewer at the end of the device. After an error the next write begins
+  /// at the same place, though some bytes after it may have been written.
   virtual PosixResult<std::size_t> writeZeros(std::size_t count) = 0;
 
-  /// Waits until what was written is on the device. What cannot keep anything is done at once.
+  /// Waits until what was written is on the device. Returns at once for one that keeps nothing.
   virtual PosixCode synchronize() = 0;
 };
 

@@ -80,14 +80,16 @@ TEST(EraseDiskblocks, NamesThatCannotBeOpenedAndWhatMustNotBeWaitedFor) {
   close(reader);
 }
 
-/// A device that takes at most `piece` bytes at once and `capacity` in all.
+/// A device that takes at most `piece` bytes at once, whole units only, and `capacity` in all.
 struct ModelDevice : BlockDevice {
-  std::size_t piece, capacity, written = 0;
+  std::size_t piece, capacity, written = 0, unit = 1;
   PosixCode atEnd = PosixCode::success;
 
   ModelDevice(std::size_t itsPiece, std::size_t blocks)
       : piece(itsPiece), capacity(blocks * blockSize) {}
+  std::size_t writeUnit() const override { return unit; }
   PosixResult<std::size_t> writeZeros(std::size_t count) override {
+    if (count % unit != 0) return PosixCode::invalidArgument;
     const auto taken = std::min({count, piece, capacity - written});
     if (taken == 0) return PosixCode::inputOutput;
     written += taken;
@@ -95,6 +97,26 @@ struct ModelDevice : BlockDevice {
   }
   PosixCode synchronize() override { return atEnd; }
 };
+
+TEST(EraseBlocks, ErasesWholeUnitsOfTheDeviceOrNothing) {
+  const struct {
+    std::size_t unit;
+    std::uint64_t blocks, erased;
+    PosixCode code;
+  } cases[] = {{4096, 17, 0, PosixCode::invalidArgument},
+               {4096, 4000, 4000, PosixCode::success},
+               {1536, 2049, 2049, PosixCode::success},
+               {520, 64, 0, PosixCode::invalidArgument},
+               {520, 65, 65, PosixCode::success},
+               // The end of the device is met in the middle of a piece.
+               {4096, 8200, 8192, PosixCode::inputOutput}};
+  for (const auto& [unit, blocks, erased, code] : cases) {
+    ModelDevice device(1 << 20, 8192);
+    device.unit = unit;
+    EXPECT_EQ(eraseBlocks(device, blocks), code) << unit << " " << blocks;
+    EXPECT_EQ(device.written, erased * blockSize) << unit << " " << blocks;
+  }
+}
 
 TEST(EraseBlocks, GoOnAfterShortWritesAndTellFailures) {
   for (const std::size_t piece : {512, 1536, 1 << 20}) {

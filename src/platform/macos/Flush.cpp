@@ -5,14 +5,16 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 namespace qrt {
 
 int flushToMedium(int descriptor) {
   if (fcntl(descriptor, F_FULLFSYNC) == 0) return 0;
   // The cache of the medium itself is left then. Where there is none, there is no such call.
   if (fsync(descriptor) != 0) return -1;
-  ioctl(descriptor, DKIOCSYNCHRONIZECACHE);
-  return 0;
+  if (ioctl(descriptor, DKIOCSYNCHRONIZECACHE) == 0) return 0;
+  return errno == ENOTTY || errno == ENOTSUP ? 0 : -1;
 }
 
 }  // namespace qrt

@@ -12,6 +12,7 @@
 #include "platform/posix/CacheBypass.h"
 #include "platform/posix/Flush.h"
 #include "platform/posix/NativeError.h"
+#include "platform/posix/WriteUnit.h"
 
 namespace qrt {
 namespace {
@@ -27,6 +28,8 @@ class OpenDevice final : public BlockDevice {
     const bool isBlockDevice = fstat(descriptor_.get(), &status) == 0 && S_ISBLK(status.st_mode);
     bypassesCache_ = isBlockDevice && setCacheBypass(descriptor_.get(), true);
   }
+
+  std::size_t writeUnit() const override { return writeUnitOf(descriptor_.get()); }
 
   PosixResult<std::size_t> writeZeros(std::size_t count) override {
     auto written = write(descriptor_.get(), zeros, count);
