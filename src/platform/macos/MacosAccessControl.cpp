@@ -8,12 +8,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <type_traits>
 
+#include "platform/macos/CommonAttribute.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
@@ -40,6 +40,7 @@ namespace {
 using OptionalList = std::optional<AccessControlList>;
 
 constexpr std::uint32_t permissionBits = 07777;
+constexpr auto countOffset = offsetof(kauth_filesec, fsec_acl.acl_entrycount);
 
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
 
@@ -59,7 +60,6 @@ OptionalList listOf(AclOwner list) {
 bool isComplete(const Data& externalForm) {
   if (externalForm.size() < KAUTH_FILESEC_SIZE(0)) return false;
   std::uint32_t bigEndianCount = 0;
-  constexpr auto countOffset = offsetof(kauth_filesec, fsec_acl.acl_entrycount);
   std::memcpy(&bigEndianCount, externalForm.data() + countOffset, sizeof bigEndianCount);
   const auto count = OSSwapBigToHostInt32(bigEndianCount);
   return count <= ACL_MAX_ENTRIES && externalForm.size() == KAUTH_FILESEC_SIZE(count);
@@ -74,30 +74,36 @@ PosixCode removeList(const HeldObject& object) {
   return codeFor(::fchmodx_np(object.descriptor(), security.get()));
 }
 
-/// Replaces the list of an object that cannot be opened. One without entries takes it away.
-PosixCode writeByName(const HeldObject& object, acl_t list) {
-  const auto size = ::acl_size(list);
+/// `copy` is one of the calls that write a list down. No list becomes one without entries.
+PosixResult<Data> formOf(const OptionalList& list, ssize_t (*copy)(void*, acl_t, ssize_t)) {
+  const AclOwner source(list ? ::acl_dup(list->content().list.get()) : ::acl_init(0));
+  if (!source) return lastError();
+  const auto size = ::acl_size(source.get());
   if (size < 0) return lastError();
-  // The system wants room for one entry even when there is none.
-  const auto room = std::max(static_cast<std::size_t>(size), sizeof(kauth_filesec));
-  const attrreference_t where{sizeof where, static_cast<std::uint32_t>(room)};
-  Data value(sizeof where + room);
-  std::memcpy(value.data(), &where, sizeof where);
-  if (::acl_copy_ext_native(value.data() + sizeof where, list, size) < 0) return lastError();
-  attrlist attribute{};
-  attribute.bitmapcount = ATTR_BIT_MAP_COUNT;
-  attribute.commonattr = ATTR_CMN_EXTENDED_SECURITY;
-  return codeFor(::setattrlistat(object.descriptor(), object.name().c_str(), &attribute,
-                                 value.data(), value.size(), FSOPT_NOFOLLOW));
+  Data form(static_cast<std::size_t>(size));
+  if (copy(form.data(), source.get(), size) < 0) return lastError();
+  return form;
 }
 
+/// For objects that cannot be opened. The kernel accepts exactly the length that the number of
+/// entries makes, and removes the list when that number is the marker.
 PosixCode setListByName(const HeldObject& object, const OptionalList& list) {
-  if (list) return writeByName(object, list->content().list.get());
-  const AclOwner none(::acl_init(0));
-  const auto code = none ? writeByName(object, none.get()) : lastError();
-  // Where no list can be, there is none.
-  const bool cannotBe = code == PosixCode::notSupported || code == PosixCode::invalidArgument;
-  return cannotBe ? PosixCode::success : code;
+  auto form = formOf(list, ::acl_copy_ext_native);
+  if (!form) return form.error();
+  if (!list) {
+    constexpr std::uint32_t removalMarker = KAUTH_FILESEC_NOACL;
+    std::memcpy(form->data() + countOffset, &removalMarker, sizeof removalMarker);
+  }
+  const attrreference_t where{sizeof where, static_cast<std::uint32_t>(form->size())};
+  Data value(sizeof where);
+  std::memcpy(value.data(), &where, sizeof where);
+  value.insert(value.end(), form->begin(), form->end());
+  auto attribute = common_attribute::listOf(ATTR_CMN_EXTENDED_SECURITY);
+  const auto code = common_attribute::codeFor(
+      ::setattrlistat(object.descriptor(), object.name().c_str(), &attribute, value.data(),
+                      value.size(), FSOPT_NOFOLLOW));
+  // An object that cannot have a list has none.
+  return !list && code == PosixCode::notSupported ? PosixCode::success : code;
 }
 
 bool markAsInherited(acl_entry_t entry) {
@@ -117,13 +123,7 @@ PosixResult<OptionalList> MacosAccessControl::internalized(const Data& externalF
 }
 
 PosixResult<Data> MacosAccessControl::externalized(const OptionalList& list) {
-  const AclOwner copy(list ? ::acl_dup(list->content().list.get()) : ::acl_init(0));
-  if (!copy) return lastError();
-  const auto size = ::acl_size(copy.get());
-  if (size < 0) return lastError();
-  Data externalForm(static_cast<std::size_t>(size));
-  if (::acl_copy_ext(externalForm.data(), copy.get(), size) < 0) return lastError();
-  return externalForm;
+  return formOf(list, ::acl_copy_ext);
 }
 
 PosixResult<OptionalList> MacosAccessControl::fromText(const std::string& text) {
