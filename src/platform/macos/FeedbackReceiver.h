@@ -5,16 +5,16 @@
 
 #include <memory>
 
-#include "platform/HelperConnection.h"
+#include "platform/macos/FeedbackIntake.h"
 #include "platform/macos/Mailbox.h"
 
 namespace qrt {
 
-/// Offers an endpoint, and hands every message that comes there to the handler, on the thread that
-/// waits at the mailbox. Used by that thread only.
+/// Offers an endpoint, and hands every message that arrives there to the handler, on the thread
+/// that waits at the mailbox. Used by that thread only.
 class FeedbackReceiver {
  public:
-  /// The handler outlives the receiver; messages that come later go nowhere.
+  /// The handler outlives the receiver; messages that arrive later are dropped.
   FeedbackReceiver(std::shared_ptr<Mailbox> mailbox, const FeedbackHandler& handler);
   FeedbackReceiver(const FeedbackReceiver&) = delete;
   FeedbackReceiver& operator=(const FeedbackReceiver&) = delete;
@@ -22,13 +22,13 @@ class FeedbackReceiver {
 
   NSXPCListenerEndpoint* endpoint() const { return listener_.endpoint; }
 
-  /// False while a daemon that has connected may still send.
-  bool hasEnded() const;
-
-  struct State;
+  /// After the reply: returns when all that the daemon sent before it was handed out, or when the
+  /// mailbox was interrupted.
+  void receiveRest();
 
  private:
-  const std::shared_ptr<State> state_;
+  const std::shared_ptr<Mailbox> mailbox_;
+  const std::shared_ptr<FeedbackIntake> intake_;
   NSXPCListener* const listener_;
   /// The listener does not keep it.
   const id<NSXPCListenerDelegate> delegate_;

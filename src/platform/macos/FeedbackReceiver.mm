@@ -2,45 +2,62 @@
 
 #include "platform/macos/XPCProtocols.h"
 #include "platform/macos/XPCValue.h"
-#include "protocol/Names.h"
 
-namespace qrt {
-
-/// Looked at on the waiting thread only.
-struct FeedbackReceiver::State {
-  /// Null when the receiver has gone.
-  const FeedbackHandler* handler;
-  bool isConnected = false;
-  bool hasEnded = false;
-
-  void receive(const Dictionary& message) {
-    if (handler) (*handler)(message);
-    if (message.find(finalFeedbackMessageKey) != message.end()) hasEnded = true;
-  }
-};
-
-}  // namespace qrt
-
+using qrt::FeedbackIntake;
 using qrt::Mailbox;
-using State = qrt::FeedbackReceiver::State;
 
-/// Accepts the daemon's connection and is what its messages arrive at.
-@interface QRTFeedbackReceiver
-    : NSObject <NSXPCListenerDelegate, QRTPrivilegedOperationFeedbackProtocol>
-- (instancetype)initWithState:(std::shared_ptr<State>)state
-                      mailbox:(std::shared_ptr<Mailbox>)mailbox;
+/// Receives the messages of one connection.
+@interface QRTFeedbackConnection : NSObject <QRTPrivilegedOperationFeedbackProtocol>
+- (instancetype)initWithNumber:(int)number
+                        intake:(std::shared_ptr<FeedbackIntake>)intake
+                       mailbox:(std::shared_ptr<Mailbox>)mailbox;
 @end
 
-@implementation QRTFeedbackReceiver {
-  std::shared_ptr<State> _state;
+@implementation QRTFeedbackConnection {
+  int _number;
+  std::shared_ptr<FeedbackIntake> _intake;
   std::shared_ptr<Mailbox> _mailbox;
 }
 
-- (instancetype)initWithState:(std::shared_ptr<State>)state
-                      mailbox:(std::shared_ptr<Mailbox>)mailbox {
+- (instancetype)initWithNumber:(int)number
+                        intake:(std::shared_ptr<FeedbackIntake>)intake
+                       mailbox:(std::shared_ptr<Mailbox>)mailbox {
   self = [super init];
   if (self) {
-    _state = std::move(state);
+    _number = number;
+    _intake = std::move(intake);
+    _mailbox = std::move(mailbox);
+  }
+  return self;
+}
+
+- (void)processPrivilegedOperationFeedback:(NSDictionary*)message {
+  auto received = qrt::dictionaryFrom(message);
+  if (!received) return;
+  _mailbox->post([number = _number, intake = _intake, copy = std::move(*received)] {
+    intake->receive(number, copy);
+  });
+}
+
+@end
+
+/// Accepts connections, one after the other, and numbers them.
+@interface QRTFeedbackListener : NSObject <NSXPCListenerDelegate>
+- (instancetype)initWithIntake:(std::shared_ptr<FeedbackIntake>)intake
+                       mailbox:(std::shared_ptr<Mailbox>)mailbox;
+@end
+
+@implementation QRTFeedbackListener {
+  int _lastNumber;
+  std::shared_ptr<FeedbackIntake> _intake;
+  std::shared_ptr<Mailbox> _mailbox;
+}
+
+- (instancetype)initWithIntake:(std::shared_ptr<FeedbackIntake>)intake
+                       mailbox:(std::shared_ptr<Mailbox>)mailbox {
+  self = [super init];
+  if (self) {
+    _intake = std::move(intake);
     _mailbox = std::move(mailbox);
   }
   return self;
@@ -48,23 +65,19 @@ using State = qrt::FeedbackReceiver::State;
 
 - (BOOL)listener:(NSXPCListener*)listener
     shouldAcceptNewConnection:(NSXPCConnection*)newConnection {
-  const auto state = _state;
+  const int number = ++_lastNumber;
+  const auto intake = _intake;
   const auto mailbox = _mailbox;
-  mailbox->post([state] { state->isConnected = true; });
+  mailbox->post([intake, number] { intake->accept(number); });
   newConnection.exportedInterface = qrt::feedbackXPCInterface();
-  newConnection.exportedObject = self;
+  newConnection.exportedObject = [[QRTFeedbackConnection alloc] initWithNumber:number
+                                                                        intake:intake
+                                                                       mailbox:mailbox];
   newConnection.invalidationHandler = ^{
-    mailbox->post([state] { state->hasEnded = true; });
+    mailbox->post([intake, number] { intake->end(number); });
   };
   [newConnection resume];
   return YES;
-}
-
-- (void)processPrivilegedOperationFeedback:(NSDictionary*)message {
-  auto received = qrt::dictionaryFrom(message);
-  if (!received) return;
-  const auto state = _state;
-  _mailbox->post([state, copy = std::move(*received)] { state->receive(copy); });
 }
 
 @end
@@ -72,18 +85,33 @@ using State = qrt::FeedbackReceiver::State;
 namespace qrt {
 
 FeedbackReceiver::FeedbackReceiver(std::shared_ptr<Mailbox> mailbox, const FeedbackHandler& handler)
-    : state_(std::make_shared<State>(State{&handler})),
+    : mailbox_(std::move(mailbox)),
+      intake_(std::make_shared<FeedbackIntake>(handler)),
       listener_([NSXPCListener anonymousListener]),
-      delegate_([[QRTFeedbackReceiver alloc] initWithState:state_ mailbox:std::move(mailbox)]) {
+      delegate_([[QRTFeedbackListener alloc] initWithIntake:intake_ mailbox:mailbox_]) {
   listener_.delegate = delegate_;
   [listener_ resume];
 }
 
 FeedbackReceiver::~FeedbackReceiver() {
-  state_->handler = nullptr;
+  intake_->abandon();
   [listener_ invalidate];
 }
 
-bool FeedbackReceiver::hasEnded() const { return !state_->isConnected || state_->hasEnded; }
+void FeedbackReceiver::receiveRest() {
+  const auto intake = intake_;
+  const auto mailbox = mailbox_;
+  NSXPCConnection* const own =
+      [[NSXPCConnection alloc] initWithListenerEndpoint:listener_.endpoint];
+  own.remoteObjectInterface = feedbackXPCInterface();
+  [own resume];
+  id<QRTPrivilegedOperationFeedbackProtocol> listener =
+      [own remoteObjectProxyWithErrorHandler:^(NSError*) {
+        mailbox->post([intake] { intake->close(); });
+      }];
+  [listener processPrivilegedOperationFeedback:xpcDictionary(FeedbackIntake::lastCall())];
+  mailbox->performUntil([&] { return intake->isComplete(); });
+  [own invalidate];
+}
 
 }  // namespace qrt

@@ -41,9 +41,7 @@ class XPCHelperConnection : public HelperConnection {
 
   Outcome untilTaken();
   template <class T>
-  Result<T> call(
-      const std::function<void(Helper, Answer<T>)>& send,
-      const std::function<bool()>& isAllElseOver = [] { return true; });
+  Result<T> call(const std::function<void(Helper, Answer<T>)>& send);
 
   NSXPCConnection* const connection_;
   const std::shared_ptr<Mailbox> mailbox_;

@@ -38,8 +38,7 @@ XPCHelperConnection::~XPCHelperConnection() { [connection_ invalidate]; }
 /// Sends a call and waits for its answer or for the failure of the connection; exactly one of them
 /// comes, maybe when nobody waits any more.
 template <class T>
-Result<T> XPCHelperConnection::call(const std::function<void(Helper, Answer<T>)>& send,
-                                    const std::function<bool()>& isAllElseOver) {
+Result<T> XPCHelperConnection::call(const std::function<void(Helper, Answer<T>)>& send) {
   const auto received = std::make_shared<std::optional<Result<T>>>();
   const Answer<T> answer = [mailbox = mailbox_, received](Result<T> result) {
     mailbox->post([received, result] { received->emplace(result); });
@@ -50,8 +49,7 @@ Result<T> XPCHelperConnection::call(const std::function<void(Helper, Answer<T>)>
          }],
          answer);
   }
-  const bool isAnswered =
-      mailbox_->performUntil([&] { return received->has_value() && isAllElseOver(); });
+  const bool isAnswered = mailbox_->performUntil([&] { return received->has_value(); });
   if (!isAnswered) return posixError(PosixCode::interrupted);
   return **received;
 }
@@ -118,9 +116,9 @@ Outcome XPCHelperConnection::performPrivilegedOperation(std::uint64_t code,
                               answer(outcomeFrom(error));
                             }];
   };
-  // What was sent before the reply is handed out before it.
-  const auto hasFeedbackEnded = [&] { return !feedback || feedback->hasEnded(); };
-  const auto outcome = call<Outcome>(perform, hasFeedbackEnded);
+  const auto outcome = call<Outcome>(perform);
+  const bool isAnswered = outcome || !isPosixError(outcome.error(), PosixCode::interrupted);
+  if (feedback && isAnswered) feedback->receiveRest();
   return outcome ? *outcome : outcome.error();
 }
 

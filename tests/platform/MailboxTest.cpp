@@ -1,0 +1,74 @@
+#include "platform/macos/Mailbox.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "platform/macos/FeedbackIntake.h"
+#include "protocol/FeedbackMessage.h"
+
+namespace qrt {
+namespace {
+
+TEST(Mailbox, PerformsWhatEveryThreadPostsInItsOrder) {
+  constexpr int threads = 4, posts = 1000;
+  Mailbox mailbox;
+  ASSERT_TRUE(mailbox);
+  std::vector<int> last(threads, 0);
+  int performed = 0;
+  std::vector<std::thread> posting;
+  for (int thread = 0; thread < threads; ++thread) {
+    posting.emplace_back([&, thread] {
+      for (int number = 1; number <= posts; ++number) {
+        mailbox.post([&, thread, number] {
+          EXPECT_EQ(std::exchange(last[thread], number), number - 1);
+          ++performed;
+        });
+      }
+    });
+  }
+  EXPECT_TRUE(mailbox.performUntil([&] { return performed == threads * posts; }));
+  for (auto& thread : posting) thread.join();
+}
+
+TEST(Mailbox, AnInterruptionEndsOneWait) {
+  Mailbox mailbox;
+  mailbox.interrupt();
+  EXPECT_FALSE(mailbox.performUntil([] { return false; }));
+  std::thread interrupting([&] { mailbox.interrupt(); });
+  EXPECT_FALSE(mailbox.performUntil([] { return false; }));
+  interrupting.join();
+  bool isOver = false;
+  mailbox.post([&] { isOver = true; });
+  EXPECT_TRUE(mailbox.performUntil([&] { return isOver; }));
+}
+
+/// a: the daemon's connection is accepted; p, f: it brings progress, the final message; e: it ends;
+/// L: the client's last call arrives.
+TEST(FeedbackIntake, WaitsForTheConnectionsBeforeTheLastCall) {
+  const std::pair<const char*, bool> rows[] = {{"", false},    {"L", true},    {"a", false},
+                                               {"apf", false}, {"aL", false},  {"aLp", false},
+                                               {"apLf", true}, {"apLe", true}, {"apfL", true}};
+  for (const auto& [events, isComplete] : rows) {
+    int received = 0;
+    const FeedbackHandler handler = [&](const Dictionary&) { ++received; };
+    FeedbackIntake intake(handler);
+    int expected = 0;
+    for (const char event : std::string_view(events)) {
+      if (event == 'a') intake.accept(1);
+      if (event == 'p') intake.receive(1, progressMessage(0.5));
+      if (event == 'f') intake.receive(1, finalMessage());
+      if (event == 'e') intake.end(1);
+      if (event == 'L') {
+        intake.accept(2);
+        intake.receive(2, FeedbackIntake::lastCall());
+      }
+      expected += event == 'p' || event == 'f';
+    }
+    EXPECT_EQ(intake.isComplete(), isComplete) << events;
+    EXPECT_EQ(received, expected) << events;
+  }
+}
+
+}  // namespace
+}  // namespace qrt
