@@ -46,8 +46,9 @@ Outcome performOperationModifyNvramWithArguments(const Array& arguments, Nvram& 
   if (!*options) return success;
 
   const auto current = (*options)->value(name);
-  const auto value =
-      current ? copyCoreFoundationValueWithType(typeOf(*current), text) : valueForNewVariable(text);
+  if (!current) return posixError(current.error());
+  const auto value = *current ? copyCoreFoundationValueWithType(typeOf(**current), text)
+                              : valueForNewVariable(text);
   if (!value) return posixError(PosixCode::invalidArgument);
   const auto set = (*options)->set(name, *value);
   if (set != KernelReturn::noError) return nvramError(set);

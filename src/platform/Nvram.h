@@ -16,8 +16,9 @@ class NvramOptions {
  public:
   virtual ~NvramOptions() = default;
 
-  /// None when there is no such variable or it cannot be read.
-  virtual std::optional<PropertyValue> value(const std::string& name) = 0;
+  /// None when there is no such variable or it cannot be read, `invalidArgument` when its value is
+  /// of a type that no property list has.
+  virtual PosixResult<std::optional<PropertyValue>> value(const std::string& name) = 0;
 
   /// Sets a variable, new or not, to a string or data, or to what else the port can keep.
   /// `badArgument` for a name or a value that cannot be one.

@@ -51,7 +51,7 @@ TEST_F(SettingsContract, FirmwareVariablesThatDoNotExistAreNone) {
   const auto options = platform().nvram.options();
   ASSERT_TRUE(options);
   if (!*options) return;  // No variables on this computer, and it says so.
-  EXPECT_FALSE((*options)->value(test::uniqueName()));
+  EXPECT_FALSE(*(*options)->value(test::uniqueName()));
 }
 
 TEST_F(SettingsContract, TheControllerKnowsItsFirstKeyByName) {

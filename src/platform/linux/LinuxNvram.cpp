@@ -83,16 +83,16 @@ class VariableFolder final : public NvramOptions {
  public:
   explicit VariableFolder(FileDescriptor folder) : folder_(std::move(folder)) {}
 
-  std::optional<PropertyValue> value(const std::string& name) override {
+  PosixResult<std::optional<PropertyValue>> value(const std::string& name) override {
+    const std::optional<PropertyValue> none;
     const auto file = fileName(name);
-    if (!file) return std::nullopt;
+    if (!file) return none;
     const auto contents = readFile(folder_.get(), file->c_str(), largestVariable);
     constexpr auto valueBegin = std::tuple_size_v<Attributes>;
-    if (!contents || contents->size() < valueBegin) return std::nullopt;
+    if (!contents || contents->size() < valueBegin) return none;
     Data bytes(contents->begin() + valueBegin, contents->end());
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    if (isText(text)) return text;
-    return bytes;
+    return std::optional(isText(text) ? PropertyValue(text) : PropertyValue(std::move(bytes)));
   }
 
   KernelReturn set(const std::string& name, const PropertyValue& value) override {

@@ -5,7 +5,12 @@
 
 #include <utility>
 
+#include "platform/KernelReturn.h"
+
 namespace qrt {
+
+/// The system's own codes are those of the contract.
+inline KernelReturn kernelReturn(kern_return_t code) { return static_cast<KernelReturn>(code); }
 
 /// Gives its handle back through `close` when it goes. Moves, never copies.
 template <class Handle, kern_return_t (*close)(Handle)>

@@ -2,7 +2,6 @@
 
 #include "platform/macos/CFValue.h"
 #include "platform/macos/IOObject.h"
-#include "platform/macos/RegistryPort.h"
 
 namespace qrt {
 namespace {
@@ -13,12 +12,14 @@ class OptionsEntry final : public NvramOptions {
  public:
   explicit OptionsEntry(IOObject entry) : entry_(std::move(entry)) {}
 
-  std::optional<PropertyValue> value(const std::string& name) override {
+  PosixResult<std::optional<PropertyValue>> value(const std::string& name) override {
     const auto key = cfString(name);
-    if (!key) return std::nullopt;
+    if (!key) return std::optional<PropertyValue>();
     const CFOwner<CFTypeRef> property(
         IORegistryEntryCreateCFProperty(entry_.get(), key.get(), nullptr, 0));
-    return valueFrom(property.get());
+    auto value = valueFrom(property.get());
+    if (property && !value) return PosixCode::invalidArgument;
+    return value;
   }
 
   KernelReturn set(const std::string& name, const PropertyValue& value) override {
@@ -35,9 +36,7 @@ class OptionsEntry final : public NvramOptions {
 }  // namespace
 
 Result<std::unique_ptr<NvramOptions>, KernelReturn> MacosNvram::options() {
-  const auto port = registryPort();
-  if (!port) return port.error();
-  IOObject entry(IORegistryEntryFromPath(*port, optionsPath));
+  IOObject entry(IORegistryEntryFromPath(kIOMasterPortDefault, optionsPath));
   if (!entry) return std::unique_ptr<NvramOptions>();
   return std::unique_ptr<NvramOptions>(std::make_unique<OptionsEntry>(std::move(entry)));
 }

@@ -2,8 +2,8 @@
 
 #include <mach/mach_init.h>
 
+#include "base/Result.h"
 #include "platform/macos/IOObject.h"
-#include "platform/macos/RegistryPort.h"
 
 namespace qrt {
 namespace {
@@ -31,13 +31,12 @@ kern_return_t exchange(const IOConnection& connection, const SMCParameterRecord&
 }
 
 Result<IOObject, KernelReturn> driver() {
-  const auto port = registryPort();
-  if (!port) return port.error();
   const auto matching = IOServiceMatching(driverName);
   if (!matching) return KernelReturn::error;
   IOObject drivers;
   // This releases the dictionary.
-  const auto found = IOServiceGetMatchingServices(*port, matching, drivers.receiver());
+  const auto found =
+      IOServiceGetMatchingServices(kIOMasterPortDefault, matching, drivers.receiver());
   if (found != kIOReturnSuccess) return kernelReturn(found);
   IOObject first(IOIteratorNext(drivers.get()));
   if (!first) return KernelReturn::error;
