@@ -57,8 +57,9 @@ class ClientFixture : public testing::Test {
   int run(const std::vector<std::string>& words) {
     constexpr RegistrationPatience patience{.attempts = 2, .pause = std::chrono::milliseconds(1)};
     terminal.take();
-    return static_cast<int>(runClient(
-        words, {platform, terminal, caller, bundlePath, language, patience, /*mayColor=*/true}));
+    return static_cast<int>(
+        runClient(words, {platform, terminal, caller, bundlePath, language, patience,
+                          /*mayColor=*/true, silence}));
   }
 
   FakeHelper helper;
@@ -69,6 +70,7 @@ class ClientFixture : public testing::Test {
   RecordingLog log;
   std::string bundlePath = "/nowhere";
   std::string language = "C";
+  std::chrono::milliseconds silence{60'000};
   NativePlatform native;
   const Platform platform = platformWith(
       {.log = &log, .self = &self, .authority = &authority, .helperConnector = &helper},

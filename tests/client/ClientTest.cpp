@@ -19,9 +19,9 @@ TEST_F(ClientTest, SuccessIsSilentAndLeavesTheDaemonFree) {
   EXPECT_EQ(run({"delete-foldercontents", "/a"}), 0);
   EXPECT_EQ(terminal.take(), "");
   EXPECT_TRUE(helper.wasFeedbackWanted);
-  EXPECT_THAT(helper.calls, testing::ElementsAre(
-                                "connect /run/com.vantor.system.privilegedhelper-vk2/socket",
-                                "register 42", "createExternalForm", "perform 4", "unregister 42"));
+  EXPECT_THAT(helper.calls,
+              testing::ElementsAre("connect " + defaultHelperAddress(), "register 42",
+                                   "createExternalForm", "perform 4", "unregister 42"));
 
   EXPECT_EQ(run({"nop", "--json"}), 0);
   EXPECT_EQ(terminal.take(), "{\"done\":true}\n");
@@ -43,6 +43,15 @@ TEST_F(ClientTest, TellsThatTheHelperCannotBeReached) {
     EXPECT_EQ(run({"--json", word}), 6);
     EXPECT_THAT(terminal.output(), HasSubstr("cannot be reached")) << word;
   }
+}
+
+TEST_F(ClientTest, SaysThatItWaitsForAHelperThatStartsSlowly) {
+  silence = std::chrono::milliseconds(1);
+  helper.start = std::chrono::milliseconds(200);
+  EXPECT_EQ(run({"nop"}), 0);
+  EXPECT_EQ(terminal.errors(), "qrtctl: waiting for the helper to start\n");
+  EXPECT_EQ(run({"--json", "nop"}), 0);
+  EXPECT_EQ(terminal.errors(), "");
 }
 
 TEST_F(ClientTest, AnInterruptionSaysThatTheOperationGoesOn) {

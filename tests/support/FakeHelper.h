@@ -1,10 +1,12 @@
 // A daemon that answers as a test tells it to.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/HelperConnection.h"
@@ -17,6 +19,8 @@ class FakeHelper : public HelperConnector {
   /// Failures that come first, one a try.
   std::vector<Error> connectFailures;
   std::vector<Error> registrationFailures;
+  /// How long it takes to start.
+  std::chrono::milliseconds start{0};
   Result<std::string> version = std::string("1.6");
   Result<Data> externalForm = Data(32, 0xAB);
 
@@ -33,6 +37,7 @@ class FakeHelper : public HelperConnector {
 
   Result<std::unique_ptr<HelperConnection>> connect(const std::string& address) override {
     calls.push_back("connect " + address);
+    std::this_thread::sleep_for(start);
     if (auto failure = takeFirst(connectFailures)) return *failure;
     return std::unique_ptr<HelperConnection>(std::make_unique<Connection>(*this));
   }

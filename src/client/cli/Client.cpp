@@ -17,6 +17,7 @@
 #include "client/cli/Presenter.h"
 #include "client/cli/Printable.h"
 #include "client/cli/RightsChange.h"
+#include "client/cli/StartNotice.h"
 #include "client/cli/SystemMessages.h"
 #include "operations/MessageLocalization.h"
 #include "operations/NSProcessInfoQRTAdditions.h"
@@ -25,6 +26,7 @@
 #include "platform/Authority.h"
 #include "platform/CallerProcess.h"
 #include "platform/Platform.h"
+#include "platform/ServiceDescription.h"
 #include "platform/Terminal.h"
 
 namespace qrt {
@@ -230,18 +232,18 @@ class Client {
     return hasProblem(findings) ? ExitStatus::failed : told;
   }
 
-  /// The socket and what answers there.
+  /// The helper's address and what answers there.
   std::vector<Finding> examineHelper(bool& isReached) {
     using State = Finding::State;
+    const std::string address(serviceDescription().address);
     auto requestor = connect();
     if (!requestor) {
-      return {{"socket", State::problem, descriptionForPerson(requestor.error())}};
+      return {{address, State::problem, descriptionForPerson(requestor.error())}};
     }
     const auto version = (*requestor)->version();
     isReached = static_cast<bool>(version);
-    if (!isReached) return {{"socket", State::problem, descriptionForPerson(version.error())}};
-    return {{"socket", State::good, command_.options.socketPath},
-            {"version", State::good, *version}};
+    if (!isReached) return {{address, State::problem, descriptionForPerson(version.error())}};
+    return {{address, State::good, command_.options.address}, {"version", State::good, *version}};
   }
 
   ExitStatus generate(const std::string& name) {
@@ -259,8 +261,13 @@ class Client {
     return status(presenter_->showAnswer({{"installed", *installed}}));
   }
 
+  /// The system may let seconds pass before it starts a helper again that has just ended.
   Result<std::unique_ptr<PrivilegeRequestor>> connect() {
-    return PrivilegeRequestor::connect(surroundings_.platform, command_.options.socketPath,
+    const StartNotice notice(surroundings_.silence, [this] {
+      constexpr std::string_view text = "qrtctl: waiting for the helper to start\n";
+      if (!isJson_) surroundings_.terminal.write(StandardStream::error, text);
+    });
+    return PrivilegeRequestor::connect(surroundings_.platform, command_.options.address,
                                        surroundings_.caller.processIdentifier(), operations_,
                                        surroundings_.patience);
   }

@@ -1,6 +1,7 @@
 // One run of the command-line client.
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,8 @@ struct ClientSurroundings {
   std::string language;
   RegistrationPatience patience = {};
   bool mayColor = false;
+  /// How long the client waits for the helper in silence.
+  std::chrono::milliseconds silence{1000};
 };
 
 /// `words` are those behind the program's name.

@@ -4,16 +4,19 @@
 
 #include <cstddef>
 
+#include "platform/ServiceDescription.h"
+
 namespace qrt {
 namespace {
 
-constexpr GeneralOption options[] = {
+const GeneralOption options[] = {
     {"--json", "", "Tell everything as JSON", &CommandOptions::isJson},
     {"--yes", "", "Destroy without being asked about it", &CommandOptions::isSure},
     {"--prompt", "TEXT", "What the authorization dialog says", nullptr, &CommandOptions::prompt},
     {"--icon", "FILE", "Image that the authorization dialog shows", nullptr,
      &CommandOptions::iconPath},
-    {"--socket", "PATH", "Where the helper listens", nullptr, &CommandOptions::socketPath},
+    {"--socket", serviceDescription().addressValue, serviceDescription().addressHelp, nullptr,
+     &CommandOptions::address},
 };
 
 constexpr OwnCommandDescription commands[] = {

@@ -16,7 +16,8 @@ struct CommandOptions {
   bool isSure = false;
   std::string prompt;
   std::string iconPath;
-  std::string socketPath{defaultHelperAddress()};
+  /// Where the helper is reached.
+  std::string address{defaultHelperAddress()};
 };
 
 /// An option that any command takes: a flag, or a text.

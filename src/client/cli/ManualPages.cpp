@@ -2,11 +2,14 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "client/cli/CommandTables.h"
 #include "client/cli/GeneratedText.h"
 #include "client/cli/OperationSentence.h"
 #include "operations/QRTPrivilegedOperation.h"
+#include "platform/HelperConnection.h"
+#include "platform/ServiceDescription.h"
 #include "protocol/Names.h"
 
 namespace qrt {
@@ -26,6 +29,12 @@ std::string escaped(std::string_view text) {
     }
   }
   return result;
+}
+
+/// "name(section)" with the name in bold.
+std::string reference(std::string_view page) {
+  const auto section = page.find('(');
+  return fmt::format("\\fB{}\\fR{}", escaped(page.substr(0, section)), page.substr(section));
 }
 
 /// Builds a page from the top to the end.
@@ -59,6 +68,12 @@ class Page {
     line(".EE");
     line(".in");
   }
+  void seeAlso(std::string_view first, const std::vector<std::string_view>& rest) {
+    heading("\"SEE ALSO\"");
+    auto names = reference(first);
+    for (const auto name : rest) names += ", " + reference(name);
+    line(names);
+  }
   void line(std::string_view text) {
     text_ += text;
     text_ += '\n';
@@ -81,12 +96,12 @@ std::string clientManual(const OperationViews& views) {
   page.heading("SYNOPSIS");
   page.line("\\fBqrtctl\\fR [\\fIOPTION\\fR]... \\fICOMMAND\\fR [\\fIARGUMENT\\fR]...");
   page.heading("DESCRIPTION");
+  const auto& service = serviceDescription();
   page.paragraph(
-      "Each command below OPERATIONS is one of the privileged helper's fixed catalogue and needs "
-      "an "
-      "authorization right of its own. Where polkit runs, whoever lacks it is asked for an "
-      "administrator's password. Options may stand before or behind the command; words behind "
-      "\"--\" are never options.");
+      fmt::format("Each command below OPERATIONS is one of the privileged helper's fixed catalogue "
+                  "and needs an authorization right of its own. {} Options go before or after the "
+                  "command; words after \"--\" are never options.",
+                  service.clientRights));
   page.heading("OPTIONS");
   for (const auto& option : generalOptions())
     page.item(spaced(option.name, option.value), option.help);
@@ -111,46 +126,33 @@ std::string clientManual(const OperationViews& views) {
   page.heading("ENVIRONMENT");
   page.item("NO_COLOR", "Set to anything, nothing is shown in colour.");
   page.heading("FILES");
-  page.item(defaultSocketPath, "Where the helper listens unless --socket names another place.");
+  page.item(defaultHelperAddress(), service.defaultAddress);
   page.heading("EXAMPLES");
   for (const auto& [command, meaning] : commandExamples()) page.example(command, meaning);
-  page.heading("\"SEE ALSO\"");
-  page.line(fmt::format("\\fB{}\\fR(8), \\fBpolkit\\fR(8)", escaped(helperServiceIdentifier)));
+  page.seeAlso(fmt::format("{}(8)", helperServiceIdentifier), service.clientSeeAlso);
   return std::move(page).text();
 }
 
 std::string daemonManual(const OperationViews& views) {
   Page page(helperServiceIdentifier, 8, "the privileged helper, a daemon for maintenance work");
   page.heading("SYNOPSIS");
-  page.line(fmt::format("\\fB{}.socket\\fR", escaped(helperServiceIdentifier)));
+  const auto& service = serviceDescription();
+  page.line(fmt::format("\\fB{}\\fR", escaped(service.synopsis)));
   page.heading("DESCRIPTION");
-  page.paragraph(
-      "The daemon is started by its socket unit when somebody connects, and ends when its last "
-      "client leaves. It takes its listening socket as descriptor 3 and is no use without one. "
-      "Clients speak D-Bus to it over the socket, without a bus; qrtctl is such a client. Anybody "
-      "may connect, and each request is authorized by itself.");
-  page.paragraph(
-      "Root needs no further authorization. About anybody else polkit decides where it can be "
-      "reached; otherwise only the operations for everybody are theirs. The rights are added to "
-      "the system with \"qrtctl install-rights\" and removed with \"qrtctl remove-rights\".");
+  page.paragraph(service.start);
+  page.paragraph(service.rights);
   page.heading("RIGHTS");
   for (const auto& view : views) {
     page.item(view.right, fmt::format("For {}. {}", whoMay(view), sentenceFor(view.operation)));
   }
-  page.heading("ENVIRONMENT");
-  page.item("LISTEN_FDS, LISTEN_PID", "Tell of the listening socket, as systemd sets them.");
-  page.item("STATE_DIRECTORY",
-            "Where the daemon keeps its key and its rights; below /var/lib unless set.");
-  page.item("CONFIGURATION_DIRECTORY",
-            "Where system configuration settings are kept; below /etc unless set.");
+  if (!service.environment.empty()) page.heading("ENVIRONMENT");
+  for (const auto& [term, meaning] : service.environment) page.item(term, meaning);
   page.heading("FILES");
-  page.item(defaultSocketPath, "The socket.");
-  page.item("/usr/share/polkit-1/actions", "Holds a file for each right.");
+  for (const auto& [term, meaning] : service.files) page.item(term, meaning);
   page.heading("\"EXIT STATUS\"");
   page.item("0", "The last client has left, or the daemon has uninstalled itself.");
-  page.item("1", "It was not started as root or without a socket.");
-  page.heading("\"SEE ALSO\"");
-  page.line("\\fBqrtctl\\fR(1), \\fBsystemd.socket\\fR(5), \\fBpolkit\\fR(8)");
+  page.item("1", service.wrongStart);
+  page.seeAlso("qrtctl(1)", service.daemonSeeAlso);
   return std::move(page).text();
 }
 
