@@ -54,8 +54,8 @@ class LinuxIncomingConnection : public IncomingConnection {
 
 class LinuxListener : public Listener {
  public:
-  LinuxListener(LinuxAuthority& authority, ConnectionQuota& quota)
-      : authority_(authority), quota_(quota) {}
+  LinuxListener(LinuxAuthority& authority, ConnectionQuota& quota, LargeMessageQueue& largeMessages)
+      : authority_(authority), quota_(quota), largeMessages_(largeMessages) {}
 
   void setDelegate(ListenerDelegate& delegate) override { delegate_ = &delegate; }
 
@@ -112,7 +112,8 @@ class LinuxListener : public Listener {
   }
 
   bool offer(FileDescriptor socket, const Caller& caller, ConnectionQuota::Place place) {
-    LinuxIncomingConnection connection(std::move(socket), {caller, &authority_}, std::move(place));
+    LinuxIncomingConnection connection(std::move(socket), {caller, &authority_, &largeMessages_},
+                                       std::move(place));
     return delegate_ && delegate_->shouldAcceptNewConnection(*this, &connection) &&
            connection.isServed();
   }
@@ -148,6 +149,7 @@ class LinuxListener : public Listener {
 
   LinuxAuthority& authority_;
   ConnectionQuota& quota_;
+  LargeMessageQueue& largeMessages_;
   ListenerDelegate* delegate_ = nullptr;
   FileDescriptor socket_;
   FileDescriptor reserve_;
@@ -157,7 +159,7 @@ class LinuxListener : public Listener {
 }  // namespace
 
 std::unique_ptr<Listener> LinuxTransport::makeListener(const std::string&) {
-  return std::make_unique<LinuxListener>(authority_, quota_);
+  return std::make_unique<LinuxListener>(authority_, quota_, largeMessages_);
 }
 
 void LinuxTransport::turnAway() {

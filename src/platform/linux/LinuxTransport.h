@@ -3,6 +3,7 @@
 
 #include "platform/Transport.h"
 #include "platform/linux/ConnectionQuota.h"
+#include "platform/linux/LargeMessageQueue.h"
 #include "platform/linux/LinuxAuthority.h"
 
 namespace qrt {
@@ -18,8 +19,9 @@ class LinuxTransport : public Transport {
 
  private:
   LinuxAuthority& authority_;
-  /// Outlives every connection: their threads end with the process.
+  // They outlive every connection: its thread ends with the process.
   ConnectionQuota quota_;
+  LargeMessageQueue largeMessages_;
 };
 
 }  // namespace qrt

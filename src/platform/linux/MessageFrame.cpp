@@ -32,6 +32,10 @@ std::optional<MessageFrame> MessageFrame::parse(
   return frame;
 }
 
+void MessageFrame::clearBodyLength(std::span<std::uint8_t> header) {
+  std::fill_n(header.begin() + 4, sizeof(std::uint32_t), std::uint8_t{0});
+}
+
 std::optional<std::uint32_t> MessageFrame::takeDescriptorCount(
     std::span<std::uint8_t> header) const {
   constexpr std::uint8_t descriptorCount = 9;

@@ -25,6 +25,9 @@ struct MessageFrame {
   /// None when the bytes begin no message, or one over the limit.
   static std::optional<MessageFrame> parse(std::span<const std::uint8_t, prefixLength> prefix);
 
+  /// Makes the header one of a message without a body.
+  static void clearBodyLength(std::span<std::uint8_t> header);
+
   /// Returns the number of descriptors that the header announces and makes the header announce 0.
   /// None, and nothing changed, when the header fields are malformed.
   std::optional<std::uint32_t> takeDescriptorCount(std::span<std::uint8_t> header) const;

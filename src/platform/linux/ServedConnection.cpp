@@ -127,6 +127,7 @@ ServedConnection::ServedConnection(std::unique_ptr<WireConnection> wire, const P
                                    QRTPrivilegedHelperProtocol& object)
     : wire_(std::move(wire)), peer_(peer), object_(object) {
   peer_.caller.connection = wire_->socket();
+  wire_->takeLargeMessages(*peer_.largeMessages, peer_.caller.userID);
   exportObjects();
 }
 

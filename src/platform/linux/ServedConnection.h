@@ -12,11 +12,12 @@
 
 namespace qrt {
 
-/// Who asks, and where it gets its authorization.
+/// Who asks, where it gets its authorization, and what its large messages wait for.
 struct Peer {
   /// Its connection is known once it is served.
   Caller caller;
   LinuxAuthority* authority = nullptr;
+  LargeMessageQueue* largeMessages = nullptr;
 };
 
 /// Turns D-Bus messages into calls of the exported object. Served on a thread of its own until the

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <malloc.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -18,8 +19,7 @@ using Clock = std::chrono::steady_clock;
 /// A handshake is a handful of short lines.
 constexpr std::size_t maximumHandshakeBytes = 16 << 10;
 constexpr std::size_t smallestRead = 4 << 10;
-/// A buffer that grew beyond this is not kept for the next message.
-constexpr std::size_t keptBufferBytes = 64 << 10;
+constexpr std::size_t largestRead = 256 << 10;
 constexpr std::size_t maximumDescriptors = 64;
 /// libsystemd asks for 8 MiB, which a peer that does not read would make the kernel hold.
 constexpr int sendBufferBytes = 256 << 10;
@@ -68,6 +68,10 @@ PosixResult<std::unique_ptr<WireConnection>> WireConnection::make(FileDescriptor
   }
   setsockopt(connection->socket(), SOL_SOCKET, SO_SNDBUF, &sendBufferBytes, sizeof sendBufferBytes);
   return connection;
+}
+
+void WireConnection::takeLargeMessages(LargeMessageQueue& queue, std::uint32_t user) {
+  largeMessages_.emplace(LargeMessages{queue, user});
 }
 
 WireConnection::~WireConnection() { sd_bus_close_unref(bus_); }
@@ -126,16 +130,16 @@ WireConnection::Progress WireConnection::step(Patience patience) {
   if (read == Read::waits) return Progress::waits;
   if (read == Read::failed || !hasAnnouncedDescriptors(isHandshake)) return Progress::closed;
 
-  // A client decodes what it asked for, in handlers that take as long as they like.
-  const bool isLarge = role_ == Role::server && received_.size() > LargeMessageTurn::largestWithout;
-  if (isLarge) turn_.emplace();
+  const bool isLarge = received_.size() > LargeMessageQueue::largestWithout;
   const bool alive = feed();
-  turn_.reset();
   received_.clear();
-  if (received_.capacity() > keptBufferBytes) received_.shrink_to_fit();
   descriptors_.clear();
-  // The library keeps what was freed, a share for each thread that there ever was.
-  if (isLarge) malloc_trim(0);
+  if (isLarge) {
+    received_.shrink_to_fit();
+    turn_.reset();
+    // The library keeps what was freed, a share for each thread that there ever was.
+    malloc_trim(0);
+  }
   // libsystemd drops a message silently when its header fields make no sense.
   const bool dropped = !isHandshake && !dispatched_;
   return alive && !dropped ? Progress::made : Progress::closed;
@@ -164,7 +168,42 @@ WireConnection::Read WireConnection::readMessage(Patience patience) {
     if (!frame) return Read::failed;
     frame_ = *frame;
   }
+  const bool isLarge = frame_.length() > LargeMessageQueue::largestWithout;
+  if (isLarge && role_ == Role::server) return readLargeMessage();
   return receive(frame_.length(), MSG_DONTWAIT);
+}
+
+WireConnection::Read WireConnection::readLargeMessage() {
+  if (!largeMessages_ || frame_.headerLength > LargeMessageQueue::largestWithout) {
+    return Read::failed;
+  }
+  turn_ = std::make_unique<LargeMessageTurn>(largeMessages_->queue, largeMessages_->user,
+                                             frame_.length());
+  if (!waitForTurn()) return Read::failed;
+  const auto deadline = Clock::now() + turn_->timeToRead();
+  received_.reserve(frame_.length());
+  for (;;) {
+    const auto read = receive(frame_.length(), MSG_DONTWAIT);
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    if (read != Read::waits) return read;
+    pollfd waiting{socket(), POLLIN, 0};
+    if (left <= 0 || poll(&waiting, 1, static_cast<int>(left)) == 0) return Read::failed;
+  }
+}
+
+/// False when the peer left before it had sent everything.
+bool WireConnection::waitForTurn() const {
+  pollfd events[] = {{turn_->event(), POLLIN, 0}, {socket(), 0, 0}};
+  while (events[0].fd >= 0) {
+    if (poll(events, std::size(events), -1) < 0 && errno != EINTR) return false;
+    if (events[0].revents != 0) return true;
+    if (events[1].revents == 0) continue;
+    int arrived = 0;
+    if (ioctl(socket(), FIONREAD, &arrived) < 0) return false;
+    if (received_.size() + static_cast<std::size_t>(arrived) < frame_.length()) return false;
+    events[1].fd = -1;
+  }
+  return false;
 }
 
 /// Reads until `received_` holds `wanted` bytes. Memory grows with what arrives, not with what a
@@ -172,7 +211,8 @@ WireConnection::Read WireConnection::readMessage(Patience patience) {
 WireConnection::Read WireConnection::receive(std::size_t wanted, int flags) {
   while (received_.size() < wanted) {
     const auto before = received_.size();
-    received_.resize(before + std::min(wanted - before, std::max(before, smallestRead)));
+    const auto size = std::min(wanted - before, std::clamp(before, smallestRead, largestRead));
+    received_.resize(before + size);
     iovec vector{received_.data() + before, received_.size() - before};
     alignas(cmsghdr) char control[CMSG_SPACE(maximumDescriptors * sizeof(int))];
     msghdr header{};
@@ -210,12 +250,18 @@ bool WireConnection::hasAnnouncedDescriptors(bool isHandshake) {
   return frame_.takeDescriptorCount(received_) == descriptors_.size();
 }
 
-/// Passes `received_` on to libsystemd and lets it work.
+/// Passes `received_` on to libsystemd and lets it work. The body of a large message would be there
+/// twice for as long as a handler runs: libsystemd gets a message without one.
 bool WireConnection::feed() {
+  std::span<const std::uint8_t> message(received_);
+  if (message.size() > LargeMessageQueue::largestWithout) {
+    MessageFrame::clearBodyLength(received_);
+    message = message.first(frame_.headerLength);
+  }
   std::size_t fed = 0;
-  while (fed < received_.size()) {
-    const auto count = send(feed_.get(), received_.data() + fed, received_.size() - fed,
-                            MSG_NOSIGNAL | MSG_DONTWAIT);
+  while (fed < message.size()) {
+    const auto count =
+        send(feed_.get(), message.data() + fed, message.size() - fed, MSG_NOSIGNAL | MSG_DONTWAIT);
     if (count < 0 && errno != EAGAIN && errno != EINTR) return false;
     if (count > 0) fed += static_cast<std::size_t>(count);
     if (!process()) return false;

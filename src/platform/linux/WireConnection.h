@@ -12,7 +12,7 @@
 
 #include "base/Result.h"
 #include "platform/FileDescriptor.h"
-#include "platform/linux/LargeMessageTurn.h"
+#include "platform/linux/LargeMessageQueue.h"
 #include "platform/linux/MessageFrame.h"
 #include "platform/linux/WireReader.h"
 
@@ -23,8 +23,8 @@ namespace qrt {
 /// That bounds what a peer can make the process hold, lets handlers read the marshalled arguments,
 /// and leaves no message waiting unseen behind the handshake.
 ///
-/// Belongs to one thread. Handlers run inside `step()`, which waits for its turn with a large
-/// message.
+/// Belongs to one thread. Handlers run inside `step()`, which waits for the turn of a large message
+/// and reads it within its time.
 class WireConnection {
  public:
   enum class Role { server, client };
@@ -40,6 +40,10 @@ class WireConnection {
   /// `socket` must be a connected stream socket.
   static PosixResult<std::unique_ptr<WireConnection>> make(FileDescriptor socket, Role role);
   ~WireConnection();
+
+  /// From here on messages over `LargeMessageQueue::largestWithout` are read when `user` has its
+  /// turn. Before, they end a connection of the server's side; a client has asked for what it gets.
+  void takeLargeMessages(LargeMessageQueue& queue, std::uint32_t user);
 
   /// Shakes hands within the limit. False: the peer did not.
   bool handshake();
@@ -57,7 +61,8 @@ class WireConnection {
   /// For messages, replies and objects. Never pumped by anyone but this class.
   sd_bus* bus() const { return bus_; }
 
-  /// The arguments of the message that is being dispatched.
+  /// The arguments of the message that is being dispatched. Handlers read them here: of a large
+  /// message libsystemd has the header only.
   WireReader arguments() const;
   /// For a handler that takes long, once it has decoded them: frees their bytes early, closes the
   /// descriptors that were not taken and lets the next large message be decoded. No reader may be
@@ -72,9 +77,16 @@ class WireConnection {
  private:
   WireConnection() = default;
 
+  struct LargeMessages {
+    LargeMessageQueue& queue;
+    std::uint32_t user;
+  };
+
   enum class Read { complete, waits, failed };
   bool isReady() const;
   Read readMessage(Patience patience);
+  Read readLargeMessage();
+  bool waitForTurn() const;
   Read readHandshakeLine();
   Read receive(std::size_t wanted, int flags);
   bool collectDescriptors(msghdr& header);
@@ -90,7 +102,8 @@ class WireConnection {
   std::vector<std::uint8_t> received_;
   MessageFrame frame_;
   std::vector<FileDescriptor> descriptors_;
-  std::optional<LargeMessageTurn> turn_;
+  std::optional<LargeMessages> largeMessages_;
+  std::unique_ptr<LargeMessageTurn> turn_;
   std::size_t handshakeBytes_ = 0;
   bool dispatched_ = false;
 };

@@ -3,12 +3,14 @@
 //
 //   attack_clients ATTACK [--rounds N] [--daemon PROGRAM]
 //
-// PROGRAM is found from the folder of this one.
+// A round of half-sent is a second. // PROGRAM is found from the folder of this one.
 #include <dirent.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -270,12 +272,131 @@ void connectInALoop(const Options& options, Figures& figures) {
   figures.atMost("  above the control", delay - control, allowed, "ms");
 }
 
+// Large messages.
+
+constexpr std::uint64_t nop = 9998;
+constexpr std::size_t mebibyte = 1 << 20;
+
+/// Calls `sample` again and again until this goes.
+class Sampler {
+ public:
+  explicit Sampler(std::function<void()> sample)
+      : thread_([this, sample = std::move(sample)] {
+          for (; !isOver_; std::this_thread::sleep_for(2ms)) sample();
+        }) {}
+  ~Sampler() {
+    isOver_ = true;
+    thread_.join();
+  }
+
+ private:
+  std::atomic<bool> isOver_ = false;
+  std::thread thread_;
+};
+
+/// What the daemon's memory grows by, at most, while `act` runs; in MiB.
+double growthDuring(const DaemonProcess& daemon, const std::function<void()>& act) {
+  const auto before = daemon.memory();
+  long most = before;
+  {
+    const Sampler sampler([&] { most = std::max(most, daemon.memory()); });
+    act();
+  }
+  return static_cast<double>(most - before) / 1024;
+}
+
+/// A request with that many values, of `size` bytes each, from the process whose form it is.
+Data requestWith(int values, std::size_t size, const Data& form = Data(32)) {
+  const std::string text(size, 'x');
+  return RawClient::methodCall("performPrivilegedOperation", "tayahav",
+                               RawClient::request(nop, form, 0, [&](test::WireBytes& bytes) {
+                                 for (int i = 0; i < values; ++i) bytes.signature("s").string(text);
+                               }));
+}
+
+/// Sends everything but the last byte over 64 connections, as far as it is taken.
+void sendAllButTheEnd(const DaemonProcess& daemon) {
+  auto message = requestWith(1, 16 * mebibyte - 4096);
+  message.pop_back();
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 64; ++i) {
+    threads.emplace_back([&] {
+      const auto peer = client(daemon);
+      for (std::size_t sent = 0; sent < message.size();) {
+        const auto count =
+            ::send(peer.socket(), message.data() + sent, message.size() - sent, MSG_NOSIGNAL);
+        if (count <= 0) return;
+        sent += static_cast<std::size_t>(count);
+      }
+      pause();
+    });
+  }
+  for (auto& thread : threads) thread.join();
+}
+
+/// Sends a byte a second. Returns how many seconds the connection lives.
+double drip(const DaemonProcess& daemon) {
+  const auto message = requestWith(2, 64 << 10);
+  auto peer = client(daemon);
+  peer.send(Data(message.begin(), message.begin() + 1000));
+  const auto begun = Clock::now();
+  for (std::size_t sent = 1000; sent < 1060; ++sent) {
+    pollfd end{peer.socket(), POLLIN, 0};
+    if (poll(&end, 1, 1'000) == 1 || !peer.send(Data{message[sent]})) break;
+  }
+  return std::chrono::duration<double>(Clock::now() - begun).count();
+}
+
+void sendHalf(const Options& options, Figures& figures) {
+  const DaemonProcess daemon("", options.daemon);
+  client(daemon).call("getVersionString");
+  const auto seconds = std::chrono::seconds(options.rounds > 0 ? options.rounds : 3);
+  const auto growth = growthDuring(daemon, [&] {
+    Attackers attackers;
+    attackers.add(firstAttacker, [&] { sendAllButTheEnd(daemon); });
+    std::this_thread::sleep_for(seconds);
+  });
+  figures.atMost("memory for 64 messages without their end", growth, 24, "MiB");
+  constexpr double deadline = 11;  // For less than a mebibyte.
+  figures.atMost("life of a connection that drips", drip(daemon), deadline + 2, "s");
+}
+
+void takeTurns(const Options& options, Figures& figures) {
+  const DaemonProcess daemon("", options.daemon);
+  constexpr int requests = 60;
+  Attackers attackers;
+  attackers.add(firstAttacker, [&] {
+    const auto message = requestWith(900'000, 5);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < requests; ++i) {
+      threads.emplace_back([&] {
+        auto peer = client(daemon);
+        while (peer.send(message) && peer.receiveReply()) continue;
+      });
+    }
+    for (auto& thread : threads) thread.join();
+  });
+  std::this_thread::sleep_for(2s);
+  const auto message = requestWith(20, mebibyte / 10);
+  double worst = 0;
+  for (int round = 0; round < std::max(options.rounds, 5); ++round) {
+    auto root = client(daemon);
+    const auto begun = Clock::now();
+    if (!root.send(message) || !root.receiveReply()) std::fprintf(stderr, "no answer\n");
+    worst = std::max(worst, std::chrono::duration<double>(Clock::now() - begun).count());
+  }
+  figures.atMost("root's call of 2 MiB beside 60 of one user", worst, 0.5, "s");
+}
+
 struct Attack {
   const char* name;
   void (*run)(const Options&, Figures&);
 };
 
-constexpr Attack attacks[] = {{"descriptors", sendDescriptors}, {"connects", connectInALoop}};
+constexpr Attack attacks[] = {{"descriptors", sendDescriptors},
+                              {"connects", connectInALoop},
+                              {"half-sent", sendHalf},
+                              {"turns", takeTurns}};
 
 int usage() {
   std::fprintf(stderr, "usage: attack_clients ATTACK [--rounds N] [--daemon PROGRAM]\nattacks:");

@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "integration/linux/RawClient.h"
-#include "platform/linux/LargeMessageTurn.h"
+#include "platform/linux/LargeMessageQueue.h"
 #include "platform/linux/ServedConnection.h"
 #include "service/ClientRegistry.h"
 #include "service/EmbeddedPropertyLists.h"
@@ -49,18 +49,9 @@ class DaemonTest : public test::DaemonFixture {
   /// The arguments of a request that says it sends that many endpoints for feedback.
   Data request(std::uint64_t code, std::uint32_t endpoints, const Array& paths) {
     const auto form = connect()->createExternalForm();
-    WireBytes body;
-    body.u64(code);
-    body.array(1, [&](WireBytes& bytes) {
-      for (const auto byte : *form) bytes.byte(byte);
-    });
-    body.array(4, [&](WireBytes& indexes) {
-      for (std::uint32_t i = 0; i < endpoints; ++i) indexes.u32(i);
-    });
-    body.array(1, [&](WireBytes& values) {
+    return RawClient::request(code, *form, endpoints, [&](WireBytes& values) {
       for (const auto& path : paths) values.signature("s").string(*path.string());
     });
-    return body.bytes();
   }
 };
 
@@ -352,9 +343,9 @@ TEST_F(DaemonTest, LargeMessagesLeaveNoMemoryBehind) {
 }
 
 TEST_F(DaemonTest, OperationsWithLargeMessagesHoldUpNoOthers) {
-  const Array large(20, std::string(LargeMessageTurn::largestWithout / 16, 'x'));
+  const Array large(20, std::string(LargeMessageQueue::largestWithout, 'x'));
   std::vector<RawClient> waiting;
-  std::vector<test::SocketPair> feedback(2 * LargeMessageTurn::turnsAtATime);
+  std::vector<test::SocketPair> feedback(4);
   for (auto& pair : feedback) {
     waiting.push_back(client());
     // For their feedback nobody shakes hands, which is waited for.

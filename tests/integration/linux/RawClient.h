@@ -124,6 +124,20 @@ class RawClient {
     return bytes;
   }
 
+  /// The arguments of a request that says it sends that many endpoints for feedback.
+  template <class Write>
+  static Data request(std::uint64_t code, const Data& form, std::uint32_t endpoints, Write write) {
+    WireBytes body;
+    body.u64(code);
+    body.array(1, [&](WireBytes& bytes) {
+      for (const auto byte : form) bytes.byte(byte);
+    });
+    body.array(4, [&](WireBytes& indexes) {
+      for (std::uint32_t i = 0; i < endpoints; ++i) indexes.u32(i);
+    });
+    return body.array(1, write).bytes();
+  }
+
  private:
   bool receive(void* bytes, std::size_t size) {
     return size == 0 || recv(socket_.get(), bytes, size, MSG_WAITALL) == static_cast<ssize_t>(size);
