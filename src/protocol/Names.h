@@ -34,6 +34,8 @@ inline constexpr const char* feedbackPath = "/com/vantor/QRTPrivilegedOperationF
 inline constexpr const char* feedbackInterface =
     "com.vantor.QRTPrivilegedOperationFeedbackProtocol";
 inline constexpr const char* feedbackMethod = "processPrivilegedOperationFeedback";
+/// What "Hello" is answered with.
+inline constexpr const char* peerName = ":1.0";
 }  // namespace wire
 
 }  // namespace qrt

@@ -85,17 +85,17 @@ class Requestor:
     def external_form(self):
         return self.call(AUTHORITY, "createExternalForm", None, "(ay)")[0]
 
-    def perform(self, code, arguments, listens):
-        """Domain, code and user information of the outcome, and the feedback messages."""
-        receiver = FeedbackReceiver() if listens else None
-        endpoints = [receiver.theirs.detach()] if listens else []
+    def perform(self, code, arguments, receiver=None):
+        """Domain, code and user information of the outcome, and the feedback messages that the
+        receiver took."""
+        endpoints = [receiver.theirs.detach()] if receiver else []
         request = GLib.Variant.new_tuple(
             GLib.Variant("t", code), GLib.Variant("ay", self.external_form()),
             GLib.Variant("ah", list(range(len(endpoints)))),
             GLib.Variant("av", [variant(value) for value in arguments]))
         outcome = self.call(HELPER, "performPrivilegedOperation", request, "(sxa{sv})",
                             Gio.UnixFDList.new_from_array(endpoints))
-        if not listens:
+        if not receiver:
             return outcome, []
         receiver.join()
         return outcome, receiver.messages

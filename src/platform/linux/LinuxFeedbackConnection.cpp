@@ -51,13 +51,14 @@ std::size_t weight(const PropertyValue& value) {
   return bytes;
 }
 
-int hello(sd_bus_message* call, void*, sd_bus_error*) {
-  return sd_bus_reply_method_return(call, "s", ":1.0");
-}
-
 }  // namespace
 
 LinuxFeedbackConnection::~LinuxFeedbackConnection() { suspend(); }
+
+int LinuxFeedbackConnection::hello(sd_bus_message* call, void* context, sd_bus_error*) {
+  static_cast<LinuxFeedbackConnection*>(context)->wasGreeted_ = true;
+  return sd_bus_reply_method_return(call, "s", wire::peerName);
+}
 
 Outcome LinuxFeedbackConnection::connect() {
   if (endpoint_.size() != 1) return invalid("More than one feedback endpoint was sent.");
@@ -72,8 +73,10 @@ Outcome LinuxFeedbackConnection::connect() {
       SD_BUS_VTABLE_START(0), SD_BUS_METHOD("Hello", "", "s", hello, SD_BUS_VTABLE_UNPRIVILEGED),
       SD_BUS_VTABLE_END};
   sd_bus_add_object_vtable(wire_->bus(), nullptr, "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                           bus, nullptr);
+                           bus, this);
   if (!wire_->handshake()) return invalid("Nobody answered at the feedback endpoint.");
+  // A library that says Hello takes the first message that it gets for the answer.
+  wire_->stepUntil([this] { return wasGreeted_; }, Clock::now() + greetingPatience);
   return success;
 }
 
@@ -90,7 +93,9 @@ Outcome LinuxFeedbackConnection::open(Dictionary firstMessage) {
 
 bool LinuxFeedbackConnection::send(const Dictionary& message) {
   sd_bus_message* call = nullptr;
-  int result = sd_bus_message_new_method_call(wire_->bus(), &call, nullptr, wire::feedbackPath,
+  // A library that has a name takes a call without one for a broadcast, which it does not dispatch.
+  const char* destination = wasGreeted_ ? wire::peerName : nullptr;
+  int result = sd_bus_message_new_method_call(wire_->bus(), &call, destination, wire::feedbackPath,
                                               wire::feedbackInterface, wire::feedbackMethod);
   if (result >= 0) result = sd_bus_message_set_expect_reply(call, 0);
   if (result >= 0) result = wire::appendDictionary(call, message);

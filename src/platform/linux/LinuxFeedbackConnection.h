@@ -22,6 +22,8 @@ class LinuxFeedbackConnection : public FeedbackConnection {
   static constexpr std::size_t maximumWaiting = 256;
   static constexpr std::size_t maximumWaitingBytes = 1 << 20;
   static constexpr std::chrono::seconds progressPatience{5};
+  /// How long a peer that may say Hello is waited for.
+  static constexpr std::chrono::milliseconds greetingPatience{20};
 
   /// `requestor` is the socket of the connection that the request came over; as long as it lives,
   /// records and output wait for their reader. Not owned.
@@ -42,6 +44,7 @@ class LinuxFeedbackConnection : public FeedbackConnection {
     bool canBeLost;
   };
 
+  static int hello(sd_bus_message* call, void* context, sd_bus_error*);
   Outcome connect();
   bool send(const Dictionary& message);
   void run();
@@ -54,6 +57,7 @@ class LinuxFeedbackConnection : public FeedbackConnection {
   std::vector<FileDescriptor> endpoint_;
   int requestor_;
   std::unique_ptr<WireConnection> wire_;
+  bool wasGreeted_ = false;
   FileDescriptor wake_;
   std::thread thread_;
 

@@ -39,6 +39,55 @@ Error interrupted() {
   return connectionError(connectionInterrupted, "The connection to the helper was interrupted.");
 }
 
+/// The requestor's end of a feedback socket: hands every message to the handler. It says Hello, so
+/// that the helper need not wait to see whether it does.
+class FeedbackReceiver {
+ public:
+  FeedbackReceiver(std::unique_ptr<WireConnection> wire, const FeedbackHandler& handler)
+      : wire_(std::move(wire)), handler_(handler) {
+    static const sd_bus_vtable methods[] = {
+        SD_BUS_VTABLE_START(0),
+        SD_BUS_METHOD_WITH_ARGS(wire::feedbackMethod, SD_BUS_ARGS("a{sv}", message),
+                                SD_BUS_NO_RESULT, receive, SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_VTABLE_END};
+    sd_bus_add_object_vtable(wire_->bus(), nullptr, wire::feedbackPath, wire::feedbackInterface,
+                             methods, this);
+  }
+
+  int socket() const { return wire_->socket(); }
+  short pollEvents() const { return wire_->pollEvents(); }
+
+  WireConnection::Progress step() {
+    const auto progress = wire_->step();
+    if (!hasGreeted_ && wire_->isReady() && !wire_->hasPeerLeft()) greet();
+    return progress;
+  }
+
+ private:
+  void greet() {
+    hasGreeted_ = true;
+    sd_bus_call_method_async(wire_->bus(), nullptr, nullptr, "/org/freedesktop/DBus",
+                             "org.freedesktop.DBus", "Hello", receiveAnswer, this, nullptr);
+  }
+
+  static int receiveAnswer(sd_bus_message*, void* context, sd_bus_error*) {
+    static_cast<FeedbackReceiver*>(context)->wire_->noteDispatched();
+    return 1;
+  }
+
+  static int receive(sd_bus_message* call, void* context, sd_bus_error*) {
+    auto& self = *static_cast<FeedbackReceiver*>(context);
+    auto arguments = self.wire_->arguments();
+    const auto message = arguments.dictionary();
+    if (arguments.ok()) self.handler_(message);
+    return sd_bus_reply_method_return(call, nullptr);
+  }
+
+  std::unique_ptr<WireConnection> wire_;
+  const FeedbackHandler& handler_;
+  bool hasGreeted_ = false;
+};
+
 class LinuxHelperConnection : public HelperConnection {
  public:
   LinuxHelperConnection(std::unique_ptr<WireConnection> wire, FileDescriptor interruption)
@@ -124,40 +173,11 @@ class LinuxHelperConnection : public HelperConnection {
 
   static int receiveReply(sd_bus_message* reply, void* context, sd_bus_error*);
   Outcome call(const char* interface, const char* method, const ArgumentWriter& write,
-               const ReplyReader& read, WireConnection* feedback = nullptr);
-  Outcome wait(PendingReply& reply, WireConnection* feedback);
+               const ReplyReader& read, FeedbackReceiver* feedback = nullptr);
+  Outcome wait(PendingReply& reply, FeedbackReceiver* feedback);
 
   std::unique_ptr<WireConnection> wire_;
   FileDescriptor interruption_;
-};
-
-/// The requestor's end of a feedback socket: hands every message to the handler.
-class FeedbackReceiver {
- public:
-  FeedbackReceiver(std::unique_ptr<WireConnection> wire, const FeedbackHandler& handler)
-      : wire_(std::move(wire)), handler_(handler) {
-    static const sd_bus_vtable methods[] = {
-        SD_BUS_VTABLE_START(0),
-        SD_BUS_METHOD_WITH_ARGS(wire::feedbackMethod, SD_BUS_ARGS("a{sv}", message),
-                                SD_BUS_NO_RESULT, receive, SD_BUS_VTABLE_UNPRIVILEGED),
-        SD_BUS_VTABLE_END};
-    sd_bus_add_object_vtable(wire_->bus(), nullptr, wire::feedbackPath, wire::feedbackInterface,
-                             methods, this);
-  }
-
-  WireConnection& wire() { return *wire_; }
-
- private:
-  static int receive(sd_bus_message* call, void* context, sd_bus_error*) {
-    auto& self = *static_cast<FeedbackReceiver*>(context);
-    auto arguments = self.wire_->arguments();
-    const auto message = arguments.dictionary();
-    if (arguments.ok()) self.handler_(message);
-    return sd_bus_reply_method_return(call, nullptr);
-  }
-
-  std::unique_ptr<WireConnection> wire_;
-  const FeedbackHandler& handler_;
 };
 
 Result<std::unique_ptr<HelperConnection>> LinuxHelperConnection::over(FileDescriptor socket) {
@@ -197,7 +217,7 @@ LinuxHelperConnection::Message LinuxHelperConnection::callMessage(const char* in
 
 Outcome LinuxHelperConnection::call(const char* interface, const char* method,
                                     const ArgumentWriter& write, const ReplyReader& read,
-                                    WireConnection* feedback) {
+                                    FeedbackReceiver* feedback) {
   constexpr auto noTimeLimit = std::numeric_limits<std::uint64_t>::max();
   PendingReply pending{*wire_, read, success};
   const auto message = callMessage(interface, method, write);
@@ -212,7 +232,7 @@ Outcome LinuxHelperConnection::call(const char* interface, const char* method,
 }
 
 /// Runs the connection, and the feedback beside it, until the reply is there.
-Outcome LinuxHelperConnection::wait(PendingReply& reply, WireConnection* feedback) {
+Outcome LinuxHelperConnection::wait(PendingReply& reply, FeedbackReceiver* feedback) {
   using Progress = WireConnection::Progress;
   const auto pumpFeedback = [&feedback] {
     auto progress = Progress::made;
@@ -286,7 +306,7 @@ Outcome LinuxHelperConnection::performPrivilegedOperation(std::uint64_t code,
     }
   };
   auto failure = call(wire::helperInterface, "performPrivilegedOperation", write, read,
-                      receiver ? &receiver->wire() : nullptr);
+                      receiver ? &*receiver : nullptr);
   return failure ? failure : answer;
 }
 

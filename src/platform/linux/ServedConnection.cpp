@@ -40,7 +40,7 @@ struct ServedConnection::Methods {
   static ServedConnection& self(void* context) { return *static_cast<ServedConnection*>(context); }
 
   static int hello(sd_bus_message* call, void*, sd_bus_error*) {
-    return sd_bus_reply_method_return(call, "s", ":1.0");
+    return sd_bus_reply_method_return(call, "s", wire::peerName);
   }
 
   static int connectWithEndpoint(sd_bus_message* call, void* context, sd_bus_error*) {

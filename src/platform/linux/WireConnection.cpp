@@ -4,6 +4,7 @@
 #include <malloc.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -13,8 +14,6 @@
 
 namespace qrt {
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 /// A handshake is a handful of short lines.
 constexpr std::size_t maximumHandshakeBytes = 16 << 10;
@@ -59,7 +58,7 @@ PosixResult<std::unique_ptr<WireConnection>> WireConnection::make(FileDescriptor
   if (result >= 0) result = sd_bus_set_fd(bus, input.get(), output.get());
   if (result < 0) return contractCode(-result);
   input.release();  // libsystemd's from here on.
-  output.release();
+  connection->output_ = output.release();
   if (result = sd_bus_start(bus); result < 0) return contractCode(-result);
   // It made the socket one that never blocks, which its own calls do not depend on.
   const int status = fcntl(connection->socket(), F_GETFL);
@@ -106,8 +105,11 @@ void WireConnection::discardArguments() {
 bool WireConnection::isReady() const { return sd_bus_is_ready(bus_) > 0; }
 
 bool WireConnection::handshake() {
-  const auto deadline = Clock::now() + handshakeLimit;
-  while (!isReady()) {
+  return stepUntil([this] { return isReady(); }, Clock::now() + handshakeLimit);
+}
+
+bool WireConnection::stepUntil(const std::function<bool()>& isDone, Clock::time_point deadline) {
+  while (!isDone()) {
     const auto progress = step();
     if (progress == Progress::closed) return false;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
@@ -119,9 +121,16 @@ bool WireConnection::handshake() {
   return true;
 }
 
+/// A write that fails would make libsystemd give up reading too.
+void WireConnection::dropOutput() {
+  const FileDescriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
+  if (nowhere) dup3(nowhere.get(), output_, O_CLOEXEC);
+}
+
 WireConnection::Progress WireConnection::step(Patience patience) {
   dispatched_ = false;
   if (hasQueuedOutput()) {
+    if (hasPeerLeft()) dropOutput();
     if (!process()) return Progress::closed;
     if (hasQueuedOutput()) return Progress::waits;
   }

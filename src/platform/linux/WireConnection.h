@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -35,6 +36,7 @@ class WireConnection {
   };
   /// Whether a step may sleep until the next message begins to arrive.
   enum class Patience { none, untilMessage };
+  using Clock = std::chrono::steady_clock;
   static constexpr std::chrono::seconds handshakeLimit{5};
 
   /// `socket` must be a connected stream socket.
@@ -48,7 +50,11 @@ class WireConnection {
   /// Shakes hands within the limit. False: the peer did not.
   bool handshake();
 
+  /// Steps until `isDone`. False when the deadline passes or the connection closes before that.
+  bool stepUntil(const std::function<bool()>& isDone, Clock::time_point deadline);
+
   /// Writes what waits, reads and dispatches at most one message, or one line of the handshake.
+  /// What waits for a peer that has left is dropped, so that what it sent before can be read.
   Progress step(Patience patience = Patience::none);
 
   /// Whether nobody is left to read replies. What the peer sent before it left can still be read.
@@ -57,6 +63,8 @@ class WireConnection {
   int socket() const { return socket_.get(); }
   short pollEvents() const;
   bool hasQueuedOutput() const;
+  /// Whether the handshake is complete.
+  bool isReady() const;
 
   /// For messages, replies and objects. Never pumped by anyone but this class.
   sd_bus* bus() const { return bus_; }
@@ -83,7 +91,7 @@ class WireConnection {
   };
 
   enum class Read { complete, waits, failed };
-  bool isReady() const;
+  void dropOutput();
   Read readMessage(Patience patience);
   Read readLargeMessage();
   bool waitForTurn() const;
@@ -96,6 +104,8 @@ class WireConnection {
 
   FileDescriptor socket_;
   FileDescriptor feed_;
+  /// The descriptor that libsystemd, its owner, writes to: a duplicate of the socket.
+  int output_ = -1;
   sd_bus* bus_ = nullptr;
   Role role_ = Role::server;
 

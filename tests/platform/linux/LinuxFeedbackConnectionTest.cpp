@@ -4,6 +4,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <future>
+#include <limits>
 #include <thread>
 
 #include "protocol/FeedbackMessage.h"
@@ -63,6 +65,93 @@ class LinuxFeedbackConnectionTest : public testing::Test {
     return 1;
   }
 };
+
+/// The requestor's end as a client of a bus, which says Hello and wants the answer to that first.
+class BusClient {
+ public:
+  explicit BusClient(FileDescriptor socket) {
+    static const sd_bus_vtable methods[] = {
+        SD_BUS_VTABLE_START(0),
+        SD_BUS_METHOD(wire::feedbackMethod, "a{sv}", "", count, SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_VTABLE_END};
+    EXPECT_GE(sd_bus_new(&bus_), 0);
+    EXPECT_GE(sd_bus_set_bus_client(bus_, 1), 0);
+    EXPECT_GE(sd_bus_set_fd(bus_, socket.get(), socket.get()), 0);
+    socket.release();
+    EXPECT_GE(sd_bus_add_object_vtable(bus_, nullptr, wire::feedbackPath, wire::feedbackInterface,
+                                       methods, this),
+              0);
+  }
+  ~BusClient() { sd_bus_close_unref(bus_); }
+
+  /// The messages that arrive before the daemon closes its end.
+  int messagesToTheEnd() {
+    if (sd_bus_start(bus_) < 0) return -1;
+    for (int result = 0; result >= 0;) {
+      result = sd_bus_process(bus_, nullptr);
+      if (result == 0) result = sd_bus_wait(bus_, std::numeric_limits<std::uint64_t>::max());
+    }
+    return messages_;
+  }
+
+ private:
+  static int count(sd_bus_message*, void* client, sd_bus_error*) {
+    ++static_cast<BusClient*>(client)->messages_;
+    return 1;
+  }
+
+  sd_bus* bus_ = nullptr;
+  int messages_ = 0;
+};
+
+TEST(LinuxFeedbackConnection, ABusClientGetsEveryMessage) {
+  constexpr int rounds = 100;
+  for (int round = 0; round < rounds; ++round) {
+    test::SocketPair request, feedback;
+    std::vector<FileDescriptor> endpoint;
+    endpoint.push_back(std::move(feedback.first));
+    LinuxFeedbackConnection connection(std::move(endpoint), request.first.get());
+    auto received = std::async(std::launch::async, [&] {
+      return BusClient(std::move(feedback.second)).messagesToTheEnd();
+    });
+    ASSERT_EQ(connection.open(progressMessage(0)), success);
+    connection.processPrivilegedOperationFeedback(outputMessage({}));
+    connection.processPrivilegedOperationFeedback(finalMessage());
+    connection.suspend();
+    ASSERT_EQ(received.get(), 3) << round;
+  }
+}
+
+/// The peer does not read, so that a message waits here, and is gone when its call is read.
+TEST(WireConnection, ReadsWhatAPeerSentBeforeItLeft) {
+  test::SocketPair sockets;
+  const auto wire =
+      std::move(*WireConnection::make(std::move(sockets.first), WireConnection::Role::server));
+  int calls = 0;
+  static const sd_bus_vtable methods[] = {SD_BUS_VTABLE_START(0),
+                                          SD_BUS_METHOD(
+                                              "Stop", "", "",
+                                              [](sd_bus_message*, void* context, sd_bus_error*) {
+                                                return ++*static_cast<int*>(context);
+                                              },
+                                              SD_BUS_VTABLE_UNPRIVILEGED),
+                                          SD_BUS_VTABLE_END};
+  sd_bus_add_object_vtable(wire->bus(), nullptr, "/o", "i.f", methods, &calls);
+  auto peer =
+      std::move(*WireConnection::make(std::move(sockets.second), WireConnection::Role::client));
+  auto shaken = std::async(std::launch::async, [&] { return peer->handshake(); });
+  ASSERT_TRUE(wire->handshake() && shaken.get());
+  const std::string text(64 << 10, 'x');
+  while (!wire->hasQueuedOutput()) {
+    ASSERT_GE(sd_bus_emit_signal(wire->bus(), "/o", "i.f", "Text", "s", text.c_str()), 0);
+  }
+  ASSERT_GE(sd_bus_call_method_async(peer->bus(), nullptr, nullptr, "/o", "i.f", "Stop", nullptr,
+                                     nullptr, ""),
+            0);
+  peer.reset();
+  while (wire->step() == WireConnection::Progress::made) continue;
+  EXPECT_EQ(calls, 1);
+}
 
 TEST_F(LinuxFeedbackConnectionTest, ProgressIsNeverWaitedForAndTheNewestIsKept) {
   const auto records = recordsMessage(0, {true, Array{"x", 0.5}});
