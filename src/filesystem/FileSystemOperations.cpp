@@ -13,8 +13,8 @@ namespace {
 
 using DeletionHandler = Outcome (*)(const DeletionContext&, const Array&, FeedbackConnection*);
 
-Handler withDeletionContext(DeletionHandler handler, const Platform& platform) {
-  return [handler, &platform](const Array& arguments, FeedbackConnection* feedback) {
+Handler withDeletionContext(DeletionHandler handler) {
+  return [handler](const Platform& platform, const Array& arguments, FeedbackConnection* feedback) {
     const DeletionContext context{platform.files,
                                   NSProcessInfoQRTAdditions::operatingSystemVersionCode(platform)};
     return handler(context, arguments, feedback);
@@ -23,8 +23,8 @@ Handler withDeletionContext(DeletionHandler handler, const Platform& platform) {
 
 using ItemHandler = Outcome (*)(const ItemContext&, const Array&);
 
-Handler withItemContext(ItemHandler handler, const Platform& platform) {
-  return [handler, &platform](const Array& arguments, FeedbackConnection*) {
+Handler withItemContext(ItemHandler handler) {
+  return [handler](const Platform& platform, const Array& arguments, FeedbackConnection*) {
     return handler(ItemContext(platform), arguments);
   };
 }
@@ -59,8 +59,8 @@ constexpr ItemOperation itemOperations[] = {
 
 using SearchHandler = Outcome (*)(const SearchContext&, const Array&, FeedbackConnection*);
 
-Handler withSearchContext(SearchHandler handler, const Platform& platform) {
-  return [handler, &platform](const Array& arguments, FeedbackConnection* feedback) {
+Handler withSearchContext(SearchHandler handler) {
+  return [handler](const Platform& platform, const Array& arguments, FeedbackConnection* feedback) {
     return handler({platform.files, platform.log, platform.users}, arguments, feedback);
   };
 }
@@ -85,22 +85,22 @@ constexpr SearchOperation searchOperations[] = {
 
 }  // namespace
 
-void registerFileSystemHandlers(HandlerTable& table, const Platform& platform) {
+void registerFileSystemHandlers(HandlerTable& table) {
   using namespace DeletionOperations;
   table.add("performOperationDeleteFileobjectsWithArguments:feedbackConnection:",
-            withDeletionContext(performOperationDeleteFileobjectsWithArguments, platform));
+            withDeletionContext(performOperationDeleteFileobjectsWithArguments));
   table.add("performOperationDeleteFoldercontentsWithArguments:feedbackConnection:",
-            withDeletionContext(performOperationDeleteFoldercontentsWithArguments, platform));
+            withDeletionContext(performOperationDeleteFoldercontentsWithArguments));
   for (const auto& operation : itemOperations) {
-    table.add(operation.handlerName, withItemContext(operation.handler, platform));
+    table.add(operation.handlerName, withItemContext(operation.handler));
   }
   table.add("performOperationPropPermissionsWithArguments:feedbackConnection:",
-            [&platform](const Array& arguments, FeedbackConnection* feedback) {
+            [](const Platform& platform, const Array& arguments, FeedbackConnection* feedback) {
               return PermissionOperations::performOperationPropPermissionsWithArguments(
                   ItemContext(platform), platform.log, arguments, feedback);
             });
   for (const auto& operation : searchOperations) {
-    table.add(operation.handlerName, withSearchContext(operation.handler, platform));
+    table.add(operation.handlerName, withSearchContext(operation.handler));
   }
 }
 

@@ -2,11 +2,9 @@
 #pragma once
 
 #include "operations/HandlerTable.h"
-#include "platform/Platform.h"
 
 namespace qrt {
 
-/// `platform` outlives the table.
-void registerFileSystemHandlers(HandlerTable& table, const Platform& platform);
+void registerFileSystemHandlers(HandlerTable& table);
 
 }  // namespace qrt

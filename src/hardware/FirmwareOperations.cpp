@@ -66,7 +66,7 @@ Outcome performOperationEraseDiskblocksWithArguments(const Array& arguments,
 }
 
 Outcome performOperationWriteSmcvalueWithArguments(const Array& arguments,
-                                                   SharedSMCController& controllers) {
+                                                   SharedSMCController& controllers, Log& log) {
   if (arguments.size() != 2) return posixError(PosixCode::invalidArgument);
   const auto* controller = controllers.controller();
   if (!controller) {
@@ -76,7 +76,7 @@ Outcome performOperationWriteSmcvalueWithArguments(const Array& arguments,
         "to find the SMC.");
   }
   const auto& bytes = *arguments[1].data();
-  if (!controller->writeRawBytes(bytes.data(), bytes.size(), *arguments[0].string())) {
+  if (!controller->writeRawBytes(bytes.data(), bytes.size(), *arguments[0].string(), log)) {
     return privilegedOperationError(
         21, "Write access to the System Management Controller failed.",
         "An unknown problem occurred while trying to update a value of the SMC.");

@@ -7,6 +7,7 @@
 namespace qrt {
 
 class BlockDevices;
+class Log;
 class Nvram;
 class SharedSMCController;
 
@@ -20,6 +21,6 @@ Outcome performOperationEraseDiskblocksWithArguments(const Array& arguments, Blo
 
 /// Key of four characters, its new value in the controller's byte order.
 Outcome performOperationWriteSmcvalueWithArguments(const Array& arguments,
-                                                   SharedSMCController& controllers);
+                                                   SharedSMCController& controllers, Log& log);
 
 }  // namespace qrt

@@ -10,27 +10,28 @@
 
 namespace qrt {
 
-void registerHardwareHandlers(HandlerTable& handlers, const Platform& platform,
+void registerHardwareHandlers(HandlerTable& handlers, const Platform& shared,
                               QRTPrivilegedOperationSetVK2& operationSet) {
-  auto& nvram = platform.nvram;
   handlers.add("performOperationModifyNvramWithArguments:",
-               [&nvram](const Array& arguments, FeedbackConnection*) {
-                 return performOperationModifyNvramWithArguments(arguments, nvram);
+               [](const Platform& platform, const Array& arguments, FeedbackConnection*) {
+                 return performOperationModifyNvramWithArguments(arguments, platform.nvram);
                });
   handlers.add("performOperationCreateInstallmediaWithArguments:feedbackConnection:",
-               [&platform, &operationSet](const Array& arguments, FeedbackConnection* feedback) {
+               [&operationSet](const Platform& platform, const Array& arguments,
+                               FeedbackConnection* feedback) {
                  return performOperationCreateInstallmediaWithArguments(arguments, feedback,
                                                                         platform, operationSet);
                });
-  auto& devices = platform.blockDevices;
   handlers.add("performOperationEraseDiskblocksWithArguments:",
-               [&devices](const Array& arguments, FeedbackConnection*) {
-                 return performOperationEraseDiskblocksWithArguments(arguments, devices);
+               [](const Platform& platform, const Array& arguments, FeedbackConnection*) {
+                 return performOperationEraseDiskblocksWithArguments(arguments,
+                                                                     platform.blockDevices);
                });
-  const auto controller = std::make_shared<SharedSMCController>(platform.smc, platform.log);
+  const auto controller = std::make_shared<SharedSMCController>(shared.smc, shared.log);
   handlers.add("performOperationWriteSmcvalueWithArguments:",
-               [controller](const Array& arguments, FeedbackConnection*) {
-                 return performOperationWriteSmcvalueWithArguments(arguments, *controller);
+               [controller](const Platform& platform, const Array& arguments, FeedbackConnection*) {
+                 return performOperationWriteSmcvalueWithArguments(arguments, *controller,
+                                                                   platform.log);
                });
 }
 

@@ -73,7 +73,7 @@ std::unique_ptr<QRTSystemManagementController> QRTSystemManagementController::in
 }
 
 QRTSystemManagementController::QRTSystemManagementController(SMCExchange& exchange, Log& log)
-    : log_(log), driver_(exchange, log) {}
+    : log_(log), driver_(exchange) {}
 
 bool QRTSystemManagementController::readAvailableKeys() {
   SMCValueBytes count(4);
@@ -166,10 +166,11 @@ std::int64_t QRTSystemManagementController::maximumFractionDigitsOfNumericProper
 }
 
 bool QRTSystemManagementController::writeRawBytes(const std::uint8_t* bytes, std::size_t length,
-                                                  const std::string& toSMCKey) const {
+                                                  const std::string& toSMCKey, Log& log) const {
   if (!bytes || length == 0 || utf16Length(toSMCKey) != 4) return false;
   const auto counted = static_cast<std::uint8_t>(length);
-  return driver_.writeSMCKey(smcCodeFromText(toSMCKey), {bytes, counted}) == KernelReturn::noError;
+  return driver_.writeSMCKey(smcCodeFromText(toSMCKey), {bytes, counted}, log) ==
+         KernelReturn::noError;
 }
 
 std::string QRTSystemManagementController::softwareVersion() const {

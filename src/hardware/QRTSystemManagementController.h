@@ -72,8 +72,9 @@ class QRTSystemManagementController {
 
   /// Writes to any key, whether it is listed or not. `bytes` is in the controller's byte order and
   /// as long as the key's value; of `length` only the low eight bits count.
-  bool writeRawBytes(const std::uint8_t* bytes, std::size_t length,
-                     const std::string& toSMCKey) const;
+  /// `log` gets the line about a failure.
+  bool writeRawBytes(const std::uint8_t* bytes, std::size_t length, const std::string& toSMCKey,
+                     Log& log) const;
 
   /// "<?>" when it is not known.
   std::string softwareVersion() const;

@@ -50,7 +50,8 @@ KernelReturn SMCDriver::readSMCKey(SMCCode key, SMCValueBytes& value) const {
   return exchanged;
 }
 
-KernelReturn SMCDriver::writeSMCKey(SMCCode key, std::span<const std::uint8_t> bytes) const {
+KernelReturn SMCDriver::writeSMCKey(SMCCode key, std::span<const std::uint8_t> bytes,
+                                    Log& log) const {
   if (key == 0) return KernelReturn::cannotWire;
   SMCParameterRecord info;
   if (const auto got = keyInfo(key, info); got != KernelReturn::noError) return got;
@@ -65,8 +66,8 @@ KernelReturn SMCDriver::writeSMCKey(SMCCode key, std::span<const std::uint8_t> b
   const auto exchanged = exchange_.callSMC(input, output);
   if (exchanged != KernelReturn::noError) {
     const auto code = static_cast<std::uint32_t>(exchanged);
-    log_.error("SMC write failure: system 0x%x subsystem 0x%x error code 0x%x.", code >> 26,
-               code >> 14 & 0xFFF, code & 0x3FFF);
+    log.error("SMC write failure: system 0x%x subsystem 0x%x error code 0x%x.", code >> 26,
+              code >> 14 & 0xFFF, code & 0x3FFF);
   }
   return output.result == smc_result::success ? exchanged : KernelReturn::inputOutput;
 }

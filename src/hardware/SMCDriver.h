@@ -28,10 +28,10 @@ struct SMCValueBytes {
   std::array<std::uint8_t, 255> bytes{};
 };
 
-/// Stateless; thread-safe. Exchange and log outlive it.
+/// Stateless; thread-safe. The exchange outlives it.
 class SMCDriver {
  public:
-  SMCDriver(SMCExchange& exchange, Log& log) : exchange_(exchange), log_(log) {}
+  explicit SMCDriver(SMCExchange& exchange) : exchange_(exchange) {}
 
   /// `notFound` for a key that is not there, `internalError` for one that cannot be read: it is
   /// write-only then. Other codes are those of the exchange.
@@ -39,7 +39,8 @@ class SMCDriver {
 
   /// `badArgument` unless the key's value takes as many bytes as are given; of those no more than a
   /// record holds are sent. `inputOutput` when the controller refuses.
-  KernelReturn writeSMCKey(SMCCode key, std::span<const std::uint8_t> bytes) const;
+  /// `log` gets the line about a failed exchange.
+  KernelReturn writeSMCKey(SMCCode key, std::span<const std::uint8_t> bytes, Log& log) const;
 
   /// The key at a place in the controller's list.
   std::optional<SMCCode> keyAtIndex(std::uint32_t index) const;
@@ -48,7 +49,6 @@ class SMCDriver {
   KernelReturn keyInfo(SMCCode key, SMCParameterRecord& info) const;
 
   SMCExchange& exchange_;
-  Log& log_;
 };
 
 }  // namespace qrt

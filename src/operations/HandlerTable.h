@@ -12,9 +12,13 @@
 
 namespace qrt {
 
-/// Performs one operation. The arguments fit the catalogue's description; the feedback connection
-/// is null when the requestor gave none. Handlers of different requests run at the same time.
-using Handler = std::function<Outcome(const Array& arguments, FeedbackConnection* feedback)>;
+struct Platform;
+
+/// Performs one operation. The platform is the request's own: lines of its log name the requestor.
+/// The arguments fit the catalogue's description; the feedback connection is null when the
+/// requestor gave none. Handlers of different requests run at the same time.
+using Handler = std::function<Outcome(const Platform& platform, const Array& arguments,
+                                      FeedbackConnection* feedback)>;
 
 /// Handlers by their full names, e.g. "performOperationSignalProcessWithArguments:". Filled by the
 /// composition root before the service starts, read-only afterwards.

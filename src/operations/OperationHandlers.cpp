@@ -4,17 +4,14 @@
 #include "operations/SystemConfigurationOperations.h"
 #include "operations/SystemSettings.h"
 #include "operations/UtilityOperations.h"
-#include "platform/Platform.h"
 
 namespace qrt {
 
-void registerOperationHandlers(HandlerTable& handlers, const Platform& platform,
-                               QRTPrivilegedOperationSetVK2& operationSet) {
-  registerSystemSettingHandlers(handlers, platform);
-  registerPreferenceHandlers(handlers, platform.preferences, platform.propertyLists);
-  registerSystemConfigurationHandlers(handlers, platform.systemConfiguration,
-                                      platform.propertyLists, platform.log);
-  registerUtilityHandlers(handlers, platform, operationSet);
+void registerOperationHandlers(HandlerTable& handlers, QRTPrivilegedOperationSetVK2& operationSet) {
+  registerSystemSettingHandlers(handlers);
+  registerPreferenceHandlers(handlers);
+  registerSystemConfigurationHandlers(handlers);
+  registerUtilityHandlers(handlers, operationSet);
 }
 
 }  // namespace qrt

@@ -6,10 +6,8 @@
 namespace qrt {
 
 class QRTPrivilegedOperationSetVK2;
-struct Platform;
 
-/// Adds the handlers of settings, signals and utilities. Platform and set outlive the table.
-void registerOperationHandlers(HandlerTable& handlers, const Platform& platform,
-                               QRTPrivilegedOperationSetVK2& operationSet);
+/// Adds the handlers of settings, signals and utilities. The set outlives the table.
+void registerOperationHandlers(HandlerTable& handlers, QRTPrivilegedOperationSetVK2& operationSet);
 
 }  // namespace qrt

@@ -2,6 +2,7 @@
 
 #include "operations/PrivilegedOperationError.h"
 #include "operations/PropertyListArgument.h"
+#include "platform/Platform.h"
 #include "platform/Preferences.h"
 
 namespace qrt {
@@ -48,12 +49,11 @@ Error preferenceSettingError() {
       "authenticate as administrator.");
 }
 
-void registerPreferenceHandlers(HandlerTable& handlers, Preferences& preferences,
-                                PropertyLists& propertyLists) {
+void registerPreferenceHandlers(HandlerTable& handlers) {
   handlers.add("performOperationModifyPreferencesWithArguments:",
-               [&preferences, &propertyLists](const Array& arguments, FeedbackConnection*) {
-                 return performOperationModifyPreferencesWithArguments(arguments, preferences,
-                                                                       propertyLists);
+               [](const Platform& platform, const Array& arguments, FeedbackConnection*) {
+                 return performOperationModifyPreferencesWithArguments(
+                     arguments, platform.preferences, platform.propertyLists);
                });
 }
 

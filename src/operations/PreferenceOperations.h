@@ -6,14 +6,10 @@
 
 namespace qrt {
 
-class Preferences;
-class PropertyLists;
-
 /// Code 10: a preference setting could not be updated.
 Error preferenceSettingError();
 
-/// Adds the handler of "modify-preferences". The facilities outlive the table.
-void registerPreferenceHandlers(HandlerTable& handlers, Preferences& preferences,
-                                PropertyLists& propertyLists);
+/// Adds the handler of "modify-preferences".
+void registerPreferenceHandlers(HandlerTable& handlers);
 
 }  // namespace qrt

@@ -4,6 +4,7 @@
 #include "operations/PrivilegedOperationError.h"
 #include "operations/PropertyListArgument.h"
 #include "platform/Log.h"
+#include "platform/Platform.h"
 #include "platform/SystemConfiguration.h"
 
 namespace qrt {
@@ -90,18 +91,16 @@ Outcome performOperationEnableIpvsixWithArguments(const Array& arguments,
 
 }  // namespace
 
-void registerSystemConfigurationHandlers(HandlerTable& handlers,
-                                         SystemConfiguration& systemConfiguration,
-                                         PropertyLists& propertyLists, Log& log) {
+void registerSystemConfigurationHandlers(HandlerTable& handlers) {
   handlers.add("performOperationModifySysconfWithArguments:",
-               [&systemConfiguration, &propertyLists](const Array& arguments, FeedbackConnection*) {
-                 return performOperationModifySysconfWithArguments(arguments, systemConfiguration,
-                                                                   propertyLists);
+               [](const Platform& platform, const Array& arguments, FeedbackConnection*) {
+                 return performOperationModifySysconfWithArguments(
+                     arguments, platform.systemConfiguration, platform.propertyLists);
                });
   handlers.add("performOperationEnableIpvsixWithArguments:",
-               [&systemConfiguration, &log](const Array& arguments, FeedbackConnection*) {
-                 return performOperationEnableIpvsixWithArguments(arguments, systemConfiguration,
-                                                                  log);
+               [](const Platform& platform, const Array& arguments, FeedbackConnection*) {
+                 return performOperationEnableIpvsixWithArguments(
+                     arguments, platform.systemConfiguration, platform.log);
                });
 }
 

@@ -5,14 +5,7 @@
 
 namespace qrt {
 
-class Log;
-class PropertyLists;
-class SystemConfiguration;
-
-/// Adds the handlers of "modify-sysconf" and "enable-ipvsix". The facilities
-/// outlive the table.
-void registerSystemConfigurationHandlers(HandlerTable& handlers,
-                                         SystemConfiguration& systemConfiguration,
-                                         PropertyLists& propertyLists, Log& log);
+/// Adds the handlers of "modify-sysconf" and "enable-ipvsix".
+void registerSystemConfigurationHandlers(HandlerTable& handlers);
 
 }  // namespace qrt

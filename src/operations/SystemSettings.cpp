@@ -25,16 +25,15 @@ Outcome performOperationSignalProcessWithArguments(const Array& arguments,
 
 }  // namespace
 
-void registerSystemSettingHandlers(HandlerTable& handlers, const Platform& platform) {
-  auto& settings = platform.kernelSettings;
+void registerSystemSettingHandlers(HandlerTable& handlers) {
   handlers.add("performOperationModifyKernelsettingWithArguments:",
-               [&settings](const Array& arguments, FeedbackConnection*) {
-                 return performOperationModifyKernelsettingWithArguments(arguments, settings);
+               [](const Platform& platform, const Array& arguments, FeedbackConnection*) {
+                 return performOperationModifyKernelsettingWithArguments(arguments,
+                                                                         platform.kernelSettings);
                });
-  auto& processes = platform.processes;
   handlers.add("performOperationSignalProcessWithArguments:",
-               [&processes](const Array& arguments, FeedbackConnection*) {
-                 return performOperationSignalProcessWithArguments(arguments, processes);
+               [](const Platform& platform, const Array& arguments, FeedbackConnection*) {
+                 return performOperationSignalProcessWithArguments(arguments, platform.processes);
                });
 }
 

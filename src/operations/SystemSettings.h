@@ -5,10 +5,7 @@
 
 namespace qrt {
 
-struct Platform;
-
-/// Adds the handlers of "modify-kernelsetting" and "signal-process". The platform outlives the
-/// table.
-void registerSystemSettingHandlers(HandlerTable& handlers, const Platform& platform);
+/// Adds the handlers of "modify-kernelsetting" and "signal-process".
+void registerSystemSettingHandlers(HandlerTable& handlers);
 
 }  // namespace qrt

@@ -46,12 +46,12 @@ Outcome performOperationExecuteUtilityWithArguments(const Array& arguments,
 
 }  // namespace
 
-void registerUtilityHandlers(HandlerTable& handlers, const Platform& platform,
-                             QRTPrivilegedOperationSetVK2& operationSet,
+void registerUtilityHandlers(HandlerTable& handlers, QRTPrivilegedOperationSetVK2& operationSet,
                              TrustedUtilities utilities) {
   handlers.add("performOperationExecuteUtilityWithArguments:feedbackConnection:",
-               [&platform, &operationSet, utilities = std::move(utilities)](
-                   const Array& arguments, FeedbackConnection* feedbackConnection) {
+               [&operationSet, utilities = std::move(utilities)](
+                   const Platform& platform, const Array& arguments,
+                   FeedbackConnection* feedbackConnection) {
                  return performOperationExecuteUtilityWithArguments(
                      arguments, feedbackConnection, platform, operationSet, utilities);
                });

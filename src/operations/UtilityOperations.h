@@ -7,11 +7,9 @@
 namespace qrt {
 
 class QRTPrivilegedOperationSetVK2;
-struct Platform;
 
-/// Adds the handler of "execute-utility". Platform and set outlive the table.
-void registerUtilityHandlers(HandlerTable& handlers, const Platform& platform,
-                             QRTPrivilegedOperationSetVK2& operationSet,
+/// Adds the handler of "execute-utility". The set outlives the table.
+void registerUtilityHandlers(HandlerTable& handlers, QRTPrivilegedOperationSetVK2& operationSet,
                              TrustedUtilities utilities = TrustedUtilities());
 
 }  // namespace qrt

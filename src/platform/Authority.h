@@ -13,6 +13,8 @@
 
 namespace qrt {
 
+class Log;
+
 /// Status of the authorization services.
 enum class AuthorizationStatus : std::int32_t {
   noError = 0,
@@ -74,8 +76,9 @@ class Authority {
 
   /// A reference for the authorization that a client externalized. A dialog about one of its rights
   /// lasts no longer than the connection of `caller`, who sent the form and need not have made it.
+  /// `log` gets the lines about it and outlives the reference.
   virtual Result<std::unique_ptr<Authorization>, AuthorizationStatus> createFromExternalForm(
-      const Caller& caller, const AuthorizationExternalForm& form) = 0;
+      const Caller& caller, const AuthorizationExternalForm& form, Log& log) = 0;
 
   /// A fresh reference of this process, without rights.
   virtual Result<std::unique_ptr<Authorization>, AuthorizationStatus> create() = 0;

@@ -5,10 +5,20 @@
 #include <type_traits>
 
 #include "platform/LogFormat.h"
+#include "protocol/Caller.h"
 
 namespace qrt {
 
 enum class LogLevel { standard, info, error, fault };
+
+/// What a line is about, beside its text: the requestor and its operation. Lines of the service
+/// itself have no origin.
+struct LogOrigin {
+  /// Null without a requestor.
+  const Caller* caller = nullptr;
+  /// The identifier of the catalogue; empty without one.
+  std::string_view operation;
+};
 
 /// Writes lines to the system's log. Thread-safe. Writing never fails as far as the caller can see.
 class Log {
@@ -18,7 +28,8 @@ class Log {
   /// Names the lines that follow. Lines written before belong to no subsystem.
   virtual void open(std::string_view subsystem, std::string_view category) = 0;
 
-  virtual void write(LogLevel level, std::string_view line) = 0;
+  /// A system's log with fields shows the origin in fields of the line.
+  virtual void write(LogLevel level, std::string_view line, const LogOrigin& origin) = 0;
 
   template <class... Args>
   void standard(std::type_identity_t<LogFormat<Args...>> format, const Args&... args) {
@@ -41,7 +52,7 @@ class Log {
   template <class... Args>
   void formatted(LogLevel level, std::string_view format, const Args&... args) {
     const LogArgument arguments[] = {logArgument(args)..., {log_format::Kind::unsupported, {}, 0}};
-    write(level, formatLogLine(format, arguments));
+    write(level, formatLogLine(format, arguments), {});
   }
 };
 

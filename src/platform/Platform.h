@@ -53,6 +53,22 @@ struct Platform {
   ApplicationRegistry& applications;
   CodeSigning& codeSigning;
   Volumes& volumes;
+
+  /// The same facilities with another log.
+  Platform withLog(Log& other) const {
+    return {other,           self,
+            files,           extendedAttributes,
+            accessControl,   propertyLists,
+            versionFile,     processes,
+            users,           kernelSettings,
+            subprocesses,    jobControl,
+            preferences,     systemConfiguration,
+            authority,       transport,
+            helperConnector, smc,
+            nvram,           blockDevices,
+            applications,    codeSigning,
+            volumes};
+  }
 };
 
 }  // namespace qrt

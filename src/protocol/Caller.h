@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 namespace qrt {
 
@@ -17,6 +18,8 @@ struct Caller {
   /// Clock ticks from the system's start to the process's: tells it from a later process with the
   /// same number. 0 on ports whose authorization does not need it.
   std::uint64_t startTime = 0;
+  /// The path of its program when it connected; for the log. Empty when it is not known.
+  std::string executable = {};
   /// The connection's descriptor, not owned; it reports a hang-up when the caller leaves. -1 on
   /// ports that need none.
   int connection = -1;

@@ -31,7 +31,7 @@ class QRTPrivilegedHelperProtocol {
   virtual std::string getVersionString() = 0;
   /// False, and nothing registered, when the caller's user has too many clients.
   virtual bool registerClientWithPID(const Caller& caller, std::int32_t identifier) = 0;
-  virtual void unregisterClientWithPID(std::int32_t identifier) = 0;
+  virtual void unregisterClientWithPID(const Caller& caller, std::int32_t identifier) = 0;
 
   /// `endpoint` is null when the client wants no feedback; there are no `arguments` when it sent no
   /// array, not even an empty one.

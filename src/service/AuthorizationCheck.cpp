@@ -46,7 +46,7 @@ Outcome AuthorizationCheck::checkAuthorization(const Caller& caller, const Data&
   if (!rightName || rightName->empty()) return posixError(PosixCode::invalidArgument);
 
   std::copy(authorizationData.begin(), authorizationData.end(), form.begin());
-  const auto authorization = authority_.createFromExternalForm(caller, form);
+  const auto authorization = authority_.createFromExternalForm(caller, form, log_);
   if (!authorization) {
     // A reference is only ever produced together with success.
     const void* const reference = nullptr;

@@ -7,6 +7,7 @@
 #include "platform/Log.h"
 #include "platform/SelfProcess.h"
 #include "service/ObjectRemoval.h"
+#include "service/RequestLog.h"
 #include "service/SelfUninstall.h"
 
 namespace qrt {
@@ -29,8 +30,8 @@ QRTPrivilegedHelper* QRTPrivilegedHelper::initForOperationSet(
   if (!operationSet) return nullptr;
   helper.platform_.emplace(platform);
   helper.operationSet_ = operationSet;
-  helper.pipeline_ = std::make_unique<RequestPipeline>(*operationSet, platform.authority,
-                                                       platform.log, helper.internalOperations());
+  helper.pipeline_ = std::make_unique<RequestPipeline>(
+      *operationSet, *helper.platform_, helper.logAllowance_, helper.internalOperations());
   helper.listener_ = platform.transport.makeListener(operationSet->serviceIdentifierForHelper());
   helper.listener_->setDelegate(helper);
   platform.log.info("Activated helper version %{public}@, implementing operation set '%{public}@'.",
@@ -39,15 +40,15 @@ QRTPrivilegedHelper* QRTPrivilegedHelper::initForOperationSet(
 }
 
 RequestPipeline::InternalOperations QRTPrivilegedHelper::internalOperations() {
-  const auto nothingToDo = [](const Array&) -> Outcome { return success; };
-  const auto withoutEffect = [](const Array&) -> Outcome {
+  const auto nothingToDo = [](const Platform&, const Array&) -> Outcome { return success; };
+  const auto withoutEffect = [](const Platform&, const Array&) -> Outcome {
     return posixError(PosixCode::notImplemented);
   };
-  const auto deleteFiles = [this](const Array& paths) {
-    return deleteFileSystemObjectsWithPaths(platform_->files, sysLog(), paths);
+  const auto deleteFiles = [](const Platform& platform, const Array& paths) {
+    return deleteFileSystemObjectsWithPaths(platform.files, platform.log, paths);
   };
-  const auto performUninstall = [this](const Array& arguments) {
-    const SelfUninstall uninstall{*platform_, *operationSet_, clients_,
+  const auto performUninstall = [this](const Platform& platform, const Array& arguments) {
+    const SelfUninstall uninstall{platform, *operationSet_, clients_,
                                   [this] { terminatePrivilegedHelper(); }};
     return uninstall.performUninstallForClientWithPID(
         static_cast<std::int32_t>(arguments[0].number()->asInt64()), *arguments[1].string(),
@@ -86,17 +87,21 @@ std::string QRTPrivilegedHelper::getVersionString() {
 }
 
 bool QRTPrivilegedHelper::registerClientWithPID(const Caller& caller, std::int32_t identifier) {
-  sysLog().info("Beginning work for client %d.", identifier);
+  RequestLog log(sysLog(), logAllowance_, caller);
+  log.info("Beginning work for client %d.", identifier);
   if (clients_.add(identifier, caller.userID)) return true;
-  sysLog().error("Client %d was not registered because its user has registered too many.",
-                 identifier);
+  log.error("Client %d was not registered because its user has registered too many.", identifier);
   return false;
 }
 
-void QRTPrivilegedHelper::unregisterClientWithPID(std::int32_t identifier) {
-  sysLog().info("Finishing work for client %d.", identifier);
-  const std::size_t remaining = clients_.remove(identifier);
-  sysLog().info("%llu clients remaining.", remaining);
+void QRTPrivilegedHelper::unregisterClientWithPID(const Caller& caller, std::int32_t identifier) {
+  std::size_t remaining = 0;
+  {
+    RequestLog log(sysLog(), logAllowance_, caller);
+    log.info("Finishing work for client %d.", identifier);
+    remaining = clients_.remove(identifier);
+    log.info("%llu clients remaining.", remaining);
+  }
   if (remaining == 0) terminatePrivilegedHelper();
 }
 
@@ -109,6 +114,7 @@ Outcome QRTPrivilegedHelper::performPrivilegedOperation(const Caller& caller, st
 }
 
 void QRTPrivilegedHelper::terminatePrivilegedHelper() {
+  RequestLog::writeReports(sysLog(), logAllowance_.takeAllReports());
   sysLog().info("Terminating privileged helper.");
   listener_->invalidate();
   platform_->self.exit(0);

@@ -36,7 +36,7 @@ class QRTPrivilegedHelper : public QRTPrivilegedHelperProtocol, public ListenerD
   std::string getVersionString() override;
   bool registerClientWithPID(const Caller& caller, std::int32_t identifier) override;
   /// Ends the process when no client remains.
-  void unregisterClientWithPID(std::int32_t identifier) override;
+  void unregisterClientWithPID(const Caller& caller, std::int32_t identifier) override;
   Outcome performPrivilegedOperation(const Caller& caller, std::uint64_t code,
                                      const Data& authorizationData, FeedbackEndpoint* endpoint,
                                      std::optional<Array> arguments) override;
@@ -54,6 +54,7 @@ class QRTPrivilegedHelper : public QRTPrivilegedHelperProtocol, public ListenerD
   RequestPipeline::InternalOperations internalOperations();
 
   ClientRegistry clients_;
+  LogAllowance logAllowance_;
   std::optional<Platform> platform_;
   const QRTPrivilegedOperationSet* operationSet_ = nullptr;
   std::unique_ptr<Listener> listener_;

@@ -7,9 +7,11 @@
 #include "operations/OperationCatalogue.h"
 #include "operations/OperationException.h"
 #include "operations/QRTPrivilegedOperationSet.h"
-#include "platform/Log.h"
+#include "platform/Platform.h"
 #include "protocol/FeedbackMessage.h"
 #include "protocol/Names.h"
+#include "service/AuthorizationCheck.h"
+#include "service/RequestLog.h"
 
 namespace qrt {
 namespace {
@@ -38,12 +40,19 @@ bool beginsWithMetadata(const Array& arguments) {
   return marker && *marker == metadataMarker && arguments[1].dictionary();
 }
 
+/// Any process may have it performed, as often as it likes.
+bool isEverybodys(const QRTPrivilegedOperation& operation) {
+  const auto* rule = operation.authenticationPolicy().string();
+  return rule && *rule == "allow";
+}
+
 std::string orNil(std::string_view text) { return std::string(text.empty() ? "<nil>" : text); }
 
 }  // namespace
 
 struct RequestPipeline::Request {
   const Caller& caller;
+  RequestLog& log;
   std::uint64_t code;
   const std::string& identifier;
   const QRTPrivilegedOperation& operation;
@@ -52,11 +61,11 @@ struct RequestPipeline::Request {
 };
 
 RequestPipeline::RequestPipeline(const QRTPrivilegedOperationSet& operationSet,
-                                 Authority& authority, Log& log,
+                                 const Platform& platform, LogAllowance& logAllowance,
                                  InternalOperations internalOperations)
     : operationSet_(operationSet),
-      authorizationCheck_(operationSet, authority, log),
-      log_(log),
+      platform_(platform),
+      logAllowance_(logAllowance),
       internalOperations_(std::move(internalOperations)) {}
 
 Outcome RequestPipeline::performPrivilegedOperation(const Caller& caller, std::uint64_t code,
@@ -66,14 +75,17 @@ Outcome RequestPipeline::performPrivilegedOperation(const Caller& caller, std::u
   const auto& identifiers = operationSet_.opIdentifiersByCode();
   const auto identifier = identifiers.find(code);
   const std::uint64_t received = arguments ? arguments->size() : 0;
+  RequestLog log(platform_.log, logAllowance_, caller);
   if (!arguments || identifier == identifiers.end()) {
-    log_.error("Received invalid operation with code %llu, %llu arguments.", code, received);
+    log.error("Received invalid operation with code %llu, %llu arguments.", code, received);
     return invalidArgument();
   }
-  log_.info("About to perform privileged operation '%{public}@' with %llu arguments.",
-            identifier->second, received);
+  log.setOperation(identifier->second);
+  log.info("About to perform privileged operation '%{public}@' with %llu arguments.",
+           identifier->second, received);
 
   Request request{caller,
+                  log,
                   code,
                   identifier->second,
                   operationSet_.implementedOperations().find(identifier->second)->second,
@@ -84,8 +96,8 @@ Outcome RequestPipeline::performPrivilegedOperation(const Caller& caller, std::u
   if (auto refusal = openFeedback(request, endpoint)) return refusal;
   auto outcome = run(request);
   closeFeedback(request);
-  log_.info("Operation %{public}@ was completed with return code %lld.", request.identifier,
-            codeOf(outcome));
+  log.info("Operation %{public}@ was completed with return code %lld.", request.identifier,
+           codeOf(outcome));
   return outcome;
 }
 
@@ -96,17 +108,21 @@ Outcome RequestPipeline::authorize(Request& request, const Data& authorizationDa
   if (beginsWithMetadata(request.arguments)) {
     const Dictionary metadata = *request.arguments[1].dictionary();
     request.arguments.erase(request.arguments.begin(), request.arguments.begin() + 2);
-    log_.error(
+    request.log.error(
         "Actual number of arguments is %llu. %llu additional metadata entries have been "
         "transferred.",
         request.arguments.size(), metadata.size());
     AuthorizationCheck::processMetadataDictionary(metadata, &prompt, &iconPath);
   }
   const bool destroyingRights = request.code == operation_code::discardAuth;
-  auto refusal = authorizationCheck_.checkAuthorization(
-      request.caller, authorizationData, request.code, prompt, iconPath, destroyingRights);
+  const AuthorizationCheck check(operationSet_, platform_.authority, request.log);
+  auto refusal = check.checkAuthorization(request.caller, authorizationData, request.code, prompt,
+                                          iconPath, destroyingRights);
   if (refusal) {
-    log_.error("Operation could not be authorized, rejected with error code %lld.", refusal->code);
+    request.log.error("Operation could not be authorized, rejected with error code %lld.",
+                      refusal->code);
+  } else if (!isEverybodys(request.operation)) {
+    request.log.keepEveryLine();
   }
   return refusal;
 }
@@ -117,7 +133,7 @@ Outcome RequestPipeline::validate(const Request& request) const {
   if (count == NSNotFound) {
     for (const auto& argument : arguments) {
       if (argument.string()) continue;
-      log_.error(
+      request.log.error(
           "Operation %{public}@ was rejected because at least one argument has class %{public}@ "
           "(string expected).",
           request.identifier, argument.className());
@@ -127,7 +143,7 @@ Outcome RequestPipeline::validate(const Request& request) const {
   }
 
   if (arguments.size() != count) {
-    log_.error(
+    request.log.error(
         "Operation %{public}@ was rejected because an invalid number of arguments was specified "
         "(%llu expected, %llu sent).",
         request.identifier, count, arguments.size());
@@ -135,7 +151,7 @@ Outcome RequestPipeline::validate(const Request& request) const {
   }
   const auto typeCodes = request.operation.argumentTypeCodes().value_or("");
   if (typeCodes.size() != count) {
-    log_.error(
+    request.log.error(
         "Operation %{public}@ was rejected because a contradiction in its definition has been "
         "detected (bad type codes).",
         request.identifier);
@@ -143,14 +159,14 @@ Outcome RequestPipeline::validate(const Request& request) const {
   }
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     if (!isTypeCode(typeCodes[i])) {
-      log_.error(
+      request.log.error(
           "Operation %{public}@ was rejected because a contradiction in its definition has been "
           "detected (invalid type code '%C').",
           request.identifier, typeCodes[i]);
       return invalidArgument();
     }
     if (!isOfType(arguments[i], typeCodes[i])) {
-      log_.error(
+      request.log.error(
           "Operation %{public}@ was rejected because argument %llu has class %{public}@ (expected "
           "type '%c').",
           request.identifier, i, arguments[i].className(), typeCodes[i]);
@@ -164,14 +180,14 @@ Outcome RequestPipeline::openFeedback(Request& request, FeedbackEndpoint* endpoi
   const bool progress = request.operation.isSupportingProgressFeedback();
   if (!endpoint || !(progress || request.operation.isSupportingLiveOutput())) return success;
 
-  log_.info("About to configure feedback protocol.");
+  request.log.info("About to configure feedback protocol.");
   auto connection = endpoint->connect();
   auto firstMessage = progress ? progressMessage(0.0) : initialOutputMessage();
-  log_.info("About to open return connection for feedback (progress option %d).",
-            static_cast<int>(progress));
+  request.log.info("About to open return connection for feedback (progress option %d).",
+                   static_cast<int>(progress));
   auto failure = connection->open(std::move(firstMessage));
   if (failure) {
-    log_.error(
+    request.log.error(
         "The operation is supporting feedback information, but no return connection could be "
         "opened (%{public}@).",
         descriptionOf(*failure));
@@ -196,7 +212,7 @@ Outcome RequestPipeline::run(const Request& request) const {
   } catch (...) {
     // Nothing is known about it.
   }
-  log_.error(
+  request.log.error(
       "The exception '%{public}s' occurred while trying to execute the privileged operation: "
       "%{public}s",
       orNil(name), orNil(reason));
@@ -205,29 +221,30 @@ Outcome RequestPipeline::run(const Request& request) const {
 
 Outcome RequestPipeline::dispatch(const Request& request) const {
   const auto internal = internalOperations_.find(request.code);
-  if (internal != internalOperations_.end()) return internal->second(request.arguments);
+  if (internal != internalOperations_.end())
+    return internal->second(platform_.withLog(request.log), request.arguments);
 
   const bool feedbackOption = request.operation.isSupportingProgressFeedback() ||
                               request.operation.isSupportingLiveOutput();
   const auto* handler =
       operationSet_.selectorForExecutionOfPrivilegedOperationWithCode(request.code, feedbackOption);
   if (!handler) {
-    log_.error(
+    request.log.error(
         "Privileged operation %{public}@ could not be performed because no implementation found.",
         request.identifier);
     return posixError(PosixCode::notImplemented);
   }
-  log_.info("Operation %{public}@ will be executed with feedback option %{public}s.",
-            request.identifier, request.feedback ? "enabled" : "disabled");
-  return (*handler)(request.arguments, request.feedback.get());
+  request.log.info("Operation %{public}@ will be executed with feedback option %{public}s.",
+                   request.identifier, request.feedback ? "enabled" : "disabled");
+  return (*handler)(platform_.withLog(request.log), request.arguments, request.feedback.get());
 }
 
 void RequestPipeline::closeFeedback(Request& request) const {
   if (!request.feedback) return;
-  log_.info("Sending final feedback message.");
+  request.log.info("Sending final feedback message.");
   request.feedback->processPrivilegedOperationFeedback(finalMessage());
   std::this_thread::sleep_for(pauseBeforeSuspension);
-  log_.info("Suspending feedback connection %{public}p.", request.feedback.get());
+  request.log.info("Suspending feedback connection %{public}p.", request.feedback.get());
   request.feedback->suspend();
 }
 

@@ -12,24 +12,26 @@
 #include "base/PropertyValue.h"
 #include "protocol/Caller.h"
 #include "protocol/FeedbackConnection.h"
-#include "service/AuthorizationCheck.h"
+#include "service/LogAllowance.h"
 
 namespace qrt {
 
-class Log;
 class QRTPrivilegedOperation;
 class QRTPrivilegedOperationSet;
+struct Platform;
 
 /// Resolves, authorizes, validates, runs and answers. Holds nothing between requests; requests of
 /// different connections pass through at the same time.
 class RequestPipeline {
  public:
   /// An operation that the service performs itself, without a handler of the operation set.
-  using InternalOperation = std::function<Outcome(const Array& arguments)>;
+  using InternalOperation =
+      std::function<Outcome(const Platform& platform, const Array& arguments)>;
   using InternalOperations = std::map<std::uint64_t, InternalOperation>;
 
-  RequestPipeline(const QRTPrivilegedOperationSet& operationSet, Authority& authority, Log& log,
-                  InternalOperations internalOperations);
+  /// Set, platform and allowance outlive the pipeline.
+  RequestPipeline(const QRTPrivilegedOperationSet& operationSet, const Platform& platform,
+                  LogAllowance& logAllowance, InternalOperations internalOperations);
 
   Outcome performPrivilegedOperation(const Caller& caller, std::uint64_t code,
                                      const Data& authorizationData, FeedbackEndpoint* endpoint,
@@ -46,8 +48,8 @@ class RequestPipeline {
   void closeFeedback(Request& request) const;
 
   const QRTPrivilegedOperationSet& operationSet_;
-  AuthorizationCheck authorizationCheck_;
-  Log& log_;
+  const Platform& platform_;
+  LogAllowance& logAllowance_;
   InternalOperations internalOperations_;
 };
 

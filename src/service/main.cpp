@@ -23,8 +23,8 @@ int main(int argc, char** argv) {
     auto& handlers = operationSet.handlers();
     // The one set there is. It knows whose output is being forwarded.
     auto& liveSet = dynamic_cast<qrt::QRTPrivilegedOperationSetVK2&>(operationSet);
-    qrt::registerOperationHandlers(handlers, platform, liveSet);
-    qrt::registerFileSystemHandlers(handlers, platform);
+    qrt::registerOperationHandlers(handlers, liveSet);
+    qrt::registerFileSystemHandlers(handlers);
     qrt::registerHardwareHandlers(handlers, platform, liveSet);
   };
   const qrt::EntryPoint entryPoint{platform, infoDictionary ? *infoDictionary : nothing,

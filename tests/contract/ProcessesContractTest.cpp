@@ -84,10 +84,10 @@ TEST_F(ProcessesContract, JobsAreRemovedByAToolOfTheSystem) {
 
 /// Only a person can tell whether the lines arrive.
 TEST_F(ProcessesContract, LinesOfEveryLevelAreTaken) {
-  platform().log.write(LogLevel::standard, "before the log is open");
+  platform().log.write(LogLevel::standard, "before the log is open", {});
   platform().log.open(test::uniqueName(), "contract");
   for (const auto level : {LogLevel::standard, LogLevel::info, LogLevel::error, LogLevel::fault}) {
-    platform().log.write(level, "a line with 100 % and\na second one");
+    platform().log.write(level, "a line with 100 % and\na second one", {});
   }
 }
 

@@ -52,7 +52,7 @@ TEST_F(SystemContract, RightsAreKeptAndTakenAway) {
   EXPECT_EQ(authority.rightGet(name), AuthorizationStatus::noError);
   EXPECT_EQ(authority.rightRemove(**authorization, name), AuthorizationStatus::noError);
   EXPECT_EQ(authority.rightGet(name), AuthorizationStatus::denied);
-  EXPECT_FALSE(authority.createFromExternalForm({}, {}));
+  EXPECT_FALSE(authority.createFromExternalForm({}, {}, platform().log));
 }
 
 TEST_F(SystemContract, AServiceThatNobodyOffersIsAnErrorOfTheConnection) {

@@ -25,8 +25,8 @@ int main(int, char** words) {
   const auto info = platform.propertyLists.parse(infoPropertyList);
   const auto registerHandlers = [&](QRTPrivilegedOperationSet& set) {
     auto& liveSet = dynamic_cast<QRTPrivilegedOperationSetVK2&>(set);
-    registerOperationHandlers(set.handlers(), platform, liveSet);
-    registerFileSystemHandlers(set.handlers(), platform);
+    registerOperationHandlers(set.handlers(), liveSet);
+    registerFileSystemHandlers(set.handlers());
     registerHardwareHandlers(set.handlers(), platform, liveSet);
   };
   const EntryPoint entryPoint{platform, *info->dictionary(), registerHandlers, std::cout,

@@ -16,12 +16,11 @@ namespace qrt::test {
 
 class OperationFixture : public ItemFixture {
  protected:
-  OperationFixture() { registerFileSystemHandlers(handlers_, platform_.facilities()); }
+  OperationFixture() { registerFileSystemHandlers(handlers_); }
 
   /// Has operations work with doubles, for the rest of the test.
   void use(const Doubles& doubles) {
     withDoubles_.emplace(platformWith(doubles, platform_.facilities()));
-    registerFileSystemHandlers(handlers_, *withDoubles_);
   }
 
   /// `stem` names the operation. What it tells meanwhile is kept until the next one.
@@ -32,7 +31,8 @@ class OperationFixture : public ItemFixture {
     const auto* handler = handlers_.find(name);
     if (handler == nullptr) handler = handlers_.find(name + "feedbackConnection:");
     if (handler == nullptr) throw std::invalid_argument("no operation " + stem);
-    return (*handler)(arguments, connection.get());
+    return (*handler)(withDoubles_ ? *withDoubles_ : platform_.facilities(), arguments,
+                      connection.get());
   }
 
   std::vector<double> fractions() const {

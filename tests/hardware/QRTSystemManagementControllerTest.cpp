@@ -252,7 +252,7 @@ TEST_F(SMC, WritesOnlyWhatFitsTheKey) {
   model.keys.push_back({smcCode("Long"), smcCode("hex_"), Data(40)});
   const Data bytes(600, 0x5A);
   const auto write = [&](const char* key, std::size_t length, const std::vector<int>& commands) {
-    const bool isWritten = controller->writeRawBytes(bytes.data(), length, key);
+    const bool isWritten = controller->writeRawBytes(bytes.data(), length, key, log);
     EXPECT_EQ(isWritten, commands.size() == 2) << key << length;
     if (isWritten) {
       const auto& record = model.exchanges.back();
@@ -269,7 +269,7 @@ TEST_F(SMC, WritesOnlyWhatFitsTheKey) {
   write("BRSCx", 2, {});
   write("nope", 2, {9});
   write("Long", 40, {9, 6});
-  EXPECT_FALSE(controller->writeRawBytes(nullptr, 2, "BRSC"));
+  EXPECT_FALSE(controller->writeRawBytes(nullptr, 2, "BRSC", log));
 }
 
 TEST_F(SMC, FailedWritesAreTold) {
@@ -281,7 +281,7 @@ TEST_F(SMC, FailedWritesAreTold) {
   for (const auto& [command, fault] : faults) {
     EXPECT_TRUE(log.lines().empty());
     fail(command, fault);
-    EXPECT_FALSE(controller->writeRawBytes(bytes, 2, "BRSC"));
+    EXPECT_FALSE(controller->writeRawBytes(bytes, 2, "BRSC", log));
   }
   EXPECT_EQ(log.texts(), std::vector<std::string>{
                              "SMC write failure: system 0x38 subsystem 0x0 error code 0x2c1."});

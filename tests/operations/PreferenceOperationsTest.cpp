@@ -5,6 +5,7 @@
 #include "platform/NativePlatform.h"
 #include "platform/Platform.h"
 #include "platform/Preferences.h"
+#include "support/PlatformDouble.h"
 
 namespace qrt {
 namespace {
@@ -29,16 +30,16 @@ struct RecordingPreferences : Preferences {
 
 class PreferenceOperations : public testing::Test {
  protected:
-  PreferenceOperations() {
-    registerPreferenceHandlers(handlers, preferences, native.facilities().propertyLists);
-  }
+  PreferenceOperations() { registerPreferenceHandlers(handlers); }
 
   Outcome modify(const Array& arguments) {
-    return (*handlers.find("performOperationModifyPreferencesWithArguments:"))(arguments, nullptr);
+    return (*handlers.find("performOperationModifyPreferencesWithArguments:"))(platform, arguments,
+                                                                               nullptr);
   }
 
   const NativePlatform native;
   RecordingPreferences preferences;
+  const Platform platform = test::platformWith({.preferences = &preferences}, native.facilities());
   HandlerTable handlers;
 };
 

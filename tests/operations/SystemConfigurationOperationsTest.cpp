@@ -6,6 +6,7 @@
 #include "platform/NativePlatform.h"
 #include "platform/Platform.h"
 #include "platform/SystemConfiguration.h"
+#include "support/PlatformDouble.h"
 #include "support/RecordingLog.h"
 
 namespace qrt {
@@ -55,9 +56,7 @@ struct RecordingSession : SystemConfigurationPreferences {
 
 class SystemConfigurationOperations : public testing::Test, SystemConfiguration {
  protected:
-  SystemConfigurationOperations() {
-    registerSystemConfigurationHandlers(handlers, *this, native.facilities().propertyLists, log);
-  }
+  SystemConfigurationOperations() { registerSystemConfigurationHandlers(handlers); }
   std::unique_ptr<SystemConfigurationPreferences> open(const std::string& clientName,
                                                        const std::string& identifier) override {
     if (!recorder.take("open " + clientName + "/" + identifier)) return nullptr;
@@ -65,10 +64,12 @@ class SystemConfigurationOperations : public testing::Test, SystemConfiguration 
   }
 
   Outcome modify(const Array& arguments) {
-    return (*handlers.find("performOperationModifySysconfWithArguments:"))(arguments, nullptr);
+    return (*handlers.find("performOperationModifySysconfWithArguments:"))(platform, arguments,
+                                                                           nullptr);
   }
   Outcome enable(const Array& arguments) {
-    return (*handlers.find("performOperationEnableIpvsixWithArguments:"))(arguments, nullptr);
+    return (*handlers.find("performOperationEnableIpvsixWithArguments:"))(platform, arguments,
+                                                                          nullptr);
   }
 
   /// The steps since the last call, all of which succeeded or the last of which failed.
@@ -81,6 +82,8 @@ class SystemConfigurationOperations : public testing::Test, SystemConfiguration 
 
   const NativePlatform native;
   test::RecordingLog log;
+  const Platform platform =
+      test::platformWith({.log = &log, .systemConfiguration = this}, native.facilities());
   Recorder recorder;
   HandlerTable handlers;
 };

@@ -13,16 +13,16 @@ class SystemSettings : public testing::Test {
  protected:
   SystemSettings() {
     test::plant(root, "proc/sys/kern/limit");
-    registerSystemSettingHandlers(handlers, native.facilities());
+    registerSystemSettingHandlers(handlers);
   }
 
   std::int64_t modifyKernelSetting(PropertyValue name, PropertyValue value) {
     return codeOf((*handlers.find("performOperationModifyKernelsettingWithArguments:"))(
-        {std::move(name), std::move(value)}, nullptr));
+        native.facilities(), {std::move(name), std::move(value)}, nullptr));
   }
   std::int64_t signalProcess(PropertyValue process, PropertyValue signal) {
     return codeOf((*handlers.find("performOperationSignalProcessWithArguments:"))(
-        {std::move(process), std::move(signal)}, nullptr));
+        native.facilities(), {std::move(process), std::move(signal)}, nullptr));
   }
 
   const test::ScratchFolder root;

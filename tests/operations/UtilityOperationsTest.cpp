@@ -31,9 +31,9 @@ class UtilityOperations : public testing::Test {
   Outcome execute(std::vector<std::string_view> table, const Array& arguments,
                   FeedbackConnection* connection = nullptr) {
     HandlerTable handlers;
-    registerUtilityHandlers(handlers, native.facilities(), operationSet, TrustedUtilities(table));
+    registerUtilityHandlers(handlers, operationSet, TrustedUtilities(table));
     return (*handlers.find("performOperationExecuteUtilityWithArguments:feedbackConnection:"))(
-        arguments, connection);
+        native.facilities(), arguments, connection);
   }
 
   const test::ScratchFolder scratch;

@@ -35,7 +35,9 @@ class EntryPointTest : public testing::Test {
         for (const bool feedback : {false, true}) {
           set.handlers().add(
               set.nameOfSelectorForExecutionOfPrivilegedOperationWithCode(code, feedback),
-              [](const Array&, FeedbackConnection*) -> Outcome { return success; });
+              [](const Platform&, const Array&, FeedbackConnection*) -> Outcome {
+                return success;
+              });
         }
       }
     };

@@ -65,22 +65,23 @@ TEST_F(QRTPrivilegedHelperTest, AUserWithTooManyClientsKeepsOutNobodyElse) {
   }
   EXPECT_EQ(helper_.clients().clientSet().size(), limit + 3u);
   // Somebody else takes back what counts against the user.
-  helper_.unregisterClientWithPID(5);
+  helper_.unregisterClientWithPID({}, 5);
   EXPECT_TRUE(registerFor(1000, -1));
   EXPECT_FALSE(registerFor(1000, 5));
 
   for (std::int32_t client = -1; client < limit + 2; ++client)
-    helper_.unregisterClientWithPID(client);
-  EXPECT_THROW(helper_.unregisterClientWithPID(limit + 2), test::Exited);
+    helper_.unregisterClientWithPID({}, client);
+  EXPECT_THROW(helper_.unregisterClientWithPID({}, limit + 2), test::Exited);
   EXPECT_TRUE(registerFor(1000, 5));
-  EXPECT_THROW(helper_.unregisterClientWithPID(5), test::Exited);
+  EXPECT_THROW(helper_.unregisterClientWithPID({}, 5), test::Exited);
 }
 
 TEST_F(QRTPrivilegedHelperTest, EndsWhenTheLastClientLeaves) {
-  for (const auto client : {42, 42, 43}) EXPECT_TRUE(helper_.registerClientWithPID({}, client));
-  helper_.unregisterClientWithPID(42);
+  const Caller root{.userID = 0};
+  for (const auto client : {42, 42, 43}) EXPECT_TRUE(helper_.registerClientWithPID(root, client));
+  helper_.unregisterClientWithPID(root, 42);
   EXPECT_FALSE(doubles_.transport.invalidated);
-  EXPECT_THROW(helper_.unregisterClientWithPID(43), test::Exited);
+  EXPECT_THROW(helper_.unregisterClientWithPID(root, 43), test::Exited);
   EXPECT_TRUE(doubles_.transport.invalidated);
 
   EXPECT_EQ(

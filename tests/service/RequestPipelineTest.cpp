@@ -5,10 +5,12 @@
 #include "operations/OperationCatalogue.h"
 #include "operations/OperationException.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
+#include "platform/NativePlatform.h"
 #include "protocol/FeedbackMessage.h"
 #include "service/AuthorizationCheck.h"
 #include "support/FakeAuthority.h"
 #include "support/FakeFeedback.h"
+#include "support/PlatformDouble.h"
 #include "support/RecordingLog.h"
 
 namespace qrt {
@@ -37,25 +39,31 @@ class RequestPipelineTest : public testing::Test {
   FakeAuthority authority_;
   QRTPrivilegedOperationSetVK2 operations_{log_, authority_};
   const QRTPrivilegedOperationSetVK2 badOperations_{log_, authority_, contradiction};
+  const NativePlatform native_;
+  const Platform platform_ =
+      test::platformWith({.log = &log_, .authority = &authority_}, native_.facilities());
+  LogAllowance allowance_;
+  const Caller caller_{.userID = 1000};
   FakeFeedback feedback_;
   std::optional<Array> performed_;
 
   void handle(const char* name, Handler handler) { operations_.handlers().add(name, handler); }
   Handler recording(Outcome outcome = success) {
-    return [this, outcome](const Array& arguments, FeedbackConnection* connection) {
-      performed_ = arguments;
-      if (connection) connection->processPrivilegedOperationFeedback(progressMessage(0.5));
-      return outcome;
-    };
+    return
+        [this, outcome](const Platform&, const Array& arguments, FeedbackConnection* connection) {
+          performed_ = arguments;
+          if (connection) connection->processPrivilegedOperationFeedback(progressMessage(0.5));
+          return outcome;
+        };
   }
 
   Outcome perform(std::uint64_t code, std::optional<Array> arguments,
                   FeedbackEndpoint* endpoint = nullptr) {
-    const auto nothing = [](const Array&) -> Outcome { return success; };
+    const auto nothing = [](const Platform&, const Array&) -> Outcome { return success; };
     const RequestPipeline pipeline(
-        code == contradictory ? badOperations_ : operations_, authority_, log_,
+        code == contradictory ? badOperations_ : operations_, platform_, allowance_,
         {{operation_code::nop, nothing}, {operation_code::discardAuth, nothing}});
-    return pipeline.performPrivilegedOperation({}, code, Data(32, 7), endpoint,
+    return pipeline.performPrivilegedOperation(caller_, code, Data(32, 7), endpoint,
                                                std::move(arguments));
   }
 };
@@ -180,11 +188,11 @@ TEST_F(RequestPipelineTest, AnOperationWithoutHandlerIsNotImplemented) {
 }
 
 TEST_F(RequestPipelineTest, AnEscapedExceptionIsAnInterruption) {
-  const Handler throwing[] = {[](const Array&, FeedbackConnection*) -> Outcome {
-                                throw OperationException("NSInvalidArgumentException",
-                                                         "Couldn't posix_spawn: error 13");
-                              },
-                              [](const Array&, FeedbackConnection*) -> Outcome { throw 42; }};
+  const Handler throwing[] = {
+      [](const Platform&, const Array&, FeedbackConnection*) -> Outcome {
+        throw OperationException("NSInvalidArgumentException", "Couldn't posix_spawn: error 13");
+      },
+      [](const Platform&, const Array&, FeedbackConnection*) -> Outcome { throw 42; }};
   for (const auto& handler : throwing) {
     handle(deletion, handler);
     feedback_ = {};
@@ -196,6 +204,33 @@ TEST_F(RequestPipelineTest, AnEscapedExceptionIsAnInterruption) {
                             "execute the privileged operation: Couldn't posix_spawn: error 13",
                             "The exception '<nil>' occurred while trying to execute the "
                             "privileged operation: <nil>"}));
+}
+
+TEST_F(RequestPipelineTest, LinesOfGrantedOperationsAreKeptWhenTheUserHasNoneLeft) {
+  handle("performOperationSignalProcessWithArguments:",
+         [](const Platform& platform, const Array&, FeedbackConnection*) -> Outcome {
+           platform.log.info("A line of the handler.");
+           return success;
+         });
+  while (allowance_.admits(caller_.userID)) continue;
+  const struct {
+    std::uint64_t code;
+    AuthorizationStatus status;
+    Array arguments;
+    std::size_t lines;
+  } cases[] = {{signalProcess, AuthorizationStatus::noError, {1, 2}, 4},
+               {signalProcess, AuthorizationStatus::denied, {1, 2}, 0},
+               {operation_code::nop, AuthorizationStatus::noError, {}, 0}};
+  for (const auto& [code, status, arguments, lines] : cases) {
+    authority_.copyRightStatus = status;
+    const auto before = log_.lines().size();
+    EXPECT_EQ(perform(code, arguments) == success, status == AuthorizationStatus::noError);
+    EXPECT_EQ(log_.lines().size() - before, lines) << code;
+  }
+  EXPECT_EQ(log_.texts()[0],
+            "About to perform privileged operation 'signal-process' with 2 arguments.");
+  // Three of the refusal, two of "nop".
+  EXPECT_EQ(allowance_.takeAllReports(), (std::vector<LogAllowance::Report>{{caller_.userID, 5}}));
 }
 
 TEST_F(RequestPipelineTest, OnlyDiscardingDestroysTheSharedRights) {

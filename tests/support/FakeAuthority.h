@@ -42,7 +42,7 @@ class FakeAuthority : public Authority {
   const std::map<std::string, Right>& rights() const { return rights_; }
 
   Result<std::unique_ptr<Authorization>, AuthorizationStatus> createFromExternalForm(
-      const Caller&, const AuthorizationExternalForm&) override {
+      const Caller&, const AuthorizationExternalForm&, Log&) override {
     calls_.push_back({"createFromExternalForm"});
     return reference(createFromExternalFormStatus);
   }

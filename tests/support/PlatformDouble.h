@@ -12,6 +12,8 @@ struct Doubles {
   FileSystem* files = nullptr;
   ProcessTable* processes = nullptr;
   JobControl* jobControl = nullptr;
+  Preferences* preferences = nullptr;
+  SystemConfiguration* systemConfiguration = nullptr;
   Authority* authority = nullptr;
   Transport* transport = nullptr;
   HelperConnector* helperConnector = nullptr;
@@ -37,8 +39,8 @@ inline Platform platformWith(const Doubles& doubles, const Platform& rest) {
           .kernelSettings = rest.kernelSettings,
           .subprocesses = rest.subprocesses,
           .jobControl = either(doubles.jobControl, rest.jobControl),
-          .preferences = rest.preferences,
-          .systemConfiguration = rest.systemConfiguration,
+          .preferences = either(doubles.preferences, rest.preferences),
+          .systemConfiguration = either(doubles.systemConfiguration, rest.systemConfiguration),
           .authority = either(doubles.authority, rest.authority),
           .transport = either(doubles.transport, rest.transport),
           .helperConnector = either(doubles.helperConnector, rest.helperConnector),

@@ -18,7 +18,7 @@ class RecordingLog : public Log {
   };
 
   void open(std::string_view, std::string_view) override {}
-  void write(LogLevel level, std::string_view line) override {
+  void write(LogLevel level, std::string_view line, const LogOrigin&) override {
     const std::lock_guard lock(mutex_);
     lines_.push_back({level, std::string(line)});
   }

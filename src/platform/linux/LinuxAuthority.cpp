@@ -26,12 +26,15 @@ AuthorizationStatus statusOf(bool succeeded) {
 
 class LinuxAuthority::Reference : public Authorization {
  public:
-  /// `connection` is the one that the reference was asked over, -1 for this process's own.
-  Reference(LinuxAuthority& authority, const PeerIdentity& itsProcess, int itsConnection)
-      : process(itsProcess), connection(itsConnection), authority_(authority) {}
+  Reference(LinuxAuthority& authority, const PeerIdentity& itsProcess, int itsConnection,
+            Log* itsLog)
+      : process(itsProcess), connection(itsConnection), log(itsLog), authority_(authority) {}
 
   const PeerIdentity process;
+  /// Where the reference was asked for and where lines about it go: -1 and null for this process's
+  /// own, which is root's and is never asked about.
   const int connection;
+  Log* const log;
 
   AuthorizationStatus copyRight(const std::string& rightName,
                                 const AuthorizationEnvironment& environment,
@@ -48,23 +51,23 @@ class LinuxAuthority::Reference : public Authorization {
 };
 
 LinuxAuthority::LinuxAuthority(const std::string& root, std::string stateFolder,
-                               PropertyLists& propertyLists, Log& log)
+                               PropertyLists& propertyLists)
     : state_(std::move(stateFolder)),
       seal_(state_),
       rights_(state_, propertyLists),
       actions_(root),
-      polkit_(root, log) {}
+      polkit_(root) {}
 
 std::optional<AuthorizationExternalForm> LinuxAuthority::externalForm(const PeerIdentity& peer) {
   return seal_.seal(peer);
 }
 
 Result<std::unique_ptr<Authorization>, AuthorizationStatus> LinuxAuthority::createFromExternalForm(
-    const Caller& caller, const AuthorizationExternalForm& form) {
+    const Caller& caller, const AuthorizationExternalForm& form, Log& log) {
   const auto process = seal_.open(form);
   if (!process || !living_.contains(*process)) return AuthorizationStatus::internalizeNotAllowed;
   return std::unique_ptr<Authorization>(
-      std::make_unique<Reference>(*this, *process, caller.connection));
+      std::make_unique<Reference>(*this, *process, caller.connection, &log));
 }
 
 Result<std::unique_ptr<Authorization>, AuthorizationStatus> LinuxAuthority::create() {
@@ -72,7 +75,7 @@ Result<std::unique_ptr<Authorization>, AuthorizationStatus> LinuxAuthority::crea
   const auto startTime = startTimeOfProcess(process);
   if (!startTime) return AuthorizationStatus::internal;
   const PeerIdentity self{getuid(), process, *startTime};
-  return std::unique_ptr<Authorization>(std::make_unique<Reference>(*this, self, -1));
+  return std::unique_ptr<Authorization>(std::make_unique<Reference>(*this, self, -1, nullptr));
 }
 
 AuthorizationStatus LinuxAuthority::evaluate(const Reference& reference,
@@ -85,9 +88,10 @@ AuthorizationStatus LinuxAuthority::evaluate(const Reference& reference,
   }
   const auto handle = openProcess(process);
   if (!handle) return AuthorizationStatus::canceled;
-  const auto answer = polkit_.check({process, *handle, reference.connection, rightName,
-                                     textIn(environment, "prompt"), textIn(environment, "icon"),
-                                     (flags & authorization_flag::interactionAllowed) != 0});
+  const auto answer = polkit_.check(
+      {process, *handle, reference.connection, rightName, textIn(environment, "prompt"),
+       textIn(environment, "icon"), (flags & authorization_flag::interactionAllowed) != 0},
+      *reference.log);
   const auto status = answer ? *answer : evaluateWithoutPolkit(rightName);
   // A grant is good for nobody else, and its process may have ended while somebody typed.
   if (!isRunning(*handle)) return AuthorizationStatus::canceled;

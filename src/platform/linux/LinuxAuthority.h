@@ -24,14 +24,13 @@ namespace qrt {
 /// removing it removes it from whichever has it.
 class LinuxAuthority : public Authority {
  public:
-  LinuxAuthority(const std::string& root, std::string stateFolder, PropertyLists& propertyLists,
-                 Log& log);
+  LinuxAuthority(const std::string& root, std::string stateFolder, PropertyLists& propertyLists);
 
   /// The form for a peer, as the kernel named it. None when it cannot be sealed.
   std::optional<AuthorizationExternalForm> externalForm(const PeerIdentity& peer);
 
   Result<std::unique_ptr<Authorization>, AuthorizationStatus> createFromExternalForm(
-      const Caller& caller, const AuthorizationExternalForm& form) override;
+      const Caller& caller, const AuthorizationExternalForm& form, Log& log) override;
   Result<std::unique_ptr<Authorization>, AuthorizationStatus> create() override;
   AuthorizationStatus rightGet(const std::string& name) override;
   AuthorizationStatus rightSet(Authorization& authorization, const std::string& name,

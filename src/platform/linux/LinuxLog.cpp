@@ -66,6 +66,18 @@ std::string printable(std::string_view text, std::size_t limit) {
   return line;
 }
 
+/// With OBJECT_PID the journal adds what it finds out about that process by itself.
+void appendOrigin(std::vector<std::string>& fields, const LogOrigin& origin) {
+  if (const auto* caller = origin.caller) {
+    fields.push_back("QRT_CLIENT_UID=" + std::to_string(caller->userID));
+    if (caller->processID != 0) fields.push_back("OBJECT_PID=" + std::to_string(caller->processID));
+    if (!caller->executable.empty()) {
+      fields.push_back("QRT_CLIENT_EXE=" + printable(caller->executable, LinuxLog::maximumBytes));
+    }
+  }
+  if (!origin.operation.empty()) fields.push_back("QRT_OPERATION=" + std::string(origin.operation));
+}
+
 void sendToJournal(const std::vector<std::string>& fields) {
   std::vector<iovec> pieces;
   for (const auto& field : fields) {
@@ -96,7 +108,7 @@ void LinuxLog::open(std::string_view subsystem, std::string_view category) {
   category_ = category;
 }
 
-void LinuxLog::write(LogLevel level, std::string_view line) {
+void LinuxLog::write(LogLevel level, std::string_view line, const LogOrigin& origin) {
   if (sink_ == Sink::nowhere) return;
   const auto priority = std::to_string(priorityOf(level));
   if (sink_ == Sink::standardError) {
@@ -112,6 +124,7 @@ void LinuxLog::write(LogLevel level, std::string_view line) {
     if (!subsystem_.empty()) fields.push_back("SUBSYSTEM=" + subsystem_);
     if (!category_.empty()) fields.push_back("CATEGORY=" + category_);
   }
+  appendOrigin(fields, origin);
   sendToJournal(fields);
 }
 

@@ -8,7 +8,8 @@
 
 namespace qrt {
 
-/// Writes to the journal where there is one, with the fields SUBSYSTEM and CATEGORY; else, if
+/// Writes to the journal where there is one, with the fields SUBSYSTEM and CATEGORY, and for the
+/// lines of a request OBJECT_PID, QRT_CLIENT_UID, QRT_CLIENT_EXE and QRT_OPERATION; else, if
 /// allowed, to standard error in the notation that a service manager understands; else nowhere.
 /// Characters that control a terminal and bytes that are no text come out as "\xNN". A line is one
 /// write and is cut at `maximumBytes`.
@@ -22,7 +23,7 @@ class LinuxLog : public Log {
   LinuxLog(const std::string& root, StandardError standardError);
 
   void open(std::string_view subsystem, std::string_view category) override;
-  void write(LogLevel level, std::string_view line) override;
+  void write(LogLevel level, std::string_view line, const LogOrigin& origin) override;
 
  private:
   enum class Sink { journal, standardError, nowhere };

@@ -103,11 +103,7 @@ class LinuxListener : public Listener {
     if (!user) return;
     auto place = quota_.enter(*user);
     if (!place || hasLeft(socket)) return;
-    Caller caller{.userID = *user};
-    if (const auto process = identityOfPeer(socket.get())) {
-      caller.processID = process->processID;
-      caller.startTime = process->startTime;
-    }
+    const auto caller = callerAt(socket.get(), *user);
     offer(std::move(socket), caller, std::move(place));
   }
 

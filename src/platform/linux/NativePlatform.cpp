@@ -50,7 +50,7 @@ struct NativePlatform::Facilities {
         preferences(root, propertyLists),
         systemConfiguration(serviceFolder("CONFIGURATION_DIRECTORY", root + "etc"), root,
                             propertyLists, kernelSettings),
-        authority(root, serviceFolder("STATE_DIRECTORY", root + "var/lib"), propertyLists, log),
+        authority(root, serviceFolder("STATE_DIRECTORY", root + "var/lib"), propertyLists),
         transport(authority),
         smc(root),
         nvram(root),

@@ -8,8 +8,10 @@
 
 #include <cerrno>
 #include <charconv>
+#include <climits>
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 #ifndef SO_PEERPIDFD
@@ -89,6 +91,23 @@ std::optional<PeerIdentity> identityOfPeer(int socket, bool askForHandle) {
   // successor.
   if (!handle || !startTime || !isRunning(handle)) return std::nullopt;
   return PeerIdentity{credentials->uid, credentials->pid, *startTime};
+}
+
+Caller callerAt(int socket, std::uint32_t user) {
+  Caller caller{.userID = user};
+  const auto credentials = credentialsOf(socket);
+  if (!credentials) return caller;
+  char program[PATH_MAX];
+  const auto link = "/proc/" + std::to_string(credentials->pid) + "/exe";
+  const auto length = readlink(link.c_str(), program, sizeof program);
+  // After the program was looked up: identifying the peer shows that it has been the same process
+  // since it connected.
+  const auto process = identityOfPeer(socket);
+  if (!process) return caller;
+  caller.processID = process->processID;
+  caller.startTime = process->startTime;
+  if (length > 0) caller.executable.assign(program, static_cast<std::size_t>(length));
+  return caller;
 }
 
 std::optional<PeerIdentity> processOf(const Caller& caller) {

@@ -24,6 +24,9 @@ struct PeerIdentity {
 /// socket pair the kernel names whoever made it.
 /// `askForHandle` uses the kernel's own handle of the peer where it gives one (6.5 and later).
 std::optional<PeerIdentity> identityOfPeer(int socket, bool askForHandle = true);
+/// The same with the path of its program, as a caller of that user. Without a process when it
+/// cannot be identified.
+Caller callerAt(int socket, std::uint32_t user);
 /// The user at the other end, known also where the process is not.
 std::optional<std::uint32_t> userOfPeer(int socket);
 

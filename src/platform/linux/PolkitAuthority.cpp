@@ -162,7 +162,8 @@ AuthorizationStatus statusIn(sd_bus_message* answer) {
 
 }  // namespace
 
-std::optional<AuthorizationStatus> PolkitAuthority::check(const PolkitQuestion& question) const {
+std::optional<AuthorizationStatus> PolkitAuthority::check(const PolkitQuestion& question,
+                                                          Log& log) const {
   // Declared first: the bus may still hold the slot when it goes.
   Message answer;
   const auto bus = connect(address_);
@@ -170,7 +171,7 @@ std::optional<AuthorizationStatus> PolkitAuthority::check(const PolkitQuestion& 
   const auto call = callFor(bus.get(), question);
   if (!call) {
     // Not for want of polkit: who asks must not choose by its words who decides.
-    log_.error("polkit could not be asked for '%{public}@', which denies it.", question.action);
+    log.error("polkit could not be asked for '%{public}@', which denies it.", question.action);
     return AuthorizationStatus::internal;
   }
   if (sd_bus_call_async(bus.get(), nullptr, call.get(), keepAnswer, &answer, noTimeLimit) < 0) {
@@ -192,8 +193,8 @@ std::optional<AuthorizationStatus> PolkitAuthority::check(const PolkitQuestion& 
   if (!error) return statusIn(answer.get());
   // Any other error is the bus's own: nobody there to ask.
   if (!std::string_view(error->name).starts_with(errorsOfPolkit)) return std::nullopt;
-  log_.error("polkit did not answer for '%{public}@', which denies it: %{public}s", question.action,
-             error->message ? error->message : error->name);
+  log.error("polkit did not answer for '%{public}@', which denies it: %{public}s", question.action,
+            error->message ? error->message : error->name);
   return AuthorizationStatus::denied;
 }
 

@@ -31,17 +31,16 @@ struct PolkitQuestion {
 class PolkitAuthority {
  public:
   /// The bus is where the system below `root` has it.
-  PolkitAuthority(const std::string& root, Log& log)
-      : address_("unix:path=" + root + "/run/dbus/system_bus_socket"), log_(log) {}
+  explicit PolkitAuthority(const std::string& root)
+      : address_("unix:path=" + root + "/run/dbus/system_bus_socket") {}
 
   /// Waits for the person at the dialog without a time limit, but no longer than the process and
   /// the connection last; then the dialog is taken away, and the answer is `canceled`. None when no
   /// polkit can be reached; a question that cannot be put to it is `internal`.
-  std::optional<AuthorizationStatus> check(const PolkitQuestion& question) const;
+  std::optional<AuthorizationStatus> check(const PolkitQuestion& question, Log& log) const;
 
  private:
   std::string address_;
-  Log& log_;
 };
 
 }  // namespace qrt

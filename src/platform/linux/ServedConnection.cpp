@@ -79,7 +79,7 @@ struct ServedConnection::Methods {
   static int unregisterClientWithPID(sd_bus_message* call, void* context, sd_bus_error*) {
     const auto identifier = clientIdentifier(context);
     if (!identifier) return malformed(call);
-    self(context).object_.unregisterClientWithPID(*identifier);
+    self(context).object_.unregisterClientWithPID(self(context).peer_.caller, *identifier);
     return sd_bus_reply_method_return(call, nullptr);
   }
 

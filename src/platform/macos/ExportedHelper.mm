@@ -22,7 +22,10 @@
 - (qrt::Caller)caller {
   NSXPCConnection* const connection = _connection;
   if (!connection) return {};
-  return {.userID = connection.effectiveUserIdentifier, .processID = connection.processIdentifier};
+  qrt::Caller caller;
+  caller.userID = connection.effectiveUserIdentifier;
+  caller.processID = connection.processIdentifier;
+  return caller;
 }
 
 - (void)connectWithEndpointUsingReply:(void (^)(NSXPCListenerEndpoint*))reply {
@@ -42,7 +45,7 @@
 }
 
 - (void)unregisterClientWithPID:(int32_t)identifier {
-  _helper->unregisterClientWithPID(identifier);
+  _helper->unregisterClientWithPID(self.caller, identifier);
 }
 
 - (void)performPrivilegedOperation:(uint64_t)code

@@ -68,7 +68,8 @@ Made made(OSStatus status, AuthorizationRef reference) {
 
 }  // namespace
 
-Made MacosAuthority::createFromExternalForm(const Caller&, const AuthorizationExternalForm& form) {
+Made MacosAuthority::createFromExternalForm(const Caller&, const AuthorizationExternalForm& form,
+                                            Log&) {
   ::AuthorizationExternalForm native;
   std::memcpy(native.bytes, form.data(), form.size());
   AuthorizationRef reference = nullptr;

@@ -9,7 +9,7 @@ namespace qrt {
 class MacosAuthority : public Authority {
  public:
   Result<std::unique_ptr<Authorization>, AuthorizationStatus> createFromExternalForm(
-      const Caller& caller, const AuthorizationExternalForm& form) override;
+      const Caller& caller, const AuthorizationExternalForm& form, Log& log) override;
   Result<std::unique_ptr<Authorization>, AuthorizationStatus> create() override;
 
   AuthorizationStatus rightGet(const std::string& name) override;

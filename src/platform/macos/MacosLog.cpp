@@ -25,7 +25,7 @@ void MacosLog::open(std::string_view subsystem, std::string_view category) {
   log_ = os_log_create(std::string(subsystem).c_str(), std::string(category).c_str());
 }
 
-void MacosLog::write(LogLevel level, std::string_view line) {
+void MacosLog::write(LogLevel level, std::string_view line, const LogOrigin&) {
   const std::string text(line);
   os_log_with_type(log_.load(), typeOf(level), "%{public}s", text.c_str());
 }

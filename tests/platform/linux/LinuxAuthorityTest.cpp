@@ -23,7 +23,7 @@ class LinuxAuthorityTest : public testing::Test {
   std::string state_ = scratch_.path("state");
   BoundedPropertyLists propertyLists_;
   test::RecordingLog log_;
-  LinuxAuthority authority_{scratch_.path(), state_, propertyLists_, log_};
+  LinuxAuthority authority_{scratch_.path(), state_, propertyLists_};
 
   PeerIdentity self(std::uint32_t user) const {
     return {user, static_cast<std::int32_t>(getpid()), *startTimeOfProcess(getpid())};
@@ -31,7 +31,7 @@ class LinuxAuthorityTest : public testing::Test {
 
   AuthorizationStatus ask(std::uint32_t user, const std::string& right) {
     const auto form = authority_.externalForm(self(user));
-    auto reference = authority_.createFromExternalForm({}, *form);
+    auto reference = authority_.createFromExternalForm({}, *form, log_);
     if (!reference) return reference.error();
     const AuthorizationEnvironment nothing{0, nullptr};
     return (*reference)->copyRight(right, nothing, 3);
@@ -69,7 +69,7 @@ TEST_F(LinuxRightsTest, AreGrantedByUser) {
                {1000, "unknown", denied},     {0, "admins", granted},   {0, "unknown", granted}};
   for (const auto& c : cases) EXPECT_EQ(ask(c.user, c.right), c.status) << c.user << c.right;
   // Another process's view of the same database.
-  LinuxAuthority other(scratch_.path(), state_, propertyLists_, log_);
+  LinuxAuthority other(scratch_.path(), state_, propertyLists_);
   EXPECT_EQ(other.rightRemove(**reference_, "everybodys"), granted);
   EXPECT_EQ(ask(1000, "everybodys"), denied);
 }
@@ -122,31 +122,31 @@ TEST(RememberedGrants, EndByThemselvesAndOnDemand) {
 
 TEST_F(LinuxAuthorityTest, EveryChangedByteBreaksTheSeal) {
   const auto form = *authority_.externalForm(self(0));
-  ASSERT_TRUE(authority_.createFromExternalForm({}, form));
+  ASSERT_TRUE(authority_.createFromExternalForm({}, form, log_));
   for (std::size_t i = 0; i < form.size(); ++i) {
     auto forged = form;
     forged[i] ^= 1;
-    EXPECT_EQ(authority_.createFromExternalForm({}, forged).error(),
+    EXPECT_EQ(authority_.createFromExternalForm({}, forged, log_).error(),
               AuthorizationStatus::internalizeNotAllowed)
         << i;
   }
   test::ScratchFolder elsewhere;
-  LinuxAuthority stranger(elsewhere.path(), elsewhere.path() + "/state", propertyLists_, log_);
-  EXPECT_FALSE(stranger.createFromExternalForm({}, form));
+  LinuxAuthority stranger(elsewhere.path(), elsewhere.path() + "/state", propertyLists_);
+  EXPECT_FALSE(stranger.createFromExternalForm({}, form, log_));
 }
 
 TEST_F(LinuxAuthorityTest, AFormDiesWithItsProcess) {
   const pid_t child = fork();
   if (child == 0) _exit(static_cast<int>(sleep(60)));
   const auto form = *authority_.externalForm({0, child, *startTimeOfProcess(child)});
-  EXPECT_TRUE(authority_.createFromExternalForm({}, form));
+  EXPECT_TRUE(authority_.createFromExternalForm({}, form, log_));
   kill(child, SIGKILL);
   waitpid(child, nullptr, 0);
-  EXPECT_FALSE(authority_.createFromExternalForm({}, form));
+  EXPECT_FALSE(authority_.createFromExternalForm({}, form, log_));
   // The same number in another life.
   auto successor = self(0);
   ++successor.startTime;
-  EXPECT_FALSE(authority_.createFromExternalForm({}, *authority_.externalForm(successor)));
+  EXPECT_FALSE(authority_.createFromExternalForm({}, *authority_.externalForm(successor), log_));
 }
 
 TEST_F(LinuxAuthorityTest, TheKeyIsRootsAndStaysTheSame) {
@@ -154,11 +154,11 @@ TEST_F(LinuxAuthorityTest, TheKeyIsRootsAndStaysTheSame) {
   const auto key = statusOf(state_ + "/authorization.key");
   EXPECT_EQ(key.st_mode, S_IFREG | 0600u);
   EXPECT_EQ(key.st_size, 32);
-  LinuxAuthority restarted(scratch_.path(), state_, propertyLists_, log_);
-  EXPECT_TRUE(restarted.createFromExternalForm({}, form));
+  LinuxAuthority restarted(scratch_.path(), state_, propertyLists_);
+  EXPECT_TRUE(restarted.createFromExternalForm({}, form, log_));
 
   chmod(state_.c_str(), 0777);
-  LinuxAuthority careful(scratch_.path(), state_, propertyLists_, log_);
+  LinuxAuthority careful(scratch_.path(), state_, propertyLists_);
   EXPECT_FALSE(careful.externalForm(self(0))) << "a folder that others can write was trusted";
 }
 

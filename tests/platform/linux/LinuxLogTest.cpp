@@ -20,7 +20,7 @@ class LinuxLogTest : public testing::Test {
   /// What a line of information is on standard error.
   std::string shown(const std::string& line) {
     testing::internal::CaptureStderr();
-    log.write(LogLevel::info, line);
+    log.write(LogLevel::info, line, {});
     return testing::internal::GetCapturedStderr();
   }
 
@@ -101,6 +101,13 @@ TEST_F(JournalTest, TakesFields) {
     EXPECT_THAT(later, HasSubstr(std::string("\n") + field));
   }
   EXPECT_LT(later.size(), LinuxLog::maximumBytes + 200);
+
+  Caller caller{.userID = 1000, .processID = 42, .executable = "/bin/a\nb"};
+  log.write(LogLevel::info, "Line.", {&caller, "touch-fileobject"});
+  EXPECT_THAT(received(), AllOf(HasSubstr("\nMESSAGE=Line.\n"), HasSubstr("\nOBJECT_PID=42\n"),
+                                HasSubstr("\nQRT_CLIENT_UID=1000\n"),
+                                HasSubstr("\nQRT_CLIENT_EXE=/bin/a\\x0ab\n"),
+                                HasSubstr("\nQRT_OPERATION=touch-fileobject\n")));
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "platform/macos/XPCHelperConnection.h"
 #include "platform/macos/XPCListener.h"
 #include "protocol/FeedbackMessage.h"
+#include "support/RecordingLog.h"
 
 namespace qrt {
 namespace {
@@ -57,7 +58,7 @@ class EchoingHelper : public QRTPrivilegedHelperProtocol, public ListenerDelegat
     EXPECT_EQ(caller.processID, getpid());
     return true;
   }
-  void unregisterClientWithPID(std::int32_t) override { clients.pop_back(); }
+  void unregisterClientWithPID(const Caller&, std::int32_t) override { clients.pop_back(); }
 
   Outcome performPrivilegedOperation(const Caller&, std::uint64_t code,
                                      const Data& authorizationData, FeedbackEndpoint* endpoint,
@@ -169,12 +170,13 @@ TEST_F(XPCTransportTest, FeedbackComesInOrderAndBeforeTheReply) {
 TEST_F(XPCTransportTest, TheDaemonAcceptsWhatAClientShowsOfItsAuthorization) {
   const auto data = connection_->createExternalForm();
   ASSERT_TRUE(data);
+  test::RecordingLog log;
   AuthorizationExternalForm form;
   ASSERT_EQ(data->size(), form.size());
   std::copy(data->begin(), data->end(), form.begin());
-  EXPECT_TRUE(MacosAuthority().createFromExternalForm({}, form));
+  EXPECT_TRUE(MacosAuthority().createFromExternalForm({}, form, log));
   form.fill(0);
-  EXPECT_FALSE(MacosAuthority().createFromExternalForm({}, form));
+  EXPECT_FALSE(MacosAuthority().createFromExternalForm({}, form, log));
 }
 
 TEST_F(XPCTransportTest, AnEndpointOpensAnotherConnection) {
