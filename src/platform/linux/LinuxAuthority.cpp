@@ -88,10 +88,21 @@ AuthorizationStatus LinuxAuthority::evaluate(const Reference& reference,
   }
   const auto handle = openProcess(process);
   if (!handle) return AuthorizationStatus::canceled;
-  const auto answer = polkit_.check(
-      {process, *handle, reference.connection, rightName, textIn(environment, "prompt"),
-       textIn(environment, "icon"), (flags & authorization_flag::interactionAllowed) != 0},
-      *reference.log);
+  const Asker asker{process, *handle, reference.connection};
+  PolkitQuestion question{asker, rightName, textIn(environment, "prompt"),
+                          textIn(environment, "icon"), false};
+  auto answer = polkit_.check(question, *reference.log);
+  std::unique_ptr<DialogQueue::Turn> turn;
+  if (answer == AuthorizationStatus::interactionNotAllowed &&
+      (flags & authorization_flag::interactionAllowed) != 0) {
+    auto come = dialogs_.wait(asker);
+    if (!come) return come.error();
+    turn = std::move(*come);
+    // The dialog before may have been about the same right.
+    if (grants_.contains(process, rightName)) return AuthorizationStatus::noError;
+    question.mayInteract = true;
+    answer = polkit_.check(question, *reference.log);
+  }
   const auto status = answer ? *answer : evaluateWithoutPolkit(rightName);
   // A grant is good for nobody else, and its process may have ended while somebody typed.
   if (!isRunning(*handle)) return AuthorizationStatus::canceled;

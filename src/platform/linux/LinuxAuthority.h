@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "platform/Authority.h"
+#include "platform/linux/DialogQueue.h"
 #include "platform/linux/ExternalFormSeal.h"
 #include "platform/linux/LivingProcesses.h"
 #include "platform/linux/PeerIdentity.h"
@@ -51,6 +52,7 @@ class LinuxAuthority : public Authority {
   RightsFile rights_;
   PolkitActions actions_;
   PolkitAuthority polkit_;
+  DialogQueue dialogs_;
   RememberedGrants grants_;
   LivingProcesses living_;
 };

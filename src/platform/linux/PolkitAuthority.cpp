@@ -1,11 +1,9 @@
 #include "platform/linux/PolkitAuthority.h"
 
-#include <poll.h>
 #include <systemd/sd-bus.h>
 #include <time.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -93,13 +91,13 @@ Message callFor(sd_bus* bus, const PolkitQuestion& question) {
   Message call(fresh);
   // polkit believes root, so who is meant has to be said in full: number and start time for the
   // versions that know no handle, and the user as the kernel told it, lest it be looked up later.
-  const auto& process = question.process;
+  const auto& process = question.asker.process;
   const auto user = static_cast<std::int32_t>(process.userID);
   const bool isComplete =
       sd_bus_message_append(fresh, "(sa{sv})s", "unix-process", 4, "pid", "u",
                             static_cast<std::uint32_t>(process.processID), "start-time", "t",
                             process.startTime, "uid", "i", user, "pidfd", "h",
-                            question.processHandle.get(), question.action.c_str()) >= 0 &&
+                            question.asker.processHandle.get(), question.action.c_str()) >= 0 &&
       appendDetails(fresh, question) >= 0 &&
       sd_bus_message_append(fresh, "us", question.mayInteract ? allowInteraction : 0,
                             cancellation) >= 0;
@@ -121,18 +119,6 @@ int patienceOf(sd_bus* bus) {
                             static_cast<std::uint64_t>(now.tv_nsec) / 1'000;
   if (end <= microseconds) return 0;
   return static_cast<int>(std::min<std::uint64_t>((end - microseconds) / 1'000 + 1, 60'000));
-}
-
-enum class Event { bus, askerIsGone };
-
-/// The asker is gone when the process has ended or has given up its connection.
-Event waitForEvent(sd_bus* bus, const PolkitQuestion& question) {
-  std::array waiting{pollfd{sd_bus_get_fd(bus), static_cast<short>(sd_bus_get_events(bus)), 0},
-                     pollfd{question.processHandle.get(), POLLIN, 0},
-                     pollfd{question.connection, 0, 0}};
-  if (poll(waiting.data(), waiting.size(), patienceOf(bus)) <= 0) return Event::bus;
-  const bool isGone = waiting[1].revents != 0 || (waiting[2].revents & (POLLHUP | POLLERR)) != 0;
-  return isGone ? Event::askerIsGone : Event::bus;
 }
 
 /// True when the person closed the dialog. The texts are details of the answer.
@@ -182,7 +168,9 @@ std::optional<AuthorizationStatus> PolkitAuthority::check(const PolkitQuestion& 
     const int progress = sd_bus_process(bus.get(), nullptr);
     if (progress < 0) return std::nullopt;
     if (progress > 0 || answer) continue;
-    if (waitForEvent(bus.get(), question) == Event::bus) continue;
+    const auto events = static_cast<short>(sd_bus_get_events(bus.get()));
+    const pollfd awaited{sd_bus_get_fd(bus.get()), events, 0};
+    if (waitForAsker(question.asker, awaited, patienceOf(bus.get()))) continue;
     // It would leave the dialog on the screen.
     sd_bus_call_method(bus.get(), service, path, interface, "CancelCheckAuthorization", nullptr,
                        nullptr, "s", cancellation);

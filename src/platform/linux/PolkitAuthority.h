@@ -5,8 +5,7 @@
 #include <string>
 
 #include "platform/Authority.h"
-#include "platform/FileDescriptor.h"
-#include "platform/linux/PeerIdentity.h"
+#include "platform/linux/Asker.h"
 
 namespace qrt {
 
@@ -14,15 +13,12 @@ class Log;
 
 /// May this process do this?
 struct PolkitQuestion {
-  const PeerIdentity& process;
-  /// Of that very process.
-  const FileDescriptor& processHandle;
-  /// The connection that the question came over, -1 for none; not owned.
-  int connection;
+  const Asker& asker;
   const std::string& action;
   /// What the dialog shows; empty leaves what the action says.
   std::string message;
   std::string iconName;
+  /// Without it, the answer is `interactionNotAllowed` where a dialog is needed.
   bool mayInteract;
 };
 
