@@ -9,34 +9,30 @@
 #include <utility>
 #include <vector>
 
+#include "filesystem/OpenFolders.h"
 #include "filesystem/WorkQueue.h"
 
 namespace qrt {
+namespace {
 
-/// A folder of the walk, from the moment it was seen until everything below it is done.
-struct TreeObject::Holder {
-  Holder(Holder* holdingFolder, const char* ownName) : parent(holdingFolder), name(ownName) {}
+/// From the top of the walk.
+std::string pathIn(const TreeFolder* holder, std::string_view name) {
+  std::vector<std::string_view> names{name};
+  for (; holder->parent != nullptr; holder = holder->parent) names.push_back(holder->name);
+  std::string path;
+  for (auto it = names.rbegin(); it != names.rend(); ++it) path.append(*it) += '/';
+  path.pop_back();
+  return path;
+}
 
-  /// Null for the top of the walk, which needs no name.
-  Holder* const parent;
-  const std::string name;
-  /// Open from when a worker has taken the folder on.
-  std::optional<Folder> folder;
-  /// The folder's own listing and its subfolders that are not done. Whoever brings this to 0 leaves
-  /// the folder and frees it.
-  std::atomic<std::size_t> pending = 1;
-  unsigned round = 0;
-};
+std::string pathOf(const TreeFolder& folder) {
+  return folder.parent == nullptr ? std::string() : pathIn(folder.parent, folder.name);
+}
+
+}  // namespace
 
 std::string TreeObject::relativePath() const {
-  if (holder_ == nullptr) return {};
-  std::vector<std::string_view> folders;
-  for (const auto* folder = holder_; folder->parent != nullptr; folder = folder->parent) {
-    folders.push_back(folder->name);
-  }
-  std::string path;
-  for (auto name = folders.rbegin(); name != folders.rend(); ++name) path.append(*name) += '/';
-  return path += at_.name;
+  return holder_ == nullptr ? std::string() : pathIn(holder_, at_.name);
 }
 
 PosixResult<TreeVisitor::Leave> TreeVisitor::leave(const TreeObject&, unsigned) {
@@ -47,20 +43,17 @@ PosixCode TreeVisitor::cannotRead(const TreeObject&, PosixCode) { return PosixCo
 
 namespace {
 
-using Holder = TreeObject::Holder;
-
 /// What the workers of a walk share.
 struct Walk {
-  /// Subfolders that wait; with more, a worker goes into the next one at once. A folder that waits
-  /// keeps those open that hold it.
+  /// Subfolders that wait; with more, a worker enters the next one at once.
   static constexpr std::size_t enoughWaiting = 64;
 
   Walk(FileSystem& theFiles, FileAt theTop, TreeVisitor& theVisitor)
       : files(theFiles), top(theTop), visitor(theVisitor) {}
 
-  void fail(const TreeObject& object, PosixCode code) {
+  void fail(PosixCode code, std::string relativePath) {
     const std::lock_guard lock(mutex);
-    if (!failure) failure = TreeFailure{code, object.relativePath()};
+    if (!failure) failure = TreeFailure{code, std::move(relativePath)};
     isStopped.store(true, std::memory_order_relaxed);
     waiting.close();
   }
@@ -68,7 +61,9 @@ struct Walk {
   FileSystem& files;
   const FileAt top;
   TreeVisitor& visitor;
-  WorkQueue<Holder> waiting{enoughWaiting};
+  const std::size_t workers = std::thread::hardware_concurrency() > 1 ? 2 : 1;
+  OpenFolders folders{files, workers};
+  WorkQueue<TreeFolder> waiting{enoughWaiting};
   std::atomic<bool> isStopped = false;
   std::mutex mutex;
   std::optional<TreeFailure> failure;
@@ -86,80 +81,87 @@ class Worker {
 
   /// Returns when the walk is over.
   void work() {
-    while (auto* holder = walk_.waiting.take(index_)) list(*holder);
+    while (auto* folder = walk_.waiting.take(index_)) list(folder);
   }
 
-  /// One thing less is pending in a folder. When it was the last, the folder is done, and that is
-  /// one thing less in the folder that holds it.
-  void release(Holder* holder);
+  /// One thing less is pending in a folder that the worker uses. When it was the last, the folder
+  /// is done, and that is one thing less in the folder that holds it, and so on up to `outer`,
+  /// which the worker continues with. Returns a folder that is to be listed once more.
+  TreeFolder* release(TreeFolder* folder, const TreeFolder* outer);
 
  private:
-  void list(Holder& first);
-  Holder* nextToEnter(Holder& holder);
-  Holder* visit(Holder& holder, const FolderEntry& entry);
+  void list(TreeFolder* first);
+  TreeFolder* nextToEnter(TreeFolder& folder);
+  TreeFolder* visit(TreeFolder& folder, const FolderEntry& entry);
   std::uint32_t typeOf(const FolderEntry& entry, FileAt at);
-  void open(Holder& holder);
-  bool leave(Holder& holder);
+  void open(TreeFolder& folder);
+  void useParent(TreeFolder& folder);
+  bool leave(TreeFolder& folder);
   void callForHelp();
 
-  TreeObject objectOf(const Holder& holder) const;
-  void cannotRead(const Holder& holder, PosixCode reason);
+  TreeObject objectOf(const TreeFolder& folder) const;
+  void cannotRead(const TreeFolder& folder, PosixCode reason);
+  void cannotReadOn(TreeFolder& folder, PosixCode reason);
   bool isStopped() const { return walk_.isStopped.load(std::memory_order_relaxed); }
 
   Walk& walk_;
   const unsigned index_;
   unsigned seen_ = 0;
   /// The other worker, started by the first one.
-  bool mayHaveHelp_ = index_ == 0 && std::thread::hardware_concurrency() > 1;
+  bool mayHaveHelp_ = index_ == 0 && walk_.workers > 1;
   std::thread helper_;
 };
 
 /// Lists a folder and the folders that are entered from it on the way.
-void Worker::list(Holder& first) {
-  open(first);
-  for (auto* holder = &first; holder != nullptr;) {
-    if (auto* inner = nextToEnter(*holder)) {
+void Worker::list(TreeFolder* first) {
+  open(*first);
+  for (auto* folder = first; folder != nullptr;) {
+    if (auto* inner = nextToEnter(*folder)) {
       open(*inner);
-      holder = inner;
-    } else {
-      auto* outer = holder == &first ? nullptr : holder->parent;
-      release(holder);
-      holder = outer;
+      walk_.folders.stopUsing(*folder);
+      folder = inner;
+      continue;
     }
+    auto* outer = folder == first ? nullptr : folder->parent;
+    if (outer != nullptr) useParent(*folder);
+    auto* again = release(folder, outer);
+    if (again != nullptr && outer == nullptr) first = again;
+    if (again != nullptr && outer != nullptr) walk_.folders.stopUsing(*outer);
+    folder = again != nullptr ? again : outer;
   }
 }
 
 /// Visits a folder's objects until one is to be entered at once; null at the folder's end.
-Holder* Worker::nextToEnter(Holder& holder) {
-  while (holder.folder && !isStopped()) {
-    const auto entry = holder.folder->next();
+TreeFolder* Worker::nextToEnter(TreeFolder& folder) {
+  while (folder.folder && !isStopped()) {
+    const auto entry = (*folder.folder)->next();
     if (!entry) {
-      cannotRead(holder, entry.error());
+      cannotReadOn(folder, entry.error());
       return nullptr;
     }
     if (!*entry) return nullptr;
     callForHelp();
-    if (auto* inner = visit(holder, **entry)) return inner;
+    if (auto* inner = visit(folder, **entry)) return inner;
   }
   return nullptr;
 }
 
-/// The object's own holder when it is a folder to be entered at once.
-Holder* Worker::visit(Holder& holder, const FolderEntry& entry) {
-  const FileAt at{*holder.folder, entry.name};
+/// Returns the object when it is a folder to be entered at once.
+TreeFolder* Worker::visit(TreeFolder& folder, const FolderEntry& entry) {
+  const FileAt at{**folder.folder, entry.name};
   const auto type = typeOf(entry, at);
   if (type == 0) return nullptr;
-  const TreeObject object(&holder, at, type, index_);
+  const TreeObject object(&folder, at, type, index_);
   const auto next = walk_.visitor.visit(object);
   if (!next) {
-    walk_.fail(object, next.error());
+    walk_.fail(next.error(), object.relativePath());
     return nullptr;
   }
   if (*next == TreeVisitor::Next::pass || !object.isFolder()) return nullptr;
 
-  auto* inner = new Holder(&holder, entry.name);
-  holder.pending.fetch_add(1, std::memory_order_relaxed);
-  return walk_.waiting.offer(inner, index_) ? nullptr : inner;
+  auto* inner = new TreeFolder(&folder, entry.name);
+  const bool mayWait = walk_.folders.addSubfolder(folder);
+  return mayWait && walk_.waiting.offer(inner, index_) ? nullptr : inner;
 }
 
 /// 0 when the object has gone meanwhile.
@@ -169,33 +171,45 @@ std::uint32_t Worker::typeOf(const FolderEntry& entry, FileAt at) {
   return status ? status->type() : 0;
 }
 
-void Worker::open(Holder& holder) {
-  if (holder.folder || isStopped()) return;
-  auto folder = walk_.files.openFolder(objectOf(holder).at(), Links::stay);
-  if (!folder) return cannotRead(holder, folder.error());
-  holder.folder.emplace(std::move(*folder));
+void Worker::open(TreeFolder& folder) {
+  if (isStopped()) return;
+  const auto code = walk_.folders.open(folder, objectOf(folder).at());
+  if (code != PosixCode::success) cannotRead(folder, code);
 }
 
-void Worker::release(Holder* holder) {
-  while (holder->pending.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-    if (!leave(*holder)) return;
-    const std::unique_ptr<Holder> done(holder);
-    holder = done->parent;
-    if (holder == nullptr) return walk_.waiting.close();
+void Worker::useParent(TreeFolder& folder) {
+  const auto code = walk_.folders.useParent(folder);
+  if (code != PosixCode::success) walk_.fail(code, pathOf(*folder.parent));
+}
+
+TreeFolder* Worker::release(TreeFolder* folder, const TreeFolder* outer) {
+  while (walk_.folders.finishPart(*folder, folder == outer)) {
+    auto* parent = folder->parent;
+    if (parent != nullptr && parent != outer) useParent(*folder);
+    if (!leave(*folder)) {
+      walk_.folders.visitAgain(*folder);
+      if (parent != nullptr && parent != outer) walk_.folders.stopUsing(*parent);
+      return folder;
+    }
+    walk_.folders.remove(folder);
+    if (parent == nullptr) {
+      walk_.waiting.close();
+      return nullptr;
+    }
+    folder = parent;
   }
+  return nullptr;
 }
 
-/// False when the folder is to be listed once more; it then waits for a worker.
-bool Worker::leave(Holder& holder) {
-  if (!holder.folder || isStopped()) return true;
-  const auto object = objectOf(holder);
-  const auto result = walk_.visitor.leave(object, holder.round);
-  if (!result) walk_.fail(object, result.error());
+/// False when the folder is to be listed once more.
+bool Worker::leave(TreeFolder& folder) {
+  if (!folder.folder || isStopped()) return true;
+  const auto object = objectOf(folder);
+  const auto result = walk_.visitor.leave(object, folder.round);
+  if (!result) walk_.fail(result.error(), object.relativePath());
   if (!result || *result == TreeVisitor::Leave::done) return true;
-  ++holder.round;
-  holder.folder->rewind();
-  holder.pending.store(1, std::memory_order_relaxed);
-  walk_.waiting.put(&holder, index_);
+  ++folder.round;
+  (*folder.folder)->rewind();
   return false;
 }
 
@@ -213,30 +227,39 @@ void Worker::callForHelp() {
   }
 }
 
-TreeObject Worker::objectOf(const Holder& holder) const {
-  if (holder.parent == nullptr) return {nullptr, walk_.top, file_type::folder, index_};
-  const FileAt at{*holder.parent->folder, holder.name.c_str()};
-  return {holder.parent, at, file_type::folder, index_};
+TreeObject Worker::objectOf(const TreeFolder& folder) const {
+  if (folder.parent == nullptr) return {nullptr, walk_.top, file_type::folder, index_};
+  const FileAt at{**folder.parent->folder, folder.name.c_str()};
+  return {folder.parent, at, file_type::folder, index_};
 }
 
-void Worker::cannotRead(const Holder& holder, PosixCode reason) {
-  const auto object = objectOf(holder);
+void Worker::cannotRead(const TreeFolder& folder, PosixCode reason) {
+  if (isStopped()) return;
+  const auto object = objectOf(folder);
   const auto code = isExhaustion(reason) ? reason : walk_.visitor.cannotRead(object, reason);
-  if (code != PosixCode::success) walk_.fail(object, code);
+  if (code != PosixCode::success) walk_.fail(code, object.relativePath());
+}
+
+/// The folder that holds it may be closed by now.
+void Worker::cannotReadOn(TreeFolder& folder, PosixCode reason) {
+  if (folder.parent == nullptr) return cannotRead(folder, reason);
+  useParent(folder);
+  cannotRead(folder, reason);
+  walk_.folders.stopUsing(*folder.parent);
 }
 
 }  // namespace
 
 std::optional<TreeFailure> walkTree(FileSystem& files, FileAt top, TreeVisitor& visitor) {
   Walk walk(files, top, visitor);
-  walk.waiting.put(new Holder(nullptr, ""), 0);
+  walk.waiting.put(new TreeFolder(nullptr, ""), 0);
   {
     Worker worker(walk, 0);
     worker.work();
   }
   // After a failure folders still wait; those that hold them go with the last of them.
   Worker rest(walk, 0);
-  while (auto* holder = walk.waiting.takeRest()) rest.release(holder);
+  while (auto* folder = walk.waiting.takeRest()) rest.release(folder, nullptr);
   return std::move(walk.failure);
 }
 

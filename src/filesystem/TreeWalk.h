@@ -9,12 +9,12 @@
 
 namespace qrt {
 
+struct TreeFolder;
+
 /// An object that a walk has come upon. Refers to the walk; good during the call it is passed to.
 class TreeObject {
  public:
-  struct Holder;
-
-  TreeObject(const Holder* holder, FileAt at, std::uint32_t type, unsigned worker)
+  TreeObject(const TreeFolder* holder, FileAt at, std::uint32_t type, unsigned worker)
       : at_(at), type_(type), worker_(worker), holder_(holder) {}
 
   /// By the open folder that holds it: no exchange of a folder leads astray.
@@ -35,7 +35,7 @@ class TreeObject {
   FileAt at_;
   std::uint32_t type_;
   unsigned worker_;
-  const Holder* holder_;
+  const TreeFolder* holder_;
 };
 
 /// What a walk does. Two threads may call it at the same time, for different objects.
@@ -66,8 +66,11 @@ struct TreeFailure {
 };
 
 /// Visits what is below `top`, which is not followed when it is a link. Folders are opened relative
-/// to the open folder that holds them; depth is limited by descriptors alone. The first error ends
-/// the walk and is returned.
+/// to the open folder that holds them. The first error ends the walk and is returned.
+///
+/// Holds at most `OpenFolders::maximumDescriptors` whatever the depth: folders further up are
+/// closed and opened again on the way back. A folder that has been moved elsewhere by then is
+/// `noEntry`.
 ///
 /// Starts on the calling thread and ends there. A second thread joins when enough has been seen and
 /// folders wait; the two share folders out, so that the order between siblings is nobody's.

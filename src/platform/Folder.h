@@ -19,6 +19,16 @@ struct FolderEntry {
   std::uint32_t type;
 };
 
+/// Distinguishes a folder from every other one, also from a later one that reuses its number.
+struct FolderIdentity {
+  std::uint64_t device = 0;
+  std::uint64_t inode = 0;
+  /// When it was made, in nanoseconds since 1970; 0 where the file system does not record it.
+  std::int64_t birth = 0;
+
+  bool operator==(const FolderIdentity&) const = default;
+};
+
 /// Holds a folder by its descriptor: what happens to its path meanwhile does not matter. Objects in
 /// it are addressed as `FileAt{folder, name}`.
 ///
@@ -43,6 +53,15 @@ class Folder {
   /// Makes the next entry the first one again, of the folder as it is by then.
   void rewind();
 
+  PosixResult<FolderIdentity> identity() const;
+
+  /// Closes the descriptor and remembers where the listing is. Until `resume`, the folder can be
+  /// neither read nor used as a base.
+  void suspend();
+  /// `reopened` is the same folder, opened again. The listing continues with the entry that would
+  /// have been next; an error is that the file system cannot do that.
+  PosixCode resume(Folder reopened);
+
   /// Whether the mount that the folder is on refuses changes. The system is asked once a folder.
   bool isReadOnly() const;
 
@@ -56,6 +75,8 @@ class Folder {
   FileDescriptor descriptor_;
   /// The entries read ahead; made by the first `next()`.
   std::unique_ptr<Listing> listing_;
+  /// Where a listing begins, as the file system counts; 0 except after `suspend()`.
+  std::int64_t start_ = 0;
   mutable std::atomic<Mount> mount_ = Mount::notAsked;
 };
 

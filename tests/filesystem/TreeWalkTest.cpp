@@ -1,8 +1,10 @@
 #include "filesystem/TreeWalk.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
+#include <algorithm>
+#include <atomic>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <set>
@@ -95,24 +97,73 @@ TEST_F(TreeWalkTest, TheVisitorSaysWhatAnUnreadableFolderMeans) {
   EXPECT_EQ(walk("missing")->code, PosixCode::permissionDenied);
 }
 
-TEST_F(TreeWalkTest, DepthIsLimitedByDescriptorsAlone) {
-  test::makeChain(scratch_.path(), "d", 700);
-  rlimit before;
-  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-  if (before.rlim_max < 900) GTEST_SKIP() << "needs 900 descriptors";
-  const auto walkWith = [&](rlim_t descriptors) {
-    const rlimit few{descriptors, before.rlim_max};
-    EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
-    auto failure = walk();
-    setrlimit(RLIMIT_NOFILE, &before);
-    return failure;
-  };
-  EXPECT_FALSE(walkWith(900));
-  EXPECT_EQ(recorder_.calls.size(), 700u + 701);
-  const auto failure = walkWith(300);
-  ASSERT_TRUE(failure);
-  EXPECT_EQ(failure->code, PosixCode::tooManyFiles);
-  EXPECT_GT(failure->relativePath.size(), 500u);
+std::size_t openDescriptors() {
+  std::size_t count = 0;
+  for (int descriptor = 0; descriptor < 1024; ++descriptor) {
+    count += fcntl(descriptor, F_GETFD) != -1;
+  }
+  return count;
+}
+
+/// Counts calls, and looks at the descriptors of the process now and then.
+class Counter : public TreeVisitor {
+ public:
+  PosixResult<Next> visit(const TreeObject& object) override {
+    if (++visits % 64 == 0) mostDescriptors = std::max(mostDescriptors.load(), openDescriptors());
+    if (object.isFolder() && onFolder) onFolder(object);
+    return Next::enter;
+  }
+  PosixResult<Leave> leave(const TreeObject&, unsigned) override {
+    ++leaves;
+    return Leave::done;
+  }
+
+  std::atomic<std::size_t> visits = 0, leaves = 0, mostDescriptors = 0;
+  std::function<void(const TreeObject&)> onFolder;
+};
+
+TEST_F(TreeWalkTest, AnyDepthIsWalkedWithTheSameDescriptors) {
+  constexpr int levels = 3000;
+  // Each level holds what keeps two workers busy: files, and folders with a folder in them.
+  test::makeChain(scratch_.path(), "d", levels, [](int folder) {
+    for (const char* name : {"a", "e", "a/inner", "e/inner"}) {
+      ASSERT_EQ(mkdirat(folder, name, 0755), 0);
+    }
+    const FileDescriptor file(openat(folder, "e/file", O_WRONLY | O_CREAT, 0644));
+  });
+  Counter counter;
+  const auto before = openDescriptors();
+  EXPECT_FALSE(walkTree(context_.files, scratch_.path().c_str(), counter));
+  EXPECT_EQ(counter.visits, levels * 6u);
+  EXPECT_EQ(counter.leaves, levels * 5u + 1);
+  EXPECT_LE(counter.mostDescriptors, before + 64);
+  EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST_F(TreeWalkTest, AFolderThatIsMovedAwayMeanwhileEndsTheWalk) {
+  constexpr std::size_t moved = 100, seenBefore = 300;
+  test::makeChain(scratch_.path(), "d", 400);
+  std::string path = "d";
+  for (std::size_t level = 1; level < moved; ++level) path += "/d";
+  const auto from = scratch_.path(path), to = scratch_.path("elsewhere");
+  const auto parent = path.substr(0, path.size() - 2);
+  for (const bool returns : {true, false}) {
+    Counter counter;
+    counter.onFolder = [&](const TreeObject&) {
+      if (counter.visits == seenBefore) {
+        EXPECT_EQ(rename(from.c_str(), to.c_str()), 0);
+      }
+      if (returns && counter.visits == seenBefore + 1) {
+        EXPECT_EQ(rename(to.c_str(), from.c_str()), 0);
+      }
+    };
+    const auto top = scratch_.path();
+    const auto failure = walkTree(context_.files, top.c_str(), counter);
+    ASSERT_EQ(failure.has_value(), !returns);
+    if (returns) continue;
+    EXPECT_EQ(failure->code, PosixCode::noEntry);
+    EXPECT_EQ(failure->relativePath, parent);
+  }
 }
 
 }  // namespace

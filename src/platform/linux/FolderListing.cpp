@@ -1,4 +1,7 @@
 #include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <cstddef>
@@ -14,6 +17,9 @@ namespace qrt {
 /// Reads the kernel's records itself: a C library stream costs two more system calls a folder.
 class Folder::Listing {
  public:
+  /// `start` is where the folder's descriptor is to be read from.
+  explicit Listing(std::int64_t start) : nextOffset_(start) {}
+
   /// Null at the end. The record is good until the next one is asked for.
   PosixResult<const dirent64*> next(int folder) {
     for (;;) {
@@ -30,6 +36,9 @@ class Folder::Listing {
       if (!isDotOrDots(record.d_name)) return &record;
     }
   }
+
+  /// Where the file system continues after the last entry that was returned.
+  std::int64_t offset() const { return nextOffset_; }
 
   const char* upcomingFolder() const {
     for (auto at = position_; at != filled_; at += recordAt(at).d_reclen) {
@@ -56,8 +65,7 @@ class Folder::Listing {
 
   std::size_t position_ = 0;
   std::size_t filled_ = 0;
-  /// Where the file system goes on behind the last record that was taken.
-  off64_t nextOffset_ = 0;
+  off64_t nextOffset_;
   alignas(dirent64) std::byte records_[capacity];
 };
 
@@ -66,11 +74,13 @@ Folder::Folder(FileDescriptor descriptor) : descriptor_(std::move(descriptor)) {
 Folder::Folder(Folder&& other) noexcept
     : descriptor_(std::move(other.descriptor_)),
       listing_(std::move(other.listing_)),
+      start_(other.start_),
       mount_(other.mount_.load(std::memory_order_relaxed)) {}
 
 Folder& Folder::operator=(Folder&& other) noexcept {
   descriptor_ = std::move(other.descriptor_);
   listing_ = std::move(other.listing_);
+  start_ = other.start_;
   mount_.store(other.mount_.load(std::memory_order_relaxed), std::memory_order_relaxed);
   return *this;
 }
@@ -79,7 +89,7 @@ Folder::~Folder() = default;
 
 PosixResult<std::optional<FolderEntry>> Folder::next() {
   // Not make_unique: it would fill the buffer with zeros first.
-  if (!listing_) listing_.reset(new Listing);
+  if (!listing_) listing_.reset(new Listing(start_));
   const auto record = listing_->next(descriptor());
   if (!record) return record.error();
   if (*record == nullptr) {
@@ -98,6 +108,31 @@ const char* Folder::upcomingFolder() const {
 void Folder::rewind() {
   ::lseek(descriptor(), 0, SEEK_SET);
   listing_.reset();
+  start_ = 0;
+}
+
+PosixResult<FolderIdentity> Folder::identity() const {
+  struct statx answer;
+  if (::statx(descriptor(), "", AT_EMPTY_PATH, STATX_INO | STATX_BTIME, &answer) != 0) {
+    return lastError();
+  }
+  constexpr std::int64_t nanoseconds = 1'000'000'000;
+  const bool hasBirth = (answer.stx_mask & STATX_BTIME) != 0;
+  const auto& birth = answer.stx_btime;
+  return FolderIdentity{makedev(answer.stx_dev_major, answer.stx_dev_minor), answer.stx_ino,
+                        hasBirth ? birth.tv_sec * nanoseconds + birth.tv_nsec : 0};
+}
+
+void Folder::suspend() {
+  if (listing_) start_ = listing_->offset();
+  listing_.reset();
+  descriptor_ = FileDescriptor();
+}
+
+PosixCode Folder::resume(Folder reopened) {
+  descriptor_ = std::move(reopened.descriptor_);
+  const bool isAtStart = start_ == 0 || ::lseek(descriptor(), start_, SEEK_SET) == start_;
+  return isAtStart ? PosixCode::success : lastError();
 }
 
 int Folder::descriptor() const { return descriptor_.get(); }

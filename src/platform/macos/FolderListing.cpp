@@ -12,8 +12,8 @@
 
 namespace qrt {
 
-/// Owns the folder's descriptor from here on; its number stays what it was. The stream shows one
-/// entry at a time, so some are read ahead for whoever wants to know what comes.
+/// Owns the folder's descriptor until `suspend()`; its number stays what it was. The stream shows
+/// one entry at a time, so some are read ahead for callers that want to know what comes.
 class Folder::Listing {
  public:
   struct Entry {
@@ -30,9 +30,23 @@ class Folder::Listing {
 
   bool isOpen() const { return stream_ != nullptr; }
 
+  /// Reads the rest and closes the descriptor: a stream cannot continue where another one was. The
+  /// names that are left are kept in memory.
+  void suspend() {
+    entries_.erase(entries_.begin(), entries_.begin() + static_cast<std::ptrdiff_t>(position_));
+    position_ = 0;
+    while (!isComplete_) readOn();
+    ::closedir(stream_);
+    stream_ = nullptr;
+  }
+
   /// Null at the end.
   PosixResult<const Entry*> next() {
-    if (position_ == entries_.size() && failure_ == PosixCode::success) readOn();
+    if (position_ == entries_.size() && !isComplete_) {
+      entries_.clear();
+      position_ = 0;
+      readOn();
+    }
     if (position_ < entries_.size()) return &entries_[position_++];
     if (failure_ != PosixCode::success) return failure_;
     return nullptr;
@@ -50,18 +64,18 @@ class Folder::Listing {
     entries_.clear();
     position_ = 0;
     failure_ = PosixCode::success;
+    isComplete_ = false;
   }
 
  private:
   void readOn() {
-    constexpr std::size_t enough = 128;
-    entries_.clear();
-    position_ = 0;
-    while (entries_.size() < enough) {
+    constexpr int enough = 128;
+    for (int count = 0; count < enough; ++count) {
       errno = 0;
       const auto* record = ::readdir(stream_);
       if (!record) {
         if (errno != 0) failure_ = lastError();
+        isComplete_ = true;
         return;
       }
       if (isDotOrDots(record->d_name)) continue;
@@ -69,10 +83,12 @@ class Folder::Listing {
     }
   }
 
-  DIR* const stream_;
+  /// Null after `suspend()`.
+  DIR* stream_;
   std::vector<Entry> entries_;
   std::size_t position_ = 0;
-  /// Why nothing more can be read.
+  /// All entries have been read, or there was a failure.
+  bool isComplete_ = false;
   PosixCode failure_ = PosixCode::success;
 };
 
@@ -81,19 +97,21 @@ Folder::Folder(FileDescriptor descriptor) : descriptor_(std::move(descriptor)) {
 Folder::Folder(Folder&& other) noexcept
     : descriptor_(std::move(other.descriptor_)),
       listing_(std::move(other.listing_)),
+      start_(other.start_),
       mount_(other.mount_.load(std::memory_order_relaxed)) {}
 
 Folder& Folder::operator=(Folder&& other) noexcept {
   // What is released here is closed by the stream.
-  if (listing_) descriptor_.release();
+  if (listing_ && listing_->isOpen()) descriptor_.release();
   listing_ = std::move(other.listing_);
   descriptor_ = std::move(other.descriptor_);
+  start_ = other.start_;
   mount_.store(other.mount_.load(std::memory_order_relaxed), std::memory_order_relaxed);
   return *this;
 }
 
 Folder::~Folder() {
-  if (listing_) descriptor_.release();
+  if (listing_ && listing_->isOpen()) descriptor_.release();
 }
 
 PosixResult<std::optional<FolderEntry>> Folder::next() {
@@ -113,7 +131,31 @@ const char* Folder::upcomingFolder() const {
 }
 
 void Folder::rewind() {
-  if (listing_) listing_->rewind();
+  if (!listing_) return;
+  if (listing_->isOpen()) return listing_->rewind();
+  listing_.reset();
+}
+
+PosixResult<FolderIdentity> Folder::identity() const {
+  struct stat status;
+  if (::fstat(descriptor(), &status) != 0) return lastError();
+  constexpr std::int64_t nanoseconds = 1'000'000'000;
+  const auto& birth = status.st_birthtimespec;
+  return FolderIdentity{static_cast<std::uint32_t>(status.st_dev), status.st_ino,
+                        birth.tv_sec * nanoseconds + birth.tv_nsec};
+}
+
+void Folder::suspend() {
+  if (listing_ && listing_->isOpen()) {
+    listing_->suspend();
+    descriptor_.release();
+  }
+  descriptor_ = FileDescriptor();
+}
+
+PosixCode Folder::resume(Folder reopened) {
+  descriptor_ = std::move(reopened.descriptor_);
+  return PosixCode::success;
 }
 
 int Folder::descriptor() const { return descriptor_.get(); }

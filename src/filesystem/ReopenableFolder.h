@@ -1,0 +1,36 @@
+// A folder that is closed while work goes on below it.
+#pragma once
+
+#include <utility>
+
+#include "platform/FileSystem.h"
+
+namespace qrt {
+
+/// The owner of a tree chooses its depth, so no work on it may hold a descriptor for each level.
+/// Belongs to one thread at a time.
+class ReopenableFolder {
+ public:
+  explicit ReopenableFolder(Folder folder) : folder_(std::move(folder)) {}
+
+  bool isOpen() const { return isOpen_; }
+
+  /// Only while it is open.
+  const Folder& operator*() const { return folder_; }
+  Folder& operator*() { return folder_; }
+  Folder* operator->() { return &folder_; }
+
+  /// Keeps what is needed to recognise the folder and to continue its listing.
+  PosixCode close();
+
+  /// Opens it through a folder in it. That one may have been moved elsewhere meanwhile: any other
+  /// folder than the one that was closed is `noEntry`.
+  PosixCode reopen(FileSystem& files, const Folder& subfolder);
+
+ private:
+  Folder folder_;
+  FolderIdentity identity_;
+  bool isOpen_ = true;
+};
+
+}  // namespace qrt
