@@ -1,38 +1,65 @@
-// Arguments of a request as a hostile client marshals them.
+// A message as a hostile client sends it: the arguments of a request, and a header.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
 
 #include "base/Error.h"
+#include "platform/linux/EncodedArguments.h"
 #include "platform/linux/MessageFrame.h"
 #include "platform/linux/WireReader.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  using qrt::MessageFrame;
-  if (size == 0) return 0;
-  const std::span body(bytes + 1, size - 1);
-  qrt::WireReader reader(body, /*bigEndian=*/(bytes[0] & 1) != 0);
+namespace {
+
+using namespace qrt;
+
+void require(bool condition) {
+  if (!condition) std::abort();
+}
+
+void readArguments(std::span<const std::uint8_t> body, bool bigEndian) {
+  WireReader reader(body, bigEndian);
   reader.uint64();
   reader.data();
-  reader.descriptorIndexes();
+  reader.descriptorIndexes(64);
+  const auto position = reader.position();
+  auto checked = reader;
+  const auto count = checked.checkArray();
   const auto arguments = reader.array();
-  if (reader.atEnd() && arguments.size() > qrt::WireReader::maximumValues) std::abort();
+  // What was found good is decoded later, when it can no longer be refused.
+  require(checked.atEnd() == reader.atEnd());
+  if (!reader.atEnd()) return;
+  require(count == arguments.size() && count <= WireReader::maximumValues);
+  EncodedArguments encoded({{body.begin(), body.end()}, 0, bigEndian}, position, count);
+  const auto decoded = DecodedArguments(arguments).metadata();
+  require(encoded.metadata().has_value() == decoded.has_value());
+  require(encoded.decode().size() == count);
+}
 
-  if (body.size() >= MessageFrame::prefixLength) {
-    const auto frame = MessageFrame::parse(body.first<MessageFrame::prefixLength>());
-    if (frame && (frame->length() > MessageFrame::maximumLength ||
-                  frame->headerLength < MessageFrame::prefixLength)) {
-      std::abort();
-    }
-    if (frame && frame->headerLength <= body.size()) {
-      std::vector<std::uint8_t> header(body.begin(),
-                                       body.begin() + static_cast<long>(frame->headerLength));
-      const auto count = frame->takeDescriptorCount(header);
-      // Taken once, it is gone; a header that is refused is not touched.
-      if (count && frame->takeDescriptorCount(header) != 0) std::abort();
-      if (!count && !std::equal(header.begin(), header.end(), body.begin())) std::abort();
-    }
+void readHeader(std::span<const std::uint8_t> message) {
+  if (message.size() < MessageFrame::prefixLength) return;
+  const auto frame = MessageFrame::parse(message.first<MessageFrame::prefixLength>());
+  if (!frame) return;
+  require(frame->length() <= MessageFrame::maximumLength);
+  require(frame->headerLength >= MessageFrame::prefixLength);
+  if (frame->headerLength > message.size()) return;
+  const auto sent = message.first(frame->headerLength);
+  std::vector<std::uint8_t> header(sent.begin(), sent.end());
+  const auto count = frame->takeDescriptorCount(header);
+  // Taken once, it is gone; a header that is refused is not touched.
+  if (count) {
+    require(frame->takeDescriptorCount(header) == 0);
+  } else {
+    require(std::equal(header.begin(), header.end(), sent.begin()));
   }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  if (size == 0) return 0;
+  const std::span body(bytes + 1, size - 1);
+  readArguments(body, /*bigEndian=*/(bytes[0] & 1) != 0);
+  readHeader(body);
   return 0;
 }

@@ -3,13 +3,13 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "base/Error.h"
 #include "base/PropertyValue.h"
 #include "protocol/Caller.h"
 #include "protocol/FeedbackConnection.h"
+#include "protocol/RequestArguments.h"
 
 namespace qrt {
 
@@ -33,12 +33,12 @@ class QRTPrivilegedHelperProtocol {
   virtual bool registerClientWithPID(const Caller& caller, std::int32_t identifier) = 0;
   virtual void unregisterClientWithPID(const Caller& caller, std::int32_t identifier) = 0;
 
-  /// `endpoint` is null when the client wants no feedback; there are no `arguments` when it sent no
+  /// `endpoint` is null when the client wants no feedback; `arguments` is null when it sent no
   /// array, not even an empty one.
   virtual Outcome performPrivilegedOperation(const Caller& caller, std::uint64_t code,
                                              const Data& authorizationData,
                                              FeedbackEndpoint* endpoint,
-                                             std::optional<Array> arguments) = 0;
+                                             RequestArguments* arguments) = 0;
 };
 
 }  // namespace qrt

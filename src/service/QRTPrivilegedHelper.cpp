@@ -108,9 +108,9 @@ void QRTPrivilegedHelper::unregisterClientWithPID(const Caller& caller, std::int
 Outcome QRTPrivilegedHelper::performPrivilegedOperation(const Caller& caller, std::uint64_t code,
                                                         const Data& authorizationData,
                                                         FeedbackEndpoint* endpoint,
-                                                        std::optional<Array> arguments) {
+                                                        RequestArguments* arguments) {
   return pipeline_->performPrivilegedOperation(caller, code, authorizationData, endpoint,
-                                               std::move(arguments));
+                                               arguments);
 }
 
 void QRTPrivilegedHelper::terminatePrivilegedHelper() {

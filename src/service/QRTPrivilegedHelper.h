@@ -39,7 +39,7 @@ class QRTPrivilegedHelper : public QRTPrivilegedHelperProtocol, public ListenerD
   void unregisterClientWithPID(const Caller& caller, std::int32_t identifier) override;
   Outcome performPrivilegedOperation(const Caller& caller, std::uint64_t code,
                                      const Data& authorizationData, FeedbackEndpoint* endpoint,
-                                     std::optional<Array> arguments) override;
+                                     RequestArguments* arguments) override;
 
   bool shouldAcceptNewConnection(Listener& listener, IncomingConnection* connection) override;
 

@@ -34,12 +34,6 @@ bool isOfType(const PropertyValue& value, char typeCode) {
   }
 }
 
-bool beginsWithMetadata(const Array& arguments) {
-  if (arguments.size() < 2) return false;
-  const auto* marker = arguments[0].string();
-  return marker && *marker == metadataMarker && arguments[1].dictionary();
-}
-
 /// Any process may have it performed, as often as it likes.
 bool isEverybodys(const QRTPrivilegedOperation& operation) {
   const auto* rule = operation.authenticationPolicy().string();
@@ -56,8 +50,19 @@ struct RequestPipeline::Request {
   std::uint64_t code;
   const std::string& identifier;
   const QRTPrivilegedOperation& operation;
-  Array arguments;
-  std::unique_ptr<FeedbackConnection> feedback;
+  RequestArguments& received;
+  /// How many of the received arguments are not the operation's.
+  std::size_t metadataCount = 0;
+  /// Decoded once the operation is authorized and their number is right.
+  Array arguments = {};
+  std::unique_ptr<FeedbackConnection> feedback = nullptr;
+
+  std::uint64_t argumentCount() const { return received.count() - metadataCount; }
+  void decodeArguments() {
+    arguments = received.decode();
+    const auto metadata = static_cast<std::ptrdiff_t>(metadataCount);
+    arguments.erase(arguments.begin(), arguments.begin() + metadata);
+  }
 };
 
 RequestPipeline::RequestPipeline(const QRTPrivilegedOperationSet& operationSet,
@@ -71,10 +76,10 @@ RequestPipeline::RequestPipeline(const QRTPrivilegedOperationSet& operationSet,
 Outcome RequestPipeline::performPrivilegedOperation(const Caller& caller, std::uint64_t code,
                                                     const Data& authorizationData,
                                                     FeedbackEndpoint* endpoint,
-                                                    std::optional<Array> arguments) const {
+                                                    RequestArguments* arguments) const {
   const auto& identifiers = operationSet_.opIdentifiersByCode();
   const auto identifier = identifiers.find(code);
-  const std::uint64_t received = arguments ? arguments->size() : 0;
+  const std::uint64_t received = arguments ? arguments->count() : 0;
   RequestLog log(platform_.log, logAllowance_, caller);
   if (!arguments || identifier == identifiers.end()) {
     log.error("Received invalid operation with code %llu, %llu arguments.", code, received);
@@ -89,8 +94,7 @@ Outcome RequestPipeline::performPrivilegedOperation(const Caller& caller, std::u
                   code,
                   identifier->second,
                   operationSet_.implementedOperations().find(identifier->second)->second,
-                  std::move(*arguments),
-                  nullptr};
+                  *arguments};
   if (auto refusal = authorize(request, authorizationData)) return refusal;
   if (auto refusal = validate(request)) return refusal;
   if (auto refusal = openFeedback(request, endpoint)) return refusal;
@@ -105,14 +109,13 @@ Outcome RequestPipeline::performPrivilegedOperation(const Caller& caller, std::u
 Outcome RequestPipeline::authorize(Request& request, const Data& authorizationData) const {
   std::string prompt;
   std::string iconPath;
-  if (beginsWithMetadata(request.arguments)) {
-    const Dictionary metadata = *request.arguments[1].dictionary();
-    request.arguments.erase(request.arguments.begin(), request.arguments.begin() + 2);
+  if (const auto metadata = request.received.metadata()) {
+    request.metadataCount = RequestArguments::metadataCount;
     request.log.error(
         "Actual number of arguments is %llu. %llu additional metadata entries have been "
         "transferred.",
-        request.arguments.size(), metadata.size());
-    AuthorizationCheck::processMetadataDictionary(metadata, &prompt, &iconPath);
+        request.argumentCount(), metadata->entryCount);
+    AuthorizationCheck::processMetadataDictionary(metadata->entries, &prompt, &iconPath);
   }
   const bool destroyingRights = request.code == operation_code::discardAuth;
   const AuthorizationCheck check(operationSet_, platform_.authority, request.log);
@@ -127,36 +130,50 @@ Outcome RequestPipeline::authorize(Request& request, const Data& authorizationDa
   return refusal;
 }
 
-Outcome RequestPipeline::validate(const Request& request) const {
-  const auto& arguments = request.arguments;
-  const auto count = request.operation.argumentCount();
-  if (count == NSNotFound) {
-    for (const auto& argument : arguments) {
-      if (argument.string()) continue;
-      request.log.error(
-          "Operation %{public}@ was rejected because at least one argument has class %{public}@ "
-          "(string expected).",
-          request.identifier, argument.className());
-      return invalidArgument();
-    }
-    return success;
+/// Arguments of a wrong number are not even decoded.
+Outcome RequestPipeline::validate(Request& request) const {
+  const bool takesAnyNumber = request.operation.argumentCount() == NSNotFound;
+  if (!takesAnyNumber) {
+    if (auto refusal = validateCount(request)) return refusal;
   }
+  request.decodeArguments();
+  return takesAnyNumber ? validateStrings(request) : validateTypes(request);
+}
 
-  if (arguments.size() != count) {
+Outcome RequestPipeline::validateCount(const Request& request) const {
+  const auto count = request.operation.argumentCount();
+  if (request.argumentCount() != count) {
     request.log.error(
         "Operation %{public}@ was rejected because an invalid number of arguments was specified "
         "(%llu expected, %llu sent).",
-        request.identifier, count, arguments.size());
+        request.identifier, count, request.argumentCount());
     return invalidArgument();
   }
-  const auto typeCodes = request.operation.argumentTypeCodes().value_or("");
-  if (typeCodes.size() != count) {
+  if (request.operation.argumentTypeCodes().value_or("").size() != count) {
     request.log.error(
         "Operation %{public}@ was rejected because a contradiction in its definition has been "
         "detected (bad type codes).",
         request.identifier);
     return invalidArgument();
   }
+  return success;
+}
+
+Outcome RequestPipeline::validateStrings(const Request& request) const {
+  for (const auto& argument : request.arguments) {
+    if (argument.string()) continue;
+    request.log.error(
+        "Operation %{public}@ was rejected because at least one argument has class %{public}@ "
+        "(string expected).",
+        request.identifier, argument.className());
+    return invalidArgument();
+  }
+  return success;
+}
+
+Outcome RequestPipeline::validateTypes(const Request& request) const {
+  const auto& arguments = request.arguments;
+  const auto typeCodes = request.operation.argumentTypeCodes().value_or("");
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     if (!isTypeCode(typeCodes[i])) {
       request.log.error(

@@ -5,13 +5,13 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "base/Error.h"
 #include "base/PropertyValue.h"
 #include "protocol/Caller.h"
 #include "protocol/FeedbackConnection.h"
+#include "protocol/RequestArguments.h"
 #include "service/LogAllowance.h"
 
 namespace qrt {
@@ -35,13 +35,16 @@ class RequestPipeline {
 
   Outcome performPrivilegedOperation(const Caller& caller, std::uint64_t code,
                                      const Data& authorizationData, FeedbackEndpoint* endpoint,
-                                     std::optional<Array> arguments) const;
+                                     RequestArguments* arguments) const;
 
  private:
   struct Request;
 
   Outcome authorize(Request& request, const Data& authorizationData) const;
-  Outcome validate(const Request& request) const;
+  Outcome validate(Request& request) const;
+  Outcome validateCount(const Request& request) const;
+  Outcome validateStrings(const Request& request) const;
+  Outcome validateTypes(const Request& request) const;
   Outcome openFeedback(Request& request, FeedbackEndpoint* endpoint) const;
   Outcome run(const Request& request) const;
   Outcome dispatch(const Request& request) const;

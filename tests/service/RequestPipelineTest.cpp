@@ -63,8 +63,10 @@ class RequestPipelineTest : public testing::Test {
     const RequestPipeline pipeline(
         code == contradictory ? badOperations_ : operations_, platform_, allowance_,
         {{operation_code::nop, nothing}, {operation_code::discardAuth, nothing}});
+    std::optional<DecodedArguments> received;
+    if (arguments) received.emplace(std::move(*arguments));
     return pipeline.performPrivilegedOperation(caller_, code, Data(32, 7), endpoint,
-                                               std::move(arguments));
+                                               received ? &*received : nullptr);
   }
 };
 

@@ -88,8 +88,9 @@ struct ServedConnection::Methods {
     auto reader = wire.arguments();
     const auto code = reader.uint64();
     const auto authorizationData = reader.data();
-    const auto endpointIndexes = reader.descriptorIndexes();
-    auto arguments = reader.array();
+    const auto endpointIndexes = reader.descriptorIndexes(wire.descriptors().size());
+    const auto position = reader.position();
+    const auto count = reader.checkArray();
     if (!reader.atEnd()) return malformed(call);
 
     std::vector<FileDescriptor> sockets;
@@ -97,11 +98,11 @@ struct ServedConnection::Methods {
       if (index >= wire.descriptors().size()) return malformed(call);
       sockets.push_back(std::move(wire.descriptors()[index]));
     }
-    wire.discardArguments();
+    EncodedArguments arguments(wire.takeMessage(), position, count);
     LinuxFeedbackEndpoint endpoint(std::move(sockets), wire.socket());
     const auto outcome = self(context).object_.performPrivilegedOperation(
         self(context).peer_.caller, code, authorizationData,
-        endpointIndexes.empty() ? nullptr : &endpoint, std::move(arguments));
+        endpointIndexes.empty() ? nullptr : &endpoint, &arguments);
     // A reply that cannot be sent would be the connection's end, and unread what the requestor may
     // have sent behind the call before it left.
     if (wire.hasPeerLeft()) return 1;

@@ -95,11 +95,10 @@ WireReader WireConnection::arguments() const {
   return {body, frame_.bigEndian};
 }
 
-void WireConnection::discardArguments() {
-  frame_ = {};
-  std::vector<std::uint8_t>().swap(received_);
+ReceivedMessage WireConnection::takeMessage() {
   descriptors_.clear();
-  turn_.reset();
+  const auto frame = std::exchange(frame_, MessageFrame());
+  return {std::exchange(received_, {}), frame.headerLength, frame.bigEndian, std::move(turn_)};
 }
 
 bool WireConnection::isReady() const { return sd_bus_is_ready(bus_) > 0; }

@@ -13,6 +13,7 @@
 
 #include "base/Result.h"
 #include "platform/FileDescriptor.h"
+#include "platform/linux/EncodedArguments.h"
 #include "platform/linux/LargeMessageQueue.h"
 #include "platform/linux/MessageFrame.h"
 #include "platform/linux/WireReader.h"
@@ -72,12 +73,11 @@ class WireConnection {
   /// The arguments of the message that is being dispatched. Handlers read them here: of a large
   /// message libsystemd has the header only.
   WireReader arguments() const;
-  /// For a handler that takes long, once it has decoded them: frees their bytes early, closes the
-  /// descriptors that were not taken and lets the next large message be decoded. No reader may be
-  /// left.
-  void discardArguments();
   /// The descriptors that came with it; a handler may take them.
   std::vector<FileDescriptor>& descriptors() { return descriptors_; }
+  /// For a handler that takes long: the message with what it counts against. The descriptors that
+  /// were not taken are closed. No reader may be left.
+  ReceivedMessage takeMessage();
 
   /// To be called by callbacks for replies, which libsystemd delivers past its filters.
   void noteDispatched() { dispatched_ = true; }

@@ -62,16 +62,21 @@ std::string_view WireReader::text(std::size_t lengthWidth) {
   return {reinterpret_cast<const char*>(raw.data()), raw.size()};
 }
 
-std::string WireReader::string() {
+std::string_view WireReader::encodedString() {
   const auto received = text(4);
   if (received.find('\0') != std::string_view::npos || !isValidUtf8(received)) {
     fail();
     return {};
   }
-  return decodeWireText(received);
+  return received;
 }
 
-std::size_t WireReader::arrayEnd(std::size_t boundary) {
+std::string WireReader::string() {
+  const auto received = encodedString();
+  return stores_ ? decodeWireText(received) : std::string();
+}
+
+std::size_t WireReader::enterArray(std::size_t boundary) {
   const std::size_t length = uint32();
   align(boundary);
   if (!ok_ || length > body_.size() - position_) {
@@ -82,36 +87,62 @@ std::size_t WireReader::arrayEnd(std::size_t boundary) {
 }
 
 Data WireReader::data() {
-  const auto end = arrayEnd(1);
+  const auto end = enterArray(1);
   const auto raw = bytes(end - position_);
+  if (!stores_) return {};
   return {raw.begin(), raw.end()};
 }
 
-std::vector<std::uint32_t> WireReader::descriptorIndexes() {
+std::vector<std::uint32_t> WireReader::descriptorIndexes(std::size_t descriptors) {
   std::vector<std::uint32_t> indexes;
-  const auto end = arrayEnd(4);
-  while (ok_ && position_ < end) indexes.push_back(uint32());
+  const auto end = enterArray(4);
+  while (ok_ && position_ < end) {
+    indexes.push_back(uint32());
+    if (indexes.size() > descriptors) fail();
+  }
   if (position_ > end) fail();
   return indexes;
 }
 
-Array WireReader::array() {
+template <class Take>
+void WireReader::forEachElement(Take take) {
   const Level level(*this);
-  Array elements;
-  const auto end = arrayEnd(1);
-  while (ok_ && position_ < end) elements.push_back(variant());
+  const auto end = enterArray(1);
+  while (ok_ && position_ < end) take(variant());
   if (position_ > end) fail();
+}
+
+Array WireReader::array() {
+  Array elements;
+  forEachElement([&](PropertyValue element) {
+    if (stores_) elements.push_back(std::move(element));
+  });
   return elements;
+}
+
+std::size_t WireReader::checkArray() {
+  std::size_t count = 0;
+  stores_ = false;
+  forEachElement([&](const PropertyValue&) { ++count; });
+  stores_ = true;
+  return count;
+}
+
+void WireReader::check(std::string_view signature) {
+  stores_ = false;
+  value(signature);
+  stores_ = true;
 }
 
 Dictionary WireReader::dictionary() {
   const Level level(*this);
   Dictionary entries;
-  const auto end = arrayEnd(8);
+  const auto end = enterArray(8);
   while (ok_ && position_ < end) {
     align(8);
     auto key = string();
-    entries.insert_or_assign(std::move(key), variant());
+    auto element = variant();
+    if (stores_) entries.insert_or_assign(std::move(key), std::move(element));
   }
   if (position_ > end) fail();
   return entries;

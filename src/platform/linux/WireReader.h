@@ -23,8 +23,8 @@ class WireReader {
   static constexpr int maximumDepth = 32;
   static constexpr std::size_t maximumValues = 1'000'000;
 
-  WireReader(std::span<const std::uint8_t> body, bool bigEndian)
-      : body_(body), bigEndian_(bigEndian) {}
+  WireReader(std::span<const std::uint8_t> body, bool bigEndian, std::size_t position = 0)
+      : body_(body), bigEndian_(bigEndian), position_(position) {}
 
   bool ok() const { return ok_; }
   /// True when nothing is left and nothing was wrong.
@@ -38,16 +38,27 @@ class WireReader {
   double real();
   /// A string, with the bytes of file names restored.
   std::string string();
+  /// A string as it was sent.
+  std::string_view encodedString();
   Data data();
   /// "av" and "a{sv}".
   Array array();
   Dictionary dictionary();
-  /// "ah": places in the message's list of descriptors.
-  std::vector<std::uint32_t> descriptorIndexes();
+  /// "ah": places in the message's list of descriptors; fails when there are more of them than the
+  /// message has descriptors.
+  std::vector<std::uint32_t> descriptorIndexes(std::size_t descriptors);
   /// "(sxa{sv})".
   Error error();
   /// The type of the variant that follows.
   std::string_view signature() { return text(1); }
+
+  /// Passes over an "av" that `array` would take, storing nothing, and returns the number of its
+  /// values.
+  std::size_t checkArray();
+  /// Passes over a value of that type, which a variant may have, storing nothing.
+  void check(std::string_view signature);
+  /// Enters an array; its elements are aligned to `boundary`. Returns the position of its end.
+  std::size_t enterArray(std::size_t boundary);
 
   /// Passes over a value that is not made of others. No header field has another kind of value.
   void skipBasic(std::string_view signature);
@@ -63,17 +74,19 @@ class WireReader {
   std::span<const std::uint8_t> bytes(std::size_t count);
   /// The text behind a length of the given width, without its end mark.
   std::string_view text(std::size_t lengthWidth);
-  /// Enters an array; its elements are aligned to `boundary`. Returns where it ends.
-  std::size_t arrayEnd(std::size_t boundary);
+  template <class Take>
+  void forEachElement(Take take);
   PropertyValue variant();
   PropertyValue value(std::string_view signature);
 
   std::span<const std::uint8_t> body_;
   bool bigEndian_;
-  std::size_t position_ = 0;
+  std::size_t position_;
   int depth_ = 0;
   std::size_t values_ = 0;
   bool ok_ = true;
+  /// False while values are only checked.
+  bool stores_ = true;
 };
 
 }  // namespace qrt

@@ -1,5 +1,7 @@
 #include "platform/macos/ExportedHelper.h"
 
+#include <optional>
+
 #include "platform/macos/CFValue.h"
 #include "platform/macos/MacosFeedbackConnection.h"
 #include "platform/macos/XPCValue.h"
@@ -56,8 +58,11 @@
   qrt::Data authorization;
   if (authorizationData) authorization = qrt::dataFrom((__bridge CFDataRef)authorizationData);
   qrt::MacosFeedbackEndpoint feedback(endpoint);
-  const auto outcome = _helper->performPrivilegedOperation(
-      self.caller, code, authorization, endpoint ? &feedback : nullptr, qrt::arrayFrom(arguments));
+  std::optional<qrt::DecodedArguments> received;
+  if (auto values = qrt::arrayFrom(arguments)) received.emplace(std::move(*values));
+  const auto outcome = _helper->performPrivilegedOperation(self.caller, code, authorization,
+                                                           endpoint ? &feedback : nullptr,
+                                                           received ? &*received : nullptr);
   reply(qrt::xpcError(outcome));
 }
 

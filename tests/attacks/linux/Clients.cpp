@@ -3,7 +3,7 @@
 //
 //   attack_clients ATTACK [--rounds N] [--daemon PROGRAM]
 //
-// A round of half-sent is a second. // PROGRAM is found from the folder of this one.
+// A round of half-sent or dialogs is a second. // PROGRAM is found from the folder of this one.
 #include <dirent.h>
 #include <poll.h>
 #include <signal.h>
@@ -388,6 +388,47 @@ void takeTurns(const Options& options, Figures& figures) {
   figures.atMost("root's call of 2 MiB beside 60 of one user", worst, 0.5, "s");
 }
 
+/// Sends 64 requests and waits. Of each kind one is the largest: all values are small arguments,
+/// or all are metadata.
+void sendRequestsForDialogs(const DaemonProcess& daemon) {
+  const auto write = [](test::WireBytes& bytes, bool isMetadata) {
+    constexpr int values = 999'000;
+    if (!isMetadata) {
+      for (int i = 0; i < values; ++i) bytes.signature("y").byte(0);
+      return;
+    }
+    bytes.signature("s").string("!QRTMETA!").signature("a{sv}").array(8, [](auto& entries) {
+      for (int i = 0; i < values; ++i) entries.align(8).string("").signature("y").byte(0);
+    });
+  };
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 64; ++i) {
+    threads.emplace_back([&daemon, &write, isMetadata = i % 8 == 7] {
+      auto peer = client(daemon);
+      peer.send(RawClient::methodCall(
+          "performPrivilegedOperation", "tayahav",
+          RawClient::request(nop, Data(32), 0, [&](auto& bytes) { write(bytes, isMetadata); })));
+      peer.receiveReply();
+    });
+  }
+  for (auto& thread : threads) thread.join();
+}
+
+void askForDialogs(const Options& options, Figures& figures) {
+  const DaemonProcess daemon(
+      "", options.daemon == Options().daemon ? "undecided_daemon" : options.daemon);
+  client(daemon).call("getVersionString");
+  const auto seconds = std::chrono::seconds(options.rounds > 0 ? options.rounds : 5);
+  const auto growth = growthDuring(daemon, [&] {
+    Attackers attackers;
+    attackers.add(firstAttacker, [&] { sendRequestsForDialogs(daemon); });
+    std::this_thread::sleep_for(seconds);
+  });
+  figures.atMost("memory for 64 requests behind dialogs", growth, 64, "MiB");
+  figures.atMost("root's calls that are not answered",
+                 client(daemon).call("getVersionString") ? 0 : 1, 0, "");
+}
+
 struct Attack {
   const char* name;
   void (*run)(const Options&, Figures&);
@@ -396,7 +437,8 @@ struct Attack {
 constexpr Attack attacks[] = {{"descriptors", sendDescriptors},
                               {"connects", connectInALoop},
                               {"half-sent", sendHalf},
-                              {"turns", takeTurns}};
+                              {"turns", takeTurns},
+                              {"dialogs", askForDialogs}};
 
 int usage() {
   std::fprintf(stderr, "usage: attack_clients ATTACK [--rounds N] [--daemon PROGRAM]\nattacks:");

@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "base/Error.h"
+#include "platform/linux/EncodedArguments.h"
 #include "platform/linux/MessageFrame.h"
 #include "support/WirePair.h"
 
@@ -40,6 +41,9 @@ TEST(WireReader, ReadsEveryKindOfValue) {
   auto from = reader(bytes);
   const auto values = from.array();
   EXPECT_TRUE(from.atEnd());
+  auto checked = reader(bytes);
+  EXPECT_EQ(checked.checkArray(), values.size());
+  EXPECT_TRUE(checked.atEnd());
   EXPECT_EQ(values, (Array{"name \xFF\xFE", true, 200, -2, 65534, -1, 4294967295u, -1,
                            std::numeric_limits<std::uint64_t>::max(), 1.5, Data{1, 2}, Date{1.5},
                            Array{7}, Dictionary{{"key", "value"}}, Error{"domain", 5, {}}}));
@@ -75,6 +79,9 @@ TEST(WireReader, RefusesWhatIsMalformed) {
     auto from = reader(bytes);
     EXPECT_LT(from.array().size(), 3u) << name;
     EXPECT_FALSE(from.atEnd()) << name;
+    auto checked = reader(bytes);
+    checked.checkArray();
+    EXPECT_FALSE(checked.atEnd()) << name;
   }
 }
 
@@ -99,6 +106,48 @@ TEST(WireReader, BoundsDepthAndNumber) {
   auto from = reader(many);
   EXPECT_LE(from.array().size(), WireReader::maximumValues + 1);
   EXPECT_FALSE(from.ok());
+}
+
+TEST(EncodedArguments, AnswerAsDecodedOnesDo) {
+  const auto metadata = [](WireBytes& values, std::size_t promptSize) -> WireBytes& {
+    return values.signature("s").string("!QRTMETA!").signature("a{sv}").array(8, [&](auto& map) {
+      map.align(8)
+          .string("QRTAuthorizationPrompt")
+          .signature("s")
+          .string(std::string(promptSize, 'p'));
+      map.align(8).string("QRTAuthorizationIcon").signature("y").byte(1);
+      map.align(8).string("Other").signature("s").string("x");
+    });
+  };
+  constexpr auto longest = EncodedArguments::longestText;
+  const struct {
+    const char* name;
+    std::function<void(WireBytes&)> write;
+    std::optional<std::size_t> promptSize;
+  } cases[] = {
+      {"nothing", [](WireBytes&) {}, {}},
+      {"the marker alone", [](WireBytes& a) { a.signature("s").string("!QRTMETA!"); }, {}},
+      {"a string after the marker",
+       [](WireBytes& a) { a.signature("s").string("!QRTMETA!").signature("s").string("x"); },
+       {}},
+      {"metadata", [&](WireBytes& a) { metadata(a, 7).signature("y").byte(3); }, 7},
+      {"a text that no dialog shows", [&](WireBytes& a) { metadata(a, longest + 1); }, 0},
+  };
+  for (const auto& c : cases) {
+    const auto bytes = WireBytes().array(1, c.write).bytes();
+    WireReader whole(bytes, /*bigEndian=*/false);
+    const auto values = whole.array();
+    EncodedArguments encoded({bytes}, 0, values.size());
+    const auto mine = encoded.metadata(), decoded = DecodedArguments(values).metadata();
+    ASSERT_EQ(mine.has_value(), c.promptSize.has_value()) << c.name;
+    ASSERT_EQ(decoded.has_value(), c.promptSize.has_value()) << c.name;
+    if (mine) {
+      const auto* prompt = stringIn(mine->entries, "QRTAuthorizationPrompt");
+      EXPECT_EQ(prompt ? prompt->size() : 0, *c.promptSize) << c.name;
+      EXPECT_EQ(mine->entryCount, decoded->entryCount) << c.name;
+    }
+    EXPECT_EQ(encoded.decode(), values) << c.name;
+  }
 }
 
 TEST(MessageFrame, MeasuresOrRefuses) {

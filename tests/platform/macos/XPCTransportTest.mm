@@ -62,13 +62,14 @@ class EchoingHelper : public QRTPrivilegedHelperProtocol, public ListenerDelegat
 
   Outcome performPrivilegedOperation(const Caller&, std::uint64_t code,
                                      const Data& authorizationData, FeedbackEndpoint* endpoint,
-                                     std::optional<Array> arguments) override {
+                                     RequestArguments* arguments) override {
     if (!arguments) return posixError(PosixCode::invalidArgument);
+    auto values = arguments->decode();
     authorization = authorizationData;
     if (endpoint) {
       const auto feedback = endpoint->connect();
       EXPECT_EQ(feedback->open(progressMessage(0)), success);
-      for (const auto& argument : *arguments) {
+      for (const auto& argument : values) {
         feedback->processPrivilegedOperationFeedback(*argument.dictionary());
       }
       feedback->processPrivilegedOperationFeedback(progressMessage(0.5));
@@ -81,7 +82,7 @@ class EchoingHelper : public QRTPrivilegedHelperProtocol, public ListenerDelegat
     if (code == 0) return success;
     return Error{"domain",
                  static_cast<std::int64_t>(code),
-                 {{"arguments", std::move(*arguments)},
+                 {{"arguments", std::move(values)},
                   {std::string(underlyingErrorKey), posixError(PosixCode::busy)}}};
   }
 

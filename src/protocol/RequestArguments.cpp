@@ -1,0 +1,15 @@
+#include "protocol/RequestArguments.h"
+
+#include "protocol/Names.h"
+
+namespace qrt {
+
+std::optional<RequestMetadata> DecodedArguments::metadata() const {
+  if (values_.size() < metadataCount) return std::nullopt;
+  const auto* marker = values_[0].string();
+  const auto* entries = values_[1].dictionary();
+  if (!marker || *marker != metadataMarker || !entries) return std::nullopt;
+  return RequestMetadata{entries->size(), *entries};
+}
+
+}  // namespace qrt
