@@ -363,6 +363,36 @@ TEST_F(DaemonTest, OperationsWithLargeMessagesHoldUpNoOthers) {
   for (auto& peer : waiting) EXPECT_TRUE(peer.receiveReply());
 }
 
+TEST_F(DaemonTest, ALargeRequestThatWaitsForItsTurnOutlivesItsConnection) {
+  const auto folders = makeFolders(1);
+  const auto clearing = [&](std::size_t size) {
+    const Array paths{folders[0], daemon_->folder() + "/" + std::string(size, 'x')};
+    return RawClient::methodCall("performPrivilegedOperation", "tayahav",
+                                 request(deleteFoldercontents, 0, paths));
+  };
+  auto halfSent = clearing((16 << 20) - 4096);
+  halfSent.resize(1 << 10);
+  std::vector<RawClient> readers;
+  while (readers.size() < 2) {
+    readers.push_back(client());
+    ASSERT_TRUE(readers.back().send(halfSent));
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  {
+    auto waiting = client(), incomplete = client();
+    const auto whole = clearing(LargeMessageQueue::largestWithout);
+    ASSERT_TRUE(waiting.send(whole));
+    ASSERT_TRUE(incomplete.send(Data(whole.begin(), whole.end() - 1)));
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  EXPECT_FALSE(isEmptied(folders[0])) << "it did not wait";
+  readers.clear();
+  for (int i = 0; i < 500 && !isEmptied(folders[0]); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  EXPECT_TRUE(isEmptied(folders[0]));
+}
+
 TEST_F(DaemonTest, RefusesFeedbackEndpointsThatAreNone) {
   const test::SocketPair pair, another;
   int pipeEnds[2];

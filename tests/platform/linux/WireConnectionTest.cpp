@@ -1,0 +1,57 @@
+#include "platform/linux/WireConnection.h"
+
+#include <gtest/gtest.h>
+
+#include "integration/linux/RawClient.h"
+
+namespace qrt {
+namespace {
+
+using test::RawClient;
+
+/// What becomes of a connection to whose server that message is sent.
+WireConnection::Progress progressAfter(const Data& message, LargeMessageQueue* queue) {
+  test::SocketPair pair;
+  auto wire = std::move(*WireConnection::make(std::move(pair.first), WireConnection::Role::server));
+  if (queue) wire->takeLargeMessages(*queue, 1);
+  RawClient peer(std::move(pair.second));
+  EXPECT_TRUE(peer.send(RawClient::handshakeBytes()));
+  EXPECT_TRUE(wire->handshake());
+  EXPECT_TRUE(peer.send(message));
+  return wire->step();
+}
+
+/// A method call with an unknown header field and a body of those sizes.
+Data call(std::size_t fieldSize, std::size_t bodySize) {
+  test::WireBytes message;
+  message.byte('l').byte(1).byte(0).byte(1).u32(static_cast<std::uint32_t>(bodySize)).u32(1);
+  message.array(8, [&](test::WireBytes& fields) {
+    fields.align(8).byte(1).signature("o").string("/");
+    fields.align(8).byte(3).signature("s").string("unknown");
+    fields.align(8).byte(8).signature("g").signature("ay");
+    fields.align(8).byte(77).signature("s").string(std::string(fieldSize, 'x'));
+  });
+  auto bytes = message.align(8).bytes();
+  bytes.resize(bytes.size() + bodySize);
+  return bytes;
+}
+
+TEST(WireConnection, TakesLargeMessagesWhereTheyAreAwaitedAndNoLargeHeaders) {
+  constexpr auto largest = LargeMessageQueue::largestWithout;
+  const struct {
+    const char* name;
+    Data message;
+    bool takesLarge, isTaken;
+  } cases[] = {{"small", call(largest / 4, largest / 4), false, true},
+               {"large", call(1, largest), true, true},
+               {"large, to an end that takes none", call(1, largest), false, false},
+               {"large header", call(largest, 1), true, false}};
+  for (const auto& [name, message, takesLarge, isTaken] : cases) {
+    LargeMessageQueue queue;
+    const auto progress = progressAfter(message, takesLarge ? &queue : nullptr);
+    EXPECT_EQ(progress == WireConnection::Progress::made, isTaken) << name;
+  }
+}
+
+}  // namespace
+}  // namespace qrt
