@@ -20,6 +20,7 @@
 namespace qrt {
 
 class Log;
+struct Localization;
 
 /// Abstract base of the operation sets. The catalogue is fixed from construction and the handlers
 /// are added before the service starts; after that any thread may use the set.
@@ -39,6 +40,21 @@ class QRTPrivilegedOperationSet {
       "PrivilegedOperations";
   static constexpr std::string_view nameOfErrorMessageLocalizationTable =
       "PrivilegedOperationErrors";
+
+  /// The same error with its texts, and those of the errors underneath it, in the user's language
+  /// and with the parameters in the place of "$1$", "$2$", ... Success stays success. These three
+  /// are for the side that shows errors.
+  static Outcome localizedErrorForPrivilegedOperationError(const Outcome& error,
+                                                           const Localization& localization);
+  static std::string localizedUIPolitenessAgnosticStringForKey(const std::string& key,
+                                                               const std::string& value,
+                                                               std::string_view table,
+                                                               const Localization& localization);
+  /// Parameters are inserted one after another, each into the whole text: a placeholder inside a
+  /// parameter is replaced by the later parameter that it names.
+  static std::string localizedStringForTemplate(const std::string& templateText,
+                                                const std::vector<std::string>& parameters,
+                                                const Localization& localization);
 
   /// Frees an environment and its values, all of them made with `new`. Null is ignored.
   static void freeAuthorizationEnvironment(AuthorizationEnvironment* environment);

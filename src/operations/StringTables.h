@@ -46,4 +46,11 @@ class StringTables {
   std::map<std::string, Table, std::less<>> tables_;
 };
 
+/// What a text in the user's language depends on.
+struct Localization {
+  StringTables& tables;
+  /// A table named "<table>-Polite" then takes the place of a table where the bundle has one.
+  bool shouldUIUsePoliteForms;
+};
+
 }  // namespace qrt

@@ -48,7 +48,7 @@ RequestPipeline::InternalOperations QRTPrivilegedHelper::internalOperations() {
     return deleteFileSystemObjectsWithPaths(platform.files, platform.log, paths);
   };
   const auto performUninstall = [this](const Platform& platform, const Array& arguments) {
-    const SelfUninstall uninstall{platform, *operationSet_, clients_,
+    const SelfUninstall uninstall{platform, operationSet(), clientSet(), clientSetLock(),
                                   [this] { terminatePrivilegedHelper(); }};
     return uninstall.performUninstallForClientWithPID(
         static_cast<std::int32_t>(arguments[0].number()->asInt64()), *arguments[1].string(),
@@ -62,14 +62,14 @@ RequestPipeline::InternalOperations QRTPrivilegedHelper::internalOperations() {
 }
 
 Outcome QRTPrivilegedHelper::run() {
-  if (auto failure = listener_->resume()) return failure;
-  listener_->runLoop();
+  if (auto failure = listener().resume()) return failure;
+  listener().runLoop();
   return success;
 }
 
-bool QRTPrivilegedHelper::shouldAcceptNewConnection(Listener& listener,
+bool QRTPrivilegedHelper::shouldAcceptNewConnection(Listener& asking,
                                                     IncomingConnection* connection) {
-  if (&listener != listener_.get() || !connection) {
+  if (&asking != &listener() || !connection) {
     sysLog().fault("Received bad XPC connection request. Ignoring...");
     return false;
   }
@@ -79,17 +79,22 @@ bool QRTPrivilegedHelper::shouldAcceptNewConnection(Listener& listener,
 }
 
 std::unique_ptr<ListenerEndpoint> QRTPrivilegedHelper::connectWithEndpoint(const Caller& caller) {
-  return listener_->endpoint(caller);
+  return listener().endpoint(caller);
 }
 
 std::string QRTPrivilegedHelper::getVersionString() {
-  return operationSet_->implementationVersion();
+  return operationSet().implementationVersion();
 }
 
 bool QRTPrivilegedHelper::registerClientWithPID(const Caller& caller, std::int32_t identifier) {
   RequestLog log(sysLog(), logAllowance_, caller);
   log.info("Beginning work for client %d.", identifier);
-  if (clients_.add(identifier, caller.userID)) return true;
+  bool isRegistered;
+  {
+    const std::lock_guard lock(clientSetLock());
+    isRegistered = clientSet().add(identifier, caller.userID);
+  }
+  if (isRegistered) return true;
   log.error("Client %d was not registered because its user has registered too many.", identifier);
   return false;
 }
@@ -99,7 +104,11 @@ void QRTPrivilegedHelper::unregisterClientWithPID(const Caller& caller, std::int
   {
     RequestLog log(sysLog(), logAllowance_, caller);
     log.info("Finishing work for client %d.", identifier);
-    remaining = clients_.remove(identifier);
+    {
+      const std::lock_guard lock(clientSetLock());
+      clientSet().remove(identifier);
+      remaining = clientSet().count();
+    }
     log.info("%llu clients remaining.", remaining);
   }
   if (remaining == 0) terminatePrivilegedHelper();
@@ -116,7 +125,7 @@ Outcome QRTPrivilegedHelper::performPrivilegedOperation(const Caller& caller, st
 void QRTPrivilegedHelper::terminatePrivilegedHelper() {
   RequestLog::writeReports(sysLog(), logAllowance_.takeAllReports());
   sysLog().info("Terminating privileged helper.");
-  listener_->invalidate();
+  listener().invalidate();
   platform_->self.exit(0);
   std::abort();  // Never reached; compilers do not see that through a virtual function.
 }

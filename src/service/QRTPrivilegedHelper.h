@@ -3,12 +3,13 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 
 #include "platform/Platform.h"
 #include "platform/Transport.h"
-#include "service/ClientRegistry.h"
+#include "service/ClientSet.h"
 #include "service/RequestPipeline.h"
 
 namespace qrt {
@@ -41,19 +42,25 @@ class QRTPrivilegedHelper : public QRTPrivilegedHelperProtocol, public ListenerD
                                      const Data& authorizationData, FeedbackEndpoint* endpoint,
                                      RequestArguments* arguments) override;
 
-  bool shouldAcceptNewConnection(Listener& listener, IncomingConnection* connection) override;
+  bool shouldAcceptNewConnection(Listener& asking, IncomingConnection* connection) override;
 
   [[noreturn]] void terminatePrivilegedHelper();
 
-  const ClientRegistry& clients() const { return clients_; }
+  Listener& listener() const { return *listener_; }
+  /// Read and changed under `clientSetLock` only.
+  ClientSet& clientSet() { return clientSet_; }
+  /// Held for the set's own work only, never while logging or calling out.
+  std::mutex& clientSetLock() { return clientSetLock_; }
+  Log& sysLog() const { return platform_->log; }
+  const QRTPrivilegedOperationSet& operationSet() const { return *operationSet_; }
 
  private:
   QRTPrivilegedHelper() = default;
 
-  Log& sysLog() const { return platform_->log; }
   RequestPipeline::InternalOperations internalOperations();
 
-  ClientRegistry clients_;
+  ClientSet clientSet_;
+  std::mutex clientSetLock_;
   LogAllowance logAllowance_;
   std::optional<Platform> platform_;
   const QRTPrivilegedOperationSet* operationSet_ = nullptr;

@@ -1,5 +1,6 @@
 #include "service/SelfUninstall.h"
 
+#include "operations/NSProcessInfoQRTAdditions.h"
 #include "operations/OperationException.h"
 #include "operations/QRTPrivilegedOperationSet.h"
 #include "operations/QRTTaskExecutor.h"
@@ -7,7 +8,7 @@
 #include "platform/JobControl.h"
 #include "platform/Log.h"
 #include "platform/ProcessTable.h"
-#include "service/ClientRegistry.h"
+#include "service/ClientSet.h"
 #include "service/ObjectRemoval.h"
 
 namespace qrt {
@@ -30,8 +31,9 @@ Outcome SelfUninstall::performUninstallForClientWithPID(std::int32_t client,
       deleteFileSystemObjectsWithPaths(platform.files, log, {removingObjectsAtPath, andPath});
   if (codeOf(failure) != 0) return failure;
 
-  // Held to the end: whoever comes or goes now has to wait, and the end comes first.
-  const auto registryLock = clients.removeAndHold(client);
+  // Held to the end: a client that comes or goes now waits until the process has ended.
+  const std::lock_guard untilTheEnd(clientSetLock);
+  clientSet.remove(client);
   log.info(
       "Processing uninstall request for PID %d. The executable files have been deleted, the point "
       "of no return was passed.",
@@ -44,25 +46,33 @@ Outcome SelfUninstall::performUninstallForClientWithPID(std::int32_t client,
   return success;
 }
 
-/// Identifiers of processes that have ended do not count. The table is read once, however many
-/// clients there are.
+/// Identifiers of processes that have ended do not count. One look at the table finds them, however
+/// many there are.
 Outcome SelfUninstall::refusalForOtherClients(std::int32_t client) const {
-  auto others = clients.clientSet();
+  auto others = registeredClients();
   others.erase(client);
   if (others.empty()) return success;
   const auto processes = platform.processes.processes();
   if (!processes) return success;
-  const ProcessRecord* working = nullptr;
+  std::set<std::int32_t> working;
   for (const auto& process : *processes) {
-    const bool isFirst = !working || process.identifier < working->identifier;
-    if (isFirst && others.contains(process.identifier)) working = &process;
+    if (others.contains(process.identifier)) working.insert(process.identifier);
   }
-  if (!working) return success;
-  platform.log.error(
-      "Uninstall request from PID %d was rejected because client '%{public}@' with PID %d is "
-      "still working with us.",
-      client, working->name, working->identifier);
-  return posixError(PosixCode::busy);
+  for (const auto identifier : working) {
+    const auto name = NSProcessInfoQRTAdditions::processNameForProcessID(platform, identifier);
+    if (!name) continue;
+    platform.log.error(
+        "Uninstall request from PID %d was rejected because client '%{public}@' with PID %d is "
+        "still working with us.",
+        client, *name, identifier);
+    return posixError(PosixCode::busy);
+  }
+  return success;
+}
+
+std::set<std::int32_t> SelfUninstall::registeredClients() const {
+  const std::lock_guard lock(clientSetLock);
+  return clientSet.identifiers();
 }
 
 void SelfUninstall::forgetJob() const {

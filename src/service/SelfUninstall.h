@@ -3,6 +3,8 @@
 
 #include <cstdint>
 #include <functional>
+#include <mutex>
+#include <set>
 #include <string>
 
 #include "base/Error.h"
@@ -10,13 +12,14 @@
 
 namespace qrt {
 
-class ClientRegistry;
+class ClientSet;
 class QRTPrivilegedOperationSet;
 
 struct SelfUninstall {
   const Platform& platform;
   const QRTPrivilegedOperationSet& operationSet;
-  ClientRegistry& clients;
+  ClientSet& clientSet;
+  std::mutex& clientSetLock;
   /// Ends the process.
   std::function<void()> terminatePrivilegedHelper;
 
@@ -29,6 +32,7 @@ struct SelfUninstall {
 
  private:
   Outcome refusalForOtherClients(std::int32_t client) const;
+  std::set<std::int32_t> registeredClients() const;
   void forgetJob() const;
 };
 

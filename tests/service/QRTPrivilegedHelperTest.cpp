@@ -46,7 +46,7 @@ TEST_F(QRTPrivilegedHelperTest, AcceptsOnlyFromItsOwnListener) {
 }
 
 TEST_F(QRTPrivilegedHelperTest, AUserWithTooManyClientsKeepsOutNobodyElse) {
-  constexpr std::int32_t limit = ClientRegistry::maximumOfOneUser;
+  constexpr std::int32_t limit = ClientSet::maximumOfOneUser;
   const auto registerFor = [&](std::uint32_t user, std::int32_t client) {
     return helper_.registerClientWithPID({.userID = user}, client);
   };
@@ -63,7 +63,7 @@ TEST_F(QRTPrivilegedHelperTest, AUserWithTooManyClientsKeepsOutNobodyElse) {
   for (const auto& [user, client, isRegistered] : cases) {
     EXPECT_EQ(registerFor(user, client), isRegistered) << user << " " << client;
   }
-  EXPECT_EQ(helper_.clients().clientSet().size(), limit + 3u);
+  EXPECT_EQ(helper_.clientSet().count(), limit + 3u);
   // Somebody else takes back what counts against the user.
   helper_.unregisterClientWithPID({}, 5);
   EXPECT_TRUE(registerFor(1000, -1));

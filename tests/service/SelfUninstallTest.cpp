@@ -3,7 +3,7 @@
 #include "ServiceDoubles.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "platform/ProcessTable.h"
-#include "service/ClientRegistry.h"
+#include "service/ClientSet.h"
 #include "service/ObjectRemoval.h"
 #include "support/KillAtEveryCall.h"
 #include "support/PlantedFile.h"
@@ -52,7 +52,8 @@ class SelfUninstallTest : public testing::Test {
   /// Nothing when the end was reached, from where there is no reply.
   std::optional<Outcome> uninstall(const std::string& program, const std::string& job) {
     struct Ended {};
-    const SelfUninstall uninstall{platform_, operations_, clients_, [] { throw Ended(); }};
+    const SelfUninstall uninstall{platform_, operations_, clients_, clientsLock_,
+                                  [] { throw Ended(); }};
     try {
       return uninstall.performUninstallForClientWithPID(own_, program, job);
     } catch (const Ended&) {
@@ -75,7 +76,8 @@ class SelfUninstallTest : public testing::Test {
   CountingProcessTable processes_{doubles_.platform.processes};
   const Platform platform_ = test::platformWith({.processes = &processes_}, doubles_.platform);
   QRTPrivilegedOperationSetVK2 operations_{doubles_.log, doubles_.authority};
-  ClientRegistry clients_;
+  ClientSet clients_;
+  std::mutex clientsLock_;
 };
 
 TEST_F(SelfUninstallTest, LeavesNothingAndEnds) {

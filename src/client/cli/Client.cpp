@@ -19,7 +19,6 @@
 #include "client/cli/RightsChange.h"
 #include "client/cli/StartNotice.h"
 #include "client/cli/SystemMessages.h"
-#include "operations/MessageLocalization.h"
 #include "operations/NSProcessInfoQRTAdditions.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "operations/StringTables.h"
@@ -280,9 +279,10 @@ class Client {
   ExitStatus fail(const Error& error) {
     StringTables tables(surroundings_.bundlePath, surroundings_.language,
                         surroundings_.platform.files, surroundings_.platform.propertyLists);
-    const MessageLocalization localization(
-        tables, NSProcessInfoQRTAdditions::shouldUIUsePoliteForms(surroundings_.platform));
-    presenter_->showFailure(*localization.localizedErrorForPrivilegedOperationError(error));
+    const Localization localization{
+        tables, NSProcessInfoQRTAdditions::shouldUIUsePoliteForms(surroundings_.platform)};
+    presenter_->showFailure(
+        *QRTPrivilegedOperationSet::localizedErrorForPrivilegedOperationError(error, localization));
     return exitStatusFor(error);
   }
 

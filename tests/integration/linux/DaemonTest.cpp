@@ -7,7 +7,7 @@
 #include "integration/linux/RawClient.h"
 #include "platform/linux/LargeMessageQueue.h"
 #include "platform/linux/ServedConnection.h"
-#include "service/ClientRegistry.h"
+#include "service/ClientSet.h"
 #include "service/EmbeddedPropertyLists.h"
 #include "support/DaemonFixture.h"
 #include "support/PlantedFile.h"
@@ -172,7 +172,7 @@ TEST_F(DaemonTest, OneUserCannotFillTheRegistry) {
   ASSERT_EQ(root->registerClientWithPID(getpid()), success);
   EXPECT_EQ(asAnotherUser([&] {
               const auto connection = connect();
-              const int last = -static_cast<int>(ClientRegistry::maximumOfOneUser);
+              const int last = -static_cast<int>(ClientSet::maximumOfOneUser);
               for (int client = -1; client >= last; --client) {
                 if (connection->registerClientWithPID(client)) return 1;
               }

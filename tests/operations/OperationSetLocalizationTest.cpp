@@ -1,6 +1,5 @@
-#include "operations/MessageLocalization.h"
-
 #include "operations/PrivilegedOperationError.h"
+#include "operations/QRTPrivilegedOperationSet.h"
 #include "operations/StringTables.h"
 #include "platform/NativePlatform.h"
 #include "platform/Platform.h"
@@ -10,23 +9,26 @@
 namespace qrt {
 namespace {
 
-class MessageLocalizationTest : public testing::Test {
+class OperationSetLocalization : public testing::Test {
  protected:
+  using Set = QRTPrivilegedOperationSet;
+
   void plant(const std::string& file, const std::string& contents) {
     test::plant(bundle, "Resources/" + file, contents);
   }
 
-  MessageLocalization localization(bool isPolite = false) {
+  Localization localization(bool isPolite = false) {
     // Tables are cached, so each answer is given by a new reader.
     tables = std::make_unique<StringTables>(bundle.path(), "de", native.facilities().files,
                                             native.facilities().propertyLists);
     return {*tables, isPolite};
   }
   std::string text(const std::string& key, std::string_view table, bool isPolite = false) {
-    return localization(isPolite).localizedUIPolitenessAgnosticStringForKey(key, "value", table);
+    return Set::localizedUIPolitenessAgnosticStringForKey(key, "value", table,
+                                                          localization(isPolite));
   }
   Outcome localized(const Outcome& error) {
-    return localization().localizedErrorForPrivilegedOperationError(error);
+    return Set::localizedErrorForPrivilegedOperationError(error, localization());
   }
 
   const test::ScratchFolder bundle;
@@ -34,7 +36,7 @@ class MessageLocalizationTest : public testing::Test {
   std::unique_ptr<StringTables> tables;
 };
 
-TEST_F(MessageLocalizationTest, LooksInTheLanguageThenInTheBundleThenFallsBack) {
+TEST_F(OperationSetLocalization, LooksInTheLanguageThenInTheBundleThenFallsBack) {
   plant("T.strings", "\"key\" = \"common\"; \"only here\" = \"common\";");
   EXPECT_EQ(text("key", "T"), "common");
   plant("de.lproj/T.strings", "\"key\" = \"deutsch\"; \"number\" = ( 1 );");
@@ -46,10 +48,11 @@ TEST_F(MessageLocalizationTest, LooksInTheLanguageThenInTheBundleThenFallsBack) 
   EXPECT_EQ(text("key", ""), "default");
   plant("de.lproj/Broken.strings", "\"key\" = ");
   EXPECT_EQ(text("key", "Broken"), "value");
-  EXPECT_EQ(localization().localizedUIPolitenessAgnosticStringForKey("absent", "", "T"), "absent");
+  EXPECT_EQ(Set::localizedUIPolitenessAgnosticStringForKey("absent", "", "T", localization()),
+            "absent");
 }
 
-TEST_F(MessageLocalizationTest, PoliteTablesTakeThePlaceOfPlainOnes) {
+TEST_F(OperationSetLocalization, PoliteTablesTakeThePlaceOfPlainOnes) {
   plant("de.lproj/T.strings", "key = plain; other = plain;");
   EXPECT_EQ(text("key", "T", true), "plain") << "no polite table";
   plant("de.lproj/T-Polite.strings", "key = polite;");
@@ -60,7 +63,7 @@ TEST_F(MessageLocalizationTest, PoliteTablesTakeThePlaceOfPlainOnes) {
   EXPECT_EQ(text("key", "", true), "polite default");
 }
 
-TEST_F(MessageLocalizationTest, TemplatesTakeTheirParametersOneAfterAnother) {
+TEST_F(OperationSetLocalization, TemplatesTakeTheirParametersOneAfterAnother) {
   plant("de.lproj/PrivilegedOperationErrors.strings", "\"$1$ of $2$\" = \"von $2$: $1$\";");
   const auto expand = [this](PropertyValue text, PropertyValue parameters, std::string wanted) {
     const Dictionary userInfo{{"QRTLocalizedDescriptionTemplate", text},
@@ -83,7 +86,7 @@ TEST_F(MessageLocalizationTest, TemplatesTakeTheirParametersOneAfterAnother) {
   expand(5, Array{"x"}, "none");
 }
 
-TEST_F(MessageLocalizationTest, Errors) {
+TEST_F(OperationSetLocalization, Errors) {
   plant("de.lproj/PrivilegedOperationErrors.strings",
         "Failed = Gescheitert; \"See $1$\" = \"Siehe $1$\"; Deep = Tief;");
   EXPECT_EQ(localized(success), success);
@@ -100,7 +103,7 @@ TEST_F(MessageLocalizationTest, Errors) {
   EXPECT_EQ(localized(errorOver("Deep")), expected);
 }
 
-TEST_F(MessageLocalizationTest, ErrorsNestedWithoutEndAreNotFollowedForever) {
+TEST_F(OperationSetLocalization, ErrorsNestedWithoutEndAreNotFollowedForever) {
   Error error = privilegedOperationError(1, "Text", "Text");
   for (int depth = 0; depth < 500; ++depth) {
     error = withUnderlyingError(privilegedOperationError(1, "Text", "Text"), std::move(error));
@@ -109,7 +112,7 @@ TEST_F(MessageLocalizationTest, ErrorsNestedWithoutEndAreNotFollowedForever) {
 }
 
 /// The tables that are installed with the client.
-TEST_F(MessageLocalizationTest, GermanTablesAreComplete) {
+TEST_F(OperationSetLocalization, GermanTablesAreComplete) {
   const auto table = [&](const std::string& name) {
     const auto text = test::contentsOf(QRT_TABLES + name + ".strings");
     return *native.facilities().propertyLists.parse(Data(text.begin(), text.end()))->dictionary();
