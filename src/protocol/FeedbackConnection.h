@@ -5,6 +5,7 @@
 
 #include "base/Error.h"
 #include "base/PropertyValue.h"
+#include "protocol/RemoteInterface.h"
 
 namespace qrt {
 
@@ -29,7 +30,8 @@ class FeedbackConnection {
 class FeedbackEndpoint {
  public:
   virtual ~FeedbackEndpoint() = default;
-  virtual std::unique_ptr<FeedbackConnection> connect() = 0;
+  /// A connection for calls of the interface that the requestor implements.
+  virtual std::unique_ptr<FeedbackConnection> connect(const RemoteInterface& interface) = 0;
 };
 
 }  // namespace qrt

@@ -198,7 +198,7 @@ Outcome RequestPipeline::openFeedback(Request& request, FeedbackEndpoint* endpoi
   if (!endpoint || !(progress || request.operation.isSupportingLiveOutput())) return success;
 
   request.log.info("About to configure feedback protocol.");
-  auto connection = endpoint->connect();
+  auto connection = endpoint->connect(operationSet_.interfaceForFeedbackProtocol());
   auto firstMessage = progress ? progressMessage(0.0) : initialOutputMessage();
   request.log.info("About to open return connection for feedback (progress option %d).",
                    static_cast<int>(progress));

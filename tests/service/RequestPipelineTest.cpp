@@ -151,6 +151,7 @@ TEST_F(RequestPipelineTest, FeedbackBeginsAndEndsAroundTheOperation) {
   EXPECT_EQ(feedback_.messages,
             (std::vector<Dictionary>{progressMessage(0.0), progressMessage(0.5), finalMessage()}));
   EXPECT_TRUE(feedback_.suspended);
+  EXPECT_EQ(feedback_.interface, operations_.interfaceForFeedbackProtocol());
   EXPECT_THAT(log_.texts(),
               testing::ElementsAre(
                   testing::_, "About to configure feedback protocol.",

@@ -16,7 +16,12 @@ class FakeFeedback : public FeedbackEndpoint {
   std::vector<Dictionary> messages;
   bool suspended = false;
 
-  std::unique_ptr<FeedbackConnection> connect() override {
+  /// What it was connected for.
+  RemoteInterface interface;
+
+  std::unique_ptr<FeedbackConnection> connect(
+      const RemoteInterface& wanted = feedbackRemoteInterface) override {
+    interface = wanted;
     return std::make_unique<Connection>(*this);
   }
 

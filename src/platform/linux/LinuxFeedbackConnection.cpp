@@ -53,6 +53,16 @@ std::size_t weight(const PropertyValue& value) {
 
 }  // namespace
 
+/// "/com/vantor/QRTThing" and "com.vantor.QRTThingProtocol" are the names for "QRTThingProtocol".
+LinuxFeedbackConnection::LinuxFeedbackConnection(std::vector<FileDescriptor> endpoint,
+                                                 int requestor, const RemoteInterface& interface)
+    : endpoint_(std::move(endpoint)),
+      requestor_(requestor),
+      method_{"/com/vantor/" +
+                  std::string(interface.protocol.substr(0, interface.protocol.rfind("Protocol"))),
+              "com.vantor." + std::string(interface.protocol),
+              std::string(interface.method.substr(0, interface.method.find(':')))} {}
+
 LinuxFeedbackConnection::~LinuxFeedbackConnection() { suspend(); }
 
 int LinuxFeedbackConnection::hello(sd_bus_message* call, void* context, sd_bus_error*) {
@@ -95,8 +105,9 @@ bool LinuxFeedbackConnection::send(const Dictionary& message) {
   sd_bus_message* call = nullptr;
   // A library that has a name takes a call without one for a broadcast, which it does not dispatch.
   const char* destination = wasGreeted_ ? wire::peerName : nullptr;
-  int result = sd_bus_message_new_method_call(wire_->bus(), &call, destination, wire::feedbackPath,
-                                              wire::feedbackInterface, wire::feedbackMethod);
+  int result =
+      sd_bus_message_new_method_call(wire_->bus(), &call, destination, method_.path.c_str(),
+                                     method_.interface.c_str(), method_.name.c_str());
   if (result >= 0) result = sd_bus_message_set_expect_reply(call, 0);
   if (result >= 0) result = wire::appendDictionary(call, message);
   if (result >= 0) result = sd_bus_send(wire_->bus(), call, nullptr);

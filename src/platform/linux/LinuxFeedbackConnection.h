@@ -6,6 +6,7 @@
 #include <deque>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -27,8 +28,8 @@ class LinuxFeedbackConnection : public FeedbackConnection {
 
   /// `requestor` is the socket of the connection that the request came over; as long as it lives,
   /// records and output wait for their reader. Not owned.
-  LinuxFeedbackConnection(std::vector<FileDescriptor> endpoint, int requestor)
-      : endpoint_(std::move(endpoint)), requestor_(requestor) {}
+  LinuxFeedbackConnection(std::vector<FileDescriptor> endpoint, int requestor,
+                          const RemoteInterface& interface);
   ~LinuxFeedbackConnection() override;
 
   Outcome open(Dictionary firstMessage) override;
@@ -38,6 +39,10 @@ class LinuxFeedbackConnection : public FeedbackConnection {
  private:
   using Clock = std::chrono::steady_clock;
 
+  /// What is called, as D-Bus names it.
+  struct RemoteMethod {
+    std::string path, interface, name;
+  };
   struct Waiting {
     Dictionary message;
     std::size_t bytes;
@@ -56,6 +61,7 @@ class LinuxFeedbackConnection : public FeedbackConnection {
 
   std::vector<FileDescriptor> endpoint_;
   int requestor_;
+  const RemoteMethod method_;
   std::unique_ptr<WireConnection> wire_;
   bool wasGreeted_ = false;
   FileDescriptor wake_;
@@ -79,8 +85,8 @@ class LinuxFeedbackEndpoint : public FeedbackEndpoint {
   LinuxFeedbackEndpoint(std::vector<FileDescriptor> sockets, int requestor)
       : sockets_(std::move(sockets)), requestor_(requestor) {}
 
-  std::unique_ptr<FeedbackConnection> connect() override {
-    return std::make_unique<LinuxFeedbackConnection>(std::move(sockets_), requestor_);
+  std::unique_ptr<FeedbackConnection> connect(const RemoteInterface& interface) override {
+    return std::make_unique<LinuxFeedbackConnection>(std::move(sockets_), requestor_, interface);
   }
 
  private:

@@ -19,7 +19,7 @@ class MacosFeedbackConnection : public FeedbackConnection {
  public:
   static constexpr std::chrono::milliseconds progressInterval{20};
 
-  explicit MacosFeedbackConnection(NSXPCListenerEndpoint* endpoint);
+  MacosFeedbackConnection(NSXPCListenerEndpoint* endpoint, const RemoteInterface& interface);
   ~MacosFeedbackConnection() override;
 
   Outcome open(Dictionary firstMessage) override;
@@ -44,8 +44,8 @@ class MacosFeedbackEndpoint : public FeedbackEndpoint {
  public:
   explicit MacosFeedbackEndpoint(NSXPCListenerEndpoint* endpoint) : endpoint_(endpoint) {}
 
-  std::unique_ptr<FeedbackConnection> connect() override {
-    return std::make_unique<MacosFeedbackConnection>(endpoint_);
+  std::unique_ptr<FeedbackConnection> connect(const RemoteInterface& interface) override {
+    return std::make_unique<MacosFeedbackConnection>(endpoint_, interface);
   }
 
  private:

@@ -15,9 +15,10 @@ struct FirstFailure {
 
 }  // namespace
 
-MacosFeedbackConnection::MacosFeedbackConnection(NSXPCListenerEndpoint* endpoint)
+MacosFeedbackConnection::MacosFeedbackConnection(NSXPCListenerEndpoint* endpoint,
+                                                 const RemoteInterface& interface)
     : connection_([[NSXPCConnection alloc] initWithListenerEndpoint:endpoint]) {
-  connection_.remoteObjectInterface = feedbackXPCInterface();
+  connection_.remoteObjectInterface = xpcInterface(interface);
   [connection_ resume];
 }
 

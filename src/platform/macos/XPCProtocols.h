@@ -3,6 +3,8 @@
 
 #import <Foundation/Foundation.h>
 
+#include "protocol/RemoteInterface.h"
+
 /// Replies come exactly once; methods without a reply go one way.
 @protocol QRTPrivilegedHelperProtocol
 - (void)connectWithEndpointUsingReply:(void (^)(NSXPCListenerEndpoint* endpoint))reply;
@@ -26,5 +28,8 @@ namespace qrt {
 /// and no other; an error's user information may hold errors as well.
 NSXPCInterface* helperXPCInterface();
 NSXPCInterface* feedbackXPCInterface();
+
+/// The description of the interface with these names; nil for another one.
+NSXPCInterface* xpcInterface(const RemoteInterface& interface);
 
 }  // namespace qrt

@@ -36,4 +36,8 @@ NSXPCInterface* feedbackXPCInterface() {
   return interface;
 }
 
+NSXPCInterface* xpcInterface(const RemoteInterface& interface) {
+  return interface == feedbackRemoteInterface ? feedbackXPCInterface() : nil;
+}
+
 }  // namespace qrt

@@ -29,7 +29,7 @@ class LinuxFeedbackConnectionTest : public testing::Test {
                              wire::feedbackInterface, methods, this);
     std::vector<FileDescriptor> endpoint;
     endpoint.push_back(std::move(feedback_.first));
-    connection_.emplace(std::move(endpoint), request_.first.get());
+    connection_.emplace(std::move(endpoint), request_.first.get(), feedbackRemoteInterface);
     std::thread peer([this] { EXPECT_TRUE(requestor_->handshake()); });
     EXPECT_EQ(connection_->open(progressMessage(0)), success);
     peer.join();
@@ -110,7 +110,8 @@ TEST(LinuxFeedbackConnection, ABusClientGetsEveryMessage) {
     test::SocketPair request, feedback;
     std::vector<FileDescriptor> endpoint;
     endpoint.push_back(std::move(feedback.first));
-    LinuxFeedbackConnection connection(std::move(endpoint), request.first.get());
+    LinuxFeedbackConnection connection(std::move(endpoint), request.first.get(),
+                                       feedbackRemoteInterface);
     auto received = std::async(std::launch::async, [&] {
       return BusClient(std::move(feedback.second)).messagesToTheEnd();
     });

@@ -67,7 +67,7 @@ class EchoingHelper : public QRTPrivilegedHelperProtocol, public ListenerDelegat
     auto values = arguments->decode();
     authorization = authorizationData;
     if (endpoint) {
-      const auto feedback = endpoint->connect();
+      const auto feedback = endpoint->connect(feedbackRemoteInterface);
       EXPECT_EQ(feedback->open(progressMessage(0)), success);
       for (const auto& argument : values) {
         feedback->processPrivilegedOperationFeedback(*argument.dictionary());
