@@ -32,7 +32,7 @@ Error errorOf(const sd_bus_error& reply) {
   if (sd_bus_error_has_name(&reply, SD_BUS_ERROR_ACCESS_DENIED) != 0) {
     return posixError(PosixCode::notPermitted);
   }
-  return connectionError(connectionInvalid, reply.message);
+  return connectionError(connectionInvalid, reply.message ? reply.message : reply.name);
 }
 
 Error interrupted() {

@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "integration/linux/RawClient.h"
+#include "platform/linux/LinuxHelperConnection.h"
+#include "support/ScratchFolder.h"
 
 namespace qrt {
 namespace {
@@ -51,6 +55,40 @@ TEST(WireConnection, TakesLargeMessagesWhereTheyAreAwaitedAndNoLargeHeaders) {
     const auto progress = progressAfter(message, takesLarge ? &queue : nullptr);
     EXPECT_EQ(progress == WireConnection::Progress::made, isTaken) << name;
   }
+}
+
+/// A helper whose answer to the first call is an error without a text.
+void answerWithoutText(int listening) {
+  RawClient caller(FileDescriptor(accept4(listening, nullptr, nullptr, SOCK_CLOEXEC)));
+  const auto* const lines = "OK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n";
+  EXPECT_TRUE(caller.send(test::WireBytes().raw(lines).bytes()) && caller.receiveHandshake());
+  EXPECT_TRUE(caller.receiveReply()) << "the call, in fact";
+  test::WireBytes error;
+  error.byte('l').byte(3).byte(1).byte(1).u32(0).u32(1).array(8, [](test::WireBytes& fields) {
+    fields.align(8).byte(4).signature("s").string("some.Error");
+    fields.align(8).byte(5).signature("u").u32(1);
+  });
+  EXPECT_TRUE(caller.send(error.align(8).bytes()));
+  caller.isClosedByPeer();
+}
+
+TEST(LinuxHelperConnection, TakesAnErrorWithoutATextByItsName) {
+  const test::ScratchFolder scratch;
+  const auto path = scratch.path("socket");
+  const FileDescriptor listening(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  sockaddr_un name{AF_UNIX, {}};
+  path.copy(name.sun_path, sizeof name.sun_path - 1);
+  ASSERT_EQ(bind(listening.get(), reinterpret_cast<sockaddr*>(&name), sizeof name), 0);
+  ASSERT_EQ(listen(listening.get(), 1), 0);
+  std::thread helper([&] { answerWithoutText(listening.get()); });
+  {
+    const auto connection = LinuxHelperConnector().connect(path);
+    ASSERT_TRUE(connection);
+    const auto version = (*connection)->getVersionString();
+    ASSERT_FALSE(version);
+    EXPECT_EQ(descriptionOf(version.error()), "some.Error");
+  }
+  helper.join();
 }
 
 }  // namespace
