@@ -15,7 +15,7 @@ namespace {
 qrt::ExternalFormSeal& seal() {
   static char folder[] = "/tmp/qrt-fuzz-XXXXXX";
   static qrt::StateFolder state(mkdtemp(folder));
-  static qrt::ExternalFormSeal made(state);
+  static qrt::ExternalFormSeal made(state, "/proc/sys/kernel/random/boot_id");
   static const int atExit = std::atexit([] {
     unlink((std::string(folder) + "/authorization.key").c_str());
     unlink((std::string(folder) + "/.lock").c_str());

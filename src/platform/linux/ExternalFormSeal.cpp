@@ -1,8 +1,11 @@
 #include "platform/linux/ExternalFormSeal.h"
 
+#include <fcntl.h>
 #include <sodium.h>
 
 #include <algorithm>
+
+#include "platform/posix/ReadFile.h"
 
 namespace qrt {
 namespace {
@@ -40,7 +43,7 @@ void authenticate(AuthorizationExternalForm& form, const Key& key) {
 
 }  // namespace
 
-std::optional<ExternalFormSeal::Key> ExternalFormSeal::loadOrMakeKey() {
+std::optional<ExternalFormSeal::Key> ExternalFormSeal::loadOrMakeSecret() {
   if (sodium_init() < 0) return std::nullopt;
   const auto lock = state_.lock();
   if (!lock) return std::nullopt;
@@ -56,9 +59,20 @@ std::optional<ExternalFormSeal::Key> ExternalFormSeal::loadOrMakeKey() {
   return key;
 }
 
+std::optional<ExternalFormSeal::Key> ExternalFormSeal::mixKey() {
+  constexpr std::size_t longestIdentifier = 64;
+  const auto boot = readFile(AT_FDCWD, bootIdentifier_.c_str(), longestIdentifier);
+  const auto secret = loadOrMakeSecret();
+  if (!boot || boot->empty() || !secret) return std::nullopt;
+  Key mixed;
+  crypto_generichash(mixed.data(), mixed.size(), boot->data(), boot->size(), secret->data(),
+                     secret->size());
+  return mixed;
+}
+
 const ExternalFormSeal::Key* ExternalFormSeal::key() {
   const std::lock_guard guard(mutex_);
-  if (!key_) key_ = loadOrMakeKey();
+  if (!key_) key_ = mixKey();
   return key_ ? &*key_ : nullptr;
 }
 

@@ -53,7 +53,7 @@ class LinuxAuthority::Reference : public Authorization {
 LinuxAuthority::LinuxAuthority(const std::string& root, std::string stateFolder,
                                PropertyLists& propertyLists)
     : state_(std::move(stateFolder)),
-      seal_(state_),
+      seal_(state_, root + "/proc/sys/kernel/random/boot_id"),
       rights_(state_, propertyLists),
       actions_(root),
       polkit_(root) {}

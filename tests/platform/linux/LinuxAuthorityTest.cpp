@@ -16,7 +16,13 @@ using testing::HasSubstr;
 
 class LinuxAuthorityTest : public testing::Test {
  protected:
-  LinuxAuthorityTest() { scratch_.make("mkdir -p usr/share"); }
+  LinuxAuthorityTest() {
+    scratch_.make("mkdir -p usr/share proc/sys/kernel/random");
+    boot("one");
+  }
+  void boot(const std::string& identifier) {
+    scratch_.file("proc/sys/kernel/random/boot_id", identifier + "\n");
+  }
 
   test::ScratchFolder scratch_;
   std::string actions_ = scratch_.path("usr/share/polkit-1/actions/");
@@ -131,7 +137,7 @@ TEST_F(LinuxAuthorityTest, EveryChangedByteBreaksTheSeal) {
         << i;
   }
   test::ScratchFolder elsewhere;
-  LinuxAuthority stranger(elsewhere.path(), elsewhere.path() + "/state", propertyLists_);
+  LinuxAuthority stranger(scratch_.path(), elsewhere.path() + "/state", propertyLists_);
   EXPECT_FALSE(stranger.createFromExternalForm({}, form, log_));
 }
 
@@ -147,6 +153,16 @@ TEST_F(LinuxAuthorityTest, AFormDiesWithItsProcess) {
   auto successor = self(0);
   ++successor.startTime;
   EXPECT_FALSE(authority_.createFromExternalForm({}, *authority_.externalForm(successor), log_));
+}
+
+TEST_F(LinuxAuthorityTest, AFormOfAnEarlierBootIsNotAccepted) {
+  const auto form = *authority_.externalForm(self(0));
+  for (const auto& [identifier, isAccepted] :
+       {std::pair{"two", false}, {"", false}, {"one", true}}) {
+    boot(identifier);
+    LinuxAuthority restarted(scratch_.path(), state_, propertyLists_);
+    EXPECT_EQ(bool(restarted.createFromExternalForm({}, form, log_)), isAccepted) << identifier;
+  }
 }
 
 TEST_F(LinuxAuthorityTest, TheKeyIsRootsAndStaysTheSame) {
