@@ -9,6 +9,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   const std::string_view text(reinterpret_cast<const char*>(bytes), size);
   const auto name = qrt::commandNameInStat(text);
   if (name && (name->data()[-1] != '(' || name->data()[name->size()] != ')')) std::abort();
+  (void)qrt::isZombieInStat(text);
   (void)qrt::effectiveUserInStatus(text);
   return 0;
 }

@@ -13,7 +13,9 @@ class JobControl {
 
   /// Absolute path of the system's own program that forgets a job.
   virtual std::string removalTool() const = 0;
-  virtual std::vector<std::string> removalArguments(const std::string& serviceIdentifier) const = 0;
+  /// The arguments of each run of that program, in order; a run that fails does not end them.
+  virtual std::vector<std::vector<std::string>> removalRuns(
+      const std::string& serviceIdentifier) const = 0;
 };
 
 }  // namespace qrt

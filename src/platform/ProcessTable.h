@@ -16,6 +16,8 @@ struct ProcessRecord {
   /// The short command name, cut to what the kernel keeps.
   std::string name;
   std::uint32_t effectiveUserID = 0;
+  /// It has ended, and its parent has not asked for its status yet.
+  bool isZombie = false;
 };
 
 /// Thread-safe.

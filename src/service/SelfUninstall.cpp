@@ -56,7 +56,8 @@ Outcome SelfUninstall::refusalForOtherClients(std::int32_t client) const {
   if (!processes) return success;
   std::set<std::int32_t> working;
   for (const auto& process : *processes) {
-    if (others.contains(process.identifier)) working.insert(process.identifier);
+    const bool isOther = !process.isZombie && others.contains(process.identifier);
+    if (isOther) working.insert(process.identifier);
   }
   for (const auto identifier : working) {
     const auto name = NSProcessInfoQRTAdditions::processNameForProcessID(platform, identifier);
@@ -77,17 +78,19 @@ std::set<std::int32_t> SelfUninstall::registeredClients() const {
 
 void SelfUninstall::forgetJob() const {
   const auto& job = platform.jobControl;
-  QRTTaskExecutor executor(platform.subprocesses, platform.log);
-  std::int32_t status = QRTTaskExecutor::notRun;
-  try {
-    status = executor.executeProgramAtPath(
-        job.removalTool(), job.removalArguments(operationSet.serviceIdentifierForHelper()));
-  } catch (const OperationException&) {
-    // A tool that cannot be launched has not done its work either.
-  }
-  if (status != 0) {
-    platform.log.error("Removal from Launch Services management failed with error code %d.",
-                       status);
+  const auto identifier = operationSet.serviceIdentifierForHelper();
+  for (const auto& arguments : job.removalRuns(identifier)) {
+    QRTTaskExecutor executor(platform.subprocesses, platform.log);
+    std::int32_t status = QRTTaskExecutor::notRun;
+    try {
+      status = executor.executeProgramAtPath(job.removalTool(), arguments);
+    } catch (const OperationException&) {
+      // A tool that cannot be launched has not done its work either.
+    }
+    if (status != 0) {
+      platform.log.error("Removal from Launch Services management failed with error code %d.",
+                         status);
+    }
   }
 }
 

@@ -77,9 +77,9 @@ TEST_F(ProcessesContract, ProgramsTellBothStreamsAndTheirStatus) {
 
 TEST_F(ProcessesContract, JobsAreRemovedByAToolOfTheSystem) {
   EXPECT_EQ(platform().jobControl.removalTool().front(), '/');
-  const auto arguments = platform().jobControl.removalArguments(test::uniqueName());
-  ASSERT_FALSE(arguments.empty());
-  EXPECT_TRUE(arguments.back().starts_with(test::uniqueName()));
+  const auto runs = platform().jobControl.removalRuns(test::uniqueName());
+  ASSERT_FALSE(runs.empty());
+  for (const auto& arguments : runs) EXPECT_TRUE(arguments.back().starts_with(test::uniqueName()));
 }
 
 /// Only a person can tell whether the lines arrive.

@@ -1,5 +1,7 @@
 #include "service/SelfUninstall.h"
 
+#include <sys/wait.h>
+
 #include "ServiceDoubles.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "platform/ProcessTable.h"
@@ -84,7 +86,12 @@ TEST_F(SelfUninstallTest, LeavesNothingAndEnds) {
   // Clients that have ended do not count, nor does it take long to see that they have.
   for (std::int32_t i = 0; i < 1'000; ++i) ASSERT_TRUE(clients_.add(999'000'000 + i, 0));
   ASSERT_TRUE(clients_.add(own_, 0));
+  const pid_t zombie = fork();
+  if (zombie == 0) _exit(0);
+  ASSERT_EQ(waitid(P_PID, static_cast<id_t>(zombie), nullptr, WEXITED | WNOWAIT), 0);
+  ASSERT_TRUE(clients_.add(zombie, 0));
   EXPECT_FALSE(uninstall());
+  waitpid(zombie, nullptr, 0);
   EXPECT_EQ(processes_.reads, 1);
   EXPECT_TRUE(isGone());
   EXPECT_TRUE(doubles_.authority.rights().empty());

@@ -59,8 +59,8 @@ struct FakeJobControl : JobControl {
   std::string tool;
 
   std::string removalTool() const override { return tool; }
-  std::vector<std::string> removalArguments(const std::string& identifier) const override {
-    return {"forget", identifier};
+  std::vector<std::vector<std::string>> removalRuns(const std::string& identifier) const override {
+    return {{"forget", identifier}};
   }
 };
 

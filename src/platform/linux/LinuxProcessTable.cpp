@@ -45,7 +45,7 @@ std::optional<ProcessRecord> recordOf(int processes, const char* name) {
   const auto command = commandNameInStat(stat);
   const auto user = effectiveUserInStatus(textOf(process.get(), "status"));
   if (!command || !user) return std::nullopt;
-  return ProcessRecord{*identifier, std::string(*command), *user};
+  return ProcessRecord{*identifier, std::string(*command), *user, isZombieInStat(stat)};
 }
 
 }  // namespace

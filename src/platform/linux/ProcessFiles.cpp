@@ -13,6 +13,13 @@ std::optional<std::string_view> commandNameInStat(std::string_view contents) {
   return contents.substr(begin + 1, end - begin - 1);
 }
 
+bool isZombieInStat(std::string_view contents) {
+  const auto nameEnd = contents.rfind(')');
+  if (nameEnd == std::string_view::npos) return false;
+  const auto state = contents.substr(nameEnd + 1, 2);
+  return state == " Z" || state == " X";
+}
+
 std::optional<std::uint32_t> effectiveUserInStatus(std::string_view contents) {
   // A line end in the name, which stands before this line, is shown escaped.
   constexpr std::string_view label = "\nUid:\t";

@@ -11,6 +11,9 @@ namespace qrt {
 /// and line ends.
 std::optional<std::string_view> commandNameInStat(std::string_view contents);
 
+/// True when the contents of "stat" are those of a process that has ended.
+bool isZombieInStat(std::string_view contents);
+
 /// The effective user in the contents of "status".
 std::optional<std::uint32_t> effectiveUserInStatus(std::string_view contents);
 

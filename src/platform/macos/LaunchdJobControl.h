@@ -8,8 +8,9 @@ namespace qrt {
 class LaunchdJobControl : public JobControl {
  public:
   std::string removalTool() const override { return "/bin/launchctl"; }
-  std::vector<std::string> removalArguments(const std::string& serviceIdentifier) const override {
-    return {"remove", serviceIdentifier};
+  std::vector<std::vector<std::string>> removalRuns(
+      const std::string& serviceIdentifier) const override {
+    return {{"remove", serviceIdentifier}};
   }
 };
 

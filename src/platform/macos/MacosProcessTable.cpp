@@ -2,6 +2,7 @@
 
 #include <signal.h>
 #include <sys/param.h>
+#include <sys/proc.h>
 #include <sys/sysctl.h>
 
 #include "platform/posix/NativeError.h"
@@ -20,8 +21,8 @@ std::optional<std::vector<ProcessRecord>> MacosProcessTable::processes() {
 
   std::vector<ProcessRecord> records;
   for (const auto& process : table) {
-    records.push_back(
-        {process.kp_proc.p_pid, process.kp_proc.p_comm, process.kp_eproc.e_ucred.cr_uid});
+    records.push_back({process.kp_proc.p_pid, process.kp_proc.p_comm,
+                       process.kp_eproc.e_ucred.cr_uid, process.kp_proc.p_stat == SZOMB});
   }
   return records;
 }

@@ -450,7 +450,7 @@ TEST_F(DaemonTest, RemovesItselfWithoutReplyOnceOtherClientsHaveGone) {
   const test::ScratchFolder installation;
   const auto program = installation.file("program"), job = installation.file("job"),
              called = installation.path("called"),
-             tool = installation.file("tool", "#!/bin/sh\necho \"$@\" > " + called + "\n");
+             tool = installation.file("tool", "#!/bin/sh\necho \"$@\" >> " + called + "\n");
   chmod(tool.c_str(), 0755);
   start("unshare --mount sh -c 'mount --bind " + tool +
         " /bin/systemctl; mount -t tmpfs none /usr/share/polkit-1; exec \"$@\"' -");
@@ -471,7 +471,8 @@ TEST_F(DaemonTest, RemovesItselfWithoutReplyOnceOtherClientsHaveGone) {
   EXPECT_EQ(daemon_->waitForEnd(), 0);
   EXPECT_FALSE(test::exists(program) || test::exists(job));
   EXPECT_EQ(test::contentsOf(called),
-            "disable --now com.vantor.system.privilegedhelper-vk2.socket\n");
+            "stop com.vantor.system.privilegedhelper-vk2.socket\n"
+            "disable com.vantor.system.privilegedhelper-vk2.socket\n");
 }
 
 }  // namespace
