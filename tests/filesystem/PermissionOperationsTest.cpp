@@ -105,6 +105,7 @@ TEST_F(PermissionOperationsTest, TheFirstFailureEndsItAndIsTold) {
   expectFailure(propagate(top, 0x10), 22, 22, program);
   EXPECT_EQ(propagate(top, owner), success);
   ASSERT_TRUE(scratch_.changeFlags(program, "+i"));
+  EXPECT_EQ(propagate(top, owner), success) << "nothing is changed, so nothing is refused";
   changeMode("top", 0555);
   expectFailure(propagate(top, owner), 15, 1, program);
   ASSERT_TRUE(scratch_.changeFlags(program, "-i"));
@@ -152,6 +153,9 @@ TEST_F(PermissionOperationsTest, AListIsGivenToWhatThePathLeadsTo) {
       *context_.accessControl.fromText("u::-,u:77:rw,g::-,m::rw,o::-"));
   EXPECT_EQ(perform("ModifyAcl", {scratch_.link("link", "file"), given}), success);
   EXPECT_EQ(aclOf(file), "user::rw-,user:77:rw-,group::r--,mask::rw-,other::r--");
+  if (scratch_.changeFlags("file", "+i")) {
+    EXPECT_EQ(perform("ModifyAcl", {file, given}), success) << "it has that list";
+  }
   const std::tuple<std::string, Data, PosixCode> refused[] = {
       {"", given, PosixCode::invalidArgument},
       {file, {}, PosixCode::invalidArgument},

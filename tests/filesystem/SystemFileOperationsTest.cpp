@@ -5,6 +5,7 @@
 #include "filesystem/OperationFixture.h"
 #include "support/AclText.h"
 #include "support/KillAtEveryCall.h"
+#include "support/Mounts.h"
 #include "support/PlantedFile.h"
 
 namespace qrt {
@@ -96,6 +97,20 @@ TEST_F(SystemFileOperationsTest, AProtectedFileIsAnErrorThatKeepsItsCause) {
   expectError(error, 16, file);
   EXPECT_EQ(error->userInfo.at("NSUnderlyingError").error()->code, 513);
   EXPECT_EQ(contentsOf(file), "old");
+}
+
+TEST_F(SystemFileOperationsTest, AFailedCreationReportsItsOwnCause) {
+  const test::Mount full(test::Mount::Kind::memory, scratch_.folder("full"));
+  if (!full.isMounted()) GTEST_SKIP() << "needs the right to mount";
+  const auto file = scratch_.file("full/file", "old");
+  scratch_.make(
+      "mount -o remount,nr_inodes=5 full; i=0; while touch full/$i; do i=$((i + 1)); done");
+  const auto error = overwrite(file, "new", keepBackup);
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->domain, cocoaErrorDomain);
+  EXPECT_EQ(error->code, 640);
+  EXPECT_EQ(*stringIn(error->userInfo, "NSFilePath"), file);
+  EXPECT_EQ(contentsOf(test::exists(file) ? file : file + ".backup"), "old");
 }
 
 TEST_F(SystemFileOperationsTest, AFailedWriteIsNotToldButKeepsTheBackup) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <thread>
 
 #include "integration/linux/RawClient.h"
@@ -89,6 +90,37 @@ TEST(LinuxHelperConnection, TakesAnErrorWithoutATextByItsName) {
     EXPECT_EQ(descriptionOf(version.error()), "some.Error");
   }
   helper.join();
+}
+
+/// The peer does not read, so that a message waits here, and is gone when its call is read.
+TEST(WireConnection, ReadsWhatAPeerSentBeforeItLeft) {
+  test::SocketPair sockets;
+  const auto wire =
+      std::move(*WireConnection::make(std::move(sockets.first), WireConnection::Role::server));
+  int calls = 0;
+  static const sd_bus_vtable methods[] = {SD_BUS_VTABLE_START(0),
+                                          SD_BUS_METHOD(
+                                              "Stop", "", "",
+                                              [](sd_bus_message*, void* context, sd_bus_error*) {
+                                                return ++*static_cast<int*>(context);
+                                              },
+                                              SD_BUS_VTABLE_UNPRIVILEGED),
+                                          SD_BUS_VTABLE_END};
+  sd_bus_add_object_vtable(wire->bus(), nullptr, "/o", "i.f", methods, &calls);
+  auto peer =
+      std::move(*WireConnection::make(std::move(sockets.second), WireConnection::Role::client));
+  auto shaken = std::async(std::launch::async, [&] { return peer->handshake(); });
+  ASSERT_TRUE(wire->handshake() && shaken.get());
+  const std::string text(64 << 10, 'x');
+  while (!wire->hasQueuedOutput()) {
+    ASSERT_GE(sd_bus_emit_signal(wire->bus(), "/o", "i.f", "Text", "s", text.c_str()), 0);
+  }
+  ASSERT_GE(sd_bus_call_method_async(peer->bus(), nullptr, nullptr, "/o", "i.f", "Stop", nullptr,
+                                     nullptr, ""),
+            0);
+  peer.reset();
+  while (wire->step() == WireConnection::Progress::made) continue;
+  EXPECT_EQ(calls, 1);
 }
 
 }  // namespace
