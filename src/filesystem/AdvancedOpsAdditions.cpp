@@ -8,6 +8,7 @@
 #include "filesystem/ItemLinks.h"
 #include "filesystem/QRTFileDeletionAdditions.h"
 #include "filesystem/TreeWalk.h"
+#include "filesystem/TrustedTarget.h"
 
 namespace qrt::AdvancedOpsAdditions {
 namespace {
@@ -21,14 +22,28 @@ class ImmutableFlagChange : public TreeVisitor {
       : files_(files), value_(value), onlyFileSystem_(onlyFileSystem) {}
 
   PosixResult<Next> visit(const TreeObject& object) override {
-    const auto at = object.at();
-    if (onlyFileSystem_ && fileSystemID(files_, at) != *onlyFileSystem_) return Next::pass;
-    const auto code = QRTFileDeletionAdditions::setImmutableFlag(files_, value_, at, false);
+    const auto status = files_.status(object.at(), Links::stay);
+    if (!status && !onlyFileSystem_) return status.error();
+    const bool isElsewhere =
+        !status || static_cast<std::uint32_t>(status->device) != onlyFileSystem_;
+    if (onlyFileSystem_ && isElsewhere) return Next::pass;
+    const auto code = status->isLink() ? changeTarget(object.at())
+                                       : QRTFileDeletionAdditions::setImmutableFlag(
+                                             files_, value_, object.at(), *status);
     if (code != PosixCode::success) return code;
     return Next::enter;
   }
 
  private:
+  PosixCode changeTarget(FileAt link) {
+    const auto target = holdTrustedTarget(files_, link);
+    if (!target) return isExhaustion(target.error()) ? target.error() : PosixCode::success;
+    if (!*target) return PosixCode::success;
+    const auto status = (*target)->status();
+    if (!status) return status.error();
+    return QRTFileDeletionAdditions::setImmutableFlag(value_, **target, *status);
+  }
+
   FileSystem& files_;
   const bool value_;
   const std::optional<std::uint32_t> onlyFileSystem_;

@@ -18,9 +18,9 @@ Outcome createLinkAtPath(FileSystem& files, const std::string& path, const std::
 
 /// Sets or clears the user immutable flag, of a link's target when the object is a link. Nothing at
 /// the path is POSIX 2. Recursively, everything below a folder follows: links there have their
-/// target changed, which may be anywhere, and lead to nothing else; those that lead nowhere are
-/// passed over. What is on another file system than the path itself can be left alone. The first
-/// failure ends it; what was changed by then stays changed.
+/// target changed if it is trusted (`holdTrustedTarget`), and lead to nothing else. What is on
+/// another file system than the path itself can be left alone. The first failure ends it; what was
+/// changed by then stays changed.
 Outcome setUserImmutableAtPath(FileSystem& files, const std::string& path, bool toValue,
                                bool recursive, bool stayOnFileSystem);
 

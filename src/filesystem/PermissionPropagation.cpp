@@ -10,6 +10,7 @@
 #include "filesystem/QRTDirectoryEnumerator.h"
 #include "filesystem/SearchFolder.h"
 #include "filesystem/TreeWalk.h"
+#include "filesystem/TrustedTarget.h"
 #include "filesystem/WalkDepth.h"
 #include "filesystem/WalkScope.h"
 #include "operations/PrivilegedOperationError.h"
@@ -158,9 +159,10 @@ class Propagation : public TreeVisitor {
   }
 
   std::optional<Failure> changeListOfTarget(const TreeObject& link) const {
-    const auto target = context_.files.hold(link.at(), Links::follow);
-    return failureOf(settingList, target ? context_.accessControl.setList(*target, model_.list())
-                                         : target.error());
+    const auto target = holdTrustedTarget(context_.files, link.at());
+    if (!target) return Failure{&settingList, target.error()};
+    if (!*target) return std::nullopt;
+    return failureOf(settingList, context_.accessControl.setList(**target, model_.list()));
   }
 
   /// Looked at after the list was set, which is a part of the permissions on some systems.

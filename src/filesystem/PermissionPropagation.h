@@ -13,8 +13,8 @@ namespace qrt {
 
 /// Copies chosen rights of a folder (`propagation_option`) to everything below it; the folder
 /// itself stays as it is. What already is as wanted is not written. Links have their own owner and
-/// permissions changed and the list of what they lead to; permissions that links cannot have are
-/// passed over.
+/// permissions changed and the list of what they lead to if that is trusted
+/// (`holdTrustedTarget`); permissions that links cannot have are passed over.
 ///
 /// An object that runs with the rights of its owner or group ends a change of either with POSIX 22:
 /// it would run with the rights of somebody else. Any failure ends the propagation; what was

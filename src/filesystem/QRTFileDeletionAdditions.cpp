@@ -175,6 +175,14 @@ PosixCode setImmutableFlag(FileSystem& files, bool flag, FileAt object,
   return changeImmutableFlagOfTarget(files, flag, object, checkingExistenceOfLinkTarget);
 }
 
+PosixCode setImmutableFlag(FileSystem& files, bool flag, FileAt object, const FileStatus& seen) {
+  return changeImmutableFlag(files, flag, object, seen);
+}
+
+PosixCode setImmutableFlag(bool flag, const HeldObject& object, const FileStatus& seen) {
+  return unlessClear(flag, object.setFlags(seen, flagsFor(flag, seen)));
+}
+
 bool isSIPRestrictedObjectAtPath(const DeletionContext& context, const std::string& path,
                                  Outcome* refiningError) {
   const auto location = context.files.locate(path);

@@ -56,6 +56,10 @@ Outcome setImmutableFlag(FileSystem& files, bool flag, const std::string& path,
                          bool checkingExistenceOfLinkTarget);
 PosixCode setImmutableFlag(FileSystem& files, bool flag, FileAt object,
                            bool checkingExistenceOfLinkTarget);
+/// The same of an object that was seen to be no link. A link in its place is not followed.
+PosixCode setImmutableFlag(FileSystem& files, bool flag, FileAt object, const FileStatus& seen);
+/// The same of the very object that is held.
+PosixCode setImmutableFlag(bool flag, const HeldObject& object, const FileStatus& seen);
 
 /// Whether System Integrity Protection keeps the object. If it does, `refiningError`, if given,
 /// becomes `systemProtected` with what it was as the underlying error.

@@ -1,0 +1,19 @@
+// What a link in somebody's tree leads to, if its owner may have that changed.
+#pragma once
+
+#include <optional>
+
+#include "platform/FileSystem.h"
+
+namespace qrt {
+
+/// Holds what a link leads to, for work on a tree that acts on the targets of the links in it.
+/// The owner of a tree can make a link to anything, so the target counts only when the link, and
+/// each further link on the way, belongs to root or to the owner of the target, and when link and
+/// target are on one file system. Empty for other links, and for those that lead nowhere. An object
+/// that is not a link any more is its own target.
+///
+/// Resolves one component at a time and holds at most two descriptors.
+PosixResult<std::optional<HeldObject>> holdTrustedTarget(FileSystem& files, FileAt link);
+
+}  // namespace qrt
