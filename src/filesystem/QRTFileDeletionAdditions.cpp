@@ -87,8 +87,8 @@ class ImmutableFlagClearing : public TreeVisitor {
     if (!status) return status.error();
     if (status->isLink()) return PosixCode::success;
     // Nothing to write, and the mount was asked about at its root: it accepts changes.
-    const bool isClear = (status->flags & file_flag::userImmutable) == 0;
-    if (isClear && !status->isMountRoot) return PosixCode::success;
+    constexpr auto asking = file_flag::userImmutable | file_flag::refusingChanges;
+    if ((status->flags & asking) == 0 && !status->isMountRoot) return PosixCode::success;
     return changeImmutableFlag(files_, false, object, *status);
   }
 

@@ -29,6 +29,10 @@ inline constexpr std::uint32_t systemImmutable = 0x20000;
 inline constexpr std::uint32_t systemAppendOnly = 0x40000;
 inline constexpr std::uint32_t restricted = 0x80000;
 inline constexpr std::uint32_t noUnlink = 0x100000;
+
+/// An object with one of these refuses any change of its flags, also one that changes nothing.
+inline constexpr std::uint32_t refusingChanges =
+    systemImmutable | systemAppendOnly | restricted | noUnlink;
 }  // namespace file_flag
 
 struct FileStatus {

@@ -100,9 +100,10 @@ class FileSystem {
 
   /// Gives the object the BSD flags `wanted`. `current` is its status as just read (of the target,
   /// when links are followed): flags that are already as wanted are not written, though a read-only
-  /// file system still refuses. Flags that the file system or the kind of object cannot have are
-  /// `notSupported`. A link is resolved once; what is written to is never a device or a FIFO, even
-  /// when the object was exchanged after its status was read.
+  /// file system still refuses, and so does an object with a flag of `refusingChanges`. Flags that
+  /// the file system or the kind of object cannot have are `notSupported`. A link is resolved once;
+  /// what is written to is never a device or a FIFO, even when the object was exchanged after its
+  /// status was read.
   virtual PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
                              std::uint32_t wanted) = 0;
 

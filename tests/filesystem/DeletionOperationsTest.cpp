@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "PortFileSystem.h"
+#include "filesystem/AdvancedOpsAdditions.h"
 #include "filesystem/FileManager.h"
 #include "filesystem/FileManagerError.h"
 #include "filesystem/OperationFixture.h"
@@ -38,6 +39,7 @@ class FakedFiles : public PortFileSystem {
   /// Called before a removal; an answer replaces it.
   std::function<Answer(FileAt)> beforeRemoval = [](FileAt) { return std::nullopt; };
   Answer setFlagsAnswer;
+  bool mayRefuseChanges = false;
 
   /// One object shows flags beside its own.
   void plantFlags(const std::string& path, std::uint32_t flags) {
@@ -61,6 +63,8 @@ class FakedFiles : public PortFileSystem {
   PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
                      std::uint32_t wanted) override {
     if (setFlagsAnswer) return *setFlagsAnswer;
+    const bool isRefusing = (plantedOn(current) & file_flag::refusingChanges) != 0;
+    if (isRefusing && mayRefuseChanges) return PosixCode::notPermitted;
     auto own = current;
     own.flags &= ~plantedOn(current);
     return PortFileSystem::setFlags(object, links, own, wanted & ~plantedOn(current));
@@ -236,6 +240,21 @@ TEST_F(DeletionTest, RecursivelyAFailedFlagPassChangesNothing) {
   EXPECT_TRUE(test::exists(top + "/file"));
   files_.setFlagsAnswer = PosixCode::notSupported;
   EXPECT_EQ(remove(top, recursively), success);
+}
+
+TEST_F(DeletionTest, ObjectsThatRefuseChangesAreAskedBeforeAnythingIsRemoved) {
+  files_.mayRefuseChanges = true;
+  for (const auto flag : {file_flag::restricted, file_flag::noUnlink, file_flag::systemImmutable,
+                          file_flag::systemAppendOnly}) {
+    scratch_.make("mkdir -p top/inner; touch top/file top/inner/kept");
+    files_.plantFlags(scratch_.path("top/inner/kept"), flag);
+    const auto outcome = remove(scratch_.path("top"), recursively);
+    EXPECT_EQ(outcome, posixError(PosixCode::notPermitted)) << flag;
+    EXPECT_TRUE(test::exists(scratch_.path("top/file"))) << flag;
+    EXPECT_EQ(AdvancedOpsAdditions::setUserImmutableAtPath(files_, scratch_.path("top"), false,
+                                                           recursively, false),
+              posixError(PosixCode::notPermitted));
+  }
 }
 
 TEST_F(DeletionTest, TheImmutableFlagOfADanglingLinkIsNoneUnlessOneInsists) {

@@ -125,7 +125,8 @@ PosixCode MacosFileSystem::setFlags(FileAt object, Links links, const FileStatus
   // the call is made without need: it alone tells whether the file system accepts changes.
   const bool sharesMountOfFolder =
       links == Links::stay && !current.isFolder() && &object.folder != &Folder::ofProcess();
-  if (wanted == current.flags && sharesMountOfFolder && !object.folder.isReadOnly()) {
+  const bool mayRefuse = (current.flags & file_flag::refusingChanges) != 0;
+  if (wanted == current.flags && !mayRefuse && sharesMountOfFolder && !object.folder.isReadOnly()) {
     return PosixCode::success;
   }
   return setAttribute(object, links, ATTR_CMN_FLAGS,
