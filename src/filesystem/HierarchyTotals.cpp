@@ -2,8 +2,8 @@
 
 #include <array>
 
+#include "filesystem/QRTDirectoryEnumerator.h"
 #include "filesystem/TreeWalk.h"
-#include "filesystem/WalkDepth.h"
 #include "filesystem/WalkScope.h"
 
 namespace qrt {
@@ -29,7 +29,7 @@ class Total {
 
 class ObjectCount : public TreeVisitor {
  public:
-  explicit ObjectCount(const WalkScope& scope) : scope_(scope) {}
+  ObjectCount(Log& log, const WalkScope& scope) : log_(log), scope_(scope) {}
 
   PosixResult<Next> visit(const TreeObject& object) override {
     total_.add(object, 1);
@@ -40,11 +40,10 @@ class ObjectCount : public TreeVisitor {
 
  private:
   bool isEntered(const TreeObject& folder) const {
-    const auto path = folder.relativePath();
-    return WalkDepth::limitForPath(path) == WalkDepth::Limit::none &&
-           scope_.includesContentsOf(folder.at(), folder.type(), path);
+    return QRTDirectoryEnumerator::isEntered(scope_, log_, folder.at(), folder.relativePath());
   }
 
+  Log& log_;
   const WalkScope& scope_;
   Total total_;
 };
@@ -74,11 +73,11 @@ PosixResult<std::uint64_t> totalOf(FileSystem& files, const std::string& path, V
 
 }  // namespace
 
-PosixResult<std::uint64_t> numberOfObjectsBelow(FileSystem& files, const std::string& path,
-                                                bool stayOnFileSystem) {
+PosixResult<std::uint64_t> numberOfObjectsBelow(FileSystem& files, Log& log,
+                                                const std::string& path, bool stayOnFileSystem) {
   WalkScope scope(files, path);
   if (stayOnFileSystem) scope.stayOnFileSystemOf(path.c_str());
-  return totalOf(files, path, ObjectCount(scope));
+  return totalOf(files, path, ObjectCount(log, scope));
 }
 
 PosixResult<std::uint64_t> storageSizeBelow(FileSystem& files, const std::string& path) {

@@ -6,15 +6,17 @@
 
 #include "base/Result.h"
 #include "platform/FileSystem.h"
+#include "platform/Log.h"
 
 namespace qrt {
 
 /// Paths are without links. Folders that cannot be read and objects that cannot be looked at are
 /// passed over; an error is that descriptors or memory ran out.
 
-/// The number of objects that a `QRTDirectoryEnumerator` would hand out.
-PosixResult<std::uint64_t> numberOfObjectsBelow(FileSystem& files, const std::string& path,
-                                                bool stayOnFileSystem);
+/// The number of objects that a `QRTDirectoryEnumerator` would return. Logs its limits as that
+/// does.
+PosixResult<std::uint64_t> numberOfObjectsBelow(FileSystem& files, Log& log,
+                                                const std::string& path, bool stayOnFileSystem);
 
 /// The logical sizes in bytes of all objects, folders and links with their own; on every file
 /// system.

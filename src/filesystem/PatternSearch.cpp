@@ -54,7 +54,7 @@ Outcome searchForFileNamesAtPath(FileSystem& files, Log& log, const std::string&
   const auto descriptors = descriptorsOf(pairs);
   if (!descriptors) return posixError(PosixCode::invalidArgument);
   feedbackBlock(progressMessage(0.01));
-  const auto total = numberOfObjectsBelow(files, *base, stayOnFileSystem);
+  const auto total = numberOfObjectsBelow(files, log, *base, stayOnFileSystem);
   if (!total) return posixError(total.error());
   if (*total == 0) return posixError(PosixCode::noEntry);
 

@@ -11,7 +11,6 @@
 #include "filesystem/SearchFolder.h"
 #include "filesystem/TreeWalk.h"
 #include "filesystem/TrustedTarget.h"
-#include "filesystem/WalkDepth.h"
 #include "filesystem/WalkScope.h"
 #include "operations/PrivilegedOperationError.h"
 #include "protocol/FeedbackMessage.h"
@@ -128,11 +127,7 @@ class Propagation : public TreeVisitor {
   }
 
   bool isEntered(const TreeObject& folder) const {
-    const auto path = folder.relativePath();
-    if (!scope_.includesContentsOf(folder.at(), folder.type(), path)) return false;
-    const auto limit = WalkDepth::limitForPath(path);
-    QRTDirectoryEnumerator::tellLimit(log_, limit);
-    return limit == WalkDepth::Limit::none;
+    return QRTDirectoryEnumerator::isEntered(scope_, log_, folder.at(), folder.relativePath());
   }
 
   std::optional<Failure> change(const TreeObject& object) const {

@@ -105,6 +105,14 @@ void QRTDirectoryEnumerator::skipDescendents() {
   ahead_.forget(levels_);
 }
 
+bool QRTDirectoryEnumerator::isEntered(const WalkScope& scope, Log& log, FileAt folder,
+                                       std::string_view relativePath) {
+  if (!scope.includesContentsOf(folder, file_type::folder, relativePath)) return false;
+  const auto limit = WalkDepth::limitForPath(relativePath);
+  tellLimit(log, limit);
+  return limit == WalkDepth::Limit::none;
+}
+
 void QRTDirectoryEnumerator::tellLimit(Log& log, WalkDepth::Limit limit) {
   switch (limit) {
     case WalkDepth::Limit::none:

@@ -43,9 +43,10 @@ class QRTDirectoryEnumerator {
                                                                     const std::string& path,
                                                                     bool stayOnFileSystem);
 
-  /// Logs what keeps a walk out of a folder. For walks of another kind that keep to the same
-  /// bounds.
-  static void tellLimit(Log& log, WalkDepth::Limit limit);
+  /// Whether a walk with that scope enters a folder; logs a limit that keeps it out. For walks of
+  /// another kind that keep to the same bounds. `relativePath` is the folder's.
+  static bool isEntered(const WalkScope& scope, Log& log, FileAt folder,
+                        std::string_view relativePath);
 
   QRTDirectoryEnumerator(const QRTDirectoryEnumerator&) = delete;
   QRTDirectoryEnumerator& operator=(const QRTDirectoryEnumerator&) = delete;
@@ -95,6 +96,7 @@ class QRTDirectoryEnumerator {
   QRTDirectoryEnumerator(FileSystem& files, Log& log, const std::string& basePath);
   bool initForBasePath(FileAt base, Links links, bool stayOnFileSystem);
 
+  static void tellLimit(Log& log, WalkDepth::Limit limit);
   bool advanceInBranch();
   bool advanceCursor();
   void enterObject();

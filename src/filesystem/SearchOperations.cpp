@@ -41,6 +41,31 @@ struct NameFilter {
   }
 };
 
+/// Adds the entries of a folder. All names are read first, because a listing that fails counts as
+/// empty, also when it fails half-way.
+PosixCode findIn(FileSystem& files, const std::string& path, bool wantsFolders,
+                 const NameFilter& filter, FoundObjects& found) {
+  auto folder = files.openFolder(path.c_str(), Links::follow);
+  if (!folder) return folder.error();
+  std::string names;
+  for (;;) {
+    const auto entry = folder->next();
+    if (!entry) return entry.error();
+    if (!*entry) break;
+    const std::string_view name = (*entry)->name;
+    if (filter.passes(name)) names.append(name) += '\0';
+  }
+  for (std::size_t at = 0; at < names.size(); at = names.find('\0', at) + 1) {
+    const FileAt object{*folder, names.data() + at};
+    const auto status = files.status(object, Links::stay);
+    if (!status && isExhaustion(status.error())) return status.error();
+    if (!status || leadsToFolder(files, object, *status) != wantsFolders) continue;
+    found.add(object.name, *status);
+    found.sendIfEnough(0.0);
+  }
+  return PosixCode::success;
+}
+
 /// Whether an orphan is reported. When it is and stands for what it holds, the walk skips that.
 PosixResult<bool> standsForItself(const SearchContext& context, QRTDirectoryEnumerator& walk,
                                   const FileStatus& status, KnownUserIDs& known) {
@@ -80,22 +105,10 @@ Outcome performOperationSearchFilenamesWithArguments(const SearchContext& contex
   const bool wantsFolders = arguments[3].number()->asBool();
   const auto path = resolvedSearchFolder(files, *arguments[0].string());
   if (!path) return path.error();
-  auto folder = files.openFolder(path->c_str(), Links::follow);
-  if (!folder && isExhaustion(folder.error())) return posixError(folder.error());
-
   FoundObjects found(*path, sendingTo(feedback));
-  while (folder) {
-    const auto entry = folder->next();
-    if (!entry || !*entry) break;
-    const FileAt object{*folder, (*entry)->name};
-    if (!filter.passes(object.name)) continue;
-    const auto status = files.status(object, Links::stay);
-    if (!status || leadsToFolder(files, object, *status) != wantsFolders) continue;
-    found.add(object.name, *status);
-    found.sendIfEnough(0.0);
-  }
+  const auto failure = findIn(files, *path, wantsFolders, filter, found);
   found.finish();
-  return success;
+  return posixOutcome(isExhaustion(failure) ? failure : PosixCode::success);
 }
 
 Outcome performOperationSearchPatternsWithArguments(const SearchContext& context,

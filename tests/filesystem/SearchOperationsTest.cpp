@@ -45,7 +45,7 @@ class Unreadable : public test::PortFileSystem {
 
 class SearchOperationsTest : public test::OperationFixture {
  protected:
-  SearchOperationsTest() { use({.files = &files_, .users = &users_}); }
+  SearchOperationsTest() { use({.log = &log_, .files = &files_, .users = &users_}); }
 
   /// Nobody has to listen.
   Outcome search(const std::string& stem, const Array& arguments) {
@@ -69,6 +69,7 @@ class SearchOperationsTest : public test::OperationFixture {
     return names;
   }
 
+  test::RecordingLog log_;
   Directory users_;
   Unreadable files_;
 };
@@ -158,6 +159,10 @@ TEST_F(SearchOperationsTest, EachFindsWhatItLooksFor) {
   EXPECT_EQ(records(), Array{fileObjectInfo(path, *files_.status(path.c_str(), Links::stay))});
   files_.name = scratch_.path();
   EXPECT_THAT(found("SearchFilenames", {scratch_.path(), "", "", false}), IsEmpty());
+  files_.code = PosixCode::outOfMemory;
+  EXPECT_EQ(search("SearchFilenames", {scratch_.path(), "", "", false}),
+            posixError(PosixCode::outOfMemory));
+  EXPECT_EQ(fractions(), std::vector<double>{1.0});
 }
 
 TEST_F(SearchOperationsTest, FindingsComeTwentyAtATime) {
@@ -281,6 +286,8 @@ TEST_F(SearchOperationsTest, DeepHierarchies) {
   const auto told = fractions();
   EXPECT_LT(told[told.size() - 2], 1.0);
   EXPECT_GT(told[told.size() - 2], 0.95);
+  // Both walks of both searches, the heard and the unheard one, log what they leave out.
+  EXPECT_EQ(log_.lines().size(), 4u);
   // Measuring has no such limits.
   const auto answer = perform("InspectStoragesize", {scratch_.path()});
   EXPECT_EQ(answer->userInfo.at("Size").number()->asUInt64() / 1'000'000'000, 600u);
