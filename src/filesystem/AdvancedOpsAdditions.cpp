@@ -6,6 +6,7 @@
 #include "filesystem/FileManagerError.h"
 #include "filesystem/FinderInfo.h"
 #include "filesystem/ItemLinks.h"
+#include "filesystem/PathAsWritten.h"
 #include "filesystem/QRTFileDeletionAdditions.h"
 #include "filesystem/TreeWalk.h"
 #include "filesystem/TrustedTarget.h"
@@ -100,6 +101,9 @@ Outcome createLinkAtPath(FileSystem& files, const std::string& path, const std::
 Outcome setUserImmutableAtPath(FileSystem& files, const std::string& path, bool toValue,
                                bool recursive, bool stayOnFileSystem) {
   if (path.empty()) return posixError(PosixCode::invalidArgument);
+  if (const auto code = slashRefusal(files, path); code != PosixCode::success) {
+    return posixError(code);
+  }
   const auto location = files.locate(path);
   if (!location) return missing(location.error());
   const auto target = files.status(location->at(), Links::follow);

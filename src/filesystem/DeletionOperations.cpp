@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "filesystem/FileManager.h"
+#include "filesystem/PathAsWritten.h"
 #include "filesystem/PathText.h"
 #include "operations/ArgumentConverters.h"
 #include "operations/PrivilegedOperationError.h"
@@ -53,6 +54,9 @@ double fraction(std::size_t part, std::size_t whole) {
 }
 
 Outcome deleteContentsOfFolder(const DeletionContext& context, const std::string& path) {
+  if (const auto code = slashRefusal(context.files, path); code != PosixCode::success) {
+    return posixError(code);
+  }
   bool isFolder = false;
   if (!FileManager::fileExistsAtPath(context.files, path, &isFolder)) return success;
   if (!isFolder) return posixError(PosixCode::notDirectory);

@@ -6,6 +6,7 @@
 #include "filesystem/FileManager.h"
 #include "filesystem/FileManagerError.h"
 #include "filesystem/ItemMove.h"
+#include "filesystem/PathAsWritten.h"
 #include "operations/PrivilegedOperationError.h"
 
 namespace qrt::FileObjectOperations {
@@ -52,6 +53,7 @@ PosixResult<OpenFile> createFile(FileSystem& files, const std::string& path,
                                  std::uint32_t permissions) {
   const auto location = files.locate(path);
   if (!location) return location.error();
+  if (location->meansFolder) return PosixCode::notDirectory;
   return files.createFile(location->at(), permissions);
 }
 
@@ -103,6 +105,9 @@ Outcome performOperationTouchFileobjectWithArguments(const ItemContext& context,
                                                      const Array& arguments) {
   const auto& path = *arguments[0].string();
   if (path.empty()) return posixError(PosixCode::invalidArgument);
+  if (const auto code = slashRefusal(context.files, path); code != PosixCode::success) {
+    return posixError(code);
+  }
   if (!FileManager::fileExistsAtPath(context.files, path)) return posixError(PosixCode::noEntry);
   return posixOutcome(context.files.touch(path.c_str(), Links::follow));
 }

@@ -154,6 +154,12 @@ Outcome moveItemAtPath(const ItemContext& context, const std::string& path,
   if (!item) return fileWriteError(item.error(), path, toPath);
   const auto toItem = context.files.locate(toPath);
   if (!toItem) return fileWriteError(toItem.error(), path, toPath);
+  if (item->meansFolder || toItem->meansFolder) {
+    const auto status = context.files.status(item->at(), Links::stay);
+    if (status && !status->isFolder()) {
+      return fileWriteError(PosixCode::notDirectory, path, toPath);
+    }
+  }
   return moveItem(context, item->at(), path, toItem->at(), toPath);
 }
 

@@ -1,6 +1,7 @@
 #include "filesystem/QRTFileDeletionAdditions.h"
 
 #include "filesystem/FileManager.h"
+#include "filesystem/PathAsWritten.h"
 #include "filesystem/TreeWalk.h"
 
 namespace qrt::QRTFileDeletionAdditions {
@@ -132,6 +133,8 @@ Outcome enforceSingleRemovalOfFileSystemObjectAtPath(const DeletionContext& cont
   if (path.empty()) return posixError(PosixCode::invalidArgument);
   const auto location = context.files.locate(path);
   if (!location) return posixError(location.error());
+  const auto refusal = removalRefusal(context.files, *location, path);
+  if (refusal != PosixCode::success) return posixError(refusal);
   return enforceSingleRemoval(context, location->at(), path);
 }
 
@@ -139,6 +142,9 @@ Outcome enforceRecursiveRemovalOfFileSystemObjectAtPath(const DeletionContext& c
                                                         const std::string& path) {
   if (path.empty()) return posixError(PosixCode::invalidArgument);
   const auto location = context.files.locate(path);
+  if (location && location->isItself()) {
+    return posixError(removalRefusal(context.files, *location, path));
+  }
   if (location) return enforceRecursiveRemovalOfFileSystemObject(context, location->at(), path);
   if (isExhaustion(location.error())) return posixError(location.error());
   return success;  // Nothing can be there.

@@ -1,11 +1,15 @@
 #include "filesystem/SearchFolder.h"
 
 #include "filesystem/FileManager.h"
+#include "filesystem/PathAsWritten.h"
 
 namespace qrt {
 
 Result<std::string> resolvedSearchFolder(FileSystem& files, const std::string& path) {
   if (path.empty()) return posixError(PosixCode::invalidArgument);
+  if (const auto code = slashRefusal(files, path); code != PosixCode::success) {
+    return posixError(code);
+  }
   auto resolved = files.resolvedPath(path);
   if (!resolved) {
     return posixError(isExhaustion(resolved.error()) ? resolved.error() : PosixCode::noEntry);

@@ -20,8 +20,13 @@ enum class Links { follow, stay };
 struct Location {
   Folder parent;
   std::string name;
+  /// The path ended in a slash, so that it can mean a folder alone: a link named so is its target.
+  bool meansFolder = false;
 
   FileAt at() const { return {parent, name.c_str()}; }
+
+  /// "/" and paths that end in "." or "..", which have no name in a folder that holds them.
+  bool isItself() const { return name == "."; }
 };
 
 /// True when opening failed for want of descriptors or memory, which says nothing about the object:
@@ -51,9 +56,10 @@ class FileSystem {
   virtual PosixResult<Folder> openFolder(const HeldObject& folder) = 0;
 
   /// Splits a path at its last component and opens what stands before it, following links there.
-  /// The parent serves as a base, its entries cannot be read. Trailing slashes do not count; "/"
-  /// and paths that end in "." or ".." are named "." in themselves. Nothing can be at an empty path
-  /// or at one that holds a zero byte: `noEntry`.
+  /// The parent serves as a base, its entries cannot be read. "/" and paths that end in "." or ".."
+  /// are named "." in themselves. Nothing can be at an empty path or at one that holds a zero byte:
+  /// `noEntry`. A path that ends in a slash where something else than a folder is, is
+  /// `notDirectory`.
   virtual PosixResult<Location> locate(const std::string& path) = 0;
 
   /// What a link holds.

@@ -1,5 +1,6 @@
 #include "service/ObjectRemoval.h"
 
+#include "filesystem/PathAsWritten.h"
 #include "platform/FileSystem.h"
 #include "platform/Log.h"
 
@@ -27,6 +28,8 @@ Outcome enforceRemovalOfFileSystemObjectAtPath(FileSystem& files, const std::str
   if (path.empty()) return posixError(PosixCode::invalidArgument);
   const auto location = files.locate(path);
   if (!location) return posixError(location.error());
+  const auto refusal = removalRefusal(files, *location, path);
+  if (refusal != PosixCode::success) return posixError(refusal);
   return posixOutcome(removeObject(files, location->at()));
 }
 

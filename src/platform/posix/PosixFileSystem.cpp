@@ -44,7 +44,16 @@ SplitPath split(std::string path) {
   return {std::move(path), std::move(name)};
 }
 
+bool endsInSlash(const std::string& path) { return path.size() > 1 && path.back() == '/'; }
+
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
+
+/// What the system refuses about a path as it is written. Nothing may be there yet.
+PosixCode refusalOf(const std::string& path) {
+  struct stat status;
+  const auto code = codeFor(::lstat(path.c_str(), &status));
+  return code == PosixCode::noEntry ? PosixCode::success : code;
+}
 
 PosixCode removed(FileAt object, int flags) {
   return codeFor(::unlinkat(object.folder.descriptor(), object.name, flags));
@@ -111,10 +120,13 @@ PosixResult<Folder> PosixFileSystem::openFolder(const HeldObject& folder) {
 PosixResult<Location> PosixFileSystem::locate(const std::string& path) {
   const bool isPath = !path.empty() && path.find('\0') == std::string::npos;
   if (!isPath) return PosixCode::noEntry;
+  const bool meansFolder = endsInSlash(path);
+  const auto refusal = meansFolder ? refusalOf(path) : PosixCode::success;
+  if (refusal != PosixCode::success) return refusal;
   auto [parentPath, name] = split(path);
   auto parent = openedFolder(AT_FDCWD, parentPath.c_str(), baseAccess);
   if (!parent) return parent.error();
-  return Location{std::move(*parent), std::move(name)};
+  return Location{std::move(*parent), std::move(name), meansFolder};
 }
 
 PosixResult<std::string> PosixFileSystem::linkTarget(FileAt link) {
