@@ -170,7 +170,7 @@ TEST_F(DeletionTest, SinglySystemFlagsWhiteoutsAndFlagsThatStayAreTold) {
   EXPECT_EQ(remove(file, singly), fileDeletionError(Code::flagsNotChangeable, file));
 
   const auto whiteout = scratch_.path("whiteout");
-  ASSERT_EQ(mknod(whiteout.c_str(), S_IFCHR, 0), 0);
+  if (mknod(whiteout.c_str(), test::whiteoutMode, 0) != 0) GTEST_SKIP() << "needs whiteouts";
   EXPECT_EQ(remove(whiteout, singly), fileDeletionError(Code::whiteout, whiteout));
 }
 
@@ -311,7 +311,7 @@ TEST_F(DeletionOperationsTest, NobodyNeedsToListen) {
 TEST_F(DeletionOperationsTest, FoldersAreEmptiedAndStay) {
   scratch_.make(
       "mkdir -p a/inner b; touch a/.hidden b/file; ln -s nowhere a/dangling; ln -s b toB");
-  scratch_.file("a/inner/not \xFF utf8\nand a line");
+  scratch_.file(std::string("a/inner/odd ") + test::oddByte + "\nand a line");
   EXPECT_EQ(deleteContents({scratch_.path("a"), scratch_.path("missing"), scratch_.path("toB")}),
             success);
   EXPECT_THAT(fractions(), ElementsAre(0.0, 1.0 / 3, 2.0 / 3, 1.0));

@@ -101,17 +101,17 @@ TEST_F(ExchangedItemTest, PermissionsGoToTheObjectThatHadTheOthers) {
 TEST_F(ExchangedItemTest, FlagsGoToTheTargetThatHadTheOthers) {
   for (const auto* name : {"plain", "log"}) {
     scratch_.file(name);
-    if (!scratch_.changeFlags(name, "-i")) GTEST_SKIP() << "needs a file system with flags";
+    if (!scratch_.changeFlags(name, "+i")) GTEST_SKIP() << "needs a file system with flags";
   }
   const auto folder = scratch_.path("folder"), link = folder + "/link";
   for (const bool isRecursive : {false, true}) {
     // The flag of the plain file is changed, whichever way.
-    const auto change = isRecursive ? "chattr +i plain;" : "";
+    const auto change = isRecursive ? "flag i plain;" : "";
     expectSafety(
         {"folder/link", "other",
-         "chattr -f -ia plain log; rm -rf *; touch plain log; mkdir folder; ln -s ../plain "
+         "unflag . ; rm -rf *; touch plain log; mkdir folder; ln -s ../plain "
          "folder/link; ln -s ../log other;"
-         "chattr +a log;" +
+         "flag a log;" +
              std::string(change),
          [&] { return isAppendOnly("log"); }},
         [&] {

@@ -46,9 +46,9 @@ TEST_F(ExtendedAttributeAdditionsTest, ALinksNamesComeWithItsTargetsValues) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   scratch_.make(
       "touch file; ln -s file link;"
-      "setfattr -h -n trusted.empty link; setfattr -n trusted.empty file;"
-      "setfattr -h -n trusted.both -v link link; setfattr -n trusted.both -v file file;"
-      "setfattr -h -n trusted.onLink -v l link; setfattr -n trusted.onFile -v file file");
+      "attribute trusted.empty '' link; attribute trusted.empty '' file;"
+      "attribute trusted.both link link; attribute trusted.both file file;"
+      "attribute trusted.onLink l link; attribute trusted.onFile file file");
   const auto file = scratch_.path("file"), link = scratch_.path("link");
   const Data value{'f', 'i', 'l', 'e'};
   EXPECT_EQ(*all(link, true), (Dictionary{{"trusted.both", value}}));

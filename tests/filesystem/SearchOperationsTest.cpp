@@ -115,17 +115,16 @@ TEST_F(SearchOperationsTest, WhatCannotBeginIsRefusedBeforeAnyFeedback) {
 }
 
 TEST_F(SearchOperationsTest, EachFindsWhatItLooksFor) {
-  const std::string unlucky = "\xFF\n.log";
+  const auto unlucky = test::oddByte + std::string("\n.log");
   scratch_.file(unlucky);
   scratch_.make(R"(
-      touch -d '252 hours ago' *
       mkdir d.log
       for name in log.txt log .log a.LOG d.log/core.log d.log/core; do printf abc > $name; done
       ln -s nowhere dangling.log; ln -s loop loop; ln -s d.log toFolder.log
-      touch -d '1 hour' tomorrow
-      touch -h -d '264 hours ago' dangling.log
-      touch -h -d '239 hours ago' loop
-      touch -d '240 hours ago' d.log)");
+      touch tomorrow)");
+  const std::pair<std::string, int> ages[] = {
+      {unlucky, 252}, {"tomorrow", -1}, {"dangling.log", 264}, {"loop", 239}, {"d.log", 240}};
+  for (const auto& [name, hours] : ages) scratch_.age(name, hours);
   const std::tuple<const char*, Array, std::vector<std::string>> rows[] = {
       // The age of the object itself, also of a link; what is still to come has none.
       {"SearchAgedfiles", {10, false}, {"d.log", unlucky, "dangling.log"}},

@@ -3,7 +3,6 @@
 #include <sys/resource.h>
 
 #include "filesystem/OperationFixture.h"
-#include "support/AclText.h"
 #include "support/KillAtEveryCall.h"
 #include "support/Mounts.h"
 #include "support/PlantedFile.h"
@@ -28,9 +27,9 @@ TEST_F(SystemFileOperationsTest, NewContentsGetTheOldAttributes) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   scratch_.make(
       "mkdir a b; ln -s ../a/file b/link; ln -s b c; cd a; printf old > file;"
-      "chown 1234:4321 file; chmod 6751 file; setfacl -m u:77:rwx,g::- file");
+      "chown 1234:4321 file; chmod 6751 file; grant file");
   const auto file = scratch_.path("a/file");
-  const auto list = test::aclOf(file);
+  const auto list = scratch_.printedBy("lists a/file");
   const auto before = statusOf(file);
   const auto mask = umask(0777);
   EXPECT_EQ(overwrite(scratch_.path("c/link"), "new", keepBackup), success);
@@ -40,7 +39,7 @@ TEST_F(SystemFileOperationsTest, NewContentsGetTheOldAttributes) {
 
   EXPECT_EQ(contentsOf(file), "new");
   const auto after = statusOf(file);
-  EXPECT_EQ(test::aclOf(file), list);
+  EXPECT_EQ(scratch_.printedBy("lists a/file"), list);
   EXPECT_EQ(std::tuple(after.st_mode, after.st_uid, after.st_gid),
             std::tuple(before.st_mode, 1234u, 4321u));
   EXPECT_NE(after.st_ino, before.st_ino);
@@ -55,13 +54,12 @@ TEST_F(SystemFileOperationsTest, NewContentsGetTheOldAttributes) {
 TEST_F(SystemFileOperationsTest, TypeAndCreatorAreKeptAndOtherAttributesAreNot) {
   const auto file = scratch_.file("file");
   // "TYPE", "CREA", a flag and what else there may be.
-  const auto record = "0x54595045435245414000" + std::string(44, '7');
-  const auto set = "setfattr -n user.other -v 1 '" + file + "' && setfattr -v " + record +
-                   " -n user.com.apple.FinderInfo '" + file + "'";
-  if (!test::run({"sh", "-c", set})) GTEST_SKIP() << "needs attributes";
+  const auto record = "54595045435245414000" + std::string(44, '7');
+  const auto set = "attribute user.other 1 file; setrecord " + record + " file";
+  if (!scratch_.tryToMake(set)) GTEST_SKIP() << "needs attributes";
   EXPECT_EQ(overwrite(file, "new", keepBackup), success);
-  EXPECT_EQ(test::printed("getfattr --absolute-names -d -e hex '" + file + "' | grep user"),
-            "user.com.apple.FinderInfo=0x5459504543524541" + std::string(48, '0') + "\n");
+  EXPECT_EQ(scratch_.printedBy("record file"), "5459504543524541" + std::string(48, '0') + "\n");
+  EXPECT_EQ(scratch_.printedBy("attributes file").find("other"), std::string::npos);
 }
 
 TEST_F(SystemFileOperationsTest, WhatCannotBeReplacedIsRefused) {

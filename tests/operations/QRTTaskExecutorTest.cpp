@@ -43,7 +43,7 @@ TEST_F(TaskExecutor, TheDelegateIsToldEachStepInOrder) {
   EXPECT_EQ(
       executor.executeProgramAtPath("/bin/sh", {"-c", "echo x; sleep 0.1; echo y >&2; exit 3"}), 3);
   witness.note("after", executor);
-  EXPECT_EQ(executor.executeProgramAtPath("/bin/true", {}), 0);
+  EXPECT_EQ(executor.executeProgramAtPath("/usr/bin/true", {}), 0);
   EXPECT_EQ(witness.events,
             (Texts{"will open open open", "did open open open", "output:x\n", "error:y\n",
                    "output:", "error:", "after - - -", "will open open open", "did open open open",

@@ -9,9 +9,12 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "PortTools.h"
 
 namespace qrt::test {
 
@@ -66,16 +69,21 @@ class ScratchFolder {
   ScratchFolder(const ScratchFolder&) = delete;
   ScratchFolder& operator=(const ScratchFolder&) = delete;
   ~ScratchFolder() {
-    for (const auto& flagged : flagged_) changeFlagsOf(flagged, "-ia");
+    if (isFlagged_) make("unflag .");
     run({"rm", "-rf", path_});
   }
 
   const std::string& path() const { return path_; }
   std::string path(std::string_view name) const { return path_ + "/" + std::string(name); }
 
-  /// Makes what a shell script makes in the folder.
-  void make(const std::string& script) const {
-    EXPECT_TRUE(run({"sh", "-ec", "cd " + path_ + "; " + script})) << script;
+  /// Makes what a shell script makes in the folder; the script may use `shellWords`.
+  void make(const std::string& script) const { EXPECT_TRUE(tryToMake(script)) << script; }
+  bool tryToMake(const std::string& script) const {
+    return run({"sh", "-ec", shellWords + ("cd " + path_ + "; " + script)});
+  }
+  /// What such a script prints.
+  std::string printedBy(const std::string& script) const {
+    return printed(shellWords + ("cd " + path_ + "; " + script));
   }
   std::string folder(std::string_view name) const {
     EXPECT_EQ(mkdir(path(name).c_str(), 0755), 0) << name;
@@ -93,31 +101,26 @@ class ScratchFolder {
     return path(name);
   }
 
-  /// With the system's tool: `change` is "+" or "-" and letters, "i" for immutable, "a" for
-  /// append-only. False where flags are not supported.
+  /// With the system's tool: `change` is "+" or "-" and "i" for immutable or "a" for append-only.
+  /// False where flags are not supported.
   bool changeFlags(std::string_view name, const std::string& change) {
-    flagged_.push_back(path(name));
-    return changeFlagsOf(path(name), change);
+    isFlagged_ = true;
+    const auto file = " '" + std::string(name) + "'";
+    return tryToMake(change[0] == '-' ? "unflag" + file : "flag " + change.substr(1) + file);
+  }
+
+  /// Sets both times of an object, of a link itself, to so many hours before now.
+  void age(std::string_view name, int hours) const {
+    const timespec time{::time(nullptr) - hours * 3600L, 0};
+    const timespec times[] = {time, time};
+    EXPECT_EQ(utimensat(AT_FDCWD, path(name).c_str(), times, AT_SYMLINK_NOFOLLOW), 0) << name;
   }
 
  private:
-  static bool changeFlagsOf(const std::string& path, const std::string& change) {
-#ifdef __APPLE__
-    std::string names;
-    for (const char letter : change.substr(1)) {
-      if (!names.empty()) names += ",";
-      if (change[0] == '-') names += "no";
-      names += letter == 'i' ? "uchg" : "uappnd";
-    }
-    return run({"chflags", names, path});
-#else
-    return run({"chattr", change, path});
-#endif
-  }
   static std::string defaultPlace() { return access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp"; }
 
   std::string path_;
-  std::vector<std::string> flagged_;
+  bool isFlagged_ = false;
 };
 
 }  // namespace qrt::test

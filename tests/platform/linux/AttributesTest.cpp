@@ -4,7 +4,7 @@
 #include "platform/FileSystem.h"
 #include "platform/NativePlatform.h"
 #include "platform/linux/ObjectPermissions.h"
-#include "support/AclText.h"
+#include "AclText.h"
 #include "support/Mounts.h"
 
 namespace qrt {

@@ -1,5 +1,5 @@
 #include "filesystem/OperationFixture.h"
-#include "support/AclText.h"
+#include "AclText.h"
 #include "support/Mounts.h"
 #include "support/RecordingLog.h"
 
