@@ -109,7 +109,7 @@ PosixCode LinuxFileSystem::copyContents(const HeldObject& from, OpenFile& to) {
   if (status->type() != file_type::regular) return PosixCode::invalidArgument;
   const auto file = openForReading(from.descriptor());
   if (!file) return file.error();
-  return qrt::copyContents(file->get(), to.descriptor());
+  return qrt::copyContents(file->get(), to.descriptor(), NoData::isHole);
 }
 
 PosixCode LinuxFileSystem::synchronize(const Folder& onFileSystem) {

@@ -195,7 +195,7 @@ PosixCode MacosFileSystem::copyContents(const HeldObject& from, OpenFile& to) {
   const auto status = from.status();
   if (!status) return status.error();
   const bool isOpen = from.name().empty() && status->type() == file_type::regular;
-  return isOpen ? qrt::copyContents(from.descriptor(), to.descriptor())
+  return isOpen ? qrt::copyContents(from.descriptor(), to.descriptor(), NoData::isUnknown)
                 : PosixCode::invalidArgument;
 }
 

@@ -20,10 +20,14 @@ struct Stretch {
 };
 
 /// The first stretch at or after `from`; an empty one at `size` when there is none.
-Stretch nextStretch(int file, off_t from, off_t size) {
-  const auto begin = ::lseek(file, from, SEEK_DATA);
-  if (begin < 0) return errno == ENXIO ? Stretch{size, size} : Stretch{from, size};
-  const auto end = ::lseek(file, begin, SEEK_HOLE);
+template <class Seek>
+Stretch nextStretch(int file, off_t from, off_t size, NoData noData, Seek seek) {
+  const auto begin = seek(file, from, SEEK_DATA);
+  if (begin < 0) {
+    const bool isHole = errno == ENXIO && noData == NoData::isHole;
+    return isHole ? Stretch{size, size} : Stretch{from, size};
+  }
+  const auto end = seek(file, begin, SEEK_HOLE);
   return {begin, end < 0 ? size : end};
 }
 
@@ -69,12 +73,12 @@ class Copy {
 
 }  // namespace
 
-PosixCode copyContents(int from, int to) {
+PosixCode copyContents(int from, int to, NoData noData, off_t (*seek)(int, off_t, int)) {
   struct stat status;
   if (::fstat(from, &status) != 0) return lastError();
   Copy copy(from, to);
   for (off_t position = 0; position < status.st_size;) {
-    const auto stretch = nextStretch(from, position, status.st_size);
+    const auto stretch = nextStretch(from, position, status.st_size, noData, seek);
     const auto code = copy.copy(stretch);
     if (code != PosixCode::success) return code;
     position = stretch.end;
