@@ -18,4 +18,6 @@ int replaceImage(const char* path, char* const arguments[], char* const environm
   return errno;
 }
 
+std::unique_ptr<ProgramActivity> beginProgramActivity() { return nullptr; }
+
 }  // namespace qrt

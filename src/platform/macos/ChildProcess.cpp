@@ -1,6 +1,7 @@
 #include "platform/posix/ChildProcess.h"
 
 #include <fcntl.h>
+#include <os/activity.h>
 #include <spawn.h>
 #include <unistd.h>
 
@@ -27,6 +28,31 @@ int replaceImage(const char* path, char* const arguments[], char* const environm
     posix_spawn_file_actions_addinherit_np(&actions, stream);
   }
   return posix_spawn(nullptr, path, &actions, &attributes, arguments, environment);
+}
+
+namespace {
+
+class RunningProgram final : public ProgramActivity {
+ public:
+  RunningProgram()
+      : activity_(os_activity_create("Running external program.", OS_ACTIVITY_CURRENT,
+                                     OS_ACTIVITY_FLAG_DEFAULT)) {
+    os_activity_scope_enter(activity_, &scope_);
+  }
+  ~RunningProgram() override {
+    os_activity_scope_leave(&scope_);
+    os_release(activity_);
+  }
+
+ private:
+  const os_activity_t activity_;
+  os_activity_scope_state_s scope_{};
+};
+
+}  // namespace
+
+std::unique_ptr<ProgramActivity> beginProgramActivity() {
+  return std::make_unique<RunningProgram>();
 }
 
 }  // namespace qrt

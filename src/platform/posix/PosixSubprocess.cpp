@@ -156,6 +156,8 @@ class PosixSubprocess : public Subprocess {
   /// The child's way to report why its program did not start.
   Pipe report_;
   pid_t child_ = 0;
+  /// While the program runs.
+  std::unique_ptr<ProgramActivity> activity_;
   /// What is polled, in the order of `StandardStream`; -1 for a stream that has ended.
   std::array<pollfd, 2> streams_{};
   std::vector<std::uint8_t> piece_;
@@ -164,6 +166,7 @@ class PosixSubprocess : public Subprocess {
 PosixCode PosixSubprocess::launch(const ProgramLaunch& program) {
   auto texts = argumentsFor(program);
   if (std::any_of(texts.begin(), texts.end(), holdsZeroByte)) return PosixCode::invalidArgument;
+  activity_ = beginProgramActivity();
   const StringVector arguments(std::move(texts));
   const StringVector environment(environmentFor(program));
   const std::array<int, 3> streams{input_.readingEnd.get(), output_.writingEnd.get(),
@@ -204,6 +207,7 @@ std::int32_t PosixSubprocess::waitUntilExit(const Sink& sink) {
     const auto result = waitFor(child_, &status, bothEnded() ? 0 : WNOHANG);
     if (result != 0) {
       child_ = 0;
+      activity_.reset();
       if (result < 0) return -1;
       return WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
     }
