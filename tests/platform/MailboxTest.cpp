@@ -43,6 +43,16 @@ TEST(Mailbox, AnInterruptionEndsOneWait) {
   EXPECT_TRUE(mailbox.performUntil([&] { return isOver; }));
 }
 
+TEST(Mailbox, ALimitEndsAWait) {
+  using namespace std::chrono_literals;
+  Mailbox mailbox;
+  EXPECT_FALSE(mailbox.performUntil([] { return false; }, 20ms));
+  bool isOver = false;
+  std::thread posting([&] { mailbox.post([&] { isOver = true; }); });
+  EXPECT_TRUE(mailbox.performUntil([&] { return isOver; }, 60s));
+  posting.join();
+}
+
 /// a: the daemon's connection is accepted; p, f: it brings progress, the final message; e: it ends;
 /// L: the client's last call arrives.
 TEST(FeedbackIntake, WaitsForTheConnectionsBeforeTheLastCall) {

@@ -1,5 +1,6 @@
 #include "platform/macos/MacosFeedbackConnection.h"
 
+#include "platform/macos/CFValue.h"
 #include "platform/macos/XPCProtocols.h"
 #include "platform/macos/XPCValue.h"
 #include "protocol/FeedbackMessage.h"
@@ -28,8 +29,14 @@ Outcome MacosFeedbackConnection::open(Dictionary firstMessage) {
   const auto failure = std::make_shared<FirstFailure>();
   id<QRTPrivilegedOperationFeedbackProtocol> requestor =
       [connection_ remoteObjectProxyWithErrorHandler:^(NSError* error) {
+        auto outcome = outcomeFrom(error);
+        // Errors of the system make their descriptions up when they are asked.
+        if (outcome) {
+          outcome->userInfo.emplace(localizedDescriptionKey,
+                                    textFrom((__bridge CFStringRef)error.localizedDescription));
+        }
         const std::lock_guard lock(failure->mutex);
-        failure->outcome = outcomeFrom(error);
+        failure->outcome = std::move(outcome);
       }];
   [requestor processPrivilegedOperationFeedback:xpcDictionary(firstMessage)];
   const std::lock_guard lock(failure->mutex);

@@ -1,6 +1,7 @@
 #include "platform/macos/Mailbox.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -39,7 +40,14 @@ void Mailbox::interrupt() {
   errno = error;
 }
 
-bool Mailbox::waitForWake() {
+bool Mailbox::waitForWake(std::optional<Clock::time_point> deadline) {
+  if (deadline) {
+    using std::chrono::milliseconds;
+    const auto left = std::chrono::ceil<milliseconds>(*deadline - Clock::now()).count();
+    pollfd waiting{readingEnd_.get(), POLLIN, 0};
+    const int ready = left > 0 ? poll(&waiting, 1, static_cast<int>(left)) : 0;
+    if (ready <= 0) return ready < 0 && errno == EINTR;
+  }
   char bytes[64];
   const auto count = read(readingEnd_.get(), bytes, sizeof bytes);
   return count > 0 || (count < 0 && errno == EINTR);
@@ -51,8 +59,17 @@ std::vector<Mailbox::Task> Mailbox::takePosted() {
 }
 
 bool Mailbox::performUntil(const std::function<bool()>& isOver) {
+  return perform(isOver, std::nullopt);
+}
+
+bool Mailbox::performUntil(const std::function<bool()>& isOver, std::chrono::milliseconds limit) {
+  return perform(isOver, Clock::now() + limit);
+}
+
+bool Mailbox::perform(const std::function<bool()>& isOver,
+                      std::optional<Clock::time_point> deadline) {
   while (!isOver()) {
-    if (!waitForWake() || isInterrupted_.exchange(false)) return false;
+    if (!waitForWake(deadline) || isInterrupted_.exchange(false)) return false;
     for (const auto& task : takePosted()) task();
   }
   return true;

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 #include "platform/FileDescriptor.h"
@@ -29,9 +31,14 @@ class Mailbox {
   /// interrupted before.
   bool performUntil(const std::function<bool()>& isOver);
 
+  /// The same for no longer than `limit`; false as well when that is over.
+  bool performUntil(const std::function<bool()>& isOver, std::chrono::milliseconds limit);
+
  private:
   void wake();
-  bool waitForWake();
+  using Clock = std::chrono::steady_clock;
+  bool waitForWake(std::optional<Clock::time_point> deadline);
+  bool perform(const std::function<bool()>& isOver, std::optional<Clock::time_point> deadline);
   std::vector<Task> takePosted();
 
   FileDescriptor readingEnd_;

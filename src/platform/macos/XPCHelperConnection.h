@@ -45,6 +45,8 @@ class XPCHelperConnection : public HelperConnection {
 
   NSXPCConnection* const connection_;
   const std::shared_ptr<Mailbox> mailbox_;
+  /// Set by the mailbox's tasks when the connection breaks.
+  const std::shared_ptr<bool> hasHelperEnded_ = std::make_shared<bool>(false);
   OwnAuthorization authorization_;
 };
 

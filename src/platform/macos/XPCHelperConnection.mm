@@ -11,6 +11,8 @@ namespace qrt {
 namespace {
 
 constexpr std::chrono::milliseconds timeToSend{100};
+/// What a helper takes to end after its last client has left.
+constexpr std::chrono::milliseconds timeToEnd{100};
 
 bool tellsThatHelperIsGone(const Error& error) {
   return error.domain == cocoaErrorDomain &&
@@ -30,6 +32,11 @@ XPCHelperConnection::XPCHelperConnection(NSXPCConnection* connection,
                                          std::shared_ptr<Mailbox> mailbox)
     : connection_(connection), mailbox_(std::move(mailbox)) {
   connection_.remoteObjectInterface = helperXPCInterface();
+  const auto hasEnded = hasHelperEnded_;
+  const auto box = mailbox_;
+  connection_.interruptionHandler = connection_.invalidationHandler = ^{
+    box->post([hasEnded] { *hasEnded = true; });
+  };
   [connection_ resume];
 }
 
@@ -75,7 +82,10 @@ Outcome XPCHelperConnection::registerClientWithPID(std::int32_t identifier) {
 }
 
 Outcome XPCHelperConnection::unregisterClientWithPID(std::int32_t identifier) {
+  *hasHelperEnded_ = false;
   [Helper(connection_.remoteObjectProxy) unregisterClientWithPID:identifier];
+  // A further message to a helper that has ended would start it again.
+  if (mailbox_->performUntil([this] { return *hasHelperEnded_; }, timeToEnd)) return success;
   auto failure = untilTaken();
   const bool hasHelperEnded = failure && tellsThatHelperIsGone(*failure);
   return hasHelperEnded ? success : failure;

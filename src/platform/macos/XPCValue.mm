@@ -53,7 +53,10 @@ NSDictionary* xpcDictionary(const Dictionary& dictionary) {
 NSArray* xpcArray(const Array& array) { return released(cfValue(changed(array, encodeWireText))); }
 
 NSError* xpcError(const Outcome& outcome) {
-  return outcome ? released(cfError(changed(*outcome, encodeWireText))) : nil;
+  if (!outcome) return nil;
+  // Nil would be success.
+  NSError* const error = released(cfError(changed(*outcome, encodeWireText)));
+  return error ? error : [NSError errorWithDomain:NSPOSIXErrorDomain code:ENOMEM userInfo:nil];
 }
 
 std::optional<Array> arrayFrom(NSArray* array) {
