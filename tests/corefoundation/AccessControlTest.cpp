@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/acl.h>
 
+#include "platform/macos/CommonAttribute.h"
 #include "platform/macos/MacosAccessControl.h"
 #include "support/ScratchFolder.h"
 
@@ -43,6 +44,19 @@ TEST(MacosAccessControl, ListsTravelInExternalForm) {
     form.resize(size);
     EXPECT_EQ(control.internalized(form).error(), PosixCode::invalidArgument) << size;
   }
+}
+
+TEST(CommonAttribute, FlagsThatAFileSystemDoesNotKeepAreNotSupported) {
+  const auto set = [](std::uint32_t before, std::uint32_t wanted, std::uint32_t after) {
+    FileStatus current, changed;
+    current.flags = before;
+    changed.flags = after;
+    return common_attribute::confirmed(PosixCode::success, current, wanted,
+                                       [&]() -> PosixResult<FileStatus> { return changed; });
+  };
+  EXPECT_EQ(set(0, 2, 2), PosixCode::success);
+  EXPECT_EQ(set(6, 2, 2), PosixCode::success);
+  EXPECT_EQ(set(0, 2, 0), PosixCode::notSupported);
 }
 
 }  // namespace

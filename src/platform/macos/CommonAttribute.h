@@ -46,4 +46,15 @@ inline std::uint32_t flagsToWrite(const FileStatus& current, std::uint32_t wante
   return (wanted & ~ofContents) | (current.flags & ofContents);
 }
 
+/// The outcome of writing `flags`. A file system that cannot keep flags lets the call succeed:
+/// `look` reads the object's status again when there was a flag to set.
+template <class Look>
+PosixCode confirmed(PosixCode code, const FileStatus& current, std::uint32_t flags, Look look) {
+  const auto set = flags & ~current.flags;
+  if (code != PosixCode::success || set == 0) return code;
+  const PosixResult<FileStatus> after = look();
+  if (!after) return after.error();
+  return (after->flags & set) == set ? code : PosixCode::notSupported;
+}
+
 }  // namespace qrt::common_attribute

@@ -35,8 +35,10 @@ PosixCode HeldObject::setPermissions(std::uint32_t permissions) const {
 /// accepts changes.
 PosixCode HeldObject::setFlags(const FileStatus& current, std::uint32_t wanted) const {
   const auto flags = common_attribute::flagsToWrite(current, wanted);
-  if (name_.empty()) return common_attribute::set(descriptor(), ATTR_CMN_FLAGS, flags);
-  return common_attribute::set(descriptor(), name_.c_str(), FSOPT_NOFOLLOW, ATTR_CMN_FLAGS, flags);
+  const auto code = name_.empty() ? common_attribute::set(descriptor(), ATTR_CMN_FLAGS, flags)
+                                  : common_attribute::set(descriptor(), name_.c_str(),
+                                                          FSOPT_NOFOLLOW, ATTR_CMN_FLAGS, flags);
+  return common_attribute::confirmed(code, current, flags, [this] { return status(); });
 }
 
 }  // namespace qrt

@@ -129,8 +129,9 @@ PosixCode MacosFileSystem::setFlags(FileAt object, Links links, const FileStatus
   if (wanted == current.flags && !mayRefuse && sharesMountOfFolder && !object.folder.isReadOnly()) {
     return PosixCode::success;
   }
-  return setAttribute(object, links, ATTR_CMN_FLAGS,
-                      common_attribute::flagsToWrite(current, wanted));
+  const auto flags = common_attribute::flagsToWrite(current, wanted);
+  const auto code = setAttribute(object, links, ATTR_CMN_FLAGS, flags);
+  return common_attribute::confirmed(code, current, flags, [&] { return status(object, links); });
 }
 
 PosixResult<Data> MacosFileSystem::readFile(FileAt object, std::size_t limit) {
