@@ -7,6 +7,7 @@
 #include "operations/OperationCatalogue.h"
 #include "operations/OperationException.h"
 #include "operations/QRTPrivilegedOperationSet.h"
+#include "platform/ForeignException.h"
 #include "platform/Platform.h"
 #include "protocol/FeedbackMessage.h"
 #include "protocol/Names.h"
@@ -227,7 +228,9 @@ Outcome RequestPipeline::run(const Request& request) const {
     name = typeid(exception).name();
     reason = exception.what();
   } catch (...) {
-    // Nothing is known about it.
+    const auto foreign = handledForeignException();
+    name = foreign.name;
+    reason = foreign.reason;
   }
   request.log.error(
       "The exception '%{public}s' occurred while trying to execute the privileged operation: "

@@ -5,6 +5,7 @@
 #include <limits>
 #include <thread>
 
+#include "platform/ForeignException.h"
 #include "platform/macos/ExportedHelper.h"
 #include "platform/macos/MacosAuthority.h"
 #include "platform/macos/XPCHelperConnection.h"
@@ -197,6 +198,16 @@ TEST_F(XPCTransportTest, AnInterruptionEndsTheCallAndNotTheNext) {
   interrupter.join();
   EXPECT_EQ(outcome, posixError(PosixCode::interrupted));
   EXPECT_EQ(connection_->getVersionString().value(), "1.6");
+}
+
+TEST(ForeignException, AnNSExceptionHasItsNameAndReason) {
+  try {
+    [NSException raise:@"SomeName" format:@"reason %d", 1];
+  } catch (...) {
+    const auto exception = handledForeignException();
+    EXPECT_EQ(exception.name, "SomeName");
+    EXPECT_EQ(exception.reason, "reason 1");
+  }
 }
 
 }  // namespace
