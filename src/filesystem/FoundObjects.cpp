@@ -5,6 +5,7 @@
 
 #include "filesystem/FileObjectInfo.h"
 #include "filesystem/PathText.h"
+#include "platform/ReportedPath.h"
 #include "protocol/FeedbackConnection.h"
 #include "protocol/FeedbackMessage.h"
 
@@ -21,8 +22,8 @@ FeedbackBlock sendingTo(FeedbackConnection* feedback) {
   };
 }
 
-FoundObjects::FoundObjects(std::string base, FeedbackBlock send)
-    : base_(std::move(base)), send_(std::move(send)) {
+FoundObjects::FoundObjects(const std::string& base, FeedbackBlock send)
+    : base_(reportedPath(base)), send_(std::move(send)) {
   records_.reserve(enough);
 }
 

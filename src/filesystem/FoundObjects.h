@@ -20,7 +20,7 @@ FeedbackBlock sendingTo(FeedbackConnection* feedback);
 /// Collects records and sends them in messages that are neither huge nor countless.
 class FoundObjects {
  public:
-  FoundObjects(std::string base, FeedbackBlock send);
+  FoundObjects(const std::string& base, FeedbackBlock send);
 
   /// `path` is relative to the base of the search.
   void add(const std::string& path, const FileStatus& status);

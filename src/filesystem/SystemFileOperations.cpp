@@ -10,6 +10,7 @@
 #include "filesystem/ItemMove.h"
 #include "filesystem/PathText.h"
 #include "operations/PrivilegedOperationError.h"
+#include "platform/ReportedPath.h"
 
 namespace qrt::SystemFileOperations {
 namespace {
@@ -164,7 +165,7 @@ Outcome overwriteSystemFileAtPath(const ItemContext& context, const std::string&
   if (!resolved) return posixError(resolved.error());
   const auto file = locateWithoutLinks(context.files, *resolved);
   if (!file) return posixError(file.error());
-  return Replacement(context, *file, std::move(*resolved)).perform(*withContent, removeBackup);
+  return Replacement(context, *file, reportedPath(*resolved)).perform(*withContent, removeBackup);
 }
 
 Outcome performOperationModifySystemfileWithArguments(const ItemContext& context,

@@ -66,6 +66,15 @@ TEST_F(NativeObjectsTest, RecursiveRemovalGetsPastFlagsAndLists) {
   EXPECT_FALSE(test::exists(scratch_.path("top")));
 }
 
+TEST_F(NativeObjectsTest, FoundObjectsAreReportedWithoutPrivate) {
+  const test::ScratchFolder folder("/private/tmp");
+  folder.file("found");
+  EXPECT_EQ(perform("SearchFilenames", {folder.path(), "found", "", false}), success);
+  const auto path = folder.path("found").substr(std::string("/private").size());
+  ASSERT_EQ(records().size(), 1u);
+  EXPECT_EQ(records()[0].dictionary()->at("Path"), PropertyValue(path));
+}
+
 TEST_F(NativeObjectsTest, ClassicAttributesAreThoseThatTheFinderReads) {
   const auto file = scratch_.file("file");
   EXPECT_EQ(perform("ModifyHfsattr", {file, 0x54595045, 0x43524541, 1}), success);

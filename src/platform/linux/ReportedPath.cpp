@@ -1,0 +1,7 @@
+#include "platform/ReportedPath.h"
+
+namespace qrt {
+
+std::string reportedPath(const std::string& resolved) { return resolved; }
+
+}  // namespace qrt
