@@ -1,7 +1,7 @@
 #include <sstream>
 
+#include "AclText.h"
 #include "filesystem/OperationFixture.h"
-#include "support/AclText.h"
 #include "support/Mounts.h"
 
 namespace qrt {
