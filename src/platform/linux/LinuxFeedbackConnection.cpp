@@ -82,8 +82,7 @@ Outcome LinuxFeedbackConnection::connect() {
   static const sd_bus_vtable bus[] = {
       SD_BUS_VTABLE_START(0), SD_BUS_METHOD("Hello", "", "s", hello, SD_BUS_VTABLE_UNPRIVILEGED),
       SD_BUS_VTABLE_END};
-  sd_bus_add_object_vtable(wire_->bus(), nullptr, "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                           bus, this);
+  wire_->addObject("/org/freedesktop/DBus", "org.freedesktop.DBus", bus, this);
   if (!wire_->handshake()) return invalid("Nobody answered at the feedback endpoint.");
   // A library that says Hello takes the first message that it gets for the answer.
   wire_->stepUntil([this] { return wasGreeted_; }, Clock::now() + greetingPatience);

@@ -50,8 +50,7 @@ class FeedbackReceiver {
         SD_BUS_METHOD_WITH_ARGS(wire::feedbackMethod, SD_BUS_ARGS("a{sv}", message),
                                 SD_BUS_NO_RESULT, receive, SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END};
-    sd_bus_add_object_vtable(wire_->bus(), nullptr, wire::feedbackPath, wire::feedbackInterface,
-                             methods, this);
+    wire_->addObject(wire::feedbackPath, wire::feedbackInterface, methods, this);
   }
 
   int socket() const { return wire_->socket(); }

@@ -169,7 +169,7 @@ void ServedConnection::exportObjects() {
                            Export{wire::helperPath, wire::helperInterface, helper},
                            Export{wire::helperPath, wire::authorityInterface, authority}};
   for (const auto& [path, interface, methods] : exports) {
-    sd_bus_add_object_vtable(wire_->bus(), nullptr, path, interface, methods, this);
+    wire_->addObject(path, interface, methods, this);
   }
 }
 

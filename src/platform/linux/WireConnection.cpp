@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <mutex>
 
 #include "platform/posix/NativeError.h"
 
@@ -93,6 +94,14 @@ short WireConnection::pollEvents() const {
 WireReader WireConnection::arguments() const {
   const auto body = std::span(received_).subspan(frame_.headerLength, frame_.bodyLength);
   return {body, frame_.bigEndian};
+}
+
+void WireConnection::addObject(const char* path, const char* interface,
+                               const sd_bus_vtable* methods, void* context) {
+  // libsystemd makes a key of its tables when the first one is filled, and guards it by nothing.
+  static std::mutex mutex;
+  const std::lock_guard lock(mutex);
+  sd_bus_add_object_vtable(bus_, nullptr, path, interface, methods, context);
 }
 
 ReceivedMessage WireConnection::takeMessage() {

@@ -70,6 +70,10 @@ class WireConnection {
   /// For messages, replies and objects. Never pumped by anyone but this class.
   sd_bus* bus() const { return bus_; }
 
+  /// Lets the peer call the methods of an object. The texts and the table outlive the connection.
+  void addObject(const char* path, const char* interface, const sd_bus_vtable* methods,
+                 void* context);
+
   /// The arguments of the message that is being dispatched. Handlers read them here: of a large
   /// message libsystemd has the header only.
   WireReader arguments() const;

@@ -69,11 +69,14 @@ class Attackers {
     }
     processes_.push_back(child);
   }
+  /// Waits until they have ended by themselves.
+  void join() {
+    for (const auto process : processes_) waitpid(process, nullptr, 0);
+    processes_.clear();
+  }
   ~Attackers() {
-    for (const auto process : processes_) {
-      kill(process, SIGKILL);
-      waitpid(process, nullptr, 0);
-    }
+    for (const auto process : processes_) kill(process, SIGKILL);
+    join();
   }
 
  private:
@@ -228,11 +231,11 @@ double callsOfARefusal(const DaemonProcess& daemon) {
     _exit(127);
   }
   std::this_thread::sleep_for(500ms);
-  attackers.add(firstAttacker, [&] {
+  Attackers refused;
+  refused.add(firstAttacker, [&] {
     for (int i = 0; i < refusals; ++i) RawClient(daemon.socketPath()).isClosedByPeer();
-    pause();
   });
-  std::this_thread::sleep_for(1s);
+  refused.join();
   kill(strace, SIGTERM);
   waitpid(strace, nullptr, 0);
   std::ifstream lines(trace);
