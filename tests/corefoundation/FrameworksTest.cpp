@@ -11,6 +11,7 @@
 #include "platform/macos/MacosSystemConfiguration.h"
 #include "platform/macos/MacosUserDirectory.h"
 #include "platform/macos/OwnAuthorization.h"
+#include "support/RecordingLog.h"
 #include "support/ScratchFolder.h"
 
 namespace qrt {
@@ -145,19 +146,20 @@ TEST(MacosCodeSigning, InformationAndComplaintsAreCopied) {
 
 TEST(MacosAuthority, ReferencesAndRightsAreTheSystems) {
   MacosAuthority authority;
+  test::RecordingLog log;
   {
     OwnAuthorization own;
     const auto data = own.externalForm();
     AuthorizationExternalForm form{};
     std::copy(data->begin(), data->end(), form.begin());
-    const auto authorization = authority.createFromExternalForm({}, form);
+    const auto authorization = authority.createFromExternalForm({}, form, log);
     ASSERT_TRUE(authorization);
     char value[] = "why";
     AuthorizationItem item{"prompt", 3, value, 0};
     EXPECT_EQ((*authorization)->copyRight("right", {1, &item}, 0), AuthorizationStatus::denied);
     EXPECT_EQ(fakeAuthorizations.asked, "right prompt=why");
     form.fill(0);
-    EXPECT_FALSE(authority.createFromExternalForm({}, form));
+    EXPECT_FALSE(authority.createFromExternalForm({}, form, log));
     EXPECT_EQ(fakeAuthorizations.freedWith, authorization_flag::destroyRights);
     EXPECT_EQ(fakeAuthorizations.references, 2);
   }

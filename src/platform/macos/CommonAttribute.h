@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "base/Result.h"
 #include "platform/FileStatus.h"
 #include "platform/posix/NativeError.h"
 
