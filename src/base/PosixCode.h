@@ -27,6 +27,7 @@ enum class PosixCode : std::int32_t {
   tooManyFiles = 24,
   noSpace = 28,
   readOnlyFileSystem = 30,
+  tooManyNames = 31,
   tryAgain = 35,
   notSupported = 45,
   timedOut = 60,

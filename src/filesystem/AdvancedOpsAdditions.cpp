@@ -50,15 +50,9 @@ class ImmutableFlagChange : public TreeVisitor {
   const std::optional<std::uint32_t> onlyFileSystem_;
 };
 
-/// What a failure to reach an object says about it.
-Outcome missing(PosixCode code) {
-  return posixError(isExhaustion(code) ? code : PosixCode::noEntry);
-}
-
-Outcome setUserImmutableBelow(FileSystem& files, FileAt object, bool value, bool stayOnFileSystem) {
-  std::optional<std::uint32_t> onlyFileSystem;
-  if (stayOnFileSystem) onlyFileSystem = fileSystemID(files, object);
-  const auto folder = files.openFolder(object, Links::follow);
+Outcome setUserImmutableBelow(FileSystem& files, const HeldObject& top, bool value,
+                              std::optional<std::uint32_t> onlyFileSystem) {
+  const auto folder = files.openFolder(top);
   if (!folder) return isExhaustion(folder.error()) ? posixOutcome(folder.error()) : success;
   ImmutableFlagChange change(files, value, onlyFileSystem);
   const auto failure = walkTree(files, {*folder, "."}, change);
@@ -67,35 +61,33 @@ Outcome setUserImmutableBelow(FileSystem& files, FileAt object, bool value, bool
 
 /// Reads, changes and writes the classic attributes.
 template <class Change>
-Outcome changeFinderInfo(const ItemContext& context, FileAt item, const std::string& path,
-                         Change change) {
-  auto info = FinderInfo::read(context, item, Links::follow);
+Outcome changeFinderInfo(const ItemContext& context, const HeldObject& item,
+                         const std::string& path, Change change) {
+  auto info = FinderInfo::read(context, item);
   if (!info) return fileWriteError(info.error(), path);
   change(*info);
-  const auto code = info->write(context, item, Links::follow);
+  const auto code = info->write(context, item);
   if (code == PosixCode::success) return success;
   return fileWriteError(code, path);
 }
 
 /// File systems that know hidden objects keep a flag for it; others have the record alone.
-Outcome changeHiddenFlag(FileSystem& files, FileAt item, const std::string& path, bool hidden) {
-  const auto held = files.hold(item, Links::follow);
-  if (!held && held.error() == PosixCode::notSupported) return success;
-  const auto status = held ? held->status() : held.error();
+Outcome changeHiddenFlag(const HeldObject& item, const std::string& path, bool hidden) {
+  const auto status = item.status();
   if (!status) return fileWriteError(status.error(), path);
   const auto wanted =
       hidden ? status->flags | file_flag::hidden : status->flags & ~file_flag::hidden;
-  const auto code = held->setFlags(*status, wanted);
+  const auto code = item.setFlags(*status, wanted);
   if (code == PosixCode::success || code == PosixCode::notSupported) return success;
   return fileWriteError(code, path);
 }
 
 }  // namespace
 
-Outcome createLinkAtPath(FileSystem& files, const std::string& path, const std::string& toTarget,
-                         bool asHardLink) {
-  if (asHardLink) return FileManager::linkItemAtPath(files, toTarget, path);
-  return FileManager::createSymbolicLinkAtPath(files, path, toTarget);
+Outcome createLinkAtPath(const ItemContext& context, const std::string& path,
+                         const std::string& toTarget, bool asHardLink) {
+  if (asHardLink) return FileManager::linkItemAtPath(context, toTarget, path);
+  return FileManager::createSymbolicLinkAtPath(context.files, path, toTarget);
 }
 
 Outcome setUserImmutableAtPath(FileSystem& files, const std::string& path, bool toValue,
@@ -104,31 +96,31 @@ Outcome setUserImmutableAtPath(FileSystem& files, const std::string& path, bool 
   if (const auto code = slashRefusal(files, path); code != PosixCode::success) {
     return posixError(code);
   }
-  const auto location = files.locate(path);
-  if (!location) return missing(location.error());
-  const auto target = files.status(location->at(), Links::follow);
-  if (!target) return missing(target.error());
-  const auto code =
-      QRTFileDeletionAdditions::setImmutableFlag(files, toValue, location->at(), true);
+  const auto target = FileManager::holdItemAtPath(files, path, Links::follow);
+  const auto status = target ? target->status() : target.error();
+  if (!status) return posixError(FileManager::reasonAtPath(files, path, status.error()));
+  const auto code = QRTFileDeletionAdditions::setImmutableFlag(toValue, *target, *status);
   if (code != PosixCode::success) return posixError(code);
-  if (!recursive || !target->isFolder()) return success;
-  return setUserImmutableBelow(files, location->at(), toValue, stayOnFileSystem);
+  if (!recursive || !status->isFolder()) return success;
+  std::optional<std::uint32_t> onlyFileSystem;
+  if (stayOnFileSystem) onlyFileSystem = fileSystemIDForPath(files, path);
+  return setUserImmutableBelow(files, *target, toValue, onlyFileSystem);
 }
 
 Outcome setMacAttributesAtPath(const ItemContext& context, const std::string& path,
                                std::uint32_t typeCode, std::uint32_t creatorCode, bool hidden) {
   if (path.empty()) return posixError(PosixCode::invalidArgument);
-  const auto item = context.files.locate(path);
+  const auto item = FileManager::holdItemAtPath(context.files, path, Links::follow);
   if (!item) return fileWriteError(item.error(), path);
-  auto outcome = changeFinderInfo(context, item->at(), path, [&](FinderInfo& info) {
+  auto outcome = changeFinderInfo(context, *item, path, [&](FinderInfo& info) {
     info.setTypeCode(typeCode);
     info.setCreatorCode(creatorCode);
   });
   if (outcome) return outcome;
-  outcome = changeFinderInfo(context, item->at(), path,
-                             [&](FinderInfo& info) { info.setHidden(hidden); });
+  outcome =
+      changeFinderInfo(context, *item, path, [&](FinderInfo& info) { info.setHidden(hidden); });
   if (outcome) return outcome;
-  return changeHiddenFlag(context.files, item->at(), path, hidden);
+  return changeHiddenFlag(*item, path, hidden);
 }
 
 std::uint32_t fileSystemIDForPath(FileSystem& files, const std::string& path) {

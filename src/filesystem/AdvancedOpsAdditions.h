@@ -13,8 +13,8 @@ namespace qrt {
 /// Success, or an error of the POSIX or Cocoa domain. An empty path is POSIX 22. Thread-safe.
 namespace AdvancedOpsAdditions {
 
-Outcome createLinkAtPath(FileSystem& files, const std::string& path, const std::string& toTarget,
-                         bool asHardLink);
+Outcome createLinkAtPath(const ItemContext& context, const std::string& path,
+                         const std::string& toTarget, bool asHardLink);
 
 /// Sets or clears the user immutable flag, of a link's target when the object is a link. Nothing at
 /// the path is POSIX 2. Recursively, everything below a folder follows: links there have their

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "filesystem/FileManager.h"
+#include "filesystem/FileManagerError.h"
 #include "filesystem/PathAsWritten.h"
 #include "filesystem/PathText.h"
 #include "operations/ArgumentConverters.h"
@@ -57,11 +58,13 @@ Outcome deleteContentsOfFolder(const DeletionContext& context, const std::string
   if (const auto code = slashRefusal(context.files, path); code != PosixCode::success) {
     return posixError(code);
   }
-  bool isFolder = false;
-  if (!FileManager::fileExistsAtPath(context.files, path, &isFolder)) return success;
-  if (!isFolder) return posixError(PosixCode::notDirectory);
-  auto folder = FileManager::openDirectoryAtPath(context.files, path);
-  if (!folder) return folder.error();
+  auto folder = FileManager::openFolderAtPath(context.files, path);
+  if (!folder) {
+    const auto reason = FileManager::reasonAtPath(context.files, path, folder.error());
+    if (reason == PosixCode::noEntry) return success;
+    if (reason == PosixCode::notDirectory) return posixError(reason);
+    return fileReadError(reason, path);
+  }
   const auto names = FileManager::contentsOfDirectory(*folder, path);
   if (!names) return names.error();
   for (const auto& name : *names) {

@@ -5,10 +5,35 @@
 namespace qrt::ExtendedAttributeAdditions {
 namespace {
 
-Links linksFor(bool notFollowing) { return notFollowing ? Links::stay : Links::follow; }
-
 Compression compressionFor(bool exposing) {
   return exposing ? Compression::exposed : Compression::hidden;
+}
+
+PosixResult<Dictionary> attributesOf(const ItemContext& context, const HeldObject& named,
+                                     const HeldObject& valued, Compression compression) {
+  const auto names = context.attributes.names(named, compression);
+  if (!names) return names.error();
+  Dictionary attributes;
+  for (const auto& name : *names) {
+    auto value = context.attributes.value(valued, name);
+    if (value && !value->empty()) attributes.insert_or_assign(name, std::move(*value));
+  }
+  return attributes;
+}
+
+/// The object or, unless links are not followed, its target. The target has to exist either way.
+Result<HeldObject> holdItem(FileSystem& files, const std::string& path, bool notFollowingLinks) {
+  const auto missing = [&](PosixCode code) {
+    return posixError(FileManager::reasonAtPath(files, path, code), path);
+  };
+  const auto location = files.locate(path);
+  if (!location) return missing(location.error());
+  auto target = files.hold(location->at(), Links::follow);
+  if (!target) return missing(target.error());
+  if (!notFollowingLinks) return std::move(*target);
+  auto item = files.hold(location->at(), Links::stay);
+  if (!item) return missing(item.error());
+  return std::move(*item);
 }
 
 Outcome outcome(PosixCode code, const std::string& path) {
@@ -22,25 +47,18 @@ Result<Dictionary> extendedAttributesForItemAtPath(const ItemContext& context,
                                                    const std::string& path, bool notFollowingLinks,
                                                    bool exposingFSCompression) {
   if (path.empty()) return posixError(PosixCode::invalidArgument);
-  if (!FileManager::fileExistsAtPath(context.files, path)) {
-    return posixError(PosixCode::noEntry, path);
-  }
-  return extendedAttributesForItem(context, path.c_str(), path, notFollowingLinks,
-                                   exposingFSCompression);
+  const auto named = holdItem(context.files, path, notFollowingLinks);
+  if (!named) return named.error();
+  const auto valued = holdItem(context.files, path, false);
+  if (!valued) return valued.error();
+  auto attributes = attributesOf(context, *named, *valued, compressionFor(exposingFSCompression));
+  if (!attributes) return posixError(attributes.error(), path);
+  return std::move(*attributes);
 }
 
-Result<Dictionary> extendedAttributesForItem(const ItemContext& context, FileAt item,
-                                             const std::string& path, bool notFollowingLinks,
-                                             bool exposingFSCompression) {
-  const auto names = context.attributes.names(item, linksFor(notFollowingLinks),
-                                              compressionFor(exposingFSCompression));
-  if (!names) return posixError(names.error(), path);
-  Dictionary attributes;
-  for (const auto& name : *names) {
-    auto value = context.attributes.value(item, Links::follow, name);
-    if (value && !value->empty()) attributes.insert_or_assign(name, std::move(*value));
-  }
-  return attributes;
+PosixResult<Dictionary> extendedAttributesForItem(const ItemContext& context,
+                                                  const HeldObject& item) {
+  return attributesOf(context, item, item, Compression::hidden);
 }
 
 Outcome setForItemAtPath(const ItemContext& context, const std::string& path, const Data& value,
@@ -48,24 +66,19 @@ Outcome setForItemAtPath(const ItemContext& context, const std::string& path, co
   if (path.empty() || value.empty() || ofExtendedAttribute.empty()) {
     return posixError(PosixCode::invalidArgument);
   }
-  if (!FileManager::fileExistsAtPath(context.files, path)) {
-    return posixError(PosixCode::noEntry, path);
-  }
-  return outcome(
-      context.attributes.set(path.c_str(), linksFor(notFollowingLinks), ofExtendedAttribute, value),
-      path);
+  const auto item = holdItem(context.files, path, notFollowingLinks);
+  if (!item) return item.error();
+  return outcome(context.attributes.set(*item, ofExtendedAttribute, value), path);
 }
 
 Outcome removeFromItemAtPath(const ItemContext& context, const std::string& path,
                              const std::string& extendedAttribute, bool notFollowingLinks,
                              bool includingFSCompression) {
   if (path.empty() || extendedAttribute.empty()) return posixError(PosixCode::invalidArgument);
-  if (!FileManager::fileExistsAtPath(context.files, path)) {
-    return posixError(PosixCode::noEntry, path);
-  }
+  const auto item = holdItem(context.files, path, notFollowingLinks);
+  if (!item) return item.error();
   return outcome(
-      context.attributes.remove(path.c_str(), linksFor(notFollowingLinks), extendedAttribute,
-                                compressionFor(includingFSCompression)),
+      context.attributes.remove(*item, extendedAttribute, compressionFor(includingFSCompression)),
       path);
 }
 

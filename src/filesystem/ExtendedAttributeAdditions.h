@@ -18,10 +18,9 @@ namespace ExtendedAttributeAdditions {
 Result<Dictionary> extendedAttributesForItemAtPath(const ItemContext& context,
                                                    const std::string& path, bool notFollowingLinks,
                                                    bool exposingFSCompression);
-/// The same for an object whose folder is open; the path is for errors.
-Result<Dictionary> extendedAttributesForItem(const ItemContext& context, FileAt item,
-                                             const std::string& path, bool notFollowingLinks,
-                                             bool exposingFSCompression);
+/// The same of an object that is held. A link has its own names and values then.
+PosixResult<Dictionary> extendedAttributesForItem(const ItemContext& context,
+                                                  const HeldObject& item);
 
 Outcome setForItemAtPath(const ItemContext& context, const std::string& path, const Data& value,
                          const std::string& ofExtendedAttribute, bool notFollowingLinks);

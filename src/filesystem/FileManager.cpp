@@ -12,19 +12,29 @@ bool isPath(const std::string& text) { return text.find('\0') == std::string::np
 
 }  // namespace
 
+PosixResult<FileStatus> statusOfItemAtPath(FileSystem& files, const std::string& path) {
+  return isPath(path) ? files.status(path.c_str(), Links::follow) : PosixCode::noEntry;
+}
+
 bool fileExistsAtPath(FileSystem& files, const std::string& path, bool* isDirectory) {
-  if (!isPath(path)) return false;
-  const auto status = files.status(path.c_str(), Links::follow);
+  const auto status = statusOfItemAtPath(files, path);
   if (!status) return false;
   if (isDirectory != nullptr) *isDirectory = status->isFolder();
   return true;
 }
 
-Result<Folder> openDirectoryAtPath(FileSystem& files, const std::string& path) {
-  if (!isPath(path)) return fileReadError(PosixCode::noEntry, path);
-  auto folder = files.openFolder(path.c_str(), Links::follow);
-  if (!folder) return fileReadError(folder.error(), path);
-  return std::move(*folder);
+PosixResult<HeldObject> holdItemAtPath(FileSystem& files, const std::string& path, Links links) {
+  const auto location = files.locate(path);
+  return location ? files.hold(location->at(), links) : location.error();
+}
+
+PosixResult<Folder> openFolderAtPath(FileSystem& files, const std::string& path) {
+  return isPath(path) ? files.openFolder(path.c_str(), Links::follow) : PosixCode::noEntry;
+}
+
+PosixCode reasonAtPath(FileSystem& files, const std::string& path, PosixCode failure) {
+  const bool isThere = isExhaustion(failure) || fileExistsAtPath(files, path);
+  return isThere ? failure : PosixCode::noEntry;
 }
 
 Result<std::vector<std::string>> contentsOfDirectory(Folder& folder, const std::string& path) {

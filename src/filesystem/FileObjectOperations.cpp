@@ -71,7 +71,8 @@ Outcome createFileSystemObjectAtPath(FileSystem& files, const std::string& path,
   if (creation->isFolder) {
     const auto folder = createFolder(files, path, creation->permissions);
     if (!folder) return fileWriteError(folder.error(), path);
-    return posixOutcome(files.setOwner({*folder, "."}, Links::stay, root, root));
+    const auto made = files.hold({*folder, "."}, Links::stay);
+    return posixOutcome(made ? made->setOwner(root, root) : made.error());
   }
   auto file = createFile(files, path, creation->permissions);
   if (!file) return fileCreationError(path);
@@ -93,11 +94,10 @@ Outcome performOperationInspectFileobjectWithArguments(const ItemContext& contex
                                                        const Array& arguments) {
   const auto& path = *arguments[0].string();
   if (path.empty()) return posixError(PosixCode::invalidArgument);
+  const auto status = FileManager::statusOfItemAtPath(context.files, path);
+  if (!status && isExhaustion(status.error())) return posixError(status.error());
   auto existence = ObjectExistence::none;
-  bool isFolder = false;
-  if (FileManager::fileExistsAtPath(context.files, path, &isFolder)) {
-    existence = isFolder ? ObjectExistence::folder : ObjectExistence::other;
-  }
+  if (status) existence = status->isFolder() ? ObjectExistence::folder : ObjectExistence::other;
   return privilegedOperationAnswer({{"ObjectExistence", static_cast<std::int64_t>(existence)}});
 }
 
@@ -108,8 +108,11 @@ Outcome performOperationTouchFileobjectWithArguments(const ItemContext& context,
   if (const auto code = slashRefusal(context.files, path); code != PosixCode::success) {
     return posixError(code);
   }
-  if (!FileManager::fileExistsAtPath(context.files, path)) return posixError(PosixCode::noEntry);
-  return posixOutcome(context.files.touch(path.c_str(), Links::follow));
+  const auto object = FileManager::holdItemAtPath(context.files, path, Links::follow);
+  if (!object) {
+    return posixError(FileManager::reasonAtPath(context.files, path, object.error()));
+  }
+  return posixOutcome(object->touch());
 }
 
 Outcome performOperationModifyProtectionWithArguments(const ItemContext& context,
@@ -128,9 +131,8 @@ Outcome performOperationModifyHfsattrWithArguments(const ItemContext& context,
 
 Outcome performOperationCreateLinkWithArguments(const ItemContext& context,
                                                 const Array& arguments) {
-  return AdvancedOpsAdditions::createLinkAtPath(context.files, *arguments[0].string(),
-                                                *arguments[1].string(),
-                                                arguments[2].number()->asBool());
+  return AdvancedOpsAdditions::createLinkAtPath(
+      context, *arguments[0].string(), *arguments[1].string(), arguments[2].number()->asBool());
 }
 
 }  // namespace qrt::FileObjectOperations

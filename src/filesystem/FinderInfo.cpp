@@ -14,6 +14,8 @@ constexpr std::size_t creatorOffset = 4;
 /// The first byte of the flags.
 constexpr std::size_t flagsOffset = 8;
 constexpr std::uint8_t invisible = 0x40;
+/// In the second byte of the flags.
+constexpr std::uint8_t extensionHidden = 0x10;
 
 std::uint32_t codeAt(const Data& record, std::size_t offset) {
   std::uint32_t code = 0;
@@ -27,16 +29,16 @@ void putCode(Data& record, std::size_t offset, std::uint32_t code) {
   }
 }
 
-/// What there is to find where no attribute can be is none.
+/// A file system without attributes counts as "no attribute".
 bool meansNone(PosixCode code) {
   return code == PosixCode::noAttribute || code == PosixCode::notSupported;
 }
 
 }  // namespace
 
-PosixResult<FinderInfo> FinderInfo::read(const ItemContext& context, FileAt item, Links links) {
+PosixResult<FinderInfo> FinderInfo::read(const ItemContext& context, const HeldObject& object) {
   FinderInfo info;
-  auto record = context.attributes.value(item, links, attributeName);
+  auto record = context.attributes.value(object, attributeName);
   if (record) {
     info.record_ = std::move(*record);
     info.record_.resize(size);
@@ -46,12 +48,22 @@ PosixResult<FinderInfo> FinderInfo::read(const ItemContext& context, FileAt item
   return info;
 }
 
-PosixCode FinderInfo::write(const ItemContext& context, FileAt item, Links links) const {
-  const bool saysNothing =
-      std::all_of(record_.begin(), record_.end(), [](std::uint8_t byte) { return byte == 0; });
-  if (!saysNothing) return context.attributes.set(item, links, attributeName, record_);
-  const auto code = context.attributes.remove(item, links, attributeName, Compression::hidden);
+PosixCode FinderInfo::write(const ItemContext& context, const HeldObject& object) const {
+  if (!isEmpty()) return context.attributes.set(object, attributeName, record_);
+  const auto code = context.attributes.remove(object, attributeName, Compression::hidden);
   return meansNone(code) ? PosixCode::success : code;
+}
+
+FinderInfo FinderInfo::withoutPlaceAndLook() const {
+  FinderInfo info;
+  info.setTypeCode(typeCode());
+  info.setCreatorCode(creatorCode());
+  info.record_[flagsOffset + 1] = record_[flagsOffset + 1] & extensionHidden;
+  return info;
+}
+
+bool FinderInfo::isEmpty() const {
+  return std::all_of(record_.begin(), record_.end(), [](std::uint8_t byte) { return byte == 0; });
 }
 
 std::uint32_t FinderInfo::typeCode() const { return codeAt(record_, typeOffset); }

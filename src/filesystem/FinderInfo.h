@@ -15,9 +15,9 @@ class FinderInfo {
   FinderInfo() : record_(size) {}
 
   /// The object's record; one that says nothing when it has none.
-  static PosixResult<FinderInfo> read(const ItemContext& context, FileAt item, Links links);
+  static PosixResult<FinderInfo> read(const ItemContext& context, const HeldObject& object);
   /// Removes the object's record when this one says nothing.
-  PosixCode write(const ItemContext& context, FileAt item, Links links) const;
+  PosixCode write(const ItemContext& context, const HeldObject& object) const;
 
   std::uint32_t typeCode() const;
   std::uint32_t creatorCode() const;
@@ -27,8 +27,11 @@ class FinderInfo {
   void setCreatorCode(std::uint32_t code);
   void setHidden(bool isHidden);
 
-  /// True when an object with this type and creator needs a record.
-  bool hasCodes() const { return typeCode() != 0 || creatorCode() != 0; }
+  /// Type, creator and whether the name is shown without its extension; neither what the object
+  /// looks like nor whether it is hidden.
+  FinderInfo withoutPlaceAndLook() const;
+
+  bool isEmpty() const;
 
  private:
   static constexpr std::size_t size = 32;

@@ -1,18 +1,43 @@
 #include "filesystem/ItemLinks.h"
 
+#include "base/Path.h"
 #include "filesystem/FileManagerError.h"
+#include "filesystem/TreeCopy.h"
 
 namespace qrt::FileManager {
 
-Outcome linkItemAtPath(FileSystem& files, const std::string& path, const std::string& toPath) {
+namespace {
+
+std::optional<TreeFailure> linkItem(const ItemContext& context, FileAt item, FileAt toItem) {
+  auto& files = context.files;
+  const auto held = files.hold(item, Links::stay);
+  const auto status = held ? held->status() : held.error();
+  if (!status) return TreeFailure{status.error(), {}};
+  if (status->isFolder()) return linkFolder(context, *held, toItem);
+  auto code = PosixCode::success;
+  if (status->isLink()) {
+    const auto target = files.linkTarget(*held);
+    code = target ? files.createLink(toItem, *target) : target.error();
+  } else {
+    code = files.createHardLink(toItem, item);
+  }
+  if (code == PosixCode::success) return std::nullopt;
+  return TreeFailure{code, {}};
+}
+
+}  // namespace
+
+Outcome linkItemAtPath(const ItemContext& context, const std::string& path,
+                       const std::string& toPath) {
+  auto& files = context.files;
   const auto item = files.locate(path);
   if (!item) return fileWriteError(item.error(), path, toPath);
   const auto toItem = files.locate(toPath);
   if (!toItem) return fileWriteError(toItem.error(), path, toPath);
   if (toItem->meansFolder) return fileWriteError(PosixCode::noEntry, path, toPath);
-  const auto code = files.createHardLink(toItem->at(), item->at());
-  if (code == PosixCode::success) return success;
-  return fileWriteError(code, path, toPath);
+  const auto failed = linkItem(context, item->at(), toItem->at());
+  if (!failed) return success;
+  return fileWriteError(failed->code, path::appending(path, failed->relativePath), toPath);
 }
 
 Outcome createSymbolicLinkAtPath(FileSystem& files, const std::string& path,

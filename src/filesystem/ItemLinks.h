@@ -4,12 +4,14 @@
 #include <string>
 
 #include "base/Error.h"
-#include "platform/FileSystem.h"
+#include "filesystem/ItemContext.h"
 
 namespace qrt::FileManager {
 
-/// Gives an object a second path. A link gets one itself, not its target; folders cannot.
-Outcome linkItemAtPath(FileSystem& files, const std::string& path, const std::string& toPath);
+/// Gives a file a second path. A folder has none: a new one is made with second paths for the items
+/// in it. A symbolic link is not followed; the new one has the same text.
+Outcome linkItemAtPath(const ItemContext& context, const std::string& path,
+                       const std::string& toPath);
 
 /// Makes a link that holds the destination as it is written.
 Outcome createSymbolicLinkAtPath(FileSystem& files, const std::string& path,

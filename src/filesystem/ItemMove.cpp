@@ -1,12 +1,14 @@
 #include "filesystem/ItemMove.h"
 
+#include <chrono>
 #include <memory>
 #include <optional>
-#include <random>
+#include <thread>
 #include <utility>
 
 #include "filesystem/FileManagerError.h"
 #include "filesystem/PathText.h"
+#include "filesystem/TemporaryName.h"
 #include "filesystem/TreeCopy.h"
 #include "filesystem/TreeRemoval.h"
 #include "filesystem/TreeWalk.h"
@@ -17,6 +19,15 @@ namespace {
 constexpr const char* stagedName = "item";
 constexpr std::uint32_t ownerOnly = 0700;
 constexpr std::uint32_t hinderingFlags = file_flag::userImmutable | file_flag::userAppendOnly;
+/// With one of these an object cannot be moved.
+constexpr std::uint32_t fixingFlags = hinderingFlags | file_flag::systemImmutable |
+                                      file_flag::systemAppendOnly | file_flag::restricted |
+                                      file_flag::noUnlink;
+
+std::optional<TreeFailure> failure(PosixCode code) {
+  if (code == PosixCode::success) return std::nullopt;
+  return TreeFailure{code, {}};
+}
 
 /// Clears the flags that keep objects from being removed.
 class FlagClearing : public TreeVisitor {
@@ -29,28 +40,42 @@ class FlagClearing : public TreeVisitor {
     return Next::enter;
   }
 
+ private:
   PosixCode clear(FileAt object) {
     const auto status = files_.status(object, Links::stay);
     if (!status) return status.error() == PosixCode::noEntry ? PosixCode::success : status.error();
     if ((status->flags & hinderingFlags) == 0) return PosixCode::success;
-    return files_.setFlags(object, Links::stay, *status, status->flags & ~hinderingFlags);
+    return files_.setFlags(object, *status, status->flags & ~hinderingFlags);
   }
 
- private:
   FileSystem& files_;
 };
 
-/// Removes a tree that may hold protected objects.
-std::optional<TreeFailure> removeProtectedTree(FileSystem& files, FileAt top) {
+/// Removes everything in the very folder that is held, protected objects as well.
+std::optional<TreeFailure> emptyFolder(FileSystem& files, const HeldObject& held) {
+  const auto folder = files.openFolder(held);
+  if (!folder) return failure(folder.error());
   FlagClearing clearing(files);
-  const auto code = clearing.clear(top);
-  if (code != PosixCode::success) return TreeFailure{code, {}};
-  const auto status = files.status(top, Links::stay);
-  if (!status) return TreeFailure{status.error(), {}};
-  if (status->isFolder()) {
-    if (auto failure = walkTree(files, top, clearing)) return failure;
+  if (auto failed = walkTree(files, {*folder, "."}, clearing)) return failed;
+  return removeContents(files, *folder);
+}
+
+/// Removes an object with all that is in it, but nothing that has taken its name since: another
+/// object there is `noEntry`, and only an empty folder could go unseen in its place.
+std::optional<TreeFailure> removeObject(FileSystem& files, FileAt item, const HeldObject& held) {
+  const auto status = held.status();
+  if (!status) return failure(status.error());
+  if ((status->flags & hinderingFlags) != 0) {
+    const auto code = held.setFlags(*status, status->flags & ~hinderingFlags);
+    if (code != PosixCode::success) return failure(code);
   }
-  return removeTree(files, top);
+  if (status->isFolder()) {
+    if (auto failed = emptyFolder(files, held)) return failed;
+  }
+  const auto now = files.status(item, Links::stay);
+  if (!now) return failure(now.error());
+  if (!now->isSameObjectAs(*status)) return failure(PosixCode::noEntry);
+  return failure(status->isFolder() ? files.removeFolder(item) : files.removeFile(item));
 }
 
 /// A folder beside the new object, closed to everybody else, in which the copy is made. It goes
@@ -59,10 +84,9 @@ class Staging {
  public:
   static PosixResult<Staging> beside(const ItemContext& context, const Folder& parent) {
     constexpr int attempts = 16;
-    std::random_device random;
     auto code = PosixCode::exists;
     for (int i = 0; i < attempts && code == PosixCode::exists; ++i) {
-      auto name = ".move-" + std::to_string(random()) + "-" + std::to_string(random());
+      auto name = TemporaryName(".move-").make();
       auto folder = context.files.createFolder({parent, name.c_str()}, ownerOnly);
       if (folder) return Staging(context, parent, std::move(name), std::move(*folder));
       code = folder.error();
@@ -77,8 +101,12 @@ class Staging {
   // NOLINTNEXTLINE(bugprone-exception-escape)
   ~Staging() {
     if (!folder_) return;
-    removeProtectedTree(context_.files, item());
-    context_.files.removeFolder({parent_, name_.c_str()});
+    // What was in the way a moment ago, such as a want of memory, may be over.
+    constexpr int attempts = 6;
+    auto pause = std::chrono::milliseconds(1);
+    for (int attempt = 1; !remove() && attempt < attempts; ++attempt, pause *= 4) {
+      std::this_thread::sleep_for(pause);
+    }
   }
 
   FileAt item() const { return {*folder_, stagedName}; }
@@ -95,14 +123,21 @@ class Staging {
 
   /// What the folder was born with would pass on to the copies.
   void dropInheritance() {
-    const FileAt self{*folder_, "."};
-    const auto held = context_.files.hold(self, Links::stay);
-    if (held) context_.accessControl.setRights(*held, {ownerOnly, std::nullopt, std::nullopt});
-    const auto names = context_.attributes.names(self, Links::stay, Compression::hidden);
+    const auto held = context_.files.hold({*folder_, "."}, Links::stay);
+    if (!held) return;
+    context_.accessControl.setRights(*held, {ownerOnly, std::nullopt, std::nullopt});
+    const auto names = context_.attributes.names(*held, Compression::hidden);
     if (!names) return;
-    for (const auto& name : *names) {
-      context_.attributes.remove(self, Links::stay, name, Compression::hidden);
-    }
+    for (const auto& name : *names) context_.attributes.remove(*held, name, Compression::hidden);
+  }
+
+  /// False when something of it is still there.
+  bool remove() {
+    auto& files = context_.files;
+    const auto held = files.hold(item(), Links::stay);
+    if (held) removeObject(files, item(), *held);
+    const auto code = files.removeFolder({parent_, name_.c_str()});
+    return code == PosixCode::success || code == PosixCode::noEntry;
   }
 
   const ItemContext& context_;
@@ -112,38 +147,36 @@ class Staging {
   std::unique_ptr<Folder> folder_;
 };
 
-std::optional<TreeFailure> failure(PosixCode code) {
-  if (code == PosixCode::success) return std::nullopt;
-  return TreeFailure{code, {}};
-}
-
 /// Refuses what could not be removed afterwards, as a move on one volume would.
-PosixCode checkRemovable(FileSystem& files, FileAt item) {
-  if (item.folder.isReadOnly()) return PosixCode::readOnlyFileSystem;
-  const auto status = files.status(item, Links::stay);
-  if (!status) return status.error();
-  if (status->isMountRoot) return PosixCode::busy;
-  if ((status->flags & hinderingFlags) != 0) return PosixCode::notPermitted;
+PosixCode checkRemovable(const Folder& parent, const FileStatus& item) {
+  if (parent.isReadOnly()) return PosixCode::readOnlyFileSystem;
+  if (item.isMountRoot) return PosixCode::busy;
+  if ((item.flags & fixingFlags) != 0) return PosixCode::notPermitted;
   return PosixCode::success;
 }
 
-std::optional<TreeFailure> moveAcross(const ItemContext& context, FileAt item, FileAt toItem) {
+/// Copies the object to where nothing is yet. Afterwards the copy is complete and safe from a loss
+/// of power, or there is none.
+std::optional<TreeFailure> copyAcross(const ItemContext& context, const HeldObject& item,
+                                      FileAt toItem) {
   auto& files = context.files;
-  if (const auto code = checkRemovable(files, item); code != PosixCode::success) {
-    return failure(code);
-  }
   if (files.status(toItem, Links::stay)) return failure(PosixCode::exists);
-  {
-    const auto staging = Staging::beside(context, toItem.folder);
-    if (!staging) return failure(staging.error());
-    if (auto failed = copyTree(context, item, staging->item())) return failed;
-    // The old object may only go when a loss of power leaves the new one.
-    auto code = files.synchronize(staging->folder());
-    if (code == PosixCode::success) code = files.rename(staging->item(), toItem);
-    if (code == PosixCode::success) code = files.synchronize(staging->folder());
-    if (code != PosixCode::success) return failure(code);
-  }
-  return removeProtectedTree(files, item);
+  const auto staging = Staging::beside(context, toItem.folder);
+  if (!staging) return failure(staging.error());
+  if (auto failed = copyTree(context, item, staging->item())) return failed;
+  auto code = files.synchronize(staging->folder());
+  if (code == PosixCode::success) code = files.rename(staging->item(), toItem);
+  if (code == PosixCode::success) code = files.synchronize(staging->folder());
+  return failure(code);
+}
+
+std::optional<TreeFailure> moveAcross(const ItemContext& context, FileAt item, FileAt toItem) {
+  const auto held = context.files.hold(item, Links::stay);
+  const auto status = held ? held->status() : held.error();
+  const auto code = status ? checkRemovable(item.folder, *status) : status.error();
+  if (code != PosixCode::success) return failure(code);
+  if (auto failed = copyAcross(context, *held, toItem)) return failed;
+  return removeObject(context.files, item, *held);
 }
 
 }  // namespace

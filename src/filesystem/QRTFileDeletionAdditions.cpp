@@ -50,9 +50,9 @@ PosixCode unlessClear(bool flag, PosixCode code) {
   return !flag && code == PosixCode::notSupported ? PosixCode::success : code;
 }
 
-PosixCode changeImmutableFlag(FileSystem& files, bool flag, FileAt object,
-                              const FileStatus& status) {
-  return unlessClear(flag, files.setFlags(object, Links::stay, status, flagsFor(flag, status)));
+/// Never of the target of a link that has taken the object's place since.
+PosixCode changeImmutableFlag(FileSystem& files, bool flag, FileAt object, const FileStatus& seen) {
+  return unlessClear(flag, files.setFlags(object, seen, flagsFor(flag, seen)));
 }
 
 /// Of a link's target, which is found once: the flags of one must not be given to another that the
@@ -67,8 +67,7 @@ PosixCode changeImmutableFlagOfTarget(FileSystem& files, bool flag, FileAt link,
     return code == PosixCode::notSupported ? unlessClear(flag, code) : PosixCode::noEntry;
   }
   const auto status = target->status();
-  if (!status) return status.error();
-  return unlessClear(flag, target->setFlags(*status, flagsFor(flag, *status)));
+  return status ? setImmutableFlag(flag, *target, *status) : status.error();
 }
 
 /// Clears the user immutable flag of everything but links.
@@ -96,13 +95,17 @@ class ImmutableFlagClearing : public TreeVisitor {
   FileSystem& files_;
 };
 
-PosixCode clearImmutableFlags(FileSystem& files, FileAt top, bool isFolder) {
-  const auto code = setImmutableFlag(files, false, top, true);
-  if (code != PosixCode::success || !isFolder) return code;
+PosixCode clearImmutableFlags(FileSystem& files, FileAt top, const FileStatus& seen) {
+  const auto code = changeImmutableFlag(files, false, top, seen);
+  if (code != PosixCode::success || !seen.isFolder()) return code;
   ImmutableFlagClearing clearing(files);
   const auto failure = walkTree(files, top, clearing);
   return failure ? failure->code : PosixCode::success;
 }
+
+/// What cannot be looked at counts as missing, which is no error. A want of descriptors or memory
+/// says nothing about it.
+Outcome unlessMissing(PosixCode code) { return isExhaustion(code) ? posixOutcome(code) : success; }
 
 Outcome enforceSingleRemoval(const DeletionContext& context, FileAt object,
                              const std::string& path) {
@@ -112,7 +115,7 @@ Outcome enforceSingleRemoval(const DeletionContext& context, FileAt object,
   if (status->type() == file_type::whiteout) return fileDeletionError(Code::whiteout, path);
   if ((status->flags & systemFlags) != 0) return fileDeletionError(Code::systemFlags, path);
   if ((status->flags & userFlags) != 0) {
-    const auto code = files.setFlags(object, Links::stay, *status, status->flags & ~userFlags);
+    const auto code = files.setFlags(object, *status, status->flags & ~userFlags);
     if (code != PosixCode::success) return fileDeletionError(Code::flagsNotChangeable, path);
   }
   const auto code = status->isFolder() ? files.removeFolder(object) : files.removeFile(object);
@@ -146,21 +149,22 @@ Outcome enforceRecursiveRemovalOfFileSystemObjectAtPath(const DeletionContext& c
     return posixError(removalRefusal(context.files, *location, path));
   }
   if (location) return enforceRecursiveRemovalOfFileSystemObject(context, location->at(), path);
-  if (isExhaustion(location.error())) return posixError(location.error());
-  return success;  // Nothing can be there.
+  return unlessMissing(location.error());
 }
 
 Outcome enforceRecursiveRemovalOfFileSystemObject(const DeletionContext& context, FileAt object,
                                                   const std::string& path) {
-  const auto target = context.files.status(object, Links::follow);
-  if (!target) return success;
-  const auto status = context.files.status(object, Links::stay);
-  const bool isLink = status && status->isLink();
-  if (!isLink) {
-    const auto code = clearImmutableFlags(context.files, object, target->isFolder());
+  auto& files = context.files;
+  const auto status = files.status(object, Links::stay);
+  if (!status) return unlessMissing(status.error());
+  if (status->isLink()) {
+    const auto target = files.status(object, Links::follow);
+    if (!target) return unlessMissing(target.error());
+  } else {
+    const auto code = clearImmutableFlags(files, object, *status);
     if (code != PosixCode::success) return refined(context, object, path, posixError(code));
   }
-  auto error = FileManager::removeItem(context.files, object, path);
+  auto error = FileManager::removeItem(files, object, path);
   if (!error) return success;
   return refined(context, object, path, std::move(error));
 }

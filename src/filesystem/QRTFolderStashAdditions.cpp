@@ -5,57 +5,52 @@
 #include "filesystem/FileManager.h"
 #include "filesystem/FileManagerError.h"
 #include "filesystem/ItemMove.h"
+#include "filesystem/OwnedRights.h"
 
 namespace qrt::QRTFolderStashAdditions {
 namespace {
 
 constexpr std::uint32_t ownerOnly = 0700;
 
-/// The folder's own name for itself: what is done through it cannot be led astray.
-FileAt itself(const Folder& folder) { return {folder, "."}; }
+/// Of an open folder: what is done through it reaches that very folder.
+PosixResult<HeldObject> holdItself(FileSystem& files, const Folder& folder) {
+  return files.hold({folder, "."}, Links::stay);
+}
 
 Result<FolderMetadata> metadataOf(const ItemContext& context, const Folder& folder,
                                   const std::string& path) {
-  const auto held = context.files.hold(itself(folder), Links::stay);
+  const auto held = holdItself(context.files, folder);
   if (!held) return posixError(held.error(), path);
-  const auto status = held->status();
-  if (!status) return posixError(status.error(), path);
-  const auto rights = context.accessControl.rights(*held);
-  if (!rights) return posixError(rights.error(), path);
-  auto attributes = ExtendedAttributeAdditions::extendedAttributesForItem(context, itself(folder),
-                                                                          path, false, false);
-  if (!attributes) return attributes.error();
-  return FolderMetadata{*status, *rights, std::move(*attributes)};
+  auto owned = ownedRights(context.accessControl, *held);
+  if (!owned) return posixError(owned.error(), path);
+  auto attributes = ExtendedAttributeAdditions::extendedAttributesForItem(context, *held);
+  if (!attributes) return posixError(attributes.error(), path);
+  return FolderMetadata{owned->status, std::move(owned->rights), std::move(*attributes)};
 }
 
-void enforceOwnerAndRights(const ItemContext& context, const FolderMetadata& saved, FileAt item) {
-  const auto held = context.files.hold(item, Links::follow);
-  if (!held) return;
-  const auto current = held->status();
+void enforceOwnerAndRights(const ItemContext& context, const FolderMetadata& saved,
+                           const HeldObject& item) {
+  const auto current = item.status();
   if (!current) return;
-  if (current->userID != saved.status.userID || current->groupID != saved.status.groupID) {
-    held->setOwner(saved.status.userID, saved.status.groupID);
+  if (!current->hasSameOwnerAs(saved.status)) {
+    item.setOwner(saved.status.userID, saved.status.groupID);
   }
-  context.accessControl.setRights(*held, saved.rights);
+  context.accessControl.setRights(item, saved.rights);
 }
 
-void enforceFlags(FileSystem& files, const FileStatus& saved, FileAt item) {
-  const auto current = files.status(item, Links::stay);
-  if (!current || current->flags == saved.flags) return;
-  files.setFlags(item, Links::stay, *current, saved.flags);
+void enforceFlags(const FileStatus& saved, const HeldObject& item) {
+  const auto current = item.status();
+  if (current && current->flags != saved.flags) item.setFlags(*current, saved.flags);
 }
 
-void enforceExtendedAttributes(const ItemContext& context, const Dictionary& saved, FileAt item) {
+void enforceExtendedAttributes(const ItemContext& context, const Dictionary& saved,
+                               const HeldObject& item) {
   auto& attributes = context.attributes;
-  const auto current =
-      ExtendedAttributeAdditions::extendedAttributesForItem(context, item, {}, false, false);
+  const auto current = ExtendedAttributeAdditions::extendedAttributesForItem(context, item);
   if (!current) return;
-  for (const auto& [name, value] : saved) {
-    attributes.set(item, Links::follow, name, *value.data());
-  }
+  for (const auto& [name, value] : saved) attributes.set(item, name, *value.data());
   for (const auto& [name, value] : *current) {
-    if (saved.contains(name)) continue;
-    attributes.remove(item, Links::follow, name, Compression::hidden);
+    if (!saved.contains(name)) attributes.remove(item, name, Compression::hidden);
   }
 }
 
@@ -100,10 +95,11 @@ Outcome moveFolderAtPath(const ItemContext& context, const std::string& path,
 
 void enforceFolderMetadata(const ItemContext& context, const FolderMetadata& metadata,
                            const Folder& ifNecessaryIgnoringErrorsForItem) {
-  const auto item = itself(ifNecessaryIgnoringErrorsForItem);
-  enforceOwnerAndRights(context, metadata, item);
-  enforceFlags(context.files, metadata.status, item);
-  enforceExtendedAttributes(context, metadata.extendedAttributes, item);
+  const auto item = holdItself(context.files, ifNecessaryIgnoringErrorsForItem);
+  if (!item) return;
+  enforceOwnerAndRights(context, metadata, *item);
+  enforceFlags(metadata.status, *item);
+  enforceExtendedAttributes(context, metadata.extendedAttributes, *item);
 }
 
 Outcome performOperationRenameStashfolderWithArguments(const ItemContext& context,

@@ -6,9 +6,8 @@
 #include "filesystem/FileManager.h"
 #include "filesystem/FileManagerError.h"
 #include "filesystem/FinderInfo.h"
-#include "filesystem/ItemLinks.h"
-#include "filesystem/ItemMove.h"
-#include "filesystem/PathText.h"
+#include "filesystem/OwnedRights.h"
+#include "filesystem/TemporaryName.h"
 #include "operations/PrivilegedOperationError.h"
 #include "platform/ReportedPath.h"
 
@@ -16,6 +15,7 @@ namespace qrt::SystemFileOperations {
 namespace {
 
 constexpr std::uint32_t ownerOnly = 0600;
+constexpr std::uint32_t root = 0;
 
 Error backupBlockedError(const std::string& backupPath) {
   constexpr std::int64_t code = 5;
@@ -38,13 +38,70 @@ Error protectedError(const std::string& path, Error cause) {
   return withUnderlyingError(withFilePath(std::move(error), path), std::move(cause));
 }
 
+/// With these no file can be moved.
+constexpr std::uint32_t fixingFlags = file_flag::userImmutable | file_flag::userAppendOnly |
+                                      file_flag::systemImmutable | file_flag::systemAppendOnly;
+
+/// True for what a system answers to a link that the file system cannot have.
+bool meansNoLinks(PosixCode code) {
+  return code == PosixCode::notPermitted || code == PosixCode::notSupported ||
+         code == PosixCode::tooManyNames;
+}
+
+/// True for what a move of a file in a protected place would fail with as well.
+bool meansProtected(PosixCode code) {
+  return code == PosixCode::notPermitted || code == PosixCode::permissionDenied ||
+         code == PosixCode::readOnlyFileSystem;
+}
+
 /// What the new file takes over.
 struct KeptAttributes {
   /// The old file, wherever it is.
   HeldObject file;
-  FileStatus status;
-  AccessRights rights;
+  OwnedRights owned;
   FinderInfo classic;
+};
+
+/// The new file until it gets its name. It goes unless it did.
+class TemporaryFile {
+ public:
+  static PosixResult<TemporaryFile> create(FileSystem& files, const Folder& folder,
+                                           std::string name) {
+    auto file = files.createFile({folder, name.c_str()}, ownerOnly);
+    if (!file) return file.error();
+    return TemporaryFile(files, folder, std::move(name), std::move(*file));
+  }
+
+  TemporaryFile(TemporaryFile&& other) noexcept
+      : files_(other.files_),
+        folder_(other.folder_),
+        name_(std::exchange(other.name_, {})),
+        file_(std::move(other.file_)) {}
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+  ~TemporaryFile() {
+    if (!name_.empty()) files_.removeFile(at());
+  }
+
+  OpenFile& file() { return file_; }
+
+  PosixCode replace(FileAt replaced) {
+    const auto code = files_.replace(at(), replaced);
+    if (code == PosixCode::success) name_.clear();
+    return code;
+  }
+
+ private:
+  TemporaryFile(FileSystem& files, const Folder& folder, std::string name, OpenFile file)
+      : files_(files), folder_(folder), name_(std::move(name)), file_(std::move(file)) {}
+
+  FileAt at() const { return {folder_, name_.c_str()}; }
+
+  FileSystem& files_;
+  const Folder& folder_;
+  /// Empty when the file has another name or belongs to another owner of this type.
+  std::string name_;
+  OpenFile file_;
 };
 
 /// One replacement. The folder that holds file and backup is held open all the way.
@@ -55,77 +112,121 @@ class Replacement {
         file_(file),
         path_(std::move(path)),
         backupName_(file.name + std::string(extension)),
-        backupPath_(path_ + std::string(extension)) {}
+        backupPath_(path_ + std::string(extension)),
+        temporaryName_("." + file.name.substr(0, longestNamePart) + ".new-") {}
 
-  Outcome perform(const Data& content, bool removeBackup) {
-    if (auto error = clearBackupPlace()) return error;
-    auto kept = readAttributes();
+  /// `old` is what was found at the path.
+  Outcome perform(HeldObject old, const Data& content, bool removeBackup) {
+    if (isBackupBlocked()) return backupBlockedError(backupPath_);
+    const auto kept = attributesOf(std::move(old));
     if (!kept) return kept.error();
-    if (auto error = FileManager::moveItem(context_, file_.at(), path_, backup(), backupPath_)) {
-      return protectedError(path_, std::move(*error));
-    }
-    auto file = context_.files.createFile(file_.at(), ownerOnly);
-    if (!file) return fileWriteError(file.error(), path_);
-    // Contents that could not be written are not told.
-    bool isWritten = file->write(content) == PosixCode::success;
-    const auto code = apply(*kept, *file);
+    if ((kept->owned.status.flags & fixingFlags) != 0) return notMoved(PosixCode::notPermitted);
+
+    removeLeftovers(kept->owned.status.userID);
+    auto temporary = TemporaryFile::create(context_.files, file_.parent, temporaryName_.make());
+    if (!temporary) return notCreated(temporary.error());
+    if (temporary->file().write(content) != PosixCode::success) return keepOld();
+    const auto code = apply(*kept, temporary->file());
     if (code != PosixCode::success) return fileWriteError(code, path_);
-    if (removeBackup && isWritten && file->synchronize() == PosixCode::success) {
-      context_.files.removeFile(backup());
-    }
+    if (temporary->file().synchronize() != PosixCode::success) return keepOld();
+    if (auto error = putInPlace(*temporary, kept->owned.status)) return error;
+    if (removeBackup) context_.files.removeFile(backup());
     return success;
   }
 
  private:
   static constexpr std::string_view extension = ".backup";
+  /// With it even simple file systems take the temporary name.
+  static constexpr std::size_t longestNamePart = 100;
 
   FileAt backup() const { return {file_.parent, backupName_.c_str()}; }
 
-  Outcome clearBackupPlace() {
+  Error notMoved(PosixCode code) const {
+    return protectedError(path_, fileWriteError(code, path_, backupPath_));
+  }
+
+  Error notCreated(PosixCode code) const {
+    return meansProtected(code) ? notMoved(code) : fileWriteError(code, path_);
+  }
+
+  bool isBackupBlocked() const {
     const auto status = context_.files.status(backup(), Links::follow);
-    if (!status) return success;
-    if (status->isFolder()) return backupBlockedError(backupPath_);
+    return status && status->isFolder();
+  }
+
+  Outcome clearBackupPlace() {
+    if (isBackupBlocked()) return backupBlockedError(backupPath_);
+    const auto status = context_.files.status(backup(), Links::stay);
+    if (!status && status.error() == PosixCode::noEntry) return success;
     return FileManager::removeItem(context_.files, backup(), backupPath_);
   }
 
-  Result<KeptAttributes> readAttributes() {
-    auto file = context_.files.hold(file_.at(), Links::stay);
-    if (!file) return fileReadError(file.error(), path_);
-    const auto status = file->status();
-    if (!status) return fileReadError(status.error(), path_);
-    const auto rights = context_.accessControl.rights(*file);
-    if (!rights) return fileReadError(rights.error(), path_);
-    auto classic = FinderInfo::read(context_, file_.at(), Links::stay);
-    if (!classic) return fileReadError(classic.error(), path_);
-    return KeptAttributes{std::move(*file), *status, *rights, std::move(*classic)};
+  /// What a killed run may have left: a file of root's, or of the owner of the old file once it was
+  /// given to that user. A live run on the same file fails then, as two at once would anyway.
+  void removeLeftovers(std::uint32_t owner) {
+    auto& files = context_.files;
+    auto folder = files.openFolder({file_.parent, "."}, Links::stay);
+    if (!folder) return;
+    for (auto entry = folder->next(); entry && *entry; entry = folder->next()) {
+      const FileAt object{*folder, (*entry)->name};
+      if (!temporaryName_.matches(object.name)) continue;
+      const auto status = files.status(object, Links::stay);
+      const bool isLeftover = status && status->type() == file_type::regular &&
+                              (status->userID == root || status->userID == owner) &&
+                              status->linkCount == 1;
+      if (isLeftover) files.removeFile(object);
+    }
   }
 
-  PosixCode apply(const KeptAttributes& kept, OpenFile& file) {
-    const auto& status = kept.status;
-    auto code = file.setOwner(status.userID, status.groupID);
-    if (code == PosixCode::success) code = applyRights(kept.rights, file);
-    if (code == PosixCode::success && kept.classic.hasCodes()) code = applyCodes(kept.classic);
-    if (code == PosixCode::success) code = context_.files.copyCreationTime(kept.file, file_.at());
-    if (code == PosixCode::success && status.flags != 0) code = applyFlags(status);
+  Result<KeptAttributes> attributesOf(HeldObject file) {
+    auto owned = ownedRights(context_.accessControl, file);
+    if (!owned) return fileReadError(owned.error(), path_);
+    auto classic = FinderInfo::read(context_, file);
+    if (!classic) return fileReadError(classic.error(), path_);
+    return KeptAttributes{std::move(file), std::move(*owned), classic->withoutPlaceAndLook()};
+  }
+
+  PosixCode apply(const KeptAttributes& kept, const OpenFile& newFile) {
+    const auto file = newFile.hold();
+    if (!file) return file.error();
+    const auto& status = kept.owned.status;
+    auto code = file->setOwner(status.userID, status.groupID);
+    if (code == PosixCode::success) {
+      code = context_.accessControl.setRights(*file, kept.owned.rights);
+    }
+    if (code == PosixCode::success && !kept.classic.isEmpty()) {
+      code = kept.classic.write(context_, *file);
+    }
+    if (code == PosixCode::success) code = file->setCreationTimeOf(kept.file);
+    if (code == PosixCode::success && status.flags != 0) {
+      const auto own = file->status();
+      code = own ? file->setFlags(*own, status.flags) : own.error();
+    }
     return code;
   }
 
-  PosixCode applyRights(const AccessRights& rights, const OpenFile& file) {
-    const auto object = file.hold();
-    return object ? context_.accessControl.setRights(*object, rights) : object.error();
+  /// Contents that could not be written are not reported. The old file then has both names.
+  Outcome keepOld() {
+    if (auto error = clearBackupPlace()) return error;
+    context_.files.createHardLink(backup(), file_.at());
+    return success;
   }
 
-  PosixCode applyCodes(const FinderInfo& kept) {
-    FinderInfo info;
-    info.setTypeCode(kept.typeCode());
-    info.setCreatorCode(kept.creatorCode());
-    return info.write(context_, file_.at(), Links::stay);
-  }
+  /// The path leads to the old file until it leads to the new one, but where there are no links.
+  Outcome putInPlace(TemporaryFile& newFile, const FileStatus& old) {
+    auto& files = context_.files;
+    if (auto error = clearBackupPlace()) return error;
+    const auto now = files.status(file_.at(), Links::stay);
+    if (!now || !now->isSameObjectAs(old)) return notMoved(PosixCode::noEntry);
+    auto code = files.createHardLink(backup(), file_.at());
+    const bool isMoved = meansNoLinks(code);
+    if (isMoved) code = files.rename(file_.at(), backup());
+    if (code != PosixCode::success) return notMoved(code);
 
-  PosixCode applyFlags(const FileStatus& kept) {
-    auto current = kept;
-    current.flags = 0;
-    return context_.files.setFlags(file_.at(), Links::stay, current, kept.flags);
+    code = newFile.replace(file_.at());
+    if (code == PosixCode::success) return success;
+    isMoved ? files.rename(backup(), file_.at()) : files.removeFile(backup());
+    return fileWriteError(code, path_);
   }
 
   const ItemContext& context_;
@@ -133,6 +234,7 @@ class Replacement {
   const std::string path_;
   const std::string backupName_;
   const std::string backupPath_;
+  const TemporaryName temporaryName_;
 };
 
 /// The place of a path that has no links in it. One that was put there meanwhile is an error.
@@ -156,16 +258,21 @@ PosixResult<Location> locateWithoutLinks(FileSystem& files, const std::string& p
 Outcome overwriteSystemFileAtPath(const ItemContext& context, const std::string& path,
                                   const Data* withContent, bool removeBackup) {
   if (withContent == nullptr || path.empty()) return posixError(PosixCode::invalidArgument);
-  bool isFolder = false;
-  if (!FileManager::fileExistsAtPath(context.files, path, &isFolder)) {
-    return posixError(PosixCode::noEntry);
-  }
-  if (isFolder) return posixError(PosixCode::isDirectory);
-  auto resolved = context.files.resolvedPath(path);
-  if (!resolved) return posixError(resolved.error());
-  const auto file = locateWithoutLinks(context.files, *resolved);
+  auto& files = context.files;
+  const auto notFound = [&](PosixCode code) {
+    return posixError(FileManager::reasonAtPath(files, path, code));
+  };
+  auto resolved = files.resolvedPath(path);
+  if (!resolved) return notFound(resolved.error());
+  const auto file = locateWithoutLinks(files, *resolved);
   if (!file) return posixError(file.error());
-  return Replacement(context, *file, reportedPath(*resolved)).perform(*withContent, removeBackup);
+  if (file->name.empty()) return posixError(PosixCode::isDirectory);
+  auto old = files.hold(file->at(), Links::stay);
+  const auto status = old ? old->status() : old.error();
+  if (!status) return notFound(status.error());
+  if (status->isFolder()) return posixError(PosixCode::isDirectory);
+  Replacement replacement(context, *file, reportedPath(*resolved));
+  return replacement.perform(std::move(*old), *withContent, removeBackup);
 }
 
 Outcome performOperationModifySystemfileWithArguments(const ItemContext& context,

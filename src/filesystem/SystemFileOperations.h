@@ -8,13 +8,16 @@
 
 namespace qrt::SystemFileOperations {
 
-/// Gives a file new contents. The old file is moved to the same path with ".backup", taking the
-/// place of what is there, and the new one gets its owner, permissions with their access control
-/// list, flags and classic type and creator. Links are followed; the backup is beside the target.
+/// Gives a file new contents. The old file gets the same path with ".backup", in the place of what
+/// is there, and the new one its owner, permissions with their access control list, flags and
+/// classic attributes. Links are followed; the backup is beside the target.
 ///
-/// Whenever the process ends, the old contents are at one of the two paths, until the new ones are
-/// safe and the backup was asked to go. Contents that could not be written are no error: the backup
-/// then stays, asked for or not.
+/// The new file is completed under a temporary name first. Whenever the process ends, the path
+/// leads to the old file or to the new one, whole, but on a file system without links, where it may
+/// lead to nothing while the old file is the backup. A temporary file that is left goes with the
+/// next replacement of the same file. Contents that could not be written are no error: the old file
+/// then stays and is the backup as well, whether or not the backup was to be removed. With any
+/// other failure the old file stays and there is no backup.
 Outcome overwriteSystemFileAtPath(const ItemContext& context, const std::string& path,
                                   const Data* withContent, bool removeBackup);
 

@@ -1,10 +1,14 @@
 #include "filesystem/TreeCopy.h"
 
+#include <algorithm>
+#include <iterator>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "filesystem/OwnedRights.h"
 #include "filesystem/PathText.h"
 
 namespace qrt {
@@ -12,6 +16,7 @@ namespace {
 
 constexpr std::uint32_t ownerOnlyFile = 0600;
 constexpr std::uint32_t ownerOnlyFolder = 0700;
+constexpr std::uint32_t setIdBits = 06000;
 
 /// In bytes. No system follows a longer path.
 constexpr std::size_t longestPath = 4096;
@@ -27,16 +32,32 @@ PosixCode ifKept(PosixCode code) {
   return code == PosixCode::notPermitted ? PosixCode::success : ifSupported(code);
 }
 
+/// True for attributes that the system alone sets, or lets nobody else set without a right of its
+/// own. A move does without them.
+bool isSystemsOwn(std::string_view name) {
+  constexpr std::string_view securityModules = "security.";
+  constexpr std::string_view names[] = {"com.apple.macl", "com.apple.rootless",
+                                        "com.apple.provenance"};
+  return name.starts_with(securityModules) ||
+         std::find(std::begin(names), std::end(names), name) != std::end(names);
+}
+
 class Copy {
  public:
-  Copy(const ItemContext& context, FileAt to) : context_(context), to_(to) {}
+  /// Whether files become new ones or get another name.
+  enum class Files { copied, linked };
 
-  std::optional<TreeFailure> copy(FileAt from) {
+  Copy(const ItemContext& context, FileAt to, Files files)
+      : context_(context), to_(to), filesAre_(files) {}
+
+  std::optional<TreeFailure> copy(const HeldObject& from) {
     const auto place = context_.files.status({to_.folder, "."}, Links::stay);
     if (!place) return TreeFailure{place.error(), {}};
     place_ = *place;
-    auto code = copyItem(from, to_);
+    const auto status = from.status();
+    auto code = status ? copyObject(from, *status, to_) : status.error();
     while (code == PosixCode::success && !levels_.empty()) code = copyNext();
+    if (code == PosixCode::success) code = setLateFlags();
     if (code == PosixCode::success) return std::nullopt;
     return TreeFailure{code, path(std::string::npos)};
   }
@@ -47,6 +68,12 @@ class Copy {
     Folder to;
     FileStatus status;
     std::string name;
+  };
+
+  /// Of an object with several: the path of its copy from the top, and the flags that it gets last.
+  struct FirstName {
+    std::string path;
+    std::uint32_t flags;
   };
 
   PosixCode copyNext() {
@@ -60,19 +87,23 @@ class Copy {
     return copyItem({level.from, name}, {level.to, name});
   }
 
-  /// Everything is taken from one hold: of an object that comes in the place of another meanwhile,
-  /// nothing gets into the other's copy.
   PosixCode copyItem(FileAt from, FileAt to) {
     const auto source = context_.files.hold(from, Links::stay);
-    if (!source) return source.error();
-    const auto status = source->status();
+    const auto status = source ? source->status() : source.error();
     if (!status) return status.error();
-    if (isOtherVolume(*status)) return PosixCode::busy;
-    if (status->isFolder()) return enter(*source, to, *status);
+    const bool isLinked = filesAre_ == Files::linked && !status->isFolder() && !status->isLink();
+    return isLinked ? context_.files.createHardLink(to, from) : copyObject(*source, *status, to);
+  }
 
-    if (status->linkCount > 1 && linkToCopy(*status, to)) return PosixCode::success;
-    const auto code = create(*source, to, status->type());
-    return code == PosixCode::success ? copyAttributes(*source, to, *status) : code;
+  /// Everything is taken from one hold: of an object that comes in the place of another meanwhile,
+  /// nothing gets into the other's copy.
+  PosixCode copyObject(const HeldObject& from, const FileStatus& status, FileAt to) {
+    if (isOtherVolume(status)) return PosixCode::busy;
+    if (status.isFolder()) return enter(from, to, status);
+
+    if (status.linkCount > 1 && linkToCopy(status, to)) return PosixCode::success;
+    const auto code = create(from, to, status.type());
+    return code == PosixCode::success ? copyAttributes(from, to, status) : code;
   }
 
   /// Where the system does not tell that a volume is mounted on a folder, its number does.
@@ -87,11 +118,11 @@ class Copy {
     const std::pair key(status.device, status.inode);
     if (const auto first = linked_.find(key); first != linked_.end()) {
       // Other names can only be met below a folder, so there is an open top.
-      const FileAt copied{levels_.front().to, first->second.c_str()};
+      const FileAt copied{levels_.front().to, first->second.path.c_str()};
       return context_.files.createHardLink(to, copied) == PosixCode::success;
     }
     auto own = path(longestPath);
-    if (own.size() <= longestPath) linked_.emplace(key, std::move(own));
+    if (own.size() <= longestPath) linked_.emplace(key, FirstName{std::move(own), 0});
     return false;
   }
 
@@ -114,7 +145,7 @@ class Copy {
   PosixCode create(const HeldObject& from, FileAt to, std::uint32_t type) {
     if (type == file_type::regular) {
       auto file = context_.files.createFile(to, ownerOnlyFile);
-      return file ? context_.files.copyContents(from, *file) : file.error();
+      return file ? context_.files.copyContents(from, *file, leases_) : file.error();
     }
     if (type == file_type::link) {
       const auto target = context_.files.linkTarget(from);
@@ -155,60 +186,90 @@ class Copy {
     return copyAttributes(*source, {level.to, "."}, level.status);
   }
 
-  /// The owner comes first: a change of it takes away permission bits and privileges.
-  PosixCode copyAttributes(const HeldObject& from, FileAt to, const FileStatus& status) {
-    auto& files = context_.files;
-    auto code = ifKept(files.setOwner(to, Links::stay, status.userID, status.groupID));
-    if (code == PosixCode::success) code = copyExtendedAttributes(from, to);
-    if (code == PosixCode::success) code = ifKept(copyRights(from, to));
-    if (code == PosixCode::success) code = files.copyTimes(from, to);
-    if (code == PosixCode::success) code = files.copyCreationTime(from, to);
-    if (code == PosixCode::success) code = setFlags(to, status);
+  /// The owner comes first: a change of it takes away permission bits and privileges. `seen` is the
+  /// object's status from before its contents were copied.
+  PosixCode copyAttributes(const HeldObject& from, FileAt to, const FileStatus& seen) {
+    const auto copy = context_.files.hold(to, Links::stay);
+    if (!copy) return copy.error();
+    auto owned = ownedRights(context_.accessControl, from);
+    if (!owned) return owned.error();
+    // The contents may be those of the former owner.
+    if (!owned->status.hasSameOwnerAs(seen)) owned->rights.permissions &= ~setIdBits;
+    const auto& status = owned->status;
+    auto code = ifKept(copy->setOwner(status.userID, status.groupID));
+    if (code == PosixCode::success) code = copyExtendedAttributes(from, *copy);
+    if (code == PosixCode::success) {
+      code = ifKept(context_.accessControl.setRights(*copy, owned->rights));
+    }
+    if (code == PosixCode::success) code = copy->setTimesOf(from);
+    if (code == PosixCode::success) code = copy->setCreationTimeOf(from);
+    if (code == PosixCode::success && !comesLater(seen)) code = setFlags(*copy, seen.flags);
     return code;
   }
 
-  PosixCode copyRights(const HeldObject& from, FileAt to) {
-    const auto rights = context_.accessControl.rights(from);
-    if (!rights) return rights.error();
-    const auto copy = context_.files.hold(to, Links::stay);
-    return copy ? context_.accessControl.setRights(*copy, *rights) : copy.error();
+  /// A protected file can get no other name. Its flags are noted where it may get some.
+  bool comesLater(const FileStatus& seen) {
+    const auto first = linked_.find({seen.device, seen.inode});
+    if (first == linked_.end() || first->second.path != path(longestPath)) return false;
+    first->second.flags = seen.flags;
+    return true;
   }
 
-  PosixCode copyExtendedAttributes(const HeldObject& from, FileAt to) {
+  /// Nobody else can change the copy meanwhile, so its paths lead to what was copied.
+  PosixCode setLateFlags() {
+    for (const auto& [key, first] : linked_) {
+      if (first.flags == 0) continue;
+      const auto path = appendingPathComponent(to_.name, first.path);
+      const auto copy = context_.files.hold({to_.folder, path.c_str()}, Links::stay);
+      const auto code = copy ? setFlags(*copy, first.flags) : copy.error();
+      if (code == PosixCode::success) continue;
+      name_ = first.path;
+      return code;
+    }
+    return PosixCode::success;
+  }
+
+  PosixCode copyExtendedAttributes(const HeldObject& from, const HeldObject& to) {
     const auto names = context_.attributes.names(from, Compression::hidden);
     if (!names) return ifSupported(names.error());
     for (const auto& name : *names) {
       const auto value = context_.attributes.value(from, name);
       if (!value && value.error() == PosixCode::noAttribute) continue;
-      const auto code =
-          value ? context_.attributes.set(to, Links::stay, name, *value) : value.error();
-      if (ifSupported(code) != PosixCode::success) return code;
+      const auto code = value ? context_.attributes.set(to, name, *value) : value.error();
+      const bool isKept = code == PosixCode::notPermitted && isSystemsOwn(name);
+      if (!isKept && ifSupported(code) != PosixCode::success) return code;
     }
     return PosixCode::success;
   }
 
-  PosixCode setFlags(FileAt to, const FileStatus& status) {
-    if (status.flags == 0) return PosixCode::success;
-    auto current = status;
-    current.flags = 0;
-    return ifSupported(context_.files.setFlags(to, Links::stay, current, status.flags));
+  static PosixCode setFlags(const HeldObject& copy, std::uint32_t flags) {
+    if (flags == 0) return PosixCode::success;
+    const auto status = copy.status();
+    return status ? ifSupported(copy.setFlags(*status, flags)) : status.error();
   }
 
   const ItemContext& context_;
   const FileAt to_;
+  const Files filesAre_;
   /// The folder that the copy is made in.
   FileStatus place_;
   std::vector<Level> levels_;
   /// Where the first name of each object with several was copied to.
-  std::map<std::pair<std::uint64_t, std::uint64_t>, std::string> linked_;
+  std::map<std::pair<std::uint64_t, std::uint64_t>, FirstName> linked_;
+  LeaseWait leases_;
   /// Of the object being copied, in the last level. Empty for that level itself.
   std::string name_;
 };
 
 }  // namespace
 
-std::optional<TreeFailure> copyTree(const ItemContext& context, FileAt from, FileAt to) {
-  return Copy(context, to).copy(from);
+std::optional<TreeFailure> copyTree(const ItemContext& context, const HeldObject& from, FileAt to) {
+  return Copy(context, to, Copy::Files::copied).copy(from);
+}
+
+std::optional<TreeFailure> linkFolder(const ItemContext& context, const HeldObject& from,
+                                      FileAt to) {
+  return Copy(context, to, Copy::Files::linked).copy(from);
 }
 
 }  // namespace qrt

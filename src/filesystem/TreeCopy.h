@@ -16,6 +16,11 @@ namespace qrt {
 /// A volume mounted below `from` is `busy`; a tree that holds the folder of its own copy, which
 /// another mount of it makes possible, is `invalidArgument`. The first error ends the copying; what
 /// was copied by then stays.
-std::optional<TreeFailure> copyTree(const ItemContext& context, FileAt from, FileAt to);
+std::optional<TreeFailure> copyTree(const ItemContext& context, const HeldObject& from, FileAt to);
+
+/// Makes a new folder like `from` with hard links of the items in it, at any depth. Links get new
+/// ones with the same text.
+std::optional<TreeFailure> linkFolder(const ItemContext& context, const HeldObject& from,
+                                      FileAt to);
 
 }  // namespace qrt

@@ -1,5 +1,7 @@
 #include "filesystem/TreeRemoval.h"
 
+#include <string_view>
+
 namespace qrt {
 namespace {
 
@@ -15,6 +17,8 @@ class Removal : public TreeVisitor {
  public:
   explicit Removal(FileSystem& files) : files_(files) {}
 
+  static constexpr const char* openTop = ".";
+
   PosixResult<Next> visit(const TreeObject& object) override {
     if (object.isFolder()) return Next::enter;
     const auto code = unlessGone(files_.removeFile(object.at()));
@@ -23,6 +27,7 @@ class Removal : public TreeVisitor {
   }
 
   PosixResult<Leave> leave(const TreeObject& folder, unsigned round) override {
+    if (isOpenTop(folder)) return Leave::done;
     const auto code = unlessGone(files_.removeFolder(folder.at()));
     if (code == PosixCode::notEmpty && round + 1 < maximumRounds) return Leave::again;
     if (code != PosixCode::success) return code;
@@ -36,6 +41,11 @@ class Removal : public TreeVisitor {
   }
 
  private:
+  /// No entry has this name.
+  static bool isOpenTop(const TreeObject& folder) {
+    return folder.at().name == std::string_view(openTop);
+  }
+
   FileSystem& files_;
 };
 
@@ -51,6 +61,11 @@ std::optional<TreeFailure> removeTree(FileSystem& files, FileAt top) {
   const auto code = files.removeFile(top);
   if (code == PosixCode::success) return std::nullopt;
   return TreeFailure{code, {}};
+}
+
+std::optional<TreeFailure> removeContents(FileSystem& files, const Folder& folder) {
+  Removal removal(files);
+  return walkTree(files, {folder, Removal::openTop}, removal);
 }
 
 }  // namespace qrt

@@ -13,4 +13,7 @@ namespace qrt {
 /// well.
 std::optional<TreeFailure> removeTree(FileSystem& files, FileAt top);
 
+/// The same of everything in an open folder, which stays.
+std::optional<TreeFailure> removeContents(FileSystem& files, const Folder& folder);
+
 }  // namespace qrt

@@ -73,10 +73,12 @@ class AccessControl {
   virtual PosixCode setList(const HeldObject& object,
                             const std::optional<AccessControlList>& list) = 0;
 
-  virtual PosixResult<AccessRights> rights(const HeldObject& object) = 0;
-  /// Gives an object the very rights of another; what is so already is not written. Where the file
-  /// system cannot keep a list, only permission bits are set, which then give nobody more than the
-  /// list did.
+  /// `current` is the object's status as just read; the permission bits are those in it.
+  virtual PosixResult<AccessRights> rights(const HeldObject& object, const FileStatus& current) = 0;
+  /// Gives an object the very rights of another; what is so already is not written. A part that
+  /// cannot be set does not keep the others from being set; the first failure is returned. Where
+  /// the file system cannot keep a list, only permission bits are set, which then give nobody more
+  /// than the list did.
   virtual PosixCode setRights(const HeldObject& object, const AccessRights& rights) = 0;
 };
 

@@ -53,6 +53,12 @@ struct FileStatus {
   std::uint32_t type() const { return mode & file_type::mask; }
   bool isFolder() const { return type() == file_type::folder; }
   bool isLink() const { return type() == file_type::link; }
+  bool hasSameOwnerAs(const FileStatus& other) const {
+    return userID == other.userID && groupID == other.groupID;
+  }
+  bool isSameObjectAs(const FileStatus& other) const {
+    return device == other.device && inode == other.inode;
+  }
 };
 
 }  // namespace qrt

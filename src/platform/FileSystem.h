@@ -10,11 +10,10 @@
 #include "platform/FileStatus.h"
 #include "platform/Folder.h"
 #include "platform/HeldObject.h"
+#include "platform/LeaseWait.h"
 #include "platform/OpenFile.h"
 
 namespace qrt {
-
-enum class Links { follow, stay };
 
 /// An object by the folder that holds it, resolved once. The object itself need not exist.
 struct Location {
@@ -37,6 +36,10 @@ constexpr bool isExhaustion(PosixCode code) {
 }
 
 /// System calls on files, in contract numbers. Stateless and thread-safe.
+///
+/// A name may mean another object at the next call. What is read of an object and what is changed
+/// by it therefore go through one `HeldObject`. Calls by name are for what has no other way:
+/// making, renaming and removing entries of a folder, and the flags of many objects.
 class FileSystem {
  public:
   virtual ~FileSystem() = default;
@@ -82,20 +85,13 @@ class FileSystem {
 
   /// Gives an object another name on its file system. A name that is taken is `exists`.
   virtual PosixCode rename(FileAt object, FileAt newObject) = 0;
-
-  virtual PosixCode setOwner(FileAt object, Links links, std::uint32_t userID,
-                             std::uint32_t groupID) = 0;
-  /// Sets the times of access and modification to now, or to those of another object. A link at
-  /// `to` is not followed.
-  virtual PosixCode touch(FileAt object, Links links) = 0;
-  virtual PosixCode copyTimes(const HeldObject& from, FileAt to) = 0;
-  /// Sets the time of creation to that of another object, where a file system lets it be set. A
-  /// link at `to` is not followed.
-  virtual PosixCode copyCreationTime(const HeldObject& from, FileAt to) = 0;
+  /// The same, but an object that has the name already goes at that very moment.
+  virtual PosixCode replace(FileAt object, FileAt replaced) = 0;
 
   /// Writes the contents of a regular file into an empty one and keeps its holes. Anything else
-  /// than a regular file is `invalidArgument`.
-  virtual PosixCode copyContents(const HeldObject& from, OpenFile& to) = 0;
+  /// than a regular file is `invalidArgument`. A file whose lease another process does not give up
+  /// in time is `tryAgain`.
+  virtual PosixCode copyContents(const HeldObject& from, OpenFile& to, LeaseWait& leases) = 0;
 
   /// Returns when everything written to the folder's file system is safe from a loss of power.
   virtual PosixCode synchronize(const Folder& onFileSystem) = 0;
@@ -104,14 +100,12 @@ class FileSystem {
   virtual PosixCode removeFolder(FileAt object) = 0;
   virtual PosixCode removeFile(FileAt object) = 0;
 
-  /// Gives the object the BSD flags `wanted`. `current` is its status as just read (of the target,
-  /// when links are followed): flags that are already as wanted are not written, though a read-only
-  /// file system still refuses, and so does an object with a flag of `refusingChanges`. Flags that
-  /// the file system or the kind of object cannot have are `notSupported`. A link is resolved once;
-  /// what is written to is never a device or a FIFO, even when the object was exchanged after its
-  /// status was read.
-  virtual PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
-                             std::uint32_t wanted) = 0;
+  /// Gives the object the BSD flags `wanted`; a link is not followed. `seen` is its status as just
+  /// read. Only flags that differ from those are written, so that an object that has taken its
+  /// place gets none of the others; a read-only file system refuses even when none differs, and so
+  /// does an object with a flag of `refusingChanges`. Flags that the file system or the kind of
+  /// object cannot have are `notSupported`. What is written to is never a device or a FIFO.
+  virtual PosixCode setFlags(FileAt object, const FileStatus& seen, std::uint32_t wanted) = 0;
 
   /// The contents of a regular file of at most `limit` bytes; a larger one is `noSpace`, anything
   /// that is not a regular file `invalidArgument`. Never blocks on a FIFO.

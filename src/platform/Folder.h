@@ -80,6 +80,9 @@ class Folder {
   mutable std::atomic<Mount> mount_ = Mount::notAsked;
 };
 
+/// Whether a name that is a link means the link itself or what it leads to.
+enum class Links { follow, stay };
+
 /// An object by its name in an open folder, or by a path when the folder is `Folder::ofProcess()`.
 /// Refers to both; made on the spot for one call.
 struct FileAt {

@@ -8,12 +8,13 @@
 #include "base/Result.h"
 #include "platform/FileDescriptor.h"
 #include "platform/FileStatus.h"
+#include "platform/Folder.h"
 
 namespace qrt {
 
-/// Stands for the very object that was found under a name: what is put in its place meanwhile does
-/// not matter. Looking at an object and changing it by what was seen takes a hold; names alone let
-/// somebody exchange the object in between. See `FileSystem::hold`.
+/// The very object that was found under a name, whatever has that name by now. To look at an object
+/// and then change it takes a hold: between two calls by name the object may be exchanged. See
+/// `FileSystem::hold`.
 ///
 /// Taking hold reaches no driver, blocks on no FIFO and, where the system can, needs no right to
 /// read. Thread-safe.
@@ -29,9 +30,15 @@ class HeldObject {
   PosixCode setOwner(std::uint32_t userID, std::uint32_t groupID) const;
   /// Sets the twelve permission bits. Where links have none of their own they are `notSupported`.
   PosixCode setPermissions(std::uint32_t permissions) const;
-  /// Gives it the BSD flags `wanted`, as `FileSystem::setFlags` does; `current` is its status as
-  /// just read.
-  PosixCode setFlags(const FileStatus& current, std::uint32_t wanted) const;
+  /// Gives it the BSD flags `wanted`, as `FileSystem::setFlags` does; `seen` is its status as just
+  /// read.
+  PosixCode setFlags(const FileStatus& seen, std::uint32_t wanted) const;
+
+  /// Sets the times of access and modification to now, or to those of another object.
+  PosixCode touch() const;
+  PosixCode setTimesOf(const HeldObject& model) const;
+  /// Sets the time of creation to that of another object, where a file system lets it be set.
+  PosixCode setCreationTimeOf(const HeldObject& model) const;
 
   /// For system calls below this interface.
   int descriptor() const { return descriptor_.get(); }

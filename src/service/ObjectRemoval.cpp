@@ -16,7 +16,7 @@ PosixCode removeObject(FileSystem& files, FileAt object) {
   const bool isOurs = status->type() != file_type::whiteout && (status->flags & systemFlags) == 0;
   if (!isOurs) return PosixCode::inputOutput;
   if ((status->flags & userFlags) != 0) {
-    const auto code = files.setFlags(object, Links::stay, *status, status->flags & ~userFlags);
+    const auto code = files.setFlags(object, *status, status->flags & ~userFlags);
     if (code != PosixCode::success) return PosixCode::inputOutput;
   }
   return status->isFolder() ? files.removeFolder(object) : files.removeFile(object);

@@ -121,6 +121,9 @@ TEST_F(FilesContract, CreationAndRenamingNeverReplace) {
   EXPECT_EQ(statusOf(created)->mode, file_type::regular | 0666u);
   EXPECT_EQ(files().rename(created.c_str(), taken.c_str()), PosixCode::exists);
   EXPECT_EQ(files().rename(created.c_str(), scratch_.path("new").c_str()), PosixCode::success);
+  EXPECT_EQ(files().replace(scratch_.path("new").c_str(), scratch_.file("old").c_str()),
+            PosixCode::success);
+  EXPECT_EQ(statusOf(scratch_.path("old"))->mode, file_type::regular | 0666u);
   // Another spelling of the own name is free, whether or not case counts.
   EXPECT_EQ(files().rename(taken.c_str(), scratch_.path("TAKEN").c_str()), PosixCode::success);
   EXPECT_EQ(*files().readFile(scratch_.path("TAKEN").c_str(), 4), (Data{'k', 'e', 'p', 't'}));
@@ -147,9 +150,12 @@ TEST_F(FilesContract, CopiesKeepContentsHolesTimesAndKind) {
   const auto held = files().hold(source.c_str(), Links::stay);
   auto file = files().createFile(copy.c_str(), 0600);
   ASSERT_TRUE(held && file);
-  EXPECT_EQ(files().copyContents(*held, *file), PosixCode::success);
+  LeaseWait leases;
+  EXPECT_EQ(files().copyContents(*held, *file, leases), PosixCode::success);
   EXPECT_EQ(file->synchronize(), PosixCode::success);
-  EXPECT_EQ(files().copyTimes(*held, copy.c_str()), PosixCode::success);
+  const auto heldCopy = file->hold();
+  EXPECT_EQ(heldCopy->setTimesOf(*held), PosixCode::success);
+  EXPECT_EQ(heldCopy->setCreationTimeOf(*held), PosixCode::success);
   EXPECT_EQ(statusOf(copy)->size, 1u << 20);
   EXPECT_EQ(statusOf(copy)->modificationDate, (Date{2000.5}));
   EXPECT_EQ(*files().readFile(copy.c_str(), 1 << 20), *files().readFile(source.c_str(), 1 << 20));
@@ -169,13 +175,13 @@ TEST_F(FilesContract, FlagsProtectUntilTheyAreCleared) {
   const FileAt object{*folder, "file"};
   for (const auto flag : {file_flag::userImmutable, file_flag::userAppendOnly}) {
     const auto before = *files().status(object, Links::stay);
-    const auto code = files().setFlags(object, Links::stay, before, flag);
+    const auto code = files().setFlags(object, before, flag);
     if (code == PosixCode::notSupported) GTEST_SKIP() << "needs a file system with flags";
     ASSERT_EQ(code, PosixCode::success);
     EXPECT_EQ(files().status(object, Links::stay)->flags & flag, flag);
     EXPECT_EQ(files().removeFile(object), PosixCode::notPermitted);
     const auto now = *files().status(object, Links::stay);
-    EXPECT_EQ(files().setFlags(object, Links::stay, now, 0), PosixCode::success);
+    EXPECT_EQ(files().setFlags(object, now, 0), PosixCode::success);
   }
   EXPECT_EQ(files().removeFile(object), PosixCode::success);
 }

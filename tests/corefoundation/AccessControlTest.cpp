@@ -37,7 +37,7 @@ TEST(MacosAccessControl, ListsTravelInExternalForm) {
   const auto list = *control.markedAsInherited(**control.fromText("!#acl 1\n"));
   auto form = *control.externalized(list);
   ASSERT_EQ(control.setList(one, *control.internalized(form)), PosixCode::success);
-  ASSERT_EQ(control.setRights(other, *control.rights(one)), PosixCode::success);
+  ASSERT_EQ(control.setRights(other, *control.rights(one, *one.status())), PosixCode::success);
   EXPECT_EQ(*control.externalized(*control.list(other)), form);
   EXPECT_FALSE(*control.internalized(*control.externalized(std::nullopt)));
   for (const std::size_t size : {form.size() - 1, std::size_t{44}, std::size_t{3}}) {

@@ -40,6 +40,7 @@ class FakedFiles : public PortFileSystem {
   std::function<Answer(FileAt)> beforeRemoval = [](FileAt) { return std::nullopt; };
   Answer setFlagsAnswer;
   bool mayRefuseChanges = false;
+  Answer statusAnswer;
 
   /// One object shows flags beside its own.
   void plantFlags(const std::string& path, std::uint32_t flags) {
@@ -48,6 +49,7 @@ class FakedFiles : public PortFileSystem {
   }
 
   PosixResult<FileStatus> status(FileAt object, Links links) override {
+    if (statusAnswer) return *statusAnswer;
     auto status = PortFileSystem::status(object, links);
     if (status) status->flags |= plantedOn(*status);
     return status;
@@ -60,14 +62,13 @@ class FakedFiles : public PortFileSystem {
     const auto answer = beforeRemoval(object);
     return answer ? *answer : PortFileSystem::removeFile(object);
   }
-  PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
-                     std::uint32_t wanted) override {
+  PosixCode setFlags(FileAt object, const FileStatus& seen, std::uint32_t wanted) override {
     if (setFlagsAnswer) return *setFlagsAnswer;
-    const bool isRefusing = (plantedOn(current) & file_flag::refusingChanges) != 0;
+    const bool isRefusing = (plantedOn(seen) & file_flag::refusingChanges) != 0;
     if (isRefusing && mayRefuseChanges) return PosixCode::notPermitted;
-    auto own = current;
-    own.flags &= ~plantedOn(current);
-    return PortFileSystem::setFlags(object, links, own, wanted & ~plantedOn(current));
+    auto own = seen;
+    own.flags &= ~plantedOn(seen);
+    return PortFileSystem::setFlags(object, own, wanted & ~plantedOn(seen));
   }
 
  private:
@@ -145,6 +146,12 @@ TEST_F(DeletionTest, NothingThere) {
   EXPECT_EQ(remove("", recursively), invalid);
   EXPECT_EQ(remove(deeper, singly), posixError(PosixCode::noEntry));
   EXPECT_EQ(remove(deeper, recursively), success);
+}
+
+TEST_F(DeletionTest, AWantOfMemoryDoesNotPassForAMissingObject) {
+  const auto file = scratch_.file("file");
+  files_.statusAnswer = PosixCode::outOfMemory;
+  EXPECT_EQ(remove(file, recursively), posixError(PosixCode::outOfMemory));
 }
 
 TEST_F(DeletionTest, SinglyBothUserFlagsAreCleared) {

@@ -115,16 +115,99 @@ TEST_F(ExchangedItemTest, FlagsGoToTheTargetThatHadTheOthers) {
              std::string(change),
          [&] { return isAppendOnly("log"); }},
         [&] {
-          const auto status = context_.files.status(link.c_str(), Links::follow);
+          auto status = context_.files.status(link.c_str(), Links::follow);
           if (!status) return false;
           const auto wanted = isRecursive ? status->flags & ~file_flag::userImmutable
                                           : status->flags | file_flag::userImmutable;
-          return context_.files.setFlags(link.c_str(), Links::follow, *status, wanted) ==
-                 PosixCode::success;
+          const auto target = context_.files.hold(link.c_str(), Links::follow);
+          status->flags = ~wanted;  // All flags are written.
+          return target && target->setFlags(*status, wanted) == PosixCode::success;
         },
         performing("ModifyProtection",
                    {isRecursive ? folder : link, !isRecursive, isRecursive, false}));
   }
+}
+
+TEST_F(ExchangedItemTest, DeletionClearsNoFlagOfALinksTarget) {
+  scratch_.file("precious");
+  if (!scratch_.changeFlags("precious", "-i")) GTEST_SKIP() << "needs a file system with flags";
+  const auto file = scratch_.path("folder/file");
+  const auto isProtected = [&](const std::string& name) {
+    const auto status = context_.files.status(scratch_.path(name).c_str(), Links::stay);
+    return status && (status->flags & file_flag::userImmutable) != 0;
+  };
+  const std::pair<std::string, Array> deletions[] = {
+      {"DeleteFoldercontents", {scratch_.path("folder")}},
+      {"DeleteFileobjects", {"1", "0", file}},
+      {"DeleteFileobjects", {"0", "0", file}}};
+  for (const auto& [stem, arguments] : deletions) {
+    expectSafety(
+        {"folder/file", "link",
+         "chattr -f -i precious; rm -rf *; mkdir folder; touch folder/file precious;"
+         "ln -s ../precious folder/../link; chattr +i precious",
+         [&] { return isProtected("precious"); }},
+        [&] {
+          if (S_ISLNK(test::statusOf(file).st_mode)) return true;
+          const auto held = context_.files.hold(file.c_str(), Links::follow);
+          if (!held) return true;
+          auto seen = *held->status();
+          return held->setFlags(seen, 0) == PosixCode::success;
+        },
+        performing(stem, arguments));
+  }
+}
+
+TEST_F(ExchangedItemTest, ASystemFileIsNotTheOneThatTookItsName) {
+  scratch_.file("precious");
+  const auto file = scratch_.path("folder/file"), precious = scratch_.path("precious");
+  const auto record = "setfattr -n user.com.apple.FinderInfo -v 0x5459504543524541" +
+                      std::string(48, '0') + " folder/file";
+  if (!test::run({"setfattr", "-n", "user.x", "-v", "x", precious})) {
+    GTEST_SKIP() << "needs attributes";
+  }
+  expectSafety(
+      {"folder/file", "folder/hard",
+       "rm -rf *; mkdir folder; printf p > precious; ln precious folder/hard;"
+       "touch folder/file; chown 1234 folder/file;" +
+           record,
+       [&] {
+         return test::printed("cat " + precious + "; getfattr -d " + precious) == "p" &&
+                test::statusOf(precious).st_uid == 0;
+       }},
+      [&] {
+        const auto uid = test::statusOf(file).st_uid;
+        return chown(file.c_str(), uid, uid) == 0;
+      },
+      performing("ModifySystemfile", {file, Data{'n'}, true}));
+}
+
+TEST_F(ExchangedItemTest, ClassicAttributesOfOneObjectDoNotGetIntoAnother) {
+  const auto file = scratch_.path("folder/file");
+  const auto record = [](const std::string& path) {
+    return test::printed("getfattr --absolute-names --only-values -n user.com.apple.FinderInfo " +
+                         path + " 2>/dev/null | head -c 9");
+  };
+  if (!test::run({"setfattr", "-n", "user.x", "-v", "x", scratch_.file("probe")})) {
+    GTEST_SKIP() << "needs attributes";
+  }
+  constexpr std::uint32_t type = 0x54595045, creator = 0x43524541;
+  expectSafety(
+      {"folder/file", "folder/other",
+       "rm -rf *; mkdir folder; for name in file other; do touch folder/$name;"
+       "setfattr -n user.com.apple.FinderInfo -v '\"'$name'\"' folder/$name; done",
+       [&] {
+         for (const auto* name : {"folder/file", "folder/other"}) {
+           const auto is = record(scratch_.path(name));
+           if (is != "file" && is != "other" && is != "TYPECREA@") return false;
+         }
+         return true;
+       }},
+      [&] {
+        const auto before = record(file);
+        return test::run({"setfattr", "-n", "user.com.apple.FinderInfo", "-v",
+                          before.substr(0, 4) + "CREA", file});
+      },
+      performing("ModifyHfsattr", {file, type, creator, 1}));
 }
 
 TEST_F(ExchangedItemTest, ANewFolderIsTheOneThatWasMade) {

@@ -92,11 +92,19 @@ TEST_F(FileObjectOperationsTest, LinksAreMadeAsTheyAreWritten) {
   EXPECT_EQ(perform("CreateLink", {hardToSoft, soft, 1}), success);
   EXPECT_TRUE(S_ISLNK(statusOf(hardToSoft).st_mode));
 
+  scratch_.make("mkdir -p folder/inner; chmod 0750 folder; touch folder/inner/f; ln -s x folder/l");
+  EXPECT_EQ(perform("CreateLink", {scratch_.path("linked"), scratch_.path("folder"), 1}), success);
+  EXPECT_EQ(statusOf(scratch_.path("linked")).st_mode, S_IFDIR | 0750u);
+  EXPECT_EQ(statusOf(scratch_.path("linked/inner/f")).st_ino,
+            statusOf(scratch_.path("folder/inner/f")).st_ino);
+  EXPECT_EQ(*context_.files.linkTarget(scratch_.path("linked/l").c_str()), "x");
+  EXPECT_EQ(statusOf(soft).st_nlink, 1u);
+
   const auto fresh = scratch_.path("new");
   const std::pair<Array, int> refused[] = {{{soft, "x", 0}, 516},
                                            {{soft, file, 1}, 516},
                                            {{fresh, scratch_.path("missing"), 1}, 4},
-                                           {{fresh, scratch_.path(), 1}, 513},
+                                           {{fresh, scratch_.path(), 1}, 512},
                                            {{fresh, "", 0}, 4},
                                            {{"", "x", 0}, 4}};
   for (const auto& [arguments, code] : refused) {

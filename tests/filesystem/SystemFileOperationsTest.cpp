@@ -2,6 +2,7 @@
 
 #include <sys/resource.h>
 
+#include "PortFileSystem.h"
 #include "filesystem/OperationFixture.h"
 #include "support/KillAtEveryCall.h"
 #include "support/Mounts.h"
@@ -21,6 +22,7 @@ class SystemFileOperationsTest : public test::OperationFixture {
   Outcome overwrite(const std::string& path, const std::string& content, bool remove) {
     return perform("ModifySystemfile", {path, Data(content.begin(), content.end()), remove});
   }
+  std::string names() const { return test::printed("ls -A '" + scratch_.path() + "'"); }
 };
 
 TEST_F(SystemFileOperationsTest, NewContentsGetTheOldAttributes) {
@@ -51,14 +53,14 @@ TEST_F(SystemFileOperationsTest, NewContentsGetTheOldAttributes) {
   EXPECT_FALSE(test::exists(file + ".backup"));
 }
 
-TEST_F(SystemFileOperationsTest, TypeAndCreatorAreKeptAndOtherAttributesAreNot) {
+TEST_F(SystemFileOperationsTest, TypeCreatorAndHiddenExtensionAreKeptAndOtherAttributesAreNot) {
   const auto file = scratch_.file("file");
-  // "TYPE", "CREA", a flag and what else there may be.
-  const auto record = "54595045435245414000" + std::string(44, '7');
+  // "TYPE", "CREA", hidden with a hidden extension, and what else there may be.
+  const auto record = "54595045435245414010" + std::string(44, '7');
   const auto set = "attribute user.other 1 file; setrecord " + record + " file";
   if (!scratch_.tryToMake(set)) GTEST_SKIP() << "needs attributes";
   EXPECT_EQ(overwrite(file, "new", keepBackup), success);
-  EXPECT_EQ(scratch_.printedBy("record file"), "5459504543524541" + std::string(48, '0') + "\n");
+  EXPECT_EQ(scratch_.printedBy("record file"), "54595045435245410010" + std::string(44, '0') + "\n");
   EXPECT_EQ(scratch_.printedBy("attributes file").find("other"), std::string::npos);
 }
 
@@ -108,47 +110,121 @@ TEST_F(SystemFileOperationsTest, AFailedCreationReportsItsOwnCause) {
   EXPECT_EQ(error->domain, cocoaErrorDomain);
   EXPECT_EQ(error->code, 640);
   EXPECT_EQ(*stringIn(error->userInfo, "NSFilePath"), file);
-  EXPECT_EQ(contentsOf(test::exists(file) ? file : file + ".backup"), "old");
+  EXPECT_EQ(contentsOf(file), "old");
 }
 
-TEST_F(SystemFileOperationsTest, AFailedWriteIsNotToldButKeepsTheBackup) {
+/// In a process of its own that `prepare` limits.
+template <class Prepare, class Action>
+bool succeedsApart(Prepare prepare, Action action) {
+  return test::SteppedChild([&] { return prepare() == 0 && action() == success; }).finish();
+}
+
+TEST_F(SystemFileOperationsTest, AFailedWriteIsNotReportedAndTheOldFileIsItsOwnBackup) {
   const auto file = scratch_.file("file", "old");
   ASSERT_EQ(chmod(file.c_str(), 0640), 0);
-  // Files of this process may not grow beyond 4 bytes.
-  const auto child = fork();
-  if (child == 0) {
+  const auto filesStaySmall = [] {
     signal(SIGXFSZ, SIG_IGN);
     const rlimit few{4, 4};
-    setrlimit(RLIMIT_FSIZE, &few);
-    _exit(overwrite(file, "longer than four", removeBackup) ? 1 : 0);
-  }
-  int status = -1;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
-  EXPECT_EQ(contentsOf(file), "long");
+    return setrlimit(RLIMIT_FSIZE, &few);
+  };
+  EXPECT_TRUE(succeedsApart(filesStaySmall,
+                            [&] { return overwrite(file, "longer than four", removeBackup); }));
+  EXPECT_EQ(contentsOf(file), "old");
   EXPECT_EQ(statusOf(file).st_mode & 07777, 0640u);
   EXPECT_EQ(contentsOf(file + ".backup"), "old");
+  EXPECT_EQ(names(), "file\nfile.backup\n");
 }
 
-TEST_F(SystemFileOperationsTest, TheOldContentsAreReachableWheneverTheProcessIsKilled) {
-  const auto file = scratch_.path("file"), backup = file + ".backup";
-  const std::string content(100000, 'n');
-  for (const bool remove : {keepBackup, removeBackup}) {
+TEST_F(SystemFileOperationsTest, AnAttributeThatCannotBeSetIsAnErrorThatChangesNothing) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  const auto file = scratch_.file("file", "old");
+  const auto inode = statusOf(file).st_ino;
+  ASSERT_EQ(chown(scratch_.path().c_str(), 1234, 1234), 0);
+  // This user may replace the file, but not give it to root.
+  EXPECT_FALSE(succeedsApart([] { return seteuid(1234); },
+                             [&] { return overwrite(file, "new", keepBackup); }));
+  EXPECT_EQ(statusOf(file).st_ino, inode);
+  EXPECT_EQ(names(), "file\n");
+}
+
+/// A file system without links.
+class WithoutLinks : public test::PortFileSystem {
+ public:
+  explicit WithoutLinks(PosixCode answer) : answer_(answer) {}
+  PosixCode createHardLink(FileAt, FileAt) override { return answer_; }
+
+ private:
+  const PosixCode answer_;
+};
+
+TEST_F(SystemFileOperationsTest, WithoutLinksTheOldFileIsMovedAside) {
+  for (const auto answer :
+       {PosixCode::notPermitted, PosixCode::notSupported, PosixCode::tooManyNames}) {
+    scratch_.make("rm -f *; printf old > file; printf older > file.backup");
+    WithoutLinks files(answer);
+    use({.files = &files});
+    EXPECT_EQ(overwrite(scratch_.path("file"), "new", keepBackup), success);
+    EXPECT_EQ(contentsOf(scratch_.path("file")), "new");
+    EXPECT_EQ(contentsOf(scratch_.path("file.backup")), "old");
+  }
+  WithoutLinks files(PosixCode::inputOutput);
+  use({.files = &files});
+  expectError(overwrite(scratch_.path("file"), "newer", keepBackup), 16, scratch_.path("file"));
+  EXPECT_EQ(contentsOf(scratch_.path("file")), "new");
+}
+
+TEST_F(SystemFileOperationsTest, OnlyLeftoversOfItsOwnAreRemoved) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  const std::string name = ".file.new-0123456789abcdef";
+  const std::string kept[] = {"mkdir $NAME",
+                              "ln -s file $NAME",
+                              "mkfifo $NAME",
+                              "ln file $NAME",
+                              "touch $NAME; chown 1234 $NAME",
+                              "touch ${NAME}0",
+                              "touch .other.new-0"};
+  for (const auto& script : kept) {
+    scratch_.make("rm -rf file* .[a-z]*; printf old > file");
+    scratch_.make("NAME=" + name + "; " + script);
+    const auto before = names();
+    EXPECT_EQ(overwrite(scratch_.path("file"), "new", removeBackup), success);
+    EXPECT_EQ(names(), before) << script;
+  }
+  scratch_.make("rm -rf .[a-z]*; touch " + name);
+  EXPECT_EQ(overwrite(scratch_.path("file"), "new", removeBackup), success);
+  EXPECT_EQ(names(), "file\n");
+}
+
+TEST_F(SystemFileOperationsTest, AKillAtAnyCallLeavesTheOldOrTheNewFileWhole) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  const auto file = scratch_.path("file");
+  for (const std::size_t size : {0u, 4096u, 4096u * 1024u}) {
+    const std::string old(size, 'o'), content(size + 1, 'n');
+    const auto isWhole = [&](const std::string& path) {
+      const auto status = statusOf(path);
+      const auto is = contentsOf(path);
+      return (is == old || is == content) && (status.st_mode & 07777) == 0640 &&
+             status.st_uid == 1234;
+    };
     const auto kills = test::killAtEveryCall(
         [&] {
-          scratch_.file("file", "old");
-          ASSERT_EQ(chmod(file.c_str(), 0640), 0);
-          scratch_.file("file.backup", "older");
+          scratch_.make("rm -rf file*");
+          scratch_.file("file", old);
+          scratch_.make("chown 1234:4321 file; chmod 0640 file; printf older > file.backup");
         },
-        [&] { (void)overwrite(file, content, remove); },
+        [&] { (void)overwrite(file, content, keepBackup); },
         [&](int stop) {
-          const bool isDone = contentsOf(file) == content &&
-                              (statusOf(file).st_mode & 07777) == 0640 && !test::exists(backup);
-          EXPECT_TRUE(contentsOf(file) == "old" || contentsOf(backup) == "old" ||
-                      (remove && isDone))
-              << "killed at stop " << stop;
+          EXPECT_TRUE(isWhole(file)) << "killed at stop " << stop;
+          const auto backup = contentsOf(file + ".backup");
+          EXPECT_TRUE(backup == "older" || backup == old || !test::exists(file + ".backup"))
+              << stop;
+          const auto others = test::printed("ls -A '" + scratch_.path() +
+                                            "' | grep -vx -e file -e file.backup | wc -l");
+          EXPECT_LE(std::stoi(others), 1) << stop;
         });
-    EXPECT_GT(kills, 20);
+    EXPECT_GT(kills, 40);
+    EXPECT_EQ(overwrite(file, content, removeBackup), success);
+    EXPECT_EQ(names(), "file\n");
   }
 }
 

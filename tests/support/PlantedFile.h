@@ -2,7 +2,7 @@
 #pragma once
 
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 
 #include "support/ScratchFolder.h"
@@ -20,8 +20,9 @@ inline std::string plant(const ScratchFolder& root, const std::string& name,
 }
 
 inline std::string contentsOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  std::ostringstream contents;
+  contents << std::ifstream(path, std::ios::binary).rdbuf();
+  return contents.str();
 }
 
 }  // namespace qrt::test

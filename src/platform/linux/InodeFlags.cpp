@@ -9,7 +9,8 @@
 
 #include <cerrno>
 
-#include "platform/linux/ObjectHandle.h"
+#include "platform/linux/DescriptorPath.h"
+#include "platform/linux/ObjectHold.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt::inode_flags {
@@ -27,11 +28,12 @@ constexpr Row rows[] = {
     {file_flag::userAppendOnly, STATX_ATTR_APPEND, FS_APPEND_FL, FS_XFLAG_APPEND},
 };
 
-/// `word` with the bits of each row's `bit` as `wanted` has its flag.
+/// `word` with the bit of each flag that changes.
 template <class Word>
-Word adapted(Word word, Word Row::*bit, std::uint32_t wanted) {
+Word adapted(Word word, Word Row::*bit, Change change) {
   for (const auto& row : rows) {
-    word = (wanted & row.flag) != 0 ? word | row.*bit : word & ~(row.*bit);
+    if (((change.seen ^ change.wanted) & row.flag) == 0) continue;
+    word = (change.wanted & row.flag) != 0 ? word | row.*bit : word & ~(row.*bit);
   }
   return word;
 }
@@ -50,9 +52,14 @@ constexpr long setFileAttributes = 469;
 /// File systems and drivers have several ways to say that they have no flags.
 PosixCode lastFlagError() { return errno == ENOTTY ? PosixCode::notSupported : lastError(); }
 
-bool callByName(long call, FileAt object, FileAttributes& attributes) {
-  return ::syscall(call, object.folder.descriptor(), object.name, &attributes, sizeof attributes,
-                   AT_SYMLINK_NOFOLLOW) == 0;
+PosixCode callByName(int folder, const char* name, int options, Change change) {
+  FileAttributes attributes;
+  const auto call = [&](long number) {
+    return ::syscall(number, folder, name, &attributes, sizeof attributes, options) == 0;
+  };
+  if (!call(getFileAttributes)) return lastFlagError();
+  attributes.extendedFlags = adapted(attributes.extendedFlags, &Row::extendedFlag, change);
+  return call(setFileAttributes) ? PosixCode::success : lastFlagError();
 }
 
 }  // namespace
@@ -72,35 +79,33 @@ bool canBe(std::uint32_t flags, std::uint32_t type) {
   return (flags & ~known) == 0 && mayBeOn(type);
 }
 
-PosixCode write(FileAt object, Links links, std::uint32_t wanted) {
-  if (links == Links::stay) {
-    const auto code = writeByName(object, wanted);
-    if (code != PosixCode::notImplemented) return code;
-  }
-  return writeByDescriptor(object, links, wanted);
+PosixCode write(FileAt object, Change change) {
+  const auto code = writeByName(object, change);
+  if (code != PosixCode::notImplemented) return code;
+  const auto held = holdObject(object, Links::stay);
+  return held ? writeByDescriptor(*held, change) : held.error();
 }
 
-PosixCode writeByName(FileAt object, std::uint32_t wanted) {
-  FileAttributes attributes;
-  if (!callByName(getFileAttributes, object, attributes)) return lastFlagError();
-  attributes.extendedFlags = adapted(attributes.extendedFlags, &Row::extendedFlag, wanted);
-  if (!callByName(setFileAttributes, object, attributes)) return lastFlagError();
-  return PosixCode::success;
+PosixCode write(const HeldObject& object, Change change) {
+  constexpr int throughDescriptor = 0;
+  const auto path = descriptorPath(object.descriptor());
+  const auto code = callByName(AT_FDCWD, path.c_str(), throughDescriptor, change);
+  return code == PosixCode::notImplemented ? writeByDescriptor(object, change) : code;
 }
 
-PosixCode writeByDescriptor(FileAt object, Links links, std::uint32_t wanted) {
-  auto handle = ObjectHandle::open(object, links);
-  if (!handle) return handle.error();
-  if (!mayBeOn(handle->type())) return PosixCode::notSupported;
-  return write(std::move(*handle).takeDescriptor().get(), wanted);
+PosixCode writeByName(FileAt object, Change change) {
+  return callByName(object.folder.descriptor(), object.name, AT_SYMLINK_NOFOLLOW, change);
 }
 
-PosixCode write(int object, std::uint32_t wanted) {
+PosixCode writeByDescriptor(const HeldObject& object, Change change) {
+  const auto status = object.status();
+  if (!status) return status.error();
+  if (!mayBeOn(status->type())) return PosixCode::notSupported;
   const auto file = openForReading(object);
   if (!file) return file.error();
   std::uint32_t word = 0;
   if (::ioctl(file->get(), FS_IOC_GETFLAGS, &word) != 0) return lastFlagError();
-  word = adapted(word, &Row::inodeFlag, wanted);
+  word = adapted(word, &Row::inodeFlag, change);
   if (::ioctl(file->get(), FS_IOC_SETFLAGS, &word) != 0) return lastFlagError();
   return PosixCode::success;
 }

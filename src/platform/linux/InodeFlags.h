@@ -18,18 +18,22 @@ bool mayBeOn(std::uint32_t type);
 /// here.
 bool canBe(std::uint32_t flags, std::uint32_t type);
 
-/// Gives a regular file or folder the known flags `wanted` and keeps its other inode flags. Any
-/// other object, and a file system without such flags, is `notSupported`. Takes the best of the
-/// ways below.
-PosixCode write(FileAt object, Links links, std::uint32_t wanted);
+/// The flags that an object was seen to have and those that it is to have. Only what differs is
+/// written: everything else stays as the object has it at that moment.
+struct Change {
+  std::uint32_t seen;
+  std::uint32_t wanted;
+};
 
-/// Two calls on the name itself, from kernel 6.17; `notImplemented` before. Does not follow links.
-PosixCode writeByName(FileAt object, std::uint32_t wanted);
+/// Changes known flags of a regular file or folder; a link is not followed. Any other object, and a
+/// file system without such flags, is `notSupported`. Takes the best of the ways below.
+PosixCode write(FileAt object, Change change);
+/// The same of an object that is held.
+PosixCode write(const HeldObject& object, Change change);
 
+/// Two calls on the name itself, from kernel 6.17; `notImplemented` before.
+PosixCode writeByName(FileAt object, Change change);
 /// Opens the object; on every kernel.
-PosixCode writeByDescriptor(FileAt object, Links links, std::uint32_t wanted);
-
-/// The same for a regular file or folder that is held.
-PosixCode write(int object, std::uint32_t wanted);
+PosixCode writeByDescriptor(const HeldObject& object, Change change);
 
 }  // namespace qrt::inode_flags

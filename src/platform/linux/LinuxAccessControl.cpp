@@ -31,6 +31,11 @@ constexpr std::uint32_t groupBits = 0070;
 /// on the stack.
 constexpr std::size_t largestExternalForm = 512 * 1024;
 
+/// What a file system cannot keep is no failure.
+PosixCode ifSupported(PosixCode code) {
+  return code == PosixCode::notSupported ? PosixCode::success : code;
+}
+
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
 
 AccessControlList made(AclEntries entries) {
@@ -218,13 +223,12 @@ PosixCode LinuxAccessControl::setList(const HeldObject& object, const OptionalLi
   return wanted == *own ? PosixCode::success : write(object, wanted);
 }
 
-PosixResult<AccessRights> LinuxAccessControl::rights(const HeldObject& object) {
-  const auto status = object.status();
-  if (!status) return status.error();
+PosixResult<AccessRights> LinuxAccessControl::rights(const HeldObject& object,
+                                                     const FileStatus& current) {
   const auto own = list(object);
   if (!own) return own.error();
-  AccessRights rights{status->mode & permissionBits, *own, std::nullopt};
-  if (!status->isFolder()) return rights;
+  AccessRights rights{current.mode & permissionBits, *own, std::nullopt};
+  if (!current.isFolder()) return rights;
 
   auto inheritance = inheritanceOf(object);
   if (!inheritance) return inheritance.error();
@@ -236,16 +240,16 @@ PosixCode LinuxAccessControl::setRights(const HeldObject& object, const AccessRi
   const auto status = object.status();
   if (!status) return status.error();
   // First of all, because bits alone would give the group what the mask only allows.
-  auto permissions = rights.permissions;
-  auto code = rights.list ? setWholeList(object, rights) : setList(object, std::nullopt);
-  if (code == PosixCode::notSupported) {
-    permissions = permissionsWithoutList(rights);
-    code = PosixCode::success;
+  const auto listCode = rights.list ? setWholeList(object, rights) : setList(object, std::nullopt);
+  const bool hasList = listCode == PosixCode::success;
+  const auto bitsCode =
+      setPermissions(object, hasList ? rights.permissions : permissionsWithoutList(rights));
+  const auto inheritanceCode =
+      status->isFolder() ? setInheritance(object, rights.inheritance) : PosixCode::success;
+  for (const auto code : {ifSupported(listCode), bitsCode, ifSupported(inheritanceCode)}) {
+    if (code != PosixCode::success) return code;
   }
-  if (code == PosixCode::success) code = setPermissions(object, permissions);
-  if (code != PosixCode::success || !status->isFolder()) return code;
-  code = setInheritance(object, rights.inheritance);
-  return code == PosixCode::notSupported ? PosixCode::success : code;
+  return PosixCode::success;
 }
 
 }  // namespace qrt

@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include "platform/linux/DescriptorPath.h"
-#include "platform/linux/ObjectHandle.h"
 #include "platform/posix/AttributeCalls.h"
 #include "platform/posix/NativeError.h"
 
@@ -15,7 +14,10 @@ namespace qrt {
 namespace {
 
 constexpr std::string_view userNamespace = "user.";
-constexpr std::string_view namespaces[] = {userNamespace, "system.", "security.", "trusted."};
+/// The general ones, then those that single file systems have.
+constexpr std::string_view namespaces[] = {
+    userNamespace, "system.", "security.", "trusted.", "btrfs.", "ceph.",     "cifs.",
+    "smb3.",       "osx.",    "os2.",      "lustre.",  "afs.",   "glusterfs."};
 
 /// Access control lists have calls of their own. The last two are how XFS tells them once more; no
 /// other file system could make anything of them.
@@ -43,21 +45,9 @@ std::string_view nameOf(std::string_view nativeName) {
   return hasNamespace(rest) ? nativeName : rest;
 }
 
-PosixResult<HeldObject> held(FileAt object, Links links) {
-  auto handle = ObjectHandle::open(object, links);
-  if (!handle) return handle.error();
-  return HeldObject(std::move(*handle).takeDescriptor());
-}
-
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
 
 }  // namespace
-
-PosixResult<std::vector<std::string>> LinuxExtendedAttributes::names(FileAt object, Links links,
-                                                                     Compression compression) {
-  const auto source = held(object, links);
-  return source ? names(*source, compression) : source.error();
-}
 
 PosixResult<std::vector<std::string>> LinuxExtendedAttributes::names(const HeldObject& object,
                                                                      Compression) {
@@ -75,13 +65,6 @@ PosixResult<std::vector<std::string>> LinuxExtendedAttributes::names(const HeldO
   return names;
 }
 
-PosixResult<Data> LinuxExtendedAttributes::value(FileAt object, Links links,
-                                                 const std::string& name) {
-  if (!isAttributeName(name)) return PosixCode::invalidArgument;
-  const auto source = held(object, links);
-  return source ? value(*source, name) : source.error();
-}
-
 PosixResult<Data> LinuxExtendedAttributes::value(const HeldObject& object,
                                                  const std::string& name) {
   if (!isAttributeName(name)) return PosixCode::invalidArgument;
@@ -92,21 +75,18 @@ PosixResult<Data> LinuxExtendedAttributes::value(const HeldObject& object,
   });
 }
 
-PosixCode LinuxExtendedAttributes::set(FileAt object, Links links, const std::string& name,
+PosixCode LinuxExtendedAttributes::set(const HeldObject& object, const std::string& name,
                                        const Data& value) {
   if (!isAttributeName(name)) return PosixCode::invalidArgument;
-  const auto handle = ObjectHandle::open(object, links);
-  if (!handle) return handle.error();
-  return codeFor(
-      ::setxattr(handle->path().c_str(), nativeName(name).c_str(), value.data(), value.size(), 0));
+  const auto path = descriptorPath(object.descriptor());
+  return codeFor(::setxattr(path.c_str(), nativeName(name).c_str(), value.data(), value.size(), 0));
 }
 
-PosixCode LinuxExtendedAttributes::remove(FileAt object, Links links, const std::string& name,
+PosixCode LinuxExtendedAttributes::remove(const HeldObject& object, const std::string& name,
                                           Compression) {
   if (!isAttributeName(name)) return PosixCode::invalidArgument;
-  const auto handle = ObjectHandle::open(object, links);
-  if (!handle) return handle.error();
-  return codeFor(::removexattr(handle->path().c_str(), nativeName(name).c_str()));
+  const auto path = descriptorPath(object.descriptor());
+  return codeFor(::removexattr(path.c_str(), nativeName(name).c_str()));
 }
 
 }  // namespace qrt

@@ -8,7 +8,7 @@
 
 #include "platform/NativeFileSystem.h"
 #include "platform/linux/InodeFlags.h"
-#include "platform/linux/ObjectHandle.h"
+#include "platform/linux/ObjectHold.h"
 #include "platform/linux/ObjectStatus.h"
 #include "platform/posix/CopyContents.h"
 #include "platform/posix/LinkTarget.h"
@@ -19,12 +19,11 @@
 namespace qrt {
 namespace {
 
-bool isOnReadOnlyMount(FileAt object, Links links, const FileStatus& current) {
-  const bool sharesMountOfFolder =
-      links == Links::stay && !current.isMountRoot && &object.folder != &Folder::ofProcess();
+bool isOnReadOnlyMount(FileAt object, const FileStatus& seen) {
+  const bool sharesMountOfFolder = !seen.isMountRoot && &object.folder != &Folder::ofProcess();
   if (sharesMountOfFolder) return object.folder.isReadOnly();
-  auto handle = ObjectHandle::open(object, links);
-  return handle && refusesChanges(std::move(*handle).takeDescriptor().get());
+  const auto held = holdObject(object, Links::stay);
+  return held && refusesChanges(held->descriptor());
 }
 
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
@@ -37,17 +36,13 @@ PosixResult<FileStatus> LinuxFileSystem::status(FileAt object, Links links) {
 }
 
 PosixResult<HeldObject> LinuxFileSystem::hold(FileAt object, Links links) {
-  const int stay = links == Links::stay ? O_NOFOLLOW : 0;
-  FileDescriptor descriptor(
-      ::openat(object.folder.descriptor(), object.name, O_PATH | O_CLOEXEC | stay));
-  if (!descriptor) return lastError();
-  return HeldObject(std::move(descriptor));
+  return holdObject(object, links);
 }
 
 PosixResult<HeldObject> LinuxFileSystem::holdOpen(FileAt object) {
   FileDescriptor descriptor(::openat(object.folder.descriptor(), object.name,
                                      O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC));
-  if (!descriptor) return hold(object, Links::stay);
+  if (!descriptor) return holdObject(object, Links::stay);
   return HeldObject(std::move(descriptor));
 }
 
@@ -55,19 +50,20 @@ PosixResult<std::string> LinuxFileSystem::linkTarget(const HeldObject& link) {
   return qrt::linkTarget(link.descriptor(), "");
 }
 
-PosixCode LinuxFileSystem::setFlags(FileAt object, Links links, const FileStatus& current,
-                                    std::uint32_t wanted) {
-  if (isOnReadOnlyMount(object, links, current)) return PosixCode::readOnlyFileSystem;
-  if (wanted == current.flags) return PosixCode::success;
-  if (!inode_flags::canBe(wanted, current.type())) return PosixCode::notSupported;
-  return inode_flags::write(object, links, wanted);
+PosixCode LinuxFileSystem::setFlags(FileAt object, const FileStatus& seen, std::uint32_t wanted) {
+  if (isOnReadOnlyMount(object, seen)) return PosixCode::readOnlyFileSystem;
+  if (wanted == seen.flags) return PosixCode::success;
+  if (!inode_flags::canBe(wanted, seen.type())) return PosixCode::notSupported;
+  return inode_flags::write(object, {seen.flags, wanted});
 }
 
 PosixResult<Data> LinuxFileSystem::readFile(FileAt object, std::size_t limit) {
-  const auto handle = ObjectHandle::open(object, Links::follow);
-  if (!handle) return handle.error();
-  if (handle->type() != file_type::regular) return PosixCode::invalidArgument;
-  return qrt::readFile(AT_FDCWD, handle->path().c_str(), limit);
+  const auto held = holdObject(object, Links::follow);
+  const auto status = held ? held->status() : held.error();
+  if (!status) return status.error();
+  if (status->type() != file_type::regular) return PosixCode::invalidArgument;
+  const auto file = openForReading(*held);
+  return file ? qrt::readFile(file->get(), limit) : file.error();
 }
 
 PosixCode LinuxFileSystem::createSpecialFile(FileAt object, const HeldObject& model) {
@@ -92,22 +88,14 @@ PosixCode LinuxFileSystem::renameAfterLooking(FileAt object, FileAt newObject) {
   const auto taken = status(newObject, Links::stay);
   if (taken) return PosixCode::exists;
   if (taken.error() != PosixCode::noEntry) return taken.error();
-  return codeFor(::renameat(object.folder.descriptor(), object.name, newObject.folder.descriptor(),
-                            newObject.name));
+  return replace(object, newObject);
 }
 
-PosixCode LinuxFileSystem::copyTimes(const HeldObject& from, FileAt to) {
-  struct stat status;
-  if (::fstat(from.descriptor(), &status) != 0) return lastError();
-  const timespec times[] = {status.st_atim, status.st_mtim};
-  return codeFor(::utimensat(to.folder.descriptor(), to.name, times, AT_SYMLINK_NOFOLLOW));
-}
-
-PosixCode LinuxFileSystem::copyContents(const HeldObject& from, OpenFile& to) {
+PosixCode LinuxFileSystem::copyContents(const HeldObject& from, OpenFile& to, LeaseWait& leases) {
   const auto status = from.status();
   if (!status) return status.error();
   if (status->type() != file_type::regular) return PosixCode::invalidArgument;
-  const auto file = openForReading(from.descriptor());
+  const auto file = openForReading(from, leases);
   if (!file) return file.error();
   return qrt::copyContents(file->get(), to.descriptor(), NoData::isHole);
 }

@@ -14,15 +14,11 @@ class LinuxFileSystem : public PosixFileSystem {
   PosixResult<HeldObject> holdOpen(FileAt object) override;
   PosixResult<std::string> linkTarget(const HeldObject& link) override;
   using PosixFileSystem::linkTarget;
-  PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
-                     std::uint32_t wanted) override;
+  PosixCode setFlags(FileAt object, const FileStatus& seen, std::uint32_t wanted) override;
   PosixResult<Data> readFile(FileAt object, std::size_t limit) override;
   PosixCode createSpecialFile(FileAt object, const HeldObject& model) override;
   PosixCode rename(FileAt object, FileAt newObject) override;
-  PosixCode copyTimes(const HeldObject& from, FileAt to) override;
-  /// No file system here lets it be set.
-  PosixCode copyCreationTime(const HeldObject&, FileAt) override { return PosixCode::success; }
-  PosixCode copyContents(const HeldObject& from, OpenFile& to) override;
+  PosixCode copyContents(const HeldObject& from, OpenFile& to, LeaseWait& leases) override;
   PosixCode synchronize(const Folder& onFileSystem) override;
 
   /// What `rename` does on file systems that cannot refuse a taken name themselves.

@@ -8,7 +8,7 @@
 
 #include "base/PathText.h"
 #include "platform/linux/LinuxFileSystem.h"
-#include "platform/linux/ObjectHandle.h"
+#include "platform/linux/ObjectHold.h"
 #include "platform/linux/SigningBudget.h"
 #include "platform/posix/NativeError.h"
 #include "platform/posix/ReadFile.h"
@@ -47,10 +47,11 @@ PosixResult<FileDescriptor> openFileBeneath(const Folder& folder, std::string_vi
   if (!isPathComponent(name)) return PosixCode::noEntry;
   const auto parent = openFolderBeneath(folder, parentPath);
   if (!parent) return parent.error();
-  const auto object = ObjectHandle::open({*parent, name.c_str()}, Links::stay);
-  if (!object) return object.error();
-  if (object->type() != file_type::regular) return PosixCode::invalidArgument;
-  return object->openForReading();
+  const auto object = holdObject({*parent, name.c_str()}, Links::stay);
+  const auto status = object ? object->status() : object.error();
+  if (!status) return status.error();
+  if (status->type() != file_type::regular) return PosixCode::invalidArgument;
+  return openForReading(*object);
 }
 
 PosixResult<Data> readFileBeneath(const Folder& folder, std::string_view path, std::size_t limit) {

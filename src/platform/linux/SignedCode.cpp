@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/linux/ObjectHandle.h"
+#include "platform/linux/ObjectHold.h"
 #include "platform/linux/SealedFile.h"
 #include "platform/linux/SealedResources.h"
 
@@ -41,16 +41,16 @@ Outcome statusOutcome(std::int32_t status) {
 }  // namespace
 
 std::optional<SignedCode> SignedCode::open(FileAt object, Links links, std::string path) {
-  const auto handle = ObjectHandle::open(object, links);
-  if (!handle) return std::nullopt;
-  const bool isFolder = handle->type() == file_type::folder;
-  if (!isFolder && handle->type() != file_type::regular) return std::nullopt;
-  auto opened = handle->openForReading();
+  const auto held = holdObject(object, links);
+  const auto status = held ? held->status() : held.error();
+  if (!status) return std::nullopt;
+  if (!status->isFolder() && status->type() != file_type::regular) return std::nullopt;
+  auto opened = openForReading(*held);
   if (!opened) return std::nullopt;
 
   SignedCode code;
   code.path_ = std::move(path);
-  if (isFolder) {
+  if (status->isFolder()) {
     code.bundle_ = SignedBundle::in(Folder(std::move(*opened)));
     if (!code.bundle_) return std::nullopt;
     opened = openFileBeneath(code.bundle_->base, code.bundle_->executablePath);

@@ -13,6 +13,12 @@ namespace {
 
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
 
+PosixCode setTimes(const HeldObject& object, const timespec* times) {
+  const auto& name = object.name();
+  if (name.empty()) return codeFor(::futimens(object.descriptor(), times));
+  return codeFor(::utimensat(object.descriptor(), name.c_str(), times, AT_SYMLINK_NOFOLLOW));
+}
+
 }  // namespace
 
 PosixResult<FileStatus> HeldObject::status() const {
@@ -33,12 +39,31 @@ PosixCode HeldObject::setPermissions(std::uint32_t permissions) const {
 
 /// Flags that are as wanted are written as well: the call alone tells whether the file system
 /// accepts changes.
-PosixCode HeldObject::setFlags(const FileStatus& current, std::uint32_t wanted) const {
-  const auto flags = common_attribute::flagsToWrite(current, wanted);
+PosixCode HeldObject::setFlags(const FileStatus& seen, std::uint32_t wanted) const {
+  const auto flags = common_attribute::flagsToWrite(seen, wanted);
   const auto code = name_.empty() ? common_attribute::set(descriptor(), ATTR_CMN_FLAGS, flags)
                                   : common_attribute::set(descriptor(), name_.c_str(),
                                                           FSOPT_NOFOLLOW, ATTR_CMN_FLAGS, flags);
-  return common_attribute::confirmed(code, current, flags, [this] { return status(); });
+  return common_attribute::confirmed(code, seen, flags, [this] { return status(); });
+}
+
+PosixCode HeldObject::touch() const { return setTimes(*this, nullptr); }
+
+PosixCode HeldObject::setTimesOf(const HeldObject& model) const {
+  const auto status = nativeStatus(model);
+  if (!status) return status.error();
+  const timespec times[] = {status->st_atimespec, status->st_mtimespec};
+  return setTimes(*this, times);
+}
+
+PosixCode HeldObject::setCreationTimeOf(const HeldObject& model) const {
+  const auto status = nativeStatus(model);
+  if (!status) return status.error();
+  const auto time = status->st_birthtimespec;
+  const auto code = name_.empty() ? common_attribute::set(descriptor(), ATTR_CMN_CRTIME, time)
+                                  : common_attribute::set(descriptor(), name_.c_str(),
+                                                          FSOPT_NOFOLLOW, ATTR_CMN_CRTIME, time);
+  return code == PosixCode::notSupported ? PosixCode::success : code;
 }
 
 }  // namespace qrt

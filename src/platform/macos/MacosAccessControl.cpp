@@ -165,18 +165,17 @@ PosixCode MacosAccessControl::setList(const HeldObject& object, const OptionalLi
       ::acl_set_fd_np(object.descriptor(), wanted->content().list.get(), ACL_TYPE_EXTENDED));
 }
 
-PosixResult<AccessRights> MacosAccessControl::rights(const HeldObject& object) {
-  const auto status = object.status();
-  if (!status) return status.error();
+PosixResult<AccessRights> MacosAccessControl::rights(const HeldObject& object,
+                                                     const FileStatus& current) {
   auto own = list(object);
   if (!own) return own.error();
-  return AccessRights{status->mode & permissionBits, std::move(*own), std::nullopt};
+  return AccessRights{current.mode & permissionBits, std::move(*own), std::nullopt};
 }
 
 PosixCode MacosAccessControl::setRights(const HeldObject& object, const AccessRights& rights) {
   const auto code = object.setPermissions(rights.permissions);
-  if (code != PosixCode::success) return code;
   const auto listCode = setList(object, rights.list);
+  if (code != PosixCode::success) return code;
   return listCode == PosixCode::notSupported ? PosixCode::success : listCode;
 }
 

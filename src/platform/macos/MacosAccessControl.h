@@ -16,7 +16,7 @@ class MacosAccessControl final : public AccessControl {
   PosixResult<std::optional<AccessControlList>> list(const HeldObject& object) override;
   PosixCode setList(const HeldObject& object,
                     const std::optional<AccessControlList>& list) override;
-  PosixResult<AccessRights> rights(const HeldObject& object) override;
+  PosixResult<AccessRights> rights(const HeldObject& object, const FileStatus& current) override;
   PosixCode setRights(const HeldObject& object, const AccessRights& rights) override;
 };
 

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <string_view>
 
-#include "platform/macos/ObjectHandle.h"
 #include "platform/posix/AttributeCalls.h"
 #include "platform/posix/NativeError.h"
 
@@ -16,12 +15,6 @@ namespace {
 /// Values are read and written whole. Only a resource fork knows another position.
 constexpr std::uint32_t atBeginning = 0;
 
-PosixResult<HeldObject> held(FileAt object, Links links) {
-  auto handle = ObjectHandle::open(object, links);
-  if (!handle) return handle.error();
-  return HeldObject(std::move(*handle).takeDescriptor());
-}
-
 int optionsFor(Compression compression) {
   return compression == Compression::exposed ? XATTR_SHOWCOMPRESSION : 0;
 }
@@ -29,12 +22,6 @@ int optionsFor(Compression compression) {
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
 
 }  // namespace
-
-PosixResult<std::vector<std::string>> MacosExtendedAttributes::names(FileAt object, Links links,
-                                                                     Compression compression) {
-  const auto source = held(object, links);
-  return source ? names(*source, compression) : source.error();
-}
 
 PosixResult<std::vector<std::string>> MacosExtendedAttributes::names(const HeldObject& object,
                                                                      Compression compression) {
@@ -53,13 +40,6 @@ PosixResult<std::vector<std::string>> MacosExtendedAttributes::names(const HeldO
   return names;
 }
 
-PosixResult<Data> MacosExtendedAttributes::value(FileAt object, Links links,
-                                                 const std::string& name) {
-  if (!isAttributeName(name)) return PosixCode::invalidArgument;
-  const auto source = held(object, links);
-  return source ? value(*source, name) : source.error();
-}
-
 PosixResult<Data> MacosExtendedAttributes::value(const HeldObject& object,
                                                  const std::string& name) {
   if (!isAttributeName(name)) return PosixCode::invalidArgument;
@@ -69,21 +49,19 @@ PosixResult<Data> MacosExtendedAttributes::value(const HeldObject& object,
   });
 }
 
-PosixCode MacosExtendedAttributes::set(FileAt object, Links links, const std::string& name,
+PosixCode MacosExtendedAttributes::set(const HeldObject& object, const std::string& name,
                                        const Data& value) {
   if (!isAttributeName(name)) return PosixCode::invalidArgument;
-  const auto handle = ObjectHandle::open(object, links);
-  if (!handle) return handle.error();
+  if (!object.name().empty()) return PosixCode::notSupported;
   return codeFor(
-      ::fsetxattr(handle->descriptor(), name.c_str(), value.data(), value.size(), atBeginning, 0));
+      ::fsetxattr(object.descriptor(), name.c_str(), value.data(), value.size(), atBeginning, 0));
 }
 
-PosixCode MacosExtendedAttributes::remove(FileAt object, Links links, const std::string& name,
+PosixCode MacosExtendedAttributes::remove(const HeldObject& object, const std::string& name,
                                           Compression compression) {
   if (!isAttributeName(name)) return PosixCode::invalidArgument;
-  const auto handle = ObjectHandle::open(object, links);
-  if (!handle) return handle.error();
-  return codeFor(::fremovexattr(handle->descriptor(), name.c_str(), optionsFor(compression)));
+  if (!object.name().empty()) return PosixCode::notSupported;
+  return codeFor(::fremovexattr(object.descriptor(), name.c_str(), optionsFor(compression)));
 }
 
 }  // namespace qrt

@@ -9,8 +9,7 @@
 #include <string_view>
 
 #include "platform/NativeFileSystem.h"
-#include "platform/macos/CommonAttribute.h"
-#include "platform/macos/ObjectHandle.h"
+#include "platform/macos/ObjectHold.h"
 #include "platform/macos/ObjectStatus.h"
 #include "platform/posix/CopyContents.h"
 #include "platform/posix/NativeError.h"
@@ -30,21 +29,10 @@ static_assert(file_flag::noUnlink == SF_NOUNLINK);
 
 PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
 
-/// One of the common attributes, by a value of its type.
-template <class Value>
-PosixCode setAttribute(FileAt object, Links links, attrgroup_t attribute, Value value) {
-  return common_attribute::set(object.folder.descriptor(), object.name,
-                               links == Links::stay ? FSOPT_NOFOLLOW : 0, attribute, value);
-}
-
-bool areOneObject(const FileStatus& a, const FileStatus& b) {
-  return a.device == b.device && a.inode == b.inode;
-}
-
 /// True when two names mean one entry of a folder, which happens where case does not count.
 bool areOneEntry(const FileStatus& a, const FileStatus& b) {
   const bool hasOneName = a.isFolder() || a.linkCount == 1;
-  return hasOneName && areOneObject(a, b);
+  return hasOneName && a.isSameObjectAs(b);
 }
 
 /// Without opening the object. A link leads elsewhere and is not meant.
@@ -55,15 +43,6 @@ PosixResult<HeldObject> heldIn(const Folder& folder, const std::string& name) {
   FileDescriptor ownFolder(::fcntl(folder.descriptor(), F_DUPFD_CLOEXEC, 0));
   if (!ownFolder) return lastError();
   return HeldObject(std::move(ownFolder), name);
-}
-
-PosixResult<struct stat> nativeStatus(const HeldObject& object) {
-  struct stat status;
-  const int result = object.name().empty() ? ::fstat(object.descriptor(), &status)
-                                           : ::fstatat(object.descriptor(), object.name().c_str(),
-                                                       &status, AT_SYMLINK_NOFOLLOW);
-  if (result != 0) return lastError();
-  return status;
 }
 
 /// For calls that take no folder. By its number nobody can exchange the folder.
@@ -82,9 +61,9 @@ PosixResult<FileStatus> MacosFileSystem::status(FileAt object, Links links) {
 }
 
 PosixResult<HeldObject> MacosFileSystem::hold(FileAt object, Links links) {
-  auto handle = ObjectHandle::open(object, links);
-  if (handle) return HeldObject(std::move(*handle).takeDescriptor());
-  return handle.error() == PosixCode::notSupported ? holdByName(object) : handle.error();
+  auto held = holdByDescriptor(object, links);
+  const bool isNeverOpened = !held && held.error() == PosixCode::notSupported;
+  return isNeverOpened ? holdByName(object) : std::move(held);
 }
 
 PosixResult<HeldObject> MacosFileSystem::holdByName(FileAt object) {
@@ -115,33 +94,35 @@ PosixResult<std::string> MacosFileSystem::linkTarget(const HeldObject& link) {
   const auto held = link.status();
   if (!held) return held.error();
   const auto found = status(path, Links::stay);
-  const bool isTheSame = found && areOneObject(*held, *found);
+  const bool isTheSame = found && held->isSameObjectAs(*found);
   return isTheSame ? target : PosixCode::noEntry;
 }
 
-PosixCode MacosFileSystem::setFlags(FileAt object, Links links, const FileStatus& current,
-                                    std::uint32_t wanted) {
+PosixCode MacosFileSystem::setFlags(FileAt object, const FileStatus& seen, std::uint32_t wanted) {
   // Only folders can be mount points, so anything else shares the mount of its folder. Elsewhere
   // the call is made without need: it alone tells whether the file system accepts changes.
-  const bool sharesMountOfFolder =
-      links == Links::stay && !current.isFolder() && &object.folder != &Folder::ofProcess();
-  const bool mayRefuse = (current.flags & file_flag::refusingChanges) != 0;
-  if (wanted == current.flags && !mayRefuse && sharesMountOfFolder && !object.folder.isReadOnly()) {
+  const bool sharesMountOfFolder = !seen.isFolder() && &object.folder != &Folder::ofProcess();
+  const bool mayRefuse = (seen.flags & file_flag::refusingChanges) != 0;
+  if (wanted == seen.flags && !mayRefuse && sharesMountOfFolder && !object.folder.isReadOnly()) {
     return PosixCode::success;
   }
-  const auto flags = common_attribute::flagsToWrite(current, wanted);
-  const auto code = setAttribute(object, links, ATTR_CMN_FLAGS, flags);
-  return common_attribute::confirmed(code, current, flags, [&] { return status(object, links); });
+  const auto held = hold(object, Links::stay);
+  const auto now = held ? held->status() : held.error();
+  if (!now) return now.error();
+  // The system writes all flags at once: those that do not change stay as the object has them.
+  const auto changes = seen.flags ^ wanted;
+  return held->setFlags(*now, (now->flags & ~changes) | (wanted & changes));
 }
 
 PosixResult<Data> MacosFileSystem::readFile(FileAt object, std::size_t limit) {
-  const auto handle = ObjectHandle::open(object, Links::follow);
-  if (!handle) {
-    const auto code = handle.error();
+  const auto held = holdByDescriptor(object, Links::follow);
+  const auto status = held ? held->status() : held.error();
+  if (!status) {
+    const auto code = status.error();
     return code == PosixCode::notSupported ? PosixCode::invalidArgument : code;
   }
-  if (handle->type() != file_type::regular) return PosixCode::invalidArgument;
-  return qrt::readFile(handle->descriptor(), limit);
+  if (status->type() != file_type::regular) return PosixCode::invalidArgument;
+  return qrt::readFile(held->descriptor(), limit);
 }
 
 PosixCode MacosFileSystem::createSpecialFile(FileAt object, const HeldObject& model) {
@@ -174,25 +155,10 @@ PosixCode MacosFileSystem::renameAfterLooking(FileAt object, FileAt newObject) {
         areOneEntry(*own, *taken) && std::string_view(object.name) != newObject.name;
     if (!isNewSpelling) return PosixCode::exists;
   }
-  return codeFor(::renameat(object.folder.descriptor(), object.name, newObject.folder.descriptor(),
-                            newObject.name));
+  return replace(object, newObject);
 }
 
-PosixCode MacosFileSystem::copyTimes(const HeldObject& from, FileAt to) {
-  const auto status = nativeStatus(from);
-  if (!status) return status.error();
-  const timespec times[] = {status->st_atimespec, status->st_mtimespec};
-  return codeFor(::utimensat(to.folder.descriptor(), to.name, times, AT_SYMLINK_NOFOLLOW));
-}
-
-PosixCode MacosFileSystem::copyCreationTime(const HeldObject& from, FileAt to) {
-  const auto status = nativeStatus(from);
-  if (!status) return status.error();
-  const auto code = setAttribute(to, Links::stay, ATTR_CMN_CRTIME, status->st_birthtimespec);
-  return code == PosixCode::notSupported ? PosixCode::success : code;
-}
-
-PosixCode MacosFileSystem::copyContents(const HeldObject& from, OpenFile& to) {
+PosixCode MacosFileSystem::copyContents(const HeldObject& from, OpenFile& to, LeaseWait&) {
   const auto status = from.status();
   if (!status) return status.error();
   const bool isOpen = from.name().empty() && status->type() == file_type::regular;

@@ -18,16 +18,14 @@ class MacosFileSystem : public PosixFileSystem {
   /// Not of a link whose path is longer than the system tells: `nameTooLong`.
   PosixResult<std::string> linkTarget(const HeldObject& link) override;
   using PosixFileSystem::linkTarget;
-  PosixCode setFlags(FileAt object, Links links, const FileStatus& current,
-                     std::uint32_t wanted) override;
+  PosixCode setFlags(FileAt object, const FileStatus& seen, std::uint32_t wanted) override;
   PosixResult<Data> readFile(FileAt object, std::size_t limit) override;
   /// Sockets come only from whoever listens at them: `notSupported`, as on volumes that do not know
   /// their folders by number.
   PosixCode createSpecialFile(FileAt object, const HeldObject& model) override;
   PosixCode rename(FileAt object, FileAt newObject) override;
-  PosixCode copyTimes(const HeldObject& from, FileAt to) override;
-  PosixCode copyCreationTime(const HeldObject& from, FileAt to) override;
-  PosixCode copyContents(const HeldObject& from, OpenFile& to) override;
+  /// Files have no leases here.
+  PosixCode copyContents(const HeldObject& from, OpenFile& to, LeaseWait& leases) override;
   PosixCode synchronize(const Folder& onFileSystem) override;
 
  private:

@@ -57,6 +57,15 @@ PosixResult<FileStatus> objectStatus(int folder, const char* name, Links links) 
   return status;
 }
 
+PosixResult<struct stat> nativeStatus(const HeldObject& object) {
+  struct stat status;
+  const int result = object.name().empty() ? ::fstat(object.descriptor(), &status)
+                                           : ::fstatat(object.descriptor(), object.name().c_str(),
+                                                       &status, AT_SYMLINK_NOFOLLOW);
+  if (result != 0) return lastError();
+  return status;
+}
+
 PosixResult<FileStatus> objectStatus(int object) {
   struct stat answer;
   if (::fstat(object, &answer) != 0) return lastError();

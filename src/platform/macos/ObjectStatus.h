@@ -1,6 +1,8 @@
 // An object's status as this system tells it.
 #pragma once
 
+#include <sys/stat.h>
+
 #include "base/Result.h"
 #include "platform/FileStatus.h"
 #include "platform/FileSystem.h"
@@ -10,5 +12,8 @@ namespace qrt {
 PosixResult<FileStatus> objectStatus(int folder, const char* name, Links links);
 
 PosixResult<FileStatus> objectStatus(int object);
+
+/// As the system has it, of an object however it is held.
+PosixResult<struct stat> nativeStatus(const HeldObject& object);
 
 }  // namespace qrt

@@ -104,8 +104,6 @@ PosixResult<bool> isJustMade(const Folder& folder, FileAt object) {
   return isEmpty(folder);
 }
 
-int nativeFlags(Links links) { return links == Links::stay ? AT_SYMLINK_NOFOLLOW : 0; }
-
 }  // namespace
 
 PosixResult<Folder> PosixFileSystem::openFolder(FileAt object, Links links) {
@@ -156,12 +154,11 @@ PosixResult<Folder> PosixFileSystem::createFolder(FileAt object, std::uint32_t p
   const auto mode = static_cast<mode_t>(permissions);
   if (::mkdirat(object.folder.descriptor(), object.name, justMade) != 0) return lastError();
   auto folder = openFolder(object, Links::stay);
-  if (!folder) return folder.error();
-  const auto isOurs = isJustMade(*folder, object);
-  if (!isOurs) return isOurs.error();
-  if (!*isOurs) return PosixCode::exists;
-  if (::fchmod(folder->descriptor(), mode) == 0) return folder;
-  const auto code = lastError();
+  const auto isOurs = folder ? isJustMade(*folder, object) : folder.error();
+  if (isOurs && !*isOurs) return PosixCode::exists;
+  auto code = isOurs ? PosixCode::success : isOurs.error();
+  if (isOurs && ::fchmod(folder->descriptor(), mode) != 0) code = lastError();
+  if (code == PosixCode::success) return folder;
   removeFolder(object);
   return code;
 }
@@ -176,14 +173,9 @@ PosixCode PosixFileSystem::createHardLink(FileAt object, FileAt existing) {
                           object.name, 0));
 }
 
-PosixCode PosixFileSystem::setOwner(FileAt object, Links links, std::uint32_t userID,
-                                    std::uint32_t groupID) {
-  return codeFor(
-      ::fchownat(object.folder.descriptor(), object.name, userID, groupID, nativeFlags(links)));
-}
-
-PosixCode PosixFileSystem::touch(FileAt object, Links links) {
-  return codeFor(::utimensat(object.folder.descriptor(), object.name, nullptr, nativeFlags(links)));
+PosixCode PosixFileSystem::replace(FileAt object, FileAt replaced) {
+  return codeFor(::renameat(object.folder.descriptor(), object.name, replaced.folder.descriptor(),
+                            replaced.name));
 }
 
 PosixCode PosixFileSystem::removeFolder(FileAt object) { return removed(object, AT_REMOVEDIR); }

@@ -20,9 +20,7 @@ class PosixFileSystem : public FileSystem {
   PosixResult<Folder> createFolder(FileAt object, std::uint32_t permissions) override;
   PosixCode createLink(FileAt object, const std::string& target) override;
   PosixCode createHardLink(FileAt object, FileAt existing) override;
-  PosixCode setOwner(FileAt object, Links links, std::uint32_t userID,
-                     std::uint32_t groupID) override;
-  PosixCode touch(FileAt object, Links links) override;
+  PosixCode replace(FileAt object, FileAt replaced) override;
   PosixCode removeFolder(FileAt object) override;
   PosixCode removeFile(FileAt object) override;
 };

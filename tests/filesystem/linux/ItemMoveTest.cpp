@@ -1,16 +1,19 @@
 #include "filesystem/ItemMove.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 
 #include <fstream>
 
+#include "PortFileSystem.h"
 #include "filesystem/FileManager.h"
 #include "filesystem/FolderChain.h"
 #include "support/Attack.h"
 #include "support/ItemFixture.h"
 #include "support/KillAtEveryCall.h"
 #include "support/Mounts.h"
+#include "support/PlatformDouble.h"
 
 namespace qrt {
 namespace {
@@ -83,6 +86,7 @@ TEST_P(VolumeMoveTest, EverythingArrivesAndComesBack) {
       chown 1000:2000 folder; chown -h 1001:2001 link; chown 1002:2002 file
       chmod 6711 file; chmod 3770 folder; chmod 0 folder/deep
       setfattr -h -n trusted.label -v t link; setfacl -m u:1234:rwx,d:u:1234:rwx folder/empty
+      ln folder/deep deeper
       # Memory keeps these on newer kernels only.
       setfattr -n user.note -v text file && setfattr -n user.empty folder || true
       touch -h -d @1000000002.987654321 folder/deep folder/empty link fifo folder .
@@ -151,6 +155,111 @@ TEST_F(AcrossTest, WhatCouldNotBeRemovedIsNotCopied) {
   if (!scratch_.changeFlags("tree", "+i")) GTEST_SKIP() << "needs the right to set flags";
   EXPECT_EQ(move(from_, to_)->code, 513);
   EXPECT_EQ(namesOnVolume(), "");
+}
+
+/// Where each removal fails once.
+class SlowToRemove : public test::PortFileSystem {
+ public:
+  PosixCode removeFolder(FileAt object) override {
+    return std::exchange(isReady_, !isReady_) ? test::PortFileSystem::removeFolder(object)
+                                              : PosixCode::outOfMemory;
+  }
+
+ private:
+  bool isReady_ = false;
+};
+
+TEST_F(AcrossTest, ACleanUpThatFailsIsTriedAgain) {
+  SlowToRemove files;
+  const auto platform = test::platformWith({.files = &files}, platform_.facilities());
+  EXPECT_EQ(FileManager::moveItemAtPath(ItemContext(platform), scratch_.file("file"), to_),
+            success);
+  EXPECT_EQ(namesOnVolume(), "tree\n");
+}
+
+/// A process of the user's that holds leases on its files.
+class LeaseHolder {
+ public:
+  /// `keeps` them when asked to give them up, or lets go after a moment.
+  LeaseHolder(const std::vector<std::string>& files, bool keeps) {
+    int ready[2];
+    EXPECT_EQ(pipe(ready), 0);
+    process_ = fork();
+    if (process_ == 0) {
+      (void)!seteuid(user);
+      if (keeps) signal(SIGIO, SIG_IGN);
+      bool isHolding = true;
+      for (const auto& file : files) {
+        isHolding &= fcntl(open(file.c_str(), O_RDONLY), F_SETLEASE, F_WRLCK) == 0;
+      }
+      (void)!write(ready[1], &isHolding, 1);
+      pause();
+    }
+    EXPECT_EQ(read(ready[0], &isHolding_, 1), 1);
+    close(ready[0]);
+    close(ready[1]);
+  }
+  LeaseHolder(const LeaseHolder&) = delete;
+  LeaseHolder& operator=(const LeaseHolder&) = delete;
+  ~LeaseHolder() {
+    kill(process_, SIGKILL);
+    waitpid(process_, nullptr, 0);
+  }
+
+  bool isHolding() const { return isHolding_; }
+
+  static constexpr uid_t user = 1234;
+
+ private:
+  pid_t process_;
+  bool isHolding_ = false;
+};
+
+class LeaseTest : public AcrossTest {
+ protected:
+  void SetUp() override {
+    AcrossTest::SetUp();
+    std::ifstream(limitFile) >> limit_;
+    std::ofstream(limitFile) << 1;
+    if (access(limitFile, W_OK) != 0)
+      GTEST_SKIP() << "needs the right to change the system's limit";
+  }
+  ~LeaseTest() override { std::ofstream(limitFile) << limit_; }
+
+  std::string ownFile(const std::string& name) const {
+    const auto path = scratch_.file("tree/" + name, "contents");
+    EXPECT_EQ(chown(path.c_str(), LeaseHolder::user, 0), 0);
+    return path;
+  }
+
+  static constexpr const char* limitFile = "/proc/sys/fs/lease-break-time";
+  int limit_ = 45;
+};
+
+TEST_F(LeaseTest, AMoveWaitsForALeaseAsLongAsTheSystemGivesOneButOnce) {
+  const auto first = ownFile("first");
+  for (const bool keeps : {false, true}) {
+    const LeaseHolder holder({ownFile("first")}, keeps);
+    ASSERT_TRUE(holder.isHolding());
+    EXPECT_EQ(move(from_, to_), success);
+    ASSERT_EQ(move(to_, from_), success);
+  }
+  const LeaseHolder holder({first, ownFile("second")}, true);
+  const auto error = move(from_, to_);
+  ASSERT_TRUE(error);
+  EXPECT_EQ(causeOf(error), number(PosixCode::tryAgain));
+  EXPECT_EQ(namesOnVolume(), "");
+}
+
+TEST_F(AcrossTest, AnAttributeThatOnlyTheSystemSetsDoesNotEndAMove) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  scratch_.make(
+      "touch tree/file; setfattr -n security.note -v 1 tree/file; chown -R 1234 tree; chmod 0777 "
+      "volume");
+  test::SteppedChild child(
+      [&] { return seteuid(1234) == 0 && move(from_ + "/file", to_) == success; });
+  EXPECT_TRUE(child.finish());
+  EXPECT_TRUE(test::exists(to_));
 }
 
 TEST_F(AcrossTest, ATakenPathStaysAsItIs) {
@@ -230,11 +339,12 @@ class ExchangedInCopyTest : public AcrossTest, public testing::WithParamInterfac
     }
     (void)!lchown(path.c_str(), look.owner, look.owner);
     if (GetParam() != file_type::link) (void)!chmod(path.c_str(), look.mode);
-    (void)context_.attributes.set(path.c_str(), Links::stay, label,
+    (void)context_.attributes.set(*context_.files.hold(path.c_str(), Links::stay), label,
                                   Data(look.text.begin(), look.text.end()));
   }
   std::string labelOf(const std::string& path) const {
-    const auto text = context_.attributes.value(path.c_str(), Links::stay, label);
+    const auto object = context_.files.hold(path.c_str(), Links::stay);
+    const auto text = object ? context_.attributes.value(*object, label) : object.error();
     return text ? std::string(text->begin(), text->end()) : std::string();
   }
   std::string contentsOf(const std::string& path) const {
@@ -288,6 +398,56 @@ TEST_P(ExchangedInCopyTest, NothingOfOneGetsIntoTheCopyOfTheOther) {
 
 INSTANTIATE_TEST_SUITE_P(Types, ExchangedInCopyTest,
                          testing::Values(file_type::regular, file_type::folder, file_type::link));
+
+/// A file of root's that is given to a user while it is copied, and that this user changes at once.
+TEST_F(AcrossTest, AFileThatIsGivenAwayMeanwhileIsNotRootsWithTheUsersContents) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  const auto file = scratch_.file("file");
+  std::vector<int> lostStops;
+  bool isOver = false;
+  for (int stop = 1; !isOver; ++stop) {
+    scratch_.make("rm -rf volume/*; printf root > file; chown 0:0 file; chmod 0755 file");
+    test::SteppedChild child([&] {
+      (void)move(file, to_);
+      return true;
+    });
+    isOver = !child.step(stop);
+    const int opened = open(file.c_str(), O_WRONLY);
+    if (!isOver && opened >= 0) {
+      (void)!fchown(opened, 1234, 1234);
+      (void)!pwrite(opened, "evil", 4, 0);
+      (void)!fchmod(opened, 06755);
+      close(opened);
+    }
+    EXPECT_TRUE(child.finish());
+    if (!test::exists(to_)) continue;
+    const auto status = test::statusOf(to_);
+    const bool isEvil = test::printed("cat " + to_) == "evil" || (status.st_mode & 06000) != 0;
+    if (isEvil && (status.st_uid == 0 || status.st_gid == 0)) lostStops.push_back(stop);
+  }
+  EXPECT_THAT(lostStops, IsEmpty());
+}
+
+TEST_F(AcrossTest, WhatTakesTheNameOfAMovedObjectIsNotRemoved) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  const auto old = from_ + "/object", other = from_ + "/roots";
+  const auto attacks = test::attackAtEveryCall(
+      old, other,
+      [&] {
+        scratch_.make(
+            "rm -rf tree/* volume/*; mkdir tree/object tree/roots; touch tree/roots/file");
+      },
+      [&] {
+        (void)move(old, to_);
+        return true;
+      },
+      [&] {
+        return test::exists(old + "/file") || test::exists(other + "/file") ||
+               test::exists(to_ + "/file");
+      });
+  EXPECT_THAT(attacks.lostStops, IsEmpty());
+  EXPECT_GT(attacks.exchanges, 40);
+}
 
 TEST_F(AcrossTest, ACompleteTreeIsAtOneOfThePathsWheneverTheProcessIsKilled) {
   const auto treeAt = [](const std::string& path) {

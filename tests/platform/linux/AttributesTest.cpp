@@ -28,13 +28,13 @@ class AttributesTest : public testing::Test {
     return test::printed("getfattr -h --absolute-names --only-values -n " + name + " " + path);
   }
   PosixCode set(const std::string& path, const std::string& name) {
-    return attributes_.set(path.c_str(), Links::stay, name, {'v'});
+    return attributes_.set(hold(path), name, {'v'});
   }
   PosixCode remove(const std::string& path, const std::string& name) {
-    return attributes_.remove(path.c_str(), Links::stay, name, Compression::hidden);
+    return attributes_.remove(hold(path), name, Compression::hidden);
   }
   std::vector<std::string> names(const std::string& path) {
-    return *attributes_.names(path.c_str(), Links::stay, Compression::hidden);
+    return *attributes_.names(hold(path), Compression::hidden);
   }
 
   test::ScratchFolder scratch_;
@@ -59,9 +59,31 @@ TEST_F(AttributesTest, NamesWithoutANamespaceLiveInThatOfUsers) {
     EXPECT_EQ(native(file, c.stored), "v") << c.given;
     EXPECT_EQ(names(file), std::vector<std::string>{c.told}) << c.given;
     // What is told leads back.
-    EXPECT_EQ(attributes_.value(file.c_str(), Links::stay, c.told).value(), Data{'v'});
+    EXPECT_EQ(attributes_.value(hold(file), c.told).value(), Data{'v'});
     ASSERT_EQ(remove(file, c.told), PosixCode::success);
   }
+}
+
+TEST_F(AttributesTest, NamesInAFileSystemsOwnNamespaceStayWhole) {
+  const test::Mount mount(Kind::btrfs, scratch_.folder("volume"));
+  if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount and mkfs.btrfs";
+  const std::string name = "btrfs.compression";
+  const auto folder = scratch_.folder("volume/folder");
+  ASSERT_EQ(attributes_.set(hold(folder), name, {'z', 'l', 'i', 'b'}), PosixCode::success);
+  EXPECT_EQ(native(folder, name), "zlib");
+  EXPECT_EQ(names(folder), std::vector{name});
+  EXPECT_EQ(remove(folder, name), PosixCode::success);
+  EXPECT_EQ(names(folder), std::vector<std::string>());
+}
+
+TEST_F(AttributesTest, AListThatCannotBeSetDoesNotKeepThePermissionsFromBeingSet) {
+  const test::Mount mount(Kind::ext4, scratch_.folder("volume"));
+  if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount and mkfs.ext4";
+  const auto file = hold(scratch_.file("volume/file"));
+  std::string tooLong = "u::rwx,g::r-x,m::rwx,o::--x";
+  for (int entry = 1; entry < 3000; ++entry) tooLong += ",u:" + std::to_string(entry) + ":r";
+  EXPECT_NE(lists_.setRights(file, {0771, list(tooLong), std::nullopt}), PosixCode::success);
+  EXPECT_EQ(file.status()->mode & 07777, 0751u);
 }
 
 TEST_F(AttributesTest, LinksAndSpecialFilesAreNotOpened) {
@@ -75,11 +97,8 @@ TEST_F(AttributesTest, LinksAndSpecialFilesAreNotOpened) {
     EXPECT_EQ(names(path), std::vector<std::string>{"trusted.x"});
   }
   EXPECT_EQ(names(file), std::vector<std::string>{});
-  EXPECT_EQ(attributes_.set(link.c_str(), Links::follow, "trusted.y", {}), PosixCode::success);
-  EXPECT_EQ(names(file), std::vector<std::string>{"trusted.y"});
 
   EXPECT_EQ(remove(file, "trusted.x"), PosixCode::noAttribute);
-  EXPECT_EQ(set(scratch_.path("missing"), "trusted.x"), PosixCode::noEntry);
   EXPECT_EQ(set(file, std::string("trusted.a\0b", 11)), PosixCode::invalidArgument);
   EXPECT_EQ(set("/proc/self/stat", "trusted.x"), PosixCode::notSupported);
 }
@@ -132,7 +151,8 @@ TEST_F(AttributesTest, WithoutAPlaceForListsThereIsNone) {
   EXPECT_EQ(setList(copy, "u:77:rwx"), PosixCode::notSupported);
   // The mask does not become what the owning group may do.
   ASSERT_TRUE(test::run({"setfacl", "-m", "u:77:rwx,g::-", file}));
-  EXPECT_EQ(lists_.setRights(hold(copy), *lists_.rights(hold(file))), PosixCode::success);
+  EXPECT_EQ(lists_.setRights(hold(copy), *lists_.rights(hold(file), *hold(file).status())),
+            PosixCode::success);
   EXPECT_EQ(aclOf(copy), "user::rw-,group::---,other::r--");
 }
 

@@ -1,4 +1,4 @@
-#include "platform/macos/ObjectHandle.h"
+#include "platform/macos/ObjectHold.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -14,7 +14,7 @@ bool mayBeOpened(mode_t mode) {
 
 }  // namespace
 
-PosixResult<ObjectHandle> ObjectHandle::open(FileAt object, Links links) {
+PosixResult<HeldObject> holdByDescriptor(FileAt object, Links links) {
   const bool stay = links == Links::stay;
   struct stat status;
   if (::fstatat(object.folder.descriptor(), object.name, &status, stay ? AT_SYMLINK_NOFOLLOW : 0) !=
@@ -25,9 +25,8 @@ PosixResult<ObjectHandle> ObjectHandle::open(FileAt object, Links links) {
   constexpr int quietly = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
   FileDescriptor descriptor(
       ::openat(object.folder.descriptor(), object.name, quietly | (stay ? O_SYMLINK : 0)));
-  // What is there may have been exchanged meanwhile.
-  if (!descriptor || ::fstat(descriptor.get(), &status) != 0) return lastError();
-  return ObjectHandle(std::move(descriptor), status.st_mode & file_type::mask);
+  if (!descriptor) return lastError();
+  return HeldObject(std::move(descriptor));
 }
 
 }  // namespace qrt
