@@ -10,6 +10,7 @@
 
 #include "filesystem/OwnedRights.h"
 #include "filesystem/PathText.h"
+#include "filesystem/ReopenableFolder.h"
 
 namespace qrt {
 namespace {
@@ -20,6 +21,9 @@ constexpr std::uint32_t setIdBits = 06000;
 
 /// In bytes. No system follows a longer path.
 constexpr std::size_t longestPath = 4096;
+
+/// Of the levels of a copy, so many at its end are open, two folders each, and the top.
+constexpr std::size_t openLevels = 16;
 
 /// Success as well when the file system of the copy does not know such a thing.
 PosixCode ifSupported(PosixCode code) {
@@ -64,8 +68,8 @@ class Copy {
 
  private:
   struct Level {
-    Folder from;
-    Folder to;
+    ReopenableFolder from;
+    ReopenableFolder to;
     FileStatus status;
     std::string name;
   };
@@ -79,12 +83,12 @@ class Copy {
   PosixCode copyNext() {
     auto& level = levels_.back();
     name_.clear();
-    const auto entry = level.from.next();
+    const auto entry = level.from->next();
     if (!entry) return entry.error();
     if (!*entry) return leave();
     const auto* name = (*entry)->name;
     name_ = name;
-    return copyItem({level.from, name}, {level.to, name});
+    return copyItem({*level.from, name}, {*level.to, name});
   }
 
   PosixCode copyItem(FileAt from, FileAt to) {
@@ -118,7 +122,7 @@ class Copy {
     const std::pair key(status.device, status.inode);
     if (const auto first = linked_.find(key); first != linked_.end()) {
       // Other names can only be met below a folder, so there is an open top.
-      const FileAt copied{levels_.front().to, first->second.path.c_str()};
+      const FileAt copied{*levels_.front().to, first->second.path.c_str()};
       return context_.files.createHardLink(to, copied) == PosixCode::success;
     }
     auto own = path(longestPath);
@@ -160,8 +164,27 @@ class Copy {
     if (!source) return source.error();
     auto folder = context_.files.createFolder(to, ownerOnlyFolder);
     if (!folder) return folder.error();
-    levels_.push_back({std::move(*source), std::move(*folder), status, std::move(name_)});
-    return PosixCode::success;
+    levels_.push_back({ReopenableFolder(std::move(*source)), ReopenableFolder(std::move(*folder)),
+                       status, std::move(name_)});
+    return closeDistantLevel();
+  }
+
+  /// The top stays open: what has several names is linked from there.
+  PosixCode closeDistantLevel() {
+    if (levels_.size() <= openLevels + 1) return PosixCode::success;
+    auto& level = levels_[levels_.size() - openLevels - 1];
+    if (!level.from.isOpen()) return PosixCode::success;
+    const auto code = level.from.close();
+    return code == PosixCode::success ? level.to.close() : code;
+  }
+
+  PosixCode openParentLevel() {
+    if (levels_.size() < 2) return PosixCode::success;
+    auto& parent = levels_[levels_.size() - 2];
+    if (parent.from.isOpen()) return PosixCode::success;
+    const auto& level = levels_.back();
+    const auto code = parent.from.reopen(context_.files, *level.from);
+    return code == PosixCode::success ? parent.to.reopen(context_.files, *level.to) : code;
   }
 
   bool isPlaceOfCopy(const FileStatus& folder) const {
@@ -178,12 +201,14 @@ class Copy {
   /// A folder's attributes come last: its times change with its contents, and a flag would forbid
   /// them.
   PosixCode leave() {
+    const auto code = openParentLevel();
+    if (code != PosixCode::success) return code;
     auto level = std::move(levels_.back());
     levels_.pop_back();
     name_ = std::move(level.name);
-    const auto source = context_.files.hold({level.from, "."}, Links::stay);
+    const auto source = context_.files.hold({*level.from, "."}, Links::stay);
     if (!source) return source.error();
-    return copyAttributes(*source, {level.to, "."}, level.status);
+    return copyAttributes(*source, {*level.to, "."}, level.status);
   }
 
   /// The owner comes first: a change of it takes away permission bits and privileges. `seen` is the
