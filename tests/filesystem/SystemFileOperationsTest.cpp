@@ -60,7 +60,8 @@ TEST_F(SystemFileOperationsTest, TypeCreatorAndHiddenExtensionAreKeptAndOtherAtt
   const auto set = "attribute user.other 1 file; setrecord " + record + " file";
   if (!scratch_.tryToMake(set)) GTEST_SKIP() << "needs attributes";
   EXPECT_EQ(overwrite(file, "new", keepBackup), success);
-  EXPECT_EQ(scratch_.printedBy("record file"), "54595045435245410010" + std::string(44, '0') + "\n");
+  EXPECT_EQ(scratch_.printedBy("record file"),
+            "54595045435245410010" + std::string(44, '0') + "\n");
   EXPECT_EQ(scratch_.printedBy("attributes file").find("other"), std::string::npos);
 }
 

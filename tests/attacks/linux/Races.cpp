@@ -107,6 +107,7 @@ class World {
                                        {"toFile", "root/up/folder/1"},
                                        {"toFolder", "root/up/folder"}}) {
       scratch_.link(std::string("user/") + name, path(target));
+      give(path(std::string("user/") + name));
     }
     if (!areFlagged_) {
       (void)!link(path("root/up/folder/2").c_str(), path("user/hard").c_str());
@@ -247,7 +248,9 @@ bool nothingIsLostOrMixed(const World& world) {
     isMarkThere |= test::exists(world.path(top + "/mark"));
     const auto file = world.path(top + "/1");
     if (!test::exists(file)) continue;
-    const bool isRoots = test::statusOf(file).st_uid == 0;
+    const auto status = test::statusOf(file);
+    if (S_ISLNK(status.st_mode)) continue;  // It is the target that has contents.
+    const bool isRoots = status.st_uid == 0;
     if (test::contentsOf(file) != (isRoots ? "root" : "user")) return false;
   }
   return isMarkThere;
@@ -290,6 +293,11 @@ const Operation operations[] = {
        return Array{"0", "0", fileIn(world)};
      },
      fileLink, true, isSafe},
+    {"modify-protection", "ModifyProtection",
+     [](const World& world) {
+       return Array{world.path("user/tree"), 0, 1, 0};
+     },
+     links, true, isSafe},
     {"prop-permissions", "PropPermissions",
      [](const World& world) {
        return Array{world.path("user/tree"), 0, 0, 0x3e};

@@ -1,5 +1,5 @@
-#include "filesystem/OperationFixture.h"
 #include "AclText.h"
+#include "filesystem/OperationFixture.h"
 #include "support/Mounts.h"
 #include "support/RecordingLog.h"
 

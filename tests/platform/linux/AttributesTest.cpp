@@ -1,10 +1,10 @@
 // Extended attributes and access control lists as this port keeps them.
+#include "AclText.h"
 #include "platform/AccessControl.h"
 #include "platform/ExtendedAttributes.h"
 #include "platform/FileSystem.h"
 #include "platform/NativePlatform.h"
 #include "platform/linux/ObjectPermissions.h"
-#include "AclText.h"
 #include "support/Mounts.h"
 
 namespace qrt {
