@@ -83,9 +83,14 @@ class Attackers {
   std::vector<pid_t> processes_;
 };
 
+/// Whether the daemon takes the client in, which refuses it before the handshake otherwise.
+bool isServed(RawClient& client) {
+  return client.send(RawClient::handshakeBytes()) && client.receiveHandshake();
+}
+
 RawClient client(const DaemonProcess& daemon) {
   RawClient client(daemon.socketPath());
-  if (client.send(RawClient::handshakeBytes())) client.receiveHandshake();
+  (void)isServed(client);
   return client;
 }
 
@@ -208,13 +213,25 @@ void connectForEver(const std::string& path, std::size_t kept) {
   }
 }
 
-void holdConnections(const DaemonProcess& daemon, int count) {
+/// Places that other processes of the user have left become free only after a moment.
+void holdConnections(const DaemonProcess& daemon, std::size_t count) {
   std::vector<RawClient> held;
-  for (int i = 0; i < count; ++i) {
-    held.emplace_back(daemon.socketPath());
-    held.back().send(RawClient::handshakeBytes());
+  while (held.size() < count) {
+    RawClient next(daemon.socketPath());
+    if (isServed(next)) {
+      held.push_back(std::move(next));
+    } else {
+      std::this_thread::sleep_for(20ms);
+    }
   }
   pause();
+}
+
+void connectUntilRefused(const DaemonProcess& daemon) {
+  for (bool isRefused = false; !isRefused;) {
+    RawClient next(daemon.socketPath());
+    isRefused = !isServed(next);
+  }
 }
 
 /// Returns how many system calls the daemon makes for a connection that it refuses.
@@ -224,7 +241,10 @@ double callsOfARefusal(const DaemonProcess& daemon) {
   const auto process = std::to_string(daemon.processID());
   Attackers attackers;
   attackers.add(firstAttacker, [&] { holdConnections(daemon, 64); });
+  Attackers probe;
   std::this_thread::sleep_for(500ms);
+  probe.add(firstAttacker, [&] { connectUntilRefused(daemon); });
+  probe.join();
   const pid_t strace = fork();
   if (strace == 0) {
     execlp("strace", "strace", "-qq", "-o", trace.c_str(), "-p", process.c_str(), nullptr);
@@ -233,7 +253,7 @@ double callsOfARefusal(const DaemonProcess& daemon) {
   std::this_thread::sleep_for(500ms);
   Attackers refused;
   refused.add(firstAttacker, [&] {
-    for (int i = 0; i < refusals; ++i) RawClient(daemon.socketPath()).isClosedByPeer();
+    for (int i = 0; i < refusals; ++i) (void)client(daemon);
   });
   refused.join();
   kill(strace, SIGTERM);
