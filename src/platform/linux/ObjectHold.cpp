@@ -49,10 +49,12 @@ PosixResult<FileDescriptor> openForReading(const HeldObject& object) {
 PosixResult<FileDescriptor> openForReading(const HeldObject& file, LeaseWait& leases) {
   using Clock = std::chrono::steady_clock;
   constexpr milliseconds pause{10};
+  // The kernel counts in ticks, the longest of which take 10 ms, and begins with the next one.
+  constexpr milliseconds ticks{50};
   auto opened = openForReading(file);
   const auto hasLease = [&] { return !opened && opened.error() == PosixCode::tryAgain; };
   if (!hasLease()) return opened;
-  const auto limit = leaseBreakTime();
+  const auto limit = leaseBreakTime() + ticks;
   const auto begin = Clock::now();
   const auto before = leases.waited;
   while (hasLease() && leases.waited <= limit) {

@@ -272,6 +272,8 @@ TEST_F(DaemonTest, APeerWithoutAProcessNumberGetsNoForm) {
   EXPECT_TRUE(isServing());
 }
 
+// Without descriptors the sanitizer cannot look at an object and reports its type as wrong.
+#ifndef QRT_SANITIZED
 TEST_F(DaemonTest, RunningOutOfDescriptorsPasses) {
   start("prlimit --nofile=48");
   {
@@ -294,6 +296,7 @@ TEST_F(DaemonTest, RunningOutOfDescriptorsPasses) {
   }
   EXPECT_EQ(servedInARow, 5);
 }
+#endif
 
 TEST_F(DaemonTest, SilentAndSlowPeersAreLetGo) {
   RawClient silent(daemon_->socketPath()), halfway(daemon_->socketPath());
