@@ -125,11 +125,10 @@ Outcome setMacAttributesAtPath(const ItemContext& context, const std::string& pa
 
 std::uint32_t fileSystemIDForPath(FileSystem& files, const std::string& path) {
   const auto location = files.locate(path);
-  return location ? fileSystemID(files, location->at()) : noFileSystemID;
-}
-
-std::uint32_t fileSystemID(FileSystem& files, FileAt object) {
-  const auto status = files.status(object, Links::stay);
+  if (!location) return noFileSystemID;
+  // "link/" is the folder that the link leads to.
+  const auto links = location->meansFolder ? Links::follow : Links::stay;
+  const auto status = files.status(location->at(), links);
   return status ? static_cast<std::uint32_t>(status->device) : noFileSystemID;
 }
 

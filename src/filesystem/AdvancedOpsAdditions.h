@@ -29,10 +29,10 @@ Outcome setUserImmutableAtPath(FileSystem& files, const std::string& path, bool 
 Outcome setMacAttributesAtPath(const ItemContext& context, const std::string& path,
                                std::uint32_t typeCode, std::uint32_t creatorCode, bool hidden);
 
-/// The number of the file system that the object itself is on, or that of none.
+/// The number of the file system that the object itself is on, or `noFileSystemID`. A link with a
+/// slash after it is the folder that it leads to.
 inline constexpr std::uint32_t noFileSystemID = 0xFFFFFFFF;
 std::uint32_t fileSystemIDForPath(FileSystem& files, const std::string& path);
-std::uint32_t fileSystemID(FileSystem& files, FileAt object);
 
 using qrt::addFileSystemObjectInfoDictionaryToArray;
 
