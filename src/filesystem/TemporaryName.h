@@ -6,7 +6,7 @@
 
 namespace qrt {
 
-/// A prefix that says what the object is for, and a random part that nobody can guess and so take
+/// A prefix that says what the object is for, and a random part that cannot be guessed and so taken
 /// before.
 class TemporaryName {
  public:

@@ -36,7 +36,7 @@ PosixCode ifKept(PosixCode code) {
   return code == PosixCode::notPermitted ? PosixCode::success : ifSupported(code);
 }
 
-/// True for attributes that the system alone sets, or lets nobody else set without a right of its
+/// True for attributes that the system alone sets, or lets others set only with a right of its
 /// own. A move does without them.
 bool isSystemsOwn(std::string_view name) {
   constexpr std::string_view securityModules = "security.";

@@ -1,4 +1,4 @@
-// What a link in somebody's tree leads to, if its owner may have that changed.
+// What a link in a user's tree leads to, if its owner may have that changed.
 #pragma once
 
 #include <optional>

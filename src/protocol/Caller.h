@@ -15,8 +15,8 @@ struct Caller {
   std::uint32_t userID = unknownUser;
   /// 0 when the kernel cannot name the process, for example one of a foreign namespace.
   std::int32_t processID = 0;
-  /// Clock ticks from the system's start to the process's: tells it from a later process with the
-  /// same number. 0 on ports whose authorization does not need it.
+  /// Clock ticks from the system's start to the process's: distinguishes it from a later one with
+  /// the same number. 0 on ports whose authorization does not need it.
   std::uint64_t startTime = 0;
   /// The path of its program when it connected; for the log. Empty when it is not known.
   std::string executable = {};

@@ -73,7 +73,7 @@ LargeMessageQueue::Users::iterator LargeMessageQueue::longestUnserved() {
   return chosen;
 }
 
-/// Gives the first message of a user its turn. False when there is none or no room for it.
+/// Gives the first message of a user its turn. False when no message waits or there is no room.
 bool LargeMessageQueue::serve(Users::iterator chosen) {
   auto& [identifier, user] = *chosen;
   if (!hasOwnRoom(identifier, user)) return false;

@@ -17,7 +17,7 @@ class LargeMessageTurn;
 
 /// Shares out the memory for messages that are not decoded yet. Users are served in turn: of those
 /// who wait, the one who was served longest ago is next, and the messages of one user are read in
-/// the order of their arrival. Root waits for nobody else. Thread-safe.
+/// the order of their arrival. Root waits for no other user. Thread-safe.
 class LargeMessageQueue {
  public:
   /// Messages up to this size need no turn.
@@ -70,8 +70,7 @@ class LargeMessageTurn {
   LargeMessageTurn(const LargeMessageTurn&) = delete;
   LargeMessageTurn& operator=(const LargeMessageTurn&) = delete;
 
-  /// A descriptor that becomes readable when the message may be read; -1 when there is none to be
-  /// had.
+  /// A descriptor that becomes readable when the message may be read; -1 when none can be made.
   int event() const { return event_.get(); }
 
   /// How long reading may take once it may begin.
