@@ -156,7 +156,7 @@ PosixCode checkRemovable(const Folder& parent, const FileStatus& item) {
 }
 
 /// Copies the object to where nothing is yet. Afterwards the copy is complete and safe from a loss
-/// of power, or there is none.
+/// of power, or nothing is left of it.
 std::optional<TreeFailure> copyAcross(const ItemContext& context, const HeldObject& item,
                                       FileAt toItem) {
   auto& files = context.files;

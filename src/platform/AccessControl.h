@@ -77,7 +77,7 @@ class AccessControl {
   virtual PosixResult<AccessRights> rights(const HeldObject& object, const FileStatus& current) = 0;
   /// Gives an object the very rights of another; what is so already is not written. A part that
   /// cannot be set does not keep the others from being set; the first failure is returned. Where
-  /// the file system cannot keep a list, only permission bits are set, which then give nobody more
+  /// the file system cannot keep a list, only permission bits are set, which then give no user more
   /// than the list did.
   virtual PosixCode setRights(const HeldObject& object, const AccessRights& rights) = 0;
 };

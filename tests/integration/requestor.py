@@ -73,7 +73,7 @@ class Requestor:
             Gio.DBusCallFlags.NONE, GLib.MAXINT, descriptors, None)
         return answer.unpack()
 
-    def tell(self, method, process):
+    def notify(self, method, process):
         """Registers or unregisters a process; whether it is answered does not matter."""
         self._bus.call(None, PATH, HELPER, method, GLib.Variant("(i)", (process,)), None,
                        Gio.DBusCallFlags.NONE, GLib.MAXINT, None, None)

@@ -48,7 +48,7 @@ TEST_F(AttributesTest, NamesWithoutANamespaceLiveInThatOfUsers) {
   if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount and mkfs.ext4";
   const auto file = scratch_.file("volume/file");
   const struct {
-    const char *given, *stored, *told;
+    const char *given, *stored, *listed;
   } cases[] = {{"com.apple.x", "user.com.apple.x", "com.apple.x"},
                {"user.plain", "user.plain", "plain"},
                {"user.user.y", "user.user.y", "user.user.y"},
@@ -57,10 +57,10 @@ TEST_F(AttributesTest, NamesWithoutANamespaceLiveInThatOfUsers) {
   for (const auto& c : cases) {
     ASSERT_EQ(set(file, c.given), PosixCode::success) << c.given;
     EXPECT_EQ(native(file, c.stored), "v") << c.given;
-    EXPECT_EQ(names(file), std::vector<std::string>{c.told}) << c.given;
-    // What is told leads back.
-    EXPECT_EQ(attributes_.value(hold(file), c.told).value(), Data{'v'});
-    ASSERT_EQ(remove(file, c.told), PosixCode::success);
+    EXPECT_EQ(names(file), std::vector<std::string>{c.listed}) << c.given;
+    // The listed name leads back.
+    EXPECT_EQ(attributes_.value(hold(file), c.listed).value(), Data{'v'});
+    ASSERT_EQ(remove(file, c.listed), PosixCode::success);
   }
 }
 

@@ -65,7 +65,7 @@ inline ssize_t acl_copy_ext_native(void* form, acl_t list, ssize_t size) {
   std::copy(list->entries.begin(), list->entries.end(), entriesOf(form));
   return size;
 }
-/// The numbers of the entries stay as they are: nobody but `acl_copy_int` reads them.
+/// The numbers of the entries stay as they are: only `acl_copy_int` reads them.
 inline ssize_t acl_copy_ext(void* form, acl_t list, ssize_t size) {
   acl_copy_ext_native(form, list, size);
   const auto count = OSSwapHostToBigInt32(static_cast<std::uint32_t>(list->entries.size()));
