@@ -19,10 +19,6 @@ namespace {
 constexpr const char* stagedName = "item";
 constexpr std::uint32_t ownerOnly = 0700;
 constexpr std::uint32_t hinderingFlags = file_flag::userImmutable | file_flag::userAppendOnly;
-/// With one of these an object cannot be moved.
-constexpr std::uint32_t fixingFlags = hinderingFlags | file_flag::systemImmutable |
-                                      file_flag::systemAppendOnly | file_flag::restricted |
-                                      file_flag::noUnlink;
 
 std::optional<TreeFailure> failure(PosixCode code) {
   if (code == PosixCode::success) return std::nullopt;
@@ -147,14 +143,6 @@ class Staging {
   std::unique_ptr<Folder> folder_;
 };
 
-/// Refuses what could not be removed afterwards, as a move on one volume would.
-PosixCode checkRemovable(const Folder& parent, const FileStatus& item) {
-  if (parent.isReadOnly()) return PosixCode::readOnlyFileSystem;
-  if (item.isMountRoot) return PosixCode::busy;
-  if ((item.flags & fixingFlags) != 0) return PosixCode::notPermitted;
-  return PosixCode::success;
-}
-
 /// Copies the object to where nothing is yet. Afterwards the copy is complete and safe from a loss
 /// of power, or nothing is left of it.
 std::optional<TreeFailure> copyAcross(const ItemContext& context, const HeldObject& item,
@@ -180,6 +168,14 @@ std::optional<TreeFailure> moveAcross(const ItemContext& context, FileAt item, F
 }
 
 }  // namespace
+
+PosixCode checkRemovable(const Folder& parent, const FileStatus& item) {
+  constexpr std::uint32_t fixingFlags = hinderingFlags | file_flag::refusingChanges;
+  if (parent.isReadOnly()) return PosixCode::readOnlyFileSystem;
+  if (item.isMountRoot) return PosixCode::busy;
+  if ((item.flags & fixingFlags) != 0) return PosixCode::notPermitted;
+  return PosixCode::success;
+}
 
 Outcome moveItemAtPath(const ItemContext& context, const std::string& path,
                        const std::string& toPath) {

@@ -19,4 +19,9 @@ Outcome moveItemAtPath(const ItemContext& context, const std::string& path,
 Outcome moveItem(const ItemContext& context, FileAt item, const std::string& path, FileAt toItem,
                  const std::string& toPath);
 
+/// Whether an item of `parent` can be removed once it is copied to another volume. Refuses what a
+/// move on one volume refuses: items of a read-only volume, mount points, and items with a flag
+/// that fixes them in their place.
+PosixCode checkRemovable(const Folder& parent, const FileStatus& item);
+
 }  // namespace qrt::FileManager

@@ -145,6 +145,14 @@ TEST_F(AcrossTest, AFullVolumeKeepsTheOldTreeAndNothingOfTheNew) {
 }
 
 TEST_F(AcrossTest, WhatCouldNotBeRemovedIsNotCopied) {
+  using namespace file_flag;  // No volume of this system keeps the flags of the rows.
+  const auto parent = context_.files.openFolder(from_.c_str(), Links::stay);
+  for (const auto flag : {systemImmutable, systemAppendOnly, restricted, noUnlink}) {
+    FileStatus flagged;
+    flagged.flags = flag;
+    const auto code = FileManager::checkRemovable(*parent, flagged);
+    EXPECT_EQ(code, PosixCode::notPermitted) << flag;
+  }
   {
     const Mount inner(Mount::Kind::memory, scratch_.folder("tree/inner"));
     scratch_.file("tree/inner/file");
