@@ -1,3 +1,5 @@
+#include <fcntl.h>
+
 #include <map>
 
 #include "PortFileSystem.h"
@@ -31,13 +33,19 @@ class Directory : public UserDirectory {
   std::map<std::uint32_t, int> questions;
 };
 
-/// A folder of that name cannot be opened, though its status can be read.
+/// A folder of that name cannot be opened, though its status can be read. Without a code, its
+/// listing fails once the names that the system reads at a time are used up.
 class Unreadable : public test::PortFileSystem {
  public:
   using test::PortFileSystem::openFolder;
   PosixResult<Folder> openFolder(FileAt object, Links links) override {
-    if (name == object.name) return code;
-    return test::PortFileSystem::openFolder(object, links);
+    if (name == object.name && code != PosixCode::success) return code;
+    auto folder = test::PortFileSystem::openFolder(object, links);
+    if (name == object.name && folder->next()) {
+      const FileDescriptor unreadable(open(object.name, test::openForNames));
+      EXPECT_GE(dup2(unreadable.get(), folder->descriptor()), 0);
+    }
+    return folder;
   }
   std::string name;
   PosixCode code = PosixCode::permissionDenied;
@@ -158,6 +166,12 @@ TEST_F(SearchOperationsTest, EachFindsWhatItLooksFor) {
   EXPECT_EQ(records(), Array{fileObjectInfo(path, *files_.status(path.c_str(), Links::stay))});
   files_.name = scratch_.path();
   EXPECT_THAT(found("SearchFilenames", {scratch_.path(), "", "", false}), IsEmpty());
+  // A listing that fails half-way counts as empty too: no name of it is reported.
+  scratch_.make("mkdir many; cd many; seq -f %0250g 40 | xargs touch");
+  files_.name = scratch_.path("many");
+  files_.code = PosixCode::success;
+  EXPECT_THAT(found("SearchFilenames", {files_.name, "", "", false}), IsEmpty());
+  files_.name = scratch_.path();
   files_.code = PosixCode::outOfMemory;
   EXPECT_EQ(search("SearchFilenames", {scratch_.path(), "", "", false}),
             posixError(PosixCode::outOfMemory));

@@ -1,6 +1,7 @@
 // This system's tools and file names, for tests that run on every port.
 #pragma once
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -31,6 +32,9 @@ inline constexpr const char* oddByte = "\xFF";
 
 /// Whatever the hard limit says.
 inline constexpr rlim_t mostDescriptors = RLIM_INFINITY;
+
+/// Opens a folder as a base for names; its own names cannot be read.
+inline constexpr int openForNames = O_PATH;
 
 /// What `mknod` makes a whiteout of.
 inline constexpr mode_t whiteoutMode = S_IFCHR;

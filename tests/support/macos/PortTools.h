@@ -1,6 +1,7 @@
 // This system's tools and file names, for tests that run on every port.
 #pragma once
 
+#include <fcntl.h>
 #include <limits.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -28,6 +29,8 @@ record() {
 inline constexpr const char* oddByte = "\xC3\xBF";
 
 inline constexpr rlim_t mostDescriptors = OPEN_MAX;
+
+inline constexpr int openForNames = O_EVTONLY;
 
 inline constexpr mode_t whiteoutMode = S_IFWHT;
 
