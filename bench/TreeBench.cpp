@@ -12,11 +12,11 @@
 #include <string>
 #include <string_view>
 
-#include "filesystem/AdvancedOpsAdditions.h"
-#include "filesystem/PermissionPropagation.h"
-#include "filesystem/QRTDirectoryEnumerator.h"
-#include "filesystem/QRTFileDeletionAdditions.h"
 #include "filesystem/SearchOperations.h"
+#include "filesystem/objects/AdvancedOpsAdditions.h"
+#include "filesystem/objects/PermissionPropagation.h"
+#include "filesystem/objects/QRTFileDeletionAdditions.h"
+#include "filesystem/walk/QRTDirectoryEnumerator.h"
 #include "platform/NativePlatform.h"
 #include "support/RecordingLog.h"
 

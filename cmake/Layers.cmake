@@ -1,8 +1,9 @@
-# One static library a folder of src/. A layer sees the folders it names, and what those see.
-#   qrt_layer(operations DEPENDS platform LINK extra-libraries...)
+# One static library a folder of src/, with its rooms. A layer sees the folders it names, and what those see.
+#   qrt_layer(filesystem ROOMS walk objects DEPENDS operations LINK extra-libraries...)
 function(qrt_layer name)
-  cmake_parse_arguments(LAYER "" "" "DEPENDS;LINK;SOURCES" ${ARGN})
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
+  cmake_parse_arguments(LAYER "" "" "ROOMS;DEPENDS;LINK;SOURCES" ${ARGN})
+  list(TRANSFORM LAYER_ROOMS REPLACE "(.+)" "${CMAKE_CURRENT_SOURCE_DIR}/${name}/\\1/*.cpp")
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp ${LAYER_ROOMS})
   list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
   add_library(qrt_${name} STATIC ${sources} ${LAYER_SOURCES})
   target_include_directories(qrt_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)

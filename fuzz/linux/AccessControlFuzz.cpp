@@ -1,7 +1,7 @@
 // Access control lists in their external form.
 #include <cstdlib>
 
-#include "platform/linux/LinuxAccessControl.h"
+#include "platform/linux/files/LinuxAccessControl.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   qrt::LinuxAccessControl lists;

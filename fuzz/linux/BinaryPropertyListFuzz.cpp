@@ -1,5 +1,5 @@
 #include "PropertyListRoundTrip.h"
-#include "platform/posix/BinaryPropertyListReader.h"
+#include "platform/posix/propertylists/BinaryPropertyListReader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   qrt::checkRoundTrip(qrt::readBinaryPropertyList({bytes, size}));

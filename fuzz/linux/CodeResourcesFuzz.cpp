@@ -1,5 +1,5 @@
 // Lists of sealed files.
-#include "platform/linux/ResourceEnvelope.h"
+#include "platform/linux/signing/ResourceEnvelope.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   const auto envelope = qrt::ResourceEnvelope::read({bytes, size});

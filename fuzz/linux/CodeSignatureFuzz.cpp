@@ -1,9 +1,9 @@
 // Signatures as they lie in executables.
 #include <cstdlib>
 
-#include "platform/linux/CmsSignature.h"
-#include "platform/linux/CodeDirectory.h"
-#include "platform/linux/SignatureBlobs.h"
+#include "platform/linux/signing/CmsSignature.h"
+#include "platform/linux/signing/CodeDirectory.h"
+#include "platform/linux/signing/SignatureBlobs.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "platform/linux/ExternalFormSeal.h"
+#include "platform/linux/authority/ExternalFormSeal.h"
 
 namespace {
 

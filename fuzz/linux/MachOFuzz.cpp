@@ -1,7 +1,7 @@
 // The beginnings of executable files.
 #include <cstdlib>
 
-#include "platform/linux/MachO.h"
+#include "platform/linux/signing/MachO.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   const qrt::Bytes file(bytes, size);

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "platform/posix/BoundedPropertyLists.h"
+#include "platform/posix/propertylists/BoundedPropertyLists.h"
 
 namespace qrt {
 

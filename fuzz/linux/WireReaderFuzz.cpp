@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "base/Error.h"
-#include "platform/linux/EncodedArguments.h"
-#include "platform/linux/MessageFrame.h"
-#include "platform/linux/WireReader.h"
+#include "platform/linux/wire/EncodedArguments.h"
+#include "platform/linux/wire/MessageFrame.h"
+#include "platform/linux/wire/WireReader.h"
 
 namespace {
 

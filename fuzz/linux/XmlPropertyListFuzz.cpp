@@ -1,5 +1,5 @@
 #include "PropertyListRoundTrip.h"
-#include "platform/posix/XmlPropertyListReader.h"
+#include "platform/posix/propertylists/XmlPropertyListReader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(bytes), size);

@@ -1,4 +1,4 @@
-// The error object that every operation answers with.
+// The outcome of an operation: nothing, or an error object.
 #pragma once
 
 #include <cstdint>
@@ -23,14 +23,6 @@ inline constexpr std::string_view localizedRecoverySuggestionKey = "NSLocalizedR
 inline constexpr std::string_view filePathErrorKey = "NSFilePath";
 inline constexpr std::string_view destinationFilePathErrorKey = "NSDestinationFilePath";
 inline constexpr std::string_view underlyingErrorKey = "NSUnderlyingError";
-
-struct Error {
-  std::string domain;
-  std::int64_t code = 0;
-  Dictionary userInfo;
-
-  friend bool operator==(const Error&, const Error&) = default;
-};
 
 /// Nothing on success, else the reason. A value answer (an inspection's result) travels as an error
 /// of code 0 whose user information is the answer.

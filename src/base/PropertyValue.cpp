@@ -2,8 +2,6 @@
 
 #include <array>
 
-#include "base/Error.h"
-
 namespace qrt {
 
 PropertyValue::PropertyValue(Error error)

@@ -63,6 +63,15 @@ class PropertyValue {
       storage_;
 };
 
+/// An error object. It is defined here because it is made of values and a value can be one.
+struct Error {
+  std::string domain;
+  std::int64_t code = 0;
+  Dictionary userInfo;
+
+  friend bool operator==(const Error&, const Error&) = default;
+};
+
 /// The string under `key`, or null when the key is missing or holds another kind of value.
 const std::string* stringIn(const Dictionary& dictionary, std::string_view key);
 

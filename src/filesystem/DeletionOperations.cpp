@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <string_view>
 
-#include "filesystem/FileManager.h"
-#include "filesystem/FileManagerError.h"
-#include "filesystem/PathAsWritten.h"
-#include "filesystem/PathText.h"
+#include "filesystem/objects/FileManager.h"
+#include "filesystem/objects/FileManagerError.h"
+#include "filesystem/objects/PathText.h"
+#include "filesystem/walk/PathAsWritten.h"
 #include "operations/ArgumentConverters.h"
 #include "operations/PrivilegedOperationError.h"
 #include "protocol/FeedbackMessage.h"

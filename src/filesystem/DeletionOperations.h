@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "base/Error.h"
-#include "filesystem/QRTFileDeletionAdditions.h"
+#include "filesystem/objects/QRTFileDeletionAdditions.h"
 #include "protocol/FeedbackConnection.h"
 
 namespace qrt {

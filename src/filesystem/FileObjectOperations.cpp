@@ -2,11 +2,11 @@
 
 #include <cstdint>
 
-#include "filesystem/AdvancedOpsAdditions.h"
-#include "filesystem/FileManager.h"
-#include "filesystem/FileManagerError.h"
-#include "filesystem/ItemMove.h"
-#include "filesystem/PathAsWritten.h"
+#include "filesystem/objects/AdvancedOpsAdditions.h"
+#include "filesystem/objects/FileManager.h"
+#include "filesystem/objects/FileManagerError.h"
+#include "filesystem/objects/ItemMove.h"
+#include "filesystem/walk/PathAsWritten.h"
 #include "operations/PrivilegedOperationError.h"
 
 namespace qrt::FileObjectOperations {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "base/Error.h"
-#include "filesystem/ItemContext.h"
+#include "filesystem/objects/ItemContext.h"
 
 namespace qrt::FileObjectOperations {
 

@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <utility>
 
-#include "filesystem/FileObjectInfo.h"
-#include "filesystem/PathText.h"
+#include "filesystem/objects/FileObjectInfo.h"
+#include "filesystem/objects/PathText.h"
 #include "platform/ReportedPath.h"
 #include "protocol/FeedbackConnection.h"
 #include "protocol/FeedbackMessage.h"

@@ -1,6 +1,6 @@
 #include "filesystem/HierarchySearch.h"
 
-#include "filesystem/SearchFolder.h"
+#include "filesystem/objects/SearchFolder.h"
 
 namespace qrt {
 

@@ -6,8 +6,8 @@
 
 #include "base/Error.h"
 #include "filesystem/FoundObjects.h"
-#include "filesystem/QRTDirectoryEnumerator.h"
 #include "filesystem/SearchContext.h"
+#include "filesystem/walk/QRTDirectoryEnumerator.h"
 
 namespace qrt {
 

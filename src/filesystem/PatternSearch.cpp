@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <optional>
 
-#include "filesystem/HierarchyTotals.h"
-#include "filesystem/QRTDirectoryEnumerator.h"
 #include "filesystem/QRTFileNameMatchDescriptor.h"
-#include "filesystem/SearchFolder.h"
+#include "filesystem/objects/SearchFolder.h"
+#include "filesystem/walk/HierarchyTotals.h"
+#include "filesystem/walk/QRTDirectoryEnumerator.h"
 #include "protocol/FeedbackMessage.h"
 
 namespace qrt::AdvancedOpsAdditions {

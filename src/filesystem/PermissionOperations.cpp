@@ -1,6 +1,6 @@
 #include "filesystem/PermissionOperations.h"
 
-#include "filesystem/PermissionPropagation.h"
+#include "filesystem/objects/PermissionPropagation.h"
 
 namespace qrt::PermissionOperations {
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/Error.h"
-#include "filesystem/ItemContext.h"
+#include "filesystem/objects/ItemContext.h"
 #include "platform/Log.h"
 #include "protocol/FeedbackConnection.h"
 

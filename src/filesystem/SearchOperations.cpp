@@ -8,10 +8,10 @@
 #include "base/Path.h"
 #include "filesystem/FoundObjects.h"
 #include "filesystem/HierarchySearch.h"
-#include "filesystem/HierarchyTotals.h"
-#include "filesystem/OrphanedFolder.h"
 #include "filesystem/PatternSearch.h"
-#include "filesystem/SearchFolder.h"
+#include "filesystem/objects/SearchFolder.h"
+#include "filesystem/walk/HierarchyTotals.h"
+#include "filesystem/walk/OrphanedFolder.h"
 #include "operations/ArgumentConverters.h"
 #include "operations/PrivilegedOperationError.h"
 

@@ -3,11 +3,11 @@
 #include <string_view>
 #include <utility>
 
-#include "filesystem/FileManager.h"
-#include "filesystem/FileManagerError.h"
-#include "filesystem/FinderInfo.h"
-#include "filesystem/OwnedRights.h"
-#include "filesystem/TemporaryName.h"
+#include "filesystem/objects/FileManager.h"
+#include "filesystem/objects/FileManagerError.h"
+#include "filesystem/objects/FinderInfo.h"
+#include "filesystem/objects/OwnedRights.h"
+#include "filesystem/objects/TemporaryName.h"
 #include "operations/PrivilegedOperationError.h"
 #include "platform/ReportedPath.h"
 

@@ -1,6 +1,6 @@
 #include "service/ObjectRemoval.h"
 
-#include "filesystem/PathAsWritten.h"
+#include "filesystem/walk/PathAsWritten.h"
 #include "platform/FileSystem.h"
 #include "platform/Log.h"
 

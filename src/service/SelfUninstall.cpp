@@ -3,13 +3,13 @@
 #include "operations/NSProcessInfoQRTAdditions.h"
 #include "operations/OperationException.h"
 #include "operations/QRTPrivilegedOperationSet.h"
-#include "operations/QRTTaskExecutor.h"
 #include "platform/Authority.h"
 #include "platform/JobControl.h"
 #include "platform/Log.h"
 #include "platform/ProcessTable.h"
 #include "service/ClientSet.h"
 #include "service/ObjectRemoval.h"
+#include "system/QRTTaskExecutor.h"
 
 namespace qrt {
 

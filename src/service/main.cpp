@@ -1,15 +1,16 @@
 // The composition root: makes the platform, opens the doors of the subsystems, enters the service.
 #include <iostream>
 
-#include "filesystem/FileSystemOperations.h"
-#include "hardware/HardwareOperations.h"
-#include "operations/OperationHandlers.h"
+#include "filesystem/FileSystemHandlers.h"
+#include "hardware/HardwareHandlers.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "platform/NativePlatform.h"
 #include "platform/PropertyLists.h"
 #include "platform/SelfProcess.h"
 #include "service/EmbeddedPropertyLists.h"
 #include "service/EntryPoint.h"
+#include "software/SoftwareHandlers.h"
+#include "system/SystemHandlers.h"
 
 int main(int argc, char** argv) {
   const qrt::NativePlatform native;
@@ -23,9 +24,10 @@ int main(int argc, char** argv) {
     auto& handlers = operationSet.handlers();
     // The one set there is. It knows whose output is being forwarded.
     auto& liveSet = dynamic_cast<qrt::QRTPrivilegedOperationSetVK2&>(operationSet);
-    qrt::registerOperationHandlers(handlers, liveSet);
+    qrt::registerSystemHandlers(handlers, liveSet);
     qrt::registerFileSystemHandlers(handlers);
-    qrt::registerHardwareHandlers(handlers, platform, liveSet);
+    qrt::registerHardwareHandlers(handlers, platform);
+    qrt::registerSoftwareHandlers(handlers, liveSet);
   };
   const qrt::EntryPoint entryPoint{platform, infoDictionary ? *infoDictionary : nothing,
                                    registerHandlers, std::cout, std::cerr};

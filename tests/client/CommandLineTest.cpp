@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "ClientFixture.h"
-#include "client/cli/Json.h"
+#include "client/cli/output/Json.h"
 #include "platform/FileDescriptor.h"
 #include "support/ScratchFolder.h"
 

@@ -1,4 +1,4 @@
-#include "client/cli/OperationArguments.h"
+#include "client/cli/commandline/OperationArguments.h"
 
 #include <gtest/gtest.h>
 

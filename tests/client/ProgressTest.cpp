@@ -4,8 +4,8 @@
 #include <limits>
 #include <optional>
 
-#include "client/cli/ProgressDisplay.h"
-#include "client/cli/ProgressLine.h"
+#include "client/cli/output/ProgressDisplay.h"
+#include "client/cli/output/ProgressLine.h"
 #include "support/FakeTerminal.h"
 
 namespace qrt {

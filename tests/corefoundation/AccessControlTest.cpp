@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 #include <sys/acl.h>
 
-#include "platform/macos/CommonAttribute.h"
-#include "platform/macos/MacosAccessControl.h"
+#include "platform/macos/files/CommonAttribute.h"
+#include "platform/macos/files/MacosAccessControl.h"
 #include "support/ScratchFolder.h"
 
 namespace qrt {

@@ -3,16 +3,17 @@
 
 #include <iostream>
 
-#include "filesystem/FileSystemOperations.h"
-#include "hardware/HardwareOperations.h"
-#include "operations/OperationHandlers.h"
+#include "filesystem/FileSystemHandlers.h"
+#include "hardware/HardwareHandlers.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "platform/NativePlatform.h"
 #include "platform/PropertyLists.h"
 #include "platform/SelfProcess.h"
 #include "service/EmbeddedPropertyLists.h"
 #include "service/EntryPoint.h"
+#include "software/SoftwareHandlers.h"
 #include "support/PlatformDouble.h"
+#include "system/SystemHandlers.h"
 
 namespace qrt::test {
 
@@ -22,9 +23,10 @@ inline void runDaemon(const Doubles& doubles, const Platform& rest) {
   const auto info = platform.propertyLists.parse(infoPropertyList);
   const auto registerHandlers = [&](QRTPrivilegedOperationSet& set) {
     auto& liveSet = dynamic_cast<QRTPrivilegedOperationSetVK2&>(set);
-    registerOperationHandlers(set.handlers(), liveSet);
+    registerSystemHandlers(set.handlers(), liveSet);
     registerFileSystemHandlers(set.handlers());
-    registerHardwareHandlers(set.handlers(), platform, liveSet);
+    registerHardwareHandlers(set.handlers(), platform);
+    registerSoftwareHandlers(set.handlers(), liveSet);
   };
   const EntryPoint entryPoint{platform, *info->dictionary(), registerHandlers, std::cout,
                               std::cerr};

@@ -4,10 +4,10 @@
 #include <functional>
 
 #include "PortFileSystem.h"
-#include "filesystem/AdvancedOpsAdditions.h"
-#include "filesystem/FileManager.h"
-#include "filesystem/FileManagerError.h"
 #include "filesystem/OperationFixture.h"
+#include "filesystem/objects/AdvancedOpsAdditions.h"
+#include "filesystem/objects/FileManager.h"
+#include "filesystem/objects/FileManagerError.h"
 
 namespace qrt {
 namespace {

@@ -1,4 +1,4 @@
-#include "filesystem/ExtendedAttributeAdditions.h"
+#include "filesystem/objects/ExtendedAttributeAdditions.h"
 
 #include "support/ItemFixture.h"
 

@@ -1,7 +1,7 @@
 #include <ctime>
 
-#include "filesystem/AdvancedOpsAdditions.h"
 #include "filesystem/OperationFixture.h"
+#include "filesystem/objects/AdvancedOpsAdditions.h"
 #include "support/Mounts.h"
 
 namespace qrt {

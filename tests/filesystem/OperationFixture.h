@@ -6,7 +6,7 @@
 #include <optional>
 #include <stdexcept>
 
-#include "filesystem/FileSystemOperations.h"
+#include "filesystem/FileSystemHandlers.h"
 #include "operations/PrivilegedOperationError.h"
 #include "support/FakeFeedback.h"
 #include "support/ItemFixture.h"

@@ -1,4 +1,4 @@
-#include "filesystem/QRTDirectoryEnumerator.h"
+#include "filesystem/walk/QRTDirectoryEnumerator.h"
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>

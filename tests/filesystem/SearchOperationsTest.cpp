@@ -3,11 +3,11 @@
 #include <map>
 
 #include "PortFileSystem.h"
-#include "filesystem/FileObjectInfo.h"
 #include "filesystem/FolderChain.h"
 #include "filesystem/OperationFixture.h"
-#include "filesystem/OrphanedFolder.h"
-#include "filesystem/QRTDirectoryEnumerator.h"
+#include "filesystem/objects/FileObjectInfo.h"
+#include "filesystem/walk/OrphanedFolder.h"
+#include "filesystem/walk/QRTDirectoryEnumerator.h"
 #include "protocol/FeedbackMessage.h"
 #include "support/Mounts.h"
 #include "support/RecordingLog.h"

@@ -1,4 +1,4 @@
-#include "filesystem/TreeWalk.h"
+#include "filesystem/walk/TreeWalk.h"
 
 #include <gmock/gmock.h>
 

@@ -1,10 +1,10 @@
-#include "platform/macos/Mailbox.h"
+#include "platform/macos/xpc/Mailbox.h"
 
 #include <gtest/gtest.h>
 
 #include <thread>
 
-#include "platform/macos/FeedbackIntake.h"
+#include "platform/macos/xpc/FeedbackIntake.h"
 #include "protocol/FeedbackMessage.h"
 
 namespace qrt {

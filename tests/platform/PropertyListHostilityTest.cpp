@@ -3,7 +3,7 @@
 
 #include <ctime>
 
-#include "platform/posix/PropertyListBuilder.h"
+#include "platform/posix/propertylists/PropertyListBuilder.h"
 #include "support/PropertyListText.h"
 
 namespace qrt {

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "filesystem/ItemContext.h"
+#include "filesystem/objects/ItemContext.h"
 #include "platform/NativePlatform.h"
 #include "support/ScratchFolder.h"
 

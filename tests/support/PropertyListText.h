@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/posix/BoundedPropertyLists.h"
+#include "platform/posix/propertylists/BoundedPropertyLists.h"
 
 namespace qrt::test {
 

@@ -10,15 +10,15 @@
 #include <utility>
 #include <variant>
 
-#include "client/cli/CommandLine.h"
 #include "client/cli/Examination.h"
-#include "client/cli/GeneratedText.h"
-#include "client/cli/OperationView.h"
-#include "client/cli/Presenter.h"
-#include "client/cli/Printable.h"
 #include "client/cli/RightsChange.h"
-#include "client/cli/StartNotice.h"
-#include "client/cli/SystemMessages.h"
+#include "client/cli/commandline/CommandLine.h"
+#include "client/cli/commandline/OperationView.h"
+#include "client/cli/generated/GeneratedText.h"
+#include "client/cli/output/Presenter.h"
+#include "client/cli/output/Printable.h"
+#include "client/cli/output/StartNotice.h"
+#include "client/cli/output/SystemMessages.h"
 #include "operations/NSProcessInfoQRTAdditions.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "operations/StringTables.h"

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "client/PrivilegeRequestor.h"
-#include "client/cli/ExitStatus.h"
+#include "client/cli/output/ExitStatus.h"
 
 namespace qrt {
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "client/cli/SystemMessages.h"
+#include "client/cli/output/SystemMessages.h"
 #include "operations/QRTPrivilegedOperationSet.h"
 #include "platform/Authority.h"
 #include "platform/Platform.h"

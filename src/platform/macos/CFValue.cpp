@@ -5,8 +5,8 @@
 #include <variant>
 #include <vector>
 
-#include "platform/posix/PropertyListTally.h"
-#include "platform/posix/Utf16.h"
+#include "platform/posix/propertylists/PropertyListTally.h"
+#include "platform/posix/propertylists/Utf16.h"
 
 namespace qrt {
 namespace {

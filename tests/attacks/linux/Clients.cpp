@@ -22,7 +22,7 @@
 #include <vector>
 
 #include "integration/linux/RawClient.h"
-#include "platform/linux/WireConnection.h"
+#include "platform/linux/wire/WireConnection.h"
 #include "support/DaemonProcess.h"
 
 namespace qrt {

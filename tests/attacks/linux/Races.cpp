@@ -20,9 +20,9 @@
 #include <string>
 #include <vector>
 
-#include "filesystem/FileManager.h"
-#include "filesystem/FileSystemOperations.h"
-#include "filesystem/QRTFileDeletionAdditions.h"
+#include "filesystem/FileSystemHandlers.h"
+#include "filesystem/objects/FileManager.h"
+#include "filesystem/objects/QRTFileDeletionAdditions.h"
 #include "operations/HandlerTable.h"
 #include "platform/NativePlatform.h"
 #include "support/Attack.h"

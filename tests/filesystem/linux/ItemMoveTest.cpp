@@ -1,4 +1,4 @@
-#include "filesystem/ItemMove.h"
+#include "filesystem/objects/ItemMove.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -7,8 +7,8 @@
 #include <fstream>
 
 #include "PortFileSystem.h"
-#include "filesystem/FileManager.h"
 #include "filesystem/FolderChain.h"
+#include "filesystem/objects/FileManager.h"
 #include "support/Attack.h"
 #include "support/ItemFixture.h"
 #include "support/KillAtEveryCall.h"

@@ -1,7 +1,7 @@
 #include <sys/sysmacros.h>
 
 #include "hardware/FirmwareOperations.h"
-#include "platform/linux/LinuxNvram.h"
+#include "platform/linux/settings/LinuxNvram.h"
 #include "support/PlantedFile.h"
 
 namespace qrt {

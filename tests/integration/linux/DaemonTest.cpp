@@ -5,8 +5,8 @@
 #include <thread>
 
 #include "integration/linux/RawClient.h"
-#include "platform/linux/LargeMessageQueue.h"
-#include "platform/linux/ServedConnection.h"
+#include "platform/linux/wire/LargeMessageQueue.h"
+#include "platform/linux/wire/ServedConnection.h"
 #include "service/ClientSet.h"
 #include "service/EmbeddedPropertyLists.h"
 #include "support/DaemonFixture.h"

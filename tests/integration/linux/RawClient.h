@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "platform/FileDescriptor.h"
-#include "platform/linux/MessageFrame.h"
-#include "platform/linux/WireReader.h"
+#include "platform/linux/wire/MessageFrame.h"
+#include "platform/linux/wire/WireReader.h"
 #include "support/WirePair.h"
 
 namespace qrt::test {

@@ -4,7 +4,7 @@
 #include "platform/ExtendedAttributes.h"
 #include "platform/FileSystem.h"
 #include "platform/NativePlatform.h"
-#include "platform/linux/ObjectPermissions.h"
+#include "platform/linux/files/ObjectPermissions.h"
 #include "support/Mounts.h"
 
 namespace qrt {

@@ -1,4 +1,4 @@
-#include "platform/linux/LargeMessageQueue.h"
+#include "platform/linux/wire/LargeMessageQueue.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>

@@ -1,8 +1,8 @@
-#include "platform/linux/LinuxAuthority.h"
+#include "platform/linux/authority/LinuxAuthority.h"
 
 #include <gmock/gmock.h>
 
-#include "platform/posix/BoundedPropertyLists.h"
+#include "platform/posix/propertylists/BoundedPropertyLists.h"
 #include "support/PlantedFile.h"
 #include "support/RecordingLog.h"
 #include "support/WirePair.h"

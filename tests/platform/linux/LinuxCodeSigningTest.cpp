@@ -1,8 +1,8 @@
-#include "platform/linux/LinuxCodeSigning.h"
+#include "platform/linux/signing/LinuxCodeSigning.h"
 
 #include <gmock/gmock.h>
 
-#include "platform/linux/CmsSignature.h"
+#include "platform/linux/signing/CmsSignature.h"
 #include "support/BundleSigner.h"
 #include "support/PlantedFile.h"
 

@@ -1,4 +1,4 @@
-#include "platform/linux/LinuxFeedbackConnection.h"
+#include "platform/linux/wire/LinuxFeedbackConnection.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
-#include "platform/linux/LinuxFileSystem.h"
+#include "platform/linux/files/LinuxFileSystem.h"
 
 #include <sys/fsuid.h>
 
-#include "platform/linux/InodeFlags.h"
-#include "platform/linux/ObjectHold.h"
+#include "platform/linux/files/InodeFlags.h"
+#include "platform/linux/files/ObjectHold.h"
 #include "support/Mounts.h"
 
 namespace qrt {

@@ -1,4 +1,4 @@
-#include "platform/linux/LinuxPreferences.h"
+#include "platform/linux/settings/LinuxPreferences.h"
 
 #include <pwd.h>
 #include <sched.h>

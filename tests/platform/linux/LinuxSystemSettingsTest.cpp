@@ -1,4 +1,4 @@
-#include "platform/linux/LinuxSystemConfiguration.h"
+#include "platform/linux/settings/LinuxSystemConfiguration.h"
 
 #include <sched.h>
 
@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "platform/FileDescriptor.h"
-#include "platform/linux/LinuxKernelSettings.h"
+#include "platform/linux/settings/LinuxKernelSettings.h"
 #include "support/PlantedFile.h"
 #include "support/PropertyListText.h"
 

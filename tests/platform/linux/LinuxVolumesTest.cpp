@@ -1,8 +1,8 @@
-#include "platform/linux/LinuxVolumes.h"
+#include "platform/linux/files/LinuxVolumes.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/MountTable.h"
+#include "platform/linux/files/MountTable.h"
 #include "support/Mounts.h"
 
 namespace qrt {

@@ -1,4 +1,4 @@
-#include "platform/linux/SealPattern.h"
+#include "platform/linux/signing/SealPattern.h"
 
 #include <gtest/gtest.h>
 #include <regex.h>

@@ -1,4 +1,4 @@
-#include "platform/linux/WireConnection.h"
+#include "platform/linux/wire/WireConnection.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "integration/linux/RawClient.h"
-#include "platform/linux/LinuxHelperConnection.h"
+#include "platform/linux/wire/LinuxHelperConnection.h"
 #include "support/ScratchFolder.h"
 
 namespace qrt {

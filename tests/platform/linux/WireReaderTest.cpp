@@ -1,4 +1,4 @@
-#include "platform/linux/WireReader.h"
+#include "platform/linux/wire/WireReader.h"
 
 #include <gtest/gtest.h>
 
@@ -6,8 +6,8 @@
 #include <functional>
 
 #include "base/Error.h"
-#include "platform/linux/EncodedArguments.h"
-#include "platform/linux/MessageFrame.h"
+#include "platform/linux/wire/EncodedArguments.h"
+#include "platform/linux/wire/MessageFrame.h"
 #include "support/WirePair.h"
 
 namespace qrt {

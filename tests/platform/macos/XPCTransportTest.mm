@@ -6,10 +6,10 @@
 #include <thread>
 
 #include "platform/ForeignException.h"
-#include "platform/macos/ExportedHelper.h"
 #include "platform/macos/MacosAuthority.h"
-#include "platform/macos/XPCHelperConnection.h"
-#include "platform/macos/XPCListener.h"
+#include "platform/macos/xpc/ExportedHelper.h"
+#include "platform/macos/xpc/XPCHelperConnection.h"
+#include "platform/macos/xpc/XPCListener.h"
 #include "protocol/FeedbackMessage.h"
 #include "support/RecordingLog.h"
 

@@ -6,7 +6,7 @@
 #include <map>
 #include <stdexcept>
 
-#include "platform/posix/BoundedPropertyLists.h"
+#include "platform/posix/propertylists/BoundedPropertyLists.h"
 #include "support/PlantedFile.h"
 
 namespace qrt::test {

@@ -1,7 +1,7 @@
 // The file system of the port as a class, for doubles that change a call of it.
 #pragma once
 
-#include "platform/linux/LinuxFileSystem.h"
+#include "platform/linux/files/LinuxFileSystem.h"
 
 namespace qrt::test {
 

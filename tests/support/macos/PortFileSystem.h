@@ -1,7 +1,7 @@
 // The file system of the port as a class, for doubles that change a call of it.
 #pragma once
 
-#include "platform/macos/MacosFileSystem.h"
+#include "platform/macos/files/MacosFileSystem.h"
 
 namespace qrt::test {
 

@@ -1,0 +1,228 @@
+#include "client/cli/commandline/ArgumentReader.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstddef>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "client/cli/commandline/AccessControlArgument.h"
+#include "client/cli/commandline/SignalNames.h"
+#include "platform/CallerProcess.h"
+#include "protocol/WireText.h"
+
+namespace qrt {
+namespace {
+
+/// What a message of 16 MiB has room for beside its header, the authorization and two texts for the
+/// dialog.
+constexpr std::size_t largestArguments = 31 << 19;
+constexpr const char* tooLarge = "{} larger than 15.5 MiB";
+
+template <class Integer>
+std::optional<Integer> integerIn(std::string_view text) {
+  const bool isNegative = text.starts_with('-');
+  const auto digits = text.substr(isNegative ? 1 : 0);
+  const bool isHexadecimal = digits.starts_with("0x") || digits.starts_with("0X");
+  const auto magnitude = digits.substr(isHexadecimal ? 2 : 0);
+  if (magnitude.starts_with('-')) return std::nullopt;
+  const auto plain = fmt::format("{}{}", isNegative ? "-" : "", magnitude);
+  Integer value{};
+  const char* const end = plain.data() + plain.size();
+  const auto [stop, error] = std::from_chars(plain.data(), end, value, isHexadecimal ? 16 : 10);
+  if (error != std::errc() || stop != end) return std::nullopt;
+  return value;
+}
+
+std::optional<Number> numberIn(std::string_view text) {
+  if (const auto value = integerIn<std::int64_t>(text)) return *value;
+  if (const auto value = integerIn<std::uint64_t>(text)) return *value;
+  return std::nullopt;
+}
+
+/// What stands behind `word` in "word=value word=value ...".
+std::optional<std::string_view> valueOfWord(std::string_view words, std::string_view word) {
+  while (!words.empty()) {
+    const auto entry = words.substr(0, words.find(' '));
+    words.remove_prefix(std::min(entry.size() + 1, words.size()));
+    const auto equals = entry.find('=');
+    if (entry.substr(0, equals) == word) return entry.substr(equals + 1);
+  }
+  return std::nullopt;
+}
+
+UsageResult<Data> contentsOfFile(const std::string& path) {
+  const bool isStandardInput = path == "-";
+  // Unlike a stream of the library, this one tells the end of standard input from its failure.
+  const auto close = [](std::FILE* file) { return file == stdin ? 0 : std::fclose(file); };
+  const std::unique_ptr<std::FILE, decltype(close)> file(
+      isStandardInput ? stdin : std::fopen(path.c_str(), "rb"), close);
+  Data contents(largestArguments + 1);
+  contents.resize(file ? std::fread(contents.data(), 1, contents.size(), file.get()) : 0);
+  if (!file || std::ferror(file.get()) != 0) {
+    return UsageError{fmt::format("{} cannot be read", isStandardInput ? "Standard input" : path)};
+  }
+  if (contents.size() > largestArguments) return UsageError{fmt::format(tooLarge, path + " is")};
+  return contents;
+}
+
+UsageError unsuitable(const ArgumentDescription& description, const std::string& word,
+                      std::string_view expected) {
+  return {fmt::format("{}: '{}' is not {}", description.name, word, expected)};
+}
+
+UsageResult<PropertyValue> readWord(const ArgumentDescription& description, const std::string& word,
+                                    const WordContext& context) {
+  switch (description.form) {
+    case ArgumentForm::path: {
+      auto path = absolutePath(word, context.caller);
+      if (!path) return path.error();
+      return PropertyValue(std::move(*path));
+    }
+    case ArgumentForm::choice:
+      if (const auto value = valueOfWord(description.detail, word)) return PropertyValue(*value);
+      return unsuitable(description, word, "one of the words that it can be");
+    case ArgumentForm::bits:
+      if (const auto value = valueOfWord(description.detail, word)) {
+        return PropertyValue(*numberIn(*value));
+      }
+      return unsuitable(description, word, "one of the words that it can be");
+    case ArgumentForm::number:
+      if (const auto value = numberIn(word)) return PropertyValue(*value);
+      return unsuitable(description, word, "a whole number of 64 bits");
+    case ArgumentForm::signal:
+      if (const auto value = signalNumber(word)) return PropertyValue(*value);
+      if (const auto value = numberIn(word)) return PropertyValue(*value);
+      return unsuitable(description, word, "a signal");
+    case ArgumentForm::onOff:
+      if (word == "on" || word == "off") return PropertyValue(word == "on");
+      return unsuitable(description, word, "on or off");
+    case ArgumentForm::fileContents: {
+      auto contents = contentsOfFile(word);
+      if (!contents) return contents.error();
+      return PropertyValue(std::move(*contents));
+    }
+    case ArgumentForm::accessControlList: {
+      auto list = accessControlListIn(word, context.platform);
+      if (!list) return list.error();
+      return PropertyValue(std::move(*list));
+    }
+    default:
+      return PropertyValue(word);
+  }
+}
+
+UsageResult<PropertyValue> sumOfBits(const ArgumentDescription& description,
+                                     const std::vector<std::string>& words,
+                                     const WordContext& context) {
+  std::int64_t sum = 0;
+  for (const auto& word : words) {
+    const auto bit = readWord(description, word, context);
+    if (!bit) return bit.error();
+    sum |= bit->number()->asInt64();
+  }
+  return PropertyValue(sum);
+}
+
+/// The values of an argument that is sent exactly once, whatever was written for it.
+std::optional<UsageResult<PropertyValue>> singleValue(const ArgumentDescription& description,
+                                                      const std::vector<std::string>& words,
+                                                      const WordContext& context) {
+  switch (description.form) {
+    case ArgumentForm::constant:
+      return PropertyValue(description.detail);
+    case ArgumentForm::ownProcess:
+      return PropertyValue(context.caller.processIdentifier());
+    case ArgumentForm::textFlag:
+      return PropertyValue(words.empty() ? "0" : "1");
+    case ArgumentForm::numberFlag:
+      return PropertyValue(!words.empty());
+    case ArgumentForm::bits:
+      return sumOfBits(description, words, context);
+    default:
+      return std::nullopt;
+  }
+}
+
+/// Appends the values of one argument.
+std::optional<UsageError> read(const ArgumentDescription& description,
+                               std::vector<std::string> words, const WordContext& context,
+                               Array& values) {
+  if (auto value = singleValue(description, words, context)) {
+    if (!*value) return value->error();
+    values.push_back(std::move(**value));
+    return std::nullopt;
+  }
+  if (words.empty() && description.occurrence == Occurrence::oneOrMore) {
+    return UsageError{fmt::format("{} is required", description.name)};
+  }
+  if (words.empty() && description.occurrence == Occurrence::optional) {
+    words.emplace_back(description.detail);
+  }
+  for (const auto& word : words) {
+    auto value = readWord(description, word, context);
+    if (!value) return value.error();
+    if (description.form == ArgumentForm::taggedText) values.emplace_back(description.detail);
+    values.push_back(std::move(*value));
+  }
+  return std::nullopt;
+}
+
+/// How much of a message a value takes, at the most.
+std::size_t sizeInMessage(const PropertyValue& value) {
+  constexpr std::size_t typeLengthAndPadding = 24;
+  std::size_t size = typeLengthAndPadding;
+  if (const auto* text = value.string()) size += encodeWireText(*text).size();
+  if (const auto* data = value.data()) size += data->size();
+  if (const auto* array = value.array()) {
+    for (const auto& element : *array) size += sizeInMessage(element);
+  }
+  if (const auto* dictionary = value.dictionary()) {
+    for (const auto& [key, element] : *dictionary)
+      size += sizeInMessage(key) + sizeInMessage(element);
+  }
+  return size;
+}
+
+}  // namespace
+
+UsageResult<Array> readArguments(const std::vector<ArgumentDescription>& descriptions,
+                                 const GivenWords& words, const WordContext& context) {
+  Array values;
+  for (std::size_t i = 0; i < descriptions.size(); ++i) {
+    if (const auto error = read(descriptions[i], words[i], context, values)) return *error;
+  }
+  if (sizeInMessage(values) > largestArguments) {
+    return UsageError{fmt::format(tooLarge, "The arguments are")};
+  }
+  return values;
+}
+
+UsageResult<std::vector<std::string>> wordsOnStandardInput() {
+  const auto contents = contentsOfFile("-");
+  if (!contents) return contents.error();
+  std::vector<std::string> words;
+  for (auto begin = contents->begin(); begin != contents->end();) {
+    const auto end = std::find(begin, contents->end(), '\0');
+    words.emplace_back(begin, end);
+    begin = end == contents->end() ? end : end + 1;
+  }
+  return words;
+}
+
+UsageResult<std::string> absolutePath(const std::string& path, const CallerProcess& caller) {
+  if (path.empty() || path.starts_with('/')) return path;
+  auto folder = caller.currentFolder();
+  if (!folder) {
+    return UsageError{fmt::format("'{}' needs a current folder, and there is none", path)};
+  }
+  if (!folder->ends_with('/')) folder->push_back('/');
+  return *folder + path;
+}
+
+}  // namespace qrt

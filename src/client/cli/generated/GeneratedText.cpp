@@ -1,0 +1,37 @@
+#include "client/cli/generated/GeneratedText.h"
+
+#include "client/cli/commandline/CommandTables.h"
+
+namespace qrt {
+namespace {
+
+struct Text {
+  std::string_view name;
+  std::string (*make)(const OperationViews&);
+};
+
+constexpr Text texts[] = {
+    {"man", clientManual},         {"daemon-man", daemonManual}, {"bash", bashCompletion},
+    {"zsh", zshCompletion},        {"fish", fishCompletion},     {"reference", operationReference},
+    {"examples", exampleCommands},
+};
+
+}  // namespace
+
+std::optional<std::string> generatedText(std::string_view name, const OperationViews& views) {
+  for (const auto& text : texts) {
+    if (text.name == name) return text.make(views);
+  }
+  return std::nullopt;
+}
+
+std::string exampleCommands(const OperationViews&) {
+  std::string lines;
+  for (const auto& example : commandExamples()) {
+    lines += example.command;
+    lines += '\n';
+  }
+  return lines;
+}
+
+}  // namespace qrt

@@ -1,0 +1,122 @@
+#include <fmt/format.h>
+
+#include <string>
+#include <string_view>
+
+#include "client/cli/commandline/OperationSentence.h"
+#include "client/cli/generated/GeneratedText.h"
+#include "operations/QRTPrivilegedOperation.h"
+
+namespace qrt {
+namespace {
+
+constexpr std::string_view introduction =
+    R"(# Operations
+
+Made from the catalogue by `qrtctl generate reference`; do not edit.
+
+Each operation has a code, an authorization right and a list of arguments. The command line is that of `qrtctl`; the
+table below it shows what is sent for it, in this order ([wire.md](wire.md) has the types).
+
+)";
+
+struct Kind {
+  std::string_view letters;
+  std::string_view name;
+};
+
+constexpr Kind kinds[] = {
+    {"S", "string"}, {"N", "number"}, {"D", "data"}, {"SS", "string, string"}};
+
+std::string_view kindOf(ArgumentForm form) {
+  for (const auto& kind : kinds) {
+    if (kind.letters == typeLettersOf(form)) return kind.name;
+  }
+  return "";
+}
+
+std::string_view timesOf(Occurrence occurrence) {
+  switch (occurrence) {
+    case Occurrence::once:
+    case Occurrence::optional:
+      return "1";
+    case Occurrence::oneOrMore:
+      return "1 or more";
+    case Occurrence::any:
+      return "any";
+  }
+  return "";
+}
+
+/// What is sent when it is not as it is written.
+std::string sentAs(const ArgumentDescription& argument) {
+  switch (argument.form) {
+    case ArgumentForm::path:
+      return "An absolute path";
+    case ArgumentForm::taggedText:
+      return fmt::format("`\"{}\"`, then the text", argument.detail);
+    case ArgumentForm::choice:
+    case ArgumentForm::bits:
+      return fmt::format("`{}`{}", argument.detail,
+                         argument.form == ArgumentForm::bits ? ", added up" : "");
+    case ArgumentForm::textFlag:
+      return "`\"1\"` or `\"0\"`";
+    case ArgumentForm::constant:
+      return "Name of the requestor";
+    case ArgumentForm::numberFlag:
+    case ArgumentForm::onOff:
+      return "A boolean";
+    case ArgumentForm::ownProcess:
+      return "The requestor's process identifier";
+    case ArgumentForm::signal:
+      return "The system's own number";
+    case ArgumentForm::accessControlList:
+      return "The system's external form";
+    case ArgumentForm::fileContents:
+    case ArgumentForm::text:
+    case ArgumentForm::number:
+      return "";
+  }
+  return "";
+}
+
+/// A bar would end the cell of a table.
+std::string cell(std::string_view text) {
+  std::string result;
+  for (const char c : text) {
+    if (c == '|') result += '\\';
+    result += c;
+  }
+  return result;
+}
+
+std::string rowOf(const ArgumentDescription& argument) {
+  const bool isSum = argument.form == ArgumentForm::bits;
+  return fmt::format("| {} | {} | {} | {} | {} |\n",
+                     argument.name.empty() ? "" : fmt::format("`{}`", argument.name),
+                     kindOf(argument.form), isSum ? "1" : timesOf(argument.occurrence),
+                     cell(argument.help), cell(sentAs(argument)));
+}
+
+std::string sectionOf(const OperationView& view) {
+  auto text = fmt::format("## {}\n\n{}\n\n", view.form.identifier, sentenceFor(view.operation));
+  text += fmt::format("    {}\n\n", commandLineOf(view.form));
+  text += fmt::format("Code {}, right `{}` for {}; tells {} while it runs.\n\n", view.code,
+                      view.right, whoMay(view), toldWhileRunning(view));
+  if (view.form.arguments.empty()) return text;
+  text += "| Argument | Type | Times | Meaning | Sent as |\n|---|---|---|---|---|\n";
+  for (const auto& argument : view.form.arguments) text += rowOf(argument);
+  if (!view.form.note.empty()) text += fmt::format("\n{}\n", view.form.note);
+  return text + '\n';
+}
+
+}  // namespace
+
+std::string operationReference(const OperationViews& views) {
+  std::string text(introduction);
+  for (const auto& view : views) text += sectionOf(view);
+  text.pop_back();
+  return text;
+}
+
+}  // namespace qrt

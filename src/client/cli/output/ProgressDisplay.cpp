@@ -1,0 +1,100 @@
+#include "client/cli/output/ProgressDisplay.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+#include "client/cli/output/ProgressLine.h"
+#include "platform/Terminal.h"
+
+namespace qrt {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// The line, and a thread that lets its time go on while no message arrives.
+class MovingProgress : public ProgressDisplay {
+ public:
+  MovingProgress(Terminal& terminal, const std::string& label)
+      : line_(terminal, label, Clock::now()), ticker_([this] { tickUntilEnd(); }) {}
+  ~MovingProgress() override { stopTicking(); }
+
+  void setFraction(double fraction) override {
+    const std::lock_guard lock(mutex_);
+    line_.setFraction(fraction, Clock::now());
+  }
+
+  void makeRoom() override {
+    const std::lock_guard lock(mutex_);
+    line_.hide();
+  }
+
+  void end(bool isDone) override {
+    stopTicking();
+    if (isDone) {
+      line_.finish(Clock::now());
+    } else {
+      line_.hide();
+    }
+  }
+
+ private:
+  void tickUntilEnd() {
+    std::unique_lock lock(mutex_);
+    while (!ended_.wait_for(lock, ProgressLine::shortestInterval, [this] { return isEnding_; })) {
+      line_.tick(Clock::now());
+    }
+  }
+
+  void stopTicking() {
+    {
+      const std::lock_guard lock(mutex_);
+      isEnding_ = true;
+    }
+    ended_.notify_one();
+    if (ticker_.joinable()) ticker_.join();
+  }
+
+  std::mutex mutex_;
+  std::condition_variable ended_;
+  bool isEnding_ = false;
+  ProgressLine line_;
+  std::thread ticker_;
+};
+
+class PlainProgress : public ProgressDisplay {
+ public:
+  PlainProgress(Terminal& terminal, std::string label)
+      : terminal_(terminal), label_(std::move(label)) {}
+
+  void setFraction(double fraction) override {
+    const int tenth = fraction > 0 ? static_cast<int>(std::min(fraction, 1.0) * 10) : 0;
+    if (tenth <= shownTenth_) return;
+    shownTenth_ = tenth;
+    terminal_.write(StandardStream::error, fmt::format("{}: {} %\n", label_, tenth * 10));
+  }
+
+  void makeRoom() override {}
+  void end(bool) override {}
+
+ private:
+  Terminal& terminal_;
+  std::string label_;
+  int shownTenth_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<ProgressDisplay> makeProgressDisplay(Terminal& terminal, const std::string& label) {
+  if (terminal.isTerminal(StandardStream::error)) {
+    return std::make_unique<MovingProgress>(terminal, label);
+  }
+  return std::make_unique<PlainProgress>(terminal, label);
+}
+
+}  // namespace qrt

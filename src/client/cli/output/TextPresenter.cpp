@@ -1,0 +1,106 @@
+#include <fmt/format.h>
+
+#include <cstdint>
+#include <string_view>
+#include <utility>
+#include <variant>
+
+#include "client/cli/output/AnswerText.h"
+#include "client/cli/output/Color.h"
+#include "client/cli/output/ErrorText.h"
+#include "client/cli/output/ExitStatus.h"
+#include "client/cli/output/Presenter.h"
+#include "client/cli/output/Printable.h"
+#include "client/cli/output/ProgressDisplay.h"
+#include "client/cli/output/RecordText.h"
+#include "platform/Terminal.h"
+#include "protocol/Names.h"
+
+namespace qrt {
+namespace {
+
+std::string_view textOf(const Data& data) {
+  return {reinterpret_cast<const char*>(data.data()), data.size()};
+}
+
+class TextPresenter : public Presenter {
+ public:
+  TextPresenter(Terminal& terminal, std::string label, bool mayColor)
+      : terminal_(terminal), label_(std::move(label)), mayColor_(mayColor) {}
+
+  bool showFeedback(const Dictionary& message) override {
+    bool isRead = true;
+    for (const auto& [key, value] : message) isRead = show(key, value) && isRead;
+    return isRead;
+  }
+
+  bool showAnswer(const Dictionary& answer) override {
+    endProgress(true);
+    bool isRead = true;
+    for (const auto& [key, value] : answer) {
+      // A single value needs no name.
+      const auto name = answer.size() == 1 ? "" : printable(key) + ": ";
+      isRead = write(StandardStream::output, name + answerText(key, value) + '\n') && isRead;
+    }
+    return isRead;
+  }
+
+  void showFailure(const Error& error) override {
+    endProgress(false);
+    // A program that failed has said why.
+    if (statusOfProgram(error)) return;
+    const bool isColored = mayColor_ && terminal_.isTerminal(StandardStream::error);
+    const auto label = isColored ? colored(Color::red, label_) : label_;
+    terminal_.write(StandardStream::error, fmt::format("{}: {}", label, errorText(error)));
+  }
+
+ private:
+  bool show(std::string_view key, const PropertyValue& value) {
+    if (key == outputDataKey && value.data()) {
+      return write(StandardStream::output, textOf(*value.data()));
+    }
+    if (key == errorDataKey && value.data()) {
+      return write(StandardStream::error, textOf(*value.data()));
+    }
+    if (key == fileObjectInfoKey && value.array()) return writeRecords(*value.array());
+    if (key == progressFractionKey && value.number()) setFraction(value.number()->asDouble());
+    return true;
+  }
+
+  void setFraction(double fraction) {
+    if (!progress_) progress_ = makeProgressDisplay(terminal_, label_);
+    progress_->setFraction(fraction);
+  }
+
+  bool writeRecords(const Array& records) {
+    std::string lines;
+    for (const auto& record : records) {
+      if (record.dictionary()) lines += recordText(*record.dictionary());
+    }
+    return write(StandardStream::output, lines);
+  }
+
+  bool write(StandardStream stream, std::string_view bytes) {
+    if (bytes.empty()) return true;
+    if (progress_ && terminal_.isTerminal(stream)) progress_->makeRoom();
+    return terminal_.write(stream, bytes);
+  }
+
+  void endProgress(bool isDone) {
+    if (progress_) progress_->end(isDone);
+    progress_.reset();
+  }
+
+  Terminal& terminal_;
+  std::string label_;
+  bool mayColor_;
+  std::unique_ptr<ProgressDisplay> progress_;
+};
+
+}  // namespace
+
+std::unique_ptr<Presenter> makeTextPresenter(Terminal& terminal, std::string label, bool mayColor) {
+  return std::make_unique<TextPresenter>(terminal, std::move(label), mayColor);
+}
+
+}  // namespace qrt

@@ -1,0 +1,33 @@
+// All extended attributes of an object at once, and single ones.
+#pragma once
+
+#include <string>
+
+#include "base/Error.h"
+#include "filesystem/objects/ItemContext.h"
+
+namespace qrt {
+
+/// An empty path, name or value is POSIX 22, nothing at the path POSIX 2 with the path. A link that
+/// leads nowhere counts as nothing even when links are not followed. Other failures are POSIX
+/// errors with the path. Thread-safe.
+namespace ExtendedAttributeAdditions {
+
+/// Names and values. Attributes without contents are left out. The names are those of the link when
+/// links are not followed; values are read from its target all the same.
+Result<Dictionary> extendedAttributesForItemAtPath(const ItemContext& context,
+                                                   const std::string& path, bool notFollowingLinks,
+                                                   bool exposingFSCompression);
+/// The same of an object that is held. A link has its own names and values then.
+PosixResult<Dictionary> extendedAttributesForItem(const ItemContext& context,
+                                                  const HeldObject& item);
+
+Outcome setForItemAtPath(const ItemContext& context, const std::string& path, const Data& value,
+                         const std::string& ofExtendedAttribute, bool notFollowingLinks);
+
+Outcome removeFromItemAtPath(const ItemContext& context, const std::string& path,
+                             const std::string& extendedAttribute, bool notFollowingLinks,
+                             bool includingFSCompression);
+
+}  // namespace ExtendedAttributeAdditions
+}  // namespace qrt

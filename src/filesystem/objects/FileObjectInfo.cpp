@@ -1,0 +1,54 @@
+#include "filesystem/objects/FileObjectInfo.h"
+
+namespace qrt {
+namespace {
+
+constexpr std::uint32_t permissionBits = 07777;
+
+struct TypeName {
+  std::uint32_t type;
+  std::string_view name;
+};
+
+constexpr TypeName typeNames[] = {
+    {file_type::regular, "NSFileTypeRegular"},
+    {file_type::folder, "NSFileTypeDirectory"},
+    {file_type::link, "NSFileTypeSymbolicLink"},
+    {file_type::socket, "NSFileTypeSocket"},
+    {file_type::characterDevice, "NSFileTypeCharacterSpecial"},
+    {file_type::blockDevice, "NSFileTypeBlockSpecial"},
+};
+
+}  // namespace
+
+std::string_view fileTypeName(std::uint32_t type) {
+  for (const auto& row : typeNames) {
+    if (row.type == type) return row.name;
+  }
+  return "NSFileTypeUnknown";
+}
+
+Dictionary fileObjectInfo(const std::string& path, const FileStatus& status) {
+  return {{"Path", path},
+          {"Type", fileTypeName(status.type())},
+          {"Size", status.size},
+          {"ModificationDate", status.modificationDate},
+          {"Mode", status.mode & permissionBits}};
+}
+
+void addFileSystemObjectInfoDictionaryToArray(FileSystem& files, Array* array,
+                                              const std::string& ifPossibleForObjectAtPath) {
+  const auto& path = ifPossibleForObjectAtPath;
+  // The system would read a path with a zero byte as the path before it.
+  if (path.empty() || path.find('\0') != std::string::npos) return;
+  addFileSystemObjectInfoDictionaryToArray(files, array, path.c_str(), path);
+}
+
+void addFileSystemObjectInfoDictionaryToArray(FileSystem& files, Array* array, FileAt object,
+                                              const std::string& path) {
+  if (array == nullptr) return;
+  const auto status = files.status(object, Links::stay);
+  if (status) array->push_back(fileObjectInfo(path, *status));
+}
+
+}  // namespace qrt

@@ -1,0 +1,205 @@
+#include "filesystem/objects/ItemMove.h"
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <thread>
+#include <utility>
+
+#include "filesystem/objects/FileManagerError.h"
+#include "filesystem/objects/PathText.h"
+#include "filesystem/objects/TemporaryName.h"
+#include "filesystem/objects/TreeCopy.h"
+#include "filesystem/objects/TreeRemoval.h"
+#include "filesystem/walk/TreeWalk.h"
+
+namespace qrt::FileManager {
+namespace {
+
+constexpr const char* stagedName = "item";
+constexpr std::uint32_t ownerOnly = 0700;
+constexpr std::uint32_t hinderingFlags = file_flag::userImmutable | file_flag::userAppendOnly;
+
+std::optional<TreeFailure> failure(PosixCode code) {
+  if (code == PosixCode::success) return std::nullopt;
+  return TreeFailure{code, {}};
+}
+
+/// Clears the flags that keep objects from being removed.
+class FlagClearing : public TreeVisitor {
+ public:
+  explicit FlagClearing(FileSystem& files) : files_(files) {}
+
+  PosixResult<Next> visit(const TreeObject& object) override {
+    const auto code = clear(object.at());
+    if (code != PosixCode::success) return code;
+    return Next::enter;
+  }
+
+ private:
+  PosixCode clear(FileAt object) {
+    const auto status = files_.status(object, Links::stay);
+    if (!status) return status.error() == PosixCode::noEntry ? PosixCode::success : status.error();
+    if ((status->flags & hinderingFlags) == 0) return PosixCode::success;
+    return files_.setFlags(object, *status, status->flags & ~hinderingFlags);
+  }
+
+  FileSystem& files_;
+};
+
+/// Removes everything in the very folder that is held, protected objects as well.
+std::optional<TreeFailure> emptyFolder(FileSystem& files, const HeldObject& held) {
+  const auto folder = files.openFolder(held);
+  if (!folder) return failure(folder.error());
+  FlagClearing clearing(files);
+  if (auto failed = walkTree(files, {*folder, "."}, clearing)) return failed;
+  return removeContents(files, *folder);
+}
+
+/// Removes an object with all that is in it, but nothing that has taken its name since: another
+/// object there is `noEntry`, and only an empty folder could go unseen in its place.
+std::optional<TreeFailure> removeObject(FileSystem& files, FileAt item, const HeldObject& held) {
+  const auto status = held.status();
+  if (!status) return failure(status.error());
+  if ((status->flags & hinderingFlags) != 0) {
+    const auto code = held.setFlags(*status, status->flags & ~hinderingFlags);
+    if (code != PosixCode::success) return failure(code);
+  }
+  if (status->isFolder()) {
+    if (auto failed = emptyFolder(files, held)) return failed;
+  }
+  const auto now = files.status(item, Links::stay);
+  if (!now) return failure(now.error());
+  if (!now->isSameObjectAs(*status)) return failure(PosixCode::noEntry);
+  return failure(status->isFolder() ? files.removeFolder(item) : files.removeFile(item));
+}
+
+/// A folder beside the new object, closed to everybody else, in which the copy is made. It goes
+/// with what is left in it.
+class Staging {
+ public:
+  static PosixResult<Staging> beside(const ItemContext& context, const Folder& parent) {
+    constexpr int attempts = 16;
+    auto code = PosixCode::exists;
+    for (int i = 0; i < attempts && code == PosixCode::exists; ++i) {
+      auto name = TemporaryName(".move-").make();
+      auto folder = context.files.createFolder({parent, name.c_str()}, ownerOnly);
+      if (folder) return Staging(context, parent, std::move(name), std::move(*folder));
+      code = folder.error();
+    }
+    return code;
+  }
+
+  Staging(Staging&&) = default;
+  Staging(const Staging&) = delete;
+  Staging& operator=(const Staging&) = delete;
+  // Only want of memory throws here, and then nothing better can be done than to end.
+  // NOLINTNEXTLINE(bugprone-exception-escape)
+  ~Staging() {
+    if (!folder_) return;
+    // What was in the way a moment ago, such as a want of memory, may be over.
+    constexpr int attempts = 6;
+    auto pause = std::chrono::milliseconds(1);
+    for (int attempt = 1; !remove() && attempt < attempts; ++attempt, pause *= 4) {
+      std::this_thread::sleep_for(pause);
+    }
+  }
+
+  FileAt item() const { return {*folder_, stagedName}; }
+  const Folder& folder() const { return *folder_; }
+
+ private:
+  Staging(const ItemContext& context, const Folder& parent, std::string name, Folder folder)
+      : context_(context),
+        parent_(parent),
+        name_(std::move(name)),
+        folder_(std::make_unique<Folder>(std::move(folder))) {
+    dropInheritance();
+  }
+
+  /// What the folder was born with would pass on to the copies.
+  void dropInheritance() {
+    const auto held = context_.files.hold({*folder_, "."}, Links::stay);
+    if (!held) return;
+    context_.accessControl.setRights(*held, {ownerOnly, std::nullopt, std::nullopt});
+    const auto names = context_.attributes.names(*held, Compression::hidden);
+    if (!names) return;
+    for (const auto& name : *names) context_.attributes.remove(*held, name, Compression::hidden);
+  }
+
+  /// False when something of it is still there.
+  bool remove() {
+    auto& files = context_.files;
+    const auto held = files.hold(item(), Links::stay);
+    if (held) removeObject(files, item(), *held);
+    const auto code = files.removeFolder({parent_, name_.c_str()});
+    return code == PosixCode::success || code == PosixCode::noEntry;
+  }
+
+  const ItemContext& context_;
+  const Folder& parent_;
+  std::string name_;
+  /// Null after the staging was moved.
+  std::unique_ptr<Folder> folder_;
+};
+
+/// Copies the object to where nothing is yet. Afterwards the copy is complete and safe from a loss
+/// of power, or nothing is left of it.
+std::optional<TreeFailure> copyAcross(const ItemContext& context, const HeldObject& item,
+                                      FileAt toItem) {
+  auto& files = context.files;
+  if (files.status(toItem, Links::stay)) return failure(PosixCode::exists);
+  const auto staging = Staging::beside(context, toItem.folder);
+  if (!staging) return failure(staging.error());
+  if (auto failed = copyTree(context, item, staging->item())) return failed;
+  auto code = files.synchronize(staging->folder());
+  if (code == PosixCode::success) code = files.rename(staging->item(), toItem);
+  if (code == PosixCode::success) code = files.synchronize(staging->folder());
+  return failure(code);
+}
+
+std::optional<TreeFailure> moveAcross(const ItemContext& context, FileAt item, FileAt toItem) {
+  const auto held = context.files.hold(item, Links::stay);
+  const auto status = held ? held->status() : held.error();
+  const auto code = status ? checkRemovable(item.folder, *status) : status.error();
+  if (code != PosixCode::success) return failure(code);
+  if (auto failed = copyAcross(context, *held, toItem)) return failed;
+  return removeObject(context.files, item, *held);
+}
+
+}  // namespace
+
+PosixCode checkRemovable(const Folder& parent, const FileStatus& item) {
+  constexpr std::uint32_t fixingFlags = hinderingFlags | file_flag::refusingChanges;
+  if (parent.isReadOnly()) return PosixCode::readOnlyFileSystem;
+  if (item.isMountRoot) return PosixCode::busy;
+  if ((item.flags & fixingFlags) != 0) return PosixCode::notPermitted;
+  return PosixCode::success;
+}
+
+Outcome moveItemAtPath(const ItemContext& context, const std::string& path,
+                       const std::string& toPath) {
+  const auto item = context.files.locate(path);
+  if (!item) return fileWriteError(item.error(), path, toPath);
+  const auto toItem = context.files.locate(toPath);
+  if (!toItem) return fileWriteError(toItem.error(), path, toPath);
+  if (item->meansFolder || toItem->meansFolder) {
+    const auto status = context.files.status(item->at(), Links::stay);
+    if (status && !status->isFolder()) {
+      return fileWriteError(PosixCode::notDirectory, path, toPath);
+    }
+  }
+  return moveItem(context, item->at(), path, toItem->at(), toPath);
+}
+
+Outcome moveItem(const ItemContext& context, FileAt item, const std::string& path, FileAt toItem,
+                 const std::string& toPath) {
+  const auto code = context.files.rename(item, toItem);
+  if (code == PosixCode::success) return success;
+  if (code != PosixCode::crossDevice) return fileWriteError(code, path, toPath);
+  const auto failed = moveAcross(context, item, toItem);
+  if (!failed) return success;
+  return fileWriteError(failed->code, appendingPathComponent(path, failed->relativePath), toPath);
+}
+
+}  // namespace qrt::FileManager

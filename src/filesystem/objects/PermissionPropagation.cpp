@@ -1,0 +1,226 @@
+#include "filesystem/objects/PermissionPropagation.h"
+
+#include <atomic>
+#include <mutex>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "filesystem/objects/PathText.h"
+#include "filesystem/objects/SearchFolder.h"
+#include "filesystem/objects/TrustedTarget.h"
+#include "filesystem/walk/QRTDirectoryEnumerator.h"
+#include "filesystem/walk/TreeWalk.h"
+#include "filesystem/walk/WalkScope.h"
+#include "operations/PrivilegedOperationError.h"
+#include "protocol/FeedbackMessage.h"
+
+namespace qrt {
+namespace {
+
+constexpr std::uint32_t permissionBits = 07777;
+constexpr std::uint32_t setIdBits = 06000;
+
+/// What a failure is told as.
+struct Step {
+  std::int64_t code;
+  std::string_view description;
+  std::string_view suggestion;
+};
+
+constexpr Step settingList{
+    12, "An Access Control List could not be set.",
+    "The operating system was unable to change the rights for a file system object via an Access "
+    "Control List."};
+constexpr Step looking{
+    13, "It was not possible to determine the attributes of a file system object.",
+    "The operating system was unable to get attributes or other status information about a file "
+    "or folder."};
+constexpr Step settingOwner{
+    14, "It was not possible to change the owner of a file system object.",
+    "The operating system was unable to set a new owner for a file and folder."};
+constexpr Step settingPermissions{
+    15, "It was not possible to change the POSIX permissions of a file system object.",
+    "The operating system was unable to establish new permission settings for a file or folder."};
+
+struct Failure {
+  /// Null for an object that is refused.
+  const Step* step;
+  PosixCode code;
+};
+
+std::optional<Failure> failureOf(const Step& step, PosixCode code) {
+  if (code == PosixCode::success) return std::nullopt;
+  return Failure{&step, code};
+}
+
+Error errorFor(const Failure& failure, const std::string& path) {
+  if (failure.step == nullptr) return posixError(failure.code, path);
+  const auto& [code, description, suggestion] = *failure.step;
+  return withUnderlyingError(
+      withFilePath(privilegedOperationError(code, description, suggestion), path),
+      posixError(failure.code));
+}
+
+/// Counts what is done and tells about it now and then. Thread-safe.
+class Progress {
+ public:
+  Progress(FeedbackConnection* feedback, std::uint64_t expectedCount)
+      : feedback_(feedback),
+        expectedCount_(expectedCount == 0 ? 1.0 : static_cast<double>(expectedCount)) {}
+
+  void count() {
+    if (++done_ % objectsBetweenMessages != 0) return;
+    // Whichever thread comes first tells the smaller number.
+    const std::lock_guard lock(mutex_);
+    told_ += objectsBetweenMessages;
+    send(static_cast<double>(told_) / expectedCount_);
+  }
+
+  void finish() { send(1.0); }
+
+ private:
+  static constexpr std::uint64_t objectsBetweenMessages = 100;
+
+  void send(double fraction) {
+    if (feedback_) feedback_->processPrivilegedOperationFeedback(progressMessage(fraction));
+  }
+
+  FeedbackConnection* const feedback_;
+  const double expectedCount_;
+  std::atomic<std::uint64_t> done_ = 0;
+  std::mutex mutex_;
+  std::uint64_t told_ = 0;
+};
+
+class Propagation : public TreeVisitor {
+ public:
+  Propagation(const ItemContext& context, Log& log, const std::string& path,
+              const PermissionModel& model, const WalkScope& scope, Progress& progress)
+      : context_(context),
+        log_(log),
+        path_(path),
+        model_(model),
+        scope_(scope),
+        progress_(progress) {}
+
+  PosixResult<Next> visit(const TreeObject& object) override {
+    if (const auto failure = change(object)) {
+      const std::lock_guard lock(mutex_);
+      if (!error_) error_ = errorFor(*failure, pathOf(object.relativePath()));
+      return failure->code;
+    }
+    progress_.count();
+    return object.isFolder() && isEntered(object) ? Next::enter : Next::pass;
+  }
+
+  Outcome run(const Folder& folder) {
+    const auto failure = walkTree(context_.files, {folder, "."}, *this);
+    if (error_) return *error_;
+    if (failure) return posixError(failure->code, pathOf(failure->relativePath));
+    return success;
+  }
+
+ private:
+  std::string pathOf(const std::string& relativePath) const {
+    return appendingPathComponent(path_, relativePath);
+  }
+
+  bool isEntered(const TreeObject& folder) const {
+    return QRTDirectoryEnumerator::isEntered(scope_, log_, folder.at(), folder.relativePath());
+  }
+
+  std::optional<Failure> change(const TreeObject& object) const {
+    if (model_.givesList() && object.isLink()) {
+      if (const auto failure = changeListOfTarget(object)) return failure;
+    }
+    const bool changesList = model_.givesList() && !object.isLink();
+    const bool changesStatus = model_.givesOwner() || model_.givesPermissions();
+    if (!changesList && !changesStatus) return std::nullopt;
+
+    const auto held = hold(object, changesList);
+    if (!held) return Failure{changesList ? &settingList : &looking, held.error()};
+    if (changesList) {
+      const auto code = context_.accessControl.setList(*held, model_.list());
+      if (code != PosixCode::success) return Failure{&settingList, code};
+    }
+    return changesStatus ? changeStatus(*held) : std::nullopt;
+  }
+
+  PosixResult<HeldObject> hold(const TreeObject& object, bool changesList) const {
+    const bool canBeOpened = object.isFolder() || object.type() == file_type::regular;
+    if (changesList && canBeOpened) return context_.files.holdOpen(object.at());
+    return context_.files.hold(object.at(), Links::stay);
+  }
+
+  std::optional<Failure> changeListOfTarget(const TreeObject& link) const {
+    const auto target = holdTrustedTarget(context_.files, link.at());
+    if (!target) return Failure{&settingList, target.error()};
+    if (!*target) return std::nullopt;
+    return failureOf(settingList, context_.accessControl.setList(**target, model_.list()));
+  }
+
+  /// Looked at after the list was set, which is a part of the permissions on some systems.
+  std::optional<Failure> changeStatus(const HeldObject& object) const {
+    const auto status = object.status();
+    if (!status) return Failure{&looking, status.error()};
+    if (model_.givesOwner()) {
+      if (const auto failure = changeOwner(object, *status)) return failure;
+    }
+    return changePermissions(object, *status);
+  }
+
+  std::optional<Failure> changePermissions(const HeldObject& object,
+                                           const FileStatus& status) const {
+    if (!model_.givesPermissions()) return std::nullopt;
+    const auto permissions = model_.permissionsFor(status);
+    if (permissions == (status.mode & permissionBits)) return std::nullopt;
+    const auto code = object.setPermissions(permissions);
+    if (status.isLink() && code == PosixCode::notSupported) return std::nullopt;
+    return failureOf(settingPermissions, code);
+  }
+
+  std::optional<Failure> changeOwner(const HeldObject& object, const FileStatus& status) const {
+    if ((status.mode & setIdBits) != 0) return Failure{nullptr, PosixCode::invalidArgument};
+    const auto userID = model_.userIDFor(status);
+    const auto groupID = model_.groupIDFor(status);
+    if (userID == status.userID && groupID == status.groupID) return std::nullopt;
+    return failureOf(settingOwner, object.setOwner(userID, groupID));
+  }
+
+  const ItemContext& context_;
+  Log& log_;
+  const std::string& path_;
+  const PermissionModel& model_;
+  const WalkScope& scope_;
+  Progress& progress_;
+  std::mutex mutex_;
+  std::optional<Error> error_;
+};
+
+}  // namespace
+
+Outcome propagatePermissions(const ItemContext& context, Log& log, const std::string& folder,
+                             std::uint64_t expectedCount, bool stayOnFileSystem,
+                             std::uint8_t options, FeedbackConnection* feedback) {
+  const auto path = resolvedSearchFolder(context.files, folder);
+  if (!path) return path.error();
+  Progress progress(feedback, expectedCount);
+  const auto opened = context.files.openFolder(path->c_str(), Links::follow);
+  if (!opened && isExhaustion(opened.error())) return posixError(opened.error());
+  if (!opened) {
+    // There is nothing to be seen below it.
+    progress.finish();
+    return success;
+  }
+  const auto model = PermissionModel::of(context, *opened, options);
+  if (!model) return posixError(model.error());
+
+  WalkScope scope(context.files, *path);
+  if (stayOnFileSystem) scope.stayOnFileSystemOf({*opened, "."});
+  auto outcome = Propagation(context, log, *path, *model, scope, progress).run(*opened);
+  progress.finish();
+  return outcome;
+}
+
+}  // namespace qrt

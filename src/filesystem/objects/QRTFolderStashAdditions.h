@@ -1,0 +1,39 @@
+// Moving a folder aside, with something like it in its place.
+#pragma once
+
+#include <string>
+
+#include "base/Error.h"
+#include "filesystem/objects/ItemContext.h"
+
+namespace qrt {
+
+/// Thread-safe.
+namespace QRTFolderStashAdditions {
+
+/// Gives a folder a new name in the folder that holds it, and may leave an empty one of the same
+/// owner, permissions, access control list, flags and extended attributes behind. An empty path or
+/// name is POSIX 22, anything but a folder (links followed) POSIX 20, a name that is taken
+/// POSIX 17. When the substitute cannot be made the folder stays moved.
+Outcome moveFolderAtPath(const ItemContext& context, const std::string& path,
+                         const std::string& newName, bool creatingEmptySubstitute);
+
+/// What a folder has apart from its contents.
+struct FolderMetadata {
+  FileStatus status;
+  AccessRights rights;
+  /// Names and values.
+  Dictionary extendedAttributes;
+};
+
+/// Changes what differs from the saved metadata. What cannot be changed stays as it is. The folder
+/// is an open one, because metadata must not go to what somebody puts in its place.
+void enforceFolderMetadata(const ItemContext& context, const FolderMetadata& metadata,
+                           const Folder& ifNecessaryIgnoringErrorsForItem);
+
+/// Arguments: path, new name, create a substitute.
+Outcome performOperationRenameStashfolderWithArguments(const ItemContext& context,
+                                                       const Array& arguments);
+
+}  // namespace QRTFolderStashAdditions
+}  // namespace qrt

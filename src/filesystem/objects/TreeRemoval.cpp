@@ -1,0 +1,71 @@
+#include "filesystem/objects/TreeRemoval.h"
+
+#include <string_view>
+
+namespace qrt {
+namespace {
+
+/// How often a folder is emptied that was found not empty when it was to go: some file systems pass
+/// over entries while others are removed, and somebody may be adding some without end.
+constexpr unsigned maximumRounds = 16;
+
+PosixCode unlessGone(PosixCode code) {
+  return code == PosixCode::noEntry ? PosixCode::success : code;
+}
+
+class Removal : public TreeVisitor {
+ public:
+  explicit Removal(FileSystem& files) : files_(files) {}
+
+  static constexpr const char* openTop = ".";
+
+  PosixResult<Next> visit(const TreeObject& object) override {
+    if (object.isFolder()) return Next::enter;
+    const auto code = unlessGone(files_.removeFile(object.at()));
+    if (code != PosixCode::success) return code;
+    return Next::pass;
+  }
+
+  PosixResult<Leave> leave(const TreeObject& folder, unsigned round) override {
+    if (isOpenTop(folder)) return Leave::done;
+    const auto code = unlessGone(files_.removeFolder(folder.at()));
+    if (code == PosixCode::notEmpty && round + 1 < maximumRounds) return Leave::again;
+    if (code != PosixCode::success) return code;
+    return Leave::done;
+  }
+
+  PosixCode cannotRead(const TreeObject& folder, PosixCode reason) override {
+    // Something else has taken the folder's place.
+    if (reason == PosixCode::notDirectory) return unlessGone(files_.removeFile(folder.at()));
+    return unlessGone(reason);
+  }
+
+ private:
+  /// No entry has this name.
+  static bool isOpenTop(const TreeObject& folder) {
+    return folder.at().name == std::string_view(openTop);
+  }
+
+  FileSystem& files_;
+};
+
+}  // namespace
+
+std::optional<TreeFailure> removeTree(FileSystem& files, FileAt top) {
+  const auto status = files.status(top, Links::stay);
+  if (!status) return TreeFailure{status.error(), {}};
+  if (status->isFolder()) {
+    Removal removal(files);
+    return walkTree(files, top, removal);
+  }
+  const auto code = files.removeFile(top);
+  if (code == PosixCode::success) return std::nullopt;
+  return TreeFailure{code, {}};
+}
+
+std::optional<TreeFailure> removeContents(FileSystem& files, const Folder& folder) {
+  Removal removal(files);
+  return walkTree(files, {folder, Removal::openTop}, removal);
+}
+
+}  // namespace qrt

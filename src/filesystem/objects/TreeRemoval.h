@@ -1,0 +1,19 @@
+// Removing an object with everything below it.
+#pragma once
+
+#include <optional>
+
+#include "filesystem/walk/TreeWalk.h"
+#include "platform/FileSystem.h"
+
+namespace qrt {
+
+/// Removes the object, never what a link points to. What has gone by itself meanwhile is no error.
+/// The first error ends it; what was removed by then stays removed. Mounted volumes are emptied as
+/// well.
+std::optional<TreeFailure> removeTree(FileSystem& files, FileAt top);
+
+/// The same of everything in an open folder, which stays.
+std::optional<TreeFailure> removeContents(FileSystem& files, const Folder& folder);
+
+}  // namespace qrt

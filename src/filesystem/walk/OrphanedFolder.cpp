@@ -1,0 +1,51 @@
+#include "filesystem/walk/OrphanedFolder.h"
+
+#include <cstddef>
+
+#include "filesystem/walk/QRTDirectoryEnumerator.h"
+
+namespace qrt {
+namespace {
+
+PosixResult<std::size_t> numberOfEntries(FileSystem& files, FileAt object) {
+  auto folder = files.openFolder(object, Links::stay);
+  if (!folder) return folder.error();
+  for (std::size_t count = 0;; ++count) {
+    const auto entry = folder->next();
+    if (!entry) return entry.error();
+    if (!*entry) return count;
+  }
+}
+
+}  // namespace
+
+bool isFolderAtPath(FileSystem& files, Log& log, const std::string& path,
+                    KnownUserIDs& emptyOrAllContentsNotOwnedByUsersInSet) {
+  const auto folder = files.resolvedPath(path);
+  if (!folder) return false;
+  const auto answer =
+      isFolderAtObject(files, log, folder->c_str(), path, emptyOrAllContentsNotOwnedByUsersInSet);
+  return answer && *answer;
+}
+
+PosixResult<bool> isFolderAtObject(FileSystem& files, Log& log, FileAt folder,
+                                   const std::string& path,
+                                   KnownUserIDs& emptyOrAllContentsNotOwnedByUsersInSet) {
+  auto& users = emptyOrAllContentsNotOwnedByUsersInSet;
+  if (users.isEmpty()) return false;
+  const auto count = numberOfEntries(files, folder);
+  if (!count && isExhaustion(count.error())) return count.error();
+  if (!count) return false;
+  if (*count == 0) return true;
+
+  const auto walk = QRTDirectoryEnumerator::enumeratorAtObject(files, log, folder, path, true);
+  while (walk && walk->advance()) {
+    const auto status = files.status(walk->object(), Links::stay);
+    if (!status || users.contains(status->userID)) return false;
+  }
+  if (!walk) return false;
+  if (walk->failure() != PosixCode::success) return walk->failure();
+  return true;
+}
+
+}  // namespace qrt

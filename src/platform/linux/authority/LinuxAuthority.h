@@ -1,0 +1,60 @@
+// Authorization on Linux.
+#pragma once
+
+#include <optional>
+
+#include "platform/Authority.h"
+#include "platform/linux/authority/DialogQueue.h"
+#include "platform/linux/authority/ExternalFormSeal.h"
+#include "platform/linux/authority/LivingProcesses.h"
+#include "platform/linux/authority/PeerIdentity.h"
+#include "platform/linux/authority/PolkitActions.h"
+#include "platform/linux/authority/PolkitAuthority.h"
+#include "platform/linux/authority/RememberedGrants.h"
+#include "platform/linux/authority/RightsFile.h"
+
+namespace qrt {
+
+/// Root is granted everything without being asked. Of anybody else, polkit decides if it can be
+/// reached at that moment; otherwise the daemon does itself: a right defined as "allow" is
+/// everybody's, any other is root's. Clients prove who they are with an external form that the
+/// daemon sealed for them.
+///
+/// A right is kept in the daemon's own database and as an action of polkit, so that either can
+/// decide. It is there when both have it; setting it leaves alone what one of them has already, and
+/// removing it removes it from whichever has it.
+class LinuxAuthority : public Authority {
+ public:
+  LinuxAuthority(const std::string& root, std::string stateFolder, PropertyLists& propertyLists);
+
+  /// The form for a peer, as the kernel named it. None when it cannot be sealed.
+  std::optional<AuthorizationExternalForm> externalForm(const PeerIdentity& peer);
+
+  Result<std::unique_ptr<Authorization>, AuthorizationStatus> createFromExternalForm(
+      const Caller& caller, const AuthorizationExternalForm& form, Log& log) override;
+  Result<std::unique_ptr<Authorization>, AuthorizationStatus> create() override;
+  AuthorizationStatus rightGet(const std::string& name) override;
+  AuthorizationStatus rightSet(Authorization& authorization, const std::string& name,
+                               const PropertyValue& definition, const std::string& description,
+                               const std::string& localizationTable) override;
+  AuthorizationStatus rightRemove(Authorization& authorization, const std::string& name) override;
+
+ private:
+  class Reference;
+
+  AuthorizationStatus evaluate(const Reference& reference, const std::string& rightName,
+                               const AuthorizationEnvironment& environment, std::uint32_t flags);
+  AuthorizationStatus evaluateWithoutPolkit(const std::string& rightName);
+  bool isGrantRemembered(const std::string& rightName);
+
+  StateFolder state_;
+  ExternalFormSeal seal_;
+  RightsFile rights_;
+  PolkitActions actions_;
+  PolkitAuthority polkit_;
+  DialogQueue dialogs_;
+  RememberedGrants grants_;
+  LivingProcesses living_;
+};
+
+}  // namespace qrt

@@ -1,0 +1,41 @@
+// The rights database of a system that has no authority of its own.
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "base/PropertyValue.h"
+#include "platform/PropertyLists.h"
+#include "platform/linux/files/StateFolder.h"
+
+namespace qrt {
+
+/// A property list in the state folder: right name to {"definition", "description", "table"}.
+/// Thread-safe; changes by another process are seen.
+class RightsFile {
+ public:
+  RightsFile(StateFolder& state, PropertyLists& propertyLists)
+      : state_(state), propertyLists_(propertyLists) {}
+
+  /// The definition of a right, or none.
+  std::optional<PropertyValue> definition(const std::string& name);
+  bool set(const std::string& name, const PropertyValue& definition, const std::string& description,
+           const std::string& table);
+  bool remove(const std::string& name);
+
+ private:
+  /// The whole database, none when it cannot be read. An absent file is an empty database.
+  std::optional<Dictionary> load();
+  const Dictionary& current();
+  bool store(const Dictionary& rights);
+
+  StateFolder& state_;
+  PropertyLists& propertyLists_;
+  std::mutex mutex_;
+  std::uint64_t cachedVersion_ = 0;
+  Dictionary cached_;
+};
+
+}  // namespace qrt

@@ -1,0 +1,191 @@
+#include "platform/linux/settings/LinuxPreferences.h"
+
+#include <fcntl.h>
+#include <limits.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <vector>
+
+#include "base/PathText.h"
+#include "platform/PropertyLists.h"
+#include "platform/linux/files/FileReplacement.h"
+#include "platform/linux/files/FileSystemIdentity.h"
+#include "platform/linux/files/OwnFolder.h"
+#include "platform/linux/settings/DefaultsLock.h"
+#include "platform/posix/NativeError.h"
+#include "platform/posix/ReadFile.h"
+
+namespace qrt {
+namespace {
+
+using Kind = PreferenceSelector::Kind;
+
+struct Account {
+  uid_t user;
+  gid_t group;
+  std::string home;
+};
+
+/// `lookUp` is one of the re-entrant calls on the password database without its last arguments.
+template <class LookUp>
+std::optional<Account> accountFrom(LookUp lookUp) {
+  constexpr std::size_t maximumSize = 1 << 20;
+  for (std::vector<char> space(1024); space.size() <= maximumSize; space.resize(2 * space.size())) {
+    passwd entry;
+    passwd* found = nullptr;
+    const int error = lookUp(&entry, space.data(), space.size(), &found);
+    if (error == ERANGE) continue;
+    if (!found) return std::nullopt;
+    return Account{found->pw_uid, found->pw_gid, found->pw_dir};
+  }
+  return std::nullopt;
+}
+
+std::optional<Account> accountFor(const PreferenceSelector& user) {
+  if (user.kind == Kind::current) {
+    return accountFrom([](auto... space) { return getpwuid_r(geteuid(), space...); });
+  }
+  if (!isPathComponent(user.name)) return std::nullopt;
+  return accountFrom([&user](auto... space) { return getpwnam_r(user.name.c_str(), space...); });
+}
+
+std::optional<std::string> hostNameFor(const PreferenceSelector& host) {
+  if (host.kind == Kind::named) return host.name;
+  char name[HOST_NAME_MAX + 1] = {};
+  if (gethostname(name, sizeof name - 1) != 0) return std::nullopt;
+  return name;
+}
+
+/// Where the settings of a domain are, below the folder that holds "GNUstep".
+struct DefaultsPath {
+  std::vector<const char*> folders;
+  std::string name;
+};
+
+/// None when one of the parts cannot be part of a file's name.
+std::optional<DefaultsPath> pathFor(const PreferenceDomain& domain) {
+  const bool isForEverything = !domain.application && domain.user.kind == Kind::any;
+  if (isForEverything && domain.host.kind == Kind::any) {
+    return DefaultsPath{{"GNUstep"}, "GlobalDefaults.plist"};
+  }
+  const auto application = domain.application.value_or("NSGlobalDomain");
+  if (!isPathComponent(application)) return std::nullopt;
+  if (domain.host.kind == Kind::any) {
+    return DefaultsPath{{"GNUstep", "Defaults"}, application + ".plist"};
+  }
+  const auto host = hostNameFor(domain.host);
+  if (!host || !isPathComponent(*host)) return std::nullopt;
+  return DefaultsPath{{"GNUstep", "Defaults", "ByHost"}, application + "." + *host + ".plist"};
+}
+
+/// Goes down from `base`; `open` opens each folder in the one before.
+template <class Open>
+PosixResult<FileDescriptor> openFolders(const std::string& base,
+                                        const std::vector<const char*>& folders, Open open) {
+  FileDescriptor folder(::open(base.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  if (!folder) return lastError();
+  for (const auto* component : folders) {
+    auto next = open(folder.get(), component);
+    if (!next) return next;
+    folder = std::move(*next);
+  }
+  return folder;
+}
+
+/// A file as it is before it is replaced.
+struct DefaultsFile {
+  Dictionary contents;
+  uid_t user;
+  gid_t group;
+  mode_t mode;
+};
+
+PosixResult<DefaultsFile> readDefaults(int folder, const std::string& name,
+                                       PropertyLists& propertyLists) {
+  constexpr int withoutSurprise = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+  const FileDescriptor file(openat(folder, name.c_str(), withoutSurprise));
+  struct stat status;
+  if (!file || fstat(file.get(), &status) != 0) return lastError();
+  if (!S_ISREG(status.st_mode)) return PosixCode::invalidArgument;
+  const auto bytes = readFile(file.get(), PropertyLists::maximumBytes);
+  if (!bytes) return bytes.error();
+  auto list = propertyLists.parse(*bytes);
+  // Settings that cannot be read are not to be lost.
+  if (!list || !list->dictionary()) return PosixCode::invalidArgument;
+  constexpr mode_t permissions = 0777;
+  return DefaultsFile{*list->dictionary(), status.st_uid, status.st_gid,
+                      status.st_mode & permissions};
+}
+
+/// Giving a file to somebody takes root's rights; the file is not reached by a name.
+PosixCode giveTo(FileReplacement& file, uid_t user, gid_t group) {
+  const FileSystemIdentity root(0, 0);
+  return root.isTaken() ? file.setOwner(user, group) : PosixCode::notPermitted;
+}
+
+PosixCode writeDefaults(int folder, const std::string& name, const DefaultsFile& file,
+                        PropertyLists& propertyLists) {
+  const auto text = propertyLists.xml(file.contents);
+  if (!text) return PosixCode::invalidArgument;
+  if (text->size() > PropertyLists::maximumBytes) return PosixCode::noSpace;
+  auto fresh = FileReplacement::begin(folder, name);
+  if (!fresh) return fresh.error();
+  auto code = fresh->write({reinterpret_cast<const std::uint8_t*>(text->data()), text->size()});
+  if (code == PosixCode::success) code = fresh->setMode(file.mode);
+  if (code == PosixCode::success) code = giveTo(*fresh, file.user, file.group);
+  return code == PosixCode::success ? fresh->commit() : code;
+}
+
+}  // namespace
+
+std::optional<LinuxPreferences::Place> LinuxPreferences::placeFor(
+    const PreferenceSelector& user) const {
+  if (user.kind == Kind::any) return Place{root_ + "/etc", 0, 0, 0644};
+  const auto account = accountFor(user);
+  if (!account || account->home.empty()) return std::nullopt;
+  return Place{root_ + "/" + account->home, account->user, account->group, 0600};
+}
+
+bool LinuxPreferences::setValue(const PreferenceDomain& domain, const std::string& key,
+                                const std::optional<PropertyValue>& value) {
+  const auto path = pathFor(domain);
+  const auto place = placeFor(domain.user);
+  if (!path || !place) return false;
+  const FileSystemIdentity owner(place->user, place->group);
+  if (!owner.isTaken()) return false;
+
+  const auto folder =
+      openFolders(place->base, path->folders, [&](int parent, const char* component) {
+        return value ? makeOwnFolder(parent, component, place->user)
+                     : openOwnFolder(parent, component, place->user);
+      });
+  // Without a folder there is no key to remove.
+  if (!folder) return !value && folder.error() == PosixCode::noEntry;
+  const DefaultsLock lock(folder->get(), place->user);
+  return lock.isHeld() &&
+         changeFile(folder->get(), path->name, *place, {key, value}) == PosixCode::success;
+}
+
+PosixCode LinuxPreferences::changeFile(int folder, const std::string& name, const Place& place,
+                                       const Change& change) {
+  auto file = readDefaults(folder, name, propertyLists_);
+  if (!file) {
+    if (file.error() != PosixCode::noEntry) return file.error();
+    file = DefaultsFile{{}, place.user, place.group, place.modeOfNewFile};
+  }
+  if (change.value) {
+    file->contents.insert_or_assign(change.key, *change.value);
+  } else if (file->contents.erase(change.key) == 0) {
+    return PosixCode::success;
+  }
+  // The user must not get hold of what becomes the file of somebody else.
+  const bool isOwn = file->user == place.user;
+  const FileSystemIdentity writer(isOwn ? place.user : 0, isOwn ? place.group : 0);
+  if (!writer.isTaken()) return PosixCode::notPermitted;
+  return writeDefaults(folder, name, *file, propertyLists_);
+}
+
+}  // namespace qrt

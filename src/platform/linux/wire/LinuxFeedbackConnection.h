@@ -1,0 +1,97 @@
+// Feedback over a socket that the requestor passed along.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/FileDescriptor.h"
+#include "platform/linux/wire/WireConnection.h"
+#include "protocol/FeedbackConnection.h"
+
+namespace qrt {
+
+/// The daemon's end of a requestor's feedback socket. A thread of its own writes what waits,
+/// answers the peer's handshake calls, and notices when the requestor is gone.
+class LinuxFeedbackConnection : public FeedbackConnection {
+ public:
+  static constexpr std::size_t maximumWaiting = 256;
+  static constexpr std::size_t maximumWaitingBytes = 1 << 20;
+  static constexpr std::chrono::seconds progressPatience{5};
+  /// How long a peer that may say Hello is waited for.
+  static constexpr std::chrono::milliseconds greetingPatience{20};
+
+  /// `requestor` is the socket of the connection that the request came over; as long as it lives,
+  /// records and output wait for their reader. Not owned.
+  LinuxFeedbackConnection(std::vector<FileDescriptor> endpoint, int requestor,
+                          const RemoteInterface& interface);
+  ~LinuxFeedbackConnection() override;
+
+  Outcome open(Dictionary firstMessage) override;
+  void processPrivilegedOperationFeedback(Dictionary message) override;
+  void suspend() override;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  /// What is called, as D-Bus names it.
+  struct RemoteMethod {
+    std::string path, interface, name;
+  };
+  struct Waiting {
+    Dictionary message;
+    std::size_t bytes;
+    bool canBeLost;
+  };
+
+  static int hello(sd_bus_message* call, void* context, sd_bus_error*);
+  Outcome connect();
+  bool send(const Dictionary& message);
+  void run();
+  bool sendWaiting();
+  bool waitForEvents();
+  void enqueue(Dictionary message, bool canBeLost);
+  bool isFull(std::size_t further) const;
+  void wakeThread();
+
+  std::vector<FileDescriptor> endpoint_;
+  int requestor_;
+  const RemoteMethod method_;
+  std::unique_ptr<WireConnection> wire_;
+  bool wasGreeted_ = false;
+  FileDescriptor wake_;
+  std::thread thread_;
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::deque<Waiting> waiting_;
+  std::size_t waitingBytes_ = 0;
+  /// The newest progress that found no place; older ones are of no interest any more.
+  std::optional<Dictionary> newestProgress_;
+  bool lostRequestor_ = false;
+  std::optional<Clock::time_point> closingSince_;
+  /// What is being written must arrive, however long its reader takes.
+  bool writingMustArrive_ = false;
+};
+
+/// A requestor's feedback sockets as they came with the request; exactly one is right.
+class LinuxFeedbackEndpoint : public FeedbackEndpoint {
+ public:
+  LinuxFeedbackEndpoint(std::vector<FileDescriptor> sockets, int requestor)
+      : sockets_(std::move(sockets)), requestor_(requestor) {}
+
+  std::unique_ptr<FeedbackConnection> connect(const RemoteInterface& interface) override {
+    return std::make_unique<LinuxFeedbackConnection>(std::move(sockets_), requestor_, interface);
+  }
+
+ private:
+  std::vector<FileDescriptor> sockets_;
+  int requestor_;
+};
+
+}  // namespace qrt

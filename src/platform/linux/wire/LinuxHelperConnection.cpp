@@ -1,0 +1,335 @@
+#include "platform/linux/wire/LinuxHelperConnection.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+#include "platform/linux/wire/WireConnection.h"
+#include "platform/linux/wire/WireWriter.h"
+#include "platform/posix/NativeError.h"
+#include "protocol/Names.h"
+
+namespace qrt {
+namespace {
+
+constexpr std::int64_t connectionInterrupted = 4097;
+constexpr std::int64_t connectionInvalid = 4099;
+
+Error connectionError(std::int64_t code, std::string description) {
+  return {std::string(cocoaErrorDomain),
+          code,
+          {{std::string(localizedDescriptionKey), std::move(description)}}};
+}
+
+/// What the helper's error reply means here.
+Error errorOf(const sd_bus_error& reply) {
+  if (sd_bus_error_has_name(&reply, SD_BUS_ERROR_ACCESS_DENIED) != 0) {
+    return posixError(PosixCode::notPermitted);
+  }
+  return connectionError(connectionInvalid, reply.message ? reply.message : reply.name);
+}
+
+Error interrupted() {
+  return connectionError(connectionInterrupted, "The connection to the helper was interrupted.");
+}
+
+/// The requestor's end of a feedback socket: hands every message to the handler. It says Hello, so
+/// that the helper need not wait to see whether it does.
+class FeedbackReceiver {
+ public:
+  FeedbackReceiver(std::unique_ptr<WireConnection> wire, const FeedbackHandler& handler)
+      : wire_(std::move(wire)), handler_(handler) {
+    static const sd_bus_vtable methods[] = {
+        SD_BUS_VTABLE_START(0),
+        SD_BUS_METHOD_WITH_ARGS(wire::feedbackMethod, SD_BUS_ARGS("a{sv}", message),
+                                SD_BUS_NO_RESULT, receive, SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_VTABLE_END};
+    wire_->addObject(wire::feedbackPath, wire::feedbackInterface, methods, this);
+  }
+
+  int socket() const { return wire_->socket(); }
+  short pollEvents() const { return wire_->pollEvents(); }
+
+  WireConnection::Progress step() {
+    const auto progress = wire_->step();
+    if (!hasGreeted_ && wire_->isReady() && !wire_->hasPeerLeft()) greet();
+    return progress;
+  }
+
+ private:
+  void greet() {
+    hasGreeted_ = true;
+    sd_bus_call_method_async(wire_->bus(), nullptr, nullptr, "/org/freedesktop/DBus",
+                             "org.freedesktop.DBus", "Hello", receiveAnswer, this, nullptr);
+  }
+
+  static int receiveAnswer(sd_bus_message*, void* context, sd_bus_error*) {
+    static_cast<FeedbackReceiver*>(context)->wire_->noteDispatched();
+    return 1;
+  }
+
+  static int receive(sd_bus_message* call, void* context, sd_bus_error*) {
+    auto& self = *static_cast<FeedbackReceiver*>(context);
+    auto arguments = self.wire_->arguments();
+    const auto message = arguments.dictionary();
+    if (arguments.ok()) self.handler_(message);
+    return sd_bus_reply_method_return(call, nullptr);
+  }
+
+  std::unique_ptr<WireConnection> wire_;
+  const FeedbackHandler& handler_;
+  bool hasGreeted_ = false;
+};
+
+class LinuxHelperConnection : public HelperConnection {
+ public:
+  LinuxHelperConnection(std::unique_ptr<WireConnection> wire, FileDescriptor interruption)
+      : wire_(std::move(wire)), interruption_(std::move(interruption)) {}
+
+  static Result<std::unique_ptr<HelperConnection>> over(FileDescriptor socket);
+
+  Result<std::string> getVersionString() override {
+    std::string version;
+    auto failure = call(wire::helperInterface, "getVersionString", noArguments,
+                        [&](WireConnection& wire) { version = wire.arguments().string(); });
+    if (failure) return *failure;
+    return version;
+  }
+
+  Outcome registerClientWithPID(std::int32_t identifier) override {
+    return call(wire::helperInterface, "registerClientWithPID", with(identifier), ignoreReply);
+  }
+
+  Outcome unregisterClientWithPID(std::int32_t identifier) override {
+    auto failure =
+        call(wire::helperInterface, "unregisterClientWithPID", with(identifier), ignoreReply);
+    const bool helperEnded = failure && failure->code == connectionInterrupted;
+    return helperEnded ? success : failure;
+  }
+
+  void unregisterClientWithPIDLater(std::int32_t identifier) override {
+    const auto message =
+        callMessage(wire::helperInterface, "unregisterClientWithPID", with(identifier));
+    if (!message) return;
+    sd_bus_message_set_expect_reply(message.get(), 0);
+    sd_bus_send(wire_->bus(), message.get(), nullptr);
+  }
+
+  Result<Data> createExternalForm() override {
+    Data form;
+    auto failure = call(wire::authorityInterface, "createExternalForm", noArguments,
+                        [&](WireConnection& wire) { form = wire.arguments().data(); });
+    if (failure) return *failure;
+    return form;
+  }
+
+  Result<std::unique_ptr<HelperConnection>> connectWithEndpoint() override {
+    FileDescriptor socket;
+    auto failure =
+        call(wire::helperInterface, "connectWithEndpoint", noArguments, [&](WireConnection& wire) {
+          if (!wire.descriptors().empty()) socket = std::move(wire.descriptors().front());
+        });
+    if (failure) return *failure;
+    return over(std::move(socket));
+  }
+
+  Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
+                                     const FeedbackHandler& handler,
+                                     const Array& arguments) override;
+
+  void interrupt() override { eventfd_write(interruption_.get(), 1); }
+
+ private:
+  /// Reads what a reply carries; called while the connection dispatches it.
+  using ReplyReader = std::function<void(WireConnection&)>;
+  using ArgumentWriter = std::function<int(sd_bus_message*)>;
+
+  struct PendingReply {
+    WireConnection& wire;
+    const ReplyReader& read;
+    Outcome outcome;
+    bool arrived = false;
+  };
+
+  static int noArguments(sd_bus_message*) { return 0; }
+  static void ignoreReply(WireConnection&) {}
+  static ArgumentWriter with(std::int32_t identifier) {
+    return [identifier](sd_bus_message* call) {
+      return sd_bus_message_append_basic(call, 'i', &identifier);
+    };
+  }
+
+  using Message = std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
+
+  /// Null when it cannot be made.
+  Message callMessage(const char* interface, const char* method, const ArgumentWriter& write);
+
+  static int receiveReply(sd_bus_message* reply, void* context, sd_bus_error*);
+  Outcome call(const char* interface, const char* method, const ArgumentWriter& write,
+               const ReplyReader& read, FeedbackReceiver* feedback = nullptr);
+  Outcome wait(PendingReply& reply, FeedbackReceiver* feedback);
+
+  std::unique_ptr<WireConnection> wire_;
+  FileDescriptor interruption_;
+};
+
+Result<std::unique_ptr<HelperConnection>> LinuxHelperConnection::over(FileDescriptor socket) {
+  const auto unusable = [] {
+    return connectionError(connectionInvalid, "The connection to the helper cannot be used.");
+  };
+  if (!socket) return unusable();
+  auto wire = WireConnection::make(std::move(socket), WireConnection::Role::client);
+  FileDescriptor interruption(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  if (!wire || !interruption || !(*wire)->handshake()) return unusable();
+  return std::unique_ptr<HelperConnection>(
+      std::make_unique<LinuxHelperConnection>(std::move(*wire), std::move(interruption)));
+}
+
+int LinuxHelperConnection::receiveReply(sd_bus_message* reply, void* context, sd_bus_error*) {
+  auto& pending = *static_cast<PendingReply*>(context);
+  pending.wire.noteDispatched();
+  pending.arrived = true;
+  if (const auto* failure = sd_bus_message_get_error(reply)) {
+    pending.outcome = errorOf(*failure);
+  } else {
+    pending.read(pending.wire);
+  }
+  return 1;
+}
+
+LinuxHelperConnection::Message LinuxHelperConnection::callMessage(const char* interface,
+                                                                  const char* method,
+                                                                  const ArgumentWriter& write) {
+  sd_bus_message* made = nullptr;
+  const int result = sd_bus_message_new_method_call(wire_->bus(), &made, nullptr, wire::helperPath,
+                                                    interface, method);
+  Message message(made, sd_bus_message_unref);
+  if (result < 0 || write(made) < 0) message.reset();
+  return message;
+}
+
+Outcome LinuxHelperConnection::call(const char* interface, const char* method,
+                                    const ArgumentWriter& write, const ReplyReader& read,
+                                    FeedbackReceiver* feedback) {
+  constexpr auto noTimeLimit = std::numeric_limits<std::uint64_t>::max();
+  PendingReply pending{*wire_, read, success};
+  const auto message = callMessage(interface, method, write);
+  if (!message) return interrupted();
+  sd_bus_slot* slot = nullptr;
+  const int result =
+      sd_bus_call_async(wire_->bus(), &slot, message.get(), receiveReply, &pending, noTimeLimit);
+  if (result < 0) return interrupted();
+  auto outcome = wait(pending, feedback);
+  sd_bus_slot_unref(slot);
+  return outcome;
+}
+
+/// Runs the connection, and the feedback beside it, until the reply is there.
+Outcome LinuxHelperConnection::wait(PendingReply& reply, FeedbackReceiver* feedback) {
+  using Progress = WireConnection::Progress;
+  const auto pumpFeedback = [&feedback] {
+    auto progress = Progress::made;
+    while (feedback && progress == Progress::made) progress = feedback->step();
+    if (progress == Progress::closed) feedback = nullptr;
+  };
+  while (!reply.arrived) {
+    pollfd events[] = {
+        {wire_->socket(), wire_->pollEvents(), 0}, {interruption_.get(), POLLIN, 0}, {-1, 0, 0}};
+    if (feedback) events[2] = {feedback->socket(), feedback->pollEvents(), 0};
+    if (poll(events, std::size(events), -1) < 0) {
+      if (errno == EINTR) continue;
+      return interrupted();
+    }
+    if (events[1].revents != 0) {
+      eventfd_t count;
+      eventfd_read(interruption_.get(), &count);
+      return posixError(PosixCode::interrupted);
+    }
+    if (events[2].revents != 0) pumpFeedback();
+    if (events[0].revents != 0 && wire_->step() == Progress::closed) break;
+  }
+  if (!reply.arrived) return interrupted();
+  // What was sent before the reply is handed out before it.
+  pumpFeedback();
+  return reply.outcome;
+}
+
+Outcome LinuxHelperConnection::performPrivilegedOperation(std::uint64_t code,
+                                                          const Data& authorizationData,
+                                                          const FeedbackHandler& handler,
+                                                          const Array& arguments) {
+  FileDescriptor endpoint;
+  std::optional<FeedbackReceiver> receiver;
+  if (handler) {
+    int pair[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) < 0) {
+      return posixError(lastError());
+    }
+    endpoint.reset(pair[0]);
+    auto wire = WireConnection::make(FileDescriptor(pair[1]), WireConnection::Role::client);
+    if (!wire) return posixError(wire.error());
+    receiver.emplace(std::move(*wire), handler);
+  }
+
+  const auto write = [&](sd_bus_message* call) {
+    int result = sd_bus_message_append_basic(call, 't', &code);
+    if (result >= 0) result = wire::appendData(call, authorizationData);
+    if (result >= 0) result = sd_bus_message_open_container(call, 'a', "h");
+    if (result >= 0 && endpoint) {
+      const int descriptor = endpoint.get();
+      result = sd_bus_message_append_basic(call, 'h', &descriptor);
+    }
+    if (result >= 0) result = sd_bus_message_close_container(call);
+    if (result >= 0) result = wire::appendArray(call, arguments);
+    // The message has its own copy; the socket must end when the helper closes its end.
+    endpoint.reset();
+    return result;
+  };
+  Outcome answer;
+  const auto read = [&](WireConnection& wire) {
+    auto reader = wire.arguments();
+    Error error;
+    error.domain = reader.string();
+    error.code = reader.int64();
+    error.userInfo = reader.dictionary();
+    if (!reader.atEnd()) {
+      answer = connectionError(connectionInvalid, "The helper's reply makes no sense.");
+    } else if (!error.domain.empty()) {
+      answer = std::move(error);
+    }
+  };
+  auto failure = call(wire::helperInterface, "performPrivilegedOperation", write, read,
+                      receiver ? &*receiver : nullptr);
+  return failure ? failure : answer;
+}
+
+}  // namespace
+
+Result<std::unique_ptr<HelperConnection>> LinuxHelperConnector::connect(
+    const std::string& address) {
+  sockaddr_un name{};
+  name.sun_family = AF_UNIX;
+  if (address.empty() || address.size() >= sizeof name.sun_path) {
+    return connectionError(connectionInvalid, "'" + address + "' is no address of a socket.");
+  }
+  std::memcpy(name.sun_path, address.data(), address.size());
+  FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  if (!socket) return posixError(lastError());
+  if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&name), sizeof name) < 0) {
+    auto error =
+        connectionError(connectionInvalid, "The helper cannot be reached at '" + address + "'.");
+    error.userInfo.emplace(underlyingErrorKey, posixError(lastError()));
+    return error;
+  }
+  return LinuxHelperConnection::over(std::move(socket));
+}
+
+std::string defaultHelperAddress() { return std::string(defaultSocketPath); }
+
+}  // namespace qrt

@@ -1,0 +1,298 @@
+#include "platform/linux/wire/WireConnection.h"
+
+#include <fcntl.h>
+#include <malloc.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <mutex>
+
+#include "platform/posix/NativeError.h"
+
+namespace qrt {
+namespace {
+
+/// A handshake is a handful of short lines.
+constexpr std::size_t maximumHandshakeBytes = 16 << 10;
+constexpr std::size_t smallestRead = 4 << 10;
+constexpr std::size_t largestRead = 256 << 10;
+constexpr std::size_t maximumDescriptors = 64;
+/// libsystemd asks for 8 MiB, which a peer that does not read would make the kernel hold.
+constexpr int sendBufferBytes = 256 << 10;
+
+int noteDispatch(sd_bus_message*, void* connection, sd_bus_error*) {
+  static_cast<WireConnection*>(connection)->noteDispatched();
+  return 0;
+}
+
+}  // namespace
+
+PosixResult<std::unique_ptr<WireConnection>> WireConnection::make(FileDescriptor socket,
+                                                                  Role role) {
+  int pair[2];
+  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, pair) < 0) {
+    return lastError();
+  }
+  std::unique_ptr<WireConnection> connection(new WireConnection);
+  connection->feed_.reset(pair[0]);
+  FileDescriptor input(pair[1]);
+  FileDescriptor output(fcntl(socket.get(), F_DUPFD_CLOEXEC, 3));
+  if (!output) return lastError();
+  connection->socket_ = std::move(socket);
+  connection->role_ = role;
+
+  sd_bus* bus = nullptr;
+  if (const int result = sd_bus_new(&bus); result < 0) return contractCode(-result);
+  connection->bus_ = bus;
+  sd_id128_t identifier;
+  int result = sd_id128_randomize(&identifier);
+  if (result >= 0 && role == Role::server) result = sd_bus_set_server(bus, 1, identifier);
+  // Who the peer is was settled by the kernel when it connected; what it claims in the handshake
+  // does not matter.
+  if (result >= 0) result = sd_bus_set_anonymous(bus, 1);
+  if (result >= 0) result = sd_bus_negotiate_fds(bus, 1);
+  if (result >= 0) result = sd_bus_add_filter(bus, nullptr, noteDispatch, connection.get());
+  if (result >= 0) result = sd_bus_set_fd(bus, input.get(), output.get());
+  if (result < 0) return contractCode(-result);
+  input.release();  // libsystemd's from here on.
+  connection->output_ = output.release();
+  if (result = sd_bus_start(bus); result < 0) return contractCode(-result);
+  // It made the socket one that never blocks, which its own calls do not depend on.
+  const int status = fcntl(connection->socket(), F_GETFL);
+  if (status < 0 || fcntl(connection->socket(), F_SETFL, status & ~O_NONBLOCK) < 0) {
+    return lastError();
+  }
+  setsockopt(connection->socket(), SOL_SOCKET, SO_SNDBUF, &sendBufferBytes, sizeof sendBufferBytes);
+  return connection;
+}
+
+void WireConnection::takeLargeMessages(LargeMessageQueue& queue, std::uint32_t user) {
+  largeMessages_.emplace(LargeMessages{queue, user});
+}
+
+WireConnection::~WireConnection() { sd_bus_close_unref(bus_); }
+
+bool WireConnection::hasQueuedOutput() const {
+  std::uint64_t waiting = 0;
+  return sd_bus_get_n_queued_write(bus_, &waiting) >= 0 && waiting > 0;
+}
+
+bool WireConnection::hasPeerLeft() const {
+  pollfd peer{socket(), 0, 0};
+  return poll(&peer, 1, 0) == 1 && (peer.revents & POLLHUP) != 0;
+}
+
+short WireConnection::pollEvents() const {
+  // A peer that does not take its replies is not served further ones.
+  return hasQueuedOutput() ? POLLOUT : POLLIN;
+}
+
+WireReader WireConnection::arguments() const {
+  const auto body = std::span(received_).subspan(frame_.headerLength, frame_.bodyLength);
+  return {body, frame_.bigEndian};
+}
+
+void WireConnection::addObject(const char* path, const char* interface,
+                               const sd_bus_vtable* methods, void* context) {
+  // libsystemd makes a key of its tables when the first one is filled, and guards it by nothing.
+  static std::mutex mutex;
+  const std::lock_guard lock(mutex);
+  sd_bus_add_object_vtable(bus_, nullptr, path, interface, methods, context);
+}
+
+ReceivedMessage WireConnection::takeMessage() {
+  descriptors_.clear();
+  const auto frame = std::exchange(frame_, MessageFrame());
+  return {std::exchange(received_, {}), frame.headerLength, frame.bigEndian, std::move(turn_)};
+}
+
+bool WireConnection::isReady() const { return sd_bus_is_ready(bus_) > 0; }
+
+bool WireConnection::handshake() {
+  return stepUntil([this] { return isReady(); }, Clock::now() + handshakeLimit);
+}
+
+bool WireConnection::stepUntil(const std::function<bool()>& isDone, Clock::time_point deadline) {
+  while (!isDone()) {
+    const auto progress = step();
+    if (progress == Progress::closed) return false;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    if (left <= 0) return false;
+    if (progress == Progress::made) continue;
+    pollfd waiting{socket(), pollEvents(), 0};
+    if (poll(&waiting, 1, static_cast<int>(left)) == 0) return false;
+  }
+  return true;
+}
+
+/// A write that fails would make libsystemd give up reading too.
+void WireConnection::dropOutput() {
+  const FileDescriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
+  if (nowhere) dup3(nowhere.get(), output_, O_CLOEXEC);
+}
+
+WireConnection::Progress WireConnection::step(Patience patience) {
+  dispatched_ = false;
+  if (hasQueuedOutput()) {
+    if (hasPeerLeft()) dropOutput();
+    if (!process()) return Progress::closed;
+    if (hasQueuedOutput()) return Progress::waits;
+  }
+  const bool isHandshake = !isReady();
+  const auto read = isHandshake ? readHandshakeLine() : readMessage(patience);
+  if (read == Read::waits) return Progress::waits;
+  if (read == Read::failed || !hasAnnouncedDescriptors(isHandshake)) return Progress::closed;
+
+  const bool isLarge = received_.size() > LargeMessageQueue::largestWithout;
+  const bool alive = feed();
+  received_.clear();
+  descriptors_.clear();
+  if (isLarge) {
+    received_.shrink_to_fit();
+    turn_.reset();
+    // The library keeps what was freed, a share for each thread that there ever was.
+    malloc_trim(0);
+  }
+  // libsystemd drops a message silently when its header fields make no sense.
+  const bool dropped = !isHandshake && !dispatched_;
+  return alive && !dropped ? Progress::made : Progress::closed;
+}
+
+/// Takes exactly one line from the socket, so that the first message stays behind the handshake.
+WireConnection::Read WireConnection::readHandshakeLine() {
+  char window[1024];
+  const auto seen = recv(socket(), window, sizeof window, MSG_PEEK | MSG_DONTWAIT);
+  if (seen < 0) return errno == EAGAIN || errno == EINTR ? Read::waits : Read::failed;
+  const auto* end = static_cast<const char*>(memchr(window, '\n', static_cast<std::size_t>(seen)));
+  const auto length =
+      end ? static_cast<std::size_t>(end + 1 - window) : static_cast<std::size_t>(seen);
+  handshakeBytes_ += length;
+  if (length == 0 || handshakeBytes_ > maximumHandshakeBytes) return Read::failed;
+  return receive(length, MSG_DONTWAIT);
+}
+
+WireConnection::Read WireConnection::readMessage(Patience patience) {
+  if (received_.size() < MessageFrame::prefixLength) {
+    const bool maySleep = patience == Patience::untilMessage && received_.empty();
+    const auto read = receive(MessageFrame::prefixLength, maySleep ? 0 : MSG_DONTWAIT);
+    if (read != Read::complete) return read;
+    const auto frame =
+        MessageFrame::parse(std::span(received_).first<MessageFrame::prefixLength>());
+    if (!frame) return Read::failed;
+    frame_ = *frame;
+  }
+  const bool isLarge = frame_.length() > LargeMessageQueue::largestWithout;
+  if (isLarge && role_ == Role::server) return readLargeMessage();
+  return receive(frame_.length(), MSG_DONTWAIT);
+}
+
+WireConnection::Read WireConnection::readLargeMessage() {
+  if (!largeMessages_ || frame_.headerLength > LargeMessageQueue::largestWithout) {
+    return Read::failed;
+  }
+  turn_ = std::make_unique<LargeMessageTurn>(largeMessages_->queue, largeMessages_->user,
+                                             frame_.length());
+  if (!waitForTurn()) return Read::failed;
+  const auto deadline = Clock::now() + turn_->timeToRead();
+  received_.reserve(frame_.length());
+  for (;;) {
+    const auto read = receive(frame_.length(), MSG_DONTWAIT);
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    if (read != Read::waits) return read;
+    pollfd waiting{socket(), POLLIN, 0};
+    if (left <= 0 || poll(&waiting, 1, static_cast<int>(left)) == 0) return Read::failed;
+  }
+}
+
+/// False when the peer left before it had sent everything.
+bool WireConnection::waitForTurn() const {
+  pollfd events[] = {{turn_->event(), POLLIN, 0}, {socket(), 0, 0}};
+  while (events[0].fd >= 0) {
+    if (poll(events, std::size(events), -1) < 0 && errno != EINTR) return false;
+    if (events[0].revents != 0) return true;
+    if (events[1].revents == 0) continue;
+    int arrived = 0;
+    if (ioctl(socket(), FIONREAD, &arrived) < 0) return false;
+    if (received_.size() + static_cast<std::size_t>(arrived) < frame_.length()) return false;
+    events[1].fd = -1;
+  }
+  return false;
+}
+
+/// Reads until `received_` holds `wanted` bytes. Memory grows with what arrives, not with what a
+/// header announces.
+WireConnection::Read WireConnection::receive(std::size_t wanted, int flags) {
+  while (received_.size() < wanted) {
+    const auto before = received_.size();
+    const auto size = std::min(wanted - before, std::clamp(before, smallestRead, largestRead));
+    received_.resize(before + size);
+    iovec vector{received_.data() + before, received_.size() - before};
+    alignas(cmsghdr) char control[CMSG_SPACE(maximumDescriptors * sizeof(int))];
+    msghdr header{};
+    header.msg_iov = &vector;
+    header.msg_iovlen = 1;
+    header.msg_control = control;
+    header.msg_controllen = sizeof control;
+    const auto count = recvmsg(socket(), &header, MSG_CMSG_CLOEXEC | flags);
+    received_.resize(before + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return errno == EAGAIN ? Read::waits : Read::failed;
+    if (count == 0 || !collectDescriptors(header)) return Read::failed;
+    flags |= MSG_DONTWAIT;  // Only for the beginning of a message is slept.
+  }
+  return Read::complete;
+}
+
+bool WireConnection::collectDescriptors(msghdr& header) {
+  for (auto* part = CMSG_FIRSTHDR(&header); part; part = CMSG_NXTHDR(&header, part)) {
+    if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_RIGHTS) continue;
+    const std::size_t count = (part->cmsg_len - CMSG_LEN(0)) / sizeof(int);
+    for (std::size_t i = 0; i < count; ++i) {
+      int descriptor;
+      std::memcpy(&descriptor, CMSG_DATA(part) + i * sizeof(int), sizeof descriptor);
+      descriptors_.emplace_back(descriptor);
+    }
+  }
+  return (header.msg_flags & MSG_CTRUNC) == 0 && descriptors_.size() <= maximumDescriptors;
+}
+
+/// Whether as many descriptors arrived as the message announces. libsystemd never gets any, because
+/// it keeps those of a message that it rejects; so the message that it gets announces 0.
+bool WireConnection::hasAnnouncedDescriptors(bool isHandshake) {
+  if (isHandshake) return descriptors_.empty();
+  return frame_.takeDescriptorCount(received_) == descriptors_.size();
+}
+
+/// Passes `received_` on to libsystemd and lets it work. The body of a large message would be there
+/// twice for as long as a handler runs: libsystemd gets a message without one.
+bool WireConnection::feed() {
+  std::span<const std::uint8_t> message(received_);
+  if (message.size() > LargeMessageQueue::largestWithout) {
+    MessageFrame::clearBodyLength(received_);
+    message = message.first(frame_.headerLength);
+  }
+  std::size_t fed = 0;
+  while (fed < message.size()) {
+    const auto count =
+        send(feed_.get(), message.data() + fed, message.size() - fed, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (count < 0 && errno != EAGAIN && errno != EINTR) return false;
+    if (count > 0) fed += static_cast<std::size_t>(count);
+    if (!process()) return false;
+  }
+  return true;
+}
+
+/// Lets libsystemd work until it has dispatched the message it was fed or has nothing to do.
+bool WireConnection::process() {
+  int result;
+  do {
+    result = sd_bus_process(bus_, nullptr);
+  } while (result > 0 && !dispatched_);
+  return result >= 0;
+}
+
+}  // namespace qrt

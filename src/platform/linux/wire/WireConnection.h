@@ -1,0 +1,125 @@
+// One D-Bus connection over a socket, without a bus.
+#pragma once
+
+#include <sys/socket.h>
+#include <systemd/sd-bus.h>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "base/Result.h"
+#include "platform/FileDescriptor.h"
+#include "platform/linux/wire/EncodedArguments.h"
+#include "platform/linux/wire/LargeMessageQueue.h"
+#include "platform/linux/wire/MessageFrame.h"
+#include "platform/linux/wire/WireReader.h"
+
+namespace qrt {
+
+/// Stands between the socket and libsystemd: bytes are read here, cut into messages, measured, and
+/// handed on one message at a time through a socket pair; libsystemd writes to the socket itself.
+/// That bounds what a peer can make the process hold, lets handlers read the marshalled arguments,
+/// and leaves no message waiting unseen behind the handshake.
+///
+/// Belongs to one thread. Handlers run inside `step()`, which waits for the turn of a large message
+/// and reads it within its time.
+class WireConnection {
+ public:
+  enum class Role { server, client };
+  enum class Progress {
+    made,    ///< Call again.
+    waits,   ///< Nothing to do before the socket is ready for `pollEvents()`.
+    closed,  ///< The peer left or sent what is no D-Bus message.
+  };
+  /// Whether a step may sleep until the next message begins to arrive.
+  enum class Patience { none, untilMessage };
+  using Clock = std::chrono::steady_clock;
+  static constexpr std::chrono::seconds handshakeLimit{5};
+
+  /// `socket` must be a connected stream socket.
+  static PosixResult<std::unique_ptr<WireConnection>> make(FileDescriptor socket, Role role);
+  ~WireConnection();
+
+  /// From here on messages over `LargeMessageQueue::largestWithout` are read when `user` has its
+  /// turn. Before, they end a connection of the server's side; a client has asked for what it gets.
+  void takeLargeMessages(LargeMessageQueue& queue, std::uint32_t user);
+
+  /// Shakes hands within the limit. False: the peer did not.
+  bool handshake();
+
+  /// Steps until `isDone`. False when the deadline passes or the connection closes before that.
+  bool stepUntil(const std::function<bool()>& isDone, Clock::time_point deadline);
+
+  /// Writes what waits, reads and dispatches at most one message, or one line of the handshake.
+  /// What waits for a peer that has left is dropped, so that what it sent before can be read.
+  Progress step(Patience patience = Patience::none);
+
+  /// Whether nobody is left to read replies. What the peer sent before it left can still be read.
+  bool hasPeerLeft() const;
+
+  int socket() const { return socket_.get(); }
+  short pollEvents() const;
+  bool hasQueuedOutput() const;
+  /// Whether the handshake is complete.
+  bool isReady() const;
+
+  /// For messages, replies and objects. Never pumped by anyone but this class.
+  sd_bus* bus() const { return bus_; }
+
+  /// Lets the peer call the methods of an object. The texts and the table outlive the connection.
+  void addObject(const char* path, const char* interface, const sd_bus_vtable* methods,
+                 void* context);
+
+  /// The arguments of the message that is being dispatched. Handlers read them here: of a large
+  /// message libsystemd has the header only.
+  WireReader arguments() const;
+  /// The descriptors that came with it; a handler may take them.
+  std::vector<FileDescriptor>& descriptors() { return descriptors_; }
+  /// For a handler that takes long: the message with what it counts against. The descriptors that
+  /// were not taken are closed. No reader may be left.
+  ReceivedMessage takeMessage();
+
+  /// To be called by callbacks for replies, which libsystemd delivers past its filters.
+  void noteDispatched() { dispatched_ = true; }
+
+ private:
+  WireConnection() = default;
+
+  struct LargeMessages {
+    LargeMessageQueue& queue;
+    std::uint32_t user;
+  };
+
+  enum class Read { complete, waits, failed };
+  void dropOutput();
+  Read readMessage(Patience patience);
+  Read readLargeMessage();
+  bool waitForTurn() const;
+  Read readHandshakeLine();
+  Read receive(std::size_t wanted, int flags);
+  bool collectDescriptors(msghdr& header);
+  bool hasAnnouncedDescriptors(bool isHandshake);
+  bool feed();
+  bool process();
+
+  FileDescriptor socket_;
+  FileDescriptor feed_;
+  /// The descriptor that libsystemd, its owner, writes to: a duplicate of the socket.
+  int output_ = -1;
+  sd_bus* bus_ = nullptr;
+  Role role_ = Role::server;
+
+  std::vector<std::uint8_t> received_;
+  MessageFrame frame_;
+  std::vector<FileDescriptor> descriptors_;
+  std::optional<LargeMessages> largeMessages_;
+  std::unique_ptr<LargeMessageTurn> turn_;
+  std::size_t handshakeBytes_ = 0;
+  bool dispatched_ = false;
+};
+
+}  // namespace qrt

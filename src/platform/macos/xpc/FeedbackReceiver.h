@@ -1,0 +1,37 @@
+// The requestor's end of an operation's feedback.
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+#include <memory>
+
+#include "platform/macos/xpc/FeedbackIntake.h"
+#include "platform/macos/xpc/Mailbox.h"
+
+namespace qrt {
+
+/// Offers an endpoint, and hands every message that arrives there to the handler, on the thread
+/// that waits at the mailbox. Used by that thread only.
+class FeedbackReceiver {
+ public:
+  /// The handler outlives the receiver; messages that arrive later are dropped.
+  FeedbackReceiver(std::shared_ptr<Mailbox> mailbox, const FeedbackHandler& handler);
+  FeedbackReceiver(const FeedbackReceiver&) = delete;
+  FeedbackReceiver& operator=(const FeedbackReceiver&) = delete;
+  ~FeedbackReceiver();
+
+  NSXPCListenerEndpoint* endpoint() const { return listener_.endpoint; }
+
+  /// After the reply: returns when all that the daemon sent before it was handed out, or when the
+  /// mailbox was interrupted.
+  void receiveRest();
+
+ private:
+  const std::shared_ptr<Mailbox> mailbox_;
+  const std::shared_ptr<FeedbackIntake> intake_;
+  NSXPCListener* const listener_;
+  /// The listener does not keep it.
+  const id<NSXPCListenerDelegate> delegate_;
+};
+
+}  // namespace qrt

@@ -1,0 +1,53 @@
+// A client's connection over the system's own transport.
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "platform/HelperConnection.h"
+#include "platform/macos/OwnAuthorization.h"
+#include "platform/macos/xpc/Mailbox.h"
+#include "platform/macos/xpc/XPCProtocols.h"
+
+namespace qrt {
+
+class XPCHelperConnection : public HelperConnection {
+ public:
+  /// Takes the connection over and resumes it. Nil is one that cannot be opened.
+  static Result<std::unique_ptr<HelperConnection>> over(NSXPCConnection* connection);
+
+  ~XPCHelperConnection() override;
+
+  Result<std::string> getVersionString() override;
+  Outcome registerClientWithPID(std::int32_t identifier) override;
+  Outcome unregisterClientWithPID(std::int32_t identifier) override;
+  void unregisterClientWithPIDLater(std::int32_t identifier) override;
+  Result<Data> createExternalForm() override;
+  Result<std::unique_ptr<HelperConnection>> connectWithEndpoint() override;
+  Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
+                                     const FeedbackHandler& handler,
+                                     const Array& arguments) override;
+  void interrupt() override;
+
+ private:
+  using Helper = id<QRTPrivilegedHelperProtocol>;
+  template <class T>
+  using Answer = std::function<void(Result<T>)>;
+
+  XPCHelperConnection(NSXPCConnection* connection, std::shared_ptr<Mailbox> mailbox);
+
+  Outcome untilTaken();
+  template <class T>
+  Result<T> call(const std::function<void(Helper, Answer<T>)>& send);
+
+  NSXPCConnection* const connection_;
+  const std::shared_ptr<Mailbox> mailbox_;
+  /// Set by the mailbox's tasks when the connection breaks.
+  const std::shared_ptr<bool> hasHelperEnded_ = std::make_shared<bool>(false);
+  OwnAuthorization authorization_;
+};
+
+}  // namespace qrt

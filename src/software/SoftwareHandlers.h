@@ -1,0 +1,12 @@
+// The door to the operations on installed software.
+#pragma once
+
+namespace qrt {
+
+class HandlerTable;
+class QRTPrivilegedOperationSetVK2;
+
+/// Adds the handler of "create-installmedia". The set outlives the table.
+void registerSoftwareHandlers(HandlerTable& handlers, QRTPrivilegedOperationSetVK2& operationSet);
+
+}  // namespace qrt

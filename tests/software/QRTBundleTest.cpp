@@ -1,0 +1,251 @@
+#include "software/QRTBundle.h"
+
+#include <map>
+
+#include "platform/ApplicationRegistry.h"
+#include "platform/NativePlatform.h"
+#include "support/PlantedFile.h"
+#include "support/PlatformDouble.h"
+
+namespace qrt {
+namespace {
+
+/// A registry that a test fills.
+struct FakeRegistry : ApplicationRegistry {
+  std::vector<ApplicationURL> urls;
+  std::optional<Date> date;
+  std::shared_ptr<const SystemBundle> bundle = std::make_shared<SystemBundle>();
+
+  std::vector<ApplicationURL> applicationURLs(const std::string&) override { return urls; }
+  std::optional<Date> dateLastUsed(const std::string&) override { return date; }
+  std::shared_ptr<const SystemBundle> systemBundle(const std::string&) override { return bundle; }
+};
+
+using Files = std::map<std::string, std::string>;
+
+constexpr const char* contents = "Contents/Info.plist";
+constexpr const char* contentsForMacOS = "Contents/Info-macos.plist";
+constexpr const char* executable = "{CFBundleExecutable=x;}";
+constexpr const char* mainHTML = "{MainHTML=x;}";
+constexpr const char* asset = "{MobileAssetProperties={}; CFBundleExecutable=x;}";
+constexpr const char* screenSaver =
+    "{protocols=(\"com.apple.QuartzComposer.protocol.screensaver\");"
+    "CFBundleIdentifier=i; CFBundleShortVersionString=1;}";
+
+class Bundles : public testing::Test {
+ protected:
+  /// Plants files below a folder of that name and inspects it.
+  std::optional<QRTBundle> inspected(const std::string& name, const Files& files) {
+    for (const auto& [file, text] : files) {
+      test::plant(root, file.empty() ? name : name + "/" + file, text);
+    }
+    return QRTBundle::initWithPath(root.path(name), platform);
+  }
+
+  test::ScratchFolder root;
+  FakeRegistry registry;
+  NativePlatform native;
+  const Platform platform = test::platformWith({.applications = &registry}, native.facilities());
+};
+
+TEST_F(Bundles, LayoutAndKind) {
+  const auto check = [this](const char* name, const Files& files, int style, int type) {
+    SCOPED_TRACE(name);
+    const auto bundle = inspected(name, files);
+    EXPECT_EQ(bundle ? static_cast<int>(bundle->packageStyle()) : -1, style);
+    EXPECT_EQ(bundle ? static_cast<int>(bundle->softwareType()) : 0, type);
+  };
+  check("A.app", {{contents, executable}}, 0, 1);
+  check("B.app", {{contentsForMacOS, executable}}, 3, 1);
+  check("C.app", {{contents, "{}"}}, 0, 0);
+  check("D.app", {{"Resources/Info.plist", executable}}, 1, 0);
+  check("F.app", {{contents, executable}, {"Info.plist", mainHTML}}, 0, 1);
+  check("G.app", {{"Info.plist", executable}}, -1, 0);
+  check("A.wdgt", {{"Info.plist", mainHTML}}, 2, 2);
+  check("B.wdgt", {{contents, executable}}, 0, 0);
+  check("A.saver", {{contents, "{}"}}, 0, 3);
+  check("B.saver", {{contentsForMacOS, "{}"}}, 3, 0);
+  check("A.qtz", {{"", screenSaver}}, 5, 3);
+  check("B.qtz", {{"", "{protocols=(other);}"}}, 5, 0);
+  check("C.qtz", {{"", "no property list <"}}, 5, 0);
+  check("D.qtz", {{contents, screenSaver}}, 0, 0);
+  check("A.prefPane", {{contents, executable}}, 0, 4);
+  check("B.prefPane", {{contentsForMacOS, executable}}, 3, 0);
+  check("A.component", {{contentsForMacOS, executable}}, 3, 5);
+  check("B.component", {{contents, "()"}}, 0, 0);
+  check("Internet Plug-Ins/A.plugin", {{contents, "{}"}}, 0, 6);
+  check("Internet Plug-Ins/A.component", {{contents, executable}}, 0, 5);
+  check("Internet Plug-Ins/sub/A.plugin", {{contents, "{}"}}, 0, 0);
+  check("A.asset", {{"Info.plist", asset}, {"AssetData/x", ""}, {"META-INF", ""}}, 2, 7);
+  check("B.asset", {{"Info.plist", asset}, {"META-INF", ""}}, 2, 0);
+  check("nothing.app", {}, -1, 0);
+  check("A.app/", {}, 0, 1);
+}
+
+TEST_F(Bundles, PathsInside) {
+  const auto application = inspected("A.app", {{contents, executable}});
+  EXPECT_EQ(application->resourcesPath(), root.path("A.app/Contents/Resources"));
+  EXPECT_EQ(application->infoDictionaryPath(), root.path("A.app/Contents/Info.plist"));
+  EXPECT_EQ(application->nonLocalizedName(), "A");
+  const auto flat = inspected("B.x", {{"Resources/Info.plist", executable}});
+  EXPECT_EQ(flat->contentsPath(), root.path("B.x"));
+  EXPECT_EQ(flat->resourcesPath(), root.path("B.x/Resources"));
+  const auto widget = inspected("C.wdgt", {{"Info.plist", mainHTML}});
+  EXPECT_EQ(widget->resourcesPath(), root.path("C.wdgt"));
+
+  // They follow what becomes of the file.
+  root.make("rm A.app/Contents/Info.plist; mkdir A.app/Contents/Info.plist");
+  EXPECT_FALSE(application->infoDictionaryPath() || application->infoDictionary());
+  const auto path = QRTBundle::infoPathForBundlePath;
+  EXPECT_FALSE(path("/a.b", static_cast<PackageStyle>(5)));
+  EXPECT_FALSE(path("/a.qtz", static_cast<PackageStyle>(6)));
+  EXPECT_FALSE(path("", static_cast<PackageStyle>(0)));
+}
+
+TEST_F(Bundles, Localizations) {
+  const auto bundle = inspected("A.app", {{contents, "{CFBundleDevelopmentRegion=de;}"},
+                                          {"Contents/Resources/zh-Hant.lproj/x", ""},
+                                          {"Contents/Resources/Base.lproj/x", ""},
+                                          {"Contents/Resources/x.LPROJ/x", ""},
+                                          {"Contents/Resources/other.txt", ""}});
+  EXPECT_EQ(bundle->namesOfActiveLocalizations(), std::vector<std::string>{"zh-Hant"});
+  EXPECT_EQ(bundle->developmentLocalization(), "de");
+  const auto plain = inspected("B.app", {{contents, "{}"}});
+  EXPECT_TRUE(plain->namesOfActiveLocalizations().empty());
+  EXPECT_FALSE(plain->developmentLocalization());
+}
+
+TEST_F(Bundles, Executables) {
+  const auto check = [this](const char* name, const Files& files, const char* wanted) {
+    const auto found = inspected(name, files)->executablePath();
+    EXPECT_EQ(found.value_or("none"), wanted ? root.path(name) + wanted : "none") << name;
+  };
+  const char* const widget = "{MainHTML=x; Plugin=\"p.plugin\";}";
+  check("A.app", {{contents, executable}, {"Contents/MacOS/x", ""}}, "/Contents/MacOS/x");
+  check("B.app", {{contents, executable}}, nullptr);
+  check("C.app", {{contents, executable}, {"Contents/MacOS/x/y", ""}}, nullptr);
+  check("D.x", {{contents, "{CFBundleExecutable=\"\";}"}, {"Contents/MacOS/x", ""}}, nullptr);
+  check("E.x", {{contents, "{CFBundleExecutable=(x);}"}, {"Contents/MacOS/x", ""}}, nullptr);
+  check("F.x", {{contents, "{CFBundleExecutable=\"x\\0\";}"}, {"Contents/MacOS/x", ""}}, nullptr);
+  check("G.x", {{"Resources/Info.plist", executable}, {"MacOS/x", ""}}, "/MacOS/x");
+  check("A.wdgt",
+        {{"Info.plist", widget},
+         {"p.plugin/Contents/Info.plist", executable},
+         {"p.plugin/Contents/MacOS/x", ""}},
+        "/p.plugin/Contents/MacOS/x");
+  check("B.wdgt", {{"Info.plist", widget}, {"MacOS/x", ""}}, nullptr);
+  check("C.wdgt", {{"Info.plist", "{MainHTML=x; Plugin=\".\";}"}, {"MacOS/x", ""}}, nullptr);
+  check("A.asset", {{"Info.plist", asset}, {"AssetData", ""}, {"META-INF", ""}, {"MacOS/x", ""}},
+        nullptr);
+}
+
+TEST_F(Bundles, WhatApplicationsHave) {
+  const Files files = {
+      {contents, "{CFBundleExecutable=x; NSServices=({a=b;});}"},
+      {"Contents/Resources/de.lproj/MRJApp.properties", ""},
+      {"Contents/PlugIns/a_support.bundle/Contents/Info.plist", "{CFBundleIdentifier=other;}"},
+      {"Contents/PlugIns/b_support.bundle/Contents/Info.plist",
+       "{CFBundleIdentifier=\"com.runrev.x\";}"}};
+  const auto application = inspected("A.app", files);
+  EXPECT_EQ(application->servicesEntries(), (Array{Dictionary{{"a", "b"}}}));
+  EXPECT_TRUE(application->isMRJApplication() && application->isRevolutionApplication());
+
+  const Files plain = {{contents, executable}, {"Contents/PlugIns/a_support.bundle/x", ""}};
+  for (const auto& other : {inspected("A.component", files), inspected("B.app", plain)}) {
+    EXPECT_TRUE(other->servicesEntries().empty());
+    EXPECT_FALSE(other->isMRJApplication() || other->isRevolutionApplication());
+  }
+}
+
+TEST_F(Bundles, Signatures) {
+  const std::tuple<const char*, const char*, bool> cases[] = {
+      {"A.app", "_CodeSignature/CodeResources", true},
+      {"B.app", "Contents/CodeResources", true},
+      {"C.app", "Contents/_CodeSignature/CodeResources", false},
+      {"D.app", "_CodeSignature/CodeResources/x", false}};
+  for (const auto& [name, seal, isSigned] : cases) {
+    const auto bundle = inspected(name, {{contents, executable}, {seal, ""}});
+    EXPECT_EQ(bundle->isCodesigned(), isSigned) << seal;
+  }
+}
+
+TEST_F(Bundles, OrderAndDescription) {
+  registry.date = Date{1614834367.9};
+  const auto mail = inspected("x/mail.app", {{contents, executable}});
+  const auto other = inspected("a/Mail.app", {{contents, executable}});
+  const auto zip =
+      inspected("a/ZIP.app", {{contents,
+                               "{CFBundleExecutable=x; CFBundleShortVersionString=\"1.2\"; "
+                               "CFBundleVersion=345; CFBundleIdentifier=i;}"}});
+  EXPECT_TRUE(mail->compare(&*other) == 0 && mail->compare(&*zip) < 0);
+  EXPECT_TRUE(zip->compare(&*mail) > 0 && mail->compare(nullptr) > 0);
+  EXPECT_EQ(mail->systemBundle(), registry.bundle);
+  EXPECT_EQ(mail->description(),
+            "QRTBundle: '" + mail->bundlePath() +
+                "' style: 0 type: 1 version: '(null)' identifier: '(null)' last used: "
+                "2021-03-04 05:06:07 +0000\n");
+  EXPECT_NE(zip->description().find("version: '1.2 (345)' identifier: 'i'"), std::string::npos);
+  registry.date = Date{-1e300};
+  EXPECT_NE(inspected("x/mail.app", {})->description().find("used: -32767-01-01 00:00:00"),
+            std::string::npos);
+}
+
+TEST_F(Bundles, InstalledVersions) {
+  const std::pair<const char*, const char*> applications[] = {
+      {"A.app", "CFBundleShortVersionString=\"2.1.3\"; CFBundleGetInfoString=\"9.5 words\";"},
+      {"B.app", "CFBundleShortVersionString=\"\"; CFBundleVersion=\"2.5\";"},
+      {"C.app", ""},
+      {"D.bundle", "CFBundleShortVersionString=99;"},
+      {"D.app", "CFBundleVersion=88;"}};
+  const auto highest = [&](const char* identifier) {
+    return QRTBundle::versionNumberForApplicationWithIdentifier(identifier, platform);
+  };
+  EXPECT_EQ(highest("org.example"), 0);
+  for (const auto& [name, info] : applications) {
+    inspected(name, {{contents, std::string("{CFBundleExecutable=x;") + info + "}"}});
+    registry.urls.push_back({name == std::string("D.app") ? "http" : "file", root.path(name)});
+  }
+  registry.urls.push_back({"file", ""});
+  EXPECT_DOUBLE_EQ(QRTBundle::versionNumberFromString("Version 2.1.3 (45)"), 2.13);
+  EXPECT_EQ(highest("org.example"), 2.5f);
+  EXPECT_EQ(highest("com.apple.Safari"), 9.5f);
+  EXPECT_EQ(highest(""), 0);
+}
+
+TEST_F(Bundles, HostileOnesGetAnAnswer) {
+  const std::tuple<const char*, const char*, bool> cases[] = {
+      {"loop.app", "ln -s Info.plist Info.plist", false},
+      {"up.app", "ln -s .. Info.plist", false},
+      {"fifo.app", "mkfifo Info.plist", true},
+      {"zero.app", "ln -s /dev/zero Info.plist", true},
+      {"huge.app", "printf '{' > Info.plist; truncate -s 4G Info.plist", true},
+      {"deep.app", "head -c 1M /dev/zero | tr '\\0' '(' > Info.plist", true},
+      {"wide.app", "(printf '('; head -c 8M /dev/zero | tr '\\0' ,) > Info.plist", true},
+      {"cut.app", "printf bplist00 > Info.plist", true},
+      {"empty.app", "touch Info.plist", true},
+  };
+  for (const auto& [name, plant, isBundle] : cases) {
+    SCOPED_TRACE(name);
+    const std::string folder = std::string(name) + "/Contents";
+    root.make("mkdir -p " + folder + "/Resources; cd " + folder + "; " + plant);
+    const auto bundle = QRTBundle::initWithPath(root.path(name), platform);
+    ASSERT_EQ(bundle.has_value(), isBundle);
+    if (!bundle) continue;
+    EXPECT_EQ(bundle->softwareType(), SoftwareType::other);
+    EXPECT_FALSE(bundle->infoDictionary() || bundle->executablePath());
+    EXPECT_TRUE(bundle->servicesEntries().empty());
+  }
+  for (const auto& path :
+       {std::string(), std::string("/bin\0.app", 9), "/" + std::string(1 << 20, 'x')}) {
+    EXPECT_FALSE(QRTBundle::initWithPath(path, platform));
+  }
+
+  // A widget that holds itself.
+  const auto widget = inspected(
+      "self.wdgt", {{"Info.plist", "{MainHTML=x; Plugin=\"a/a/a/a\"; CFBundleExecutable=x;}"}});
+  root.link("self.wdgt/a", ".");
+  EXPECT_FALSE(widget->executablePath());
+}
+
+}  // namespace
+}  // namespace qrt

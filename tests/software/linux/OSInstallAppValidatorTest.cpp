@@ -1,0 +1,145 @@
+#include "software/OSInstallAppValidator.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/NativePlatform.h"
+#include "platform/PropertyLists.h"
+#include "support/AppleRootDouble.h"
+#include "support/BundleSigner.h"
+#include "support/PlantedFile.h"
+#include "support/PlatformDouble.h"
+
+namespace qrt {
+namespace {
+
+using test::SigningChain;
+
+struct Installer {
+  /// Of the information file.
+  Dictionary info = {{"CFBundleDisplayName", "Install macOS Test"}};
+  /// Of the newer file; empty for an installer without one.
+  Dictionary installInfo = {};
+  const char* team = "K36BKF7T3D";
+  SigningChain::Options chain = {};
+  bool rootPassesForApples = true;
+  /// What a shell does in its contents after the installer was signed.
+  std::string change = {};
+  const char* name = "Install.app";
+};
+
+/// What the validator finds, as "well-formed", "authentic" and the description.
+std::string verdict(const Installer& installer) {
+  const test::ScratchFolder scratch;
+  const std::string contents = installer.name + std::string("/Contents/");
+  test::makeApplication(scratch.path(installer.name), installer.info);
+  test::plant(scratch, contents + "Resources/createinstallmedia", "#!/bin/sh\n");
+  const NativePlatform native;
+  const auto& facilities = native.facilities();
+  if (!installer.installInfo.empty()) {
+    test::plant(scratch, contents + "SharedSupport/InstallInfo.plist",
+                *facilities.propertyLists.xml(installer.installInfo));
+  }
+  const SigningChain chain(installer.chain);
+  test::signBundle(scratch.path(installer.name), chain, {.team = installer.team});
+  scratch.make("cd " + contents + "; " + installer.change);
+
+  test::AppleRootDouble signing(facilities.codeSigning,
+                                installer.rootPassesForApples ? chain.rootDigest() : Data());
+  const auto platform = test::platformWith({.codeSigning = &signing}, facilities);
+  const auto validator =
+      OSInstallAppValidator::initWithURL({"file", scratch.path(installer.name)}, platform);
+  EXPECT_TRUE(installer.rootPassesForApples || !signing.hasChecked()) << "work for anybody's code";
+  EXPECT_EQ(validator->description(),
+            "<OSInstallAppValidator>: installer for '" +
+                validator->osDescription().value_or("(null)") + "', media utility at " +
+                validator->mediaUtilityPath().value_or("(null)") +
+                ", well-formed: " + (validator->isWellFormed() ? "YES" : "NO") +
+                " authentic: " + (validator->isAuthentic() ? "YES" : "NO") + "\n");
+  return std::string(validator->isWellFormed() ? "well-formed " : "") +
+         (validator->isAuthentic() ? "authentic " : "") +
+         validator->osDescription().value_or("none");
+}
+
+const Dictionary version14{{"System Image Info", Dictionary{{"version", "14.1"}}}};
+
+TEST(OSInstallAppValidator, FormAndDescription) {
+  const std::pair<Installer, const char*> cases[] = {
+      {{}, "well-formed authentic macOS Test"},
+      {{.installInfo = version14}, "well-formed authentic macOS 14.1"},
+      {{.installInfo = {{"System Image Info", "14"}}}, "none"},
+      {{.installInfo = {{"System Image Info", Dictionary{{"version", 14}}}}}, "none"},
+      {{.installInfo = {{"version", "14"}}}, "none"},
+      {{.info = {{"CFBundleDisplayName", "install macOS"}}}, "none"},
+      {{.info = {{"CFBundleDisplayName", "Install "}}}, ""},
+      {{.info = {{"CFBundleDisplayName", 5}}}, "none"},
+      {{.change = "rm Resources/createinstallmedia"}, "none"},
+      {{.change = "rm CodeResources"}, "none"},
+      {{.name = "Install.bundle"}, "none"},
+  };
+  for (const auto& [installer, found] : cases) {
+    EXPECT_EQ(verdict(installer), found);
+  }
+  const NativePlatform native;
+  EXPECT_FALSE(OSInstallAppValidator::initWithURL({"https", "/a.app"}, native.facilities()));
+}
+
+TEST(OSInstallAppValidator, WhoseSignatureIsWanted) {
+  const SigningChain::Options otherLeaf{.leafName = "Apple Mac OS Application Signing"};
+  const SigningChain::Options otherRoot{.rootName = "Apple Root CA - G2"};
+  const auto named = [](const char* identifier) {
+    return Dictionary{
+        {"CFBundleDisplayName", "Install OS X"},
+        {"CFBundleIdentifier", std::string("com.apple.InstallAssistant.") + identifier}};
+  };
+  const auto mavericks = named("Mavericks"), highSierra = named("HighSierra");
+  const char* const team = "APPLECOMPUTER";
+  const std::string image = "touch SharedSupport/InstallESD.dmg; ";
+  const std::pair<Installer, bool> cases[] = {
+      {{.chain = otherLeaf}, true},
+      {{.team = "OTHER"}, false},
+      {{.chain = otherRoot}, false},
+      {{.rootPassesForApples = false}, false},
+      {{.change = "touch Resources/new"}, false},
+      {{.change = "rm Resources/resource"}, false},
+      {{.change = image}, false},
+      {{.info = highSierra, .team = "ANY"}, true},
+      {{.info = highSierra, .chain = otherLeaf}, false},
+      {{.info = highSierra, .chain = otherRoot}, false},
+      {{.info = mavericks, .team = team}, true},
+      {{.info = mavericks}, false},
+      {{.info = mavericks, .team = team, .rootPassesForApples = false}, false},
+      {{.info = mavericks, .team = team, .change = image}, true},
+      {{.info = mavericks, .team = team, .change = image + "touch SharedSupport/second"}, false},
+      {{.info = mavericks, .team = team, .change = "touch SharedSupport/second; " + image}, false},
+      {{.info = mavericks, .team = team, .change = image + "rm Resources/resource"}, false},
+      {{.info = mavericks, .team = team, .change = "touch InstallESD.dmg"}, false},
+      // The first identifier is that of the file with the description, the second the bundle's.
+      {{.info = mavericks, .installInfo = version14, .team = team}, false},
+      {{.info = mavericks, .installInfo = version14}, true},
+      {{.info = highSierra, .installInfo = version14, .team = "ANY"}, true},
+  };
+  for (const auto& [installer, isAuthentic] : cases) {
+    SCOPED_TRACE(std::string(installer.team) + " " + installer.change);
+    const auto found = verdict(installer);
+    EXPECT_EQ(found.starts_with("well-formed authentic "), isAuthentic);
+    EXPECT_TRUE(found.starts_with("well-formed"));
+  }
+}
+
+TEST(OSInstallAppValidator, QuestionsAboutSigningInformation) {
+  using Validator = OSInstallAppValidator;
+  SigningInformation info;
+  EXPECT_FALSE(Validator::isAppleSourcedCodesigningInfo(info));
+  info.certificates = {{std::nullopt, {}}, {"Apple Root CA", {0x61, 0x1E}}};
+  EXPECT_FALSE(Validator::isAppleSourcedCodesigningInfo(info));
+  info.certificates.back().digest = test::appleRootDigest;
+  EXPECT_TRUE(Validator::isAppleSourcedCodesigningInfo(info));
+  EXPECT_TRUE(Validator::isAppleSourcedAndInternallySignedCodesigningInfo(info));
+  info.teamIdentifier = "";
+  EXPECT_FALSE(Validator::isTeamIdentifier("", info));
+  EXPECT_FALSE(Validator::isTeamIdentifier("A", info));
+  EXPECT_FALSE(Validator::isTeamIdentifier("A", std::nullopt));
+}
+
+}  // namespace
+}  // namespace qrt

@@ -1,0 +1,90 @@
+#include "system/PreferenceOperations.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/NativePlatform.h"
+#include "platform/Platform.h"
+#include "platform/Preferences.h"
+#include "support/PlatformDouble.h"
+
+namespace qrt {
+namespace {
+
+/// Preferences that tell what they were last asked for.
+struct RecordingPreferences : Preferences {
+  bool isWorking = true;
+  std::string call;
+
+  bool setValue(const PreferenceDomain& domain, const std::string& key,
+                const std::optional<PropertyValue>& value) override {
+    call = key + "|" + domain.application.value_or("every") + "|" + text(domain.user) + "|" +
+           text(domain.host) + "|" + (value ? *value->string() : "nothing");
+    return isWorking;
+  }
+  static std::string text(const PreferenceSelector& selector) {
+    using enum PreferenceSelector::Kind;
+    if (selector.kind == named) return "named " + selector.name;
+    return selector.kind == any ? "any" : "current";
+  }
+};
+
+class PreferenceOperations : public testing::Test {
+ protected:
+  PreferenceOperations() { registerPreferenceHandlers(handlers); }
+
+  Outcome modify(const Array& arguments) {
+    return (*handlers.find("performOperationModifyPreferencesWithArguments:"))(platform, arguments,
+                                                                               nullptr);
+  }
+
+  const NativePlatform native;
+  RecordingPreferences preferences;
+  const Platform platform = test::platformWith({.preferences = &preferences}, native.facilities());
+  HandlerTable handlers;
+};
+
+TEST_F(PreferenceOperations, SelectorsStandForWhatTheyName) {
+  const std::pair<Array, const char*> cases[] = {
+      {{"k", "NSGlobalDomain", "kCFPreferencesAnyUser", "kCFPreferencesAnyHost", "1"},
+       "k|every|any|any|1"},
+      {{"k", "kCFPreferencesAnyApplication", "ann", "box", "1"}, "k|every|named ann|named box|1"},
+      {{"k", "nsglobaldomain", "kCFPreferencesCurrentUser", "kCFPreferencesCurrentHost", ""},
+       "k|nsglobaldomain|current|current|nothing"},
+      {{"k", "app", "kCFPreferencesAnyHost", "kCFPreferencesAnyUser", "1"},
+       "k|app|named kCFPreferencesAnyHost|named kCFPreferencesAnyUser|1"},
+  };
+  for (const auto& [arguments, call] : cases) {
+    EXPECT_FALSE(modify(arguments));
+    EXPECT_EQ(preferences.call, call);
+  }
+}
+
+TEST_F(PreferenceOperations, IncompleteRequestsAndBadTextsAreInvalid) {
+  for (std::size_t missing = 0; missing < 4; ++missing) {
+    Array arguments{"k", "app", "ann", "box", "1"};
+    arguments[missing] = "";
+    EXPECT_EQ(modify(arguments), posixError(PosixCode::invalidArgument));
+  }
+  const auto failure = modify({"k", "app", "ann", "box", "{ open"});
+  ASSERT_TRUE(failure && isPosixError(*failure, PosixCode::invalidArgument));
+  const auto* cause = failure->userInfo.at("NSUnderlyingError").error();
+  ASSERT_TRUE(cause);
+  EXPECT_EQ(cause->domain, "NSCocoaErrorDomain");
+  EXPECT_EQ(cause->code, 3840);
+  EXPECT_EQ(preferences.call, "");
+}
+
+TEST_F(PreferenceOperations, WhatIsNotStoredIsCodeTen) {
+  preferences.isWorking = false;
+  EXPECT_EQ(
+      modify({"k", "app", "ann", "box", ""}),
+      (Error{"com.vantor.error.privileged-operation",
+             10,
+             {{"NSLocalizedDescription", "A preference setting could not be updated successfully."},
+              {"NSLocalizedRecoverySuggestion",
+               "The operating system was unable to change a preference setting. Please "
+               "ensure to authenticate as administrator."}}}));
+}
+
+}  // namespace
+}  // namespace qrt
