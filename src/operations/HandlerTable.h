@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <map>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -17,8 +18,17 @@ struct Platform;
 /// Performs one operation. The platform is the request's own: lines of its log name the requestor.
 /// The arguments fit the catalogue's description; the feedback connection is null when the
 /// requestor gave none. Handlers of different requests run at the same time.
-using Handler = std::function<Outcome(const Platform& platform, const Array& arguments,
-                                      FeedbackConnection* feedback)>;
+using HandlerFunction = Outcome(const Platform& platform, const Array& arguments,
+                                FeedbackConnection* feedback);
+
+/// A handler function, or one together with what it shares between requests.
+using Handler = std::function<HandlerFunction>;
+
+/// A row of the constant table that a subsystem has behind its door.
+struct NamedHandler {
+  const char* name;
+  HandlerFunction* function;
+};
 
 /// Handlers by their full names, e.g. "performOperationSignalProcessWithArguments:". Filled by the
 /// composition root before the service starts, read-only afterwards.
@@ -26,6 +36,10 @@ class HandlerTable {
  public:
   void add(std::string name, Handler handler) {
     handlers_.insert_or_assign(std::move(name), std::move(handler));
+  }
+
+  void add(std::span<const NamedHandler> handlers) {
+    for (const auto& [name, function] : handlers) add(name, function);
   }
 
   /// Null when no handler has that name.

@@ -1,5 +1,6 @@
 #include "system/SystemSettings.h"
 
+#include "operations/Arguments.h"
 #include "platform/KernelSettings.h"
 #include "platform/Platform.h"
 #include "platform/ProcessTable.h"
@@ -7,34 +8,32 @@
 namespace qrt {
 namespace {
 
-Outcome performOperationModifyKernelsettingWithArguments(const Array& arguments,
-                                                         KernelSettings& settings) {
-  const auto& name = *arguments[0].string();
+Outcome performOperationModifyKernelsettingWithArguments(const Platform& platform,
+                                                         const Array& arguments,
+                                                         FeedbackConnection*) {
+  const auto [name, value] = unpack<std::string, Number>(arguments);
   if (name.empty()) return posixError(PosixCode::invalidArgument);
-  return posixOutcome(settings.write(name, *arguments[1].number()));
+  return posixOutcome(platform.kernelSettings.write(name, value));
 }
 
-Outcome performOperationSignalProcessWithArguments(const Array& arguments,
-                                                   ProcessTable& processes) {
-  const auto process = static_cast<std::int32_t>(arguments[0].number()->asUInt64());
-  const auto signal = static_cast<std::int32_t>(arguments[1].number()->asInt64());
-  // Process groups and "everyone" cannot be addressed.
+Outcome performOperationSignalProcessWithArguments(const Platform& platform, const Array& arguments,
+                                                   FeedbackConnection*) {
+  const auto [processNumber, signalNumber] = unpack<Number, Number>(arguments);
+  const auto process = static_cast<std::int32_t>(processNumber.asUInt64());
+  const auto signal = static_cast<std::int32_t>(signalNumber.asInt64());
+  // Process groups and "every process" cannot be addressed.
   if (process < 1) return posixError(PosixCode::invalidArgument);
-  return posixOutcome(processes.sendSignal(process, signal));
+  return posixOutcome(platform.processes.sendSignal(process, signal));
 }
+
+constexpr NamedHandler systemSettingHandlers[] = {
+    {"performOperationModifyKernelsettingWithArguments:",
+     performOperationModifyKernelsettingWithArguments},
+    {"performOperationSignalProcessWithArguments:", performOperationSignalProcessWithArguments},
+};
 
 }  // namespace
 
-void registerSystemSettingHandlers(HandlerTable& handlers) {
-  handlers.add("performOperationModifyKernelsettingWithArguments:",
-               [](const Platform& platform, const Array& arguments, FeedbackConnection*) {
-                 return performOperationModifyKernelsettingWithArguments(arguments,
-                                                                         platform.kernelSettings);
-               });
-  handlers.add("performOperationSignalProcessWithArguments:",
-               [](const Platform& platform, const Array& arguments, FeedbackConnection*) {
-                 return performOperationSignalProcessWithArguments(arguments, platform.processes);
-               });
-}
+void registerSystemSettingHandlers(HandlerTable& handlers) { handlers.add(systemSettingHandlers); }
 
 }  // namespace qrt
