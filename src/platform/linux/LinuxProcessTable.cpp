@@ -67,7 +67,7 @@ std::optional<std::vector<ProcessRecord>> LinuxProcessTable::processes() {
 }
 
 PosixCode LinuxProcessTable::sendSignal(std::int32_t process, std::int32_t signal) {
-  return kill(process, signal) == 0 ? PosixCode::success : lastError();
+  return codeFor(kill(process, signal));
 }
 
 }  // namespace qrt

@@ -11,7 +11,7 @@ PosixCode MacosKernelSettings::write(const std::string& name, const Number& valu
   if (name.find('\0') != std::string::npos) return PosixCode::noEntry;
   auto integer = value.asInt64();
   const int result = sysctlbyname(name.c_str(), nullptr, nullptr, &integer, sizeof integer);
-  return result == 0 ? PosixCode::success : lastError();
+  return codeFor(result);
 }
 
 }  // namespace qrt

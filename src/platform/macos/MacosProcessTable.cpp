@@ -30,7 +30,7 @@ std::optional<std::vector<ProcessRecord>> MacosProcessTable::processes() {
 std::size_t MacosProcessTable::keptNameLength() const { return MAXCOMLEN; }
 
 PosixCode MacosProcessTable::sendSignal(std::int32_t process, std::int32_t signal) {
-  return kill(process, signal) == 0 ? PosixCode::success : lastError();
+  return codeFor(kill(process, signal));
 }
 
 }  // namespace qrt

@@ -83,7 +83,7 @@ PosixCode copyContents(int from, int to, NoData noData, off_t (*seek)(int, off_t
     if (code != PosixCode::success) return code;
     position = stretch.end;
   }
-  return ::ftruncate(to, status.st_size) == 0 ? PosixCode::success : lastError();
+  return codeFor(::ftruncate(to, status.st_size));
 }
 
 }  // namespace qrt

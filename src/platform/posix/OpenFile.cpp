@@ -11,12 +11,6 @@
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
-namespace {
-
-PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
-
-}  // namespace
-
 PosixCode OpenFile::write(const Data& bytes) {
   for (std::size_t written = 0; written < bytes.size();) {
     const auto count = ::write(descriptor(), bytes.data() + written, bytes.size() - written);

@@ -46,8 +46,6 @@ SplitPath split(std::string path) {
 
 bool endsInSlash(const std::string& path) { return path.size() > 1 && path.back() == '/'; }
 
-PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
-
 /// What the system refuses about a path as it is written. Nothing may be there yet.
 PosixCode refusalOf(const std::string& path) {
   struct stat status;

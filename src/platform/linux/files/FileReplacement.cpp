@@ -10,12 +10,6 @@
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
-namespace {
-
-PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
-
-}  // namespace
-
 FileReplacement::FileReplacement(int folder, const std::string& name)
     : folder_(folder), name_(name), temporaryName_("." + name + ".new") {}
 

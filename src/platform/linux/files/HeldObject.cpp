@@ -13,8 +13,6 @@
 namespace qrt {
 namespace {
 
-PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
-
 PosixCode setTimes(const HeldObject& object, const timespec* times) {
   return codeFor(::utimensat(object.descriptor(), "", times, AT_EMPTY_PATH));
 }

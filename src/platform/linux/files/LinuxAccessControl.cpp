@@ -36,8 +36,6 @@ PosixCode ifSupported(PosixCode code) {
   return code == PosixCode::notSupported ? PosixCode::success : code;
 }
 
-PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
-
 AccessControlList made(AclEntries entries) {
   using Content = AccessControlList::Content;
   return AccessControlList(std::make_shared<const Content>(Content{std::move(entries)}));

@@ -45,8 +45,6 @@ std::string_view nameOf(std::string_view nativeName) {
   return hasNamespace(rest) ? nativeName : rest;
 }
 
-PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
-
 }  // namespace
 
 PosixResult<std::vector<std::string>> LinuxExtendedAttributes::names(const HeldObject& object,

@@ -26,8 +26,6 @@ bool isOnReadOnlyMount(FileAt object, const FileStatus& seen) {
   return held && refusesChanges(held->descriptor());
 }
 
-PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
-
 }  // namespace
 
 PosixResult<FileStatus> LinuxFileSystem::status(FileAt object, Links links) {

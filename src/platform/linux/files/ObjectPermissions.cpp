@@ -14,8 +14,6 @@ namespace {
 /// `fchmodat2`, which the system's headers do not have yet.
 constexpr long changeMode = 452;
 
-PosixCode codeFor(long result) { return result == 0 ? PosixCode::success : lastError(); }
-
 }  // namespace
 
 PosixCode write(int object, std::uint32_t permissions) {

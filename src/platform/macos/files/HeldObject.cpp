@@ -11,8 +11,6 @@
 namespace qrt {
 namespace {
 
-PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
-
 PosixCode setTimes(const HeldObject& object, const timespec* times) {
   const auto& name = object.name();
   if (name.empty()) return codeFor(::futimens(object.descriptor(), times));

@@ -42,8 +42,6 @@ using OptionalList = std::optional<AccessControlList>;
 constexpr std::uint32_t permissionBits = 07777;
 constexpr auto countOffset = offsetof(kauth_filesec, fsec_acl.acl_entrycount);
 
-PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
-
 bool hasEntries(const AclOwner& list) {
   acl_entry_t entry = nullptr;
   return ::acl_get_entry(list.get(), ACL_FIRST_ENTRY, &entry) == 0;

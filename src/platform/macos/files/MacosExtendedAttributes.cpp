@@ -19,8 +19,6 @@ int optionsFor(Compression compression) {
   return compression == Compression::exposed ? XATTR_SHOWCOMPRESSION : 0;
 }
 
-PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
-
 }  // namespace
 
 PosixResult<std::vector<std::string>> MacosExtendedAttributes::names(const HeldObject& object,

@@ -27,8 +27,6 @@ static_assert(file_flag::systemAppendOnly == SF_APPEND);
 static_assert(file_flag::restricted == SF_RESTRICTED);
 static_assert(file_flag::noUnlink == SF_NOUNLINK);
 
-PosixCode codeFor(int result) { return result == 0 ? PosixCode::success : lastError(); }
-
 /// True when two names mean one entry of a folder, which happens where case does not count.
 bool areOneEntry(const FileStatus& a, const FileStatus& b) {
   const bool hasOneName = a.isFolder() || a.linkCount == 1;
