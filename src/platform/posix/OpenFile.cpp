@@ -11,6 +11,7 @@
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
+
 PosixCode OpenFile::write(const Data& bytes) {
   for (std::size_t written = 0; written < bytes.size();) {
     const auto count = ::write(descriptor(), bytes.data() + written, bytes.size() - written);

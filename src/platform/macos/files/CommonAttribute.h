@@ -19,9 +19,10 @@ inline attrlist listOf(attrgroup_t attribute) {
   return list;
 }
 
-inline PosixCode codeFor(int result) {
-  const auto code = result == 0 ? PosixCode::success : lastError();
-  // What a file system cannot keep is told like this, by these calls alone.
+/// The code for the result of an attribute call. These calls alone fail with "invalid argument"
+/// when the file system cannot keep an attribute.
+inline PosixCode attributeCode(int result) {
+  const auto code = codeFor(result);
   return code == PosixCode::invalidArgument ? PosixCode::notSupported : code;
 }
 
@@ -30,14 +31,14 @@ template <class Value>
 PosixCode set(int folder, const char* name, std::uint32_t options, attrgroup_t attribute,
               Value value) {
   auto list = listOf(attribute);
-  return codeFor(::setattrlistat(folder, name, &list, &value, sizeof value, options));
+  return attributeCode(::setattrlistat(folder, name, &list, &value, sizeof value, options));
 }
 
 /// The same for an open object.
 template <class Value>
 PosixCode set(int object, attrgroup_t attribute, Value value) {
   auto list = listOf(attribute);
-  return codeFor(::fsetattrlist(object, &list, &value, sizeof value, 0));
+  return attributeCode(::fsetattrlist(object, &list, &value, sizeof value, 0));
 }
 
 /// The flags to be written for an object to have those that are wanted. Some say how the system

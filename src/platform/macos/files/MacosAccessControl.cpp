@@ -97,7 +97,7 @@ PosixCode setListByName(const HeldObject& object, const OptionalList& list) {
   std::memcpy(value.data(), &where, sizeof where);
   value.insert(value.end(), form->begin(), form->end());
   auto attribute = common_attribute::listOf(ATTR_CMN_EXTENDED_SECURITY);
-  const auto code = common_attribute::codeFor(
+  const auto code = common_attribute::attributeCode(
       ::setattrlistat(object.descriptor(), object.name().c_str(), &attribute, value.data(),
                       value.size(), FSOPT_NOFOLLOW));
   // An object that cannot have a list has none.
