@@ -5,9 +5,9 @@
 namespace qrt {
 
 std::optional<RequestMetadata> DecodedArguments::metadata() const {
-  if (values_.size() < metadataCount) return std::nullopt;
-  const auto* marker = values_[0].string();
-  const auto* entries = values_[1].dictionary();
+  if (count_ < metadataCount || !values_) return std::nullopt;
+  const auto* marker = (*values_)[0].string();
+  const auto* entries = (*values_)[1].dictionary();
   if (!marker || *marker != metadataMarker || !entries) return std::nullopt;
   return RequestMetadata{entries->size(), *entries};
 }

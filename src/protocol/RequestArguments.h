@@ -28,6 +28,10 @@ class RequestArguments {
   /// With the metadata.
   virtual std::size_t count() const = 0;
 
+  /// False when the values are over the limits of a property list, or of another kind. Then only
+  /// their number is known.
+  virtual bool areReadable() const { return true; }
+
   /// None when the first two arguments are not the marker and a dictionary.
   virtual std::optional<RequestMetadata> metadata() const = 0;
 
@@ -35,17 +39,21 @@ class RequestArguments {
   virtual Array decode() = 0;
 };
 
-/// Arguments that arrived as values.
+/// Arguments that arrived as values. Without values they are not readable.
 class DecodedArguments : public RequestArguments {
  public:
-  explicit DecodedArguments(Array values) : values_(std::move(values)) {}
+  explicit DecodedArguments(Array values) : count_(values.size()), values_(std::move(values)) {}
+  DecodedArguments(std::optional<Array> values, std::size_t count)
+      : count_(count), values_(std::move(values)) {}
 
-  std::size_t count() const override { return values_.size(); }
+  std::size_t count() const override { return count_; }
+  bool areReadable() const override { return values_.has_value(); }
   std::optional<RequestMetadata> metadata() const override;
-  Array decode() override { return std::move(values_); }
+  Array decode() override { return std::move(values_).value(); }
 
  private:
-  Array values_;
+  std::size_t count_;
+  std::optional<Array> values_;
 };
 
 }  // namespace qrt

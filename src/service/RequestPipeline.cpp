@@ -82,7 +82,7 @@ Outcome RequestPipeline::performPrivilegedOperation(const Caller& caller, std::u
   const auto identifier = identifiers.find(code);
   const std::uint64_t received = arguments ? arguments->count() : 0;
   RequestLog log(platform_.log, logAllowance_, caller);
-  if (!arguments || identifier == identifiers.end()) {
+  if (!arguments || !arguments->areReadable() || identifier == identifiers.end()) {
     log.error("Received invalid operation with code %llu, %llu arguments.", code, received);
     return invalidArgument();
   }

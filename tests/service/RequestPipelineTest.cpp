@@ -59,14 +59,16 @@ class RequestPipelineTest : public testing::Test {
 
   Outcome perform(std::uint64_t code, std::optional<Array> arguments,
                   FeedbackEndpoint* endpoint = nullptr) {
+    std::optional<DecodedArguments> received;
+    if (arguments) received.emplace(std::move(*arguments));
+    return perform(code, received ? &*received : nullptr, endpoint);
+  }
+  Outcome perform(std::uint64_t code, RequestArguments* received, FeedbackEndpoint* endpoint) {
     const auto nothing = [](const Platform&, const Array&) -> Outcome { return success; };
     const RequestPipeline pipeline(
         code == contradictory ? badOperations_ : operations_, platform_, allowance_,
         {{operation_code::nop, nothing}, {operation_code::discardAuth, nothing}});
-    std::optional<DecodedArguments> received;
-    if (arguments) received.emplace(std::move(*arguments));
-    return pipeline.performPrivilegedOperation(caller_, code, Data(32, 7), endpoint,
-                                               received ? &*received : nullptr);
+    return pipeline.performPrivilegedOperation(caller_, code, Data(32, 7), endpoint, received);
   }
 };
 
@@ -99,6 +101,10 @@ TEST_F(RequestPipelineTest, RefusesWhatDoesNotFitTheCatalogue) {
   };
   refuse(12345, Array{}, "Received invalid operation with code 12345, 0 arguments.");
   refuse(inspectFileobject, std::nullopt, "Received invalid operation with code 5, 0 arguments.");
+  DecodedArguments unreadable(std::nullopt, 7);
+  EXPECT_EQ(perform(inspectFileobject, &unreadable, nullptr),
+            posixError(PosixCode::invalidArgument));
+  EXPECT_EQ(log_.lines().back().text, "Received invalid operation with code 5, 7 arguments.");
   refuse(inspectFileobject, Array{"!QRTMETA!", "no dictionary", "/tmp"},
          "Operation inspect-fileobject was rejected because an invalid number of arguments was "
          "specified (1 expected, 3 sent).");

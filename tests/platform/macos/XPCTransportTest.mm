@@ -40,6 +40,7 @@ class EchoingHelper : public QRTPrivilegedHelperProtocol, public ListenerDelegat
 
   std::vector<std::int32_t> clients;
   Data authorization;
+  std::size_t unreadableCount = 0;
   std::chrono::milliseconds duration{0};
 
   bool shouldAcceptNewConnection(Listener& listener, IncomingConnection* connection) override {
@@ -64,7 +65,10 @@ class EchoingHelper : public QRTPrivilegedHelperProtocol, public ListenerDelegat
   Outcome performPrivilegedOperation(const Caller&, std::uint64_t code,
                                      const Data& authorizationData, FeedbackEndpoint* endpoint,
                                      RequestArguments* arguments) override {
-    if (!arguments) return posixError(PosixCode::invalidArgument);
+    if (!arguments || !arguments->areReadable()) {
+      unreadableCount = arguments ? arguments->count() : 0;
+      return posixError(PosixCode::invalidArgument);
+    }
     auto values = arguments->decode();
     authorization = authorizationData;
     if (endpoint) {
@@ -121,6 +125,13 @@ TEST_F(XPCTransportTest, ValuesOfEveryKindArriveAndComeBack) {
   EXPECT_EQ(*answer->userInfo.find(underlyingErrorKey)->second.error(),
             posixError(PosixCode::busy));
   EXPECT_EQ(connection_->performPrivilegedOperation(0, {}, {}, {}), success);
+}
+
+TEST_F(XPCTransportTest, ArgumentsOverTheLimitsKeepTheirNumber) {
+  const Data large(17 << 20);
+  EXPECT_EQ(connection_->performPrivilegedOperation(0, {}, {}, {large, 1}),
+            posixError(PosixCode::invalidArgument));
+  EXPECT_EQ(helper_.unreadableCount, 2u);
 }
 
 TEST_F(XPCTransportTest, ArgumentsThatAreNoArrayAreNoneOrEndTheConnection) {

@@ -59,7 +59,9 @@
   if (authorizationData) authorization = qrt::dataFrom((__bridge CFDataRef)authorizationData);
   qrt::MacosFeedbackEndpoint feedback(endpoint);
   std::optional<qrt::DecodedArguments> received;
-  if (auto values = qrt::arrayFrom(arguments)) received.emplace(std::move(*values));
+  if ([arguments isKindOfClass:NSArray.class]) {
+    received.emplace(qrt::arrayFrom(arguments), arguments.count);
+  }
   const auto outcome = _helper->performPrivilegedOperation(self.caller, code, authorization,
                                                            endpoint ? &feedback : nullptr,
                                                            received ? &*received : nullptr);
