@@ -1,5 +1,6 @@
 """A requestor made with GDBus."""
 
+import os
 import socket
 import threading
 
@@ -13,6 +14,17 @@ PATH = "/com/vantor/QRTPrivilegedHelper"
 HELPER = "com.vantor.QRTPrivilegedHelperProtocol"
 AUTHORITY = "com.vantor.QRTAuthorizationAuthority"
 FEEDBACK = "com.vantor.QRTPrivilegedOperationFeedbackProtocol"
+FIRST_BYTE_CHARACTER = 0x10FF00
+
+
+def to_wire(path):
+    """Bytes that are not valid UTF-8 travel as characters from U+10FF00 on."""
+    return "".join(chr(FIRST_BYTE_CHARACTER + ord(c) - 0xDC00) if 0xDC80 <= ord(c) <= 0xDCFF else c
+                   for c in os.fsdecode(path))
+
+
+def from_wire(text):
+    return b"".join(bytes([ord(c) - FIRST_BYTE_CHARACTER]) if ord(c) >= 0x10FF80 else c.encode() for c in text)
 
 
 def variant(value):

@@ -1,93 +1,242 @@
-"""What each operation answers, reports and leaves, as its documentation has it: the model of random_trees.
+"""The file operations as their documentation has them, on a tree of objects in memory: the model of random_trees.
 
-A rule takes the world, which it changes, and the operation's arguments. It gives the possible outcomes, each a domain
-and a code or an answer, and for searches the records by path.
+A rule takes the world, which it changes, and the arguments of its operation. It returns the possible outcomes (a domain
+and a code, or an answer and its value), searches also the records by path. A `Refusal` is the only outcome.
 """
 
+import array
+import fcntl
+import functools
+import os
 import pwd
 import stat
 import time
 
-from tree import ENAMETOOLONG, ENOENT, ENOTDIR, EPERM, LONGEST_NAME, NOW, Node, Refusal, Undetermined
-
-DONE = ("", 0)
+DONE, NOW = ("", 0), None  # NOW is the time of the operation.
 POSIX, COCOA, ERROR = "NSPOSIXErrorDomain", "NSCocoaErrorDomain", "com.vantor.error.privileged-operation"
-EINVAL, EEXIST, ENOTSUP, ENOTEMPTY = 22, 17, 45, 66
+EPERM, ENOENT, EEXIST, ENOTDIR, EINVAL, ENOTSUP, ELOOP, ENAMETOOLONG, ENOTEMPTY = 1, 2, 17, 20, 22, 45, 62, 63, 66
 WRITE_ERRORS = {ENOENT: 4, EPERM: 513, EEXIST: 516, ENAMETOOLONG: 514}
-MOST_LEVELS, LONGEST_PATH = 499, 1024
+GET_FLAGS, SET_FLAGS, IMMUTABLE, APPEND_ONLY = 0x80086601, 0x40086602, 0x10, 0x20
+MOST_LINKS, LONGEST_NAME, MOST_LEVELS, LONGEST_PATH = 40, 255, 499, 1024
 TYPES = {stat.S_IFREG: "NSFileTypeRegular", stat.S_IFDIR: "NSFileTypeDirectory",
          stat.S_IFLNK: "NSFileTypeSymbolicLink", stat.S_IFSOCK: "NSFileTypeSocket"}
 
 
-def posix(code):
-    return POSIX, code
+class Refusal(Exception):
+    """Its one argument is a POSIX code."""
+    posix = property(lambda self: (POSIX, self.args[0]))
+    cocoa = property(lambda self: (COCOA, WRITE_ERRORS.get(self.args[0], 512)))
 
 
-def write_error(code):
-    return COCOA, WRITE_ERRORS.get(code, 512)
+class Undetermined(Exception):
+    """The outcome depends on an order that is not promised."""
 
 
-def exists(world, path):
+def flags_of(path, value=None):
+    """The immutable and append-only flags of a file or folder; sets them first when there is a value."""
+    descriptor, word = os.open(path, os.O_RDONLY | os.O_NONBLOCK | os.O_NOFOLLOW), array.array("L", [0])
     try:
-        return world.object(path)
-    except Refusal:
-        return None
+        fcntl.ioctl(descriptor, GET_FLAGS, word)
+        if value is not None:
+            word[0] = word[0] & ~(IMMUTABLE | APPEND_ONLY) | value
+            fcntl.ioctl(descriptor, SET_FLAGS, word)
+        return word[0] & (IMMUTABLE | APPEND_ONLY)
+    finally:
+        os.close(descriptor)
 
 
-def code_of(world, path):
-    try:
-        world.object(path, follow=False)
-    except Refusal as refusal:
-        return refusal.code
-    return 0
+class Node:
+    """One object. A field that may have several values afterwards is a set of them; an object that may
+    be gone afterwards is not `certain`."""
+
+    def __init__(self, mode, target=None, status=None):
+        self.kind, self.mode, self.target, self.certain = stat.S_IFMT(mode), stat.S_IMODE(mode), target, True
+        self.uid = self.gid = self.device = 0
+        self.identity = self.size = self.mtime = NOW
+        self.immutable = self.append_only = False
+        self.entries = {} if self.kind == stat.S_IFDIR else None
+        if status:
+            self.uid, self.gid, self.device, self.size = status.st_uid, status.st_gid, status.st_dev, status.st_size
+            self.identity, self.mtime = (status.st_dev, status.st_ino), status.st_mtime_ns
+
+    is_folder = property(lambda self: self.entries is not None)
+    is_link = property(lambda self: self.kind == stat.S_IFLNK)
+    takes_flags = property(lambda self: self.kind in (stat.S_IFREG, stat.S_IFDIR))
+    is_fixed = property(lambda self: bool(self.immutable or self.append_only))
+
+    def below(self):
+        for child in (self.entries or {}).values():
+            yield child
+            yield from child.below()
 
 
-def is_refused_slash(world, path):
-    try:
-        world.object(path)
-    except Refusal as refusal:
-        return path.endswith(b"/") and refusal.code == ENOTDIR
-    return False
+def read(path, known):
+    status = os.lstat(path)
+    identity = (status.st_dev, status.st_ino)
+    if identity in known:
+        return known[identity]
+    node = known[identity] = Node(status.st_mode, os.readlink(path) if stat.S_ISLNK(status.st_mode) else None, status)
+    if node.takes_flags:
+        flags = flags_of(path)
+        node.immutable, node.append_only = bool(flags & IMMUTABLE), bool(flags & APPEND_ONLY)
+    if node.is_folder:
+        node.entries = {name: read(path + b"/" + name, known) for name in os.listdir(path)}
+    return node
+
+
+class World:
+    """Everything below one folder, which has a path without links. Nothing else exists."""
+
+    def __init__(self, place):
+        self.place, self.top = place, read(place, {})
+
+    def find(self, path, follow=True, passed=lambda link: None):
+        """The nodes from the top to the object, as the kernel resolves paths; the last one is None for a missing object."""
+        if not path:
+            raise Refusal(ENOENT)
+        links = 0
+        rest, chain = self._start(path) if path.startswith(b"/") else (path.split(b"/")[::-1], [])
+        while rest:
+            name = rest.pop()
+            if not chain[-1].is_folder:
+                raise Refusal(ENOTDIR)
+            if name in (b"", b"."):
+                continue
+            if name == b"..":
+                chain = chain[:-1] or [Node(stat.S_IFDIR)]
+                continue
+            if len(name) > LONGEST_NAME:
+                raise Refusal(ENAMETOOLONG)
+            node = chain[-1].entries.get(name)
+            if node is None:
+                if any(rest):
+                    raise Refusal(ENOENT)
+                return [*chain, None]
+            if not node.certain:
+                raise Undetermined
+            if not node.is_link or not (rest or follow):
+                chain.append(node)
+                continue
+            links += 1
+            passed(node)
+            if links > MOST_LINKS:
+                raise Refusal(ELOOP)
+            more = node.target.split(b"/")[::-1]
+            if node.target.startswith(b"/"):
+                more, chain = self._start(node.target)
+            rest += more
+        return chain
+
+    def _start(self, path):
+        if path != self.place and not path.startswith(self.place + b"/"):
+            raise Refusal(ENOENT)
+        return path[len(self.place) + 1:].split(b"/")[::-1], [self.top]
+
+    def object(self, path, follow=True, passed=lambda link: None):
+        node = self.find(path, follow, passed)[-1]
+        if node is None:
+            raise Refusal(ENOENT)
+        return node
+
+    def get(self, path):
+        try:
+            return self.object(path)
+        except Refusal:
+            return None
+
+    def named(self, path):
+        """The object that an operation works on. A slash at the end of its path makes a file "not a folder"."""
+        if not path:
+            raise Refusal(EINVAL)
+        try:
+            return self.object(path)
+        except Refusal as refusal:
+            is_no_folder = path.endswith(b"/") and refusal.args[0] == ENOTDIR
+            raise Refusal(ENOTDIR if is_no_folder else ENOENT) from None
+
+    def real_path(self, path):
+        chain = self.find(path)
+        names = [next(name for name, child in parent.entries.items() if child is node)
+                 for parent, node in zip(chain, chain[1:])]
+        return b"/".join([self.place, *names])
+
+    def location(self, path):
+        """The folder, the name and the object (None when it is missing), the last link not followed."""
+        if path.endswith(b"/"):
+            try:
+                self.object(path)
+            except Refusal as refusal:
+                if refusal.args[0] != ENOENT:
+                    raise
+        parent, _, name = path.rstrip(b"/").rpartition(b"/")
+        folder = self.object(parent + b"/")
+        node = folder.entries.get(name)
+        if node is not None and not node.certain:
+            raise Undetermined
+        return folder, name, node
+
+
+def differences(wanted, found, started, path=b"."):
+    for field in ("kind", "mode", "uid", "gid", "target", "immutable", "append_only", "identity", "mtime"):
+        mine, real = getattr(wanted, field), getattr(found, field)
+        if field == "mtime" and mine is NOW:
+            is_right = real >= started
+        elif isinstance(mine, frozenset):
+            is_right = real in mine
+        else:
+            is_right = mine in (real, ...) or field == "identity" and mine is NOW
+        if not is_right:
+            yield path, field, mine, real
+    for name in (wanted.entries or {}).keys() | (found.entries or {}).keys():
+        child, real = (node.entries.get(name) if node.is_folder else None for node in (wanted, found))
+        if child and real:
+            yield from differences(child, real, started, path + b"/" + name)
+        elif not child or child.certain:
+            yield path + b"/" + name, "wanted" if child else "not wanted"
+
+
+def file_manager(rule):
+    """Its errors are the file manager's."""
+    @functools.wraps(rule)
+    def rule_of_manager(*arguments):
+        try:
+            rule(*arguments)
+        except Refusal as refusal:
+            return {refusal.cocoa}
+        return {DONE}
+    return rule_of_manager
+
+
+def check_itself(world, path):
+    """Refuses a path that ends in "." or "..", after what resolving it refuses."""
+    if path.endswith((b"/.", b"/..")):
+        world.object(path.rpartition(b"/")[0] + b"/")
+        raise Refusal(EINVAL if path.endswith(b"/.") else ENOTEMPTY)
 
 
 def remove_one(world, path):
     if not path:
-        return posix(EINVAL)
-    if path.endswith((b"/.", b"/..")):
-        return remove_itself(world, path)
-    try:
-        folder, name, node = world.location(path)
-        if path.endswith(b"/") or node is None:
-            world.object(path, follow=False)
-    except Refusal as refusal:
-        return posix(refusal.code)
+        raise Refusal(EINVAL)
+    check_itself(world, path)
+    folder, name, node = world.location(path)
+    if path.endswith(b"/") or node is None:
+        world.object(path, follow=False)
     if path.endswith(b"/") and node.is_link:
-        return posix(ENOTDIR)
+        raise Refusal(ENOTDIR)
     node.immutable = node.append_only = False
-    if folder.is_fixed:
-        return posix(EPERM)
-    if node.entries:
-        return posix(ENOTEMPTY)
+    if folder.is_fixed or node.entries:
+        raise Refusal(EPERM if folder.is_fixed else ENOTEMPTY)
     del folder.entries[name]
     folder.mtime = NOW
     return DONE
 
 
-def remove_itself(world, path):
-    try:
-        world.object(path.rpartition(b"/")[0] + b"/")
-    except Refusal as refusal:
-        return posix(refusal.code)
-    return posix(EINVAL if path.endswith(b"/.") else ENOTEMPTY)
-
-
 def remove_all(world, path):
     if not path:
-        return posix(EINVAL)
-    if exists(world, path) is None:
+        raise Refusal(EINVAL)
+    if world.get(path) is None:
         return DONE
-    if path.endswith((b"/.", b"/..")):
-        return remove_itself(world, path)
+    check_itself(world, path)
     return remove_entry(*world.location(path)[:2])
 
 
@@ -95,14 +244,15 @@ def remove_entry(folder, name):
     """Clears the immutable flags of everything first. What is append-only stays, with the folders above it; what
     else then stays depends on the order."""
     node = folder.entries[name]
-    for item in (node, *(child for _, _, child in node.below())):
+    tree = [node, *node.below()]
+    for item in tree:
         item.immutable = False
-    if not folder.is_fixed and not any(child.append_only for child in (node, *(c for _, _, c in node.below()))):
+    if not folder.is_fixed and not any(item.append_only for item in tree):
         del folder.entries[name]
         folder.mtime = NOW
         return DONE
     mark_rest(node, folder.is_fixed)
-    return write_error(EPERM)
+    return Refusal(EPERM).cocoa
 
 
 def mark_rest(node, is_kept):
@@ -110,15 +260,17 @@ def mark_rest(node, is_kept):
     for child in (node.entries or {}).values():
         is_kept |= mark_rest(child, node.append_only)
     node.certain &= is_kept
-    if node.is_folder:
-        node.mtime = ...
+    node.mtime = ... if node.is_folder else node.mtime
     return is_kept
 
 
 def delete_objects(world, recursive, stop, *paths):
-    remove, last = remove_all if recursive == "1" else remove_one, DONE
+    last = DONE
     for path in paths:
-        outcome = remove(world, path)
+        try:
+            outcome = remove_all(world, path) if recursive == "1" else remove_one(world, path)
+        except Refusal as refusal:
+            outcome = refusal.posix
         last = last if outcome == DONE else outcome
         if stop == "1" and last != DONE:
             break
@@ -127,93 +279,92 @@ def delete_objects(world, recursive, stop, *paths):
 
 def delete_contents(world, *paths):
     for path in paths:
-        if is_refused_slash(world, path):
-            return {posix(ENOTDIR)}
-        folder = exists(world, path)
-        if folder is None:
+        try:
+            folder = world.named(path)
+        except Refusal as refusal:
+            if refusal.args[0] == ENOTDIR:
+                raise
             continue
         if not folder.is_folder:
-            return {posix(ENOTDIR)}
+            raise Refusal(ENOTDIR)
         base, entries = world.real_path(path), dict(folder.entries)
-        before = {node: node.immutable for _, _, node in folder.below()}
-        outcomes = {remove_entry(folder, name) for name in entries if exists(world, base + b"/" + name) is not None}
-        if outcomes - {DONE}:  # The entries after the first that fails are left alone.
+        before = {node: node.immutable for node in folder.below()}
+        outcomes = {remove_entry(folder, name) for name in entries if world.get(base + b"/" + name)} - {DONE}
+        if outcomes:  # The entries after the first that fails are left alone.
             for name in entries.keys() - folder.entries.keys():
                 mark_rest(entries[name], False)
             for node, immutable in before.items():
                 node.immutable = frozenset({immutable, False})
             folder.entries, folder.mtime = entries, ...
-            return outcomes - {DONE}
+            return outcomes
     return {DONE}
 
 
 def create(world, path, code):
-    modes = {"F": (stat.S_IFREG, 0o644), "X": (stat.S_IFREG, 0o755), "D": (stat.S_IFDIR, 0o755)}
-    if not path or code not in modes:
-        return {posix(EINVAL)}
-    if exists(world, path) is not None:
-        return {posix(EEXIST)}
-    outcome = add(world, path, Node(*modes[code]), code == "D")
-    return {outcome if code == "D" or outcome == DONE else (ERROR, 4)}
+    modes = {"F": stat.S_IFREG | 0o644, "X": stat.S_IFREG | 0o755, "D": stat.S_IFDIR | 0o755}
+    if not path or code not in modes or world.get(path):
+        raise Refusal(EEXIST if path and code in modes else EINVAL)
+    outcomes = file_manager(add)(world, path, Node(modes[code]), code == "D")
+    return outcomes if code == "D" or outcomes == {DONE} else {(ERROR, 4)}
 
 
-def add(world, path, new, slash_is_good):
-    try:
-        folder, name, node = world.location(path)
-    except Refusal as refusal:
-        return write_error(refusal.code)
+def add(world, path, new, slash_is_good=False):
+    folder, name, node = world.location(path)
     if path.endswith(b"/") and not slash_is_good:
-        return write_error(ENOENT)
-    if len(name) > LONGEST_NAME:
-        return write_error(ENAMETOOLONG)
-    if node is not None:
-        return write_error(EEXIST)
+        raise Refusal(ENOENT)
+    if len(name) > LONGEST_NAME or node:
+        raise Refusal(EEXIST if node else ENAMETOOLONG)
     if folder.immutable or (new.identity and new.is_fixed):
-        return write_error(EPERM)
+        raise Refusal(EPERM)
     folder.entries[name], folder.mtime = new, NOW
-    return DONE
 
 
+@file_manager
 def rename(world, path, new_path):
-    try:
-        folder, name, node = world.location(path)
-        to_folder, to_name, there = world.location(new_path)
-    except Refusal as refusal:
-        return {write_error(refusal.code)}
+    folder, name, node = world.location(path)
+    to_folder, to_name, there = world.location(new_path)
     if to_folder.device != folder.device:
         raise Undetermined
-    if (path + b"|" + new_path).count(b"/|") + new_path.endswith(b"/") and node and not node.is_folder:
-        return {write_error(ENOTDIR)}
+    if (path.endswith(b"/") or new_path.endswith(b"/")) and node and not node.is_folder:
+        raise Refusal(ENOTDIR)
     if node is None or len(to_name) > LONGEST_NAME:
-        return {write_error(ENAMETOOLONG if len(to_name if node else name) > LONGEST_NAME else ENOENT)}
-    if there is not None:
-        return {write_error(EEXIST)}
-    if node is to_folder or any(child is to_folder for _, _, child in node.below()):
-        return {write_error(EINVAL)}
+        raise Refusal(ENAMETOOLONG if len(to_name if node else name) > LONGEST_NAME else ENOENT)
+    if there or to_folder in (node, *node.below()):
+        raise Refusal(EEXIST if there else EINVAL)
     if folder.is_fixed or node.is_fixed or to_folder.immutable:
-        return {write_error(EPERM)}
+        raise Refusal(EPERM)
     to_folder.entries[to_name] = folder.entries.pop(name)
     folder.mtime = to_folder.mtime = NOW
-    return {DONE}
+
+
+@file_manager
+def link(world, path, target, hard):
+    if not hard:
+        if not target:
+            world.location(path)
+            raise Refusal(ENOENT)
+        return add(world, path, Node(stat.S_IFLNK | 0o777, target))
+    node, folder = world.location(target)[2], world.location(path)[0]
+    if path.endswith(b"/"):
+        raise Refusal(ENOENT)
+    if node is None:
+        world.object(target, follow=False)
+    if node.is_folder or folder.device != node.device:
+        raise Undetermined
+    add(world, path, Node(stat.S_IFLNK | 0o777, node.target) if node.is_link else node)
 
 
 def inspect(world, path):
     if not path:
-        return {posix(EINVAL)}
-    node = exists(world, path)
+        raise Refusal(EINVAL)
+    node = world.get(path)
     return {("ObjectExistence", 0 if node is None else 1 if node.is_folder else 2)}
 
 
 def touch(world, path):
-    if not path:
-        return {posix(EINVAL)}
-    if is_refused_slash(world, path):
-        return {posix(ENOTDIR)}
-    node = exists(world, path)
-    if node is None:
-        return {posix(ENOENT)}
+    node = world.named(path)
     if node.immutable:
-        return {posix(EPERM)}
+        raise Refusal(EPERM)
     node.mtime = NOW
     return {DONE}
 
@@ -226,75 +377,38 @@ def trusted_target(world, path):
         target = world.object(path, passed=lambda link: owners.add(link.uid))
     except Refusal:
         return None
-    trusts = target.device == device and owners <= {0, target.uid}
-    return target if trusts else None
+    return target if target.device == device and owners <= {0, target.uid} else None
 
 
 def protect(world, path, value, recursive, stay):
-    if not path:
-        return {posix(EINVAL)}
-    if is_refused_slash(world, path):
-        return {posix(ENOTDIR)}
-    top = exists(world, path)
-    if top is None:
-        return {posix(ENOENT)}
-    changed = {id(top): top}
+    top = world.named(path)
+    changed = {top}
     if recursive and top.is_folder:
         device = world.object(path, follow=False).device if stay else None
         for at, node in items(world.real_path(path), top, device):
-            node = trusted_target(world, at) if node.is_link else node
-            if node is not None:
-                changed[id(node)] = node
-    refusing = [node for node in changed.values() if value and not node.takes_flags]
-    if top in refusing or not refusing:
-        for node in [] if refusing else changed.values():
-            node.immutable = value
-        return {posix(ENOTSUP) if refusing else DONE}
-    top.immutable = value
-    for node in changed.values():
-        if node.takes_flags and node is not top:
-            node.immutable = frozenset({node.immutable, value})
-    return {posix(ENOTSUP)}
+            changed.add(trusted_target(world, at) if node.is_link else node)
+    changed.discard(None)
+    refusing = {node for node in changed if value and not node.takes_flags}
+    for node in changed - refusing if top not in refusing else ():
+        certainly = node is top or not refusing
+        node.immutable = value if certainly else frozenset({node.immutable, value})
+    return {(POSIX, ENOTSUP) if refusing else DONE}
 
 
 def items(path, top, device=None):
     """The paths and nodes below a folder, those on other devices passed over."""
-    for name, node in sorted(top.entries.items()):
-        at = path + b"/" + name
+    for name, node in top.entries.items():
         if device in (None, node.device):
-            yield at, node
+            yield path + b"/" + name, node
             if node.is_folder:
-                yield from items(at, node, device)
-
-
-def link(world, path, target, hard):
-    if not hard:
-        if not target:
-            try:
-                world.location(path)
-            except Refusal as refusal:
-                return {write_error(refusal.code)}
-            return {write_error(ENOENT)}
-        return {add(world, path, Node(stat.S_IFLNK, 0o777, target=target), False)}
-    try:
-        _, _, node = world.location(target)
-        folder, _, there = world.location(path)
-    except Refusal as refusal:
-        return {write_error(refusal.code)}
-    if path.endswith(b"/") or node is None:
-        return {write_error(ENOENT if path.endswith(b"/") else code_of(world, target))}
-    if node.is_folder or folder.device != node.device:
-        raise Undetermined
-    if node.is_link:
-        node = Node(stat.S_IFLNK, 0o777, target=node.target)
-    return {add(world, path, node, False)}
+                yield from items(path + b"/" + name, node, device)
 
 
 def enumerated(path, top, device=None, skipped=(), relative=b"", level=1):
     """The paths that a search reports below a folder, with the nodes; enters the folders on the device that are not
     skipped. The part of a path below the folder is at most 1,024 bytes long, and a name of 255 bytes below the first
     level adds nothing to it."""
-    for name, node in sorted(top.entries.items()):
+    for name, node in top.entries.items():
         joined = relative + (b"/" if relative else b"") + name
         yield path + b"/" + joined, name, node
         fits = len(relative) + 1 + len(name) <= LONGEST_PATH and level <= MOST_LEVELS
@@ -304,14 +418,10 @@ def enumerated(path, top, device=None, skipped=(), relative=b"", level=1):
 
 
 def search_folder(world, path):
-    if not path:
-        return None, posix(EINVAL)
-    if is_refused_slash(world, path):
-        return None, posix(ENOTDIR)
-    top = exists(world, path)
-    if top is None:
-        return None, posix(ENOENT)
-    return (world.real_path(path), top), None if top.is_folder else posix(ENOTDIR)
+    top = world.named(path)
+    if not top.is_folder:
+        raise Refusal(ENOTDIR)
+    return world.real_path(path), top
 
 
 def record(node):
@@ -319,10 +429,8 @@ def record(node):
 
 
 def search(world, path, stay, is_wanted, skipped=()):
-    base, refusal = search_folder(world, path)
-    if refusal:
-        return {refusal}, []
-    found = enumerated(*base, base[1].device if stay else None, skipped)
+    base, top = search_folder(world, path)
+    found = enumerated(base, top, top.device if stay else None, skipped)
     return {DONE}, [(at, record(node)) for at, name, node in found if is_wanted(name, node)]
 
 
@@ -337,25 +445,22 @@ def extension(name):
 
 
 def search_names(world, path, prefix, wanted_extension, folders):
-    base, refusal = search_folder(world, path)
-    if refusal:
-        return {refusal}, []
-    targets = {name: exists(world, base[0] + b"/" + name) for name in base[1].entries}
-    return {DONE}, [(base[0] + b"/" + name, record(base[1].entries[name])) for name, target in targets.items()
+    base, top = search_folder(world, path)
+    targets = {name: world.get(base + b"/" + name) for name in top.entries}
+    return {DONE}, [(base + b"/" + name, record(top.entries[name])) for name, target in targets.items()
                     if name.startswith(prefix) and wanted_extension in (b"", extension(name))
-                    and target is not None and target.is_folder == folders]
+                    and target and target.is_folder == folders]
 
 
 def search_patterns(world, path, stay, *pairs):
     tests = {"0": bytes.__eq__, "1": bytes.startswith, "2": lambda name, text: extension(name) == text}
-    if len(pairs) < 2 or len(pairs) % 2 or not path or stay not in ("0", "1"):
-        return {posix(EINVAL)}, []
-    base, refusal = search_folder(world, path)
+    if stay not in ("0", "1"):
+        raise Refusal(EINVAL)
+    _, top = search_folder(world, path)
     patterns = list(zip(pairs[::2], pairs[1::2]))
-    if refusal or not all(kind in tests and text for kind, text in patterns):
-        return {refusal or posix(EINVAL)}, []
-    if not base[1].entries:
-        return {posix(ENOENT)}, []
+    are_good = all(kind in tests and text for kind, text in patterns)
+    if not are_good or not top.entries:
+        raise Refusal(ENOENT if are_good else EINVAL)
     return search(world, path, stay == "1", lambda name, _: any(tests[kind](name, text) for kind, text in patterns))
 
 
@@ -364,10 +469,8 @@ def search_orphans(world, path, stay):
     known, skipped = {0, *(user.pw_uid for user in pwd.getpwall())}, set()
 
     def is_wanted(_, node):
-        if node.uid in known:
-            return False
         inside = [child for _, child in items(b"", node, node.device)] if node.is_folder else []
-        if any(child.uid in known for child in inside):
+        if any(item.uid in known for item in (node, *inside)):
             return False
         skipped.add(node)
         return True
@@ -376,17 +479,12 @@ def search_orphans(world, path, stay):
 
 
 def size(world, path):
-    base, refusal = search_folder(world, path)
-    return {refusal or ("Size", sum(node.size for _, _, node in base[1].below()))}
+    return {("Size", sum(node.size for node in search_folder(world, path)[1].below()))}
 
 
 def propagate(world, path, _expected, stay, options):
-    base, refusal = search_folder(world, path)
-    if refusal:
-        return {refusal}
-    top = base[1]
-    changes = {node: given(top, node, options)
-               for _, _, node in enumerated(*base, top.device if stay else None)}
+    base, top = search_folder(world, path)
+    changes = {node: given(top, node, options) for _, _, node in enumerated(base, top, top.device if stay else None)}
     refusals = {node: refused for node, new in changes.items() if (refused := refuses(node, new, options))}
     for node, new in changes.items():
         for field, value in {} if node in refusals else new.items():
@@ -408,7 +506,7 @@ def given(top, node, options):
 def refuses(node, new, options):
     """Nothing is refused that would change nothing."""
     if options & 0x30 and node.mode & 0o6000:
-        return posix(EINVAL)
+        return POSIX, EINVAL
     if node.is_fixed and (new["uid"], new["gid"]) != (node.uid, node.gid):
         return ERROR, 14
     return (ERROR, 15) if node.is_fixed and new["mode"] != node.mode else None
