@@ -1,12 +1,17 @@
-// Lists of sealed files.
-#include "platform/linux/signing/ResourceEnvelope.h"
+// Lists of sealed files, and the patterns in them.
+#include <cstdlib>
+
+#include "platform/linux/signing/SealedResources.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  const auto envelope = qrt::ResourceEnvelope::read({bytes, size});
-  if (!envelope) return 0;
-  std::uint64_t steps = 100'000;
+  const auto list = qrt::ResourceList::read({bytes, size});
+  if (!list) return 0;
+  qrt::SigningBudget budget{.patterns = 1'000};
   for (const auto* path : {"Info.plist", "Resources/en.lproj/a", "x/.DS_Store", "aaaaaaaaaaaaab"}) {
-    envelope->allows(path, steps);
+    list->allows(path, budget);
   }
+  // Nothing is allowed that the budget cannot pay for, unless there is no rule.
+  qrt::SigningBudget spent{.patterns = 0};
+  if (list->allows("a", spent) && budget.patterns < 1'000) std::abort();
   return 0;
 }

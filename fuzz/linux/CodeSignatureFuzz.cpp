@@ -1,22 +1,19 @@
-// Signatures as they lie in executables.
+// Signatures as executables contain them.
 #include <cstdlib>
 
-#include "platform/linux/signing/CmsSignature.h"
-#include "platform/linux/signing/CodeDirectory.h"
-#include "platform/linux/signing/SignatureBlobs.h"
+#include "platform/linux/signing/CodeSignature.h"
 
 namespace {
 
-/// Every hash that a directory has lies within it.
+/// Every hash of a directory is inside of it.
 void readHashes(const qrt::CodeDirectory& directory) {
-  const auto isInside = [&](qrt::Bytes hash) {
-    const auto whole = directory.bytes();
+  const auto isInside = [whole = directory.blob](qrt::Bytes hash) {
     return hash.data() >= whole.data() && hash.data() + hash.size() <= whole.data() + whole.size();
   };
-  for (std::uint32_t page = 0; page < directory.pageCount(); ++page) {
+  for (std::uint32_t page = 0; page < directory.pageCount; ++page) {
     if (!isInside(directory.pageHash(page))) std::abort();
   }
-  for (std::uint32_t slot = 0; slot <= directory.lastSpecialSlot(); ++slot) {
+  for (std::uint32_t slot = 0; slot <= directory.specialCount; ++slot) {
     const auto hash = directory.specialHash(slot);
     if (hash && !isInside(*hash)) std::abort();
   }
@@ -25,14 +22,10 @@ void readHashes(const qrt::CodeDirectory& directory) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  const auto blobs = qrt::readSignatureBlobs({bytes, size});
-  if (!blobs) return 0;
-  const auto signedBytes = blobs->contains(0) ? blobs->at(0) : qrt::Bytes();
-  for (const auto& [slot, blob] : *blobs) {
-    if (const auto directory = qrt::CodeDirectory::read(blob)) readHashes(*directory);
-    if (slot != qrt::signature_slot::cms) continue;
-    const auto signer = qrt::verifiedCmsSigner(blob.subspan(qrt::blobHeaderSize), signedBytes);
-    if (signer && signer->certificates.empty()) std::abort();
-  }
+  const auto signature = qrt::CodeSignature::read({bytes, bytes + size});
+  if (!signature) return 0;
+  for (const auto& directory : signature->directories()) readHashes(directory);
+  qrt::SigningBudget budget;
+  if (signature->check(-1, {}, {}, budget) == 0) std::abort();
   return 0;
 }

@@ -20,41 +20,40 @@ struct SigningOptions {
   std::optional<std::string> team = std::nullopt;
   /// One thin program, or several in a universal file.
   std::vector<ProgramForm> programs{{}};
-  /// The hashes of the code directories; the first one's directory is what is signed.
+  /// The kinds of the code directories. The first directory is what is signed.
   std::vector<unsigned> digests{1, 2};
-  /// Whether the signer tells of all directories, in the older and in the newer form.
+  /// Whether the signer lists all directories, in the older and in the newer form.
   bool listsDirectories = true;
   bool listsDirectoryDigests = true;
   /// Hashes without a signer.
   bool isAdHoc = false;
   /// Whether there is a newer list of sealed files.
   bool sealsNewerForm = true;
-  /// What is sealed, in the bundle, and what is in it.
+  /// The sealed folder of the bundle, and files in it.
   std::string base = "Contents";
   std::string infoPlist = "Info.plist";
   std::string program = "MacOS/program";
 };
 
-/// Where things are in a program that was made.
 struct SignedProgramFile {
   Data bytes;
-  /// Of the last program: its code directories' hash by which it is named, and places in the bytes.
+  /// Of the last program: the hash that names it, and offsets in the bytes.
   Data directoryHash;
   std::size_t directoryOffset = 0;
   std::size_t cmsOffset = 0;
 };
 
-/// An executable of some pages of code. The parts may be null.
+/// An executable of some pages of code. The sealed parts may be null.
 SignedProgramFile signedProgram(const SigningChain& chain, const SigningOptions& options,
                                 const Data* infoPlist, const Data* resourceList);
 
-/// Writes the list of sealed files and the executable of the bundle at that path, which has its
-/// information file already. `code` are paths of signed code inside, with the hashes that name it.
+/// Writes the list of sealed files and the executable of a bundle that has its information file.
+/// `code` are paths of signed code inside, with the hashes that name it.
 SignedProgramFile signBundle(const std::string& bundle, const SigningChain& chain,
                              const SigningOptions& options = {},
                              const std::vector<std::pair<std::string, Data>>& code = {});
 
-/// Makes the folders of an application with some resources, unsigned.
+/// Makes an unsigned application with some resources.
 void makeApplication(const std::string& path, const Dictionary& info);
 
 }  // namespace qrt::test

@@ -10,16 +10,16 @@
 
 namespace qrt::test {
 
-/// Bytes that a CMS signature is about, beside its content.
+/// A signed statement beside the content of a CMS signature.
 struct SignedAttribute {
   /// Dotted numbers.
   std::string type;
-  /// DER of the whole value when `isEncoded`, else what goes into an octet string.
+  /// The DER of a sequence when `isEncoded`, else the contents of an octet string.
   Data value;
   bool isEncoded = false;
 };
 
-/// A root, an authority between, and a certificate that signs code. Each is made anew.
+/// A new root, an authority below it and a certificate that signs code.
 class SigningChain {
  public:
   struct Options {
@@ -29,9 +29,8 @@ class SigningChain {
     std::optional<std::string> team = std::nullopt;
     std::string purpose = "codeSigning";
     bool authorityMayIssue = true;
-    /// Whether the message holds the root, too.
+    /// Whether the message contains the root.
     bool includesRoot = true;
-    /// The certificates' time is over.
     bool isExpired = false;
     /// Marks the last certificate as a store's.
     bool isStores = false;

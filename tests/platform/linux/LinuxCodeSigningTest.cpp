@@ -3,13 +3,13 @@
 #include <gmock/gmock.h>
 
 #include "platform/linux/signing/CmsSignature.h"
+#include "platform/linux/signing/SealedResources.h"
 #include "support/BundleSigner.h"
 #include "support/PlantedFile.h"
 
 namespace qrt {
 namespace {
 
-using namespace code_signing_status;
 using test::SigningChain;
 using test::SigningOptions;
 
@@ -25,8 +25,8 @@ struct Application {
                        const SigningChain::Options& chainOptions = {.team = "TEAM"})
       : chain(chainOptions) {
     test::makeApplication(path, {});
-    // The older list knows no links.
-    if (!options.sealsNewerForm) unlink(contents("Resources/link").c_str());
+    // The older list cannot seal links.
+    if (!options.sealsNewerForm) alter("rm Resources/link");
     sign(options);
   }
 
@@ -45,8 +45,7 @@ struct Application {
   std::string contents(const std::string& name) const { return path + "/Contents/" + name; }
 
   void put(const std::string& name, const Data& bytes) const {
-    test::plant(scratch, "A.app/Contents/" + name,
-                {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    test::plant(scratch, "A.app/Contents/" + name, std::string(bytes.begin(), bytes.end()));
   }
 
   Data read(const std::string& name) const {
@@ -54,13 +53,8 @@ struct Application {
     return {text.begin(), text.end()};
   }
 
-  /// Runs a shell script among the contents.
+  /// Runs a shell script in the folder of the contents.
   void alter(const std::string& script) const { scratch.make("cd A.app/Contents; " + script); }
-
-  Outcome validity() const {
-    const auto code = LinuxCodeSigning().staticCode(path);
-    return code ? code->checkValidity() : Outcome(posixError(PosixCode::noEntry));
-  }
 
   test::ScratchFolder scratch;
   std::string path = scratch.path("A.app");
@@ -68,38 +62,66 @@ struct Application {
   test::SignedProgramFile program;
 };
 
-/// The code of the answer and the keys of its user information with the number of paths.
-std::string shown(const Outcome& outcome) {
+/// The status of the code at a path, with the keys of the error and the number of paths of each.
+std::string verdict(const std::string& path) {
+  const auto code = LinuxCodeSigning().staticCode(path);
+  if (!code) return "no code";
+  const auto outcome = code->checkValidity();
   std::string text = std::to_string(codeOf(outcome));
   if (!outcome) return text;
   for (const auto& [key, paths] : outcome->userInfo) {
-    text += " " + key + " " + std::to_string(paths.array()->size());
+    text +=
+        " " + key.substr(sizeof "SecCSResource" - 1) + " " + std::to_string(paths.array()->size());
   }
   return text;
 }
 
-TEST(LinuxCodeSigning, EveryFormOfSignatureIsValid) {
-  const SigningOptions forms[] = {
-      thin,
-      universal,
-      {.digests = {1}, .listsDirectories = false, .listsDirectoryDigests = false},
-      {.digests = {2, 1}, .listsDirectoryDigests = false},
-      {.digests = {1, 2, 4}, .listsDirectories = false},
-      {.programs = {{.is64 = true, .isBigEndian = true}, {}},
-       .digests = {3, 2},
-       .listsDirectoryDigests = false},
-      {.sealsNewerForm = false}};
-  for (const auto& form : forms) {
-    EXPECT_EQ(shown(Application(form).validity()), "0") << &form - forms;
+const std::string valid = "0", failed = "-67061", unsignedCode = "-67062", listFailed = "-67055";
+const std::string infoFailed = "-67030", altered = "-67054 Altered 1";
+const std::string added = "-67054 Added ", missing = "-67054 Missing ", noCode = "no code";
+
+TEST(LinuxCodeSigning, JudgesWhoMaySignInWhichForm) {
+  const SigningOptions unlisted{
+      .digests = {1, 2}, .listsDirectories = false, .listsDirectoryDigests = false};
+  const struct {
+    const char* name;
+    SigningOptions options;
+    SigningChain::Options chain;
+    std::string verdict;
+  } rows[] = {
+      {"several programs", universal, {.team = "TEAM"}, valid},
+      {"older digest, no lists",
+       {.digests = {1}, .listsDirectories = false, .listsDirectoryDigests = false},
+       {},
+       valid},
+      {"older list of directories", {.listsDirectoryDigests = false}, {}, valid},
+      {"newer list of directories", {.digests = {1, 2, 4}, .listsDirectories = false}, {}, valid},
+      {"cut digest, big-endian",
+       {.programs = {{.isBigEndian = true}, {}}, .digests = {3, 2}, .listsDirectoryDigests = false},
+       {},
+       valid},
+      {"older list of files", {.sealsNewerForm = false}, {}, valid},
+      {"a store, long ago", thin, {.team = "Store", .isExpired = true, .isStores = true}, valid},
+      {"another team", {.team = "OTHER"}, {.team = "TEAM"}, failed},
+      {"an unlisted directory", unlisted, {}, failed},
+      {"certificate for another purpose", {}, {.purpose = "clientAuth"}, failed},
+      {"certificate without a purpose", {}, {.purpose = ""}, failed},
+      {"issuer without the right to issue", {}, {.authorityMayIssue = false}, failed},
+      {"no root", {}, {.includesRoot = false}, failed},
+      {"no signer", {.isAdHoc = true}, {}, failed},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(verdict(Application(row.options, row.chain).path), row.verdict) << row.name;
   }
-  const Application bought(thin, {.team = "Store", .isExpired = true, .isStores = true});
-  EXPECT_EQ(shown(bought.validity()), "0");
 }
 
-TEST(LinuxCodeSigning, TellsWhoSignedWhat) {
+TEST(LinuxCodeSigning, AnswersAboutTheCodeThatWasThereAtFirst) {
   const Application application;
   const auto code = LinuxCodeSigning().staticCode(application.path + "/");
   ASSERT_TRUE(code);
+  const Application other(thin, {.leafName = "Another", .team = "TEAM"});
+  application.scratch.make("mv A.app old; cp -a " + other.path + " .");
+  EXPECT_EQ(code->checkValidity(), success);
   const auto information = code->signingInformation();
   ASSERT_TRUE(information);
   EXPECT_EQ(information->identifier, "com.example.app");
@@ -109,100 +131,75 @@ TEST(LinuxCodeSigning, TellsWhoSignedWhat) {
   EXPECT_THAT(names, testing::ElementsAre("Software Signing", "Authority", "Apple Root CA"));
   const auto& root = information->certificates.back().digest;
   EXPECT_EQ(Data(root.begin(), root.end()), application.chain.rootDigest());
-
-  // A program by itself, and what is none.
-  const auto helper = LinuxCodeSigning().staticCode(application.contents("MacOS/helper"));
-  ASSERT_TRUE(helper);
-  EXPECT_EQ(helper->checkValidity(), success);
-  EXPECT_EQ(codeOf(LinuxCodeSigning().staticCode("/etc/passwd")->checkValidity()), notSigned);
-  for (const auto* none : {"/", "/dev/null", "/nothing", ""}) {
-    EXPECT_EQ(LinuxCodeSigning().staticCode(none), nullptr) << none;
-  }
 }
 
-// Answers as `shown` tells them. What is no code to begin with has no entry.
-const std::string failed = "-67061", noSignature = "-67062", listFailed = "-67055";
-const std::string altered = "-67054 SecCSResourceAltered 1";
-const std::string added = "-67054 SecCSResourceAdded ";
-const std::string missing = "-67054 SecCSResourceMissing ";
-const std::string noCode = "2";
+TEST(LinuxCodeSigning, TakesAFileForAProgram) {
+  const Application application;
+  EXPECT_EQ(verdict(application.contents("MacOS/helper")), valid);
+  EXPECT_EQ(verdict("/etc/passwd"), unsignedCode);
+  for (const auto* path : {"/", "/dev/null", "/nothing", ""}) EXPECT_EQ(verdict(path), noCode);
+}
 
-TEST(LinuxCodeSigning, EveryChangedByteOfAProgramIsFound) {
-  using Program = test::SignedProgramFile;
+TEST(LinuxCodeSigning, FindsEachChangedByteOfAProgram) {
+  const Application application;
+  const auto& program = application.program;
   const struct {
     const char* name;
-    std::size_t (*place)(const Program&);
-    std::string answer;
-  } cases[] = {
-      {"first page", [](const Program&) { return std::size_t{9}; }, failed},
-      {"last page", [](const Program& p) { return p.directoryOffset - 100; }, failed},
-      {"code directory", [](const Program& p) { return p.directoryOffset + 100; }, failed},
-      {"directory's magic", [](const Program& p) { return p.directoryOffset; }, noSignature},
-      // The message begins with its certificates; the authority's and the root's lie in front.
-      {"certificate", [](const Program& p) { return p.cmsOffset + 300; }, failed},
-      {"another certificate", [](const Program& p) { return p.cmsOffset + 700; }, failed},
-      {"space after the signature", [](const Program& p) { return p.bytes.size() - 1; }, "0"},
+    std::size_t place;
+    std::string verdict;
+  } rows[] = {
+      {"first page", 9, failed},
+      {"last page", program.directoryOffset - 100, failed},
+      {"code directory", program.directoryOffset + 100, failed},
+      {"magic number of the directory", program.directoryOffset, unsignedCode},
+      // The message begins with its certificates.
+      {"certificate", program.cmsOffset + 300, failed},
+      {"second certificate", program.cmsOffset + 700, failed},
+      {"space after the signature", program.bytes.size() - 1, valid},
   };
-  for (const auto& c : cases) {
-    const Application application;
-    auto bytes = application.program.bytes;
-    bytes[c.place(application.program)] ^= 1;
+  for (const auto& row : rows) {
+    auto bytes = program.bytes;
+    bytes[row.place] ^= 1;
     application.put("MacOS/program", bytes);
-    EXPECT_EQ(shown(application.validity()), c.answer) << c.name;
+    EXPECT_EQ(verdict(application.path), row.verdict) << row.name;
   }
 }
 
-void expectAnswers(const std::vector<std::pair<std::string, std::string>>& alterations) {
-  for (const auto& [script, answer] : alterations) {
-    const Application application;
-    application.alter(script);
-    EXPECT_EQ(shown(application.validity()), answer) << script;
-  }
-}
-
-TEST(LinuxCodeSigning, EveryAlterationOfABundleIsFound) {
-  expectAnswers({
-      {"echo >> MacOS/program", noSignature},
-      {"truncate -s -1 MacOS/program", noSignature},
-      {"echo '<!-- -->' >> Info.plist", "-67030"},
+TEST(LinuxCodeSigning, FindsEachAlterationOfABundle) {
+  const Application original;
+  const std::pair<std::string, std::string> rows[] = {
+      {"echo >> MacOS/program", unsignedCode},
+      {"truncate -s -1 MacOS/program", unsignedCode},
+      {"echo '<!-- -->' >> Info.plist", infoFailed},
       {"echo '<!-- -->' >> _CodeSignature/CodeResources", listFailed},
       {"rm -r _CodeSignature CodeResources", listFailed},
       {"echo b > Resources/resource", altered},
       {"rm Resources/resource", missing + "1"},
-      {"rm -r Resources", missing + "2"},
-      // Tables of texts are optional.
-      {"rm -r Resources/en.lproj", "0"},
+      {"rm -r Resources/en.lproj", valid},
       {"echo b > Resources/en.lproj/text.strings", altered},
-      {"touch Resources/new", added + "1"},
       {"touch ../new", added + "1"},
       {"mkdir -p a/b/c; touch a/1 a/b/2 a/b/c/3", added + "3"},
       {"mkdir a; seq 1000 | sed s=^=a/= | xargs touch", added + "16"},
-      {"mv Resources/resource Resources/new", added + "1 SecCSResourceMissing 1"},
-      // What does not count.
-      {"touch .DS_Store Resources/.DS_Store PkgInfo ../.DS_Store", "0"},
-      {"mkdir -p a/b", "0"},
-      {"mkdir _MASReceipt; touch _MASReceipt/receipt", "0"},
-      // Links in the place of what was sealed.
+      {"mv Resources/resource Resources/new", added + "1 Missing 1"},
+      {"touch .DS_Store Resources/.DS_Store PkgInfo ../.DS_Store", valid},
+      {"mkdir -p a/b", valid},
+      {"mkdir _MASReceipt; touch _MASReceipt/receipt", valid},
+      // Links.
       {"ln -sfn /etc/passwd Resources/link", altered},
+      {"ln -sfn en.lproj Resources/link", altered},
       {"mv Resources/resource PkgInfo; ln -s ../PkgInfo Resources/resource", altered},
       {"rm Resources/link; echo a > Resources/link", altered},
       {"ln -s resource Resources/other", added + "1"},
-      {"mv Resources R; ln -s R Resources", added + "4 SecCSResourceMissing 2"},
+      {"mv Resources R; ln -s R Resources", added + "4 Missing 2"},
       {"mv MacOS/program PkgInfo; ln -s ../PkgInfo MacOS/program", noCode},
+      {"ln -s b a; ln -s a b; ln -s . c", added + "3"},
       // Code inside.
       {"printf x | dd of=MacOS/helper bs=1 seek=5000 conv=notrunc", altered},
+      {"cp PlugIns/Inner.app/Contents/MacOS/program MacOS/helper", altered},
       {"echo b > PlugIns/Inner.app/Contents/Resources/resource", altered},
       {"mv PlugIns/Inner.app ../..; ln -s ../../../Inner.app PlugIns/Inner.app", altered},
       {"rm -r PlugIns", missing + "1"},
-  });
-  const Application application;
-  const auto other = test::signedProgram(application.chain, thin, nullptr, nullptr);
-  application.put("MacOS/helper", other.bytes);
-  EXPECT_EQ(shown(application.validity()), altered) << "other code of the same signer";
-}
-
-TEST(LinuxCodeSigning, NothingIsWaitedForAndNothingGrows) {
-  expectAnswers({
+      // Nothing blocks, and nothing is read without a limit.
       {"rm Resources/resource; mkfifo Resources/resource", altered},
       {"rm -r _CodeSignature/* CodeResources; mkfifo _CodeSignature/CodeResources", listFailed},
       {"rm MacOS/program; mkfifo MacOS/program", noCode},
@@ -210,15 +207,19 @@ TEST(LinuxCodeSigning, NothingIsWaitedForAndNothingGrows) {
       {"rm MacOS/helper; mkfifo MacOS/helper", altered},
       {"rm Resources/resource; ln -s /dev/zero Resources/resource", altered},
       {"truncate -s 4T Resources/resource", altered},
-      {"truncate -s 4T MacOS/program", noSignature},
+      {"truncate -s 4T MacOS/program", unsignedCode},
       {"truncate -s 4T _CodeSignature/CodeResources", listFailed},
       {"truncate -s 4T Info.plist", noCode},
-      {"ln -s b a; ln -s a b; ln -s . c", added + "3"},
       {"for i in $(seq 300); do mkdir -p d; cd d; done", altered},
-  });
+  };
+  for (const auto& [script, expected] : rows) {
+    original.scratch.make("mkdir copy; cp -a A.app copy; cd copy/A.app/Contents; " + script);
+    EXPECT_EQ(verdict(original.scratch.path("copy/A.app")), expected) << script;
+    original.scratch.make("rm -r copy");
+  }
 }
 
-TEST(LinuxCodeSigning, FrameworksAreTheirCurrentVersion) {
+TEST(LinuxCodeSigning, TakesAFrameworksCurrentVersion) {
   const test::ScratchFolder scratch;
   const auto path = scratch.path("F.framework");
   test::makeApplication(scratch.path("application"), {});
@@ -229,37 +230,15 @@ TEST(LinuxCodeSigning, FrameworksAreTheirCurrentVersion) {
   test::signBundle(
       path, SigningChain(),
       {.base = "Versions/A", .infoPlist = "Resources/Info.plist", .program = "program"});
-  const auto validity = [&] { return shown(LinuxCodeSigning().staticCode(path)->checkValidity()); };
-  EXPECT_EQ(validity(), "0");
+  EXPECT_EQ(verdict(path), valid);
   scratch.make("cd F.framework; ln -s /etc Headers; touch new; mkdir Versions/B");
-  EXPECT_EQ(validity(), "-67054 SecCSResourceAdded 3");
+  EXPECT_EQ(verdict(path), added + "3");
   scratch.make(
       "cd F.framework; rm -r Headers new Versions/B; mv Versions/A ..; ln -s ../../A Versions");
-  EXPECT_EQ(LinuxCodeSigning().staticCode(path), nullptr);
+  EXPECT_EQ(verdict(path), noCode);
 }
 
-TEST(LinuxCodeSigning, SignaturesThatNobodyMayMake) {
-  const SigningOptions unlisted{
-      .digests = {1, 2}, .listsDirectories = false, .listsDirectoryDigests = false};
-  const struct {
-    const char* name;
-    SigningOptions options;
-    SigningChain::Options chain;
-  } cases[] = {
-      {"for another team", {.team = "OTHER"}, {.team = "TEAM"}},
-      {"directory that the signer does not know", unlisted, {}},
-      {"certificate for something else", {}, {.purpose = "clientAuth"}},
-      {"certificate for anything", {}, {.purpose = ""}},
-      {"authority that is none", {}, {.authorityMayIssue = false}},
-      {"no anchor", {}, {.includesRoot = false}},
-      {"no signer", {.isAdHoc = true}, {}},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(codeOf(Application(c.options, c.chain).validity()), signatureFailed) << c.name;
-  }
-}
-
-TEST(LinuxCodeSigning, ASignatureOfNothingIsNoneOfBytesThatAreNotThere) {
+TEST(LinuxCodeSigning, RefusesASignatureOverMissingBytes) {
   const SigningChain chain;
   const Data bytes{1};
   EXPECT_TRUE(verifiedCmsSigner(chain.sign(bytes, {}), bytes));
@@ -269,47 +248,74 @@ TEST(LinuxCodeSigning, ASignatureOfNothingIsNoneOfBytesThatAreNotThere) {
   EXPECT_FALSE(verifiedCmsSigner(chain.sign(nothing, {}), {}));
 }
 
-TEST(LinuxCodeSigning, ProgramsOfOneFileHaveOneSignerAndAnyIdentifiers) {
+TEST(LinuxCodeSigning, RefusesProgramsOfTwoSignersInOneFile) {
   const Application application(universal);
   const auto info = application.read("Info.plist");
   const auto list = application.read("_CodeSignature/CodeResources");
-  const auto whole = application.program.bytes;
   const auto last = static_cast<std::ptrdiff_t>(application.program.directoryOffset) - 5000;
-  const auto withLastOf = [&](const SigningChain& chain, const std::string& identifier) {
-    auto options = universal;
-    options.identifier = identifier;
-    const auto others = test::signedProgram(chain, options, &info, &list).bytes;
-    Data bytes(whole.begin(), whole.begin() + last);
-    bytes.insert(bytes.end(), others.begin() + last, others.end());
+  const auto withLastOf = [&](const SigningChain& chain, SigningOptions options) {
+    auto bytes = test::signedProgram(chain, options, &info, &list).bytes;
+    std::copy_n(application.program.bytes.begin(), last, bytes.begin());
     application.put("MacOS/program", bytes);
-    return shown(application.validity());
+    return verdict(application.path);
   };
-  EXPECT_EQ(withLastOf(application.chain, "com.example.app-55554944a5"), "0");
-  EXPECT_EQ(withLastOf(SigningChain({.team = "TEAM"}), universal.identifier), failed);
+  auto options = universal;
+  options.identifier = "com.example.app-55554944a5";
+  EXPECT_EQ(withLastOf(application.chain, options), valid);
+  EXPECT_EQ(withLastOf(SigningChain({.team = "TEAM"}), universal), failed);
 }
 
-TEST(LinuxCodeSigning, LinksThatLeadOutsideAreAlteredEvenWhenSealed) {
-  const std::pair<std::string, bool> targets[] = {{"../SharedSupport/./x", true},
-                                                  {"../../Contents", true},
-                                                  {"../../../x", false},
-                                                  {"/x", false},
-                                                  {"en.lproj/../../../../x", false}};
-  for (const auto& [target, isInside] : targets) {
+TEST(LinuxCodeSigning, RefusesSealedLinksThatLeaveTheBundle) {
+  const std::pair<std::string, std::string> rows[] = {{"../SharedSupport/./x", valid},
+                                                      {"../../Contents", valid},
+                                                      {"../../../x", altered},
+                                                      {"/x", altered},
+                                                      {"en.lproj/../x", altered}};
+  for (const auto& [target, expected] : rows) {
     Application application;
     application.alter("rm -r PlugIns; ln -sfn " + target + " Resources/link");
     application.sign(thin);
-    EXPECT_EQ(application.validity() == success, isInside) << target;
+    EXPECT_EQ(verdict(application.path), expected) << target;
   }
 }
 
-TEST(LinuxCodeSigning, BothAnswersAreAboutTheSameCode) {
-  Application application;
-  const auto code = LinuxCodeSigning().staticCode(application.path);
-  const Application other(thin, {.leafName = "Somebody else", .team = "TEAM"});
-  ASSERT_TRUE(test::run({"mv", application.path, application.path + ".old"}));
-  ASSERT_TRUE(test::run({"cp", "-a", other.path, application.path}));
-  EXPECT_EQ(code->checkValidity(), success);
-  EXPECT_EQ(code->signingInformation()->certificates.front().commonName, "Software Signing");
+TEST(ResourceList, OmitsWhatThePatternOfAHeavierRuleMatches) {
+  const std::string omitted = "omitted", sealed = "sealed", refused = "refused";
+  const struct {
+    /// As a list writes it: a backslash is doubled.
+    std::string pattern, path, answer, rule = "{omit=<*BY>;}";
+  } rows[] = {
+      {R"(^(.*/)?\\.DS_Store$)", "a/.DS_Store", omitted},
+      {R"(^(.*/)?\\.DS_Store$)", "a/x.DS_Store", sealed},
+      {"lproj", "a.lproj/b", omitted},
+      {"lproj", "a.lproj/b", omitted, "<*BN>"},
+      {"lproj", "a.lproj/b", sealed, "<*BY>"},
+      {"lproj", "a.lproj/b", sealed, "{omit=<*BY>;weight=<*R0.4>;}"},
+      {"^[^/]+$", "a\xFF\nb", omitted},
+      {"x|", "a", omitted},
+      {"", std::string(1024, 'a'), omitted},
+      {"", std::string(1025, 'a'), sealed},
+      {"(", "", refused},
+      {R"(a\\)", "", refused},
+      {R"((a)\\1)", "", refused},
+      {R"(a\\{2\\})", "a{2}", omitted},
+      {"a{2}", "", refused},
+      {R"(a\000b)", "", refused},
+      {std::string(256, 'a'), "b", sealed},
+      {std::string(257, 'a'), "", refused},
+      {std::string(16, '(') + "a" + std::string(16, ')'), "b", sealed},
+      {std::string(17, '(') + "a" + std::string(17, ')'), "", refused},
+      {"a++++", "b", sealed},
+      {"a+++++", "", refused},
+  };
+  for (const auto& [pattern, path, answer, rule] : rows) {
+    const auto text =
+        "{files2={};rules2={\"^\"={weight=<*R0.5>;};\"" + pattern + "\"=" + rule + ";};}";
+    const auto list = ResourceList::read(Data(text.begin(), text.end()));
+    SigningBudget budget, spent{.patterns = 0};
+    EXPECT_EQ(!list ? refused : list->allows(path, budget) ? omitted : sealed, answer) << pattern;
+    EXPECT_FALSE(list && list->allows(path, spent));
+  }
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "support/BundleSigner.h"
 
-#include <dirent.h>
-
 #include <algorithm>
 #include <map>
 #include <stdexcept>
@@ -16,8 +14,7 @@ constexpr std::size_t pageSize = 4096;
 constexpr std::size_t codeSize = 3 * pageSize + 100;
 constexpr std::size_t signatureSize = 4 * pageSize;
 
-/// To whole pages.
-constexpr std::size_t roundedUp(std::size_t size) {
+constexpr std::size_t inWholePages(std::size_t size) {
   return (size + pageSize - 1) / pageSize * pageSize;
 }
 
@@ -40,7 +37,13 @@ Data blob(std::uint32_t magic, const Data& contents) {
   return bytes;
 }
 
-/// Header, two commands and some code; the signature goes behind.
+Data shortDigest(unsigned kind, const Data& bytes) {
+  auto digest = testDigest(kind, bytes);
+  digest.resize(20);
+  return digest;
+}
+
+/// Header, two commands and some code; the signature follows.
 Data unsignedProgram(const ProgramForm& form) {
   Data bytes;
   const auto words = [&](std::initializer_list<std::uint64_t> numbers) {
@@ -57,7 +60,7 @@ Data unsignedProgram(const ProgramForm& form) {
   return bytes;
 }
 
-/// What goes into the slots of a signature that directories seal; null where there is nothing.
+/// What directories seal by its slot, from slot 1; null where the slot is empty.
 using Parts = std::vector<const Data*>;
 
 Data codeDirectory(unsigned kind, const Data& code, const SigningOptions& options,
@@ -80,7 +83,7 @@ Data codeDirectory(unsigned kind, const Data& code, const SigningOptions& option
   }
   Data fields;
   put(fields, {isNew ? 0x20400u : 0x20200u, 0, headerSize + names.size() + parts.size() * hashSize,
-               headerSize, parts.size(), roundedUp(code.size()) / pageSize, code.size()});
+               headerSize, parts.size(), inWholePages(code.size()) / pageSize, code.size()});
   put(fields, {hashSize, kind, 0, 12}, 1);
   put(fields, {0, 0, teamOffset});
   fields.resize(headerSize - 8);
@@ -89,33 +92,29 @@ Data codeDirectory(unsigned kind, const Data& code, const SigningOptions& option
   return blob(0xFADE0C02, fields);
 }
 
-Data cut(Data digest) {
-  digest.resize(20);
-  return digest;
-}
-
-/// What the signer says about all directories.
+/// The signer's lists of all directories.
 std::vector<SignedAttribute> attributesFor(const std::vector<Data>& directories,
                                            const SigningOptions& options) {
+  // The identifiers of SHA-1, SHA-256 and SHA-384.
+  static const std::map<unsigned, Data> types{{1, {6, 5, 0x2B, 0x0E, 3, 2, 0x1A}},
+                                              {2, {6, 9, 0x60, 0x86, 0x48, 1, 0x65, 3, 4, 2, 1}},
+                                              {4, {6, 9, 0x60, 0x86, 0x48, 1, 0x65, 3, 4, 2, 2}}};
   std::vector<SignedAttribute> attributes;
   Array list;
   for (std::size_t i = 0; i < directories.size(); ++i) {
-    list.emplace_back(cut(testDigest(options.digests[i], directories[i])));
-  }
-  if (options.listsDirectories) {
-    const auto xml = BoundedPropertyLists().xml(Dictionary{{"cdhashes", list}});
-    attributes.push_back({"1.2.840.113635.100.9.1", Data(xml->begin(), xml->end())});
-  }
-  for (std::size_t i = 0; options.listsDirectoryDigests && i < directories.size(); ++i) {
-    static const std::map<unsigned, Data> types{{1, {6, 5, 0x2B, 0x0E, 3, 2, 0x1A}},
-                                                {2, {6, 9, 0x60, 0x86, 0x48, 1, 0x65, 3, 4, 2, 1}},
-                                                {4, {6, 9, 0x60, 0x86, 0x48, 1, 0x65, 3, 4, 2, 2}}};
-    const auto hash = testDigest(options.digests[i], directories[i]);
-    Data pair = types.at(options.digests[i]);
+    const auto kind = options.digests[i];
+    list.emplace_back(shortDigest(kind, directories[i]));
+    if (!options.listsDirectoryDigests) continue;
+    const auto hash = testDigest(kind, directories[i]);
+    Data pair = types.at(kind);
     put(pair, {4, hash.size()}, 1);
     put(pair, hash);
     pair.insert(pair.begin(), {0x30, static_cast<std::uint8_t>(pair.size())});
     attributes.push_back({"1.2.840.113635.100.9.2", pair, true});
+  }
+  if (options.listsDirectories) {
+    const auto xml = BoundedPropertyLists().xml(Dictionary{{"cdhashes", list}});
+    attributes.push_back({"1.2.840.113635.100.9.1", Data(xml->begin(), xml->end())});
   }
   return attributes;
 }
@@ -127,13 +126,12 @@ SignedProgramFile thinProgram(const SigningChain& chain, const ProgramForm& form
   const auto requirements = blob(0xFADE0C01, {0, 0, 0, 0});
   const auto entitlements = blob(0xFADE7171, {'<', '/', '>'});
   const Parts parts{infoPlist, &requirements, resourceList, nullptr, &entitlements};
+  std::map<std::uint32_t, Data> blobs{{2, requirements}, {5, entitlements}};
   std::vector<Data> directories;
   for (const auto kind : options.digests) {
+    const auto slot = directories.empty() ? 0 : 0x1000 + directories.size() - 1;
     directories.push_back(codeDirectory(kind, result.bytes, options, parts));
-  }
-  std::map<std::uint32_t, Data> blobs{{2, requirements}, {5, entitlements}};
-  for (std::size_t i = 0; i < directories.size(); ++i) {
-    blobs[i == 0 ? 0 : 0x1000 + static_cast<std::uint32_t>(i - 1)] = directories[i];
+    blobs[static_cast<std::uint32_t>(slot)] = directories.back();
   }
   blobs[0x10000] = blob(
       0xFADE0B01,
@@ -153,11 +151,11 @@ SignedProgramFile thinProgram(const SigningChain& chain, const ProgramForm& form
   if (signature.size() > signatureSize) throw std::runtime_error("signature too large");
   signature.resize(signatureSize);
   put(result.bytes, signature);
-  result.directoryHash = cut(testDigest(options.digests[0], directories[0]));
+  result.directoryHash = shortDigest(options.digests[0], directories[0]);
   return result;
 }
 
-Data readAll(const std::string& path) {
+Data bytesOf(const std::string& path) {
   const auto contents = contentsOf(path);
   return {contents.begin(), contents.end()};
 }
@@ -166,27 +164,20 @@ void writeList(const std::string& path, const PropertyValue& value) {
   std::ofstream(path) << *BoundedPropertyLists().xml(value);
 }
 
-/// Seals everything in a folder below `base`, but what has its seal already or is nothing to seal.
-void sealFolder(const std::string& base, const std::string& path, Dictionary& seals) {
-  DIR* folder = opendir((base + path).c_str());
-  while (const auto* entry = folder ? readdir(folder) : nullptr) {
-    const std::string name = entry->d_name;
-    const auto entryPath = path + name;
-    if (name == "." || name == ".." || seals.contains(entryPath)) continue;
-    if (entry->d_type == DT_DIR) {
-      sealFolder(base, entryPath + "/", seals);
-    } else if (entry->d_type == DT_LNK) {
-      char target[256] = {};
-      const auto length = readlink((base + entryPath).c_str(), target, sizeof target - 1);
-      if (length > 0) seals.emplace(entryPath, Dictionary{{"symlink", target}});
-    } else {
-      const auto bytes = readAll(base + entryPath);
-      Dictionary seal{{"hash", testDigest(1, bytes)}, {"hash2", testDigest(2, bytes)}};
-      if (entryPath.find(".lproj/") != std::string::npos) seal.emplace("optional", true);
-      seals.emplace(entryPath, seal);
+/// Seals what a shell command finds in a folder, one path a line.
+void addSeals(const std::string& folder, const std::string& find, Dictionary& seals) {
+  std::istringstream paths(printed("cd '" + folder + "'; " + find));
+  for (std::string path; std::getline(paths, path);) {
+    char target[256] = {};
+    if (readlink((folder + "/" + path).c_str(), target, sizeof target - 1) > 0) {
+      seals.emplace(path, Dictionary{{"symlink", target}});
+      continue;
     }
+    const auto bytes = bytesOf(folder + "/" + path);
+    Dictionary seal{{"hash", testDigest(1, bytes)}, {"hash2", testDigest(2, bytes)}};
+    if (path.find(".lproj/") != std::string::npos) seal.emplace("optional", true);
+    seals.emplace(path, seal);
   }
-  if (folder) closedir(folder);
 }
 
 }  // namespace
@@ -198,17 +189,16 @@ SignedProgramFile signedProgram(const SigningChain& chain, const SigningOptions&
     programs.push_back(thinProgram(chain, form, options, infoPlist, resourceList));
   }
   if (programs.size() == 1) return programs.front();
-  Data table;
-  put(table, {0xCAFEBABE, programs.size()});
+  auto result = programs.back();
+  result.bytes.clear();
+  put(result.bytes, {0xCAFEBABE, programs.size()});
   auto offset = pageSize;
   for (const auto& program : programs) {
-    put(table, {7, 3, offset, program.bytes.size(), 12});
-    offset += roundedUp(program.bytes.size());
+    put(result.bytes, {7, 3, offset, program.bytes.size(), 12});
+    offset += inWholePages(program.bytes.size());
   }
-  auto result = programs.back();
-  result.bytes = table;
   for (const auto& program : programs) {
-    result.bytes.resize(roundedUp(result.bytes.size()));
+    result.bytes.resize(inWholePages(result.bytes.size()));
     result.directoryOffset = result.bytes.size() + program.directoryOffset;
     result.cmsOffset = result.bytes.size() + program.cmsOffset;
     put(result.bytes, program.bytes);
@@ -220,15 +210,15 @@ SignedProgramFile signBundle(const std::string& bundle, const SigningChain& chai
                              const SigningOptions& options,
                              const std::vector<std::pair<std::string, Data>>& code) {
   const auto contents = bundle + "/" + options.base;
-  const std::string noResources[] = {"_CodeSignature", "CodeResources", "Info.plist", "MacOS",
-                                     options.program};
+  std::string find =
+      "find . ! -type d ! -path './MacOS/program' ! -path ./program ! -path ./Info.plist"
+      " ! -path './_CodeSignature/*' ! -path ./CodeResources -printf '%P\\n'";
   Dictionary newer, older;
-  for (const auto& path : noResources) newer.emplace(path, Dictionary());
   for (const auto& [path, hash] : code) {
     newer.emplace(path, Dictionary{{"cdhash", hash}, {"requirement", "identifier x"}});
+    find += " | grep -v '^" + path + "'";
   }
-  sealFolder(contents + "/", "", newer);
-  for (const auto& path : noResources) newer.erase(path);
+  addSeals(contents, find, newer);
   for (const auto& [path, seal] : newer) {
     const auto hash = seal.dictionary()->find("hash");
     if (hash != seal.dictionary()->end()) older.emplace(path, hash->second);
@@ -247,8 +237,8 @@ SignedProgramFile signBundle(const std::string& bundle, const SigningChain& chai
   run({"mkdir", "-p", contents + "/_CodeSignature"});
   writeList(listPath, list);
   run({"ln", "-sf", "_CodeSignature/CodeResources", contents + "/CodeResources"});
-  const auto infoPlist = readAll(contents + "/" + options.infoPlist);
-  const auto resourceList = readAll(listPath);
+  const auto infoPlist = bytesOf(contents + "/" + options.infoPlist);
+  const auto resourceList = bytesOf(listPath);
   auto program = signedProgram(chain, options, &infoPlist, &resourceList);
   std::ofstream(contents + "/" + options.program)
       << std::string(program.bytes.begin(), program.bytes.end());

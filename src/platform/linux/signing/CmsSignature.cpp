@@ -30,23 +30,24 @@ void freeStackAndCertificates(STACK_OF(X509) * certificates) {
   sk_X509_pop_free(certificates, X509_free);
 }
 
-/// Several times what a chain is long.
+/// Several times the length of a chain.
 constexpr int mostCertificates = 32;
 constexpr std::size_t largestMessage = 1 << 20;
 
-/// What the certificates of a store have.
+/// An extension in the certificates of a store.
 constexpr const char* storeExtension = "1.2.840.113635.100.6.1.9";
 
 constexpr const char* directoryListAttribute = "1.2.840.113635.100.9.1";
 constexpr const char* directoryDigestAttribute = "1.2.840.113635.100.9.2";
 
-/// What one of OpenSSL's errors leaves behind must not be found by whoever comes next.
-class ErrorQueue {
+/// Removes the errors that OpenSSL queues meanwhile, so that no later caller takes them for its
+/// own.
+class ErrorScope {
  public:
-  ErrorQueue() { ERR_set_mark(); }
-  ErrorQueue(const ErrorQueue&) = delete;
-  ErrorQueue& operator=(const ErrorQueue&) = delete;
-  ~ErrorQueue() { ERR_pop_to_mark(); }
+  ErrorScope() { ERR_set_mark(); }
+  ErrorScope(const ErrorScope&) = delete;
+  ErrorScope& operator=(const ErrorScope&) = delete;
+  ~ErrorScope() { ERR_pop_to_mark(); }
 };
 
 Data bytesOf(const ASN1_STRING* text) {
@@ -75,19 +76,19 @@ std::optional<SigningCertificate> described(X509* certificate) {
 }
 
 bool maySignCode(X509* certificate) {
-  // Without the extension the answer is "everything", which no authority means for code.
+  // Without the extension all bits are set, but no authority issues such certificates for code.
   const auto purposes = X509_get_extended_key_usage(certificate);
   return purposes != std::numeric_limits<std::uint32_t>::max() && (purposes & XKU_CODE_SIGN) != 0;
 }
 
-/// Developers have their team as organizational unit.
+/// The organizational unit of a developer's certificate is the team.
 std::optional<std::string> teamOf(X509* certificate) {
   const Owned<ASN1_OBJECT, ASN1_OBJECT_free> ofStore(OBJ_txt2obj(storeExtension, 1));
   if (X509_get_ext_by_OBJ(certificate, ofStore.get(), -1) >= 0) return std::nullopt;
   return nameEntry(certificate, NID_organizationalUnitName);
 }
 
-/// The chain from `signer` over the message's certificates to one of them that is signed by itself.
+/// The chain from `signer` over the message's certificates to a self-signed one of them.
 std::vector<SigningCertificate> verifiedChain(X509* signer, STACK_OF(X509) * certificates) {
   const Owned<X509_STORE, X509_STORE_free> anchors(X509_STORE_new());
   const Owned<X509_STORE_CTX, X509_STORE_CTX_free> context(X509_STORE_CTX_new());
@@ -97,7 +98,7 @@ std::vector<SigningCertificate> verifiedChain(X509* signer, STACK_OF(X509) * cer
     const bool isAnchor = X509_self_signed(certificate, 1) == 1;
     if (isAnchor && X509_STORE_add_cert(anchors.get(), certificate) != 1) return {};
   }
-  // Authorities mark extensions of their own as critical, and older ones sign with SHA-1.
+  // Authorities mark their own extensions as critical, and older ones sign with SHA-1.
   X509_STORE_set_flags(anchors.get(), X509_V_FLAG_NO_CHECK_TIME | X509_V_FLAG_IGNORE_CRITICAL |
                                           X509_V_FLAG_CHECK_SS_SIGNATURE);
   if (X509_STORE_CTX_init(context.get(), anchors.get(), signer, certificates) != 1) return {};
@@ -127,8 +128,8 @@ std::optional<DigestKind> digestKind(const ASN1_OBJECT* algorithm) {
   }
 }
 
-/// An attribute's value is a pair of the hash's kind and the hash. Kinds that are not known stand
-/// for directories that are not known either.
+/// The value is a pair of a hash's kind and the hash. Returns false for any other value and for an
+/// unknown kind, whose directory would be unknown as well.
 bool addDirectoryDigest(const ASN1_TYPE* value, CmsSigner& signer) {
   if (ASN1_TYPE_get(value) != V_ASN1_SEQUENCE) return false;
   const auto* bytes = ASN1_STRING_get0_data(value->value.sequence);
@@ -145,23 +146,24 @@ bool addDirectoryDigest(const ASN1_TYPE* value, CmsSigner& signer) {
   return kind.has_value();
 }
 
-/// What the signer says about code directories. False when it is not in the form it should have.
+bool addDirectoryList(const ASN1_TYPE* value, CmsSigner& signer) {
+  if (ASN1_TYPE_get(value) != V_ASN1_OCTET_STRING || !signer.directoryList.empty()) return false;
+  signer.directoryList = bytesOf(value->value.octet_string);
+  return true;
+}
+
+/// Reads the signer's lists of code directories. Returns false when one is malformed.
 bool readAttributes(CMS_SignerInfo* info, CmsSigner& signer) {
   for (int i = 0; i < CMS_signed_get_attr_count(info); ++i) {
     auto* attribute = CMS_signed_get_attr(info, i);
     char name[64];
     OBJ_obj2txt(name, sizeof name, X509_ATTRIBUTE_get0_object(attribute), 1);
     const std::string_view type = name;
-    const bool isList = type == directoryListAttribute;
-    if (!isList && type != directoryDigestAttribute) continue;
-    for (int j = 0; j < X509_ATTRIBUTE_count(attribute); ++j) {
-      const auto* value = X509_ATTRIBUTE_get0_type(attribute, j);
-      if (!isList && !addDirectoryDigest(value, signer)) return false;
-      if (!isList) continue;
-      if (ASN1_TYPE_get(value) != V_ASN1_OCTET_STRING || !signer.directoryList.empty()) {
-        return false;
-      }
-      signer.directoryList = bytesOf(value->value.octet_string);
+    const auto add = type == directoryListAttribute     ? addDirectoryList
+                     : type == directoryDigestAttribute ? addDirectoryDigest
+                                                        : nullptr;
+    for (int j = 0; add && j < X509_ATTRIBUTE_count(attribute); ++j) {
+      if (!add(X509_ATTRIBUTE_get0_type(attribute, j), signer)) return false;
     }
   }
   return true;
@@ -182,7 +184,7 @@ Owned<CMS_ContentInfo, CMS_ContentInfo_free> parsed(Bytes message) {
 }  // namespace
 
 std::optional<CmsSigner> verifiedCmsSigner(Bytes message, Bytes content) {
-  const ErrorQueue errors;
+  const ErrorScope errors;
   const auto cms = parsed(message);
   if (!cms) return std::nullopt;
   auto* infos = CMS_get0_SignerInfos(cms.get());
@@ -192,9 +194,9 @@ std::optional<CmsSigner> verifiedCmsSigner(Bytes message, Bytes content) {
   }
   Owned<BIO, BIO_free_all> memory(
       BIO_new_mem_buf(content.data(), static_cast<int>(content.size())));
-  // CMS_verify makes a copy of plain memory, and loses it when it cannot go on.
+  // CMS_verify copies plain memory and leaks the copy on an error, so it gets a filter.
   const Owned<BIO, BIO_free_all> signedBytes(BIO_new(BIO_f_null()));
-  // Without memory behind it the filter would pass for signed bytes of which there are none.
+  // A filter without memory would read as an empty content.
   if (!memory || !signedBytes) return std::nullopt;
   BIO_push(signedBytes.get(), memory.release());
   const bool isIntact = CMS_verify(cms.get(), nullptr, nullptr, signedBytes.get(), nullptr,

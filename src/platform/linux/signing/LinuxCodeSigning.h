@@ -5,9 +5,9 @@
 
 namespace qrt {
 
-/// Reads bundles and executables of the home platform. Validity takes all programs of a universal
-/// executable and all code inside of a bundle. A signature that nobody's certificate stands behind
-/// is not valid here.
+/// Reads bundles and executables of the home platform. Code is valid when all programs of its
+/// executable and all code inside of its bundle are. A signature without a signer is not valid
+/// here.
 class LinuxCodeSigning final : public CodeSigning {
  public:
   std::unique_ptr<StaticCode> staticCode(const std::string& path) override;

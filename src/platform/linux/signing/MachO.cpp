@@ -7,87 +7,79 @@ namespace {
 
 constexpr std::uint32_t universalMagic = 0xCAFEBABE;
 constexpr std::uint32_t universalMagic64 = 0xCAFEBABF;
-/// More than there are processor types; files of another kind have the same magic number and a
-/// larger one here.
+/// More than there are processor types. Files of another kind have the same magic number and a
+/// larger number in this place.
 constexpr std::uint32_t mostPrograms = 16;
-
 constexpr std::uint32_t signatureCommand = 0x1D;
 
-struct ProgramKind {
-  std::uint32_t magic;
+struct Header {
   ByteOrder order;
-  std::uint64_t headerSize;
+  std::uint64_t size;
 };
 
-/// By the magic number as read in big-endian order.
-constexpr ProgramKind programKinds[] = {
-    {0xFEEDFACE, ByteOrder::big, 28},
-    {0xFEEDFACF, ByteOrder::big, 32},
-    {0xCEFAEDFE, ByteOrder::little, 28},
-    {0xCFFAEDFE, ByteOrder::little, 32},
-};
-
-const ProgramKind* kindOf(Bytes head) {
-  const auto magic = numberAt<std::uint32_t>(head, 0);
-  const auto* kind =
-      std::find_if(std::begin(programKinds), std::end(programKinds),
-                   [&](const ProgramKind& each) { return magic && each.magic == *magic; });
-  return kind == std::end(programKinds) ? nullptr : kind;
-}
-
-/// The record of one program in the table of a universal file.
-std::optional<FileRange> universalRecord(Bytes head, std::uint32_t index, bool is64) {
-  constexpr std::uint64_t tableStart = 8;
-  if (is64) {
-    const auto record = tableStart + index * std::uint64_t{32};
-    const auto offset = numberAt<std::uint64_t>(head, record + 8);
-    const auto size = numberAt<std::uint64_t>(head, record + 16);
-    if (!offset || !size) return std::nullopt;
-    return FileRange{*offset, *size};
+std::optional<Header> headerOf(Bytes program) {
+  switch (numberAt<std::uint32_t>(program, 0).value_or(0)) {
+    case 0xFEEDFACE:
+      return Header{ByteOrder::big, 28};
+    case 0xFEEDFACF:
+      return Header{ByteOrder::big, 32};
+    case 0xCEFAEDFE:
+      return Header{ByteOrder::little, 28};
+    case 0xCFFAEDFE:
+      return Header{ByteOrder::little, 32};
+    default:
+      return std::nullopt;
   }
-  const auto record = tableStart + index * std::uint64_t{20};
-  const auto offset = numberAt<std::uint32_t>(head, record + 8);
-  const auto size = numberAt<std::uint32_t>(head, record + 12);
-  if (!offset || !size) return std::nullopt;
-  return FileRange{*offset, *size};
 }
 
-bool areApart(std::vector<FileRange> ranges) {
+/// An entry in the table of a universal file. The magic number decides on the width of its numbers.
+FileRange universalEntry(Bytes head, std::uint32_t index, std::uint32_t magic) {
+  constexpr std::uint64_t tableStart = 8;
+  if (magic == universalMagic64) {
+    const auto entry = tableStart + index * std::uint64_t{32};
+    return {numberAt<std::uint64_t>(head, entry + 8).value_or(0),
+            numberAt<std::uint64_t>(head, entry + 16).value_or(0)};
+  }
+  const auto entry = tableStart + index * std::uint64_t{20};
+  return {numberAt<std::uint32_t>(head, entry + 8).value_or(0),
+          numberAt<std::uint32_t>(head, entry + 12).value_or(0)};
+}
+
+bool overlap(std::vector<FileRange> ranges) {
   std::sort(ranges.begin(), ranges.end(),
             [](const FileRange& a, const FileRange& b) { return a.offset < b.offset; });
   return std::adjacent_find(ranges.begin(), ranges.end(), [](const auto& a, const auto& b) {
            return b.offset - a.offset < a.size;
-         }) == ranges.end();
+         }) != ranges.end();
 }
 
 }  // namespace
 
 std::vector<FileRange> machOPrograms(Bytes head, std::uint64_t fileSize) {
-  if (kindOf(head)) return {{0, fileSize}};
+  if (headerOf(head)) return {{0, fileSize}};
   const auto magic = numberAt<std::uint32_t>(head, 0);
   const auto count = numberAt<std::uint32_t>(head, 4);
-  const bool is64 = magic == universalMagic64;
-  if (!count || *count > mostPrograms || !(is64 || magic == universalMagic)) return {};
+  const bool isUniversal = magic == universalMagic || magic == universalMagic64;
+  if (!isUniversal || !count || *count > mostPrograms) return {};
   std::vector<FileRange> programs;
   for (std::uint32_t i = 0; i < *count; ++i) {
-    const auto record = universalRecord(head, i, is64);
-    if (!record || !isWithin(fileSize, record->offset, record->size)) return {};
-    programs.push_back(*record);
+    programs.push_back(universalEntry(head, i, *magic));
+    if (!isWithin(fileSize, programs.back().offset, programs.back().size)) return {};
   }
-  return areApart(programs) ? programs : std::vector<FileRange>();
+  return overlap(programs) ? std::vector<FileRange>() : programs;
 }
 
 std::optional<FileRange> machOSignature(Bytes head, std::uint64_t programSize) {
-  const auto* kind = kindOf(head);
-  if (!kind) return std::nullopt;
+  const auto header = headerOf(head);
+  if (!header) return std::nullopt;
   const auto number = [&](std::uint64_t offset) {
-    return numberAt<std::uint32_t>(head, offset, kind->order);
+    return numberAt<std::uint32_t>(head, offset, header->order);
   };
   const auto count = number(16), commandsSize = number(20);
   if (!count || !commandsSize) return std::nullopt;
-  const auto end = kind->headerSize + *commandsSize;
+  const auto end = header->size + *commandsSize;
   std::optional<FileRange> signature;
-  auto command = kind->headerSize;
+  auto command = header->size;
   for (std::uint32_t i = 0; i < *count; ++i) {
     const auto type = number(command), size = number(command + 4);
     if (!size || *size < 8 || command + *size > end) return std::nullopt;

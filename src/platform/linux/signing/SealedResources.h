@@ -1,59 +1,79 @@
-// Compares the files of a bundle with what was sealed.
+// The list of a bundle's sealed files, and the comparison of the bundle with it.
 #pragma once
 
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <set>
+#include <optional>
 #include <string>
-#include <string_view>
+#include <vector>
 
 #include "base/Error.h"
-#include "platform/linux/signing/ResourceEnvelope.h"
-#include "platform/linux/signing/SignedBundle.h"
+#include "platform/linux/signing/SignedFiles.h"
 
 namespace qrt {
 
-struct SigningBudget;
+/// One object as it was when the bundle was signed.
+struct ResourceSeal {
+  /// Code has a signature of its own.
+  enum class Kind : std::uint8_t { file, link, code };
 
-/// One comparison. Folders are walked by their descriptors and no link is followed.
-class SealedResources {
+  Kind kind = Kind::file;
+  bool isOptional = false;
+  /// Of a file its digest; of code the short hash of a code directory.
+  DigestKind digestKind = DigestKind::sha1;
+  Data digest;
+  /// Of a link.
+  std::string target;
+};
+
+/// Paths in it are relative to the folder that contains the list's folder.
+class ResourceList {
  public:
-  /// Whether the code at a place of the bundle is intact and has a code directory of that hash.
-  using CodeCheck = std::function<bool(FileAt code, const Data& directoryHash)>;
+  /// None when the property list is not such a list, or has a seal or a rule that is not
+  /// understood. Reads the newer form where a list has both.
+  static std::optional<ResourceList> read(Bytes propertyList);
 
-  /// `bundlePath` is only for telling which files are meant. The others outlive the object.
-  SealedResources(const SignedBundle& bundle, std::string bundlePath,
-                  const ResourceEnvelope& envelope, SigningBudget& budget, CodeCheck codeCheck);
+  using Seals = std::map<std::string, ResourceSeal, std::less<>>;
+  /// By their paths.
+  const Seals& seals() const { return seals_; }
 
-  /// Success when every sealed object is there as it was, and nothing else but what the rules leave
-  /// out.
-  Outcome check();
+  /// Whether the rules allow an object without a seal.
+  bool allows(const std::string& path, SigningBudget& budget) const;
 
  private:
-  void checkAroundBase();
-  void checkBeside(Folder& folder, const std::string& path, std::string_view next);
-  void checkFolder(Folder& folder, const std::string& path, std::size_t depth);
-  void checkSealed(FileAt object, const std::string& path, std::uint32_t type,
-                   const ResourceSeal& seal);
-  void checkUnsealed(FileAt object, const std::string& path, std::uint32_t type, std::size_t depth);
-  void checkMissing();
+  struct Rule {
+    std::string pattern;
+    double weight = 1;
+    bool isOmitted = false;
+  };
 
-  bool isPartOfSignature(std::string_view path) const;
-  bool fileMatches(FileAt object, const ResourceSeal& seal);
-  bool linkMatches(FileAt object, const std::string& pathInBundle, const std::string& target);
-  std::string inBundle(const std::string& path) const;
-  void report(std::string_view key, const std::string& pathInBundle);
-  bool isKnownEnough() const;
+  bool addSeal(const std::string& path, const PropertyValue& value);
+  bool addRule(const std::string& pattern, const PropertyValue& value);
 
-  const SignedBundle& bundle_;
-  const std::string bundlePath_;
-  const ResourceEnvelope& envelope_;
-  SigningBudget& budget_;
-  const CodeCheck codeCheck_;
-  std::set<std::string, std::less<>> found_;
-  /// Paths by the keys of the error.
-  std::map<std::string_view, Array> defects_;
+  Seals seals_;
+  std::vector<Rule> rules_;
 };
+
+/// An open bundle. `base` is the folder whose contents are sealed: the bundle's own or one in it.
+struct SignedBundle {
+  /// Only for error messages.
+  std::string path;
+  Folder root;
+  Folder base;
+  /// From the root; empty when both are the same folder.
+  std::string basePath;
+  /// From the base.
+  std::string executablePath;
+  Data infoPlist;
+};
+
+/// Whether the code at a place in the bundle is intact and has a code directory of that hash.
+using CodeCheck = std::function<bool(FileAt code, const Data& directoryHash)>;
+
+/// Succeeds when every sealed object is as it was and the bundle has no others but those that the
+/// rules allow. The list is authentic: the signature seals it.
+Outcome checkSealedResources(const SignedBundle& bundle, const Data& resourceList,
+                             SigningBudget& budget, const CodeCheck& codeCheck);
 
 }  // namespace qrt
