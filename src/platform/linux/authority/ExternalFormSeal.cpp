@@ -1,9 +1,13 @@
 #include "platform/linux/authority/ExternalFormSeal.h"
 
 #include <fcntl.h>
-#include <sodium.h>
+#include <openssl/core_names.h>
+#include <openssl/crypto.h>
+#include <openssl/evp.h>
+#include <openssl/rand.h>
 
 #include <algorithm>
+#include <span>
 
 #include "platform/posix/ReadFile.h"
 
@@ -34,17 +38,27 @@ std::uint64_t get(const AuthorizationExternalForm& form, Field field) {
   return value;
 }
 
+using Bytes = std::span<const std::uint8_t>;
+
+/// Fills `hash` with a keyed hash of the text. Returns false when the library cannot compute it.
+bool computeHash(Bytes key, Bytes text, std::span<std::uint8_t> hash) {
+  auto size = hash.size();
+  const OSSL_PARAM parameters[] = {OSSL_PARAM_construct_size_t(OSSL_MAC_PARAM_SIZE, &size),
+                                   OSSL_PARAM_construct_end()};
+  return EVP_Q_mac(nullptr, OSSL_MAC_NAME_BLAKE2BMAC, nullptr, nullptr, parameters, key.data(),
+                   key.size(), text.data(), text.size(), hash.data(), hash.size(),
+                   nullptr) != nullptr;
+}
+
 /// Fills the second half with the keyed hash of the first.
-template <class Key>
-void authenticate(AuthorizationExternalForm& form, const Key& key) {
-  crypto_generichash(form.data() + sealedLength, form.size() - sealedLength, form.data(),
-                     sealedLength, key.data(), key.size());
+bool authenticate(AuthorizationExternalForm& form, Bytes key) {
+  const std::span bytes(form);
+  return computeHash(key, bytes.first(sealedLength), bytes.subspan(sealedLength));
 }
 
 }  // namespace
 
 std::optional<ExternalFormSeal::Key> ExternalFormSeal::loadOrMakeSecret() {
-  if (sodium_init() < 0) return std::nullopt;
   const auto lock = state_.lock();
   if (!lock) return std::nullopt;
   Key key;
@@ -54,7 +68,7 @@ std::optional<ExternalFormSeal::Key> ExternalFormSeal::loadOrMakeSecret() {
     return key;
   }
   if (!stored && stored.error() != PosixCode::noEntry) return std::nullopt;
-  randombytes_buf(key.data(), key.size());
+  if (RAND_priv_bytes(key.data(), static_cast<int>(key.size())) != 1) return std::nullopt;
   if (state_.replace(keyFile, key) != PosixCode::success) return std::nullopt;
   return key;
 }
@@ -65,9 +79,7 @@ std::optional<ExternalFormSeal::Key> ExternalFormSeal::mixKey() {
   const auto secret = loadOrMakeSecret();
   if (!boot || boot->empty() || !secret) return std::nullopt;
   Key mixed;
-  crypto_generichash(mixed.data(), mixed.size(), boot->data(), boot->size(), secret->data(),
-                     secret->size());
-  return mixed;
+  return computeHash(*secret, *boot, mixed) ? std::optional(mixed) : std::nullopt;
 }
 
 const ExternalFormSeal::Key* ExternalFormSeal::key() {
@@ -84,16 +96,15 @@ std::optional<AuthorizationExternalForm> ExternalFormSeal::seal(const PeerIdenti
   put(form, userField, identity.userID);
   put(form, processField, static_cast<std::uint32_t>(identity.processID));
   put(form, startField, identity.startTime & startTimeMask);
-  authenticate(form, *sealingKey);
-  return form;
+  return authenticate(form, *sealingKey) ? std::optional(form) : std::nullopt;
 }
 
 std::optional<PeerIdentity> ExternalFormSeal::open(const AuthorizationExternalForm& form) {
   const Key* sealingKey = key();
   if (!sealingKey || form[0] != formVersion) return std::nullopt;
   AuthorizationExternalForm genuine = form;
-  authenticate(genuine, *sealingKey);
-  if (sodium_memcmp(genuine.data(), form.data(), form.size()) != 0) return std::nullopt;
+  if (!authenticate(genuine, *sealingKey)) return std::nullopt;
+  if (CRYPTO_memcmp(genuine.data(), form.data(), form.size()) != 0) return std::nullopt;
   return PeerIdentity{static_cast<std::uint32_t>(get(form, userField)),
                       static_cast<std::int32_t>(get(form, processField)), get(form, startField)};
 }
