@@ -10,13 +10,13 @@
 #include <utility>
 #include <variant>
 
+#include "base/Printable.h"
 #include "client/cli/Examination.h"
 #include "client/cli/RightsChange.h"
 #include "client/cli/commandline/CommandLine.h"
 #include "client/cli/commandline/OperationView.h"
 #include "client/cli/generated/GeneratedText.h"
 #include "client/cli/output/Presenter.h"
-#include "client/cli/output/Printable.h"
 #include "client/cli/output/StartNotice.h"
 #include "client/cli/output/SystemMessages.h"
 #include "operations/NSProcessInfoQRTAdditions.h"

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <string_view>
 
+#include "base/Printable.h"
 #include "client/cli/output/AlignedText.h"
 #include "client/cli/output/Color.h"
-#include "client/cli/output/Printable.h"
 
 namespace qrt {
 namespace {

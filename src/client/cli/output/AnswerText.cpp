@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
+#include "base/Printable.h"
 #include "client/cli/output/Json.h"
-#include "client/cli/output/Printable.h"
 #include "client/cli/output/SizeText.h"
 
 namespace qrt {

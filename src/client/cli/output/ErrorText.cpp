@@ -4,7 +4,7 @@
 
 #include <string_view>
 
-#include "client/cli/output/Printable.h"
+#include "base/Printable.h"
 #include "client/cli/output/SystemMessages.h"
 
 namespace qrt {

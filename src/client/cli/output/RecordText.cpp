@@ -6,7 +6,7 @@
 #include <ctime>
 #include <string_view>
 
-#include "client/cli/output/Printable.h"
+#include "base/Printable.h"
 #include "client/cli/output/SizeText.h"
 
 namespace qrt {

@@ -5,12 +5,12 @@
 #include <utility>
 #include <variant>
 
+#include "base/Printable.h"
 #include "client/cli/output/AnswerText.h"
 #include "client/cli/output/Color.h"
 #include "client/cli/output/ErrorText.h"
 #include "client/cli/output/ExitStatus.h"
 #include "client/cli/output/Presenter.h"
-#include "client/cli/output/Printable.h"
 #include "client/cli/output/ProgressDisplay.h"
 #include "client/cli/output/RecordText.h"
 #include "platform/Terminal.h"
