@@ -1,4 +1,4 @@
-// The door to the operations on firmware, storage devices and other hardware.
+// The door to the operations on firmware, storage devices and the System Management Controller.
 #pragma once
 
 namespace qrt {
@@ -6,8 +6,8 @@ namespace qrt {
 class HandlerTable;
 struct Platform;
 
-/// Adds the handlers of "modify-nvram", "erase-diskblocks" and "write-smcvalue". All requests share
-/// one controller, which is made from `shared`. The platform outlives the table.
+/// Adds the handlers of this folder. `shared` makes the controller that all requests share; it
+/// outlives the table.
 void registerHardwareHandlers(HandlerTable& handlers, const Platform& shared);
 
 }  // namespace qrt

@@ -36,10 +36,10 @@ View<T> as(const PropertyValue& argument) {
 
 }  // namespace arguments
 
-/// The arguments of an operation with a fixed number of them, typed, e.g.
+/// The first arguments of an operation, typed, e.g.
 ///   const auto [path, isOn] = unpack<std::string, bool>(values);
-/// The pipeline has checked that they are as many, and of the kinds that the catalogue describes.
-/// Texts and data refer to `values`.
+/// The request pipeline has checked their number and their kinds against the catalogue. Texts and
+/// data refer to `values`.
 template <class... T>
 std::tuple<arguments::View<T>...> unpack(const Array& values) {
   return [&]<std::size_t... I>(std::index_sequence<I...>) {

@@ -21,10 +21,10 @@ struct Platform;
 using HandlerFunction = Outcome(const Platform& platform, const Array& arguments,
                                 FeedbackConnection* feedback);
 
-/// A handler function, or one together with what it shares between requests.
+/// A handler function, or a closure of one and of what its requests share.
 using Handler = std::function<HandlerFunction>;
 
-/// A row of the constant table that a subsystem has behind its door.
+/// A row of a subsystem's constant table.
 struct NamedHandler {
   const char* name;
   HandlerFunction* function;

@@ -63,7 +63,7 @@ int EntryPoint::enter(std::span<const char* const> arguments) const {
 }
 
 int EntryPoint::serve(QRTPrivilegedOperationSet& operationSet) const {
-  registerHandlers(operationSet);
+  registerHandlers(operationSet, platform);
   const auto missing = operationSet.codesWithoutHandler();
   for (const auto code : missing) {
     platform.log.fault("Privileged operation %llu has no implementation.", code);

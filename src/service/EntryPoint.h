@@ -17,9 +17,9 @@ struct EntryPoint {
   const Platform& platform;
   /// The program's own Info.plist.
   const Dictionary& infoDictionary;
-  /// Opens the doors of the subsystems; called when the service is about to start. It does not
-  /// start when an operation is left without a handler.
-  std::function<void(QRTPrivilegedOperationSet&)> registerHandlers;
+  /// Adds the handlers just before the service starts. It does not start when an operation is left
+  /// without a handler.
+  std::function<void(QRTPrivilegedOperationSet&, const Platform&)> registerHandlers;
   std::ostream& standardOutput;
   std::ostream& standardError;
 

@@ -1,16 +1,15 @@
 #include "software/SoftwareHandlers.h"
 
-#include "operations/HandlerTable.h"
-#include "software/InstallMediaOperation.h"
+#include "software/InstallMediaOperations.h"
 
 namespace qrt {
 
 void registerSoftwareHandlers(HandlerTable& handlers, QRTPrivilegedOperationSetVK2& operationSet) {
+  // Bound here because the set keeps the output connection of the last run.
   handlers.add("performOperationCreateInstallmediaWithArguments:feedbackConnection:",
-               [&operationSet](const Platform& platform, const Array& arguments,
-                               FeedbackConnection* feedback) {
-                 return performOperationCreateInstallmediaWithArguments(arguments, feedback,
-                                                                        platform, operationSet);
+               [&](const Platform& platform, const Array& arguments, FeedbackConnection* feedback) {
+                 return performOperationCreateInstallmediaWithArguments(operationSet, platform,
+                                                                        arguments, feedback);
                });
 }
 

@@ -6,7 +6,7 @@ namespace qrt {
 class HandlerTable;
 class QRTPrivilegedOperationSetVK2;
 
-/// Adds the handler of "create-installmedia". The set outlives the table.
+/// Adds the handlers of this folder. The set outlives the table.
 void registerSoftwareHandlers(HandlerTable& handlers, QRTPrivilegedOperationSetVK2& operationSet);
 
 }  // namespace qrt

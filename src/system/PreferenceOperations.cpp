@@ -1,5 +1,6 @@
 #include "system/PreferenceOperations.h"
 
+#include "operations/Arguments.h"
 #include "operations/PrivilegedOperationError.h"
 #include "operations/PropertyListArgument.h"
 #include "platform/Platform.h"
@@ -20,41 +21,31 @@ PreferenceSelector selectorFor(const std::string& text, std::string_view any,
   return {PreferenceSelector::Kind::named, text};
 }
 
-Outcome performOperationModifyPreferencesWithArguments(const Array& arguments,
-                                                       Preferences& preferences,
-                                                       PropertyLists& propertyLists) {
-  const auto& key = *arguments[0].string();
-  const auto& application = *arguments[1].string();
-  const auto& user = *arguments[2].string();
-  const auto& host = *arguments[3].string();
+}  // namespace
+
+Outcome performOperationModifyPreferencesWithArguments(const Platform& platform,
+                                                       const Array& arguments,
+                                                       FeedbackConnection*) {
+  const auto [key, application, user, host, text] =
+      unpack<std::string, std::string, std::string, std::string, std::string>(arguments);
   const bool isComplete = !key.empty() && !application.empty() && !user.empty() && !host.empty();
   if (!isComplete) return posixError(PosixCode::invalidArgument);
-  const auto value = valueFromText(propertyLists, *arguments[4].string());
+  const auto value = valueFromText(platform.propertyLists, text);
   if (!value) return value.error();
 
   PreferenceDomain domain;
   if (!isAnyApplication(application)) domain.application = application;
   domain.user = selectorFor(user, "kCFPreferencesAnyUser", "kCFPreferencesCurrentUser");
   domain.host = selectorFor(host, "kCFPreferencesAnyHost", "kCFPreferencesCurrentHost");
-  if (!preferences.setValue(domain, key, *value)) return preferenceSettingError();
+  if (!platform.preferences.setValue(domain, key, *value)) return preferenceSettingError();
   return success;
 }
-
-}  // namespace
 
 Error preferenceSettingError() {
   return privilegedOperationError(
       10, "A preference setting could not be updated successfully.",
       "The operating system was unable to change a preference setting. Please ensure to "
       "authenticate as administrator.");
-}
-
-void registerPreferenceHandlers(HandlerTable& handlers) {
-  handlers.add("performOperationModifyPreferencesWithArguments:",
-               [](const Platform& platform, const Array& arguments, FeedbackConnection*) {
-                 return performOperationModifyPreferencesWithArguments(
-                     arguments, platform.preferences, platform.propertyLists);
-               });
 }
 
 }  // namespace qrt

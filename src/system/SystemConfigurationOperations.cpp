@@ -1,5 +1,6 @@
 #include "system/SystemConfigurationOperations.h"
 
+#include "operations/Arguments.h"
 #include "operations/PrivilegedOperationError.h"
 #include "operations/PropertyListArgument.h"
 #include "platform/Log.h"
@@ -39,17 +40,17 @@ Error configurationError() {
       "The reason is unknown.");
 }
 
-Outcome performOperationModifySysconfWithArguments(const Array& arguments,
-                                                   SystemConfiguration& systemConfiguration,
-                                                   PropertyLists& propertyLists) {
-  const auto& clientName = *arguments[0].string();
-  const auto& identifier = *arguments[1].string();
-  const auto& key = *arguments[2].string();
+}  // namespace
+
+Outcome performOperationModifySysconfWithArguments(const Platform& platform, const Array& arguments,
+                                                   FeedbackConnection*) {
+  const auto [clientName, identifier, key, text] =
+      unpack<std::string, std::string, std::string, std::string>(arguments);
   if (clientName.empty() || key.empty()) return posixError(PosixCode::invalidArgument);
-  const auto value = valueFromText(propertyLists, *arguments[3].string());
+  const auto value = valueFromText(platform.propertyLists, text);
   if (!value) return value.error();
 
-  const auto configuration = systemConfiguration.open(clientName, identifier);
+  const auto configuration = platform.systemConfiguration.open(clientName, identifier);
   if (!configuration) return configurationError();
   const ConfigurationLock lock(*configuration);
   if (!lock.isHeld()) return posixError(PosixCode::busy);
@@ -59,49 +60,32 @@ Outcome performOperationModifySysconfWithArguments(const Array& arguments,
   return success;
 }
 
-Outcome performOperationEnableIpvsixWithArguments(const Array& arguments,
-                                                  SystemConfiguration& systemConfiguration,
-                                                  Log& log) {
+Outcome performOperationEnableIpvsixWithArguments(const Platform& platform, const Array& arguments,
+                                                  FeedbackConnection*) {
   if (arguments.size() < 3) return posixError(PosixCode::invalidArgument);
-  const auto& clientName = *arguments[0].string();
-  const auto& identifier = *arguments[1].string();
-  const bool isEnabled = arguments[2].number()->asBool();
+  const auto [clientName, identifier, isEnabled] =
+      unpack<std::string, std::string, bool>(arguments);
 
-  const auto configuration = systemConfiguration.open(clientName, {});
+  const auto configuration = platform.systemConfiguration.open(clientName, {});
   if (!configuration) return preferenceSettingError();
   const ConfigurationLock lock(*configuration);
   if (!lock.isHeld()) {
-    log.error("Network preferences locked by other application.");
+    platform.log.error("Network preferences locked by other application.");
     return posixError(PosixCode::busy);
   }
   const auto service = configuration->networkService(identifier);
   if (!service) {
-    log.error("Network service with identifier '%{public}@' doesn't exist.", identifier);
+    platform.log.error("Network service with identifier '%{public}@' doesn't exist.", identifier);
     return preferenceSettingError();
   }
   if (!service->supportsIPv6()) {
-    log.error("IPv6 protocol is not supported by selected network service.");
+    platform.log.error("IPv6 protocol is not supported by selected network service.");
     return preferenceSettingError();
   }
   if (!service->setIPv6Enabled(isEnabled) || !applyAndCommit(*configuration)) {
     return preferenceSettingError();
   }
   return success;
-}
-
-}  // namespace
-
-void registerSystemConfigurationHandlers(HandlerTable& handlers) {
-  handlers.add("performOperationModifySysconfWithArguments:",
-               [](const Platform& platform, const Array& arguments, FeedbackConnection*) {
-                 return performOperationModifySysconfWithArguments(
-                     arguments, platform.systemConfiguration, platform.propertyLists);
-               });
-  handlers.add("performOperationEnableIpvsixWithArguments:",
-               [](const Platform& platform, const Array& arguments, FeedbackConnection*) {
-                 return performOperationEnableIpvsixWithArguments(
-                     arguments, platform.systemConfiguration, platform.log);
-               });
 }
 
 }  // namespace qrt

@@ -1,13 +1,12 @@
-// The door of this folder: the operations that need neither files nor hardware.
+// The door to the operations on settings, processes and utilities of the system.
 #pragma once
-
-#include "operations/HandlerTable.h"
 
 namespace qrt {
 
+class HandlerTable;
 class QRTPrivilegedOperationSetVK2;
 
-/// Adds the handlers of settings, signals and utilities. The set outlives the table.
+/// Adds the handlers of this folder. The set outlives the table.
 void registerSystemHandlers(HandlerTable& handlers, QRTPrivilegedOperationSetVK2& operationSet);
 
 }  // namespace qrt

@@ -1,9 +1,11 @@
 #include "system/UtilityOperations.h"
 
+#include "operations/Arguments.h"
 #include "operations/PrivilegedOperationError.h"
 #include "platform/FileSystem.h"
 #include "platform/Platform.h"
 #include "system/TrustedExecution.h"
+#include "system/TrustedUtilities.h"
 
 namespace qrt {
 namespace {
@@ -22,16 +24,18 @@ Error componentMissing(const std::string& utilityName, const std::string& path) 
       path);
 }
 
-Outcome performOperationExecuteUtilityWithArguments(const Array& arguments,
-                                                    FeedbackConnection* feedbackConnection,
+}  // namespace
+
+Outcome performOperationExecuteUtilityWithArguments(QRTPrivilegedOperationSetVK2& operationSet,
+                                                    const TrustedUtilities& utilities,
                                                     const Platform& platform,
-                                                    QRTPrivilegedOperationSetVK2& operationSet,
-                                                    const TrustedUtilities& utilities) {
+                                                    const Array& arguments,
+                                                    FeedbackConnection* feedback) {
   if (arguments.size() < 2) return posixError(PosixCode::invalidArgument);
-  const auto& utilityName = *arguments[1].string();
+  const auto [applicationPath, utilityName] = unpack<std::string, std::string>(arguments);
   bool isExternal = false;
   bool needsSafePathEnvironment = false;
-  const auto path = utilities.trustedPathForApplicationPath(*arguments[0].string(), utilityName,
+  const auto path = utilities.trustedPathForApplicationPath(applicationPath, utilityName,
                                                             &isExternal, &needsSafePathEnvironment);
   if (!path) return posixError(PosixCode::invalidArgument);
   if (!isFile(platform.files, *path)) return componentMissing(utilityName, *path);
@@ -41,20 +45,7 @@ Outcome performOperationExecuteUtilityWithArguments(const Array& arguments,
     utilityArguments.push_back(*arguments[i].string());
   }
   return executeTrusted(platform, operationSet, !isExternal, *path, utilityArguments,
-                        needsSafePathEnvironment, feedbackConnection);
-}
-
-}  // namespace
-
-void registerUtilityHandlers(HandlerTable& handlers, QRTPrivilegedOperationSetVK2& operationSet,
-                             TrustedUtilities utilities) {
-  handlers.add("performOperationExecuteUtilityWithArguments:feedbackConnection:",
-               [&operationSet, utilities = std::move(utilities)](
-                   const Platform& platform, const Array& arguments,
-                   FeedbackConnection* feedbackConnection) {
-                 return performOperationExecuteUtilityWithArguments(
-                     arguments, feedbackConnection, platform, operationSet, utilities);
-               });
+                        needsSafePathEnvironment, feedback);
 }
 
 }  // namespace qrt

@@ -2,14 +2,18 @@
 #pragma once
 
 #include "operations/HandlerTable.h"
-#include "system/TrustedUtilities.h"
 
 namespace qrt {
 
 class QRTPrivilegedOperationSetVK2;
+class TrustedUtilities;
 
-/// Adds the handler of "execute-utility". The set outlives the table.
-void registerUtilityHandlers(HandlerTable& handlers, QRTPrivilegedOperationSetVK2& operationSet,
-                             TrustedUtilities utilities = TrustedUtilities());
+/// Path of the client's application, name of the utility, then the utility's arguments. The
+/// utility's output goes to `feedback`, which may be null.
+Outcome performOperationExecuteUtilityWithArguments(QRTPrivilegedOperationSetVK2& operationSet,
+                                                    const TrustedUtilities& utilities,
+                                                    const Platform& platform,
+                                                    const Array& arguments,
+                                                    FeedbackConnection* feedback);
 
 }  // namespace qrt

@@ -1,6 +1,7 @@
 #include "hardware/BlockErasure.h"
-#include "hardware/FirmwareOperations.h"
-#include "platform/posix/PosixBlockDevices.h"
+#include "hardware/HardwareOperations.h"
+#include "platform/BlockDevice.h"
+#include "platform/NativePlatform.h"
 #include "support/PlantedFile.h"
 
 namespace qrt {
@@ -8,40 +9,37 @@ namespace {
 
 constexpr std::size_t blockSize = 512;
 
-/// The POSIX error of the operation, 0 for success.
-std::int64_t erase(const std::string& name, PropertyValue blocks, const std::string& root = "") {
-  PosixBlockDevices devices(root);
-  return codeOf(performOperationEraseDiskblocksWithArguments({name, blocks}, devices));
-}
-
-TEST(EraseDiskblocks, NamesThatCannotBeOpenedAndWhatMustNotBeWaitedFor) {
+TEST(EraseDiskblocks, OpensOnlyNamesBelowTheDevicesAndWaitsForNothing) {
   test::ScratchFolder root;
   root.make(
       "mkdir -p dev/folder; printf 'untouched' > outside; touch dev/dots..; mkfifo dev/fifo; "
       "ln -s loop dev/loop");
+  const NativePlatform native(root.path() + "/");
+  const auto erase = [&](const std::string& name, PropertyValue blocks) {
+    return codeOf(
+        performOperationEraseDiskblocksWithArguments(native.facilities(), {name, blocks}, nullptr));
+  };
   const std::pair<std::string, int> cases[] = {{"folder", 21},     {"", 21},
                                                {"../outside", 22}, {"folder/../../outside", 22},
                                                {"..", 22},         {std::string("a\0b", 3), 2},
                                                {"loop", 62},       {"fifo", 6},
                                                {"//dots..", 0}};
   for (const auto& [name, code] : cases) {
-    EXPECT_EQ(erase(name, 1, root.path()), code) << name;
-    EXPECT_EQ(erase(name, 0, root.path()), 0) << name;
+    EXPECT_EQ(erase(name, 1), code) << name;
+    EXPECT_EQ(erase(name, 0), 0) << name;
   }
   EXPECT_EQ(test::contentsOf(root.path("outside")), "untouched");
   const int reader = open(root.path("dev/fifo").c_str(), O_RDONLY | O_NONBLOCK);
-  EXPECT_EQ(erase("fifo", 4, root.path()), 0);
-  EXPECT_EQ(erase("fifo", 100000, root.path()), 35);
+  EXPECT_EQ(erase("fifo", 4), 0);
+  EXPECT_EQ(erase("fifo", 100000), 35);
   close(reader);
 }
 
 /// A device that takes at most `piece` bytes at once, whole units only, and `capacity` in all.
 struct ModelDevice : BlockDevice {
-  std::size_t piece, capacity, written = 0, unit = 1;
+  std::size_t unit = 1, piece = 1 << 20, capacity = 8192 * blockSize, written = 0;
   PosixCode atEnd = PosixCode::success;
 
-  ModelDevice(std::size_t itsPiece, std::size_t blocks)
-      : piece(itsPiece), capacity(blocks * blockSize) {}
   std::size_t writeUnit() const override { return unit; }
   PosixResult<std::size_t> writeZeros(std::size_t count) override {
     if (count % unit != 0) return PosixCode::invalidArgument;
@@ -53,38 +51,34 @@ struct ModelDevice : BlockDevice {
   PosixCode synchronize() override { return atEnd; }
 };
 
-TEST(EraseBlocks, ErasesWholeUnitsOfTheDeviceOrNothing) {
+TEST(EraseBlocks, ErasesWholeUnitsUpToAFailure) {
+  using enum PosixCode;
   const struct {
-    std::size_t unit;
+    std::size_t unit, piece;
     std::uint64_t blocks, erased;
-    PosixCode code;
-  } cases[] = {{4096, 17, 0, PosixCode::invalidArgument},
-               {4096, 4000, 4000, PosixCode::success},
-               {1536, 2049, 2049, PosixCode::success},
-               {520, 64, 0, PosixCode::invalidArgument},
-               {520, 65, 65, PosixCode::success},
-               // The end of the device is met in the middle of a piece.
-               {4096, 8200, 8192, PosixCode::inputOutput}};
-  for (const auto& [unit, blocks, erased, code] : cases) {
-    ModelDevice device(1 << 20, 8192);
+    PosixCode code, atEnd = success;
+  } cases[] = {{4096, 1 << 20, 17, 0, invalidArgument},
+               {4096, 1 << 20, 4000, 4000, success},
+               {1536, 1 << 20, 2049, 2049, success},
+               {520, 1 << 20, 64, 0, invalidArgument},
+               {520, 1 << 20, 65, 65, success},
+               // The device ends in the middle of a piece.
+               {4096, 1 << 20, 8200, 8192, inputOutput},
+               {1, 512, 5000, 5000, success},
+               {1, 1536, 5000, 5000, success},
+               {1, 1536, 9000, 8192, inputOutput},
+               {1, 512, 1, 1, inputOutput, inputOutput}};
+  for (const auto& [unit, piece, blocks, erased, code, atEnd] : cases) {
+    ModelDevice device;
     device.unit = unit;
+    device.piece = piece;
+    device.atEnd = atEnd;
     EXPECT_EQ(eraseBlocks(device, blocks), code) << unit << " " << blocks;
     EXPECT_EQ(device.written, erased * blockSize) << unit << " " << blocks;
   }
-}
-
-TEST(EraseBlocks, GoOnAfterShortWritesAndTellFailures) {
-  for (const std::size_t piece : {512, 1536, 1 << 20}) {
-    ModelDevice device(piece, 8192);
-    EXPECT_EQ(eraseBlocks(device, 5000), PosixCode::success);
-    EXPECT_EQ(device.written, 5000 * blockSize);
-    EXPECT_EQ(eraseBlocks(device, 5000), PosixCode::inputOutput);
-    EXPECT_EQ(device.written, device.capacity);
-  }
-  ModelDevice odd(700, 16), unsafe(512, 1);
-  EXPECT_EQ(eraseBlocks(odd, 4), PosixCode::noSpace);
-  unsafe.atEnd = PosixCode::inputOutput;
-  EXPECT_EQ(eraseBlocks(unsafe, 1), PosixCode::inputOutput);
+  ModelDevice odd;
+  odd.piece = 700;
+  EXPECT_EQ(eraseBlocks(odd, 4), noSpace);
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ class EntryPointTest : public testing::Test {
   std::optional<std::uint64_t> forgotten_;
 
   int enter(std::vector<const char*> arguments = {}) {
-    const auto registerHandlers = [this](QRTPrivilegedOperationSet& set) {
+    const auto registerHandlers = [this](QRTPrivilegedOperationSet& set, const Platform&) {
       set.handlers() = HandlerTable();
       for (std::uint64_t code = 0; code <= 27; ++code) {
         if (code == forgotten_) continue;

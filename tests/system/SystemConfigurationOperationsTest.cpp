@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "platform/NativePlatform.h"
-#include "platform/Platform.h"
 #include "platform/SystemConfiguration.h"
 #include "support/PlatformDouble.h"
 #include "support/RecordingLog.h"
@@ -14,15 +13,17 @@ namespace {
 
 using Steps = std::vector<std::string>;
 
-/// Writes down each step that is asked of a configuration and fails at one of them.
-struct Recorder {
+/// A configuration that records each step and fails at one of them.
+struct Recorder : SystemConfiguration {
   std::string failing;
   Steps steps;
 
   bool take(const std::string& step) {
     steps.push_back(step);
-    return failing.empty() || !step.starts_with(failing);
+    return step != failing;
   }
+  std::unique_ptr<SystemConfigurationPreferences> open(const std::string& clientName,
+                                                       const std::string& identifier) override;
 };
 
 struct RecordingService : NetworkService {
@@ -54,98 +55,84 @@ struct RecordingSession : SystemConfigurationPreferences {
   bool commitChanges() override { return recorder.take("commit"); }
 };
 
-class SystemConfigurationOperations : public testing::Test, SystemConfiguration {
- protected:
-  SystemConfigurationOperations() { registerSystemConfigurationHandlers(handlers); }
-  std::unique_ptr<SystemConfigurationPreferences> open(const std::string& clientName,
-                                                       const std::string& identifier) override {
-    if (!recorder.take("open " + clientName + "/" + identifier)) return nullptr;
-    return std::make_unique<RecordingSession>(recorder);
-  }
-
-  Outcome modify(const Array& arguments) {
-    return (*handlers.find("performOperationModifySysconfWithArguments:"))(platform, arguments,
-                                                                           nullptr);
-  }
-  Outcome enable(const Array& arguments) {
-    return (*handlers.find("performOperationEnableIpvsixWithArguments:"))(platform, arguments,
-                                                                          nullptr);
-  }
-
-  /// The steps since the last call, all of which succeeded or the last of which failed.
-  void expectSteps(Steps steps) {
-    const auto count = steps.size();
-    if (count > 2) steps.push_back("unlock");
-    if (count > 1) steps.push_back("close");
-    EXPECT_EQ(std::exchange(recorder.steps, {}), steps);
-  }
-
-  const NativePlatform native;
-  test::RecordingLog log;
-  const Platform platform =
-      test::platformWith({.log = &log, .systemConfiguration = this}, native.facilities());
-  Recorder recorder;
-  HandlerTable handlers;
-};
-
-TEST_F(SystemConfigurationOperations, AValueIsAppliedBeforeItIsCommitted) {
-  EXPECT_FALSE(modify({"me", "", "key", "value"}));
-  expectSteps({"open me/", "lock", "set key=value", "apply", "commit"});
-  EXPECT_FALSE(modify({"me", "site", "key", ""}));
-  expectSteps({"open me/site", "lock", "remove key", "apply", "commit"});
-  for (const Array& bad : {Array{"", "", "key", "value"}, Array{"me", "", "", "value"}}) {
-    EXPECT_EQ(modify(bad), posixError(PosixCode::invalidArgument));
-  }
-  EXPECT_EQ(codeOf(modify({"me", "", "key", "( open"})), 22);
-  EXPECT_TRUE(recorder.steps.empty());
+std::unique_ptr<SystemConfigurationPreferences> Recorder::open(const std::string& clientName,
+                                                               const std::string& identifier) {
+  if (!take("open " + clientName + "/" + identifier)) return nullptr;
+  return std::make_unique<RecordingSession>(*this);
 }
 
-TEST_F(SystemConfigurationOperations, AFailedStepEndsTheChangeOfAValue) {
-  const auto unknownReason = Error{
+constexpr auto modify = performOperationModifySysconfWithArguments;
+constexpr auto enable = performOperationEnableIpvsixWithArguments;
+
+class SystemConfigurationOperations : public testing::Test {
+ protected:
+  const NativePlatform native;
+  test::RecordingLog log;
+  Recorder recorder;
+  const Platform platform =
+      test::platformWith({.log = &log, .systemConfiguration = &recorder}, native.facilities());
+};
+
+TEST_F(SystemConfigurationOperations, TakeTheirStepsInOrderAndStopAtAFailure) {
+  const Error unknownReason{
       "com.vantor.error.privileged-operation",
       11,
       {{"NSLocalizedDescription", "The system configuration could not be updated successfully."},
        {"NSLocalizedRecoverySuggestion",
         "The operating system was unable to change a preference setting in the system "
         "configuration. The reason is unknown."}}};
-  Steps steps;
-  for (const auto* failing : {"open me/", "lock", "set key=value", "apply", "commit"}) {
-    steps.push_back(recorder.failing = failing);
-    EXPECT_EQ(modify({"me", "", "key", "value"}),
-              recorder.failing == "lock" ? posixError(PosixCode::busy) : unknownReason);
-    expectSteps(steps);
+  const struct {
+    HandlerFunction* handler;
+    Array arguments;
+    Steps steps;
+    Error failure;
+  } cases[] = {{modify,
+                {"me", "site", "key", "value"},
+                {"open me/site", "lock", "set key=value", "apply", "commit"},
+                unknownReason},
+               {modify,
+                {"me", "", "key", ""},
+                {"open me/", "lock", "remove key", "apply", "commit"},
+                unknownReason},
+               {enable,
+                {"me", "eth0", 0},
+                {"open me/", "lock", "service eth0", "protocol", "disable", "apply", "commit"},
+                preferenceSettingError()},
+               {enable,
+                {"me", "eth1", 0.5},
+                {"open me/", "lock", "service eth1", "protocol", "enable", "apply", "commit"},
+                preferenceSettingError()}};
+  for (const auto& [handler, arguments, steps, failure] : cases) {
+    for (std::size_t last = 0; last <= steps.size(); ++last) {
+      const auto failing = last < steps.size() ? steps[last] : "";
+      recorder.steps.clear();
+      recorder.failing = failing;
+      EXPECT_EQ(handler(platform, arguments, nullptr), failing.empty() ? Outcome()
+                                                       : failing == "lock"
+                                                           ? posixError(PosixCode::busy)
+                                                           : failure);
+      Steps taken(steps.begin(),
+                  steps.begin() + static_cast<long>(std::min(last + 1, steps.size())));
+      if (last > 1) taken.push_back("unlock");
+      if (last > 0) taken.push_back("close");
+      EXPECT_EQ(recorder.steps, taken);
+    }
   }
+  const std::string locked = "Network preferences locked by other application.",
+                    protocol = "IPv6 protocol is not supported by selected network service.";
+  EXPECT_EQ(log.texts(),
+            (Steps{locked, "Network service with identifier 'eth0' doesn't exist.", protocol,
+                   locked, "Network service with identifier 'eth1' doesn't exist.", protocol}));
+  EXPECT_EQ(log.lines().back().level, LogLevel::error);
 }
 
-TEST_F(SystemConfigurationOperations, IPv6IsSwitchedAsTheNumberSays) {
-  const std::pair<Number, const char*> cases[] = {{0, "disable"}, {0.5, "enable"}};
-  for (const auto& [number, step] : cases) {
-    EXPECT_FALSE(enable({"me", "eth0", number}));
-    expectSteps({"open me/", "lock", "service eth0", "protocol", step, "apply", "commit"});
+TEST_F(SystemConfigurationOperations, RefuseIncompleteRequests) {
+  for (const Array& arguments : {Array{"", "", "key", "value"}, Array{"me", "", "", "value"},
+                                 Array{"me", "", "key", "( open"}}) {
+    EXPECT_EQ(codeOf(modify(platform, arguments, nullptr)), 22);
   }
-  EXPECT_EQ(enable({"me", "eth0"}), posixError(PosixCode::invalidArgument));
+  EXPECT_EQ(codeOf(enable(platform, {"me", "eth0"}, nullptr)), 22);
   EXPECT_TRUE(recorder.steps.empty());
-}
-
-TEST_F(SystemConfigurationOperations, AFailedStepEndsTheSwitchAndIsLogged) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"open me/", nullptr},
-      {"lock", "Network preferences locked by other application."},
-      {"service eth0", "Network service with identifier 'eth0' doesn't exist."},
-      {"protocol", "IPv6 protocol is not supported by selected network service."},
-      {"disable", nullptr},
-      {"apply", nullptr},
-      {"commit", nullptr}};
-  Steps steps;
-  std::vector<test::RecordingLog::Line> lines;
-  for (const auto& [failing, line] : cases) {
-    steps.push_back(recorder.failing = failing);
-    EXPECT_EQ(enable({"me", "eth0", 0}),
-              recorder.failing == "lock" ? posixError(PosixCode::busy) : preferenceSettingError());
-    expectSteps(steps);
-    if (line) lines.push_back({LogLevel::error, line});
-  }
-  EXPECT_EQ(log.lines(), lines);
 }
 
 }  // namespace

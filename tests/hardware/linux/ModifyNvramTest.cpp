@@ -1,7 +1,7 @@
 #include <sys/sysmacros.h>
 
-#include "hardware/FirmwareOperations.h"
-#include "platform/linux/settings/LinuxNvram.h"
+#include "hardware/HardwareOperations.h"
+#include "platform/NativePlatform.h"
 #include "support/PlantedFile.h"
 
 namespace qrt {
@@ -15,7 +15,7 @@ class ModifyNvram : public testing::Test {
     return folder + name + "-7c436110-ab2a-4bbb-a880-fe41995c9f82";
   }
   Outcome modify(const std::string& name, const std::string& text) {
-    return performOperationModifyNvramWithArguments({name, text}, nvram);
+    return performOperationModifyNvramWithArguments(native.facilities(), {name, text}, nullptr);
   }
   static Error refused(const char* code) {
     return Error{
@@ -30,27 +30,29 @@ class ModifyNvram : public testing::Test {
 
   static inline const std::string folder = "sys/firmware/efi/efivars/";
   test::ScratchFolder root;
-  LinuxNvram nvram{root.path()};
+  const NativePlatform native{root.path() + "/"};
 };
 
 TEST_F(ModifyNvram, ExistingVariablesKeepTypeAndAttributes) {
-  const auto check = [this](std::string before, std::string text,
-                            std::optional<std::string> after) {
+  const struct {
+    std::string before, text;
+    std::optional<std::string> after;
+  } cases[] = {{"\3\0\0\0ab"s, "%41%42%43", "\3\0\0\0%41%42%43"s},
+               {"\7\0\0\0a\n"s, "%41%42", "\7\0\0\0AB"s},
+               {"\x27\0\0\0\xFF"s, "abc", std::nullopt},
+               {"\7\0\0\0"s, "abc", std::nullopt},
+               {"\7\0\0\0caf\xC3\xA9"s, "bistro", "\7\0\0\0bistro"s},
+               {"\7\0\0\0\xC2\x85"s, "bistro", std::nullopt},
+               // A file that is no variable counts as a new one.
+               {"\3\0"s, "abc", "\7\0\0\0abc"s}};
+  for (const auto& [before, text, after] : cases) {
     const auto file = test::plant(root, fileOf("variable"), before);
     EXPECT_EQ(codeOf(modify("variable", text)), after ? 0 : 22) << text;
     EXPECT_EQ(test::contentsOf(file), after.value_or(before));
-  };
-  check("\3\0\0\0ab"s, "%41%42%43", "\3\0\0\0%41%42%43"s);
-  check("\7\0\0\0a\n"s, "%41%42", "\7\0\0\0AB"s);
-  check("\x27\0\0\0\xFF"s, "abc", std::nullopt);
-  check("\7\0\0\0"s, "abc", std::nullopt);
-  check("\7\0\0\0caf\xC3\xA9"s, "bistro", "\7\0\0\0bistro"s);
-  check("\7\0\0\0\xC2\x85"s, "bistro", std::nullopt);
-  // A file that no variable can have is like none.
-  check("\3\0"s, "abc", "\7\0\0\0abc"s);
+  }
 }
 
-TEST_F(ModifyNvram, WriteProtectionIsLiftedAndPutBack) {
+TEST_F(ModifyNvram, WriteProtectionIsLiftedAndRestored) {
   for (const auto* name : {"locked", "open"}) test::plant(root, fileOf(name), "\7\0\0\0old"s);
   if (!root.changeFlags(fileOf("locked"), "+i")) GTEST_SKIP() << "needs root and flags";
   for (const auto* name : {"locked", "open"}) {
@@ -61,26 +63,24 @@ TEST_F(ModifyNvram, WriteProtectionIsLiftedAndPutBack) {
   }
 }
 
-TEST_F(ModifyNvram, FailuresAreTold) {
+TEST_F(ModifyNvram, ReturnsTheReasonOfAFailure) {
   EXPECT_EQ(modify("", "x"), posixError(PosixCode::invalidArgument));
-  // No such memory.
-  EXPECT_EQ(modify("name", "x"), success);
+  EXPECT_EQ(modify("name", "x"), success) << "a computer without such memory";
   EXPECT_FALSE(test::exists(root.path("sys")));
 
-  test::plant(root, folder + "other");
-  EXPECT_EQ(modify("a/b", "x"), refused("-536870206"));
-  EXPECT_EQ(modify("a\0b"s, "x"), refused("-536870206"));
-  // An empty one would be removed.
   const auto kept = test::plant(root, fileOf("kept"), "\7\0\0\0old"s);
-  EXPECT_EQ(modify("kept", ""), refused("-536870206"));
-  EXPECT_EQ(test::contentsOf(kept), "\7\0\0\0old"s);
-  EXPECT_EQ(modify(std::string(300, 'n'), "x"), refused("-536870212"));
-  // A link is no variable and leads nowhere.
   const auto target = root.file("target", "untouched");
   root.link(fileOf("link"), target);
-  EXPECT_EQ(modify("link", "x"), refused("-536870212"));
+  const std::tuple<std::string, const char*, const char*> cases[] = {
+      {"a/b", "x", "-536870206"},
+      {"a\0b"s, "x", "-536870206"},
+      {"kept", "", "-536870206"},  // The system would remove a variable without contents.
+      {std::string(300, 'n'), "x", "-536870212"},
+      {"link", "x", "-536870212"}};
+  for (const auto& [name, text, code] : cases) EXPECT_EQ(modify(name, text), refused(code)) << name;
+  EXPECT_EQ(test::contentsOf(kept), "\7\0\0\0old"s);
   EXPECT_EQ(test::contentsOf(target), "untouched");
-  // Memory that is full.
+
   const auto full = root.path(fileOf("full"));
   const bool isMade = mknod(full.c_str(), S_IFCHR | 0600, makedev(1, 7)) == 0;
   if (!isMade || access(full.c_str(), W_OK) != 0) GTEST_SKIP() << "needs a device node";

@@ -1,11 +1,13 @@
-#include "hardware/FirmwareOperations.h"
+#include "hardware/HardwareOperations.h"
 
 #include "hardware/BlockErasure.h"
 #include "hardware/SharedSMCController.h"
 #include "operations/ArgumentConverters.h"
+#include "operations/Arguments.h"
 #include "operations/PrivilegedOperationError.h"
 #include "platform/BlockDevice.h"
 #include "platform/Nvram.h"
+#include "platform/Platform.h"
 
 namespace qrt {
 namespace {
@@ -37,11 +39,11 @@ std::optional<PropertyValue> valueForNewVariable(const std::string& text) {
 
 }  // namespace
 
-Outcome performOperationModifyNvramWithArguments(const Array& arguments, Nvram& nvram) {
-  const auto& name = *arguments[0].string();
-  const auto& text = *arguments[1].string();
+Outcome performOperationModifyNvramWithArguments(const Platform& platform, const Array& arguments,
+                                                 FeedbackConnection*) {
+  const auto [name, text] = unpack<std::string, std::string>(arguments);
   if (name.empty()) return posixError(PosixCode::invalidArgument);
-  const auto options = nvram.options();
+  const auto options = platform.nvram.options();
   if (!options) return nvramError(options.error());
   if (!*options) return success;
 
@@ -55,19 +57,21 @@ Outcome performOperationModifyNvramWithArguments(const Array& arguments, Nvram& 
   return success;
 }
 
-Outcome performOperationEraseDiskblocksWithArguments(const Array& arguments,
-                                                     BlockDevices& devices) {
+Outcome performOperationEraseDiskblocksWithArguments(const Platform& platform,
+                                                     const Array& arguments, FeedbackConnection*) {
   if (arguments.size() != 2) return posixError(PosixCode::invalidArgument);
-  const auto blockCount = arguments[1].number()->asUInt64();
+  const auto [name, blockCount] = unpack<std::string, std::uint64_t>(arguments);
   if (blockCount == 0) return success;
-  const auto device = devices.open(*arguments[0].string());
+  const auto device = platform.blockDevices.open(name);
   if (!device) return posixError(device.error());
   return posixOutcome(eraseBlocks(**device, blockCount));
 }
 
-Outcome performOperationWriteSmcvalueWithArguments(const Array& arguments,
-                                                   SharedSMCController& controllers, Log& log) {
+Outcome performOperationWriteSmcvalueWithArguments(SharedSMCController& controllers,
+                                                   const Platform& platform,
+                                                   const Array& arguments) {
   if (arguments.size() != 2) return posixError(PosixCode::invalidArgument);
+  const auto [key, bytes] = unpack<std::string, Data>(arguments);
   const auto* controller = controllers.controller();
   if (!controller) {
     return privilegedOperationError(
@@ -75,8 +79,7 @@ Outcome performOperationWriteSmcvalueWithArguments(const Array& arguments,
         "This is either not an Apple-branded computer or a technical problem occurred while trying "
         "to find the SMC.");
   }
-  const auto& bytes = *arguments[1].data();
-  if (!controller->writeRawBytes(bytes.data(), bytes.size(), *arguments[0].string(), log)) {
+  if (!controller->writeRawBytes(bytes.data(), bytes.size(), key, platform.log)) {
     return privilegedOperationError(
         21, "Write access to the System Management Controller failed.",
         "An unknown problem occurred while trying to update a value of the SMC.");

@@ -1,4 +1,4 @@
-#include "system/SystemSettings.h"
+#include "system/KernelOperations.h"
 
 #include "operations/Arguments.h"
 #include "platform/KernelSettings.h"
@@ -6,7 +6,6 @@
 #include "platform/ProcessTable.h"
 
 namespace qrt {
-namespace {
 
 Outcome performOperationModifyKernelsettingWithArguments(const Platform& platform,
                                                          const Array& arguments,
@@ -25,15 +24,5 @@ Outcome performOperationSignalProcessWithArguments(const Platform& platform, con
   if (process < 1) return posixError(PosixCode::invalidArgument);
   return posixOutcome(platform.processes.sendSignal(process, signal));
 }
-
-constexpr NamedHandler systemSettingHandlers[] = {
-    {"performOperationModifyKernelsettingWithArguments:",
-     performOperationModifyKernelsettingWithArguments},
-    {"performOperationSignalProcessWithArguments:", performOperationSignalProcessWithArguments},
-};
-
-}  // namespace
-
-void registerSystemSettingHandlers(HandlerTable& handlers) { handlers.add(systemSettingHandlers); }
 
 }  // namespace qrt

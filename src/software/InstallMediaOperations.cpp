@@ -1,5 +1,6 @@
-#include "software/InstallMediaOperation.h"
+#include "software/InstallMediaOperations.h"
 
+#include "operations/Arguments.h"
 #include "operations/NSProcessInfoQRTAdditions.h"
 #include "operations/PrivilegedOperationError.h"
 #include "platform/Platform.h"
@@ -36,12 +37,12 @@ bool isMountPoint(const std::string& path, Volumes& volumes) {
 
 }  // namespace
 
-Outcome performOperationCreateInstallmediaWithArguments(
-    const Array& arguments, FeedbackConnection* feedbackConnection, const Platform& platform,
-    QRTPrivilegedOperationSetVK2& operationSet) {
+Outcome performOperationCreateInstallmediaWithArguments(QRTPrivilegedOperationSetVK2& operationSet,
+                                                        const Platform& platform,
+                                                        const Array& arguments,
+                                                        FeedbackConnection* feedback) {
   if (arguments.size() != 2) return posixError(PosixCode::invalidArgument);
-  const auto& installer = *arguments[0].string();
-  const auto& volume = *arguments[1].string();
+  const auto [installer, volume] = unpack<std::string, std::string>(arguments);
   const auto validator = OSInstallAppValidator::initWithURL({"file", installer}, platform);
   if (!validator || !validator->isAuthentic()) return invalidInstaller(installer);
   if (!isMountPoint(volume, platform.volumes)) return invalidVolume(volume);
@@ -54,7 +55,7 @@ Outcome performOperationCreateInstallmediaWithArguments(
   constexpr bool isTrusted = true;
   constexpr bool safePathEnvironment = false;
   return executeTrusted(platform, operationSet, isTrusted, *validator->mediaUtilityPath(),
-                        toolArguments, safePathEnvironment, feedbackConnection);
+                        toolArguments, safePathEnvironment, feedback);
 }
 
 }  // namespace qrt
