@@ -1,17 +1,18 @@
 // Access control lists in their external form.
 #include <cstdlib>
 
-#include "platform/linux/files/LinuxAccessControl.h"
+#include "platform/AccessControl.h"
+#include "platform/linux/LinuxFacilities.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  qrt::LinuxAccessControl lists;
+  static const auto lists = qrt::makeAccessControl();
   // A copy of its own, so that a read behind its end is found.
-  const auto list = lists.internalized(qrt::Data(bytes, bytes + size));
+  const auto list = lists->internalized(qrt::Data(bytes, bytes + size));
   if (!list) return 0;
   // What was read can be told, and is then read the same way.
-  const auto told = lists.externalized(*list);
+  const auto told = lists->externalized(*list);
   if (!told) std::abort();
-  const auto again = lists.internalized(*told);
+  const auto again = lists->internalized(*told);
   if (!again || again->has_value() != list->has_value()) std::abort();
   return 0;
 }

@@ -1,4 +1,4 @@
-#include "platform/linux/LinuxProcessTable.h"
+#include "platform/ProcessTable.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -7,8 +7,10 @@
 #include <cerrno>
 #include <charconv>
 #include <memory>
+#include <string>
 
 #include "platform/FileDescriptor.h"
+#include "platform/linux/LinuxFacilities.h"
 #include "platform/linux/ProcessFiles.h"
 #include "platform/posix/NativeError.h"
 #include "platform/posix/ReadFile.h"
@@ -48,7 +50,19 @@ std::optional<ProcessRecord> recordOf(int processes, const char* name) {
   return ProcessRecord{*identifier, std::string(*command), *user, isZombieInStat(stat)};
 }
 
-}  // namespace
+/// Reads "/proc", which lists processes and not their threads. Processes that end meanwhile are
+/// left out.
+class LinuxProcessTable : public ProcessTable {
+ public:
+  explicit LinuxProcessTable(const std::string& root) : folder_(root + "/proc") {}
+
+  std::optional<std::vector<ProcessRecord>> processes() override;
+  std::size_t keptNameLength() const override { return 15; }
+  PosixCode sendSignal(std::int32_t process, std::int32_t signal) override;
+
+ private:
+  const std::string folder_;
+};
 
 std::optional<std::vector<ProcessRecord>> LinuxProcessTable::processes() {
   const std::unique_ptr<DIR, CloseFolder> folder(opendir(folder_.c_str()));
@@ -68,6 +82,12 @@ std::optional<std::vector<ProcessRecord>> LinuxProcessTable::processes() {
 
 PosixCode LinuxProcessTable::sendSignal(std::int32_t process, std::int32_t signal) {
   return codeFor(kill(process, signal));
+}
+
+}  // namespace
+
+std::unique_ptr<ProcessTable> makeProcessTable(const std::string& root) {
+  return std::make_unique<LinuxProcessTable>(root);
 }
 
 }  // namespace qrt

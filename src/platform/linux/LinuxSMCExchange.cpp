@@ -1,13 +1,16 @@
-#include "platform/linux/LinuxSMCExchange.h"
+#include "platform/SMCExchange.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
+#include <mutex>
+#include <string>
 #include <string_view>
 
 #include "platform/FileDescriptor.h"
+#include "platform/linux/LinuxFacilities.h"
 #include "platform/posix/NativeError.h"
 #include "platform/posix/ReadFile.h"
 
@@ -160,7 +163,23 @@ KernelReturn readKey(const KeyFiles& files, const SMCParameterRecord& input,
   return KernelReturn::noError;
 }
 
-}  // namespace
+/// The driver shows one key at a time: its place in the controller's list is written to one file,
+/// and the others tell name, type, size and data of the key there. It has no way to set a key, so
+/// writes are `notPrivileged`.
+///
+/// The place belongs to everybody. Exchanges of this object take turns; that another program moved
+/// the place is seen by the name, and the exchange begins anew (a few times, then it is `busy`).
+class LinuxSMCExchange final : public SMCExchange {
+ public:
+  explicit LinuxSMCExchange(const std::string& root)
+      : folder_(root + "/sys/devices/platform/applesmc.768") {}
+
+  KernelReturn callSMC(const SMCParameterRecord& input, SMCParameterRecord& output) override;
+
+ private:
+  const std::string folder_;
+  std::mutex mutex_;
+};
 
 KernelReturn LinuxSMCExchange::callSMC(const SMCParameterRecord& input,
                                        SMCParameterRecord& output) {
@@ -180,6 +199,12 @@ KernelReturn LinuxSMCExchange::callSMC(const SMCParameterRecord& input,
     default:
       return KernelReturn::badArgument;
   }
+}
+
+}  // namespace
+
+std::unique_ptr<SMCExchange> makeSMCExchange(const std::string& root) {
+  return std::make_unique<LinuxSMCExchange>(root);
 }
 
 }  // namespace qrt

@@ -1,6 +1,7 @@
-#include "platform/linux/LinuxSMCExchange.h"
+#include "platform/SMCExchange.h"
 
 #include "hardware/SMCCode.h"
+#include "platform/linux/LinuxFacilities.h"
 #include "support/PlantedFile.h"
 
 namespace qrt {
@@ -33,7 +34,7 @@ class SMCOnLinux : public testing::Test {
     input.key = key;
     input.index = 2;
     answer = {};
-    const auto code = exchange.callSMC(input, answer);
+    const auto code = exchange->callSMC(input, answer);
     return {code, answer.result};
   }
 
@@ -41,7 +42,7 @@ class SMCOnLinux : public testing::Test {
   const Answer notFound{KernelReturn::noError, smc_result::keyNotFound};
   const std::string folder = "sys/devices/platform/applesmc.768";
   const test::ScratchFolder root;
-  LinuxSMCExchange exchange{root.path()};
+  const std::unique_ptr<SMCExchange> exchange = makeSMCExchange(root.path());
   SMCParameterRecord answer;
 };
 

@@ -1,10 +1,11 @@
-#include "platform/linux/LinuxLog.h"
+#include "platform/Log.h"
 
 #include <gmock/gmock.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
 #include "platform/FileDescriptor.h"
+#include "platform/linux/LinuxFacilities.h"
 #include "support/Mounts.h"
 
 namespace qrt {
@@ -14,29 +15,30 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
+constexpr std::size_t maximumBytes = 4096;
+
 /// On a system without a journal.
 class LinuxLogTest : public testing::Test {
  protected:
   /// What a line of information is on standard error.
   std::string shown(const std::string& line) {
     testing::internal::CaptureStderr();
-    log.write(LogLevel::info, line, {});
+    log->write(LogLevel::info, line, {});
     return testing::internal::GetCapturedStderr();
   }
 
   const test::ScratchFolder root;
-  LinuxLog log{root.path(), LinuxLog::StandardError::use};
+  const std::unique_ptr<Log> log = makeLog(root.path(), WithoutJournal::standardError);
 };
 
 TEST_F(LinuxLogTest, LevelsArePrioritiesOnStandardError) {
-  LinuxLog silent(root.path(), LinuxLog::StandardError::avoid);
   testing::internal::CaptureStderr();
-  silent.fault("Not seen.");
-  log.open("com.example", "standard");
-  log.standard("Started %llu.", 7u);
-  log.info("Public '%{public}@', private '%@'.", "a", "b");
-  log.error("Failed.");
-  log.fault("Broken.");
+  makeLog(root.path(), WithoutJournal::nowhere)->fault("Not seen.");
+  log->open("com.example", "standard");
+  log->standard("Started %llu.", 7u);
+  log->info("Public '%{public}@', private '%@'.", "a", "b");
+  log->error("Failed.");
+  log->fault("Broken.");
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "<5>Started 7.\n<6>Public 'a', private '<private>'.\n<3>Failed.\n<2>Broken.\n");
 }
@@ -57,10 +59,10 @@ TEST_F(LinuxLogTest, NothingThatIsLoggedCanForgeALineOrSteerATerminal) {
 TEST_F(LinuxLogTest, LongLinesAreCutBetweenCharacters) {
   for (const std::string piece : {"x", "\u00f6", "\x01"}) {
     std::string line;
-    while (line.size() < 3 * LinuxLog::maximumBytes) line += piece;
+    while (line.size() < 3 * maximumBytes) line += piece;
     const auto written = shown(line);
-    EXPECT_LE(written.size(), LinuxLog::maximumBytes);
-    EXPECT_GT(written.size(), LinuxLog::maximumBytes - 5);
+    EXPECT_LE(written.size(), maximumBytes);
+    EXPECT_GT(written.size(), maximumBytes - 5);
     const auto last = piece == "\x01" ? std::string("\\x01") : piece;
     EXPECT_EQ((written.size() - 4) % last.size(), 0u);
     EXPECT_TRUE(written.ends_with(last + "\n"));
@@ -89,10 +91,10 @@ class JournalTest : public testing::Test {
 };
 
 TEST_F(JournalTest, TakesFields) {
-  LinuxLog log("/", LinuxLog::StandardError::use);
-  log.error("Early.");
-  log.open("com.example", "standard");
-  log.fault("Broken\nPRIORITY=7 %{public}@", std::string(1 << 20, 'x'));
+  const auto log = makeLog("/", WithoutJournal::nowhere);
+  log->error("Early.");
+  log->open("com.example", "standard");
+  log->fault("Broken\nPRIORITY=7 %{public}@", std::string(1 << 20, 'x'));
   const auto early = received(), later = received();
   EXPECT_THAT(early, AllOf(HasSubstr("\nMESSAGE=Early.\n"), HasSubstr("\nPRIORITY=3\n")));
   EXPECT_THAT(early, Not(HasSubstr("SUBSYSTEM")));
@@ -100,10 +102,10 @@ TEST_F(JournalTest, TakesFields) {
                             "SUBSYSTEM=com.example\n", "CATEGORY=standard\n"}) {
     EXPECT_THAT(later, HasSubstr(std::string("\n") + field));
   }
-  EXPECT_LT(later.size(), LinuxLog::maximumBytes + 200);
+  EXPECT_LT(later.size(), maximumBytes + 200);
 
   Caller caller{.userID = 1000, .processID = 42, .executable = "/bin/a\nb"};
-  log.write(LogLevel::info, "Line.", {&caller, "touch-fileobject"});
+  log->write(LogLevel::info, "Line.", {&caller, "touch-fileobject"});
   EXPECT_THAT(received(), AllOf(HasSubstr("\nMESSAGE=Line.\n"), HasSubstr("\nOBJECT_PID=42\n"),
                                 HasSubstr("\nQRT_CLIENT_UID=1000\n"),
                                 HasSubstr("\nQRT_CLIENT_EXE=/bin/a\\x0ab\n"),

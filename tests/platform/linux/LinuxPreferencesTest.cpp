@@ -1,4 +1,4 @@
-#include "platform/linux/settings/LinuxPreferences.h"
+#include "platform/Preferences.h"
 
 #include <pwd.h>
 #include <sched.h>
@@ -6,6 +6,7 @@
 
 #include <future>
 
+#include "platform/linux/LinuxFacilities.h"
 #include "support/PlantedFile.h"
 #include "support/PropertyListText.h"
 
@@ -52,7 +53,7 @@ class LinuxPreferencesTest : public testing::Test {
   PropertyValue read(const std::string& path) { return test::parsed(contentsOf(path)).value(); }
 
   bool set(const std::string& key, const std::optional<PropertyValue>& value) {
-    return preferences.setValue({"app", nobody, {any}}, key, value);
+    return preferences->setValue({"app", nobody, {any}}, key, value);
   }
 
   const PreferenceSelector nobody{Kind::named, "nobody"};
@@ -61,7 +62,7 @@ class LinuxPreferencesTest : public testing::Test {
   std::string home, defaults;
   const test::ScratchFolder root;
   BoundedPropertyLists lists;
-  LinuxPreferences preferences{root.path(), lists};
+  const std::unique_ptr<Preferences> preferences = makePreferences(root.path(), lists);
 };
 
 TEST_F(LinuxPreferencesTest, TheDomainNamesTheFileAndItsOwner) {
@@ -85,7 +86,7 @@ TEST_F(LinuxPreferencesTest, TheDomainNamesTheFileAndItsOwner) {
   };
   const auto mask = umask(0077);
   for (const auto& c : cases) {
-    ASSERT_TRUE(preferences.setValue(c.domain, "key", c.file)) << c.file;
+    ASSERT_TRUE(preferences->setValue(c.domain, "key", c.file)) << c.file;
     EXPECT_EQ(read(c.file), (Dictionary{{"key", c.file}}));
   }
   umask(mask);
@@ -107,11 +108,12 @@ TEST_F(LinuxPreferencesTest, WhatCannotBePartOfANameHasNoSettings) {
     for (const PreferenceDomain& domain :
          {PreferenceDomain{text, nobody, {any}}, PreferenceDomain{"app", nobody, named},
           PreferenceDomain{"app", named, {any}}}) {
-      EXPECT_FALSE(preferences.setValue(domain, "key", "value")) << text;
+      EXPECT_FALSE(preferences->setValue(domain, "key", "value")) << text;
     }
   }
-  EXPECT_FALSE(preferences.setValue({"app", {Kind::named, "no such user"}, {any}}, "key", "value"));
-  EXPECT_FALSE(preferences.setValue({std::string(256, 'a'), nobody, {any}}, "key", "value"));
+  EXPECT_FALSE(
+      preferences->setValue({"app", {Kind::named, "no such user"}, {any}}, "key", "value"));
+  EXPECT_FALSE(preferences->setValue({std::string(256, 'a'), nobody, {any}}, "key", "value"));
   EXPECT_FALSE(set("\x01", "value")) << "no file could hold that key";
   EXPECT_FALSE(test::exists(defaults + "/app.plist"));
 }
@@ -226,10 +228,10 @@ TEST_F(LinuxPreferencesTest, TheToolOfThoseDefaultsSeesThemAsItsUser) {
   if (!isPlanted) GTEST_SKIP() << "needs the right to mount";
   ASSERT_EQ(chown(home.c_str(), 47110, 47110), 0);
 
-  LinuxPreferences system{"/", lists};
+  const auto system = makePreferences("/", lists);
   const PreferenceSelector townsman{Kind::named, "qrttest"};
   const auto modify = [&](const std::string& key, std::optional<PropertyValue> value) {
-    return system.setValue({"Town", townsman, {any}}, key, value);
+    return system->setValue({"Town", townsman, {any}}, key, value);
   };
   const std::string tool = "setpriv --reuid 47110 --regid 47110 --clear-groups defaults ";
   EXPECT_TRUE(modify("streets", Array{"Main St", Dictionary{{"length", 12}}}));
@@ -243,8 +245,8 @@ TEST_F(LinuxPreferencesTest, TheToolOfThoseDefaultsSeesThemAsItsUser) {
   EXPECT_EQ(test::printed(tool + "read Town mayor 2>/dev/null"), "");
 
   // Settings of every application: the tool's name for any user's is that of its configuration.
-  EXPECT_TRUE(system.setValue({std::nullopt, townsman, {any}}, "own", "1"));
-  EXPECT_TRUE(system.setValue({std::nullopt, {any}, {any}}, "common", "2"));
+  EXPECT_TRUE(system->setValue({std::nullopt, townsman, {any}}, "own", "1"));
+  EXPECT_TRUE(system->setValue({std::nullopt, {any}, {any}}, "common", "2"));
   EXPECT_EQ(test::printed(tool + "read NSGlobalDomain own; " + tool + "read GSConfigDomain common"),
             "NSGlobalDomain own 1\nGSConfigDomain common 2\n");
   umount2("/etc/GNUstep", MNT_DETACH);

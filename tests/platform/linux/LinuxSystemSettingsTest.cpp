@@ -1,4 +1,4 @@
-#include "platform/linux/settings/LinuxSystemConfiguration.h"
+#include "platform/SystemConfiguration.h"
 
 #include <sched.h>
 
@@ -6,7 +6,8 @@
 #include <thread>
 
 #include "platform/FileDescriptor.h"
-#include "platform/linux/settings/LinuxKernelSettings.h"
+#include "platform/KernelSettings.h"
+#include "platform/linux/LinuxFacilities.h"
 #include "support/PlantedFile.h"
 #include "support/PropertyListText.h"
 
@@ -18,15 +19,15 @@ using test::contentsOf;
 class LinuxKernelSettingsTest : public testing::Test {
  protected:
   const test::ScratchFolder root;
-  LinuxKernelSettings settings{root.path()};
+  const std::unique_ptr<KernelSettings> settings = makeKernelSettings(root.path());
 };
 
 TEST_F(LinuxKernelSettingsTest, DotsSeparateAndSlashesAreDots) {
-  EXPECT_EQ(settings.write("kernel.limit", 1), PosixCode::noEntry) << "there are no settings";
+  EXPECT_EQ(settings->write("kernel.limit", 1), PosixCode::noEntry) << "there are no settings";
   const auto limit = test::plant(root, "proc/sys/kernel/limit");
   const auto dotted = test::plant(root, "proc/sys/net/conf/eth0.1/forwarding");
-  EXPECT_EQ(settings.write("kernel.limit", INT64_MIN), PosixCode::success);
-  EXPECT_EQ(settings.write("net.conf.eth0/1.forwarding", INT64_MAX), PosixCode::success);
+  EXPECT_EQ(settings->write("kernel.limit", INT64_MIN), PosixCode::success);
+  EXPECT_EQ(settings->write("net.conf.eth0/1.forwarding", INT64_MAX), PosixCode::success);
   EXPECT_EQ(contentsOf(limit), "-9223372036854775808");
   EXPECT_EQ(contentsOf(dotted), "9223372036854775807");
 }
@@ -38,27 +39,27 @@ TEST_F(LinuxKernelSettingsTest, NothingOutsideIsReached) {
   root.link("proc/sys/filelink", outside);
   for (const auto* name : {"", "..", "//.outside", "/", "outside.", "kernel..limit", "absent",
                            "kernel.//.limit", "kernel///outside"}) {
-    EXPECT_EQ(settings.write(name, 1), PosixCode::noEntry) << name;
+    EXPECT_EQ(settings->write(name, 1), PosixCode::noEntry) << name;
   }
-  EXPECT_EQ(settings.write(std::string("kernel.limit\0x", 14), 1), PosixCode::noEntry);
-  EXPECT_EQ(settings.write("filelink", 1), PosixCode::tooManyLinks);
-  EXPECT_EQ(settings.write("folderlink.outside", 1), PosixCode::notDirectory);
-  EXPECT_EQ(settings.write("kernel", 1), PosixCode::isDirectory);
+  EXPECT_EQ(settings->write(std::string("kernel.limit\0x", 14), 1), PosixCode::noEntry);
+  EXPECT_EQ(settings->write("filelink", 1), PosixCode::tooManyLinks);
+  EXPECT_EQ(settings->write("folderlink.outside", 1), PosixCode::notDirectory);
+  EXPECT_EQ(settings->write("kernel", 1), PosixCode::isDirectory);
   EXPECT_EQ(contentsOf(outside), "");
 }
 
 TEST(RealKernelSettings, TakeUnsignedNumbersAndRefuseWhatTheKernelRefuses) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
-  LinuxKernelSettings settings("/");
+  const auto settings = makeKernelSettings("/");
   std::thread([&settings] {
     ASSERT_EQ(unshare(CLONE_NEWIPC), 0);
     const auto standard = contentsOf("/proc/sys/kernel/shmmax");
-    EXPECT_EQ(settings.write("kernel.shmmax", 4096), PosixCode::success);
-    EXPECT_EQ(settings.write("kernel.shmmax", std::stoull(standard)), PosixCode::success);
+    EXPECT_EQ(settings->write("kernel.shmmax", 4096), PosixCode::success);
+    EXPECT_EQ(settings->write("kernel.shmmax", std::stoull(standard)), PosixCode::success);
     EXPECT_EQ(contentsOf("/proc/sys/kernel/shmmax"), standard);
   }).join();
-  EXPECT_EQ(settings.write("vm.swappiness", 1'000'000), PosixCode::invalidArgument);
-  EXPECT_EQ(settings.write("kernel.osrelease", 1), PosixCode::permissionDenied);
+  EXPECT_EQ(settings->write("vm.swappiness", 1'000'000), PosixCode::invalidArgument);
+  EXPECT_EQ(settings->write("kernel.osrelease", 1), PosixCode::permissionDenied);
 }
 
 class LinuxSystemConfigurationTest : public testing::Test {
@@ -68,7 +69,7 @@ class LinuxSystemConfigurationTest : public testing::Test {
   /// What a request does with one value.
   bool change(const std::string& identifier, const std::string& key,
               const std::optional<PropertyValue>& value) {
-    const auto session = configuration.open("client", identifier);
+    const auto session = configuration->open("client", identifier);
     if (!session || !session->lock()) return false;
     const bool isChanged = value ? session->setValue(key, *value) : session->removeValue(key);
     const bool isDone = isChanged && session->applyChanges() && session->commitChanges();
@@ -82,8 +83,9 @@ class LinuxSystemConfigurationTest : public testing::Test {
 
   const test::ScratchFolder root;
   BoundedPropertyLists lists;
-  LinuxKernelSettings kernel{root.path()};
-  LinuxSystemConfiguration configuration{root.path("etc/service"), root.path(), lists, kernel};
+  const std::unique_ptr<KernelSettings> kernel = makeKernelSettings(root.path());
+  const std::unique_ptr<SystemConfiguration> configuration =
+      makeSystemConfiguration(root.path("etc/service"), root.path(), lists, *kernel);
 };
 
 TEST_F(LinuxSystemConfigurationTest, ValuesAreKeptInTheFileThatIsNamed) {
@@ -96,7 +98,7 @@ TEST_F(LinuxSystemConfigurationTest, ValuesAreKeptInTheFileThatIsNamed) {
   EXPECT_FALSE(change("", "key", {})) << "there is none any more";
   EXPECT_EQ(read("preferences.plist"), (Dictionary{{"other", "b"}}));
 
-  const auto session = configuration.open("client", "site.plist");
+  const auto session = configuration->open("client", "site.plist");
   ASSERT_TRUE(session->lock() && session->setValue("key", 1) && session->applyChanges());
   session->unlock();
   EXPECT_EQ(read("site.plist"), (Dictionary{{"key", true}})) << "nothing was committed";
@@ -104,9 +106,9 @@ TEST_F(LinuxSystemConfigurationTest, ValuesAreKeptInTheFileThatIsNamed) {
 
 TEST_F(LinuxSystemConfigurationTest, AnIdentifierIsOneNameInTheFolder) {
   for (const auto* identifier : {".", "..", "a/b", "../outside", "/etc/passwd", ".lock"}) {
-    EXPECT_EQ(configuration.open("client", identifier), nullptr) << identifier;
+    EXPECT_EQ(configuration->open("client", identifier), nullptr) << identifier;
   }
-  EXPECT_EQ(configuration.open("client", std::string("a\0b", 3)), nullptr);
+  EXPECT_EQ(configuration->open("client", std::string("a\0b", 3)), nullptr);
 }
 
 TEST_F(LinuxSystemConfigurationTest, ConfigurationsThatCannotBeReadOrHeldAreNotLost) {
@@ -123,7 +125,7 @@ TEST_F(LinuxSystemConfigurationTest, ConfigurationsThatCannotBeReadOrHeldAreNotL
 }
 
 TEST_F(LinuxSystemConfigurationTest, TheLockIsWaitedFor) {
-  const auto first = configuration.open("client", "");
+  const auto first = configuration->open("client", "");
   ASSERT_TRUE(first->lock());
   auto second = std::async(std::launch::async, [this] { return change("other", "key", 1); });
   EXPECT_EQ(second.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
@@ -136,10 +138,10 @@ TEST_F(LinuxSystemConfigurationTest, AFolderThatCannotBeUsedIsNotOpened) {
        {"touch etc/service", "mkdir -m 0777 etc/service", "mkdir -p etc/service/.lock",
         "mkdir etc/service; chown 1 etc/service", "rmdir etc"}) {
     root.make(script);
-    EXPECT_EQ(configuration.open("client", ""), nullptr) << script;
+    EXPECT_EQ(configuration->open("client", ""), nullptr) << script;
     root.make("rm -rf etc; mkdir etc");
   }
-  EXPECT_NE(configuration.open("client", ""), nullptr);
+  EXPECT_NE(configuration->open("client", ""), nullptr);
 }
 
 /// In a network of its own with a pair of interfaces.
@@ -157,7 +159,7 @@ class NetworkServicesTest : public LinuxSystemConfigurationTest {
 };
 
 TEST_F(NetworkServicesTest, ANetworkServiceIsAnInterface) {
-  const auto session = configuration.open("client", "");
+  const auto session = configuration->open("client", "");
   for (const auto* name : {"", "absent", "all", "default", "..", "qrta/..", "qrta/../lo"}) {
     EXPECT_EQ(session->networkService(name), nullptr) << name;
   }
@@ -175,7 +177,7 @@ TEST_F(NetworkServicesTest, IPv6FollowsAndIsKept) {
   const auto addresses = [] { return test::printed("ip -6 -o addr show dev qrt.b"); };
   EXPECT_NE(addresses(), "");
   const auto set = [this](const char* name, bool isEnabled) {
-    const auto session = configuration.open("client", "");
+    const auto session = configuration->open("client", "");
     return session->lock() && session->networkService(name)->setIPv6Enabled(isEnabled) &&
            session->applyChanges() && session->commitChanges();
   };

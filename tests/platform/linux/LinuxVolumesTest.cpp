@@ -1,7 +1,8 @@
-#include "platform/linux/files/LinuxVolumes.h"
+#include "platform/Volumes.h"
 
 #include <gtest/gtest.h>
 
+#include "platform/linux/LinuxFacilities.h"
 #include "platform/linux/files/MountTable.h"
 #include "support/Mounts.h"
 
@@ -14,13 +15,13 @@ TEST(LinuxVolumes, TellWhereAFileSystemIsMounted) {
   const test::Mount mount(test::Mount::Kind::memory, place);
   if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount";
   scratch.folder("a \\ volume\t\u00e4/folder");
-  LinuxVolumes volumes("");
+  const auto volumes = makeVolumes("");
   for (const auto& path : {place + "/", place + "/folder", scratch.link("link", place)}) {
-    const auto point = volumes.mountPoint(path);
+    const auto point = volumes->mountPoint(path);
     ASSERT_TRUE(point) << path;
     EXPECT_EQ(*point, place) << path;
   }
-  EXPECT_NE(*volumes.mountPoint(scratch.path()), scratch.path());
+  EXPECT_NE(*volumes->mountPoint(scratch.path()), scratch.path());
 }
 
 TEST(MountTable, LinesThatAreNone) {

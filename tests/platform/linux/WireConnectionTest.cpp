@@ -6,7 +6,8 @@
 #include <thread>
 
 #include "integration/linux/RawClient.h"
-#include "platform/linux/wire/LinuxHelperConnection.h"
+#include "platform/HelperConnection.h"
+#include "platform/linux/LinuxFacilities.h"
 #include "support/ScratchFolder.h"
 
 namespace qrt {
@@ -83,7 +84,7 @@ TEST(LinuxHelperConnection, TakesAnErrorWithoutATextByItsName) {
   ASSERT_EQ(listen(listening.get(), 1), 0);
   std::thread helper([&] { answerWithoutText(listening.get()); });
   {
-    const auto connection = LinuxHelperConnector().connect(path);
+    const auto connection = makeHelperConnector()->connect(path);
     ASSERT_TRUE(connection);
     const auto version = (*connection)->getVersionString();
     ASSERT_FALSE(version);

@@ -1,4 +1,4 @@
-#include "platform/linux/files/LinuxAccessControl.h"
+#include "platform/AccessControl.h"
 
 #include <acl/libacl.h>
 #include <sys/acl.h>
@@ -8,6 +8,7 @@
 #include <cstring>
 #include <tuple>
 
+#include "platform/linux/LinuxFacilities.h"
 #include "platform/linux/files/AclEntries.h"
 #include "platform/linux/files/DescriptorPath.h"
 #include "platform/posix/NativeError.h"
@@ -176,7 +177,20 @@ PosixCode setPermissions(const HeldObject& object, std::uint32_t permissions) {
   return object.setPermissions(permissions);
 }
 
-}  // namespace
+/// The lists of POSIX: entries for named users and groups beside those that are the permission
+/// bits. No entry is marked as inherited here.
+class LinuxAccessControl : public AccessControl {
+ public:
+  PosixResult<std::optional<AccessControlList>> internalized(const Data& externalForm) override;
+  PosixResult<Data> externalized(const std::optional<AccessControlList>& list) override;
+  PosixResult<std::optional<AccessControlList>> fromText(const std::string& text) override;
+  PosixResult<AccessControlList> markedAsInherited(const AccessControlList& list) override;
+  PosixResult<std::optional<AccessControlList>> list(const HeldObject& object) override;
+  PosixCode setList(const HeldObject& object,
+                    const std::optional<AccessControlList>& list) override;
+  PosixResult<AccessRights> rights(const HeldObject& object, const FileStatus& current) override;
+  PosixCode setRights(const HeldObject& object, const AccessRights& rights) override;
+};
 
 PosixResult<OptionalList> LinuxAccessControl::internalized(const Data& externalForm) {
   if (!isComplete(externalForm)) return PosixCode::invalidArgument;
@@ -248,6 +262,12 @@ PosixCode LinuxAccessControl::setRights(const HeldObject& object, const AccessRi
     if (code != PosixCode::success) return code;
   }
   return PosixCode::success;
+}
+
+}  // namespace
+
+std::unique_ptr<AccessControl> makeAccessControl() {
+  return std::make_unique<LinuxAccessControl>();
 }
 
 }  // namespace qrt

@@ -1,4 +1,4 @@
-#include "platform/linux/files/LinuxExtendedAttributes.h"
+#include "platform/ExtendedAttributes.h"
 
 #include <sys/xattr.h>
 
@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <string_view>
 
+#include "platform/linux/LinuxFacilities.h"
 #include "platform/linux/files/DescriptorPath.h"
 #include "platform/posix/AttributeCalls.h"
 #include "platform/posix/NativeError.h"
@@ -45,7 +46,18 @@ std::string_view nameOf(std::string_view nativeName) {
   return hasNamespace(rest) ? nativeName : rest;
 }
 
-}  // namespace
+/// Names here begin with a namespace. One that is given without lives in "user.", which is taken
+/// off again on reading unless the rest would then seem to have a namespace. No file system shows
+/// compressed contents as an attribute.
+class LinuxExtendedAttributes : public ExtendedAttributes {
+ public:
+  PosixResult<std::vector<std::string>> names(const HeldObject& object,
+                                              Compression compression) override;
+  PosixResult<Data> value(const HeldObject& object, const std::string& name) override;
+  PosixCode set(const HeldObject& object, const std::string& name, const Data& value) override;
+  PosixCode remove(const HeldObject& object, const std::string& name,
+                   Compression compression) override;
+};
 
 PosixResult<std::vector<std::string>> LinuxExtendedAttributes::names(const HeldObject& object,
                                                                      Compression) {
@@ -85,6 +97,12 @@ PosixCode LinuxExtendedAttributes::remove(const HeldObject& object, const std::s
   if (!isAttributeName(name)) return PosixCode::invalidArgument;
   const auto path = descriptorPath(object.descriptor());
   return codeFor(::removexattr(path.c_str(), nativeName(name).c_str()));
+}
+
+}  // namespace
+
+std::unique_ptr<ExtendedAttributes> makeExtendedAttributes() {
+  return std::make_unique<LinuxExtendedAttributes>();
 }
 
 }  // namespace qrt

@@ -1,4 +1,4 @@
-#include "platform/linux/settings/LinuxKernelSettings.h"
+#include "platform/KernelSettings.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -8,6 +8,7 @@
 
 #include "base/Result.h"
 #include "platform/FileDescriptor.h"
+#include "platform/linux/LinuxFacilities.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
@@ -52,19 +53,34 @@ std::string decimal(const Number& value) {
   return isUnsigned ? std::to_string(value.asUInt64()) : std::to_string(value.asInt64());
 }
 
+/// Writes beneath "/proc/sys" and nowhere else. In a name "." separates components and "/" stands
+/// for a dot inside one, as in "net.ipv4.conf.eth0/1.forwarding".
+class LinuxKernelSettings : public KernelSettings {
+ public:
+  explicit LinuxKernelSettings(const std::string& root) : folder_(root + "/proc/sys") {}
+
+  PosixCode write(const std::string& name, const Number& value) override {
+    const auto components = componentsOf(name);
+    if (components.empty()) return PosixCode::noEntry;
+    const auto variable = openVariable(folder_, components);
+    if (!variable) return variable.error();
+
+    const auto text = decimal(value);
+    const auto written = ::write(variable->get(), text.data(), text.size());
+    if (written < 0) return lastError();
+    // What is left over must not be sent after it: each write sets the variable anew.
+    return written == static_cast<ssize_t>(text.size()) ? PosixCode::success
+                                                        : PosixCode::inputOutput;
+  }
+
+ private:
+  const std::string folder_;
+};
+
 }  // namespace
 
-PosixCode LinuxKernelSettings::write(const std::string& name, const Number& value) {
-  const auto components = componentsOf(name);
-  if (components.empty()) return PosixCode::noEntry;
-  const auto variable = openVariable(folder_, components);
-  if (!variable) return variable.error();
-
-  const auto text = decimal(value);
-  const auto written = ::write(variable->get(), text.data(), text.size());
-  if (written < 0) return lastError();
-  // What is left over must not be sent after it: each write sets the variable anew.
-  return written == static_cast<ssize_t>(text.size()) ? PosixCode::success : PosixCode::inputOutput;
+std::unique_ptr<KernelSettings> makeKernelSettings(const std::string& root) {
+  return std::make_unique<LinuxKernelSettings>(root);
 }
 
 }  // namespace qrt

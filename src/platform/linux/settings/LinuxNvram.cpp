@@ -1,4 +1,4 @@
-#include "platform/linux/settings/LinuxNvram.h"
+#include "platform/Nvram.h"
 
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -11,6 +11,7 @@
 
 #include "base/Utf8.h"
 #include "platform/FileDescriptor.h"
+#include "platform/linux/LinuxFacilities.h"
 #include "platform/posix/NativeError.h"
 #include "platform/posix/ReadFile.h"
 
@@ -134,16 +135,29 @@ class VariableFolder final : public NvramOptions {
   const FileDescriptor folder_;
 };
 
+/// The variables of one vendor in the kernel's file system of EFI variables.
+class LinuxNvram final : public Nvram {
+ public:
+  explicit LinuxNvram(const std::string& root) : folder_(root + "/sys/firmware/efi/efivars") {}
+
+  Result<std::unique_ptr<NvramOptions>, KernelReturn> options() override {
+    FileDescriptor folder(open(folder_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (folder) {
+      return std::unique_ptr<NvramOptions>(std::make_unique<VariableFolder>(std::move(folder)));
+    }
+    const auto reason = lastError();
+    if (reason == PosixCode::noEntry) return std::unique_ptr<NvramOptions>();
+    return kernelReturn(reason);
+  }
+
+ private:
+  const std::string folder_;
+};
+
 }  // namespace
 
-Result<std::unique_ptr<NvramOptions>, KernelReturn> LinuxNvram::options() {
-  FileDescriptor folder(open(folder_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-  if (folder) {
-    return std::unique_ptr<NvramOptions>(std::make_unique<VariableFolder>(std::move(folder)));
-  }
-  const auto reason = lastError();
-  if (reason == PosixCode::noEntry) return std::unique_ptr<NvramOptions>();
-  return kernelReturn(reason);
+std::unique_ptr<Nvram> makeNvram(const std::string& root) {
+  return std::make_unique<LinuxNvram>(root);
 }
 
 }  // namespace qrt

@@ -1,4 +1,4 @@
-#include "platform/linux/settings/LinuxPreferences.h"
+#include "platform/Preferences.h"
 
 #include <fcntl.h>
 #include <limits.h>
@@ -10,7 +10,10 @@
 #include <vector>
 
 #include "base/PathText.h"
+#include "base/Result.h"
+#include "platform/FileDescriptor.h"
 #include "platform/PropertyLists.h"
+#include "platform/linux/LinuxFacilities.h"
 #include "platform/linux/files/FileReplacement.h"
 #include "platform/linux/files/FileSystemIdentity.h"
 #include "platform/linux/files/OwnFolder.h"
@@ -139,7 +142,43 @@ PosixCode writeDefaults(int folder, const std::string& name, const DefaultsFile&
   return code == PosixCode::success ? fresh->commit() : code;
 }
 
-}  // namespace
+/// A user's settings are in "GNUstep/Defaults/<application>.plist" in the home folder, where other
+/// programs read them; the current user is the one that the process runs as. Those of any user are
+/// below "/etc/GNUstep": other programs read "GlobalDefaults.plist" there, which is for every
+/// application, but not "Defaults/<application>.plist" unless they look for it. Settings of one
+/// host are in "ByHost/<application>.<host>.plist" beside the other files of the user. A name that
+/// cannot be part of a file's name has no settings.
+///
+/// A user's own folder is changed with that user's rights, neither through links nor in folders of
+/// another user. A file keeps its owner and its mode.
+class LinuxPreferences : public Preferences {
+ public:
+  LinuxPreferences(const std::string& root, PropertyLists& propertyLists)
+      : root_(root), propertyLists_(propertyLists) {}
+
+  bool setValue(const PreferenceDomain& domain, const std::string& key,
+                const std::optional<PropertyValue>& value) override;
+
+ private:
+  /// The user whose folders these are, and the folder that they lie in.
+  struct Place {
+    std::string base;
+    uid_t user;
+    gid_t group;
+    mode_t modeOfNewFile;
+  };
+  struct Change {
+    const std::string& key;
+    const std::optional<PropertyValue>& value;
+  };
+
+  std::optional<Place> placeFor(const PreferenceSelector& user) const;
+  PosixCode changeFile(int folder, const std::string& name, const Place& place,
+                       const Change& change);
+
+  const std::string root_;
+  PropertyLists& propertyLists_;
+};
 
 std::optional<LinuxPreferences::Place> LinuxPreferences::placeFor(
     const PreferenceSelector& user) const {
@@ -186,6 +225,13 @@ PosixCode LinuxPreferences::changeFile(int folder, const std::string& name, cons
   const FileSystemIdentity writer(isOwn ? place.user : 0, isOwn ? place.group : 0);
   if (!writer.isTaken()) return PosixCode::notPermitted;
   return writeDefaults(folder, name, *file, propertyLists_);
+}
+
+}  // namespace
+
+std::unique_ptr<Preferences> makePreferences(const std::string& root,
+                                             PropertyLists& propertyLists) {
+  return std::make_unique<LinuxPreferences>(root, propertyLists);
 }
 
 }  // namespace qrt

@@ -1,4 +1,4 @@
-#include "platform/linux/settings/LinuxSystemConfiguration.h"
+#include "platform/SystemConfiguration.h"
 
 #include <net/if.h>
 #include <unistd.h>
@@ -10,6 +10,9 @@
 #include "base/PathText.h"
 #include "platform/KernelSettings.h"
 #include "platform/PropertyLists.h"
+#include "platform/linux/LinuxFacilities.h"
+#include "platform/linux/files/StateFolder.h"
+#include "platform/linux/settings/SysctlFile.h"
 #include "protocol/Names.h"
 
 namespace qrt {
@@ -43,7 +46,30 @@ std::optional<std::string> interfaceNamed(const std::string& name) {
   return kernelName;
 }
 
-}  // namespace
+/// A configuration is a property list in one folder, "preferences.plist" by default, else the file
+/// that the identifier names: one component that does not begin with a dot. One lock holds for all.
+///
+/// The network services are the interfaces, by their names. Their IPv6 protocol follows in the
+/// running kernel when changes are applied, and is written down for the next start when they are
+/// committed. Values have nothing to be applied to.
+class LinuxSystemConfiguration : public SystemConfiguration {
+ public:
+  LinuxSystemConfiguration(const std::string& folder, const std::string& root,
+                           PropertyLists& propertyLists, KernelSettings& kernelSettings);
+
+  std::unique_ptr<SystemConfigurationPreferences> open(const std::string& clientName,
+                                                       const std::string& identifier) override;
+
+ private:
+  class Session;
+  class Interface;
+
+  StateFolder files_;
+  SysctlFile settingsAtStart_;
+  const std::string interfacesFolder_;
+  PropertyLists& propertyLists_;
+  KernelSettings& kernelSettings_;
+};
 
 class LinuxSystemConfiguration::Session : public SystemConfigurationPreferences {
  public:
@@ -159,6 +185,15 @@ std::unique_ptr<SystemConfigurationPreferences> LinuxSystemConfiguration::open(
   auto lock = files_.openLock();
   if (!lock) return nullptr;
   return std::make_unique<Session>(*this, name, std::move(*lock));
+}
+
+}  // namespace
+
+std::unique_ptr<SystemConfiguration> makeSystemConfiguration(const std::string& folder,
+                                                             const std::string& root,
+                                                             PropertyLists& propertyLists,
+                                                             KernelSettings& kernelSettings) {
+  return std::make_unique<LinuxSystemConfiguration>(folder, root, propertyLists, kernelSettings);
 }
 
 }  // namespace qrt

@@ -1,4 +1,4 @@
-#include "platform/linux/wire/LinuxHelperConnection.h"
+#include "platform/HelperConnection.h"
 
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -9,7 +9,10 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <memory>
+#include <string>
 
+#include "platform/linux/LinuxFacilities.h"
 #include "platform/linux/wire/WireConnection.h"
 #include "platform/linux/wire/WireWriter.h"
 #include "platform/posix/NativeError.h"
@@ -309,7 +312,11 @@ Outcome LinuxHelperConnection::performPrivilegedOperation(std::uint64_t code,
   return failure ? failure : answer;
 }
 
-}  // namespace
+/// Connects to the socket at an absolute path.
+class LinuxHelperConnector : public HelperConnector {
+ public:
+  Result<std::unique_ptr<HelperConnection>> connect(const std::string& address) override;
+};
 
 Result<std::unique_ptr<HelperConnection>> LinuxHelperConnector::connect(
     const std::string& address) {
@@ -328,6 +335,12 @@ Result<std::unique_ptr<HelperConnection>> LinuxHelperConnector::connect(
     return error;
   }
   return LinuxHelperConnection::over(std::move(socket));
+}
+
+}  // namespace
+
+std::unique_ptr<HelperConnector> makeHelperConnector() {
+  return std::make_unique<LinuxHelperConnector>();
 }
 
 std::string defaultHelperAddress() { return std::string(defaultSocketPath); }

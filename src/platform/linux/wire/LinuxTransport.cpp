@@ -1,4 +1,4 @@
-#include "platform/linux/wire/LinuxTransport.h"
+#include "platform/Transport.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -9,8 +9,12 @@
 #include <chrono>
 #include <thread>
 
+#include "platform/linux/LinuxFacilities.h"
+#include "platform/linux/authority/LinuxAuthority.h"
 #include "platform/linux/authority/PeerIdentity.h"
 #include "platform/linux/wire/ActivationSocket.h"
+#include "platform/linux/wire/ConnectionQuota.h"
+#include "platform/linux/wire/LargeMessageQueue.h"
 #include "platform/linux/wire/LinuxListenerEndpoint.h"
 #include "platform/linux/wire/ServedConnection.h"
 #include "platform/posix/NativeError.h"
@@ -152,7 +156,21 @@ class LinuxListener : public Listener {
   std::atomic<bool> invalidated_{false};
 };
 
-}  // namespace
+/// Serves the listening socket that the activator passes down. Every accepted socket is a D-Bus
+/// connection with a thread, and so a serial queue, of its own.
+class LinuxTransport : public Transport {
+ public:
+  explicit LinuxTransport(LinuxAuthority& authority) : authority_(authority) {}
+
+  std::unique_ptr<Listener> makeListener(const std::string& serviceIdentifier) override;
+  void turnAway() override;
+
+ private:
+  LinuxAuthority& authority_;
+  // They outlive every connection: its thread ends with the process.
+  ConnectionQuota quota_;
+  LargeMessageQueue largeMessages_;
+};
 
 std::unique_ptr<Listener> LinuxTransport::makeListener(const std::string&) {
   return std::make_unique<LinuxListener>(authority_, quota_, largeMessages_);
@@ -166,6 +184,12 @@ void LinuxTransport::turnAway() {
     if (poll(&waiting, 1, 0) <= 0) return;
     FileDescriptor(accept4(socket->get(), nullptr, nullptr, SOCK_CLOEXEC));
   }
+}
+
+}  // namespace
+
+std::unique_ptr<Transport> makeTransport(LinuxAuthority& authority) {
+  return std::make_unique<LinuxTransport>(authority);
 }
 
 }  // namespace qrt

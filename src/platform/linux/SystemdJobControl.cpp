@@ -1,14 +1,14 @@
-// The socket unit that starts the daemon.
-#pragma once
-
 #include "platform/JobControl.h"
+#include "platform/linux/LinuxFacilities.h"
 
 namespace qrt {
+namespace {
 
-class SystemdJobControl : public JobControl {
+/// Removes the socket unit that starts the daemon.
+class SystemdJobControl final : public JobControl {
  public:
   std::string removalTool() const override { return "/bin/systemctl"; }
-  /// The unit may be started without being enabled, and its file is gone by then: "disable --now"
+  /// A unit can be started without being enabled, and its file is gone by then: "disable --now"
   /// would fail before it stops anything.
   std::vector<std::vector<std::string>> removalRuns(
       const std::string& serviceIdentifier) const override {
@@ -16,5 +16,9 @@ class SystemdJobControl : public JobControl {
     return {{"stop", unit}, {"disable", unit}};
   }
 };
+
+}  // namespace
+
+std::unique_ptr<JobControl> makeJobControl() { return std::make_unique<SystemdJobControl>(); }
 
 }  // namespace qrt
