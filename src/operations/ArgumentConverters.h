@@ -6,9 +6,11 @@
 #include <string_view>
 #include <vector>
 
-#include "base/PropertyValue.h"
+#include "base/Error.h"
 
 namespace qrt {
+
+class PropertyLists;
 
 /// True when the text is exactly "0" or "1"; then `*value`, if given, becomes that boolean.
 bool getBool(bool* value, const std::string& fromStringArgument);
@@ -26,5 +28,10 @@ enum class CoreFoundationType { boolean, number, string, data, other };
 ///   data     "%0A%FF": bytes in hexadecimal, at most one for three characters of the text
 std::optional<PropertyValue> copyCoreFoundationValueWithType(
     CoreFoundationType type, const std::optional<std::string>& forValueInString);
+
+/// The value that a property list in a text describes; nothing for the empty text. POSIX error 22,
+/// with the reader's own error underneath, for a text that is no property list.
+Result<std::optional<PropertyValue>> valueFromText(PropertyLists& propertyLists,
+                                                   const std::string& text);
 
 }  // namespace qrt

@@ -6,7 +6,6 @@
 #include <mutex>
 #include <string_view>
 
-#include "operations/QRTOSVersionInfoCache.h"
 #include "platform/Platform.h"
 #include "platform/ProcessTable.h"
 #include "platform/PropertyLists.h"
@@ -14,6 +13,19 @@
 
 namespace qrt::NSProcessInfoQRTAdditions {
 namespace {
+
+/// What is known about the running operating system. The initial values are those of a system
+/// without a version file.
+struct QRTOSVersionInfoCache {
+  bool shouldUIUsePoliteForms = true;
+  std::string osName;
+  std::string osMarketingName;
+  std::string osVersion;
+  std::string osBuild;
+  /// Hexadecimal digits: two of the major version, one each of minor version and patch. 10.9.5 is
+  /// 0x1095. A minor version or patch above 15 carries.
+  std::int64_t osVersionCode = 0x1000;
+};
 
 using VersionInfo = std::shared_ptr<const QRTOSVersionInfoCache>;
 

@@ -40,6 +40,9 @@ class QRTPrivilegedOperation {
   const PropertyValue& authenticationPolicy() const { return authenticationPolicy_; }
   bool isSupportingProgressFeedback() const { return isSupportingProgressFeedback_; }
   bool isSupportingLiveOutput() const { return isSupportingLiveOutput_; }
+  bool isSupportingFeedback() const {
+    return isSupportingProgressFeedback_ || isSupportingLiveOutput_;
+  }
   /// `NSNotFound` stands for any number.
   std::uint64_t argumentCount() const { return argumentCount_; }
   const std::optional<std::string>& argumentTypeCodes() const { return argumentTypeCodes_; }

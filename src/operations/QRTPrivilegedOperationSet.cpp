@@ -134,10 +134,10 @@ std::vector<std::uint64_t> QRTPrivilegedOperationSet::codesWithoutHandler() cons
   std::vector<std::uint64_t> codes;
   for (std::uint64_t code = 0; code <= lastCodeWithHandler; ++code) {
     const auto* operation = operationWithCode(code);
-    const bool feedbackOption = operation && (operation->isSupportingProgressFeedback() ||
-                                              operation->isSupportingLiveOutput());
-    const auto* handler = selectorForExecutionOfPrivilegedOperationWithCode(code, feedbackOption);
-    if (!handler) codes.push_back(code);
+    const bool feedbackOption = operation && operation->isSupportingFeedback();
+    if (!selectorForExecutionOfPrivilegedOperationWithCode(code, feedbackOption)) {
+      codes.push_back(code);
+    }
   }
   return codes;
 }

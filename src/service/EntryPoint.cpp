@@ -2,8 +2,7 @@
 
 #include <ostream>
 
-#include "operations/OperationSetFactories.h"
-#include "operations/QRTPrivilegedOperationSet.h"
+#include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "platform/Log.h"
 #include "platform/SelfProcess.h"
 #include "platform/Transport.h"
@@ -20,12 +19,17 @@ std::string textIn(const Dictionary& info, std::string_view key) {
   return text ? *text : std::string();
 }
 
+/// Null when no operation set has that class name.
+QRTPrivilegedOperationSet::Factory factoryOfClass(std::string_view name) {
+  return name == "QRTPrivilegedOperationSetVK2" ? QRTPrivilegedOperationSetVK2::make : nullptr;
+}
+
 }  // namespace
 
 int EntryPoint::enter(std::span<const char* const> arguments) const {
   if (arguments.size() > 1) return refused;
 
-  const auto factory = operationSetFactoryForClass(textIn(infoDictionary, "NSPrincipalClass"));
+  const auto factory = factoryOfClass(textIn(infoDictionary, "NSPrincipalClass"));
   if (!factory) {
     standardError << "Internal implementation error: The principal class is either not set or not "
                      "implemented.\n";

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "operations/Arguments.h"
 #include "operations/OperationCatalogue.h"
 #include "operations/QRTPrivilegedOperationSet.h"
 #include "platform/Log.h"
@@ -40,19 +41,22 @@ QRTPrivilegedHelper* QRTPrivilegedHelper::initForOperationSet(
 }
 
 RequestPipeline::InternalOperations QRTPrivilegedHelper::internalOperations() {
-  const auto nothingToDo = [](const Platform&, const Array&) -> Outcome { return success; };
-  const auto withoutEffect = [](const Platform&, const Array&) -> Outcome {
+  const auto nothingToDo = [](const Platform&, const Array&, FeedbackConnection*) -> Outcome {
+    return success;
+  };
+  const auto withoutEffect = [](const Platform&, const Array&, FeedbackConnection*) -> Outcome {
     return posixError(PosixCode::notImplemented);
   };
-  const auto deleteFiles = [](const Platform& platform, const Array& paths) {
+  const auto deleteFiles = [](const Platform& platform, const Array& paths, FeedbackConnection*) {
     return deleteFileSystemObjectsWithPaths(platform.files, platform.log, paths);
   };
-  const auto performUninstall = [this](const Platform& platform, const Array& arguments) {
+  const auto performUninstall = [this](const Platform& platform, const Array& arguments,
+                                       FeedbackConnection*) {
+    const auto [client, program, job] = unpack<Number, std::string, std::string>(arguments);
     const SelfUninstall uninstall{platform, operationSet(), clientSet(), clientSetLock(),
                                   [this] { terminatePrivilegedHelper(); }};
-    return uninstall.performUninstallForClientWithPID(
-        static_cast<std::int32_t>(arguments[0].number()->asInt64()), *arguments[1].string(),
-        *arguments[2].string());
+    return uninstall.performUninstallForClientWithPID(static_cast<std::int32_t>(client.asInt64()),
+                                                      program, job);
   };
   return {{operation_code::nop, nothingToDo},
           {operation_code::discardAuth, nothingToDo},

@@ -195,9 +195,9 @@ Outcome RequestPipeline::validateTypes(const Request& request) const {
 }
 
 Outcome RequestPipeline::openFeedback(Request& request, FeedbackEndpoint* endpoint) const {
-  const bool progress = request.operation.isSupportingProgressFeedback();
-  if (!endpoint || !(progress || request.operation.isSupportingLiveOutput())) return success;
+  if (!endpoint || !request.operation.isSupportingFeedback()) return success;
 
+  const bool progress = request.operation.isSupportingProgressFeedback();
   request.log.info("About to configure feedback protocol.");
   auto connection = endpoint->connect(operationSet_.interfaceForFeedbackProtocol());
   auto firstMessage = progress ? progressMessage(0.0) : initialOutputMessage();
@@ -241,13 +241,12 @@ Outcome RequestPipeline::run(const Request& request) const {
 
 Outcome RequestPipeline::dispatch(const Request& request) const {
   const auto internal = internalOperations_.find(request.code);
-  if (internal != internalOperations_.end())
-    return internal->second(platform_.withLog(request.log), request.arguments);
+  if (internal != internalOperations_.end()) {
+    return internal->second(platform_.withLog(request.log), request.arguments, nullptr);
+  }
 
-  const bool feedbackOption = request.operation.isSupportingProgressFeedback() ||
-                              request.operation.isSupportingLiveOutput();
-  const auto* handler =
-      operationSet_.selectorForExecutionOfPrivilegedOperationWithCode(request.code, feedbackOption);
+  const auto* handler = operationSet_.selectorForExecutionOfPrivilegedOperationWithCode(
+      request.code, request.operation.isSupportingFeedback());
   if (!handler) {
     request.log.error(
         "Privileged operation %{public}@ could not be performed because no implementation found.",

@@ -2,13 +2,13 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <string>
 
 #include "base/Error.h"
 #include "base/PropertyValue.h"
+#include "operations/HandlerTable.h"
 #include "protocol/Caller.h"
 #include "protocol/FeedbackConnection.h"
 #include "protocol/RequestArguments.h"
@@ -24,10 +24,8 @@ struct Platform;
 /// different connections pass through at the same time.
 class RequestPipeline {
  public:
-  /// An operation that the service performs itself, without a handler of the operation set.
-  using InternalOperation =
-      std::function<Outcome(const Platform& platform, const Array& arguments)>;
-  using InternalOperations = std::map<std::uint64_t, InternalOperation>;
+  /// Handlers of the operations that the service performs itself, by their codes.
+  using InternalOperations = std::map<std::uint64_t, Handler>;
 
   /// Set, platform and allowance outlive the pipeline.
   RequestPipeline(const QRTPrivilegedOperationSet& operationSet, const Platform& platform,

@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <locale>
+#include <sstream>
 
 #include "base/CaseInsensitive.h"
 #include "base/Path.h"
 #include "platform/ApplicationRegistry.h"
 #include "platform/Platform.h"
-#include "software/VersionNumber.h"
 
 namespace qrt {
 namespace {
@@ -88,7 +89,21 @@ std::optional<std::string> QRTBundle::infoPathForBundlePath(const std::string& b
 }
 
 double QRTBundle::versionNumberFromString(const std::string& string) {
-  return versionNumber(string);
+  std::string_view text = string;
+  constexpr std::string_view numerals = "0123456789.";
+  text.remove_prefix(std::min(text.find_first_of(numerals), text.size()));
+  std::string digits(text.substr(0, text.find_first_not_of(numerals)));
+  const auto decimalDot = digits.find('.');
+  if (decimalDot != std::string::npos) {
+    digits.erase(std::remove(digits.begin() + static_cast<std::ptrdiff_t>(decimalDot) + 1,
+                             digits.end(), '.'),
+                 digits.end());
+  }
+  std::istringstream stream(digits);
+  stream.imbue(std::locale::classic());
+  double number = 0;
+  stream >> number;
+  return number;
 }
 
 float QRTBundle::versionNumberForApplicationWithIdentifier(const std::string& identifier,
@@ -100,8 +115,8 @@ float QRTBundle::versionNumberForApplicationWithIdentifier(const std::string& id
     const auto bundle = initWithPath(url.path, platform);
     if (!bundle || bundle->softwareType() != SoftwareType::application) continue;
     const auto info = bundle->infoDictionary().value_or(Dictionary());
-    highest =
-        std::max(highest, static_cast<float>(versionNumber(installedVersion(info, identifier))));
+    highest = std::max(
+        highest, static_cast<float>(versionNumberFromString(installedVersion(info, identifier))));
   }
   return highest;
 }

@@ -1,8 +1,8 @@
 #include "system/PreferenceOperations.h"
 
+#include "operations/ArgumentConverters.h"
 #include "operations/Arguments.h"
 #include "operations/PrivilegedOperationError.h"
-#include "operations/PropertyListArgument.h"
 #include "platform/Platform.h"
 #include "platform/Preferences.h"
 

@@ -1,8 +1,8 @@
 #include "system/SystemConfigurationOperations.h"
 
+#include "operations/ArgumentConverters.h"
 #include "operations/Arguments.h"
 #include "operations/PrivilegedOperationError.h"
-#include "operations/PropertyListArgument.h"
 #include "platform/Log.h"
 #include "platform/Platform.h"
 #include "platform/SystemConfiguration.h"

@@ -64,7 +64,9 @@ class RequestPipelineTest : public testing::Test {
     return perform(code, received ? &*received : nullptr, endpoint);
   }
   Outcome perform(std::uint64_t code, RequestArguments* received, FeedbackEndpoint* endpoint) {
-    const auto nothing = [](const Platform&, const Array&) -> Outcome { return success; };
+    const auto nothing = [](const Platform&, const Array&, FeedbackConnection*) -> Outcome {
+      return success;
+    };
     const RequestPipeline pipeline(
         code == contradictory ? badOperations_ : operations_, platform_, allowance_,
         {{operation_code::nop, nothing}, {operation_code::discardAuth, nothing}});
