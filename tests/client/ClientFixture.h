@@ -59,7 +59,7 @@ class ClientFixture : public testing::Test {
     terminal.take();
     return static_cast<int>(
         runClient(words, {platform, terminal, caller, bundlePath, language, patience,
-                          /*mayColor=*/true, silence}));
+                          /*mayColor=*/true, noticeDelay}));
   }
 
   FakeHelper helper;
@@ -70,7 +70,7 @@ class ClientFixture : public testing::Test {
   RecordingLog log;
   std::string bundlePath = "/nowhere";
   std::string language = "C";
-  std::chrono::milliseconds silence{60'000};
+  std::chrono::milliseconds noticeDelay{60'000};
   NativePlatform native;
   const Platform platform = platformWith(
       {.log = &log, .self = &self, .authority = &authority, .helperConnector = &helper},

@@ -3,7 +3,7 @@
 #include <thread>
 
 #include "ClientFixture.h"
-#include "client/cli/Examination.h"
+#include "client/cli/Doctor.h"
 #include "operations/PrivilegedOperationError.h"
 #include "protocol/FeedbackMessage.h"
 
@@ -46,7 +46,7 @@ TEST_F(ClientTest, TellsThatTheHelperCannotBeReached) {
 }
 
 TEST_F(ClientTest, SaysThatItWaitsForAHelperThatStartsSlowly) {
-  silence = std::chrono::milliseconds(1);
+  noticeDelay = std::chrono::milliseconds(1);
   helper.start = std::chrono::milliseconds(200);
   EXPECT_EQ(run({"nop"}), 0);
   EXPECT_EQ(terminal.errors(), "qrtctl: waiting for the helper to start\n");
@@ -59,7 +59,7 @@ TEST_F(ClientTest, AnInterruptionSaysThatTheOperationGoesOn) {
   EXPECT_EQ(run({"delete-foldercontents", "/a"}), 130);
   EXPECT_EQ(terminal.errors(),
             "qrtctl delete-foldercontents: Interrupted.\n"
-            "The operation goes on in the privileged helper.\n");
+            "The operation continues in the privileged helper.\n");
   // Unregistering could end the daemon under the operation.
   EXPECT_EQ(helper.calls.back(), "unregister later 42");
 
@@ -124,7 +124,7 @@ TEST_F(ClientTest, AnInterruptionDoesNotWaitForWhoeverReads) {
   terminal.whileWriting = [&] { caller.interrupt(); };
   helper.feedback = {outputMessage(Data{'a'})};
   EXPECT_EQ(run({"delete-foldercontents", "/a"}), 130);
-  EXPECT_THAT(terminal.errors(), HasSubstr("The operation goes on"));
+  EXPECT_THAT(terminal.errors(), HasSubstr("The operation continues"));
   // Done by then, but not told.
   helper.feedback.clear();
   helper.answer = privilegedOperationAnswer({{"a", 1}});
@@ -198,8 +198,8 @@ TEST_F(ClientTest, AsksAPersonBeforeItDestroys) {
 TEST_F(ClientTest, TheDoctorFailsOnlyOnAProblem) {
   EXPECT_EQ(run({"doctor"}), 0) << terminal.output();
   EXPECT_THAT(terminal.output(), HasSubstr("  1.6\n"));
-  EXPECT_FALSE(hasProblem(examine({"polkit", true}, {{"a", false, false, ""}})));
-  EXPECT_TRUE(hasProblem(examine({"polkit", true}, {{"a", false, true, ""}})));
+  EXPECT_FALSE(hasProblem(diagnoseSystem({"polkit", true}, {{"a", false, false, ""}})));
+  EXPECT_TRUE(hasProblem(diagnoseSystem({"polkit", true}, {{"a", false, true, ""}})));
 }
 
 TEST_F(ClientTest, ExplainsOperationsWithoutAHelper) {

@@ -14,8 +14,8 @@ class CallerProcess;
 class Terminal;
 struct Platform;
 
-/// All that a run needs of the world around it.
-struct ClientSurroundings {
+/// What a run uses of the world around it. The references outlive the run.
+struct ClientEnvironment {
   const Platform& platform;
   Terminal& terminal;
   CallerProcess& caller;
@@ -24,11 +24,11 @@ struct ClientSurroundings {
   std::string language;
   RegistrationPatience patience = {};
   bool mayColor = false;
-  /// How long the client waits for the helper in silence.
-  std::chrono::milliseconds silence{1000};
+  /// When the helper takes longer than this to start, the client prints a notice.
+  std::chrono::milliseconds noticeDelay{1000};
 };
 
-/// `words` are those behind the program's name.
-ExitStatus runClient(const std::vector<std::string>& words, const ClientSurroundings& surroundings);
+/// `words` follow the program's name.
+ExitStatus runClient(const std::vector<std::string>& words, const ClientEnvironment& environment);
 
 }  // namespace qrt

@@ -32,8 +32,8 @@ int main(int argc, char** argv) {
   const auto terminal = qrt::makeNativeTerminal();
   const qrt::NativePlatform native;
   const auto caller = qrt::makeNativeCallerProcess();
-  const qrt::ClientSurroundings surroundings{
+  const qrt::ClientEnvironment environment{
       native.facilities(),         *terminal, *caller, QRT_BUNDLE_PATH, languageOfUser(),
       qrt::RegistrationPatience{}, mayColor()};
-  return static_cast<int>(qrt::runClient({argv + 1, argv + argc}, surroundings));
+  return static_cast<int>(qrt::runClient({argv + 1, argv + argc}, environment));
 }

@@ -19,7 +19,7 @@
 namespace qrt {
 namespace {
 
-/// What a message of 16 MiB has room for beside its header, the authorization and two texts for the
+/// In bytes: a message of 16 MiB without its header, the authorization and the two texts of the
 /// dialog.
 constexpr std::size_t largestArguments = 31 << 19;
 constexpr const char* tooLarge = "{} larger than 15.5 MiB";
@@ -45,20 +45,9 @@ std::optional<Number> numberIn(std::string_view text) {
   return std::nullopt;
 }
 
-/// What stands behind `word` in "word=value word=value ...".
-std::optional<std::string_view> valueOfWord(std::string_view words, std::string_view word) {
-  while (!words.empty()) {
-    const auto entry = words.substr(0, words.find(' '));
-    words.remove_prefix(std::min(entry.size() + 1, words.size()));
-    const auto equals = entry.find('=');
-    if (entry.substr(0, equals) == word) return entry.substr(equals + 1);
-  }
-  return std::nullopt;
-}
-
 UsageResult<Data> contentsOfFile(const std::string& path) {
   const bool isStandardInput = path == "-";
-  // Unlike a stream of the library, this one tells the end of standard input from its failure.
+  // A C stream reports the end of standard input and its failure as different states.
   const auto close = [](std::FILE* file) { return file == stdin ? 0 : std::fclose(file); };
   const std::unique_ptr<std::FILE, decltype(close)> file(
       isStandardInput ? stdin : std::fopen(path.c_str(), "rb"), close);
@@ -76,22 +65,39 @@ UsageError unsuitable(const ArgumentDescription& description, const std::string&
   return {fmt::format("{}: '{}' is not {}", description.name, word, expected)};
 }
 
+UsageResult<std::string_view> chosenValue(const ArgumentDescription& description,
+                                          const std::string& word) {
+  std::string allowed;
+  for (const auto& choice : choicesOf(description)) {
+    if (choice.word == word) return choice.value;
+    allowed += fmt::format("{}{}", allowed.empty() ? "" : ", ", choice.word);
+  }
+  return unsuitable(description, word, "one of: " + allowed);
+}
+
 UsageResult<PropertyValue> readWord(const ArgumentDescription& description, const std::string& word,
                                     const WordContext& context) {
+  const auto wrapped = [](auto result) -> UsageResult<PropertyValue> {
+    if (!result) return result.error();
+    return PropertyValue(std::move(*result));
+  };
   switch (description.form) {
-    case ArgumentForm::path: {
-      auto path = absolutePath(word, context.caller);
-      if (!path) return path.error();
-      return PropertyValue(std::move(*path));
-    }
+    case ArgumentForm::path:
+      return wrapped(absolutePath(word, context.caller));
+    case ArgumentForm::fileContents:
+      return wrapped(contentsOfFile(word));
+    case ArgumentForm::accessControlList:
+      return wrapped(accessControlListIn(word, context.platform));
     case ArgumentForm::choice:
-      if (const auto value = valueOfWord(description.detail, word)) return PropertyValue(*value);
-      return unsuitable(description, word, "one of the words that it can be");
+      return wrapped(chosenValue(description, word));
     case ArgumentForm::bits:
-      if (const auto value = valueOfWord(description.detail, word)) {
-        return PropertyValue(*numberIn(*value));
-      }
-      return unsuitable(description, word, "one of the words that it can be");
+    case ArgumentForm::onOff: {
+      const auto value = chosenValue(description, word);
+      if (!value) return value.error();
+      const auto number = *numberIn(*value);
+      return description.form == ArgumentForm::onOff ? PropertyValue(number.asBool())
+                                                     : PropertyValue(number);
+    }
     case ArgumentForm::number:
       if (const auto value = numberIn(word)) return PropertyValue(*value);
       return unsuitable(description, word, "a whole number of 64 bits");
@@ -99,19 +105,6 @@ UsageResult<PropertyValue> readWord(const ArgumentDescription& description, cons
       if (const auto value = signalNumber(word)) return PropertyValue(*value);
       if (const auto value = numberIn(word)) return PropertyValue(*value);
       return unsuitable(description, word, "a signal");
-    case ArgumentForm::onOff:
-      if (word == "on" || word == "off") return PropertyValue(word == "on");
-      return unsuitable(description, word, "on or off");
-    case ArgumentForm::fileContents: {
-      auto contents = contentsOfFile(word);
-      if (!contents) return contents.error();
-      return PropertyValue(std::move(*contents));
-    }
-    case ArgumentForm::accessControlList: {
-      auto list = accessControlListIn(word, context.platform);
-      if (!list) return list.error();
-      return PropertyValue(std::move(*list));
-    }
     default:
       return PropertyValue(word);
   }
@@ -129,7 +122,8 @@ UsageResult<PropertyValue> sumOfBits(const ArgumentDescription& description,
   return PropertyValue(sum);
 }
 
-/// The values of an argument that is sent exactly once, whatever was written for it.
+/// The value of an argument that is sent exactly once, however often the user wrote it; nothing for
+/// other arguments.
 std::optional<UsageResult<PropertyValue>> singleValue(const ArgumentDescription& description,
                                                       const std::vector<std::string>& words,
                                                       const WordContext& context) {
@@ -173,7 +167,7 @@ std::optional<UsageError> read(const ArgumentDescription& description,
   return std::nullopt;
 }
 
-/// How much of a message a value takes, at the most.
+/// The largest number of bytes that the value takes in a message.
 std::size_t sizeInMessage(const PropertyValue& value) {
   constexpr std::size_t typeLengthAndPadding = 24;
   std::size_t size = typeLengthAndPadding;
@@ -191,7 +185,7 @@ std::size_t sizeInMessage(const PropertyValue& value) {
 
 }  // namespace
 
-UsageResult<Array> readArguments(const std::vector<ArgumentDescription>& descriptions,
+UsageResult<Array> readArguments(std::span<const ArgumentDescription> descriptions,
                                  const GivenWords& words, const WordContext& context) {
   Array values;
   for (std::size_t i = 0; i < descriptions.size(); ++i) {
@@ -219,7 +213,7 @@ UsageResult<std::string> absolutePath(const std::string& path, const CallerProce
   if (path.empty() || path.starts_with('/')) return path;
   auto folder = caller.currentFolder();
   if (!folder) {
-    return UsageError{fmt::format("'{}' needs a current folder, and there is none", path)};
+    return UsageError{fmt::format("'{}' is relative, and there is no current folder", path)};
   }
   if (!folder->ends_with('/')) folder->push_back('/');
   return *folder + path;

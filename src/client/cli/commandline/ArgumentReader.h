@@ -1,6 +1,7 @@
 // From the words of a command line to the values of a request.
 #pragma once
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,7 @@ namespace qrt {
 class CallerProcess;
 struct Platform;
 
-/// What words may refer to.
+/// What the words may refer to.
 struct WordContext {
   const CallerProcess& caller;
   const Platform& platform;
@@ -23,14 +24,14 @@ struct WordContext {
 using GivenWords = std::vector<std::vector<std::string>>;
 
 /// The values in the order in which they are sent.
-UsageResult<Array> readArguments(const std::vector<ArgumentDescription>& descriptions,
+UsageResult<Array> readArguments(std::span<const ArgumentDescription> descriptions,
                                  const GivenWords& words, const WordContext& context);
 
-/// The words on standard input, each ended by a zero byte; the last one may lack it.
+/// The words on standard input. A zero byte ends each; the last word may lack it.
 UsageResult<std::vector<std::string>> wordsOnStandardInput();
 
-/// The path below the current folder when it is relative. Links and ".." are not resolved; an empty
-/// path stays empty.
+/// A relative path is below the current folder. Links and ".." are not resolved. An empty path
+/// stays empty.
 UsageResult<std::string> absolutePath(const std::string& path, const CallerProcess& caller);
 
 }  // namespace qrt

@@ -2,10 +2,8 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <iterator>
 #include <utility>
-
-#include "client/cli/commandline/OperationSentence.h"
-#include "operations/QRTPrivilegedOperationSet.h"
 
 namespace qrt {
 namespace {
@@ -13,23 +11,23 @@ namespace {
 constexpr const char* commandFooter =
     R"("qrtctl --help" shows the options for all commands and the exit statuses.)";
 
-/// CLI11 takes some plain words for something else: "[a,b]" for a list, "++" for the end of a
-/// command. A mark in front of them keeps them together; it is taken off again behind CLI11.
+/// CLI11 gives some plain words a meaning: "[a,b]" is a list, "++" ends a command. A mark before
+/// such a word hides it from CLI11; the mark is removed from the result.
 constexpr char mark = '\x01';
 
 bool needsMark(const std::string& word) {
   return word == "++" || word.starts_with('[') || word.starts_with(mark);
 }
 
-/// In reverse, as CLI11 takes them.
+/// In reverse, the order that CLI11 wants.
 std::vector<std::string> marked(const std::vector<std::string>& words) {
   std::vector<std::string> result;
-  bool isBehindDashes = false;
+  bool isAfterDashes = false;
   for (const auto& word : words) {
-    if (word == "--" && !isBehindDashes) {
-      isBehindDashes = true;
+    if (word == "--" && !isAfterDashes) {
+      isAfterDashes = true;
     } else {
-      result.push_back(isBehindDashes || needsMark(word) ? mark + word : word);
+      result.push_back(isAfterDashes || needsMark(word) ? mark + word : word);
     }
   }
   std::reverse(result.begin(), result.end());
@@ -40,52 +38,52 @@ std::string unmarked(const std::string& word) {
   return word.starts_with(mark) ? word.substr(1) : word;
 }
 
-/// The words are taken from the option later, as they are.
+/// The words are read from the option's results later.
 const CLI::callback_t acceptWords = [](const CLI::results_t&) { return true; };
 
-/// The words of one description; null for one that is not written.
-CLI::Option* addArgument(CLI::App& command, const ArgumentDescription& description) {
-  if (isImplied(description.form)) return nullptr;
-  const std::string name(description.name);
-  const std::string help(description.help);
-  if (takesNoValue(description.form)) {
-    return command.add_flag(name, help)->disable_flag_override();
-  }
+CLI::Option* addFlag(CLI::App& command, std::string_view name, std::string_view help) {
+  // CLI11 takes a text that can change for a variable that gets the value.
+  const std::string description(help);
+  return command.add_flag(std::string(name), description)->disable_flag_override();
+}
 
-  auto* const option = command.add_option(name, acceptWords, help);
-  const bool isRequired =
-      description.occurrence == Occurrence::once || description.occurrence == Occurrence::oneOrMore;
-  const bool isRepeated =
-      description.occurrence == Occurrence::oneOrMore || description.occurrence == Occurrence::any;
-  // A list of paths may stand on standard input instead.
-  option->required(isRequired && !isPathList(description));
-  if (isRepeated) {
+/// Null for an argument that the user does not write.
+CLI::Option* addArgument(CLI::App& command, const ArgumentDescription& argument) {
+  if (isImplied(argument.form)) return nullptr;
+  if (isFlag(argument.form)) return addFlag(command, argument.name, argument.help);
+  auto* const option =
+      command.add_option(std::string(argument.name), acceptWords, std::string(argument.help));
+  // Standard input can hold a list of paths, so the command line need not.
+  option->required(argument.occurrence == Occurrence::once ||
+                   (argument.occurrence == Occurrence::oneOrMore && !isPathList(argument)));
+  if (isRepeatable(argument)) {
     option->expected(1, -1);
-    // An option takes one word each time, or it would swallow what stands behind it.
-    option->allow_extra_args(!isOption(description));
+    // An option takes one word each time. Otherwise it would take the words after it as well.
+    option->allow_extra_args(!isOption(argument));
   }
   return option;
 }
 
-struct OperationForm {
-  const OperationArguments* operation;
+/// An operation with its counterparts in CLI11, which owns them.
+struct OperationParser {
+  const OperationDescription& operation;
   CLI::App* command;
+  /// One for each argument; null for an argument that the user does not write.
   std::vector<CLI::Option*> options;
-  /// Null where no list of paths is taken.
-  CLI::Option* pathsFromInput = nullptr;
+  /// Null when the operation takes no list of paths.
+  CLI::Option* pathsFromInput;
 };
 
-struct OwnForm {
-  const OwnCommandDescription* description;
+struct BuiltInParser {
+  BuiltInCommand which;
   CLI::App* command;
-  /// Null where no word is taken.
+  /// Null when the command takes no argument.
   CLI::Option* word;
 };
 
 class Parser {
  public:
-  Parser(const QRTPrivilegedOperationSet& operations,
-         const std::vector<OperationArguments>& table) {
+  explicit Parser(const OperationDescriptions& operations) {
     app_.require_subcommand(1);
     app_.footer(std::string(usageNotes()));
     app_.set_help_flag("-h,--help", "Show this help");
@@ -95,8 +93,8 @@ class Parser {
     formatter->label("Positionals", "Arguments");
     formatter->label("REQUIRED", "");
     for (const auto& option : generalOptions()) addGeneralOption(option);
-    for (const auto& own : ownCommands()) addOwnCommand(own);
-    for (const auto& entry : table) addOperation(entry, operations);
+    for (const auto& builtIn : builtInCommands()) addBuiltIn(builtIn);
+    for (const auto& operation : operations) addOperation(operation);
   }
 
   std::variant<Command, HelpText, UsageError> parse(const std::vector<std::string>& words) {
@@ -113,8 +111,8 @@ class Parser {
   }
 
  private:
-  CLI::App* addCommand(const std::string& name, const std::string& help, const std::string& group) {
-    auto* const command = app_.add_subcommand(name, help);
+  CLI::App* addCommand(std::string_view name, std::string_view help, const std::string& group) {
+    auto* const command = app_.add_subcommand(std::string(name), std::string(help));
     command->group(group);
     command->fallthrough();
     command->footer(commandFooter);
@@ -131,58 +129,53 @@ class Parser {
     }
   }
 
-  void addOwnCommand(const OwnCommandDescription& own) {
+  void addBuiltIn(const BuiltInDescription& builtIn) {
     auto* const command =
-        addCommand(std::string(own.name), std::string(own.help), own.isHidden ? "" : "Commands");
-    OwnForm form{&own, command, nullptr};
-    if (!own.argument.empty()) {
-      form.word = command->add_option(std::string(own.argument), acceptWords,
-                                      std::string(own.argumentHelp));
-      form.word->required();
+        addCommand(builtIn.name, builtIn.help, builtIn.isHidden ? "" : "Commands");
+    CLI::Option* word = nullptr;
+    if (!builtIn.argument.empty()) {
+      word = command->add_option(std::string(builtIn.argument), acceptWords,
+                                 std::string(builtIn.argumentHelp));
+      word->required();
     }
-    ownForms_.push_back(form);
+    builtIns_.push_back({builtIn.command, command, word});
   }
 
-  void addOperation(const OperationArguments& entry, const QRTPrivilegedOperationSet& operations) {
-    const auto found = operations.implementedOperations().find(entry.identifier);
-    if (!entry.isAvailable || found == operations.implementedOperations().end()) return;
-    OperationForm form{&entry, nullptr, {}, nullptr};
-    form.command =
-        addCommand(found->first, sentenceFor(found->second), "Operations of the privileged helper");
-    for (const auto& description : entry.arguments) {
-      form.options.push_back(addArgument(*form.command, description));
-    }
-    if (takesPathList(entry)) {
-      const std::string name(pathsFromInput.name);
-      const std::string help(pathsFromInput.help);
-      form.pathsFromInput = form.command->add_flag(name, help);
-      form.pathsFromInput->disable_flag_override();
-    }
-    forms_.push_back(std::move(form));
+  void addOperation(const OperationDescription& operation) {
+    const auto& row = operation.row;
+    auto* const command =
+        addCommand(row.identifier, operation.sentence, "Operations of the privileged helper");
+    std::vector<CLI::Option*> options;
+    for (const auto& argument : row.arguments) options.push_back(addArgument(*command, argument));
+    auto* const paths =
+        takesPathList(row) ? addFlag(*command, pathsFromInput.name, pathsFromInput.help) : nullptr;
+    operations_.push_back({operation, command, std::move(options), paths});
   }
 
   Command command() const {
     const auto* const chosen = app_.get_subcommands().front();
-    Command command{options_, chosen->get_name(), OwnCommandUse{}};
+    auto options = options_;
     for (const auto& option : generalOptions()) {
-      if (option.text) command.options.*option.text = unmarked(options_.*option.text);
+      if (option.text) options.*option.text = unmarked(options.*option.text);
     }
-    for (const auto& form : ownForms_) {
-      if (form.command != chosen) continue;
-      command.what = OwnCommandUse{form.description->command,
-                                   form.word ? unmarked(form.word->results().front()) : ""};
-    }
-    for (const auto& form : forms_) {
-      if (form.command != chosen) continue;
-      command.what = OperationCommand{form.operation, wordsOf(form),
-                                      form.pathsFromInput && *form.pathsFromInput};
-    }
-    return command;
+    return {std::move(options), chosen->get_name(), useOf(chosen)};
   }
 
-  static GivenWords wordsOf(const OperationForm& form) {
+  std::variant<BuiltInUse, OperationUse> useOf(const CLI::App* chosen) const {
+    for (const auto& [which, command, word] : builtIns_) {
+      if (command != chosen) continue;
+      return BuiltInUse{which, word ? unmarked(word->results().front()) : ""};
+    }
+    const auto parser =
+        std::find_if(operations_.begin(), operations_.end(),
+                     [&](const OperationParser& candidate) { return candidate.command == chosen; });
+    return OperationUse{parser->operation, wordsOf(parser->options),
+                        parser->pathsFromInput && *parser->pathsFromInput};
+  }
+
+  static GivenWords wordsOf(const std::vector<CLI::Option*>& options) {
     GivenWords words;
-    for (const auto* option : form.options) {
+    for (const auto* option : options) {
       auto& given = words.emplace_back();
       if (!option) continue;
       std::transform(option->results().begin(), option->results().end(), std::back_inserter(given),
@@ -191,18 +184,17 @@ class Parser {
     return words;
   }
 
-  CLI::App app_{"Has the privileged helper do maintenance work that needs root.", "qrtctl"};
+  CLI::App app_{"Asks the privileged helper to do maintenance work that needs root.", "qrtctl"};
   CommandOptions options_;
-  std::vector<OwnForm> ownForms_;
-  std::vector<OperationForm> forms_;
+  std::vector<BuiltInParser> builtIns_;
+  std::vector<OperationParser> operations_;
 };
 
 }  // namespace
 
 std::variant<Command, HelpText, UsageError> parseCommandLine(
-    const std::vector<std::string>& words, const QRTPrivilegedOperationSet& operations,
-    const std::vector<OperationArguments>& table) {
-  return Parser(operations, table).parse(words);
+    const std::vector<std::string>& words, const OperationDescriptions& operations) {
+  return Parser(operations).parse(words);
 }
 
 }  // namespace qrt

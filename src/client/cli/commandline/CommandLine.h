@@ -1,4 +1,4 @@
-// What the words behind the program's name ask for.
+// What the words after the program's name ask for.
 #pragma once
 
 #include <string>
@@ -7,39 +7,35 @@
 
 #include "client/cli/commandline/ArgumentReader.h"
 #include "client/cli/commandline/CommandTables.h"
-#include "client/cli/commandline/OperationArguments.h"
+#include "client/cli/commandline/OperationDescription.h"
 
 namespace qrt {
 
-class QRTPrivilegedOperationSet;
-
-struct OwnCommandUse {
-  OwnCommand command = OwnCommand::version;
-  /// Its argument; empty when it takes none.
+struct BuiltInUse {
+  BuiltInCommand command = BuiltInCommand::version;
+  /// Its argument; empty when it takes no argument.
   std::string word;
 };
 
-struct OperationCommand {
-  const OperationArguments* operation;
+struct OperationUse {
+  const OperationDescription& operation;
   GivenWords words;
-  /// The paths on standard input are to be appended.
+  /// Whether standard input holds further paths.
   bool readsPaths = false;
 };
 
 struct Command {
   CommandOptions options;
   std::string name;
-  std::variant<OwnCommandUse, OperationCommand> what;
+  std::variant<BuiltInUse, OperationUse> use;
 };
 
 struct HelpText {
   std::string text;
 };
 
-/// `operations` has the sentences that describe the operations of the `table`, which outlives the
-/// command. Words behind "--" are never options.
+/// Words after "--" are never options. `operations` outlives the command.
 std::variant<Command, HelpText, UsageError> parseCommandLine(
-    const std::vector<std::string>& words, const QRTPrivilegedOperationSet& operations,
-    const std::vector<OperationArguments>& table = operationArguments());
+    const std::vector<std::string>& words, const OperationDescriptions& operations);
 
 }  // namespace qrt

@@ -10,70 +10,69 @@ namespace qrt {
 namespace {
 
 const GeneralOption options[] = {
-    {"--json", "", "Tell everything as JSON", &CommandOptions::isJson},
-    {"--yes", "", "Destroy without being asked about it", &CommandOptions::isSure},
-    {"--prompt", "TEXT", "What the authorization dialog says", nullptr, &CommandOptions::prompt},
-    {"--icon", "FILE", "Image that the authorization dialog shows", nullptr,
-     &CommandOptions::iconPath},
+    {"--json", "", "Write output as JSON lines", &CommandOptions::isJson},
+    {"--yes", "", "Answer yes to the question before something is destroyed",
+     &CommandOptions::assumesYes},
+    {"--prompt", "TEXT", "Text of the authorization dialog", nullptr, &CommandOptions::prompt},
+    {"--icon", "FILE", "Image in the authorization dialog", nullptr, &CommandOptions::iconPath},
     {"--socket", serviceDescription().addressValue, serviceDescription().addressHelp, nullptr,
      &CommandOptions::address},
 };
 
-constexpr OwnCommandDescription commands[] = {
-    {OwnCommand::version, "version", "Show the version of the privileged helper."},
-    {OwnCommand::operations, "operations", "List the operations of the privileged helper."},
-    {OwnCommand::explain, "explain",
-     "Tell all about an operation: arguments, right, and whether this system supports it.",
-     "OPERATION", "Name of the operation"},
-    {OwnCommand::doctor, "doctor",
-     "Examine the helper and this system; fails when something is wrong."},
-    {OwnCommand::installRights, "install-rights",
+constexpr BuiltInDescription commands[] = {
+    {BuiltInCommand::version, "version", "Show the version of the privileged helper."},
+    {BuiltInCommand::operations, "operations", "List the operations of the privileged helper."},
+    {BuiltInCommand::explain, "explain",
+     "Describe an operation: arguments, right, and whether this system supports it.", "OPERATION",
+     "Name of the operation"},
+    {BuiltInCommand::doctor, "doctor",
+     "Check the helper and this system. Fails when it finds a problem."},
+    {BuiltInCommand::installRights, "install-rights",
      "Add the authorization rights of all operations to the rights database (root only)."},
-    {OwnCommand::removeRights, "remove-rights",
-     "Remove the authorization rights of all operations again (root only)."},
-    {OwnCommand::generate, "generate", "Write a text that is made from the tables of this program.",
-     "TEXT", "man, daemon-man, bash, zsh, fish, reference or examples", true},
+    {BuiltInCommand::removeRights, "remove-rights",
+     "Remove the authorization rights of all operations from the rights database (root only)."},
+    {BuiltInCommand::generate, "generate",
+     "Write a text that is generated from the tables of this program.", "TEXT",
+     "man, daemon-man, bash, zsh, fish, reference or examples", true},
 };
 
 constexpr ExitStatusDescription statuses[] = {
     {ExitStatus::done, "done"},
-    {ExitStatus::failed, "failed, or the question was not answered with yes"},
+    {ExitStatus::failed, "failed, or the answer to the question was not yes"},
     {ExitStatus::usage, "the command line is wrong"},
     {ExitStatus::notAuthorized, "not authorized"},
     {ExitStatus::notFound, "not found"},
     {ExitStatus::unreachable, "the privileged helper cannot be reached"},
-    {ExitStatus::interrupted, "interrupted; an operation that runs goes on in the helper"},
+    {ExitStatus::interrupted, "interrupted; an operation that has begun continues in the helper"},
 };
 
-/// Each works on an empty machine with a helper once /srv/example holds the folders "old" and
+/// Each works on an empty machine with a helper when /srv/example holds the folders "old" and
 /// "project".
 constexpr CommandExample examples[] = {
     {"qrtctl delete-fileobjects --recursive /srv/example/old",
-     "Delete a folder with everything below it, even what immutable flags protect."},
+     "Delete a folder with everything below it, even objects with immutable flags."},
     {"find /srv/example/project -name '*.tmp' -print0 | qrtctl delete-fileobjects --stdin0",
-     "Delete what another program found."},
+     "Delete the objects that another program found."},
     {"qrtctl search-agedfiles /srv/example/project 30",
-     "List what has not changed for thirty days."},
+     "List the objects that have not changed for thirty days."},
     {"qrtctl --json inspect-storagesize /srv/example/project",
      "Measure a folder, for a program to read."},
     {"qrtctl execute-utility chmod -- -R go-w /srv/example/project",
-     "Run a utility; words behind \"--\" are its own."},
-    {"qrtctl explain modify-protection", "Tell all about an operation."},
-    {"qrtctl doctor", "Look for what is wrong."},
+     "Run a utility; the words after \"--\" are its arguments."},
+    {"qrtctl explain modify-protection", "Describe an operation."},
+    {"qrtctl doctor", "Find out what is wrong."},
 };
 
 constexpr std::string_view notes[] = {
     "Records, program output and answers go to standard output, progress and messages to standard "
     "error. Failures have colour on a terminal, unless the variable NO_COLOR is set.",
-    "On a terminal, a question stands before an operation that destroys; --yes answers it. Without "
-    "a terminal nobody is asked.",
-    "With --json everything goes to standard output, one JSON object a line: {\"feedback\":{...}} "
-    "for each message of a running operation, then {\"done\":true} or "
+    "On a terminal, a question precedes each operation that destroys something; --yes answers it. "
+    "Without a terminal there is no question.",
+    "With --json all output goes to standard output, one JSON object a line: "
+    "{\"feedback\":{...}} for each message of a running operation, then {\"done\":true} or "
     "{\"done\":true,\"answer\":{...}} for the result or {\"done\":false,\"error\":{...}} for the "
-    "failure, with its domain, code, description, suggestion and userInfo. Data is Base64 there "
-    "and "
-    "a date is seconds since 1970; a byte that is not valid UTF-8 is the character U+10FF00 + "
-    "byte.",
+    "failure, with its domain, code, description, suggestion and userInfo. Data is Base64, a date "
+    "is seconds since 1970, and a byte that is not valid UTF-8 is the character U+10FF00 + byte.",
 };
 
 constexpr std::size_t helpWidth = 96;
@@ -92,14 +91,14 @@ std::string wrapped(std::string_view paragraph) {
 }  // namespace
 
 std::span<const GeneralOption> generalOptions() { return options; }
-std::span<const OwnCommandDescription> ownCommands() { return commands; }
+std::span<const BuiltInDescription> builtInCommands() { return commands; }
 std::span<const ExitStatusDescription> exitStatuses() { return statuses; }
 std::span<const CommandExample> commandExamples() { return examples; }
 std::span<const std::string_view> outputNotes() { return notes; }
 
 std::string usageNotes() {
   std::string text =
-      "Options may stand before or behind the command. Words behind \"--\" are never options.\n"
+      "Options go before or after the command. Words after \"--\" are never options.\n"
       "\"qrtctl COMMAND --help\" shows the arguments of a command.\n\nExit status:\n";
   for (const auto& [status, meaning] : statuses) {
     text += fmt::format("  {:<4} {}\n", static_cast<int>(status), meaning);

@@ -1,4 +1,4 @@
-// What every command line may hold beside the operations, as data.
+// General options, built-in commands, exit statuses, examples and notes, as data.
 #pragma once
 
 #include <span>
@@ -12,26 +12,26 @@ namespace qrt {
 
 struct CommandOptions {
   bool isJson = false;
-  /// Nobody is asked before something is destroyed.
-  bool isSure = false;
+  /// The answer to the question before an operation destroys something.
+  bool assumesYes = false;
   std::string prompt;
   std::string iconPath;
-  /// Where the helper is reached.
+  /// Where the helper listens.
   std::string address{defaultHelperAddress()};
 };
 
-/// An option that any command takes: a flag, or a text.
+/// An option that every command takes: a flag, or a text.
 struct GeneralOption {
   std::string_view name;
-  /// What stands behind it in a synopsis; empty for a flag.
+  /// The word for its value in a synopsis; empty for a flag.
   std::string_view value;
   std::string_view help;
   bool CommandOptions::*flag = nullptr;
   std::string CommandOptions::*text = nullptr;
 };
 
-/// Commands that are no operation of the daemon.
-enum class OwnCommand {
+/// Commands that are not operations of the daemon.
+enum class BuiltInCommand {
   version,
   operations,
   explain,
@@ -41,8 +41,8 @@ enum class OwnCommand {
   generate,
 };
 
-struct OwnCommandDescription {
-  OwnCommand command;
+struct BuiltInDescription {
+  BuiltInCommand command;
   std::string_view name;
   std::string_view help;
   std::string_view argument = {};
@@ -55,7 +55,7 @@ struct ExitStatusDescription {
   std::string_view meaning;
 };
 
-/// One command as it is typed, and what it does.
+/// A command line and what it does.
 struct CommandExample {
   std::string_view command;
   std::string_view meaning;
@@ -64,19 +64,19 @@ struct CommandExample {
 /// The option of operations that take a list of paths.
 struct PathsFromInput {
   std::string_view name = "--stdin0";
-  std::string_view help = "Take further paths from standard input, each ended by a zero byte";
+  std::string_view help = "Read further paths from standard input, each ended by a zero byte";
 };
 inline constexpr PathsFromInput pathsFromInput;
 
 std::span<const GeneralOption> generalOptions();
-std::span<const OwnCommandDescription> ownCommands();
+std::span<const BuiltInDescription> builtInCommands();
 std::span<const ExitStatusDescription> exitStatuses();
 std::span<const CommandExample> commandExamples();
 
-/// Paragraphs on what is written where.
+/// Paragraphs on what goes to which stream.
 std::span<const std::string_view> outputNotes();
 
-/// What stands below the list of commands in the help.
+/// The help below the list of commands.
 std::string usageNotes();
 
 }  // namespace qrt

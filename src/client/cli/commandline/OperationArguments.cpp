@@ -8,155 +8,152 @@ namespace {
 using enum ArgumentForm;
 using enum Occurrence;
 
-constexpr bool available = true;
-
 constexpr std::string_view sameFileSystem = "Stay on the file system of the folder";
+
+// clang-format off
+constexpr OperationArguments table[] = {
+    {"nop"},
+    {"discard-auth"},
+    {"delete-files",
+     {{"PATH", path, "Object to delete", oneOrMore}},
+     "Delete these files for good?"},
+    {"prepare-uninstall"},
+    {"perform-uninstall",
+     {{"", ownProcess},
+      {"EXECUTABLE", path, "Installed program"},
+      {"JOB", path, "Installed job description"}},
+     "Remove the privileged helper from this system?"},
+    {"modify-systemfile",
+     {{"FILE", path, "File to give new contents"},
+      {"CONTENTS", fileContents, "File with the new contents; \"-\" is standard input"},
+      {"--remove-backup", numberFlag, "Do not keep the old file beside the new one"}},
+     "Give this file new contents?"},
+    {"create-fileobject",
+     {{"PATH", path, "Object to create"},
+      {"TYPE", choice, "What to create: file, executable or folder", once,
+       "file=F executable=X folder=D"}}},
+    {"rename-fileobject",
+     {{"PATH", path, "Object to rename"},
+      {"NEWPATH", path, "Its new path"}}},
+    {"delete-fileobjects",
+     {{"--recursive", textFlag, "Delete folders with everything below them"},
+      {"--stop-on-first-error", textFlag, "Do not delete the remaining objects after a failure"},
+      {"PATH", path, "Object to delete", oneOrMore}},
+     "Delete these objects for good, whatever protects them?"},
+    {"delete-foldercontents",
+     {{"FOLDER", path, "Folder to empty; the folder itself stays", oneOrMore}},
+     "Delete everything in these folders for good?"},
+    {"inspect-fileobject",
+     {{"PATH", path, "Object to look for"}}},
+    {"touch-fileobject",
+     {{"PATH", path, "Object to touch"}}},
+    {"modify-protection",
+     {{"PATH", path, "Object to protect or release"},
+      {"PROTECTION", onOff, "Whether the object becomes immutable: on or off"},
+      {"--recursive", numberFlag, "Include everything below a folder"},
+      {"--one-file-system", numberFlag, sameFileSystem}},
+     {}, "immutable flags"},
+    {"modify-hfsattr",
+     {{"PATH", path, "Object to change"},
+      {"TYPE", number, "Type code"},
+      {"CREATOR", number, "Creator code"},
+      {"--hidden", numberFlag, "Hide the object; without it the object is shown"}}},
+    {"create-link",
+     {{"PATH", path, "Link to create"},
+      {"TARGET", text, "Target of the link, stored as written"},
+      {"--hard", numberFlag, "Create a hard link instead of a symbolic one"}}},
+    {"search-agedfiles",
+     {{"FOLDER", path, "Where to search"},
+      {"DAYS", number, "Smallest age of an object in days since its last change"},
+      {"--one-file-system", numberFlag, sameFileSystem}}},
+    {"search-filenames",
+     {{"FOLDER", path, "Where to search; folders below it are not entered"},
+      {"--prefix", text, "How the names begin", optional},
+      {"--extension", text, "How the names end, without the dot", optional},
+      {"--folders", numberFlag, "Look for folders instead of other objects"}}},
+    {"search-patterns",
+     {{"FOLDER", path, "Where to search"},
+      {"--one-file-system", textFlag, sameFileSystem},
+      {"--name", taggedText, "A whole name to look for", any, "0"},
+      {"--prefix", taggedText, "How a name begins", any, "1"},
+      {"--extension", taggedText, "How a name ends, without the dot", any, "2"}}},
+    {"search-fileorphans",
+     {{"FOLDER", path, "Where to search"},
+      {"--one-file-system", numberFlag, sameFileSystem}}},
+    {"inspect-storagesize",
+     {{"FOLDER", path, "Folder to measure"}}},
+    {"modify-kernelsetting",
+     {{"NAME", text, "Name of the setting, with dots"},
+      {"VALUE", number, "Its new value"}}},
+    {"modify-nvram",
+     {{"NAME", text, "Name of the variable"},
+      {"VALUE", text, "Its new value; bytes are written as %0A%FF"}},
+     "Change this firmware variable?", "firmware variables"},
+    {"modify-preferences",
+     {{"KEY", text, "Name of the preference"},
+      {"DOMAIN", text, "Domain of the application, NSGlobalDomain or kCFPreferencesAnyApplication"},
+      {"USER", text, "User name, kCFPreferencesAnyUser or kCFPreferencesCurrentUser"},
+      {"HOST", text, "Host, kCFPreferencesAnyHost or kCFPreferencesCurrentHost"},
+      {"VALUE", text, "New value as a property list; leave it out to remove the key", optional}},
+     {},
+     {},
+     "On Linux the files are those of GNUstep. Its programs read a user's settings, and in\n"
+     "/etc/GNUstep/GlobalDefaults.plist those of any user for any application. A program reads\n"
+     "/etc/GNUstep/Defaults (any user, one application) and the folders ByHost (one host) only\n"
+     "if it looks there."},
+    {"modify-sysconf",
+     {{"", constant, "", once, "qrtctl"},
+      {"--file", text, "Identifier of the preferences file", optional},
+      {"KEY", text, "Name of the setting"},
+      {"VALUE", text, "New value as a property list; leave it out to remove the key", optional}}},
+    {"signal-process",
+     {{"PID", number, "Identifier of the process"},
+      {"SIGNAL", signal, "Signal to send: TERM, SIGTERM or its number"}}},
+    {"modify-acl",
+     {{"PATH", path, "Object to change"},
+      {"ACL", accessControlList,
+       "The list as the system writes it (\"u:anna:rw,g:staff:r\"), @PATH for that of another "
+       "object, or none to remove the list"}}},
+    {"prop-permissions",
+     {{"FOLDER", path, "Folder whose permissions are copied to everything below it"},
+      {"--expected", number, "Number of objects below it, to compute the progress", optional, "0"},
+      {"--one-file-system", numberFlag, sameFileSystem},
+      {"--copy", bits,
+       "What to copy: acl, others, group, owner, group-id, user-id; mark-inherited marks the "
+       "entries of the list",
+       any,
+       "acl=1 others=2 group=4 owner=8 group-id=16 user-id=32 mark-inherited=64"}}},
+    {"execute-utility",
+     {{"", constant, "", once, "qrtctl"},
+      {"UTILITY", text, "Name of the utility"},
+      {"ARGUMENT", text, "Argument of the utility", any}}},
+    {"enable-ipvsix",
+     {{"", constant, "", once, "qrtctl"},
+      {"SERVICE", text, "Identifier of the network service"},
+      {"SUPPORT", onOff, "Whether it supports IPv6: on or off"}},
+     {}, "IPv6"},
+    {"rename-stashfolder",
+     {{"FOLDER", path, "Folder to move aside"},
+      {"NAME", text, "Its new name, in the same place"},
+      {"--substitute", numberFlag, "Put an empty folder of the same kind in its place"}}},
+    {"create-installmedia",
+     {{"INSTALLER", path, "Installer application"},
+      {"VOLUME", path, "Volume that becomes the medium"}},
+     "Erase this volume and make it an install medium?", "installer programs"},
+    {"erase-diskblocks",
+     {{"DEVICE", text, "Name of the device, without its folder"},
+      {"COUNT", number, "Number of blocks of 512 bytes"}},
+     "Erase the first blocks of this device for good?"},
+    {"write-smcvalue",
+     {{"KEY", text, "Key of four characters"},
+      {"VALUE", fileContents, "File with the bytes; \"-\" is standard input"}},
+     "Write this value to the controller of the hardware?", "management controller"},
+};
+// clang-format on
 
 }  // namespace
 
-// clang-format off
-const std::vector<OperationArguments>& operationArguments() {
-  static const std::vector<OperationArguments> table = {
-      {"nop", available},
-      {"discard-auth", available},
-      {"delete-files", available,
-       {{"PATH", path, "Object to delete", oneOrMore}},
-       "Delete these files for good?"},
-      {"prepare-uninstall", available},
-      {"perform-uninstall", available,
-       {{"", ownProcess},
-        {"EXECUTABLE", path, "Installed program"},
-        {"JOB", path, "Installed job description"}},
-       "Remove the privileged helper from this system?"},
-      {"modify-systemfile", available,
-       {{"FILE", path, "File to give new contents"},
-        {"CONTENTS", fileContents, "File with the new contents; \"-\" is standard input"},
-        {"--remove-backup", numberFlag, "Do not keep the old file beside the new one"}},
-       "Give this file new contents?"},
-      {"create-fileobject", available,
-       {{"PATH", path, "Object to create"},
-        {"TYPE", choice, "What to create: file, executable or folder", once,
-         "file=F executable=X folder=D"}}},
-      {"rename-fileobject", available,
-       {{"PATH", path, "Object to rename"},
-        {"NEWPATH", path, "Its new path"}}},
-      {"delete-fileobjects", available,
-       {{"--recursive", textFlag, "Delete folders with everything below them"},
-        {"--stop-on-first-error", textFlag, "Leave the remaining objects alone after a failure"},
-        {"PATH", path, "Object to delete", oneOrMore}},
-       "Delete these objects for good, whatever protects them?"},
-      {"delete-foldercontents", available,
-       {{"FOLDER", path, "Folder to empty; the folder itself stays", oneOrMore}},
-       "Delete everything in these folders for good?"},
-      {"inspect-fileobject", available,
-       {{"PATH", path, "Object to look for"}}},
-      {"touch-fileobject", available,
-       {{"PATH", path, "Object to touch"}}},
-      {"modify-protection", available,
-       {{"PATH", path, "Object to protect or release"},
-        {"PROTECTION", onOff, "Whether the object shall be immutable: on or off"},
-        {"--recursive", numberFlag, "Include everything below a folder"},
-        {"--one-file-system", numberFlag, sameFileSystem}},
-       {}, "immutable flags"},
-      {"modify-hfsattr", available,
-       {{"PATH", path, "Object to change"},
-        {"TYPE", number, "Type code"},
-        {"CREATOR", number, "Creator code"},
-        {"--hidden", numberFlag, "Hide the object; without it the object is shown"}}},
-      {"create-link", available,
-       {{"PATH", path, "Link to create"},
-        {"TARGET", text, "What it leads to, kept as it is written"},
-        {"--hard", numberFlag, "Create a hard link instead of a symbolic one"}}},
-      {"search-agedfiles", available,
-       {{"FOLDER", path, "Where to search"},
-        {"DAYS", number, "Age of an object since its last change, at least"},
-        {"--one-file-system", numberFlag, sameFileSystem}}},
-      {"search-filenames", available,
-       {{"FOLDER", path, "Where to search; folders below it are not entered"},
-        {"--prefix", text, "How the names begin", optional},
-        {"--extension", text, "How the names end, without the dot", optional},
-        {"--folders", numberFlag, "Look for folders instead of other objects"}}},
-      {"search-patterns", available,
-       {{"FOLDER", path, "Where to search"},
-        {"--one-file-system", textFlag, sameFileSystem},
-        {"--name", taggedText, "A whole name to look for", any, "0"},
-        {"--prefix", taggedText, "How a name begins", any, "1"},
-        {"--extension", taggedText, "How a name ends, without the dot", any, "2"}}},
-      {"search-fileorphans", available,
-       {{"FOLDER", path, "Where to search"},
-        {"--one-file-system", numberFlag, sameFileSystem}}},
-      {"inspect-storagesize", available,
-       {{"FOLDER", path, "Folder to measure"}}},
-      {"modify-kernelsetting", available,
-       {{"NAME", text, "Name of the setting, with dots"},
-        {"VALUE", number, "Its new value"}}},
-      {"modify-nvram", available,
-       {{"NAME", text, "Name of the variable"},
-        {"VALUE", text, "Its new value; bytes are written as %0A%FF"}},
-       "Change this firmware variable?", "firmware variables"},
-      {"modify-preferences", available,
-       {{"KEY", text, "Name of the preference"},
-        {"DOMAIN", text, "Domain of the application, NSGlobalDomain or kCFPreferencesAnyApplication"},
-        {"USER", text, "User name, kCFPreferencesAnyUser or kCFPreferencesCurrentUser"},
-        {"HOST", text, "Host, kCFPreferencesAnyHost or kCFPreferencesCurrentHost"},
-        {"VALUE", text, "New value as a property list; leave it out to remove the key", optional}},
-       {},
-       {},
-       "On Linux the files are those of GNUstep. Its programs read a user's settings, and in\n"
-       "/etc/GNUstep/GlobalDefaults.plist those of any user for any application. A program reads\n"
-       "/etc/GNUstep/Defaults (any user, one application) and the folders ByHost (one host) only\n"
-       "if it looks there."},
-      {"modify-sysconf", available,
-       {{"", constant, "", once, "qrtctl"},
-        {"--file", text, "Identifier of the preferences file", optional},
-        {"KEY", text, "Name of the setting"},
-        {"VALUE", text, "New value as a property list; leave it out to remove the key", optional}}},
-      {"signal-process", available,
-       {{"PID", number, "Identifier of the process"},
-        {"SIGNAL", signal, "Signal to send: TERM, SIGTERM or its number"}}},
-      {"modify-acl", available,
-       {{"PATH", path, "Object to change"},
-        {"ACL", accessControlList,
-         "The list as the system writes it (\"u:anna:rw,g:staff:r\"), @PATH for that of another "
-         "object, or none to take it away"}}},
-      {"prop-permissions", available,
-       {{"FOLDER", path, "Folder whose permissions everything below it gets"},
-        {"--expected", number, "Number of objects below it, for the progress", optional, "0"},
-        {"--one-file-system", numberFlag, sameFileSystem},
-        {"--copy", bits,
-         "What to copy: acl, others, group, owner, group-id, user-id; mark-inherited marks the "
-         "entries of the list",
-         any,
-         "acl=1 others=2 group=4 owner=8 group-id=16 user-id=32 mark-inherited=64"}}},
-      {"execute-utility", available,
-       {{"", constant, "", once, "qrtctl"},
-        {"UTILITY", text, "Name of the utility"},
-        {"ARGUMENT", text, "What the utility gets", any}}},
-      {"enable-ipvsix", available,
-       {{"", constant, "", once, "qrtctl"},
-        {"SERVICE", text, "Identifier of the network service"},
-        {"SUPPORT", onOff, "Whether it shall support IPv6: on or off"}},
-       {}, "IPv6"},
-      {"rename-stashfolder", available,
-       {{"FOLDER", path, "Folder to move aside"},
-        {"NAME", text, "Its new name, in the same place"},
-        {"--substitute", numberFlag, "Leave an empty folder of the same kind behind"}}},
-      {"create-installmedia", available,
-       {{"INSTALLER", path, "Installer application"},
-        {"VOLUME", path, "Volume that becomes the medium"}},
-       "Erase this volume and make it an install medium?", "installer programs"},
-      {"erase-diskblocks", available,
-       {{"DEVICE", text, "Name of the device, without its folder"},
-        {"COUNT", number, "Number of blocks of 512 bytes"}},
-       "Erase the first blocks of this device for good?"},
-      {"write-smcvalue", available,
-       {{"KEY", text, "Key of four characters"},
-        {"VALUE", fileContents, "File with the bytes; \"-\" is standard input"}},
-       "Write this value to the controller of the hardware?", "management controller"},
-  };
-  return table;
-}
-// clang-format on
+std::span<const OperationArguments> operationArguments() { return table; }
 
 std::string_view typeLettersOf(ArgumentForm form) {
   switch (form) {
@@ -182,17 +179,34 @@ std::string_view typeLettersOf(ArgumentForm form) {
   return "";
 }
 
-bool isOption(const ArgumentDescription& description) { return description.name.starts_with("--"); }
+std::vector<Choice> choicesOf(const ArgumentDescription& argument) {
+  if (argument.form == onOff) return {{"on", "1"}, {"off", "0"}};
+  if (argument.form != choice && argument.form != bits) return {};
+  std::vector<Choice> choices;
+  for (auto rest = argument.detail; !rest.empty();) {
+    const auto entry = rest.substr(0, rest.find(' '));
+    rest.remove_prefix(std::min(entry.size() + 1, rest.size()));
+    const auto equals = entry.find('=');
+    choices.push_back({entry.substr(0, equals), entry.substr(equals + 1)});
+  }
+  return choices;
+}
 
-bool takesNoValue(ArgumentForm form) { return form == textFlag || form == numberFlag; }
+bool isOption(const ArgumentDescription& argument) { return argument.name.starts_with("--"); }
 
-bool isPathList(const ArgumentDescription& description) {
-  return description.form == path && description.occurrence == oneOrMore;
+bool isRepeatable(const ArgumentDescription& argument) {
+  return argument.occurrence == oneOrMore || argument.occurrence == any;
+}
+
+bool isPathList(const ArgumentDescription& argument) {
+  return argument.form == path && argument.occurrence == oneOrMore;
 }
 
 bool takesPathList(const OperationArguments& operation) {
   return std::any_of(operation.arguments.begin(), operation.arguments.end(), isPathList);
 }
+
+bool isFlag(ArgumentForm form) { return form == textFlag || form == numberFlag; }
 
 bool isImplied(ArgumentForm form) { return form == constant || form == ownProcess; }
 

@@ -1,26 +1,30 @@
 // How the arguments of each operation are written on a command line, as data.
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <initializer_list>
+#include <span>
 #include <string_view>
 #include <vector>
 
 namespace qrt {
 
-/// What a person writes and what is sent for it.
+/// What the user writes, and what is sent for it.
 enum class ArgumentForm {
-  /// A path, sent as an absolute one.
+  /// A path, sent as an absolute path.
   path,
   text,
-  /// A text that is sent behind another one, the `detail`.
+  /// A text that is sent after a second text, the `detail`.
   taggedText,
   /// One word of the `detail` ("word=text word=text ..."), sent as that word's text.
   choice,
-  /// An option without a value, sent as the text "1" when it is there, else "0".
+  /// An option without a value, sent as the text "1" when it is given, else "0".
   textFlag,
-  /// Not written; always the text in `detail`.
+  /// Not written. The text in `detail` is sent.
   constant,
   number,
-  /// As above, but sent as a boolean number.
+  /// An option without a value, sent as a boolean number.
   numberFlag,
   /// "on" or "off", sent as a boolean number.
   onOff,
@@ -28,7 +32,7 @@ enum class ArgumentForm {
   signal,
   /// Any of the words of the `detail` ("word=number ..."), sent as the sum of their numbers.
   bits,
-  /// Not written; the identifier of this process.
+  /// Not written. The identifier of this process is sent.
   ownProcess,
   /// Path of a file whose contents are sent as data; "-" is standard input.
   fileContents,
@@ -39,43 +43,71 @@ enum class ArgumentForm {
 enum class Occurrence { once, optional, oneOrMore, any };
 
 struct ArgumentDescription {
-  /// "PATH" stands by its position, "--recursive" is an option.
+  /// "PATH" is given by its position, "--recursive" is an option.
   std::string_view name;
   ArgumentForm form;
   std::string_view help = {};
   Occurrence occurrence = Occurrence::once;
-  /// See the form; for an optional one, what is sent when it is left out.
+  /// For the forms that use it; for an optional argument, what is sent when it is left out.
   std::string_view detail = {};
+};
+
+/// A constant list. More elements than it can hold do not compile.
+class ArgumentList {
+ public:
+  constexpr ArgumentList() = default;
+  constexpr ArgumentList(std::initializer_list<ArgumentDescription> arguments) {
+    for (const auto& argument : arguments) arguments_.at(size_++) = argument;
+  }
+
+  constexpr const ArgumentDescription* data() const { return arguments_.data(); }
+  constexpr const ArgumentDescription* begin() const { return data(); }
+  constexpr const ArgumentDescription* end() const { return data() + size_; }
+  constexpr std::size_t size() const { return size_; }
+  constexpr bool empty() const { return size_ == 0; }
+
+ private:
+  std::array<ArgumentDescription, 5> arguments_{};
+  std::size_t size_ = 0;
 };
 
 struct OperationArguments {
   std::string_view identifier;
-  /// False keeps the operation off the command line.
-  bool isAvailable;
   /// In the order in which they are sent.
-  std::vector<ArgumentDescription> arguments = {};
-  /// What a person at a terminal is asked before it begins; empty for what does not destroy.
+  ArgumentList arguments = {};
+  /// Asked at a terminal before the operation begins; empty when the operation destroys nothing.
   std::string_view question = {};
-  /// Name of the system's feature that it works with; empty when there is none without which it
-  /// always fails.
+  /// Name of the system's feature without which the operation always fails; empty when there is no
+  /// such feature.
   std::string_view neededFeature = {};
-  /// What the help of the arguments has no room for; printed by the reference and by "explain".
+  /// More than the help of the arguments has room for; the reference and "explain" print it.
   std::string_view note = {};
 };
 
-/// One entry for every operation of the catalogue, in its order.
-const std::vector<OperationArguments>& operationArguments();
+/// One row for every operation of the catalogue, in its order.
+std::span<const OperationArguments> operationArguments();
 
 /// The letter of each value that an argument of this form is sent as: "S", "N", "D", or two.
 std::string_view typeLettersOf(ArgumentForm form);
 
-bool isOption(const ArgumentDescription& description);
-/// True when nothing is written for it, or nothing but the option's name.
-bool takesNoValue(ArgumentForm form);
-/// A path of which there may be many; such operations take them from standard input as well.
-bool isPathList(const ArgumentDescription& description);
+/// A word that the user may write, and what is sent for it.
+struct Choice {
+  std::string_view word;
+  std::string_view value;
+};
+
+/// Empty when the argument takes any word.
+std::vector<Choice> choicesOf(const ArgumentDescription& argument);
+
+bool isOption(const ArgumentDescription& argument);
+/// Whether the argument may be given more than once.
+bool isRepeatable(const ArgumentDescription& argument);
+/// Whether the argument is a list of paths. Standard input can hold further ones.
+bool isPathList(const ArgumentDescription& argument);
 bool takesPathList(const OperationArguments& operation);
-/// True when no word of the command line belongs to it.
+/// Whether the form is an option without a value.
+bool isFlag(ArgumentForm form);
+/// Whether the user writes nothing for this form.
 bool isImplied(ArgumentForm form);
 
 }  // namespace qrt

@@ -1,12 +1,12 @@
 #include <fmt/format.h>
 
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "client/cli/commandline/CommandTables.h"
-#include "client/cli/commandline/OperationSentence.h"
 #include "client/cli/generated/GeneratedText.h"
-#include "operations/QRTPrivilegedOperation.h"
 
 namespace qrt {
 namespace {
@@ -37,49 +37,80 @@ std::string fishQuoted(std::string_view text) {
   return fmt::format("'{}'", replaced(text, "\\'", "\\"));
 }
 
-/// Where brackets and colons mean something.
+/// For places where brackets and colons have a meaning.
 std::string zshText(std::string_view text) { return replaced(text, "\\[]:", "\\"); }
 
-void append(std::string& list, std::string_view word) {
-  if (!list.empty()) list += ' ';
-  list += word;
-}
-
-std::string operationNames(const OperationViews& views) {
-  std::string names;
-  for (const auto& view : views) append(names, view.form.identifier);
-  return names;
-}
-
-std::string ownNames() {
-  std::string names;
-  for (const auto& own : ownCommands()) {
-    if (!own.isHidden) append(names, own.name);
+/// A list of words with blanks between them.
+class WordList {
+ public:
+  void add(std::string_view word) {
+    if (!text_.empty()) text_ += ' ';
+    text_ += word;
   }
-  return names;
+  const std::string& text() const { return text_; }
+
+ private:
+  std::string text_;
+};
+
+std::string operationNames(const OperationDescriptions& operations) {
+  WordList names;
+  for (const auto& operation : operations) names.add(operation.row.identifier);
+  return names.text();
 }
 
 std::string optionsOf(const OperationArguments& operation) {
-  std::string names;
+  WordList names;
   for (const auto& argument : operation.arguments) {
-    if (isOption(argument)) append(names, argument.name);
+    if (isOption(argument)) names.add(argument.name);
   }
-  if (takesPathList(operation)) append(names, pathsFromInput.name);
-  return names;
+  if (takesPathList(operation)) names.add(pathsFromInput.name);
+  return names.text();
 }
 
-std::string joined(const std::vector<std::string>& words) {
-  std::string text;
-  for (const auto& word : words) append(text, word);
-  return text;
+std::string choicesIn(std::span<const ArgumentDescription> arguments) {
+  WordList words;
+  for (const auto& argument : arguments) {
+    for (const auto& choice : choicesOf(argument)) words.add(choice.word);
+  }
+  return words.text();
 }
 
-std::string choicesOf(const OperationArguments& operation) {
-  std::string words;
-  for (const auto& argument : operation.arguments) {
-    for (const auto& word : choicesOf(argument)) append(words, word);
+struct NamedHelp {
+  std::string_view name;
+  std::string_view help;
+};
+
+/// The built-in commands and the operations.
+std::vector<NamedHelp> commandsWithHelp(const OperationDescriptions& operations) {
+  std::vector<NamedHelp> commands;
+  for (const auto& builtIn : builtInCommands()) {
+    if (!builtIn.isHidden) commands.push_back({builtIn.name, builtIn.help});
   }
-  return words;
+  for (const auto& operation : operations) {
+    commands.push_back({operation.row.identifier, operation.sentence});
+  }
+  return commands;
+}
+
+std::string bashCases(const OperationDescriptions& operations) {
+  std::string cases;
+  for (const auto& operation : operations) {
+    const auto& row = operation.row;
+    cases += fmt::format("    {})\n      options={}\n      choices={}\n      ;;\n", row.identifier,
+                         quoted(optionsOf(row)), quoted(choicesIn(row.arguments)));
+  }
+  return cases;
+}
+
+std::string zshGeneralOptions() {
+  std::string lines;
+  for (const auto& option : generalOptions()) {
+    const auto value = option.flag ? "" : fmt::format(":{}:_files", option.value);
+    const auto specification = fmt::format("{}[{}]{}", option.name, zshText(option.help), value);
+    lines += fmt::format("    {}\n", quoted(specification));
+  }
+  return lines;
 }
 
 /// What zsh offers for the value of an argument.
@@ -87,41 +118,67 @@ std::string zshAction(const ArgumentDescription& argument) {
   if (argument.form == ArgumentForm::path || argument.form == ArgumentForm::fileContents) {
     return "_files";
   }
-  const auto choices = choicesOf(argument);
-  return choices.empty() ? " " : fmt::format("({})", joined(choices));
+  const auto choices = choicesIn({&argument, 1});
+  return choices.empty() ? " " : fmt::format("({})", choices);
 }
 
 std::string zshSpecification(const ArgumentDescription& argument) {
-  const bool isRepeated =
-      argument.occurrence == Occurrence::any || argument.occurrence == Occurrence::oneOrMore;
-  const auto* const repetition = isRepeated ? "*" : "";
+  const auto* const repetition = isRepeatable(argument) ? "*" : "";
   const auto help = zshText(argument.help);
   if (!isOption(argument)) {
-    return quoted(fmt::format("{}:{}:{}", repetition, zshText(argument.name), zshAction(argument)));
+    return fmt::format("{}:{}:{}", repetition, zshText(argument.name), zshAction(argument));
   }
-  if (takesNoValue(argument.form)) return quoted(fmt::format("{}[{}]", argument.name, help));
-  return quoted(
-      fmt::format("{}{}[{}]:value:{}", repetition, argument.name, help, zshAction(argument)));
+  if (isFlag(argument.form)) return fmt::format("{}[{}]", argument.name, help);
+  return fmt::format("{}{}[{}]:value:{}", repetition, argument.name, help, zshAction(argument));
+}
+
+std::string zshCases(const OperationDescriptions& operations) {
+  std::string cases;
+  for (const auto& operation : operations) {
+    const auto& row = operation.row;
+    std::string specifications;
+    for (const auto& argument : row.arguments) {
+      if (!isImplied(argument.form)) specifications += ' ' + quoted(zshSpecification(argument));
+    }
+    if (takesPathList(row)) {
+      const auto help = zshText(pathsFromInput.help);
+      specifications += ' ' + quoted(fmt::format("{}[{}]", pathsFromInput.name, help));
+    }
+    cases += fmt::format("    {})\n      _arguments \"$general[@]\"{}\n      ;;\n", row.identifier,
+                         specifications);
+  }
+  return cases;
+}
+
+/// Offers after this operation what `line`, the rest of the command, describes.
+std::string fishLine(const OperationArguments& operation, std::string_view line) {
+  return fmt::format("complete -c qrtctl -n '__fish_seen_subcommand_from {}' {}\n",
+                     operation.identifier, line);
+}
+
+std::string fishLine(const OperationArguments& operation, const ArgumentDescription& argument) {
+  const auto choices = choicesIn({&argument, 1});
+  const auto offered = choices.empty() ? "" : "-a " + fishQuoted(choices);
+  if (!isOption(argument)) return choices.empty() ? "" : fishLine(operation, offered);
+  return fishLine(
+      operation,
+      fmt::format("-l {}{}{} -d {}", argument.name.substr(2), isFlag(argument.form) ? "" : " -x",
+                  choices.empty() ? "" : " " + offered, fishQuoted(argument.help)));
 }
 
 }  // namespace
 
-std::string bashCompletion(const OperationViews& views) {
-  std::string general;
+std::string bashCompletion(const OperationDescriptions& operations) {
+  WordList general;
   std::string withValue;
   for (const auto& option : generalOptions()) {
-    append(general, option.name);
+    general.add(option.name);
     if (option.flag) continue;
     if (!withValue.empty()) withValue += " | ";
     withValue += option.name;
   }
-
-  std::string cases;
-  for (const auto& view : views) {
-    cases +=
-        fmt::format("    {})\n      options={}\n      choices={}\n      ;;\n", view.form.identifier,
-                    quoted(optionsOf(view.form)), quoted(choicesOf(view.form)));
-  }
+  WordList commands;
+  for (const auto& [name, help] : commandsWithHelp(operations)) commands.add(name);
   return fmt::format(R"(# Completion of qrtctl for bash.
 _qrtctl() {{
   local current=${{COMP_WORDS[COMP_CWORD]}} previous=${{COMP_WORDS[COMP_CWORD - 1]}}
@@ -140,7 +197,7 @@ _qrtctl() {{
     {0}) return ;;
   esac
   case $command in
-    '') choices='{1} {2}' ;;
+    '') choices='{1}' ;;
     explain) choices='{2}' ;;
 {3}  esac
   [[ $current != -* ]] || choices="$options {4} --help"
@@ -148,36 +205,14 @@ _qrtctl() {{
 }}
 complete -o default -F _qrtctl qrtctl
 )",
-                     withValue, ownNames(), operationNames(views), cases, general);
+                     withValue, commands.text(), operationNames(operations), bashCases(operations),
+                     general.text());
 }
 
-std::string zshCompletion(const OperationViews& views) {
-  std::string general;
-  for (const auto& option : generalOptions()) {
-    const auto help = zshText(option.help);
-    const auto value = option.flag ? "" : fmt::format(":{}:_files", option.value);
-    general += fmt::format("    {}\n", quoted(fmt::format("{}[{}]{}", option.name, help, value)));
-  }
+std::string zshCompletion(const OperationDescriptions& operations) {
   std::string commands;
-  const auto addCommand = [&](std::string_view name, std::string_view help) {
+  for (const auto& [name, help] : commandsWithHelp(operations)) {
     commands += fmt::format("    {}\n", quoted(fmt::format("{}:{}", name, zshText(help))));
-  };
-  for (const auto& own : ownCommands()) {
-    if (!own.isHidden) addCommand(own.name, own.help);
-  }
-  std::string cases;
-  for (const auto& view : views) {
-    addCommand(view.form.identifier, sentenceFor(view.operation));
-    std::string specifications;
-    for (const auto& argument : view.form.arguments) {
-      if (!isImplied(argument.form)) specifications += ' ' + zshSpecification(argument);
-    }
-    if (takesPathList(view.form)) {
-      specifications +=
-          ' ' + quoted(fmt::format("{}[{}]", pathsFromInput.name, zshText(pathsFromInput.help)));
-    }
-    cases += fmt::format("    {})\n      _arguments \"$general[@]\"{}\n      ;;\n",
-                         view.form.identifier, specifications);
   }
   return fmt::format(R"(#compdef qrtctl
 # Completion of qrtctl for zsh.
@@ -202,42 +237,28 @@ _qrtctl() {{
 }}
 _qrtctl "$@"
 )",
-                     general, commands, operationNames(views), cases);
+                     zshGeneralOptions(), commands, operationNames(operations),
+                     zshCases(operations));
 }
 
-std::string fishCompletion(const OperationViews& views) {
+std::string fishCompletion(const OperationDescriptions& operations) {
   std::string text = "# Completion of qrtctl for fish.\n";
   for (const auto& option : generalOptions()) {
     text += fmt::format("complete -c qrtctl -l {}{} -d {}\n", option.name.substr(2),
                         option.flag ? "" : " -r", fishQuoted(option.help));
   }
-  const auto addCommand = [&](std::string_view name, std::string_view help) {
+  for (const auto& [name, help] : commandsWithHelp(operations)) {
     text += fmt::format("complete -c qrtctl -n __fish_use_subcommand -f -a {} -d {}\n", name,
                         fishQuoted(help));
-  };
-  for (const auto& own : ownCommands()) {
-    if (!own.isHidden) addCommand(own.name, own.help);
   }
   text += fmt::format("complete -c qrtctl -n '__fish_seen_subcommand_from explain' -f -a {}\n",
-                      fishQuoted(operationNames(views)));
-  for (const auto& view : views) {
-    addCommand(view.form.identifier, sentenceFor(view.operation));
-    const auto condition =
-        fmt::format("complete -c qrtctl -n '__fish_seen_subcommand_from {}'", view.form.identifier);
-    for (const auto& argument : view.form.arguments) {
-      const auto choices = joined(choicesOf(argument));
-      if (isOption(argument)) {
-        text += fmt::format("{} -l {}{}{} -d {}\n", condition, argument.name.substr(2),
-                            takesNoValue(argument.form) ? "" : " -x",
-                            choices.empty() ? "" : " -a " + fishQuoted(choices),
-                            fishQuoted(argument.help));
-      } else if (!choices.empty()) {
-        text += fmt::format("{} -a {}\n", condition, fishQuoted(choices));
-      }
-    }
-    if (takesPathList(view.form)) {
-      text += fmt::format("{} -l {} -d {}\n", condition, pathsFromInput.name.substr(2),
-                          fishQuoted(pathsFromInput.help));
+                      fishQuoted(operationNames(operations)));
+  for (const auto& operation : operations) {
+    const auto& row = operation.row;
+    for (const auto& argument : row.arguments) text += fishLine(row, argument);
+    if (takesPathList(row)) {
+      text += fishLine(row, fmt::format("-l {} -d {}", pathsFromInput.name.substr(2),
+                                        fishQuoted(pathsFromInput.help)));
     }
   }
   return text;

@@ -7,7 +7,7 @@ namespace {
 
 struct Text {
   std::string_view name;
-  std::string (*make)(const OperationViews&);
+  std::string (*make)(const OperationDescriptions&);
 };
 
 constexpr Text texts[] = {
@@ -18,14 +18,15 @@ constexpr Text texts[] = {
 
 }  // namespace
 
-std::optional<std::string> generatedText(std::string_view name, const OperationViews& views) {
+std::optional<std::string> generatedText(std::string_view name,
+                                         const OperationDescriptions& operations) {
   for (const auto& text : texts) {
-    if (text.name == name) return text.make(views);
+    if (text.name == name) return text.make(operations);
   }
   return std::nullopt;
 }
 
-std::string exampleCommands(const OperationViews&) {
+std::string exampleCommands(const OperationDescriptions&) {
   std::string lines;
   for (const auto& example : commandExamples()) {
     lines += example.command;

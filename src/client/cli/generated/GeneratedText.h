@@ -6,27 +6,26 @@
 #include <string_view>
 #include <vector>
 
-#include "client/cli/commandline/OperationView.h"
+#include "client/cli/commandline/OperationDescription.h"
 
 namespace qrt {
 
-using OperationViews = std::vector<OperationView>;
-
 /// None when there is no text of this name.
-std::optional<std::string> generatedText(std::string_view name, const OperationViews& views);
+std::optional<std::string> generatedText(std::string_view name,
+                                         const OperationDescriptions& operations);
 
 /// Manual pages in roff.
-std::string clientManual(const OperationViews& views);
-std::string daemonManual(const OperationViews& views);
+std::string clientManual(const OperationDescriptions& operations);
+std::string daemonManual(const OperationDescriptions& operations);
 
-std::string bashCompletion(const OperationViews& views);
-std::string zshCompletion(const OperationViews& views);
-std::string fishCompletion(const OperationViews& views);
+std::string bashCompletion(const OperationDescriptions& operations);
+std::string zshCompletion(const OperationDescriptions& operations);
+std::string fishCompletion(const OperationDescriptions& operations);
 
 /// Markdown.
-std::string operationReference(const OperationViews& views);
+std::string operationReference(const OperationDescriptions& operations);
 
 /// The commands that the manual shows, a line each.
-std::string exampleCommands(const OperationViews& views);
+std::string exampleCommands(const OperationDescriptions& operations);
 
 }  // namespace qrt

@@ -5,9 +5,7 @@
 #include <vector>
 
 #include "client/cli/commandline/CommandTables.h"
-#include "client/cli/commandline/OperationSentence.h"
 #include "client/cli/generated/GeneratedText.h"
-#include "operations/QRTPrivilegedOperation.h"
 #include "platform/HelperConnection.h"
 #include "platform/ServiceDescription.h"
 #include "protocol/Names.h"
@@ -91,8 +89,8 @@ std::string spaced(std::string_view first, std::string_view second) {
 
 }  // namespace
 
-std::string clientManual(const OperationViews& views) {
-  Page page("qrtctl", 1, "have the privileged helper do maintenance work that needs root");
+std::string clientManual(const OperationDescriptions& operations) {
+  Page page("qrtctl", 1, "do maintenance work that needs root");
   page.heading("SYNOPSIS");
   page.line("\\fBqrtctl\\fR [\\fIOPTION\\fR]... \\fICOMMAND\\fR [\\fIARGUMENT\\fR]...");
   page.heading("DESCRIPTION");
@@ -106,14 +104,14 @@ std::string clientManual(const OperationViews& views) {
   for (const auto& option : generalOptions())
     page.item(spaced(option.name, option.value), option.help);
   page.heading("COMMANDS");
-  for (const auto& own : ownCommands()) {
-    if (!own.isHidden) page.item(spaced(own.name, own.argument), own.help);
+  for (const auto& builtIn : builtInCommands()) {
+    if (!builtIn.isHidden) page.item(spaced(builtIn.name, builtIn.argument), builtIn.help);
   }
   page.heading("OPERATIONS");
-  for (const auto& view : views) {
-    page.item(spaced(view.form.identifier, synopsisOf(view.form)), sentenceFor(view.operation));
+  for (const auto& operation : operations) {
+    page.item(spaced(operation.row.identifier, synopsisOf(operation.row)), operation.sentence);
     page.indent();
-    for (const auto& [name, meaning] : argumentRows(view.form)) page.item(name, meaning);
+    for (const auto& [name, meaning] : argumentRows(operation.row)) page.item(name, meaning);
     page.outdent();
   }
   page.heading("OUTPUT");
@@ -124,7 +122,7 @@ std::string clientManual(const OperationViews& views) {
   }
   page.paragraph("execute-utility ends with the status of the utility when that is not 0.");
   page.heading("ENVIRONMENT");
-  page.item("NO_COLOR", "Set to anything, nothing is shown in colour.");
+  page.item("NO_COLOR", "When it is set and not empty, no output has colour.");
   page.heading("FILES");
   page.item(defaultHelperAddress(), service.defaultAddress);
   page.heading("EXAMPLES");
@@ -133,7 +131,7 @@ std::string clientManual(const OperationViews& views) {
   return std::move(page).text();
 }
 
-std::string daemonManual(const OperationViews& views) {
+std::string daemonManual(const OperationDescriptions& operations) {
   Page page(helperServiceIdentifier, 8, "the privileged helper, a daemon for maintenance work");
   page.heading("SYNOPSIS");
   const auto& service = serviceDescription();
@@ -142,8 +140,8 @@ std::string daemonManual(const OperationViews& views) {
   page.paragraph(service.start);
   page.paragraph(service.rights);
   page.heading("RIGHTS");
-  for (const auto& view : views) {
-    page.item(view.right, fmt::format("For {}. {}", whoMay(view), sentenceFor(view.operation)));
+  for (const auto& operation : operations) {
+    page.item(operation.right, fmt::format("For {}. {}", operation.users, operation.sentence));
   }
   if (!service.environment.empty()) page.heading("ENVIRONMENT");
   for (const auto& [term, meaning] : service.environment) page.item(term, meaning);

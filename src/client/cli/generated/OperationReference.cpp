@@ -3,9 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "client/cli/commandline/OperationSentence.h"
 #include "client/cli/generated/GeneratedText.h"
-#include "operations/QRTPrivilegedOperation.h"
 
 namespace qrt {
 namespace {
@@ -98,23 +96,23 @@ std::string rowOf(const ArgumentDescription& argument) {
                      cell(argument.help), cell(sentAs(argument)));
 }
 
-std::string sectionOf(const OperationView& view) {
-  auto text = fmt::format("## {}\n\n{}\n\n", view.form.identifier, sentenceFor(view.operation));
-  text += fmt::format("    {}\n\n", commandLineOf(view.form));
-  text += fmt::format("Code {}, right `{}` for {}; tells {} while it runs.\n\n", view.code,
-                      view.right, whoMay(view), toldWhileRunning(view));
-  if (view.form.arguments.empty()) return text;
+std::string sectionOf(const OperationDescription& operation) {
+  auto text = fmt::format("## {}\n\n{}\n\n", operation.row.identifier, operation.sentence);
+  text += fmt::format("    {}\n\n", commandLineOf(operation.row));
+  text += fmt::format("Code {}, right `{}` for {}; {}.\n\n", operation.code, operation.right,
+                      operation.users, feedbackPhrase(operation));
+  if (operation.row.arguments.empty()) return text;
   text += "| Argument | Type | Times | Meaning | Sent as |\n|---|---|---|---|---|\n";
-  for (const auto& argument : view.form.arguments) text += rowOf(argument);
-  if (!view.form.note.empty()) text += fmt::format("\n{}\n", view.form.note);
+  for (const auto& argument : operation.row.arguments) text += rowOf(argument);
+  if (!operation.row.note.empty()) text += fmt::format("\n{}\n", operation.row.note);
   return text + '\n';
 }
 
 }  // namespace
 
-std::string operationReference(const OperationViews& views) {
+std::string operationReference(const OperationDescriptions& operations) {
   std::string text(introduction);
-  for (const auto& view : views) text += sectionOf(view);
+  for (const auto& operation : operations) text += sectionOf(operation);
   text.pop_back();
   return text;
 }

@@ -1,4 +1,4 @@
-// Says that the helper is awaited, when it is for long.
+// A notice to the user that the helper is slow to start.
 #pragma once
 
 #include <chrono>
@@ -9,7 +9,8 @@
 
 namespace qrt {
 
-/// Calls `say` once, on a thread of its own, unless it ends before the delay is over.
+/// Calls `say` once, on a thread of its own, unless the notice is destroyed before the delay is
+/// over.
 class StartNotice {
  public:
   StartNotice(std::chrono::milliseconds delay, std::function<void()> say)

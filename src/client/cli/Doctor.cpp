@@ -1,4 +1,4 @@
-#include "client/cli/Examination.h"
+#include "client/cli/Doctor.h"
 
 #include <algorithm>
 #include <string_view>
@@ -36,8 +36,8 @@ const Appearance& appearanceOf(State state) {
 
 }  // namespace
 
-std::vector<Finding> examine(const AuthorityInUse& authority,
-                             const std::vector<SystemFeature>& features) {
+std::vector<Finding> diagnoseSystem(const AuthorityInUse& authority,
+                                    const std::vector<SystemFeature>& features) {
   std::vector<Finding> findings{
       {"authority", authority.canAsk ? State::good : State::absent, authority.name}};
   for (const auto& feature : features) {

@@ -1,4 +1,4 @@
-// What `doctor` finds.
+// What the command "doctor" finds.
 #pragma once
 
 #include <string>
@@ -17,14 +17,14 @@ struct Finding {
   std::string text;
 };
 
-/// Who decides, and what the system has or lacks.
-std::vector<Finding> examine(const AuthorityInUse& authority,
-                             const std::vector<SystemFeature>& features);
+/// The authority that decides, and the features that the system has or lacks.
+std::vector<Finding> diagnoseSystem(const AuthorityInUse& authority,
+                                    const std::vector<SystemFeature>& features);
 
 bool hasProblem(const std::vector<Finding>& findings);
 
 Array recordsOf(const std::vector<Finding>& findings);
-/// A line each.
+/// One line for each.
 std::string textOf(const std::vector<Finding>& findings, bool isColored);
 
 }  // namespace qrt

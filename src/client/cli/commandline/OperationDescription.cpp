@@ -1,0 +1,168 @@
+#include "client/cli/commandline/OperationDescription.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "client/cli/commandline/CommandTables.h"
+#include "client/cli/output/AlignedText.h"
+#include "operations/QRTPrivilegedOperationSet.h"
+#include "platform/SystemFeatures.h"
+
+namespace qrt {
+namespace {
+
+/// The catalogue has the question of a dialog: "Corvexa likes to delete ...".
+std::string sentenceFor(const QRTPrivilegedOperation& operation) {
+  const auto& question = operation.presentationString();
+  constexpr std::string_view wish = " likes to ";
+  const auto at = question.find(wish);
+  if (at == std::string::npos) return question;
+  auto sentence = question.substr(at + wish.size());
+  if (!sentence.empty() && sentence[0] >= 'a' && sentence[0] <= 'z') sentence[0] += 'A' - 'a';
+  return sentence;
+}
+
+std::string_view usersOf(const QRTPrivilegedOperation& operation) {
+  const auto* rule = operation.authenticationPolicy().string();
+  return rule && *rule == "allow" ? "everybody" : "administrators";
+}
+
+std::string_view feedbackOf(const QRTPrivilegedOperation& operation) {
+  if (operation.isSupportingProgressFeedback()) return "progress";
+  return operation.isSupportingLiveOutput() ? "output" : "";
+}
+
+/// The word for the value of an option.
+std::string_view placeholderOf(ArgumentForm form) {
+  if (form == ArgumentForm::number) return "NUMBER";
+  if (form == ArgumentForm::bits) return "WORD";
+  return "TEXT";
+}
+
+/// With its value.
+std::string nameOf(const ArgumentDescription& argument) {
+  if (!isOption(argument) || isFlag(argument.form)) return std::string(argument.name);
+  return fmt::format("{} {}", argument.name, placeholderOf(argument.form));
+}
+
+std::string synopsisOf(const ArgumentDescription& argument) {
+  auto name = nameOf(argument);
+  if (isFlag(argument.form)) return fmt::format("[{}]", name);
+  switch (argument.occurrence) {
+    case Occurrence::once:
+      return name;
+    case Occurrence::optional:
+      return fmt::format("[{}]", name);
+    case Occurrence::oneOrMore:
+      return name + "...";
+    case Occurrence::any:
+      return fmt::format("[{}]...", name);
+  }
+  return name;
+}
+
+}  // namespace
+
+OperationDescriptions describedOperations(const QRTPrivilegedOperationSet& operations) {
+  OperationDescriptions descriptions;
+  for (const auto& row : operationArguments()) {
+    const auto found = operations.implementedOperations().find(row.identifier);
+    if (found == operations.implementedOperations().end()) continue;
+    const auto& operation = found->second;
+    const auto right = operations.authorizationRightNameForOperationWithIdentifier(row.identifier);
+    descriptions.push_back({operations.opCodeForOperation(&operation), row, sentenceFor(operation),
+                            right.value_or(""), usersOf(operation), feedbackOf(operation)});
+  }
+  return descriptions;
+}
+
+std::string synopsisOf(const OperationArguments& operation) {
+  std::string options;
+  std::string words;
+  if (takesPathList(operation)) options = fmt::format(" [{}]", pathsFromInput.name);
+  for (const auto& argument : operation.arguments) {
+    if (isImplied(argument.form)) continue;
+    (isOption(argument) ? options : words) += ' ' + synopsisOf(argument);
+  }
+  auto synopsis = options + words;
+  if (!synopsis.empty()) synopsis.erase(0, 1);
+  return synopsis;
+}
+
+std::string commandLineOf(const OperationArguments& operation) {
+  const auto synopsis = synopsisOf(operation);
+  return fmt::format("qrtctl {}{}{}", operation.identifier, synopsis.empty() ? "" : " ", synopsis);
+}
+
+std::vector<ArgumentRow> argumentRows(const OperationArguments& operation) {
+  std::vector<ArgumentRow> rows;
+  for (const auto& argument : operation.arguments) {
+    if (isImplied(argument.form)) continue;
+    rows.emplace_back(nameOf(argument), argument.help);
+  }
+  if (takesPathList(operation)) rows.emplace_back(pathsFromInput.name, pathsFromInput.help);
+  return rows;
+}
+
+std::string feedbackPhrase(const OperationDescription& operation) {
+  if (operation.feedback.empty()) return "sends no feedback";
+  return fmt::format("sends {} while it runs", operation.feedback);
+}
+
+const SystemFeature* missingFeature(const OperationArguments& operation,
+                                    const std::vector<SystemFeature>& features) {
+  const auto found = std::find_if(
+      features.begin(), features.end(),
+      [&](const SystemFeature& feature) { return feature.name == operation.neededFeature; });
+  return found != features.end() && !found->isPresent ? &*found : nullptr;
+}
+
+Dictionary recordOf(const OperationDescription& operation,
+                    const std::vector<SystemFeature>& features) {
+  const auto& row = operation.row;
+  Array arguments;
+  for (const auto& [name, meaning] : argumentRows(row)) {
+    arguments.push_back(Dictionary{{"name", name}, {"meaning", meaning}});
+  }
+  return {{"operation", row.identifier},
+          {"code", operation.code},
+          {"right", operation.right},
+          {"who", operation.users},
+          {"tells", operation.feedback.empty() ? "nothing" : operation.feedback},
+          {"description", operation.sentence},
+          {"synopsis", synopsisOf(row)},
+          {"arguments", std::move(arguments)},
+          {"asksFirst", !row.question.empty()},
+          {"isSupported", missingFeature(row, features) == nullptr}};
+}
+
+std::string explanationOf(const OperationDescription& operation,
+                          const std::vector<SystemFeature>& features) {
+  const auto& row = operation.row;
+  AlignedText text;
+  text.add({"Usage:", commandLineOf(row)});
+  for (const auto& [name, meaning] : argumentRows(row)) text.add({"  " + name, meaning});
+  text.add({"Right:", fmt::format("{}, for {}", operation.right, operation.users)});
+  text.add({"Feedback:", feedbackPhrase(operation)});
+  if (!row.question.empty()) text.add({"Question:", std::string(row.question)});
+  const auto* missing = missingFeature(row, features);
+  text.add({"This system:",
+            missing ? fmt::format("does not support it (no {}: {})", missing->name, missing->note)
+                    : "supports it"});
+  const auto note = row.note.empty() ? "" : fmt::format("\n{}\n", row.note);
+  return operation.sentence + "\n" + text.text() + note;
+}
+
+std::string listOf(const OperationDescriptions& operations) {
+  AlignedText text;
+  text.add({"OPERATION", "FOR", "SENDS", "WHAT IT DOES"});
+  for (const auto& operation : operations) {
+    text.add({std::string(operation.row.identifier), std::string(operation.users),
+              std::string(operation.feedback.empty() ? "nothing" : operation.feedback),
+              operation.sentence});
+  }
+  return text.text();
+}
+
+}  // namespace qrt
