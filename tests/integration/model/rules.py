@@ -28,6 +28,11 @@ class Refusal(Exception):
     cocoa = property(lambda self: (COCOA, WRITE_ERRORS.get(self.args[0], 512)))
 
 
+def refuse(code, when):
+    if when:
+        raise Refusal(code)
+
+
 class Undetermined(Exception):
     """The outcome depends on an order that is not promised."""
 
@@ -91,26 +96,22 @@ class World:
         self.place, self.top = place, read(place, {})
 
     def find(self, path, follow=True, passed=lambda link: None):
-        """The nodes from the top to the object, as the kernel resolves paths; the last one is None for a missing object."""
-        if not path:
-            raise Refusal(ENOENT)
+        """The nodes from the top to the object, as the kernel resolves paths; the last is None for a missing object."""
+        refuse(ENOENT, when=not path)
         links = 0
         rest, chain = self._start(path) if path.startswith(b"/") else (path.split(b"/")[::-1], [])
         while rest:
             name = rest.pop()
-            if not chain[-1].is_folder:
-                raise Refusal(ENOTDIR)
+            refuse(ENOTDIR, when=not chain[-1].is_folder)
             if name in (b"", b"."):
                 continue
             if name == b"..":
                 chain = chain[:-1] or [Node(stat.S_IFDIR)]
                 continue
-            if len(name) > LONGEST_NAME:
-                raise Refusal(ENAMETOOLONG)
+            refuse(ENAMETOOLONG, when=len(name) > LONGEST_NAME)
             node = chain[-1].entries.get(name)
             if node is None:
-                if any(rest):
-                    raise Refusal(ENOENT)
+                refuse(ENOENT, when=any(rest))
                 return [*chain, None]
             if not node.certain:
                 raise Undetermined
@@ -119,8 +120,7 @@ class World:
                 continue
             links += 1
             passed(node)
-            if links > MOST_LINKS:
-                raise Refusal(ELOOP)
+            refuse(ELOOP, when=links > MOST_LINKS)
             more = node.target.split(b"/")[::-1]
             if node.target.startswith(b"/"):
                 more, chain = self._start(node.target)
@@ -128,14 +128,12 @@ class World:
         return chain
 
     def _start(self, path):
-        if path != self.place and not path.startswith(self.place + b"/"):
-            raise Refusal(ENOENT)
+        refuse(ENOENT, when=path != self.place and not path.startswith(self.place + b"/"))
         return path[len(self.place) + 1:].split(b"/")[::-1], [self.top]
 
     def object(self, path, follow=True, passed=lambda link: None):
         node = self.find(path, follow, passed)[-1]
-        if node is None:
-            raise Refusal(ENOENT)
+        refuse(ENOENT, when=node is None)
         return node
 
     def get(self, path):
@@ -146,8 +144,7 @@ class World:
 
     def named(self, path):
         """The object that an operation works on. A slash at the end of its path makes a file "not a folder"."""
-        if not path:
-            raise Refusal(EINVAL)
+        refuse(EINVAL, when=not path)
         try:
             return self.object(path)
         except Refusal as refusal:
@@ -215,14 +212,12 @@ def check_itself(world, path):
 
 
 def remove_one(world, path):
-    if not path:
-        raise Refusal(EINVAL)
+    refuse(EINVAL, when=not path)
     check_itself(world, path)
     folder, name, node = world.location(path)
     if path.endswith(b"/") or node is None:
         world.object(path, follow=False)
-    if path.endswith(b"/") and node.is_link:
-        raise Refusal(ENOTDIR)
+    refuse(ENOTDIR, when=path.endswith(b"/") and node.is_link)
     node.immutable = node.append_only = False
     if folder.is_fixed or node.entries:
         raise Refusal(EPERM if folder.is_fixed else ENOTEMPTY)
@@ -232,8 +227,7 @@ def remove_one(world, path):
 
 
 def remove_all(world, path):
-    if not path:
-        raise Refusal(EINVAL)
+    refuse(EINVAL, when=not path)
     if world.get(path) is None:
         return DONE
     check_itself(world, path)
@@ -285,8 +279,7 @@ def delete_contents(world, *paths):
             if refusal.args[0] == ENOTDIR:
                 raise
             continue
-        if not folder.is_folder:
-            raise Refusal(ENOTDIR)
+        refuse(ENOTDIR, when=not folder.is_folder)
         base, entries = world.real_path(path), dict(folder.entries)
         before = {node: node.immutable for node in folder.below()}
         outcomes = {remove_entry(folder, name) for name in entries if world.get(base + b"/" + name)} - {DONE}
@@ -310,12 +303,10 @@ def create(world, path, code):
 
 def add(world, path, new, slash_is_good=False):
     folder, name, node = world.location(path)
-    if path.endswith(b"/") and not slash_is_good:
-        raise Refusal(ENOENT)
+    refuse(ENOENT, when=path.endswith(b"/") and not slash_is_good)
     if len(name) > LONGEST_NAME or node:
         raise Refusal(EEXIST if node else ENAMETOOLONG)
-    if folder.immutable or (new.identity and new.is_fixed):
-        raise Refusal(EPERM)
+    refuse(EPERM, when=folder.immutable or (new.identity and new.is_fixed))
     folder.entries[name], folder.mtime = new, NOW
 
 
@@ -325,14 +316,12 @@ def rename(world, path, new_path):
     to_folder, to_name, there = world.location(new_path)
     if to_folder.device != folder.device:
         raise Undetermined
-    if (path.endswith(b"/") or new_path.endswith(b"/")) and node and not node.is_folder:
-        raise Refusal(ENOTDIR)
+    refuse(ENOTDIR, when=(path.endswith(b"/") or new_path.endswith(b"/")) and node and not node.is_folder)
     if node is None or len(to_name) > LONGEST_NAME:
         raise Refusal(ENAMETOOLONG if len(to_name if node else name) > LONGEST_NAME else ENOENT)
     if there or to_folder in (node, *node.below()):
         raise Refusal(EEXIST if there else EINVAL)
-    if folder.is_fixed or node.is_fixed or to_folder.immutable:
-        raise Refusal(EPERM)
+    refuse(EPERM, when=folder.is_fixed or node.is_fixed or to_folder.immutable)
     to_folder.entries[to_name] = folder.entries.pop(name)
     folder.mtime = to_folder.mtime = NOW
 
@@ -345,8 +334,7 @@ def link(world, path, target, hard):
             raise Refusal(ENOENT)
         return add(world, path, Node(stat.S_IFLNK | 0o777, target))
     node, folder = world.location(target)[2], world.location(path)[0]
-    if path.endswith(b"/"):
-        raise Refusal(ENOENT)
+    refuse(ENOENT, when=path.endswith(b"/"))
     if node is None:
         world.object(target, follow=False)
     if node.is_folder or folder.device != node.device:
@@ -355,16 +343,14 @@ def link(world, path, target, hard):
 
 
 def inspect(world, path):
-    if not path:
-        raise Refusal(EINVAL)
+    refuse(EINVAL, when=not path)
     node = world.get(path)
     return {("ObjectExistence", 0 if node is None else 1 if node.is_folder else 2)}
 
 
 def touch(world, path):
     node = world.named(path)
-    if node.immutable:
-        raise Refusal(EPERM)
+    refuse(EPERM, when=node.immutable)
     node.mtime = NOW
     return {DONE}
 
@@ -419,8 +405,7 @@ def enumerated(path, top, device=None, skipped=(), relative=b"", level=1):
 
 def search_folder(world, path):
     top = world.named(path)
-    if not top.is_folder:
-        raise Refusal(ENOTDIR)
+    refuse(ENOTDIR, when=not top.is_folder)
     return world.real_path(path), top
 
 
@@ -440,8 +425,7 @@ def search_aged(world, path, days, stay):
 
 
 def extension(name):
-    stem, _, text = name.rpartition(b".")
-    return text if stem else b""
+    return os.path.splitext(name)[1][1:]
 
 
 def search_names(world, path, prefix, wanted_extension, folders):
@@ -454,8 +438,7 @@ def search_names(world, path, prefix, wanted_extension, folders):
 
 def search_patterns(world, path, stay, *pairs):
     tests = {"0": bytes.__eq__, "1": bytes.startswith, "2": lambda name, text: extension(name) == text}
-    if stay not in ("0", "1"):
-        raise Refusal(EINVAL)
+    refuse(EINVAL, when=stay not in ("0", "1"))
     _, top = search_folder(world, path)
     patterns = list(zip(pairs[::2], pairs[1::2]))
     are_good = all(kind in tests and text for kind, text in patterns)
@@ -483,30 +466,23 @@ def size(world, path):
 
 
 def propagate(world, path, _expected, stay, options):
+    """Execute bits are for folders, and for sockets, whose type has the folders' bit. Nothing is refused that would
+    change nothing."""
     base, top = search_folder(world, path)
-    changes = {node: given(top, node, options) for _, _, node in enumerated(base, top, top.device if stay else None)}
-    refusals = {node: refused for node, new in changes.items() if (refused := refuses(node, new, options))}
+    changes, refusals = {}, {}
+    for _, _, node in enumerated(base, top, top.device if stay else None):
+        mode, bits = node.mode, 0o777 if node.kind & stat.S_IFDIR else 0o666
+        for option, those in ((8, 0o700), (4, 0o070), (2, 0o007)):
+            if options & option and not node.is_link:
+                mode = top.mode & bits & those | mode & ~(bits & those)
+        owner = (top.uid if options & 0x20 else node.uid, top.gid if options & 0x10 else node.gid)
+        if options & 0x30 and node.mode & 0o6000:
+            refusals[node] = POSIX, EINVAL
+        elif node.is_fixed and (owner != (node.uid, node.gid) or mode != node.mode):
+            refusals[node] = ERROR, 14 if owner != (node.uid, node.gid) else 15
+        else:
+            changes[node] = {"uid": owner[0], "gid": owner[1], "mode": mode}
     for node, new in changes.items():
-        for field, value in {} if node in refusals else new.items():
+        for field, value in new.items():
             setattr(node, field, frozenset({value, getattr(node, field)}) if refusals else value)
     return set(refusals.values()) or {DONE}
-
-
-def given(top, node, options):
-    """The owner, group and mode that an object gets. Execute bits are for folders, and for sockets, whose type has the
-    folders' bit."""
-    mode, executes = node.mode, node.kind & stat.S_IFDIR
-    for option, every, plain in ((8, 0o700, 0o600), (4, 0o070, 0o060), (2, 0o007, 0o006)):
-        bits = every if executes else plain
-        if options & option and not node.is_link:
-            mode = top.mode & bits | mode & ~bits
-    return {"uid": top.uid if options & 0x20 else node.uid, "gid": top.gid if options & 0x10 else node.gid, "mode": mode}
-
-
-def refuses(node, new, options):
-    """Nothing is refused that would change nothing."""
-    if options & 0x30 and node.mode & 0o6000:
-        return POSIX, EINVAL
-    if node.is_fixed and (new["uid"], new["gid"]) != (node.uid, node.gid):
-        return ERROR, 14
-    return (ERROR, 15) if node.is_fixed and new["mode"] != node.mode else None
