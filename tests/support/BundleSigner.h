@@ -1,6 +1,7 @@
 // Signed programs and bundles that a test makes for itself.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -33,6 +34,10 @@ struct SigningOptions {
   std::string base = "Contents";
   std::string infoPlist = "Info.plist";
   std::string program = "MacOS/program";
+  /// Changes a code directory, counted from 0, before it is listed and signed.
+  std::function<void(std::size_t index, Data& directory)> change = nullptr;
+  /// How many directories the lists contain.
+  std::size_t listedDirectories = 9;
 };
 
 struct SignedProgramFile {

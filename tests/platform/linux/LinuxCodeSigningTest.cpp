@@ -109,9 +109,46 @@ TEST(LinuxCodeSigning, JudgesWhoMaySignInWhichForm) {
       {"issuer without the right to issue", {}, {.authorityMayIssue = false}, failed},
       {"no root", {}, {.includesRoot = false}, failed},
       {"no signer", {.isAdHoc = true}, {}, failed},
+      {"older list without a directory",
+       {.listsDirectoryDigests = false, .listedDirectories = 1},
+       {},
+       failed},
+      {"newer list without a directory",
+       {.listsDirectories = false, .listedDirectories = 1},
+       {},
+       failed},
   };
   for (const auto& row : rows) {
     EXPECT_EQ(verdict(Application(row.options, row.chain).path), row.verdict) << row.name;
+  }
+}
+
+TEST(LinuxCodeSigning, RefusesContradictionsInSignedDirectories) {
+  const struct {
+    const char* name;
+    std::size_t directory;
+    std::size_t (*place)(const Data&);
+    std::string verdict;
+  } rows[] = {
+      {"identifier", 1, [](const Data& d) { return std::size_t{*numberAt<std::uint32_t>(d, 20)}; },
+       failed},
+      {"team", 1, [](const Data& d) { return std::size_t{*numberAt<std::uint32_t>(d, 48)}; },
+       failed},
+      {"hash in an empty slot", 0,
+       [](const Data& d) { return std::size_t{*numberAt<std::uint32_t>(d, 16)} - 80; }, failed},
+      {"no hash for the last slot", 0, [](const Data&) { return std::size_t{27}; }, failed},
+      {"bytes of code", 0, [](const Data&) { return std::size_t{35}; }, failed},
+      {"number of pages", 0, [](const Data&) { return std::size_t{31}; }, unsignedCode},
+      {"version", 0, [](const Data&) { return std::size_t{8}; }, unsignedCode},
+      {"kind of hash", 0, [](const Data&) { return std::size_t{37}; }, unsignedCode},
+      {"scattered code", 0, [](const Data&) { return std::size_t{47}; }, unsignedCode},
+  };
+  for (const auto& row : rows) {
+    auto options = thin;
+    options.change = [&](std::size_t index, Data& directory) {
+      if (index == row.directory) directory[row.place(directory)] ^= 1;
+    };
+    EXPECT_EQ(verdict(Application(options).path), row.verdict) << row.name;
   }
 }
 
@@ -136,8 +173,17 @@ TEST(LinuxCodeSigning, AnswersAboutTheCodeThatWasThereAtFirst) {
 TEST(LinuxCodeSigning, TakesAFileForAProgram) {
   const Application application;
   EXPECT_EQ(verdict(application.contents("MacOS/helper")), valid);
+  // It may have its information file in its own pages.
+  const auto info = application.read("Info.plist");
+  application.put("MacOS/helper",
+                  test::signedProgram(application.chain, thin, &info, nullptr).bytes);
+  EXPECT_EQ(verdict(application.contents("MacOS/helper")), valid);
+  EXPECT_EQ(verdict(application.path), altered) << "other code of the same signer";
   EXPECT_EQ(verdict("/etc/passwd"), unsignedCode);
-  for (const auto* path : {"/", "/dev/null", "/nothing", ""}) EXPECT_EQ(verdict(path), noCode);
+  for (const std::string path : {"/", "/dev/null", "/nothing", ""}) {
+    EXPECT_EQ(verdict(path), noCode) << path;
+  }
+  EXPECT_EQ(verdict(std::string("/etc/passwd\0x", 13)), noCode);
 }
 
 TEST(LinuxCodeSigning, FindsEachChangedByteOfAProgram) {
@@ -165,14 +211,25 @@ TEST(LinuxCodeSigning, FindsEachChangedByteOfAProgram) {
   }
 }
 
+TEST(LinuxCodeSigning, RefusesAnUnlistedDirectoryThatChangedAfterSigning) {
+  const Application application(
+      {.digests = {2}, .listsDirectories = false, .listsDirectoryDigests = false}, {});
+  auto bytes = application.program.bytes;
+  constexpr std::size_t identifier = 88;
+  bytes[application.program.directoryOffset + identifier] ^= 1;
+  application.put("MacOS/program", bytes);
+  EXPECT_EQ(verdict(application.path), failed);
+}
+
 TEST(LinuxCodeSigning, FindsEachAlterationOfABundle) {
   const Application original;
   const std::pair<std::string, std::string> rows[] = {
       {"echo >> MacOS/program", unsignedCode},
-      {"truncate -s -1 MacOS/program", unsignedCode},
       {"echo '<!-- -->' >> Info.plist", infoFailed},
       {"echo '<!-- -->' >> _CodeSignature/CodeResources", listFailed},
       {"rm -r _CodeSignature CodeResources", listFailed},
+      {"rm CodeResources; mv _CodeSignature/CodeResources .; rmdir _CodeSignature", valid},
+      {"sed -i s=.program.=\\>../MacOS/program\\<= Info.plist", noCode},
       {"echo b > Resources/resource", altered},
       {"rm Resources/resource", missing + "1"},
       {"rm -r Resources/en.lproj", valid},
@@ -180,34 +237,25 @@ TEST(LinuxCodeSigning, FindsEachAlterationOfABundle) {
       {"touch ../new", added + "1"},
       {"mkdir -p a/b/c; touch a/1 a/b/2 a/b/c/3", added + "3"},
       {"mkdir a; seq 1000 | sed s=^=a/= | xargs touch", added + "16"},
-      {"mv Resources/resource Resources/new", added + "1 Missing 1"},
       {"touch .DS_Store Resources/.DS_Store PkgInfo ../.DS_Store", valid},
-      {"mkdir -p a/b", valid},
       {"mkdir _MASReceipt; touch _MASReceipt/receipt", valid},
       // Links.
       {"ln -sfn /etc/passwd Resources/link", altered},
       {"ln -sfn en.lproj Resources/link", altered},
       {"mv Resources/resource PkgInfo; ln -s ../PkgInfo Resources/resource", altered},
       {"rm Resources/link; echo a > Resources/link", altered},
-      {"ln -s resource Resources/other", added + "1"},
       {"mv Resources R; ln -s R Resources", added + "4 Missing 2"},
       {"mv MacOS/program PkgInfo; ln -s ../PkgInfo MacOS/program", noCode},
       {"ln -s b a; ln -s a b; ln -s . c", added + "3"},
       // Code inside.
       {"printf x | dd of=MacOS/helper bs=1 seek=5000 conv=notrunc", altered},
-      {"cp PlugIns/Inner.app/Contents/MacOS/program MacOS/helper", altered},
       {"echo b > PlugIns/Inner.app/Contents/Resources/resource", altered},
       {"mv PlugIns/Inner.app ../..; ln -s ../../../Inner.app PlugIns/Inner.app", altered},
-      {"rm -r PlugIns", missing + "1"},
       // Nothing blocks, and nothing is read without a limit.
       {"rm Resources/resource; mkfifo Resources/resource", altered},
       {"rm -r _CodeSignature/* CodeResources; mkfifo _CodeSignature/CodeResources", listFailed},
       {"rm MacOS/program; mkfifo MacOS/program", noCode},
-      {"rm Info.plist; mkfifo Info.plist", noCode},
-      {"rm MacOS/helper; mkfifo MacOS/helper", altered},
-      {"rm Resources/resource; ln -s /dev/zero Resources/resource", altered},
       {"truncate -s 4T Resources/resource", altered},
-      {"truncate -s 4T MacOS/program", unsignedCode},
       {"truncate -s 4T _CodeSignature/CodeResources", listFailed},
       {"truncate -s 4T Info.plist", noCode},
       {"for i in $(seq 300); do mkdir -p d; cd d; done", altered},
@@ -233,9 +281,26 @@ TEST(LinuxCodeSigning, TakesAFrameworksCurrentVersion) {
   EXPECT_EQ(verdict(path), valid);
   scratch.make("cd F.framework; ln -s /etc Headers; touch new; mkdir Versions/B");
   EXPECT_EQ(verdict(path), added + "3");
-  scratch.make(
-      "cd F.framework; rm -r Headers new Versions/B; mv Versions/A ..; ln -s ../../A Versions");
+  scratch.make("cd F.framework; rm -r Headers new Versions/B");
+  EXPECT_EQ(verdict(path), valid);
+  scratch.make("ln -sfn ../Versions/A F.framework/Versions/Current");
   EXPECT_EQ(verdict(path), noCode);
+  scratch.make("cd F.framework/Versions; ln -sfn A Current; mv A ../..; ln -s ../../A");
+  EXPECT_EQ(verdict(path), noCode);
+}
+
+TEST(LinuxCodeSigning, RefusesCodeInTooManyLevels) {
+  const test::ScratchFolder scratch;
+  const SigningChain chain;
+  const auto path = scratch.path("A.app");
+  std::vector<std::pair<std::string, Data>> code;
+  for (int level = 0; level < 10; ++level) {
+    if (level > 0) scratch.make("mv A.app Inner.app");
+    test::makeApplication(path, {});
+    if (level > 0) scratch.make("mv Inner.app A.app/Contents");
+    code = {{"Inner.app", test::signBundle(path, chain, {}, code).directoryHash}};
+    EXPECT_EQ(verdict(path), level < 9 ? valid : altered) << level;
+  }
 }
 
 TEST(LinuxCodeSigning, RefusesASignatureOverMissingBytes) {
@@ -249,7 +314,8 @@ TEST(LinuxCodeSigning, RefusesASignatureOverMissingBytes) {
 }
 
 TEST(LinuxCodeSigning, RefusesProgramsOfTwoSignersInOneFile) {
-  const Application application(universal);
+  // Without a team of its own the signer may sign for all.
+  const Application application(universal, {});
   const auto info = application.read("Info.plist");
   const auto list = application.read("_CodeSignature/CodeResources");
   const auto last = static_cast<std::ptrdiff_t>(application.program.directoryOffset) - 5000;
@@ -262,7 +328,14 @@ TEST(LinuxCodeSigning, RefusesProgramsOfTwoSignersInOneFile) {
   auto options = universal;
   options.identifier = "com.example.app-55554944a5";
   EXPECT_EQ(withLastOf(application.chain, options), valid);
-  EXPECT_EQ(withLastOf(SigningChain({.team = "TEAM"}), universal), failed);
+  EXPECT_EQ(withLastOf(SigningChain(), universal), failed);
+  options.team = "OTHER";
+  EXPECT_EQ(withLastOf(application.chain, options), failed);
+  // The second entry of the table is made the first one.
+  auto bytes = application.program.bytes;
+  std::copy_n(bytes.begin() + 8, 20, bytes.begin() + 28);
+  application.put("MacOS/program", bytes);
+  EXPECT_EQ(verdict(application.path), unsignedCode);
 }
 
 TEST(LinuxCodeSigning, RefusesSealedLinksThatLeaveTheBundle) {

@@ -101,7 +101,7 @@ std::vector<SignedAttribute> attributesFor(const std::vector<Data>& directories,
                                               {4, {6, 9, 0x60, 0x86, 0x48, 1, 0x65, 3, 4, 2, 2}}};
   std::vector<SignedAttribute> attributes;
   Array list;
-  for (std::size_t i = 0; i < directories.size(); ++i) {
+  for (std::size_t i = 0; i < std::min(directories.size(), options.listedDirectories); ++i) {
     const auto kind = options.digests[i];
     list.emplace_back(shortDigest(kind, directories[i]));
     if (!options.listsDirectoryDigests) continue;
@@ -131,6 +131,7 @@ SignedProgramFile thinProgram(const SigningChain& chain, const ProgramForm& form
   for (const auto kind : options.digests) {
     const auto slot = directories.empty() ? 0 : 0x1000 + directories.size() - 1;
     directories.push_back(codeDirectory(kind, result.bytes, options, parts));
+    if (options.change) options.change(directories.size() - 1, directories.back());
     blobs[static_cast<std::uint32_t>(slot)] = directories.back();
   }
   blobs[0x10000] = blob(
