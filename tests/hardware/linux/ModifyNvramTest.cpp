@@ -1,13 +1,7 @@
 #include <sys/sysmacros.h>
 
-<<<<<<< HEAD
 #include "hardware/HardwareOperations.h"
 #include "platform/NativePlatform.h"
-=======
-#include "hardware/FirmwareOperations.h"
-#include "platform/Nvram.h"
-#include "platform/linux/LinuxFacilities.h"
->>>>>>> c13c52f (Make the facilities of a port in one place)
 #include "support/PlantedFile.h"
 
 namespace qrt {
@@ -21,11 +15,7 @@ class ModifyNvram : public testing::Test {
     return folder + name + "-7c436110-ab2a-4bbb-a880-fe41995c9f82";
   }
   Outcome modify(const std::string& name, const std::string& text) {
-<<<<<<< HEAD
     return performOperationModifyNvramWithArguments(native.facilities(), {name, text}, nullptr);
-=======
-    return performOperationModifyNvramWithArguments({name, text}, *nvram);
->>>>>>> c13c52f (Make the facilities of a port in one place)
   }
   static Error refused(const char* code) {
     return Error{
@@ -40,11 +30,7 @@ class ModifyNvram : public testing::Test {
 
   static inline const std::string folder = "sys/firmware/efi/efivars/";
   test::ScratchFolder root;
-<<<<<<< HEAD
   const NativePlatform native{root.path() + "/"};
-=======
-  const std::unique_ptr<Nvram> nvram = makeNvram(root.path());
->>>>>>> c13c52f (Make the facilities of a port in one place)
 };
 
 TEST_F(ModifyNvram, ExistingVariablesKeepTypeAndAttributes) {
