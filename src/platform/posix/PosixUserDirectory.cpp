@@ -6,7 +6,36 @@
 #include <cstddef>
 #include <vector>
 
+#include "platform/posix/NativeError.h"
+
 namespace qrt {
+namespace {
+
+/// `lookUp` is one of the re-entrant calls on the password database without its last arguments.
+template <class LookUp>
+PosixResult<std::optional<Account>> accountFrom(LookUp lookUp) {
+  constexpr std::size_t unreasonable = 16 << 20;
+  int failure = ERANGE;
+  for (std::size_t size = 1024; failure == ERANGE && size < unreasonable; size *= 4) {
+    std::vector<char> texts(size);
+    passwd entry{};
+    passwd* found = nullptr;
+    failure = lookUp(&entry, texts.data(), texts.size(), &found);
+    if (found) return std::optional(Account{found->pw_uid, found->pw_gid, found->pw_dir});
+  }
+  if (failure != 0) return contractCode(failure);
+  return std::optional<Account>();
+}
+
+}  // namespace
+
+PosixResult<std::optional<Account>> accountOf(std::uint32_t userID) {
+  return accountFrom([userID](auto... space) { return ::getpwuid_r(userID, space...); });
+}
+
+PosixResult<std::optional<Account>> accountNamed(const std::string& name) {
+  return accountFrom([&name](auto... space) { return ::getpwnam_r(name.c_str(), space...); });
+}
 
 UserIDs PosixUserDirectory::listedUserIDs() {
   const std::lock_guard lock(mutex_);
@@ -18,16 +47,9 @@ UserIDs PosixUserDirectory::listedUserIDs() {
 }
 
 bool PosixUserDirectory::isKnownUserID(std::uint32_t userID) {
-  constexpr std::size_t unreasonable = 16 * 1024 * 1024;
   const std::lock_guard lock(mutex_);
-  int failure = ERANGE;
-  passwd entry{};
-  passwd* found = nullptr;
-  for (std::size_t size = 1024; failure == ERANGE && size < unreasonable; size *= 4) {
-    std::vector<char> texts(size);
-    failure = ::getpwuid_r(userID, &entry, texts.data(), texts.size(), &found);
-  }
-  return failure != 0 || found != nullptr;
+  const auto account = accountOf(userID);
+  return !account || account->has_value();
 }
 
 }  // namespace qrt

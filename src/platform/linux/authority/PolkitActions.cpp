@@ -4,9 +4,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <span>
 #include <string_view>
 
+#include "base/Text.h"
 #include "base/Utf8.h"
 #include "platform/linux/files/FileReplacement.h"
 #include "platform/linux/files/OwnFolder.h"
@@ -93,13 +93,8 @@ PosixCode PolkitActions::set(const std::string& right, const PropertyValue& defi
   if (!isActionName(right)) return PosixCode::invalidArgument;
   const auto actions = folder();
   if (!actions) return actions.error();
-  auto file = FileReplacement::begin(actions->get(), fileNameOf(right));
-  if (!file) return file.error();
   const auto text = actionFile(right, definition, description);
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-  if (const auto code = file->write({bytes, text.size()}); code != PosixCode::success) return code;
-  if (const auto code = file->setMode(readableByAll); code != PosixCode::success) return code;
-  return file->commit();
+  return replaceFile(actions->get(), fileNameOf(right), {asBytes(text), readableByAll});
 }
 
 PosixCode PolkitActions::remove(const std::string& right) const {

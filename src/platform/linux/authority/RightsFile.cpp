@@ -1,5 +1,7 @@
 #include "platform/linux/authority/RightsFile.h"
 
+#include "base/Text.h"
+
 namespace qrt {
 namespace {
 
@@ -31,8 +33,7 @@ const Dictionary& RightsFile::current() {
 bool RightsFile::store(const Dictionary& rights) {
   const auto text = propertyLists_.xml(rights);
   if (!text) return false;
-  const Data bytes(text->begin(), text->end());
-  return state_.replace(fileName, bytes) == PosixCode::success;
+  return state_.replace(fileName, asBytes(*text)) == PosixCode::success;
 }
 
 std::optional<PropertyValue> RightsFile::definition(const std::string& name) {

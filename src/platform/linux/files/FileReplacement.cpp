@@ -7,29 +7,15 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "platform/FileDescriptor.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
-FileReplacement::FileReplacement(int folder, const std::string& name)
-    : folder_(folder), name_(name), temporaryName_("." + name + ".new") {}
+namespace {
 
-FileReplacement::~FileReplacement() {
-  if (file_) unlinkat(folder_, temporaryName_.c_str(), 0);
-}
-
-PosixResult<FileReplacement> FileReplacement::begin(int folder, const std::string& name) {
-  FileReplacement fresh(folder, name);
-  const auto* temporaryName = fresh.temporaryName_.c_str();
-  if (unlinkat(folder, temporaryName, 0) != 0 && errno != ENOENT) return lastError();
-  constexpr int exclusively = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-  fresh.file_.reset(openat(folder, temporaryName, exclusively, S_IRUSR | S_IWUSR));
-  if (!fresh.file_) return lastError();
-  return fresh;
-}
-
-PosixCode FileReplacement::write(std::span<const std::uint8_t> contents) {
+PosixCode write(int file, std::span<const std::uint8_t> contents) {
   while (!contents.empty()) {
-    const auto count = ::write(file_.get(), contents.data(), contents.size());
+    const auto count = ::write(file, contents.data(), contents.size());
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return lastError();
     contents = contents.subspan(static_cast<std::size_t>(count));
@@ -37,19 +23,33 @@ PosixCode FileReplacement::write(std::span<const std::uint8_t> contents) {
   return PosixCode::success;
 }
 
-PosixCode FileReplacement::setOwner(uid_t user, gid_t group) {
-  return codeFor(fchown(file_.get(), user, group));
+/// Each step runs only when those before it succeeded.
+PosixCode complete(int descriptor, const NewFile& file) {
+  auto code = write(descriptor, file.contents);
+  if (code == PosixCode::success) code = codeFor(fchmod(descriptor, file.permissions));
+  if (code == PosixCode::success && file.prepare) code = file.prepare(descriptor);
+  return code == PosixCode::success ? codeFor(fsync(descriptor)) : code;
 }
 
-PosixCode FileReplacement::setMode(mode_t permissions) {
-  return codeFor(fchmod(file_.get(), permissions));
-}
+}  // namespace
 
-PosixCode FileReplacement::commit() {
-  if (fsync(file_.get()) != 0) return lastError();
-  if (renameat(folder_, temporaryName_.c_str(), folder_, name_.c_str()) != 0) return lastError();
-  file_.reset();
-  fsync(folder_);
+PosixCode replaceFile(int folder, const std::string& name, const NewFile& file) {
+  const auto temporaryName = "." + name + ".new";
+  const auto removeTemporary = [&] { return unlinkat(folder, temporaryName.c_str(), 0); };
+  if (removeTemporary() != 0 && errno != ENOENT) return lastError();
+  constexpr int exclusively = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+  const FileDescriptor opened(
+      openat(folder, temporaryName.c_str(), exclusively, S_IRUSR | S_IWUSR));
+  if (!opened) return lastError();
+  auto code = complete(opened.get(), file);
+  if (code == PosixCode::success) {
+    code = codeFor(renameat(folder, temporaryName.c_str(), folder, name.c_str()));
+  }
+  if (code != PosixCode::success) {
+    removeTemporary();
+    return code;
+  }
+  fsync(folder);
   return PosixCode::success;
 }
 

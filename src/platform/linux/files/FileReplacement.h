@@ -4,39 +4,25 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 
-#include "base/Result.h"
-#include "platform/FileDescriptor.h"
+#include "base/PosixCode.h"
 
 namespace qrt {
 
-/// The new contents are written beside the file that they replace, which readers see until the end.
-/// What was begun and not committed is removed.
-class FileReplacement {
- public:
-  /// In an open folder, which must stay open. What an earlier attempt left behind is removed. The
-  /// new file is for its owner alone until its mode is set.
-  static PosixResult<FileReplacement> begin(int folder, const std::string& name);
-
-  FileReplacement(FileReplacement&& other) noexcept = default;
-  FileReplacement& operator=(FileReplacement&&) = delete;
-  ~FileReplacement();
-
-  PosixCode write(std::span<const std::uint8_t> contents);
-  PosixCode setOwner(uid_t user, gid_t group);
-  PosixCode setMode(mode_t permissions);
-  /// Afterwards the contents are on the disk and the file has its name.
-  PosixCode commit();
-
- private:
-  FileReplacement(int folder, const std::string& name);
-
-  int folder_;
-  std::string name_;
-  std::string temporaryName_;
-  FileDescriptor file_;
+struct NewFile {
+  std::span<const std::uint8_t> contents;
+  mode_t permissions;
+  /// What else the open file needs before it gets its name, if anything.
+  std::function<PosixCode(int file)> prepare = nullptr;
 };
+
+/// Replaces the file `name` of an open folder, or makes it. Readers see the old contents or the
+/// new, which are on the disk when this returns `success`. The contents are written under a
+/// temporary name, which is removed when anything fails; a file that a killed process left there is
+/// removed first.
+PosixCode replaceFile(int folder, const std::string& name, const NewFile& file);
 
 }  // namespace qrt

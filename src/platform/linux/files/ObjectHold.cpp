@@ -5,6 +5,7 @@
 #include <charconv>
 #include <thread>
 
+#include "base/Text.h"
 #include "platform/linux/files/DescriptorPath.h"
 #include "platform/posix/NativeError.h"
 #include "platform/posix/ReadFile.h"
@@ -20,9 +21,9 @@ milliseconds leaseBreakTime() {
   std::chrono::seconds time{45};
   if (const auto text = readFile(AT_FDCWD, "/proc/sys/fs/lease-break-time", longestNumber)) {
     unsigned seconds = 0;
-    const auto* begin = reinterpret_cast<const char*>(text->data());
-    const auto [end, error] = std::from_chars(begin, begin + text->size(), seconds);
-    if (error == std::errc()) time = std::chrono::seconds(seconds);
+    const auto digits = asText(*text);
+    const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), seconds);
+    if (parsed.ec == std::errc()) time = std::chrono::seconds(seconds);
   }
   return time;
 }

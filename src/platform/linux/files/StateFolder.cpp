@@ -69,10 +69,7 @@ PosixCode StateFolder::replace(const std::string& name, std::span<const std::uin
   if (contents.size() > maximumBytes_) return PosixCode::noSpace;
   const auto folder = open();
   if (!folder) return folder.error();
-  auto fresh = FileReplacement::begin(folder->get(), name);
-  if (!fresh) return fresh.error();
-  const auto written = fresh->write(contents);
-  return written == PosixCode::success ? fresh->commit() : written;
+  return replaceFile(folder->get(), name, {contents, 0600});
 }
 
 std::uint64_t StateFolder::version(const std::string& name) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/Result.h"
+#include "base/Text.h"
 #include "platform/FileDescriptor.h"
 #include "platform/linux/LinuxFacilities.h"
 #include "platform/posix/NativeError.h"
@@ -25,8 +26,7 @@ std::vector<std::string> componentsOf(const std::string& name) {
     }
   }
   const bool isName = std::none_of(components.begin(), components.end(), [](const auto& component) {
-    return component.empty() || component == "." || component == ".." ||
-           component.find('\0') != std::string::npos;
+    return component.empty() || component == "." || component == ".." || holdsZeroByte(component);
   });
   return isName ? components : std::vector<std::string>();
 }

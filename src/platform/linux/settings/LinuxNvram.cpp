@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <string_view>
 
+#include "base/Text.h"
 #include "base/Utf8.h"
 #include "platform/FileDescriptor.h"
 #include "platform/linux/LinuxFacilities.h"
@@ -77,7 +78,7 @@ std::optional<std::string_view> bytesOf(const PropertyValue& value) {
   if (const auto* text = value.string()) return *text;
   const auto* data = value.data();
   if (!data) return std::nullopt;
-  return std::string_view(reinterpret_cast<const char*>(data->data()), data->size());
+  return asText(*data);
 }
 
 class VariableFolder final : public NvramOptions {
@@ -92,7 +93,7 @@ class VariableFolder final : public NvramOptions {
     constexpr auto valueBegin = std::tuple_size_v<Attributes>;
     if (!contents || contents->size() < valueBegin) return none;
     Data bytes(contents->begin() + valueBegin, contents->end());
-    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    const auto text = asText(bytes);
     return std::optional(isText(text) ? PropertyValue(text) : PropertyValue(std::move(bytes)));
   }
 

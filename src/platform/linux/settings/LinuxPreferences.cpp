@@ -2,15 +2,14 @@
 
 #include <fcntl.h>
 #include <limits.h>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <vector>
 
 #include "base/PathText.h"
 #include "base/Result.h"
+#include "base/Text.h"
 #include "platform/FileDescriptor.h"
 #include "platform/PropertyLists.h"
 #include "platform/linux/LinuxFacilities.h"
@@ -19,6 +18,7 @@
 #include "platform/linux/files/OwnFolder.h"
 #include "platform/linux/settings/DefaultsLock.h"
 #include "platform/posix/NativeError.h"
+#include "platform/posix/PosixUserDirectory.h"
 #include "platform/posix/ReadFile.h"
 
 namespace qrt {
@@ -26,33 +26,10 @@ namespace {
 
 using Kind = PreferenceSelector::Kind;
 
-struct Account {
-  uid_t user;
-  gid_t group;
-  std::string home;
-};
-
-/// `lookUp` is one of the re-entrant calls on the password database without its last arguments.
-template <class LookUp>
-std::optional<Account> accountFrom(LookUp lookUp) {
-  constexpr std::size_t maximumSize = 1 << 20;
-  for (std::vector<char> space(1024); space.size() <= maximumSize; space.resize(2 * space.size())) {
-    passwd entry;
-    passwd* found = nullptr;
-    const int error = lookUp(&entry, space.data(), space.size(), &found);
-    if (error == ERANGE) continue;
-    if (!found) return std::nullopt;
-    return Account{found->pw_uid, found->pw_gid, found->pw_dir};
-  }
-  return std::nullopt;
-}
-
 std::optional<Account> accountFor(const PreferenceSelector& user) {
-  if (user.kind == Kind::current) {
-    return accountFrom([](auto... space) { return getpwuid_r(geteuid(), space...); });
-  }
-  if (!isPathComponent(user.name)) return std::nullopt;
-  return accountFrom([&user](auto... space) { return getpwnam_r(user.name.c_str(), space...); });
+  if (user.kind == Kind::named && !isPathComponent(user.name)) return std::nullopt;
+  auto account = user.kind == Kind::named ? accountNamed(user.name) : accountOf(geteuid());
+  return account ? std::move(*account) : std::nullopt;
 }
 
 std::optional<std::string> hostNameFor(const PreferenceSelector& host) {
@@ -123,23 +100,18 @@ PosixResult<DefaultsFile> readDefaults(int folder, const std::string& name,
                       status.st_mode & permissions};
 }
 
-/// Giving a file to somebody takes root's rights; the file is not reached by a name.
-PosixCode giveTo(FileReplacement& file, uid_t user, gid_t group) {
-  const FileSystemIdentity root(0, 0);
-  return root.isTaken() ? file.setOwner(user, group) : PosixCode::notPermitted;
-}
-
 PosixCode writeDefaults(int folder, const std::string& name, const DefaultsFile& file,
                         PropertyLists& propertyLists) {
   const auto text = propertyLists.xml(file.contents);
   if (!text) return PosixCode::invalidArgument;
   if (text->size() > PropertyLists::maximumBytes) return PosixCode::noSpace;
-  auto fresh = FileReplacement::begin(folder, name);
-  if (!fresh) return fresh.error();
-  auto code = fresh->write({reinterpret_cast<const std::uint8_t*>(text->data()), text->size()});
-  if (code == PosixCode::success) code = fresh->setMode(file.mode);
-  if (code == PosixCode::success) code = giveTo(*fresh, file.user, file.group);
-  return code == PosixCode::success ? fresh->commit() : code;
+  // Only root can give a file to another user. This one is open, so no name can lead elsewhere.
+  const auto giveToOwner = [&file](int descriptor) {
+    const FileSystemIdentity root(0, 0);
+    if (!root.isTaken()) return PosixCode::notPermitted;
+    return codeFor(fchown(descriptor, file.user, file.group));
+  };
+  return replaceFile(folder, name, {asBytes(*text), file.mode, giveToOwner});
 }
 
 /// A user's settings are in "GNUstep/Defaults/<application>.plist" in the home folder, where other

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "base/PathText.h"
+#include "base/Text.h"
 #include "platform/KernelSettings.h"
 #include "platform/PropertyLists.h"
 #include "platform/linux/LinuxFacilities.h"
@@ -39,7 +40,7 @@ std::string variableFor(const std::string& interface) {
 /// The name that the kernel has for an interface, which may have others. None when there is no such
 /// interface.
 std::optional<std::string> interfaceNamed(const std::string& name) {
-  if (name.find('\0') != std::string::npos) return std::nullopt;
+  if (holdsZeroByte(name)) return std::nullopt;
   const auto index = if_nametoindex(name.c_str());
   char kernelName[IF_NAMESIZE];
   if (index == 0 || !if_indextoname(index, kernelName)) return std::nullopt;
@@ -128,8 +129,7 @@ class LinuxSystemConfiguration::Session : public SystemConfigurationPreferences 
     if (!values_) return true;
     const auto text = owner_.propertyLists_.xml(*values_);
     if (!text) return false;
-    const Data bytes(text->begin(), text->end());
-    return owner_.files_.replace(fileName_, bytes) == PosixCode::success;
+    return owner_.files_.replace(fileName_, asBytes(*text)) == PosixCode::success;
   }
 
   LinuxSystemConfiguration& owner_;

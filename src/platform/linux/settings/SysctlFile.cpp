@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <string_view>
 
+#include "base/Text.h"
+#include "platform/FileDescriptor.h"
 #include "platform/linux/files/FileReplacement.h"
 #include "platform/posix/NativeError.h"
 #include "platform/posix/ReadFile.h"
@@ -50,15 +52,9 @@ PosixCode SysctlFile::set(const std::string& variable, const std::string& value)
   if (!before && before.error() != PosixCode::noEntry) return before.error();
 
   std::string contents;
-  if (before)
-    contents = without({reinterpret_cast<const char*>(before->data()), before->size()}, variable);
+  if (before) contents = without(asText(*before), variable);
   contents += variable + " = " + value + "\n";
-  auto fresh = FileReplacement::begin(folder.get(), name_);
-  if (!fresh) return fresh.error();
-  auto code =
-      fresh->write({reinterpret_cast<const std::uint8_t*>(contents.data()), contents.size()});
-  if (code == PosixCode::success) code = fresh->setMode(0644);
-  return code == PosixCode::success ? fresh->commit() : code;
+  return replaceFile(folder.get(), name_, {asBytes(contents), 0644});
 }
 
 }  // namespace qrt

@@ -4,6 +4,7 @@
 #include <bit>
 
 #include "base/Error.h"
+#include "base/Text.h"
 #include "base/Utf8.h"
 #include "protocol/WireText.h"
 
@@ -59,12 +60,12 @@ std::string_view WireReader::text(std::size_t lengthWidth) {
     fail();
     return {};
   }
-  return {reinterpret_cast<const char*>(raw.data()), raw.size()};
+  return asText(raw);
 }
 
 std::string_view WireReader::encodedString() {
   const auto received = text(4);
-  if (received.find('\0') != std::string_view::npos || !isValidUtf8(received)) {
+  if (holdsZeroByte(received) || !isValidUtf8(received)) {
     fail();
     return {};
   }
