@@ -8,6 +8,7 @@
 #include "operations/QRTPrivilegedOperationSet.h"
 #include "platform/FileSystem.h"
 #include "platform/Platform.h"
+#include "protocol/ConnectionErrors.h"
 #include "protocol/Names.h"
 
 namespace qrt {
@@ -37,8 +38,7 @@ Result<std::unique_ptr<HelperConnection>> connectAndRegister(HelperConnector& co
 }
 
 bool isBrokenConnection(const Error& error) {
-  constexpr std::int64_t interrupted = 4097;
-  return error.domain == cocoaErrorDomain && error.code == interrupted;
+  return error.domain == cocoaErrorDomain && error.code == connection_error::interrupted;
 }
 
 /// Whether there is nothing at any of the paths among the values.
@@ -53,8 +53,9 @@ bool areGone(FileSystem& files, const Array& values) {
 }  // namespace
 
 bool isConnectionFailure(const Error& error) {
-  constexpr std::int64_t invalid = 4099;
-  return isBrokenConnection(error) || (error.domain == cocoaErrorDomain && error.code == invalid);
+  const bool isInvalid =
+      error.domain == cocoaErrorDomain && error.code == connection_error::invalid;
+  return isInvalid || isBrokenConnection(error);
 }
 
 Result<std::unique_ptr<PrivilegeRequestor>> PrivilegeRequestor::connect(

@@ -1,6 +1,5 @@
 #include "platform/linux/authority/PolkitAuthority.h"
 
-#include <systemd/sd-bus.h>
 #include <time.h>
 
 #include <algorithm>
@@ -11,6 +10,7 @@
 
 #include "base/Utf8.h"
 #include "platform/Log.h"
+#include "platform/linux/SdBus.h"
 #include "protocol/WireText.h"
 
 namespace qrt {
@@ -28,16 +28,6 @@ constexpr std::uint64_t noTimeLimit = std::numeric_limits<std::uint64_t>::max();
 
 /// More than any dialog shows. The rest of a longer text is nobody's loss.
 constexpr std::size_t longestText = 2048;
-
-struct BusEnd {
-  void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
-};
-using Bus = std::unique_ptr<sd_bus, BusEnd>;
-
-struct MessageEnd {
-  void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
-};
-using Message = std::unique_ptr<sd_bus_message, MessageEnd>;
 
 Bus connect(const std::string& address) {
   sd_bus* fresh = nullptr;
@@ -82,13 +72,13 @@ int appendDetails(sd_bus_message* call, const PolkitQuestion& question) {
   return result < 0 ? result : sd_bus_message_close_container(call);
 }
 
-Message callFor(sd_bus* bus, const PolkitQuestion& question) {
+BusMessage callFor(sd_bus* bus, const PolkitQuestion& question) {
   sd_bus_message* fresh = nullptr;
   if (sd_bus_message_new_method_call(bus, &fresh, service, path, interface, "CheckAuthorization") <
       0) {
     return nullptr;
   }
-  Message call(fresh);
+  BusMessage call(fresh);
   // polkit believes root, so who is meant has to be said in full: number and start time for the
   // versions that know no handle, and the user as the kernel told it, lest it be looked up later.
   const auto& process = question.asker.process;
@@ -105,7 +95,7 @@ Message callFor(sd_bus* bus, const PolkitQuestion& question) {
 }
 
 int keepAnswer(sd_bus_message* answer, void* slot, sd_bus_error*) {
-  static_cast<Message*>(slot)->reset(sd_bus_message_ref(answer));
+  static_cast<BusMessage*>(slot)->reset(sd_bus_message_ref(answer));
   return 1;
 }
 
@@ -151,7 +141,7 @@ AuthorizationStatus statusIn(sd_bus_message* answer) {
 std::optional<AuthorizationStatus> PolkitAuthority::check(const PolkitQuestion& question,
                                                           Log& log) const {
   // Declared first: the bus may still hold the slot when it goes.
-  Message answer;
+  BusMessage answer;
   const auto bus = connect(address_);
   if (!bus) return std::nullopt;
   const auto call = callFor(bus.get(), question);

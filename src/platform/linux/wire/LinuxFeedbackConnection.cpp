@@ -10,19 +10,15 @@
 
 #include "platform/linux/wire/WireWriter.h"
 #include "platform/posix/NativeError.h"
+#include "protocol/ConnectionErrors.h"
 #include "protocol/FeedbackMessage.h"
 #include "protocol/Names.h"
 
 namespace qrt {
 namespace {
 
-/// The platform's code for a connection that cannot be used.
-constexpr std::int64_t connectionInvalid = 4099;
-
-Error invalid(std::string_view description) {
-  return {std::string(cocoaErrorDomain),
-          connectionInvalid,
-          {{std::string(localizedDescriptionKey), description}}};
+Error invalid(std::string description) {
+  return connectionError(connection_error::invalid, std::move(description));
 }
 
 bool isConnectedStream(int socket) {
@@ -65,11 +61,6 @@ LinuxFeedbackConnection::LinuxFeedbackConnection(std::vector<FileDescriptor> end
 
 LinuxFeedbackConnection::~LinuxFeedbackConnection() { suspend(); }
 
-int LinuxFeedbackConnection::hello(sd_bus_message* call, void* context, sd_bus_error*) {
-  static_cast<LinuxFeedbackConnection*>(context)->wasGreeted_ = true;
-  return sd_bus_reply_method_return(call, "s", wire::peerName);
-}
-
 Outcome LinuxFeedbackConnection::connect() {
   if (endpoint_.size() != 1) return invalid("More than one feedback endpoint was sent.");
   if (!isConnectedStream(endpoint_.front().get())) {
@@ -79,13 +70,9 @@ Outcome LinuxFeedbackConnection::connect() {
   wake_.reset(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
   if (!wire || !wake_) return invalid("There are no resources for a feedback connection.");
   wire_ = std::move(*wire);
-  static const sd_bus_vtable bus[] = {
-      SD_BUS_VTABLE_START(0), SD_BUS_METHOD("Hello", "", "s", hello, SD_BUS_VTABLE_UNPRIVILEGED),
-      SD_BUS_VTABLE_END};
-  wire_->addObject("/org/freedesktop/DBus", "org.freedesktop.DBus", bus, this);
   if (!wire_->handshake()) return invalid("Nobody answered at the feedback endpoint.");
   // A library that says Hello takes the first message that it gets for the answer.
-  wire_->stepUntil([this] { return wasGreeted_; }, Clock::now() + greetingPatience);
+  wire_->stepUntil([this] { return wire_->wasGreeted(); }, Clock::now() + greetingPatience);
   return success;
 }
 
@@ -101,16 +88,16 @@ Outcome LinuxFeedbackConnection::open(Dictionary firstMessage) {
 }
 
 bool LinuxFeedbackConnection::send(const Dictionary& message) {
-  sd_bus_message* call = nullptr;
   // A library that has a name takes a call without one for a broadcast, which it does not dispatch.
-  const char* destination = wasGreeted_ ? wire::peerName : nullptr;
+  const char* destination = wire_->wasGreeted() ? wire::peerName : nullptr;
+  sd_bus_message* made = nullptr;
   int result =
-      sd_bus_message_new_method_call(wire_->bus(), &call, destination, method_.path.c_str(),
+      sd_bus_message_new_method_call(wire_->bus(), &made, destination, method_.path.c_str(),
                                      method_.interface.c_str(), method_.name.c_str());
-  if (result >= 0) result = sd_bus_message_set_expect_reply(call, 0);
-  if (result >= 0) result = wire::appendDictionary(call, message);
-  if (result >= 0) result = sd_bus_send(wire_->bus(), call, nullptr);
-  sd_bus_message_unref(call);
+  const BusMessage call(made);
+  if (result >= 0) result = sd_bus_message_set_expect_reply(made, 0);
+  if (result >= 0) result = wire::appendDictionary(made, message);
+  if (result >= 0) result = sd_bus_send(wire_->bus(), made, nullptr);
   return result >= 0;
 }
 

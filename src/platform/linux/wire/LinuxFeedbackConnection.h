@@ -49,7 +49,6 @@ class LinuxFeedbackConnection : public FeedbackConnection {
     bool canBeLost;
   };
 
-  static int hello(sd_bus_message* call, void* context, sd_bus_error*);
   Outcome connect();
   bool send(const Dictionary& message);
   void run();
@@ -63,7 +62,6 @@ class LinuxFeedbackConnection : public FeedbackConnection {
   int requestor_;
   const RemoteMethod method_;
   std::unique_ptr<WireConnection> wire_;
-  bool wasGreeted_ = false;
   FileDescriptor wake_;
   std::thread thread_;
 

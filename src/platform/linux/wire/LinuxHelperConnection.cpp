@@ -16,30 +16,23 @@
 #include "platform/linux/wire/WireConnection.h"
 #include "platform/linux/wire/WireWriter.h"
 #include "platform/posix/NativeError.h"
+#include "protocol/ConnectionErrors.h"
 #include "protocol/Names.h"
 
 namespace qrt {
 namespace {
-
-constexpr std::int64_t connectionInterrupted = 4097;
-constexpr std::int64_t connectionInvalid = 4099;
-
-Error connectionError(std::int64_t code, std::string description) {
-  return {std::string(cocoaErrorDomain),
-          code,
-          {{std::string(localizedDescriptionKey), std::move(description)}}};
-}
 
 /// What the helper's error reply means here.
 Error errorOf(const sd_bus_error& reply) {
   if (sd_bus_error_has_name(&reply, SD_BUS_ERROR_ACCESS_DENIED) != 0) {
     return posixError(PosixCode::notPermitted);
   }
-  return connectionError(connectionInvalid, reply.message ? reply.message : reply.name);
+  return connectionError(connection_error::invalid, reply.message ? reply.message : reply.name);
 }
 
 Error interrupted() {
-  return connectionError(connectionInterrupted, "The connection to the helper was interrupted.");
+  return connectionError(connection_error::interrupted,
+                         "The connection to the helper was interrupted.");
 }
 
 /// The requestor's end of a feedback socket: hands every message to the handler. It says Hello, so
@@ -112,7 +105,7 @@ class LinuxHelperConnection : public HelperConnection {
   Outcome unregisterClientWithPID(std::int32_t identifier) override {
     auto failure =
         call(wire::helperInterface, "unregisterClientWithPID", with(identifier), ignoreReply);
-    const bool helperEnded = failure && failure->code == connectionInterrupted;
+    const bool helperEnded = failure && failure->code == connection_error::interrupted;
     return helperEnded ? success : failure;
   }
 
@@ -168,10 +161,8 @@ class LinuxHelperConnection : public HelperConnection {
     };
   }
 
-  using Message = std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
-
   /// Null when it cannot be made.
-  Message callMessage(const char* interface, const char* method, const ArgumentWriter& write);
+  BusMessage callMessage(const char* interface, const char* method, const ArgumentWriter& write);
 
   static int receiveReply(sd_bus_message* reply, void* context, sd_bus_error*);
   Outcome call(const char* interface, const char* method, const ArgumentWriter& write,
@@ -184,7 +175,8 @@ class LinuxHelperConnection : public HelperConnection {
 
 Result<std::unique_ptr<HelperConnection>> LinuxHelperConnection::over(FileDescriptor socket) {
   const auto unusable = [] {
-    return connectionError(connectionInvalid, "The connection to the helper cannot be used.");
+    return connectionError(connection_error::invalid,
+                           "The connection to the helper cannot be used.");
   };
   if (!socket) return unusable();
   auto wire = WireConnection::make(std::move(socket), WireConnection::Role::client);
@@ -206,13 +198,12 @@ int LinuxHelperConnection::receiveReply(sd_bus_message* reply, void* context, sd
   return 1;
 }
 
-LinuxHelperConnection::Message LinuxHelperConnection::callMessage(const char* interface,
-                                                                  const char* method,
-                                                                  const ArgumentWriter& write) {
+BusMessage LinuxHelperConnection::callMessage(const char* interface, const char* method,
+                                              const ArgumentWriter& write) {
   sd_bus_message* made = nullptr;
   const int result = sd_bus_message_new_method_call(wire_->bus(), &made, nullptr, wire::helperPath,
                                                     interface, method);
-  Message message(made, sd_bus_message_unref);
+  BusMessage message(made);
   if (result < 0 || write(made) < 0) message.reset();
   return message;
 }
@@ -302,7 +293,7 @@ Outcome LinuxHelperConnection::performPrivilegedOperation(std::uint64_t code,
     error.code = reader.int64();
     error.userInfo = reader.dictionary();
     if (!reader.atEnd()) {
-      answer = connectionError(connectionInvalid, "The helper's reply makes no sense.");
+      answer = connectionError(connection_error::invalid, "The helper's reply makes no sense.");
     } else if (!error.domain.empty()) {
       answer = std::move(error);
     }
@@ -323,14 +314,15 @@ Result<std::unique_ptr<HelperConnection>> LinuxHelperConnector::connect(
   sockaddr_un name{};
   name.sun_family = AF_UNIX;
   if (address.empty() || address.size() >= sizeof name.sun_path) {
-    return connectionError(connectionInvalid, "'" + address + "' is no address of a socket.");
+    return connectionError(connection_error::invalid,
+                           "'" + address + "' is no address of a socket.");
   }
   std::memcpy(name.sun_path, address.data(), address.size());
   FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   if (!socket) return posixError(lastError());
   if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&name), sizeof name) < 0) {
-    auto error =
-        connectionError(connectionInvalid, "The helper cannot be reached at '" + address + "'.");
+    auto error = connectionError(connection_error::invalid,
+                                 "The helper cannot be reached at '" + address + "'.");
     error.userInfo.emplace(underlyingErrorKey, posixError(lastError()));
     return error;
   }

@@ -2,7 +2,6 @@
 
 #include <poll.h>
 
-#include <array>
 #include <cerrno>
 #include <optional>
 #include <system_error>
@@ -25,12 +24,11 @@ int malformed(sd_bus_message* call) {
 template <class Append>
 int reply(sd_bus_message* call, Append append) {
   if (sd_bus_message_get_expect_reply(call) == 0) return 1;
-  sd_bus_message* answer = nullptr;
-  int result = sd_bus_message_new_method_return(call, &answer);
-  if (result >= 0) result = append(answer);
-  if (result >= 0) result = sd_bus_send(nullptr, answer, nullptr);
-  sd_bus_message_unref(answer);
-  return result;
+  sd_bus_message* made = nullptr;
+  int result = sd_bus_message_new_method_return(call, &made);
+  const BusMessage answer(made);
+  if (result >= 0) result = append(made);
+  return result >= 0 ? sd_bus_send(nullptr, made, nullptr) : result;
 }
 
 }  // namespace
@@ -38,10 +36,6 @@ int reply(sd_bus_message* call, Append append) {
 /// The entries of the method tables; `context` is the connection.
 struct ServedConnection::Methods {
   static ServedConnection& self(void* context) { return *static_cast<ServedConnection*>(context); }
-
-  static int hello(sd_bus_message* call, void*, sd_bus_error*) {
-    return sd_bus_reply_method_return(call, "s", wire::peerName);
-  }
 
   static int connectWithEndpoint(sd_bus_message* call, void* context, sd_bus_error*) {
     const auto endpoint = self(context).object_.connectWithEndpoint(self(context).peer_.caller);
@@ -135,9 +129,6 @@ ServedConnection::ServedConnection(std::unique_ptr<WireConnection> wire, const P
 void ServedConnection::exportObjects() {
   // Whoever may connect may call: each request is authorized by itself.
   constexpr auto open = SD_BUS_VTABLE_UNPRIVILEGED;
-  static const sd_bus_vtable bus[] = {SD_BUS_VTABLE_START(0),
-                                      SD_BUS_METHOD("Hello", "", "s", Methods::hello, open),
-                                      SD_BUS_VTABLE_END};
   static const sd_bus_vtable helper[] = {
       SD_BUS_VTABLE_START(0),
       SD_BUS_METHOD_WITH_ARGS("connectWithEndpoint", SD_BUS_NO_ARGS, SD_BUS_RESULT("h", endpoint),
@@ -160,17 +151,8 @@ void ServedConnection::exportObjects() {
                               SD_BUS_RESULT("ay", externalForm), Methods::createExternalForm, open),
       SD_BUS_VTABLE_END};
 
-  struct Export {
-    const char* path;
-    const char* interface;
-    const sd_bus_vtable* methods;
-  };
-  const std::array exports{Export{"/org/freedesktop/DBus", "org.freedesktop.DBus", bus},
-                           Export{wire::helperPath, wire::helperInterface, helper},
-                           Export{wire::helperPath, wire::authorityInterface, authority}};
-  for (const auto& [path, interface, methods] : exports) {
-    wire_->addObject(path, interface, methods, this);
-  }
+  wire_->addObject(wire::helperPath, wire::helperInterface, helper, this);
+  wire_->addObject(wire::helperPath, wire::authorityInterface, authority, this);
 }
 
 bool ServedConnection::serve(FileDescriptor socket, const Peer& peer, ConnectionQuota::Place place,

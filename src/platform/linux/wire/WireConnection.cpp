@@ -12,6 +12,7 @@
 #include <mutex>
 
 #include "platform/posix/NativeError.h"
+#include "protocol/Names.h"
 
 namespace qrt {
 namespace {
@@ -29,56 +30,76 @@ int noteDispatch(sd_bus_message*, void* connection, sd_bus_error*) {
   return 0;
 }
 
+/// On a bus this gives the caller its name. Every library that expects a bus begins with it.
+int answerHello(sd_bus_message* call, void* connection, sd_bus_error*) {
+  static_cast<WireConnection*>(connection)->noteGreeting();
+  return sd_bus_reply_method_return(call, "s", wire::peerName);
+}
+
 }  // namespace
 
 PosixResult<std::unique_ptr<WireConnection>> WireConnection::make(FileDescriptor socket,
                                                                   Role role) {
+  std::unique_ptr<WireConnection> connection(new WireConnection(role));
+  const auto code = connection->start(std::move(socket));
+  if (code != PosixCode::success) return code;
+  return connection;
+}
+
+PosixCode WireConnection::start(FileDescriptor socket) {
   int pair[2];
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, pair) < 0) {
     return lastError();
   }
-  std::unique_ptr<WireConnection> connection(new WireConnection);
-  connection->feed_.reset(pair[0]);
+  feed_.reset(pair[0]);
   FileDescriptor input(pair[1]);
   FileDescriptor output(fcntl(socket.get(), F_DUPFD_CLOEXEC, 3));
   if (!output) return lastError();
-  connection->socket_ = std::move(socket);
-  connection->role_ = role;
+  socket_ = std::move(socket);
 
   sd_bus* bus = nullptr;
   if (const int result = sd_bus_new(&bus); result < 0) return contractCode(-result);
-  connection->bus_ = bus;
+  bus_.reset(bus);
+  if (const int result = prepareBus(input.get(), output.get()); result < 0) {
+    return contractCode(-result);
+  }
+  input.release();  // libsystemd's from here on.
+  output_ = output.release();
+  if (const int result = sd_bus_start(bus); result < 0) return contractCode(-result);
+  // It made the socket one that never blocks, which its own calls do not depend on.
+  const int status = fcntl(socket_.get(), F_GETFL);
+  if (status < 0 || fcntl(socket_.get(), F_SETFL, status & ~O_NONBLOCK) < 0) return lastError();
+  setsockopt(socket_.get(), SOL_SOCKET, SO_SNDBUF, &sendBufferBytes, sizeof sendBufferBytes);
+
+  static const sd_bus_vtable methodsOfABus[] = {
+      SD_BUS_VTABLE_START(0),
+      SD_BUS_METHOD("Hello", "", "s", answerHello, SD_BUS_VTABLE_UNPRIVILEGED), SD_BUS_VTABLE_END};
+  if (role_ == Role::server) {
+    addObject("/org/freedesktop/DBus", "org.freedesktop.DBus", methodsOfABus, this);
+  }
+  return PosixCode::success;
+}
+
+/// Returns a negative error number of the system when a step fails.
+int WireConnection::prepareBus(int input, int output) {
   sd_id128_t identifier;
   int result = sd_id128_randomize(&identifier);
-  if (result >= 0 && role == Role::server) result = sd_bus_set_server(bus, 1, identifier);
-  // Who the peer is was settled by the kernel when it connected; what it claims in the handshake
-  // does not matter.
-  if (result >= 0) result = sd_bus_set_anonymous(bus, 1);
-  if (result >= 0) result = sd_bus_negotiate_fds(bus, 1);
-  if (result >= 0) result = sd_bus_add_filter(bus, nullptr, noteDispatch, connection.get());
-  if (result >= 0) result = sd_bus_set_fd(bus, input.get(), output.get());
-  if (result < 0) return contractCode(-result);
-  input.release();  // libsystemd's from here on.
-  connection->output_ = output.release();
-  if (result = sd_bus_start(bus); result < 0) return contractCode(-result);
-  // It made the socket one that never blocks, which its own calls do not depend on.
-  const int status = fcntl(connection->socket(), F_GETFL);
-  if (status < 0 || fcntl(connection->socket(), F_SETFL, status & ~O_NONBLOCK) < 0) {
-    return lastError();
-  }
-  setsockopt(connection->socket(), SOL_SOCKET, SO_SNDBUF, &sendBufferBytes, sizeof sendBufferBytes);
-  return connection;
+  if (result >= 0 && role_ == Role::server) result = sd_bus_set_server(bus(), 1, identifier);
+  // The kernel has said who the peer is; what the peer claims in the handshake does not matter.
+  if (result >= 0) result = sd_bus_set_anonymous(bus(), 1);
+  if (result >= 0) result = sd_bus_negotiate_fds(bus(), 1);
+  if (result >= 0) result = sd_bus_add_filter(bus(), nullptr, noteDispatch, this);
+  if (result >= 0) result = sd_bus_set_fd(bus(), input, output);
+  return result;
 }
 
 void WireConnection::takeLargeMessages(LargeMessageQueue& queue, std::uint32_t user) {
   largeMessages_.emplace(LargeMessages{queue, user});
 }
 
-WireConnection::~WireConnection() { sd_bus_close_unref(bus_); }
-
 bool WireConnection::hasQueuedOutput() const {
   std::uint64_t waiting = 0;
-  return sd_bus_get_n_queued_write(bus_, &waiting) >= 0 && waiting > 0;
+  return sd_bus_get_n_queued_write(bus(), &waiting) >= 0 && waiting > 0;
 }
 
 bool WireConnection::hasPeerLeft() const {
@@ -101,7 +122,7 @@ void WireConnection::addObject(const char* path, const char* interface,
   // libsystemd makes a key of its tables when the first one is filled, and guards it by nothing.
   static std::mutex mutex;
   const std::lock_guard lock(mutex);
-  sd_bus_add_object_vtable(bus_, nullptr, path, interface, methods, context);
+  sd_bus_add_object_vtable(bus(), nullptr, path, interface, methods, context);
 }
 
 ReceivedMessage WireConnection::takeMessage() {
@@ -110,7 +131,7 @@ ReceivedMessage WireConnection::takeMessage() {
   return {std::exchange(received_, {}), frame.headerLength, frame.bigEndian, std::move(turn_)};
 }
 
-bool WireConnection::isReady() const { return sd_bus_is_ready(bus_) > 0; }
+bool WireConnection::isReady() const { return sd_bus_is_ready(bus()) > 0; }
 
 bool WireConnection::handshake() {
   return stepUntil([this] { return isReady(); }, Clock::now() + handshakeLimit);
@@ -290,7 +311,7 @@ bool WireConnection::feed() {
 bool WireConnection::process() {
   int result;
   do {
-    result = sd_bus_process(bus_, nullptr);
+    result = sd_bus_process(bus(), nullptr);
   } while (result > 0 && !dispatched_);
   return result >= 0;
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <sys/socket.h>
-#include <systemd/sd-bus.h>
 
 #include <chrono>
 #include <cstdint>
@@ -13,6 +12,7 @@
 
 #include "base/Result.h"
 #include "platform/FileDescriptor.h"
+#include "platform/linux/SdBus.h"
 #include "platform/linux/wire/EncodedArguments.h"
 #include "platform/linux/wire/LargeMessageQueue.h"
 #include "platform/linux/wire/MessageFrame.h"
@@ -42,7 +42,6 @@ class WireConnection {
 
   /// `socket` must be a connected stream socket.
   static PosixResult<std::unique_ptr<WireConnection>> make(FileDescriptor socket, Role role);
-  ~WireConnection();
 
   /// From here on messages over `LargeMessageQueue::largestWithout` are read when `user` has its
   /// turn. Before, they end a connection of the server's side; a client has asked for what it gets.
@@ -68,7 +67,7 @@ class WireConnection {
   bool isReady() const;
 
   /// For messages, replies and objects. Never pumped by anyone but this class.
-  sd_bus* bus() const { return bus_; }
+  sd_bus* bus() const { return bus_.get(); }
 
   /// Lets the peer call the methods of an object. The texts and the table outlive the connection.
   void addObject(const char* path, const char* interface, const sd_bus_vtable* methods,
@@ -86,8 +85,16 @@ class WireConnection {
   /// To be called by callbacks for replies, which libsystemd delivers past its filters.
   void noteDispatched() { dispatched_ = true; }
 
+  /// Whether the peer has called Hello, as the client of a bus does. Every server answers it.
+  bool wasGreeted() const { return wasGreeted_; }
+  /// For the method that answers.
+  void noteGreeting() { wasGreeted_ = true; }
+
  private:
-  WireConnection() = default;
+  explicit WireConnection(Role role) : role_(role) {}
+
+  PosixCode start(FileDescriptor socket);
+  int prepareBus(int input, int output);
 
   struct LargeMessages {
     LargeMessageQueue& queue;
@@ -110,8 +117,8 @@ class WireConnection {
   FileDescriptor feed_;
   /// The descriptor that libsystemd, its owner, writes to: a duplicate of the socket.
   int output_ = -1;
-  sd_bus* bus_ = nullptr;
-  Role role_ = Role::server;
+  Bus bus_;
+  const Role role_;
 
   std::vector<std::uint8_t> received_;
   MessageFrame frame_;
@@ -120,6 +127,7 @@ class WireConnection {
   std::unique_ptr<LargeMessageTurn> turn_;
   std::size_t handshakeBytes_ = 0;
   bool dispatched_ = false;
+  bool wasGreeted_ = false;
 };
 
 }  // namespace qrt

@@ -1,12 +1,11 @@
 // Writes values into D-Bus messages.
 #pragma once
 
-#include <systemd/sd-bus.h>
-
 #include <string_view>
 
 #include "base/Error.h"
 #include "base/PropertyValue.h"
+#include "platform/linux/SdBus.h"
 
 namespace qrt::wire {
 
