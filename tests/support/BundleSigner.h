@@ -23,9 +23,9 @@ struct SigningOptions {
   std::vector<ProgramForm> programs{{}};
   /// The kinds of the code directories. The first directory is what is signed.
   std::vector<unsigned> digests{1, 2};
-  /// Whether the signer lists all directories, in the older and in the newer form.
-  bool listsDirectories = true;
-  bool listsDirectoryDigests = true;
+  /// In which forms the signer lists the directories, and how many of them.
+  enum Lists { none, older, newer, both } lists = both;
+  std::size_t listedDirectories = 9;
   /// Hashes without a signer.
   bool isAdHoc = false;
   /// Whether there is a newer list of sealed files.
@@ -36,8 +36,6 @@ struct SigningOptions {
   std::string program = "MacOS/program";
   /// Changes a code directory, counted from 0, before it is listed and signed.
   std::function<void(std::size_t index, Data& directory)> change = nullptr;
-  /// How many directories the lists contain.
-  std::size_t listedDirectories = 9;
 };
 
 struct SignedProgramFile {

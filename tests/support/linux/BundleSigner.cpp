@@ -104,7 +104,7 @@ std::vector<SignedAttribute> attributesFor(const std::vector<Data>& directories,
   for (std::size_t i = 0; i < std::min(directories.size(), options.listedDirectories); ++i) {
     const auto kind = options.digests[i];
     list.emplace_back(shortDigest(kind, directories[i]));
-    if (!options.listsDirectoryDigests) continue;
+    if (options.lists != options.newer && options.lists != options.both) continue;
     const auto hash = testDigest(kind, directories[i]);
     Data pair = types.at(kind);
     put(pair, {4, hash.size()}, 1);
@@ -112,7 +112,7 @@ std::vector<SignedAttribute> attributesFor(const std::vector<Data>& directories,
     pair.insert(pair.begin(), {0x30, static_cast<std::uint8_t>(pair.size())});
     attributes.push_back({"1.2.840.113635.100.9.2", pair, true});
   }
-  if (options.listsDirectories) {
+  if (options.lists == options.older || options.lists == options.both) {
     const auto xml = BoundedPropertyLists().xml(Dictionary{{"cdhashes", list}});
     attributes.push_back({"1.2.840.113635.100.9.1", Data(xml->begin(), xml->end())});
   }
