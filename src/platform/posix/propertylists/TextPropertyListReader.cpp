@@ -4,7 +4,7 @@
 #include <charconv>
 #include <string>
 
-#include "platform/posix/propertylists/Base64.h"
+#include "base/Base64.h"
 #include "platform/posix/propertylists/NextStepEncoding.h"
 #include "platform/posix/propertylists/PropertyListBuilder.h"
 #include "platform/posix/propertylists/PropertyListProblem.h"

@@ -7,7 +7,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "platform/posix/propertylists/Base64.h"
+#include "base/Base64.h"
 #include "platform/posix/propertylists/PropertyListBuilder.h"
 #include "platform/posix/propertylists/PropertyListProblem.h"
 #include "platform/posix/propertylists/PropertyListScalars.h"

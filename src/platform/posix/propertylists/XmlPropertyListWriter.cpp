@@ -4,9 +4,9 @@
 #include <string_view>
 #include <variant>
 
+#include "base/Base64.h"
 #include "base/Utf8.h"
 #include "platform/PropertyLists.h"
-#include "platform/posix/propertylists/Base64.h"
 #include "platform/posix/propertylists/PropertyListProblem.h"
 #include "platform/posix/propertylists/PropertyListScalars.h"
 #include "platform/posix/propertylists/PropertyListTally.h"

@@ -14,7 +14,7 @@ namespace qrt {
 /// With padding, without line breaks.
 std::string base64TextFromData(const std::uint8_t* bytes, std::size_t size);
 
-/// Blanks may stand anywhere; padding must be complete. Nothing when the text is something else.
+/// Blanks are ignored everywhere. Nothing when the text is not Base64 or its padding is incomplete.
 std::optional<Data> dataFromBase64Text(std::string_view text);
 
 }  // namespace qrt

@@ -1,4 +1,4 @@
-#include "platform/posix/propertylists/Base64.h"
+#include "base/Base64.h"
 
 #include <algorithm>
 
