@@ -14,7 +14,7 @@
 namespace qrt {
 namespace {
 
-/// Puts the metadata pair in front when there is something in it.
+/// The arguments, after the metadata pair unless the presentation is empty.
 Array withMetadata(const AuthorizationPresentation& presentation, Array arguments) {
   Dictionary metadata;
   if (!presentation.prompt.empty()) {
@@ -41,7 +41,7 @@ bool isBrokenConnection(const Error& error) {
   return error.domain == cocoaErrorDomain && error.code == connection_error::interrupted;
 }
 
-/// Whether there is nothing at any of the paths among the values.
+/// Whether no path among the values exists.
 bool areGone(FileSystem& files, const Array& values) {
   return std::all_of(values.begin(), values.end(), [&](const PropertyValue& value) {
     if (!value.string()) return true;
@@ -83,11 +83,10 @@ PrivilegeRequestor::PrivilegeRequestor(std::unique_ptr<HelperConnection> connect
 
 PrivilegeRequestor::~PrivilegeRequestor() {
   if (isOperationLeftBehind_) {
-    // Overtaking the operation could end the daemon under it.
+    // If the daemon unregistered this process at once, it could end before the operation does.
     connection_->unregisterClientWithPIDLater(processIdentifier_);
     return;
   }
-  // Nobody is left to be told of a failure.
   static_cast<void>(connection_->unregisterClientWithPID(processIdentifier_));
 }
 
@@ -114,7 +113,8 @@ Outcome PrivilegeRequestor::perform(const QRTPrivilegedOperation& operation, Arr
   const auto paths = isUninstall ? arguments : Array();
   auto outcome = connection_->performPrivilegedOperation(
       code, *authorization, handler, withMetadata(presentation, std::move(arguments)));
-  // A daemon that has removed itself ends without a reply. It may also have ended before.
+  // A daemon that has removed itself ends without a reply. If its files still exist, it ended for
+  // another reason.
   if (isUninstall && outcome && isBrokenConnection(*outcome) && areGone(files_, paths)) {
     return success;
   }

@@ -1,4 +1,4 @@
-// A program's way to have the daemon do privileged work for it.
+// The client library: asks the daemon to do privileged work.
 #pragma once
 
 #include <atomic>
@@ -20,44 +20,57 @@ class QRTPrivilegedOperation;
 class QRTPrivilegedOperationSet;
 struct Platform;
 
-/// What the authorization dialog shows instead of the right's own text. Empty means: its own.
+/// What the authorization dialog shows instead of the right's own text and icon. An empty member
+/// changes nothing.
 struct AuthorizationPresentation {
   std::string prompt;
-  /// Path of an image file, readable for everybody.
+  /// Absolute path of an image file that every user can read.
   std::string iconPath;
 };
 
-/// How often a registration is tried on a connection that cannot be opened or breaks. The last
-/// client's leaving ends the daemon, so a newcomer may meet a daemon that is just going.
+/// How often `connect` tries to register when the connection fails. The daemon ends when its last
+/// client leaves, so a new client may connect to a daemon that is about to end.
 struct RegistrationPatience {
+  /// At least 1.
   int attempts = 10;
+  /// Between two attempts.
   std::chrono::milliseconds pause{50};
 };
 
-/// True for a failure of the connection itself: the daemon was not reached, or it has gone.
+/// Whether the connection itself failed: the daemon was not reached, or it ended the connection.
 bool isConnectionFailure(const Error& error);
 
-/// A connection to the daemon under which this process is registered; the daemon stays for as long
-/// as that lasts. Calls wait for their answer without a time limit. Not thread-safe, but for
-/// `interrupt`. Errors are unlocalized, as the daemon sent them.
+/// A connection to the daemon and this process's registration with it. The daemon does not end
+/// while this process is registered.
+///
+/// Calls wait for the reply without a time limit. Only `interrupt` may be called while another call
+/// runs; everything else belongs to one thread at a time. Errors are those that the daemon sent,
+/// not localized; QRTPrivilegedOperationSet::localizedErrorForPrivilegedOperationError translates
+/// them.
 class PrivilegeRequestor {
  public:
-  /// Connects and registers. `platform` and `operations` outlive the requestor.
+  /// Connects to the daemon that listens at `address` (defaultHelperAddress() for the installed
+  /// one) and registers this process under `processIdentifier`. Fails with the error of the last
+  /// attempt. `platform` and `operations` must outlive the requestor.
   static Result<std::unique_ptr<PrivilegeRequestor>> connect(
       const Platform& platform, const std::string& address, std::int32_t processIdentifier,
       const QRTPrivilegedOperationSet& operations, RegistrationPatience patience = {});
 
-  /// Unregisters, so that the daemon can end; an operation that was left behind is finished first.
+  /// Unregisters, so that the daemon can end. The daemon first finishes an operation whose call was
+  /// interrupted. Errors are ignored.
   ~PrivilegeRequestor();
   PrivilegeRequestor(const PrivilegeRequestor&) = delete;
   PrivilegeRequestor& operator=(const PrivilegeRequestor&) = delete;
 
+  /// The version of the daemon, for example "1.6".
   Result<std::string> version();
 
-  /// Has an operation performed, once; whatever becomes of the connection, it is not repeated.
-  /// `handler` runs on this thread while the operation does; leave it empty to get no feedback.
-  /// An answer that is a value is an error of code 0 with the value in its user information. An
-  /// identifier that is not in the catalogue is POSIX error 22.
+  /// Asks the daemon to perform an operation and returns its outcome. The request is sent once and
+  /// never repeated, even when the connection fails. `handler` receives the feedback, on this
+  /// thread and before `perform` returns; an empty handler asks for no feedback.
+  ///
+  /// When the operation returns a value, the outcome is an error of code 0 with the value in its
+  /// user information. An identifier that is not in the catalogue is POSIX error 22.
   Outcome perform(std::string_view identifier, Array arguments,
                   const AuthorizationPresentation& presentation = {},
                   const FeedbackHandler& handler = {});
@@ -65,19 +78,19 @@ class PrivilegeRequestor {
                   const AuthorizationPresentation& presentation = {},
                   const FeedbackHandler& handler = {});
 
-  /// Makes the waiting call, or else the next one, return POSIX error 4. The daemon finishes the
-  /// operation. Async-signal-safe.
+  /// Makes the call that waits, and each later one, return POSIX error 4. The daemon still finishes
+  /// the operation. Async-signal-safe and thread-safe.
   void interrupt();
   bool wasInterrupted() const;
-  /// True when the daemon goes on with an operation whose call was interrupted. Otherwise the
-  /// interrupted call has done nothing.
+  /// Whether the daemon continues an operation whose call was interrupted. If not, the interrupted
+  /// call has done nothing.
   bool isOperationLeftBehind() const;
 
  private:
   PrivilegeRequestor(std::unique_ptr<HelperConnection> connection, FileSystem& files,
                      std::int32_t processIdentifier, const QRTPrivilegedOperationSet& operations);
 
-  /// This process's authorization, obtained for the first operation and kept.
+  /// The external form of this process's authorization, requested for the first operation and kept.
   Result<Data> authorizationData();
 
   std::unique_ptr<HelperConnection> connection_;

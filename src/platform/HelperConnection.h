@@ -14,46 +14,47 @@ namespace qrt {
 /// Receives the feedback of a running operation, on the thread that called it.
 using FeedbackHandler = std::function<void(const Dictionary& message)>;
 
-/// Failures of the connection itself are "NSCocoaErrorDomain" 4097 (it broke while a call ran, or
-/// an interruption was asked for: then POSIX 4) and 4099 (it cannot be opened or used). Calls wait
-/// for their reply without a time limit. Not thread-safe, but for `interrupt`.
+/// A call waits for its reply without a time limit. It fails with an error of
+/// protocol/ConnectionErrors.h when the connection itself fails, and with POSIX error 4 after
+/// `interrupt`. Not thread-safe, except for `interrupt`.
 class HelperConnection {
  public:
   virtual ~HelperConnection() = default;
 
   virtual Result<std::string> getVersionString() = 0;
 
-  /// Returns when the daemon has taken note.
+  /// Returns when the daemon has registered the process.
   virtual Outcome registerClientWithPID(std::int32_t identifier) = 0;
-  /// The daemon may end instead of replying; that is success as well.
+  /// Also succeeds when the daemon ends instead of replying.
   virtual Outcome unregisterClientWithPID(std::int32_t identifier) = 0;
-  /// The same behind an interrupted call, which the daemon finishes first. Nobody waits for it, and
-  /// the connection may go at once.
+  /// The same after an interrupted call, which the daemon finishes first. Does not wait for the
+  /// reply; the connection may be destroyed at once.
   virtual void unregisterClientWithPIDLater(std::int32_t identifier) = 0;
 
-  /// The caller's own authorization in external form; POSIX error 1 when the helper cannot tell who
-  /// it is.
+  /// The caller's own authorization in external form. POSIX error 1 when the helper cannot identify
+  /// the caller.
   virtual Result<Data> createExternalForm() = 0;
 
-  /// Another connection to the same daemon that needs no path.
+  /// A second connection to the same daemon, made without its address.
   virtual Result<std::unique_ptr<HelperConnection>> connectWithEndpoint() = 0;
 
-  /// An empty handler asks for no feedback.
+  /// `handler` runs on the calling thread. With an empty handler the daemon sends no feedback.
   virtual Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
                                              const FeedbackHandler& handler,
                                              const Array& arguments) = 0;
 
-  /// Makes the waiting call return POSIX error 4; the daemon finishes its work regardless.
+  /// Makes the waiting call return POSIX error 4. The daemon still finishes its work.
   /// Async-signal-safe.
   virtual void interrupt() = 0;
 };
 
-/// Where the daemon listens that is installed on this system.
+/// The address of the daemon that is installed on this system.
 std::string defaultHelperAddress();
 
 class HelperConnector {
  public:
   virtual ~HelperConnector() = default;
+  /// Fails with an error of protocol/ConnectionErrors.h when no daemon can be reached.
   virtual Result<std::unique_ptr<HelperConnection>> connect(const std::string& address) = 0;
 };
 

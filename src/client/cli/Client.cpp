@@ -28,297 +28,295 @@
 #include "platform/ServiceDescription.h"
 #include "platform/Terminal.h"
 
-    namespace qrt {
-  namespace {
+namespace qrt {
+namespace {
 
-  constexpr const char* nothingWasDone = "Nothing was done.";
+constexpr const char* nothingWasDone = "Nothing was done.";
 
-  bool needsDialog(const Error& error) {
-    return error.domain == osStatusErrorDomain &&
-           error.code == number(AuthorizationStatus::interactionNotAllowed);
+bool needsDialog(const Error& error) {
+  return error.domain == osStatusErrorDomain &&
+         error.code == number(AuthorizationStatus::interactionNotAllowed);
+}
+
+bool isRefusal(const Error& error) {
+  return needsDialog(error) || isPosixError(error, PosixCode::notPermitted) ||
+         isPosixError(error, PosixCode::canceled);
+}
+
+class Client {
+ public:
+  Client(const ClientEnvironment& environment, const QRTPrivilegedOperationSet& operations)
+      : environment_(environment),
+        operations_(operations),
+        descriptions_(describedOperations(operations)) {}
+
+  ExitStatus run(const std::vector<std::string>& words) {
+    // The parser stops at an error, maybe before this option.
+    isJson_ = std::find(words.begin(), words.end(), "--json") != words.end();
+    auto parsed = parseCommandLine(words, descriptions_);
+    if (const auto* help = std::get_if<HelpText>(&parsed)) {
+      return status(environment_.terminal.write(StandardStream::output, help->text));
+    }
+    if (const auto* error = std::get_if<UsageError>(&parsed)) return refuse(*error);
+    return execute(std::get<Command>(std::move(parsed)));
   }
 
-  bool isRefusal(const Error& error) {
-    return needsDialog(error) || isPosixError(error, PosixCode::notPermitted) ||
-           isPosixError(error, PosixCode::canceled);
+ private:
+  ExitStatus execute(Command command) {
+    options_ = std::move(command.options);
+    isJson_ = options_.isJson;
+    presenter_ = isJson_ ? makeJsonPresenter(environment_.terminal)
+                         : makeTextPresenter(environment_.terminal, "qrtctl " + command.name,
+                                             environment_.mayColor);
+    if (const auto* use = std::get_if<OperationUse>(&command.use)) return performOperation(*use);
+    return execute(std::get<BuiltInUse>(command.use));
   }
 
-  class Client {
-   public:
-    Client(const ClientEnvironment& environment, const QRTPrivilegedOperationSet& operations)
-        : environment_(environment),
-          operations_(operations),
-          descriptions_(describedOperations(operations)) {}
-
-    ExitStatus run(const std::vector<std::string>& words) {
-      // The parser stops at an error, maybe before this option.
-      isJson_ = std::find(words.begin(), words.end(), "--json") != words.end();
-      auto parsed = parseCommandLine(words, descriptions_);
-      if (const auto* help = std::get_if<HelpText>(&parsed)) {
-        return status(environment_.terminal.write(StandardStream::output, help->text));
-      }
-      if (const auto* error = std::get_if<UsageError>(&parsed)) return refuse(*error);
-      return execute(std::get<Command>(std::move(parsed)));
+  ExitStatus execute(const BuiltInUse& use) {
+    switch (use.command) {
+      case BuiltInCommand::version:
+        return showVersion();
+      case BuiltInCommand::operations:
+        return listOperations();
+      case BuiltInCommand::explain:
+        return explain(use.word);
+      case BuiltInCommand::doctor:
+        return diagnose();
+      case BuiltInCommand::generate:
+        return generate(use.word);
+      case BuiltInCommand::installRights:
+        return change(RightsChange::install);
+      case BuiltInCommand::removeRights:
+        return change(RightsChange::remove);
     }
-
-   private:
-    ExitStatus execute(Command command) {
-      options_ = std::move(command.options);
-      isJson_ = options_.isJson;
-      presenter_ = isJson_ ? makeJsonPresenter(environment_.terminal)
-                           : makeTextPresenter(environment_.terminal, "qrtctl " + command.name,
-                                               environment_.mayColor);
-      if (const auto* use = std::get_if<OperationUse>(&command.use)) return performOperation(*use);
-      return execute(std::get<BuiltInUse>(command.use));
-    }
-
-    ExitStatus execute(const BuiltInUse& use) {
-      switch (use.command) {
-        case BuiltInCommand::version:
-          return showVersion();
-        case BuiltInCommand::operations:
-          return listOperations();
-        case BuiltInCommand::explain:
-          return explain(use.word);
-        case BuiltInCommand::doctor:
-          return diagnose();
-        case BuiltInCommand::generate:
-          return generate(use.word);
-        case BuiltInCommand::installRights:
-          return change(RightsChange::install);
-        case BuiltInCommand::removeRights:
-          return change(RightsChange::remove);
-      }
-      return ExitStatus::usage;
-    }
-
-    ExitStatus performOperation(const OperationUse& use) {
-      auto arguments = valuesOf(use);
-      if (!arguments) return refuse(arguments.error());
-      auto iconPath = absolutePath(options_.iconPath, environment_.caller);
-      if (!iconPath) return refuse(iconPath.error());
-      if (!isConfirmed(use.operation.row.question)) {
-        presenter_->showFailure(describedError(PosixCode::canceled, nothingWasDone));
-        return ExitStatus::failed;
-      }
-
-      auto requestor = connect();
-      if (!requestor) return fail(requestor.error());
-      const auto interruption =
-          environment_.caller.catchInterruptions([&] { interrupt(**requestor); });
-      bool hasReader = true;
-      const auto handler = [&](const Dictionary& message) {
-        if (!hasReader) return;
-        agent_ = nullptr;  // An operation that sends feedback was authorized.
-        hasReader = presenter_->showFeedback(message);
-        // Without a reader the result is useless too.
-        if (!hasReader) (*requestor)->interrupt();
-      };
-      const bool sendsFeedback = !use.operation.feedback.empty();
-      const AuthorizationPresentation presentation{options_.prompt, std::move(*iconPath)};
-      const auto outcome = askingForPasswords([&] {
-        return (*requestor)
-            ->perform(use.operation.row.identifier, *arguments, presentation,
-                      sendsFeedback ? handler : FeedbackHandler());
-      });
-      if (!hasReader && !wasInterrupted_) return ExitStatus::failed;
-      return conclude(outcome, **requestor);
-    }
-
-    UsageResult<Array> valuesOf(const OperationUse& use) const {
-      const auto& arguments = use.operation.row.arguments;
-      auto words = use.words;
-      if (use.readsPaths) {
-        auto further = wordsOnStandardInput();
-        if (!further) return further.error();
-        const auto* const list = std::find_if(arguments.begin(), arguments.end(), isPathList);
-        auto& paths = words[static_cast<std::size_t>(list - arguments.begin())];
-        std::move(further->begin(), further->end(), std::back_inserter(paths));
-      }
-      return readArguments(arguments, words, {environment_.caller, environment_.platform});
-    }
-
-    /// Asks at a terminal. Without a terminal the answer is yes.
-    bool isConfirmed(std::string_view question) {
-      if (question.empty() || options_.assumesYes || !environment_.terminal.canAsk()) return true;
-      environment_.terminal.write(StandardStream::error, fmt::format("{} [y/N] ", question));
-      const auto answer = environment_.terminal.readLine();
-      return answer && (*answer == "y" || *answer == "Y" || *answer == "yes");
-    }
-
-    /// When the first attempt fails because no dialog can be shown, the operation has not begun:
-    /// starts an agent on this terminal and tries a second time.
-    template <class Attempt>
-    Outcome askingForPasswords(const Attempt& attempt) {
-      auto outcome = attempt();
-      if (!outcome || !needsDialog(*outcome)) return outcome;
-      const auto agent = environment_.caller.startTextAgent();
-      if (!agent) return outcome;
-      agent_ = agent.get();
-      outcome = attempt();
-      agent_ = nullptr;
-      return outcome;
-    }
-
-    /// Runs in a signal handler. While the agent asks for a password, only the question ends: the
-    /// daemon then replies with the fate of the operation, which is unknown after an interrupted
-    /// call.
-    void interrupt(PrivilegeRequestor& requestor) {
-      wasInterrupted_ = true;
-      if (auto* const agent = agent_.exchange(nullptr)) {
-        agent->dismiss();
-      } else {
-        requestor.interrupt();
-        environment_.terminal.stopWaiting();
-      }
-    }
-
-    ExitStatus conclude(const Outcome& outcome, const PrivilegeRequestor& requestor) {
-      if (!outcome) return status(presenter_->showAnswer({}));
-      if (outcome->code == 0) return status(presenter_->showAnswer(outcome->userInfo));
-      if (requestor.wasInterrupted() && isPosixError(*outcome, PosixCode::interrupted)) {
-        return failInterrupted(requestor.isOperationLeftBehind()
-                                   ? "The operation continues in the privileged helper."
-                                   : nothingWasDone);
-      }
-      if (wasInterrupted_ && isRefusal(*outcome)) return failInterrupted(nothingWasDone);
-      return fail(*outcome);
-    }
-
-    ExitStatus failInterrupted(std::string_view consequence) {
-      fail(describedError(PosixCode::interrupted, "Interrupted.", consequence));
-      return ExitStatus::interrupted;
-    }
-
-    ExitStatus showVersion() {
-      auto requestor = connect();
-      if (!requestor) return fail(requestor.error());
-      const auto version = (*requestor)->version();
-      if (!version) return fail(version.error());
-      return status(presenter_->showAnswer({{"version", *version}}));
-    }
-
-    ExitStatus listOperations() {
-      if (!isJson_) return write(listOf(descriptions_));
-      Array records;
-      for (const auto& operation : descriptions_) {
-        records.push_back(recordOf(operation, systemFeatures()));
-      }
-      return status(presenter_->showAnswer({{"operations", std::move(records)}}));
-    }
-
-    ExitStatus explain(const std::string& identifier) {
-      const auto found = std::find_if(descriptions_.begin(), descriptions_.end(),
-                                      [&](const OperationDescription& operation) {
-                                        return operation.row.identifier == identifier;
-                                      });
-      if (found == descriptions_.end()) {
-        return refuse({fmt::format("There is no operation '{}'", identifier)});
-      }
-      if (isJson_) return status(presenter_->showAnswer(recordOf(*found, systemFeatures())));
-      return write(explanationOf(*found, systemFeatures()));
-    }
-
-    ExitStatus diagnose() {
-      bool isReached = false;
-      auto findings = diagnoseHelper(isReached);
-      const auto ofSystem = diagnoseSystem(authorityInUse(), systemFeatures());
-      findings.insert(findings.end(), ofSystem.begin(), ofSystem.end());
-      const bool isColored =
-          environment_.mayColor && environment_.terminal.isTerminal(StandardStream::output);
-      const auto written = isJson_
-                               ? status(presenter_->showAnswer({{"findings", recordsOf(findings)}}))
-                               : write(textOf(findings, isColored));
-      if (!isReached) return ExitStatus::unreachable;
-      return hasProblem(findings) ? ExitStatus::failed : written;
-    }
-
-    /// The helper's address and its version.
-    std::vector<Finding> diagnoseHelper(bool& isReached) {
-      using State = Finding::State;
-      const std::string address(serviceDescription().address);
-      auto requestor = connect();
-      if (!requestor) {
-        return {{address, State::problem, descriptionForPerson(requestor.error())}};
-      }
-      const auto version = (*requestor)->version();
-      isReached = static_cast<bool>(version);
-      if (!isReached) return {{address, State::problem, descriptionForPerson(version.error())}};
-      return {{address, State::good, options_.address}, {"version", State::good, *version}};
-    }
-
-    ExitStatus generate(const std::string& name) {
-      const auto text = generatedText(name, descriptions_);
-      return text ? write(*text) : refuse({fmt::format("There is no text '{}'", name)});
-    }
-
-    ExitStatus write(const std::string& text) {
-      return status(environment_.terminal.write(StandardStream::output, text));
-    }
-
-    ExitStatus change(RightsChange rights) {
-      const auto installed = changeRights(rights, operations_, environment_.platform);
-      if (!installed) return fail(installed.error());
-      return status(presenter_->showAnswer({{"installed", *installed}}));
-    }
-
-    /// The system may wait some seconds before it restarts a helper that has just ended.
-    Result<std::unique_ptr<PrivilegeRequestor>> connect() {
-      const StartNotice notice(environment_.noticeDelay, [this] {
-        constexpr std::string_view text = "qrtctl: waiting for the helper to start\n";
-        if (!isJson_) environment_.terminal.write(StandardStream::error, text);
-      });
-      return PrivilegeRequestor::connect(environment_.platform, options_.address,
-                                         environment_.caller.processIdentifier(), operations_,
-                                         environment_.patience);
-    }
-
-    ExitStatus fail(const Error& error) {
-      StringTables tables(environment_.bundlePath, environment_.language,
-                          environment_.platform.files, environment_.platform.propertyLists);
-      const Localization localization{
-          tables, NSProcessInfoQRTAdditions::shouldUIUsePoliteForms(environment_.platform)};
-      presenter_->showFailure(*QRTPrivilegedOperationSet::localizedErrorForPrivilegedOperationError(
-          error, localization));
-      return exitStatusFor(error);
-    }
-
-    ExitStatus refuse(const UsageError& error) {
-      if (isJson_) {
-        makeJsonPresenter(environment_.terminal)
-            ->showFailure(describedError(PosixCode::invalidArgument, error.text));
-      } else {
-        const auto text =
-            fmt::format("qrtctl: {}\nTry \"qrtctl --help\".\n", printable(error.text));
-        environment_.terminal.write(StandardStream::error, text);
-      }
-      return ExitStatus::usage;
-    }
-
-    ExitStatus status(bool wasWritten) const {
-      if (wasWritten) return ExitStatus::done;
-      return wasInterrupted_ ? ExitStatus::interrupted : ExitStatus::failed;
-    }
-
-    const ClientEnvironment& environment_;
-    const QRTPrivilegedOperationSet& operations_;
-    const OperationDescriptions descriptions_;
-    CommandOptions options_;
-    bool isJson_ = false;
-    std::atomic<bool> wasInterrupted_ = false;
-    /// The agent that asks for passwords at the moment, or null.
-    std::atomic<CallerProcess::TextAgent*> agent_ = nullptr;
-    static_assert(decltype(agent_)::is_always_lock_free);
-    std::unique_ptr<Presenter> presenter_;
-  };
-
-  }  // namespace
-
-  ExitStatus runClient(const std::vector<std::string>& words,
-                       const ClientEnvironment& environment) {
-    const QRTPrivilegedOperationSetVK2 operations(environment.platform.log,
-                                                  environment.platform.authority);
-    return Client(environment, operations).run(words);
+    return ExitStatus::usage;
   }
+
+  ExitStatus performOperation(const OperationUse& use) {
+    auto arguments = valuesOf(use);
+    if (!arguments) return refuse(arguments.error());
+    auto iconPath = absolutePath(options_.iconPath, environment_.caller);
+    if (!iconPath) return refuse(iconPath.error());
+    if (!isConfirmed(use.operation.row.question)) {
+      presenter_->showFailure(describedError(PosixCode::canceled, nothingWasDone));
+      return ExitStatus::failed;
+    }
+
+    auto requestor = connect();
+    if (!requestor) return fail(requestor.error());
+    const auto interruption =
+        environment_.caller.catchInterruptions([&] { interrupt(**requestor); });
+    bool hasReader = true;
+    const auto handler = [&](const Dictionary& message) {
+      if (!hasReader) return;
+      agent_ = nullptr;  // An operation that sends feedback was authorized.
+      hasReader = presenter_->showFeedback(message);
+      // Without a reader the result is useless too.
+      if (!hasReader) (*requestor)->interrupt();
+    };
+    const bool sendsFeedback = !use.operation.feedback.empty();
+    const AuthorizationPresentation presentation{options_.prompt, std::move(*iconPath)};
+    const auto outcome = askingForPasswords([&] {
+      return (*requestor)
+          ->perform(use.operation.row.identifier, *arguments, presentation,
+                    sendsFeedback ? handler : FeedbackHandler());
+    });
+    if (!hasReader && !wasInterrupted_) return ExitStatus::failed;
+    return conclude(outcome, **requestor);
+  }
+
+  UsageResult<Array> valuesOf(const OperationUse& use) const {
+    const auto& arguments = use.operation.row.arguments;
+    auto words = use.words;
+    if (use.readsPaths) {
+      auto further = wordsOnStandardInput();
+      if (!further) return further.error();
+      const auto* const list = std::find_if(arguments.begin(), arguments.end(), isPathList);
+      auto& paths = words[static_cast<std::size_t>(list - arguments.begin())];
+      std::move(further->begin(), further->end(), std::back_inserter(paths));
+    }
+    return readArguments(arguments, words, {environment_.caller, environment_.platform});
+  }
+
+  /// Asks at a terminal. Without a terminal the answer is yes.
+  bool isConfirmed(std::string_view question) {
+    if (question.empty() || options_.assumesYes || !environment_.terminal.canAsk()) return true;
+    environment_.terminal.write(StandardStream::error, fmt::format("{} [y/N] ", question));
+    const auto answer = environment_.terminal.readLine();
+    return answer && (*answer == "y" || *answer == "Y" || *answer == "yes");
+  }
+
+  /// When the first attempt fails because no dialog can be shown, the operation has not begun:
+  /// starts an agent on this terminal and tries a second time.
+  template <class Attempt>
+  Outcome askingForPasswords(const Attempt& attempt) {
+    auto outcome = attempt();
+    if (!outcome || !needsDialog(*outcome)) return outcome;
+    const auto agent = environment_.caller.startTextAgent();
+    if (!agent) return outcome;
+    agent_ = agent.get();
+    outcome = attempt();
+    agent_ = nullptr;
+    return outcome;
+  }
+
+  /// Runs in a signal handler. While the agent asks for a password, only the question ends: the
+  /// daemon then replies with the fate of the operation, which is unknown after an interrupted
+  /// call.
+  void interrupt(PrivilegeRequestor& requestor) {
+    wasInterrupted_ = true;
+    if (auto* const agent = agent_.exchange(nullptr)) {
+      agent->dismiss();
+    } else {
+      requestor.interrupt();
+      environment_.terminal.stopWaiting();
+    }
+  }
+
+  ExitStatus conclude(const Outcome& outcome, const PrivilegeRequestor& requestor) {
+    if (!outcome) return status(presenter_->showAnswer({}));
+    if (outcome->code == 0) return status(presenter_->showAnswer(outcome->userInfo));
+    if (requestor.wasInterrupted() && isPosixError(*outcome, PosixCode::interrupted)) {
+      return failInterrupted(requestor.isOperationLeftBehind()
+                                 ? "The operation continues in the privileged helper."
+                                 : nothingWasDone);
+    }
+    if (wasInterrupted_ && isRefusal(*outcome)) return failInterrupted(nothingWasDone);
+    return fail(*outcome);
+  }
+
+  ExitStatus failInterrupted(std::string_view consequence) {
+    fail(describedError(PosixCode::interrupted, "Interrupted.", consequence));
+    return ExitStatus::interrupted;
+  }
+
+  ExitStatus showVersion() {
+    auto requestor = connect();
+    if (!requestor) return fail(requestor.error());
+    const auto version = (*requestor)->version();
+    if (!version) return fail(version.error());
+    return status(presenter_->showAnswer({{"version", *version}}));
+  }
+
+  ExitStatus listOperations() {
+    if (!isJson_) return write(listOf(descriptions_));
+    Array records;
+    for (const auto& operation : descriptions_) {
+      records.push_back(recordOf(operation, systemFeatures()));
+    }
+    return status(presenter_->showAnswer({{"operations", std::move(records)}}));
+  }
+
+  ExitStatus explain(const std::string& identifier) {
+    const auto found = std::find_if(descriptions_.begin(), descriptions_.end(),
+                                    [&](const OperationDescription& operation) {
+                                      return operation.row.identifier == identifier;
+                                    });
+    if (found == descriptions_.end()) {
+      return refuse({fmt::format("There is no operation '{}'", identifier)});
+    }
+    if (isJson_) return status(presenter_->showAnswer(recordOf(*found, systemFeatures())));
+    return write(explanationOf(*found, systemFeatures()));
+  }
+
+  ExitStatus diagnose() {
+    bool isReached = false;
+    auto findings = diagnoseHelper(isReached);
+    const auto ofSystem = diagnoseSystem(authorityInUse(), systemFeatures());
+    findings.insert(findings.end(), ofSystem.begin(), ofSystem.end());
+    const bool isColored =
+        environment_.mayColor && environment_.terminal.isTerminal(StandardStream::output);
+    const auto written = isJson_
+                             ? status(presenter_->showAnswer({{"findings", recordsOf(findings)}}))
+                             : write(textOf(findings, isColored));
+    if (!isReached) return ExitStatus::unreachable;
+    return hasProblem(findings) ? ExitStatus::failed : written;
+  }
+
+  /// The helper's address and its version.
+  std::vector<Finding> diagnoseHelper(bool& isReached) {
+    using State = Finding::State;
+    const std::string address(serviceDescription().address);
+    auto requestor = connect();
+    if (!requestor) {
+      return {{address, State::problem, descriptionForPerson(requestor.error())}};
+    }
+    const auto version = (*requestor)->version();
+    isReached = static_cast<bool>(version);
+    if (!isReached) return {{address, State::problem, descriptionForPerson(version.error())}};
+    return {{address, State::good, options_.address}, {"version", State::good, *version}};
+  }
+
+  ExitStatus generate(const std::string& name) {
+    const auto text = generatedText(name, descriptions_);
+    return text ? write(*text) : refuse({fmt::format("There is no text '{}'", name)});
+  }
+
+  ExitStatus write(const std::string& text) {
+    return status(environment_.terminal.write(StandardStream::output, text));
+  }
+
+  ExitStatus change(RightsChange rights) {
+    const auto installed = changeRights(rights, operations_, environment_.platform);
+    if (!installed) return fail(installed.error());
+    return status(presenter_->showAnswer({{"installed", *installed}}));
+  }
+
+  /// The system may wait some seconds before it restarts a helper that has just ended.
+  Result<std::unique_ptr<PrivilegeRequestor>> connect() {
+    const StartNotice notice(environment_.noticeDelay, [this] {
+      constexpr std::string_view text = "qrtctl: waiting for the helper to start\n";
+      if (!isJson_) environment_.terminal.write(StandardStream::error, text);
+    });
+    return PrivilegeRequestor::connect(environment_.platform, options_.address,
+                                       environment_.caller.processIdentifier(), operations_,
+                                       environment_.patience);
+  }
+
+  ExitStatus fail(const Error& error) {
+    StringTables tables(environment_.bundlePath, environment_.language, environment_.platform.files,
+                        environment_.platform.propertyLists);
+    const Localization localization{
+        tables, NSProcessInfoQRTAdditions::shouldUIUsePoliteForms(environment_.platform)};
+    presenter_->showFailure(
+        *QRTPrivilegedOperationSet::localizedErrorForPrivilegedOperationError(error, localization));
+    return exitStatusFor(error);
+  }
+
+  ExitStatus refuse(const UsageError& error) {
+    if (isJson_) {
+      makeJsonPresenter(environment_.terminal)
+          ->showFailure(describedError(PosixCode::invalidArgument, error.text));
+    } else {
+      const auto text = fmt::format("qrtctl: {}\nTry \"qrtctl --help\".\n", printable(error.text));
+      environment_.terminal.write(StandardStream::error, text);
+    }
+    return ExitStatus::usage;
+  }
+
+  ExitStatus status(bool wasWritten) const {
+    if (wasWritten) return ExitStatus::done;
+    return wasInterrupted_ ? ExitStatus::interrupted : ExitStatus::failed;
+  }
+
+  const ClientEnvironment& environment_;
+  const QRTPrivilegedOperationSet& operations_;
+  const OperationDescriptions descriptions_;
+  CommandOptions options_;
+  bool isJson_ = false;
+  std::atomic<bool> wasInterrupted_ = false;
+  /// The agent that asks for passwords at the moment, or null.
+  std::atomic<CallerProcess::TextAgent*> agent_ = nullptr;
+  static_assert(decltype(agent_)::is_always_lock_free);
+  std::unique_ptr<Presenter> presenter_;
+};
+
+}  // namespace
+
+ExitStatus runClient(const std::vector<std::string>& words, const ClientEnvironment& environment) {
+  const QRTPrivilegedOperationSetVK2 operations(environment.platform.log,
+                                                environment.platform.authority);
+  return Client(environment, operations).run(words);
+}
 
 }  // namespace qrt

@@ -12,6 +12,7 @@
 
 #include "base/PosixCode.h"
 #include "platform/Authority.h"
+#include "protocol/ConnectionErrors.h"
 
 namespace qrt {
 namespace {
@@ -80,8 +81,9 @@ constexpr Message messages[] = {
     {cocoaErrorDomain, 640, "There is no space left"},
     {cocoaErrorDomain, 642, "The volume is read-only"},
     {cocoaErrorDomain, 3840, "The text is not a property list"},
-    {cocoaErrorDomain, 4097, "The privileged helper has ended the connection"},
-    {cocoaErrorDomain, 4099, "The privileged helper cannot be reached"},
+    {cocoaErrorDomain, connection_error::interrupted,
+     "The privileged helper has ended the connection"},
+    {cocoaErrorDomain, connection_error::invalid, "The privileged helper cannot be reached"},
 };
 
 std::optional<std::string> conditionText(const Error& error) {
