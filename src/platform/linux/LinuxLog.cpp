@@ -32,7 +32,7 @@ int priorityOf(LogLevel level) {
   return 5;
 }
 
-/// With OBJECT_PID the journal adds what it finds out about that process by itself.
+/// For OBJECT_PID the journal adds its own fields about that process.
 void appendOrigin(std::vector<std::string>& fields, const LogOrigin& origin) {
   if (const auto* caller = origin.caller) {
     fields.push_back("QRT_CLIENT_UID=" + std::to_string(caller->userID));

@@ -28,7 +28,7 @@ std::string textOf(int folder, const char* name) {
   return contents ? std::string(contents->begin(), contents->end()) : std::string();
 }
 
-/// The identifier that a folder's name stands for; none for folders that are no processes.
+/// The process identifier that a folder of /proc has as its name; nothing for other folders.
 std::optional<std::int32_t> identifierNamed(std::string_view name) {
   std::int32_t identifier = 0;
   const auto end = name.data() + name.size();
@@ -40,7 +40,7 @@ std::optional<std::int32_t> identifierNamed(std::string_view name) {
 std::optional<ProcessRecord> recordOf(int processes, const char* name) {
   const auto identifier = identifierNamed(name);
   if (!identifier) return std::nullopt;
-  // The open folder stays the same process's, even when its number is used again.
+  // The open folder belongs to one process, even when its number is used again.
   const FileDescriptor process(openat(processes, name, O_PATH | O_DIRECTORY | O_CLOEXEC));
   if (!process) return std::nullopt;
   const auto stat = textOf(process.get(), "stat");

@@ -24,12 +24,12 @@ struct KeyInfo {
   std::uint32_t size;
 };
 
-/// The files of the driver. Those that tell of one key tell of the key at the place.
+/// The files of the driver. One holds an index; four describe the key at that index.
 class KeyFiles {
  public:
   explicit KeyFiles(int folder) : folder_(folder) {}
 
-  /// Reads of the key at a place; `invalidArgument` when the list has no such place.
+  /// What `read` returns of the key at an index; `invalidArgument` when the list has no such index.
   template <class T>
   PosixResult<T> at(std::uint32_t index, PosixResult<T> (KeyFiles::*read)() const) const {
     constexpr int attempts = 16;
@@ -55,7 +55,7 @@ class KeyFiles {
 
   PosixResult<Data> data() const { return contents("key_at_index_data"); }
 
-  /// The place of a key. The list is sorted: the kernel searches it in the same way.
+  /// The index of a key. The list is sorted, and the kernel searches it in the same way.
   PosixResult<std::uint32_t> placeOf(std::uint32_t wanted) const {
     const auto count = number("key_count");
     if (!count) return count.error();
@@ -116,7 +116,7 @@ class KeyFiles {
   const int folder_;
 };
 
-/// The answer when the files could not tell: that there is no such key, or none at all.
+/// The answer when the files give no key: that it does not exist, or why they cannot be read.
 KernelReturn withoutKey(PosixCode reason, SMCParameterRecord& output) {
   switch (reason) {
     case PosixCode::noEntry:
@@ -163,12 +163,12 @@ KernelReturn readKey(const KeyFiles& files, const SMCParameterRecord& input,
   return KernelReturn::noError;
 }
 
-/// The driver shows one key at a time: its place in the controller's list is written to one file,
-/// and the others tell name, type, size and data of the key there. It has no way to set a key, so
-/// writes are `notPrivileged`.
+/// The System Management Controller through the kernel's applesmc driver, which shows one key at a
+/// time: its index in the controller's list is written to one file, and others hold the name, type,
+/// size and data of the key there. The driver cannot set a key, so writes are `notPrivileged`.
 ///
-/// The place belongs to everybody. Exchanges of this object take turns; that another program moved
-/// the place is seen by the name, and the exchange begins anew (a few times, then it is `busy`).
+/// All programs share that index. Exchanges of this object take turns. When another program changed
+/// the index meanwhile, the exchange starts again, 16 times at most; then it is `busy`.
 class LinuxSMCExchange final : public SMCExchange {
  public:
   explicit LinuxSMCExchange(const std::string& root)

@@ -21,7 +21,7 @@ bool isZombieInStat(std::string_view contents) {
 }
 
 std::optional<std::uint32_t> effectiveUserInStatus(std::string_view contents) {
-  // A line end in the name, which stands before this line, is shown escaped.
+  // The process name is in a line before this one; the kernel escapes a line end in it.
   constexpr std::string_view label = "\nUid:\t";
   const auto line = contents.find(label);
   if (line == std::string_view::npos) return std::nullopt;

@@ -1,4 +1,4 @@
-// What the kernel's text files tell about a process.
+// Reads the kernel's text files about a process.
 #pragma once
 
 #include <cstdint>

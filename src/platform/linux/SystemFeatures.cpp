@@ -28,7 +28,7 @@ bool hasStatx() {
   return statx(AT_FDCWD, "/", 0, STATX_BASIC_STATS, &answer) == 0;
 }
 
-/// What holds for the root folder's file system; others may differ.
+/// On the file system of the root folder; others may differ.
 bool hasImmutableFlags() {
   struct statx answer;
   return statx(AT_FDCWD, "/", 0, STATX_BASIC_STATS, &answer) == 0 &&
@@ -51,7 +51,7 @@ bool hasPeerHandles() {
   return true;
 }
 
-/// A call without its arguments fails in any case, but only on an older kernel for this reason.
+/// The call has no valid arguments and always fails, but with ENOSYS on older kernels only.
 bool hasFlagsByName() {
   return syscall(fileGetAttributes, AT_FDCWD, nullptr, nullptr, 0, 0) == 0 || errno != ENOSYS;
 }
@@ -76,11 +76,11 @@ std::vector<SystemFeature> systemFeatures() {
       {"statx", hasStatx(), true, "reads the status and flags of objects"},
       {"process handles", hasProcessHandles(), true, "keep a process from being taken for another"},
       {"handles of peers", hasPeerHandles(), false, "without them a peer is found by its number"},
-      {"immutable flags", hasImmutableFlags(), false, "as far as the root file system tells"},
+      {"immutable flags", hasImmutableFlags(), false, "on the root file system"},
       {"flags by name", hasFlagsByName(), false, "without it objects are opened to change flags"},
       {"firmware variables", exists("/sys/firmware/efi/efivars"), false, "for modify-nvram"},
       // The kernel offers the controller's keys for reading alone.
-      {"management controller", false, false, "for write-smcvalue; this system lets nobody write"},
+      {"management controller", false, false, "for write-smcvalue; this system refuses all writes"},
       {"IPv6", exists("/proc/sys/net/ipv6/conf"), false, "for enable-ipvsix"},
       {"installer programs", false, false, "for create-installmedia; made for another system"},
       {"text agent", exists("/usr/bin/pkttyagent"), false, "asks for passwords on a terminal"},

@@ -24,24 +24,24 @@ namespace {
 
 constexpr const char* program = "/usr/bin/pkttyagent";
 
-/// The agent closes it as soon as it is known to polkit.
+/// The agent closes it as soon as polkit knows the agent.
 constexpr int readiness = STDERR_FILENO + 1;
 constexpr int millisecondsUntilReady = 10'000;
 
 constexpr std::chrono::milliseconds patienceWithAgent{1'000};
 constexpr std::chrono::milliseconds pause{5};
 
-/// The terminal of this process and how it was found.
+/// The terminal of this process and the settings that it had.
 class ControllingTerminal {
  public:
   ControllingTerminal() : file_(open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC)) {
     isKnown_ = file_ && tcgetattr(file_.get(), &found_) == 0;
   }
 
-  /// Whoever asks in the background is stopped instead of answered.
+  /// The system stops a background process that reads from the terminal.
   bool isForeground() const { return isKnown_ && tcgetpgrp(file_.get()) == getpgrp(); }
 
-  /// What was typed of a password, unseen, is thrown away, lest the shell shows or runs it.
+  /// Discards the part of a password that was typed, so that the shell does not show or run it.
   void restore() const {
     termios now{};
     if (!isForeground() || tcgetattr(file_.get(), &now) != 0) return;
@@ -57,12 +57,12 @@ class ControllingTerminal {
 
 /// In the forked child. Only calls that are safe there.
 [[noreturn]] void becomeAgent(int writingEnd, char* const arguments[]) {
-  // It must not outlive a client that was killed.
+  // The agent must not outlive a client that was killed.
   prctl(PR_SET_PDEATHSIG, SIGTERM);
   for (const int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE}) ::signal(number, SIG_DFL);
   if (dup2(writingEnd, readiness) == readiness) {
     fcntl(readiness, F_SETFD, 0);
-    // The dialog goes to the terminal; nothing else of the agent is of interest.
+    // The agent shows its dialog on the terminal. Its other output is dropped.
     const int nowhere = open("/dev/null", O_RDWR);
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nowhere, stream);
     close_range(readiness + 1, ~0u, CLOSE_RANGE_CLOEXEC);

@@ -1,4 +1,4 @@
-// A process that waits for an answer about itself.
+// A process that waits for a decision about its right.
 #pragma once
 
 #include <poll.h>
@@ -8,7 +8,7 @@
 
 namespace qrt {
 
-/// Refers to what others own.
+/// Owns nothing.
 struct Asker {
   const PeerIdentity& process;
   /// Of that very process.

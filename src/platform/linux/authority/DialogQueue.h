@@ -11,14 +11,14 @@
 
 namespace qrt {
 
-/// A person sees at most one dialog of each process and four of each user. Further askers wait in
-/// the order in which they came. Thread-safe.
+/// At most one dialog of each process and four of each user are shown. Other askers wait in the
+/// order of their arrival. Thread-safe.
 class DialogQueue {
  public:
   static constexpr std::size_t maximumOfOneProcess = 1;
   static constexpr std::size_t maximumOfOneUser = 4;
 
-  /// The right to show one dialog; passes to the next asker when it goes.
+  /// The permission to show one dialog. Its destruction calls the next asker.
   class Turn {
    public:
     ~Turn() { queue_.leave(*this); }
@@ -37,8 +37,8 @@ class DialogQueue {
     bool hasCome_ = false;
   };
 
-  /// Waits for the asker's turn. `canceled` when the asker is gone before, `internal` without
-  /// resources to wait with.
+  /// Waits for the asker's turn. `canceled` when the asker ends before, `internal` when the system
+  /// has no resources for waiting.
   Result<std::unique_ptr<Turn>, AuthorizationStatus> wait(const Asker& asker);
 
  private:
@@ -48,7 +48,7 @@ class DialogQueue {
   bool mayCome(const Turn& turn) const;
 
   std::mutex mutex_;
-  /// The longest waiting first; those whose turn has come among them. Not owned.
+  /// In order of arrival, with those whose dialog is shown now. Not owned.
   std::list<Turn*> turns_;
 };
 

@@ -31,8 +31,8 @@ class LinuxAuthority::Reference : public Authorization {
       : process(itsProcess), connection(itsConnection), log(itsLog), authority_(authority) {}
 
   const PeerIdentity process;
-  /// Where the reference was asked for and where lines about it go: -1 and null for this process's
-  /// own, which is root's and is never asked about.
+  /// The connection of the request and the log for lines about it: -1 and null for this process's
+  /// own reference, which is root's and needs no decision.
   const int connection;
   Log* const log;
 
@@ -104,7 +104,7 @@ AuthorizationStatus LinuxAuthority::evaluate(const Reference& reference,
     answer = polkit_.check(question, *reference.log);
   }
   const auto status = answer ? *answer : evaluateWithoutPolkit(rightName);
-  // A grant is good for nobody else, and its process may have ended while somebody typed.
+  // A grant is for this process only, which may have ended while the person typed.
   if (!isRunning(*handle)) return AuthorizationStatus::canceled;
   if (status == AuthorizationStatus::noError && isGrantRemembered(rightName)) {
     grants_.add(process, rightName);
@@ -115,12 +115,12 @@ AuthorizationStatus LinuxAuthority::evaluate(const Reference& reference,
 AuthorizationStatus LinuxAuthority::evaluateWithoutPolkit(const std::string& rightName) {
   const auto definition = rights_.definition(rightName);
   const auto* rule = definition ? definition->string() : nullptr;
-  const bool isEverybodys = rule && *rule == "allow";
-  return isEverybodys ? AuthorizationStatus::noError : AuthorizationStatus::denied;
+  const bool isForAll = rule && *rule == "allow";
+  return isForAll ? AuthorizationStatus::noError : AuthorizationStatus::denied;
 }
 
-/// The default rule, which also stands for a right without a definition. Everybody's rights need no
-/// memory, and an administrator's password for others is asked for each time.
+/// Only grants by the default rule are, which also holds for a right without a definition. Rights
+/// for all users need no memory; all others ask for an administrator's password each time.
 bool LinuxAuthority::isGrantRemembered(const std::string& rightName) {
   const auto definition = rights_.definition(rightName);
   if (!definition) return true;

@@ -15,19 +15,18 @@
 
 namespace qrt {
 
-/// Root is granted everything without being asked. Of anybody else, polkit decides if it can be
-/// reached at that moment; otherwise the daemon does itself: a right defined as "allow" is
-/// everybody's, any other is root's. Clients prove who they are with an external form that the
-/// daemon sealed for them.
+/// Root has every right. For other users polkit decides if it can be reached at that moment, else
+/// the daemon itself: all users have a right that is defined as "allow", only root has the others.
+/// Clients prove who they are with an external form that the daemon sealed for them.
 ///
 /// A right is kept in the daemon's own database and as an action of polkit, so that either can
-/// decide. It is there when both have it; setting it leaves alone what one of them has already, and
-/// removing it removes it from whichever has it.
+/// decide. It exists when both have it. Setting it adds what is missing and changes nothing else;
+/// removing it removes both.
 class LinuxAuthority : public Authority {
  public:
   LinuxAuthority(const std::string& root, std::string stateFolder, PropertyLists& propertyLists);
 
-  /// The form for a peer, as the kernel named it. None when it cannot be sealed.
+  /// The form for a peer that the kernel has named. Empty when it cannot be sealed.
   std::optional<AuthorizationExternalForm> externalForm(const PeerIdentity& peer);
 
   Result<std::unique_ptr<Authorization>, AuthorizationStatus> createFromExternalForm(

@@ -1,4 +1,4 @@
-// Which of the processes that were met before are still there.
+// Whether processes still run.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,8 @@
 
 namespace qrt {
 
-/// Keeps handles of the processes it was asked about, so that asking again costs one system call
-/// and not a look into /proc. Thread-safe.
+/// Keeps handles of the processes that it was asked about, so that the next question costs one
+/// system call and needs no file of /proc. Thread-safe.
 class LivingProcesses {
  public:
   bool contains(const PeerIdentity& process);
@@ -20,7 +20,7 @@ class LivingProcesses {
   static constexpr std::size_t maximumKept = 64;
 
   std::mutex mutex_;
-  /// By process number; the identity tells which process of that number is meant.
+  /// By process number. A number may be used again, so the identity is kept with the handle.
   struct Kept {
     PeerIdentity identity;
     FileDescriptor handle;

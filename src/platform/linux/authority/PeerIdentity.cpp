@@ -53,7 +53,7 @@ std::optional<std::uint64_t> startTimeOfProcess(std::int32_t processID) {
   const auto length = file ? read(file.get(), buffer, sizeof buffer) : -1;
   if (length <= 0) return std::nullopt;
 
-  // The command may hold spaces and parentheses; the third field stands behind its last one.
+  // The command may hold spaces and parentheses; the third field follows the last parenthesis.
   std::string_view rest(buffer, static_cast<std::size_t>(length));
   const auto commandEnd = rest.rfind(')');
   if (commandEnd == std::string_view::npos) return std::nullopt;
@@ -78,8 +78,8 @@ std::optional<std::uint32_t> userOfPeer(int socket) {
 
 std::optional<PeerIdentity> identityOfPeer(int socket, bool askForHandle) {
   const auto credentials = credentialsOf(socket);
-  // A process of a foreign namespace is 0 here; a user of one shows as the overflow user, who is
-  // nobody in particular.
+  // The number of a process in another namespace is 0 here, and all users of another namespace
+  // show as the overflow user.
   constexpr uid_t overflowUser = 65534;
   if (!credentials || credentials->pid <= 0 || credentials->uid == overflowUser ||
       credentials->uid == static_cast<uid_t>(-1)) {
@@ -87,8 +87,8 @@ std::optional<PeerIdentity> identityOfPeer(int socket, bool askForHandle) {
   }
   const auto handle = processHandle(socket, credentials->pid, askForHandle);
   const auto startTime = startTimeOfProcess(credentials->pid);
-  // Still running now means that the start time was read from this process and not from a
-  // successor.
+  // The process still runs, so the start time is its own and not that of a successor with the same
+  // number.
   if (!handle || !startTime || !isRunning(handle)) return std::nullopt;
   return PeerIdentity{credentials->uid, credentials->pid, *startTime};
 }
@@ -100,8 +100,7 @@ Caller callerAt(int socket, std::uint32_t user) {
   char program[PATH_MAX];
   const auto link = "/proc/" + std::to_string(credentials->pid) + "/exe";
   const auto length = readlink(link.c_str(), program, sizeof program);
-  // After the program was looked up: identifying the peer shows that it has been the same process
-  // since it connected.
+  // In this order: the peer is still the process that connected, so the program is its own.
   const auto process = identityOfPeer(socket);
   if (!process) return caller;
   caller.processID = process->processID;

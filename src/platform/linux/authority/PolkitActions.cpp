@@ -18,7 +18,7 @@ namespace {
 constexpr mode_t readableByAll = 0644;
 constexpr std::string_view extension = ".policy";
 
-/// What polkit takes for an action's name. No such name leads out of the folder.
+/// Whether polkit accepts the name for an action. No such name leads out of the folder.
 bool isActionName(std::string_view right) {
   return !right.empty() && right.front() != '.' &&
          std::all_of(right.begin(), right.end(), [](char c) {
@@ -71,7 +71,7 @@ std::string actionFile(const std::string& right, const PropertyValue& definition
 
 }  // namespace
 
-/// Opened anew each time: a package that goes may take the folder with it, another bring it back.
+/// Opened for each use: removing a package may remove the folder, installing one may recreate it.
 PosixResult<FileDescriptor> PolkitActions::folder() const {
   FileDescriptor folder(open((root_ + "/usr/share").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!folder) return lastError();

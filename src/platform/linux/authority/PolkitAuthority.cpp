@@ -26,7 +26,7 @@ constexpr const char* cancellation = "question";
 constexpr std::uint32_t allowInteraction = 1;
 constexpr std::uint64_t noTimeLimit = std::numeric_limits<std::uint64_t>::max();
 
-/// More than any dialog shows. The rest of a longer text is nobody's loss.
+/// More than any dialog shows; the rest of a longer text is cut off.
 constexpr std::size_t longestText = 2048;
 
 Bus connect(const std::string& address) {
@@ -38,12 +38,12 @@ Bus connect(const std::string& address) {
   return isConnecting ? std::move(bus) : nullptr;
 }
 
-/// Code points that stand for no character, and that libsystemd refuses in a text.
+/// Code points that are not characters; libsystemd refuses them in a text.
 bool isNoncharacter(char32_t codePoint) {
   return (codePoint >= 0xFDD0 && codePoint <= 0xFDEF) || (codePoint & 0xFFFE) == 0xFFFE;
 }
 
-/// What the bus accepts as text, whatever was sent.
+/// The text without what the bus does not accept.
 std::string displayable(const std::string& text) {
   constexpr std::string_view replacement = "\uFFFD";
   const auto encoded = encodeWireText(text);
@@ -79,8 +79,8 @@ BusMessage callFor(sd_bus* bus, const PolkitQuestion& question) {
     return nullptr;
   }
   BusMessage call(fresh);
-  // polkit believes root, so who is meant has to be said in full: number and start time for the
-  // versions that know no handle, and the user as the kernel told it, lest it be looked up later.
+  // polkit believes what root says, so all of it is sent: number and start time for versions
+  // without handles, and the user that the kernel reported, so that polkit need not look it up.
   const auto& process = question.asker.process;
   const auto user = static_cast<std::int32_t>(process.userID);
   const bool isComplete =
@@ -111,8 +111,8 @@ int patienceOf(sd_bus* bus) {
   return static_cast<int>(std::min<std::uint64_t>((end - microseconds) / 1'000 + 1, 60'000));
 }
 
-/// True when the person closed the dialog. The texts are details of the answer.
-bool tellsOfDismissal(sd_bus_message* answer) {
+/// Whether the person closed the dialog: one of the details of the answer says so.
+bool wasDismissedBy(sd_bus_message* answer) {
   if (sd_bus_message_enter_container(answer, 'a', "{ss}") < 0) return false;
   const char* key = nullptr;
   const char* text = nullptr;
@@ -131,7 +131,7 @@ AuthorizationStatus statusIn(sd_bus_message* answer) {
     return AuthorizationStatus::internal;
   }
   if (isAuthorized != 0) return AuthorizationStatus::noError;
-  if (tellsOfDismissal(answer)) return AuthorizationStatus::canceled;
+  if (wasDismissedBy(answer)) return AuthorizationStatus::canceled;
   return needsDialog != 0 ? AuthorizationStatus::interactionNotAllowed
                           : AuthorizationStatus::denied;
 }
@@ -140,13 +140,13 @@ AuthorizationStatus statusIn(sd_bus_message* answer) {
 
 std::optional<AuthorizationStatus> PolkitAuthority::check(const PolkitQuestion& question,
                                                           Log& log) const {
-  // Declared first: the bus may still hold the slot when it goes.
+  // Declared first, so that it outlives the bus, which may still hold its address.
   BusMessage answer;
   const auto bus = connect(address_);
   if (!bus) return std::nullopt;
   const auto call = callFor(bus.get(), question);
   if (!call) {
-    // Not for want of polkit: who asks must not choose by its words who decides.
+    // polkit is reachable. A client must not avoid it by sending texts that cannot be passed on.
     log.error("polkit could not be asked for '%{public}@', which denies it.", question.action);
     return AuthorizationStatus::internal;
   }
@@ -161,7 +161,7 @@ std::optional<AuthorizationStatus> PolkitAuthority::check(const PolkitQuestion& 
     const auto events = static_cast<short>(sd_bus_get_events(bus.get()));
     const pollfd awaited{sd_bus_get_fd(bus.get()), events, 0};
     if (waitForAsker(question.asker, awaited, patienceOf(bus.get()))) continue;
-    // It would leave the dialog on the screen.
+    // Else polkit would leave the dialog on the screen.
     sd_bus_call_method(bus.get(), service, path, interface, "CancelCheckAuthorization", nullptr,
                        nullptr, "s", cancellation);
     return AuthorizationStatus::canceled;
@@ -169,7 +169,7 @@ std::optional<AuthorizationStatus> PolkitAuthority::check(const PolkitQuestion& 
 
   const auto* error = sd_bus_message_get_error(answer.get());
   if (!error) return statusIn(answer.get());
-  // Any other error is the bus's own: nobody there to ask.
+  // Any other error is the bus's own: there is no polkit on it.
   if (!std::string_view(error->name).starts_with(errorsOfPolkit)) return std::nullopt;
   log.error("polkit did not answer for '%{public}@', which denies it: %{public}s", question.action,
             error->message ? error->message : error->name);

@@ -22,17 +22,17 @@ struct PolkitQuestion {
   bool mayInteract;
 };
 
-/// Asks over the system bus, on a connection for each question: nothing is kept, so polkit may come
-/// and go at any time. Thread-safe.
+/// Asks over the system bus, with one connection a question. Keeps nothing, so polkit may start and
+/// stop at any time. Thread-safe.
 class PolkitAuthority {
  public:
   /// The bus is where the system below `root` has it.
   explicit PolkitAuthority(const std::string& root)
       : address_("unix:path=" + root + "/run/dbus/system_bus_socket") {}
 
-  /// Waits for the person at the dialog without a time limit, but no longer than the process and
-  /// the connection last; then the dialog is taken away, and the answer is `canceled`. None when no
-  /// polkit can be reached; a question that cannot be put to it is `internal`.
+  /// Waits for the person at the dialog without a time limit. When the process or its connection
+  /// ends first, the dialog is removed and the answer is `canceled`. Empty when polkit cannot be
+  /// reached; `internal` when the question cannot be sent to it.
   std::optional<AuthorizationStatus> check(const PolkitQuestion& question, Log& log) const;
 
  private:

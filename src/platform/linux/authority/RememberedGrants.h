@@ -1,4 +1,4 @@
-// What somebody has authenticated for a short while ago.
+// Rights that a process was granted a short time ago.
 #pragma once
 
 #include <chrono>
@@ -11,8 +11,8 @@
 
 namespace qrt {
 
-/// A grant is one process's, for one right, and lasts `lifetime`. Only the newest `maximumKept` are
-/// remembered; whoever is forgotten is asked once more. Thread-safe.
+/// A grant is for one process and one right, and lasts `lifetime`. Only the newest `maximumKept`
+/// are remembered; the process of an older one has to be asked again. Thread-safe.
 class RememberedGrants {
  public:
   using Clock = std::chrono::steady_clock;

@@ -19,14 +19,14 @@ class RightsFile {
   RightsFile(StateFolder& state, PropertyLists& propertyLists)
       : state_(state), propertyLists_(propertyLists) {}
 
-  /// The definition of a right, or none.
+  /// The definition of a right. Empty when there is no such right.
   std::optional<PropertyValue> definition(const std::string& name);
   bool set(const std::string& name, const PropertyValue& definition, const std::string& description,
            const std::string& table);
   bool remove(const std::string& name);
 
  private:
-  /// The whole database, none when it cannot be read. An absent file is an empty database.
+  /// The whole database. Empty when it cannot be read; a missing file is a database without rights.
   std::optional<Dictionary> load();
   const Dictionary& current();
   bool store(const Dictionary& rights);

@@ -36,7 +36,8 @@ struct AclDeleter {
 };
 using AclOwner = std::unique_ptr<std::remove_pointer_t<acl_t>, AclDeleter>;
 
-/// A list that holds something else than such entries, or two for the same, is `invalidArgument`.
+/// A list with entries of other kinds, or with two for the same user or group, is
+/// `invalidArgument`.
 PosixResult<AclEntries> entriesOf(acl_t list);
 
 PosixResult<AclOwner> aclOf(const AclEntries& entries);
@@ -44,7 +45,7 @@ PosixResult<AclOwner> aclOf(const AclEntries& entries);
 /// True when they say more than permission bits can.
 bool isExtended(const AclEntries& entries);
 
-/// Null when there is none with that tag.
+/// Null when no entry has that tag.
 const AclEntry* find(const AclEntries& entries, acl_tag_t tag);
 
 }  // namespace qrt

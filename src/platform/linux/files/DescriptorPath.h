@@ -1,11 +1,11 @@
-// A path to the very object that a descriptor stands for.
+// A path that leads to the object of a descriptor.
 #pragma once
 
 #include <string>
 
 namespace qrt {
 
-/// For calls that take no descriptor, or none that merely holds an object.
+/// For system calls that take no descriptor, or no `O_PATH` descriptor.
 inline std::string descriptorPath(int descriptor) {
   return "/proc/self/fd/" + std::to_string(descriptor);
 }

@@ -21,7 +21,7 @@ std::vector<gid_t> groupsOfThread() {
   return groups;
 }
 
-/// An identifier that nothing has only asks for the current one.
+/// An impossible identifier changes nothing and returns the current one.
 uid_t fileSystemUser() { return static_cast<uid_t>(setfsuid(static_cast<uid_t>(-1))); }
 gid_t fileSystemGroup() { return static_cast<gid_t>(setfsgid(static_cast<gid_t>(-1))); }
 

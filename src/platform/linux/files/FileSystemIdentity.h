@@ -7,8 +7,9 @@
 
 namespace qrt {
 
-/// While it lives, the calling thread, and no other, has the rights of that user and group on files
-/// and is in no further group; what it creates belongs to them. Can be nested. For root.
+/// While it lives, the calling thread has the rights of that user and group on files, and is in no
+/// other group; what it creates belongs to them. Other threads are not affected. Can be nested. For
+/// root.
 class FileSystemIdentity {
  public:
   FileSystemIdentity(uid_t user, gid_t group);

@@ -20,7 +20,7 @@ class Folder::Listing {
   /// `start` is where the folder's descriptor is to be read from.
   explicit Listing(std::int64_t start) : nextOffset_(start) {}
 
-  /// Null at the end. The record is good until the next one is asked for.
+  /// Null at the end. The record is valid until the next call.
   PosixResult<const dirent64*> next(int folder) {
     for (;;) {
       if (position_ == filled_) {
@@ -49,11 +49,11 @@ class Folder::Listing {
   }
 
  private:
-  /// More brings nothing, and deep trees hold one a level.
+  /// A larger buffer is no faster, and a walk holds one for each level of a tree.
   static constexpr std::size_t capacity = 8 * 1024;
 
-  /// Most file systems go on at the largest offset there is, of 32 or 64 bits, when nothing
-  /// follows. That saves asking them once more.
+  /// After their last entry, most file systems continue at the largest offset, of 32 or 64 bits.
+  /// Knowing it saves one more call.
   bool isKnownToHaveEnded() const {
     return nextOffset_ == std::numeric_limits<std::int32_t>::max() ||
            nextOffset_ == std::numeric_limits<std::int64_t>::max();
@@ -93,7 +93,7 @@ PosixResult<std::optional<FolderEntry>> Folder::next() {
   const auto record = listing_->next(descriptor());
   if (!record) return record.error();
   if (*record == nullptr) {
-    // The folder may stay open for long.
+    // The folder may stay open for a long time.
     listing_.reset();
     return std::optional<FolderEntry>();
   }

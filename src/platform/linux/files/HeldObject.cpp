@@ -47,7 +47,7 @@ PosixCode HeldObject::setTimesOf(const HeldObject& model) const {
   return setTimes(*this, times);
 }
 
-/// No file system here lets it be set.
+/// No file system of Linux can set it.
 PosixCode HeldObject::setCreationTimeOf(const HeldObject&) const { return PosixCode::success; }
 
 }  // namespace qrt

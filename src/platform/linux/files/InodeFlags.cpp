@@ -38,7 +38,7 @@ Word adapted(Word word, Word Row::*bit, Change change) {
   return word;
 }
 
-/// The kernel's `struct file_attr` and its two calls, which the system's headers do not have yet.
+/// The kernel's `struct file_attr` and its two calls; the system's headers lack them.
 struct FileAttributes {
   std::uint64_t extendedFlags = 0;
   std::uint32_t extentSize = 0;
@@ -49,7 +49,7 @@ struct FileAttributes {
 constexpr long getFileAttributes = 468;
 constexpr long setFileAttributes = 469;
 
-/// File systems and drivers have several ways to say that they have no flags.
+/// File systems and drivers have several codes for "no flags".
 PosixCode lastFlagError() { return errno == ENOTTY ? PosixCode::notSupported : lastError(); }
 
 PosixCode callByName(int folder, const char* name, int options, Change change) {

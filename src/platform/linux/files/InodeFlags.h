@@ -7,7 +7,7 @@
 
 namespace qrt::inode_flags {
 
-/// The flags among the attributes that `statx` tells.
+/// The flags among the attributes that `statx` returns.
 std::uint32_t fromAttributes(std::uint64_t attributes);
 
 /// True for regular files and folders. Flags of anything else are neither read nor written: the
@@ -18,8 +18,8 @@ bool mayBeOn(std::uint32_t type);
 /// here.
 bool canBe(std::uint32_t flags, std::uint32_t type);
 
-/// The flags that an object was seen to have and those that it is to have. Only what differs is
-/// written: everything else stays as the object has it at that moment.
+/// The flags that an object was seen to have and those that it shall have. Only flags that differ
+/// are written; all others keep the value that the object has at that moment.
 struct Change {
   std::uint32_t seen;
   std::uint32_t wanted;

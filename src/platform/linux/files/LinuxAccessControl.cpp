@@ -32,7 +32,7 @@ constexpr std::uint32_t groupBits = 0070;
 /// on the stack.
 constexpr std::size_t largestExternalForm = 512 * 1024;
 
-/// What a file system cannot keep is no failure.
+/// A file system that cannot keep lists is not a failure.
 PosixCode ifSupported(PosixCode code) {
   return code == PosixCode::notSupported ? PosixCode::success : code;
 }
@@ -46,7 +46,7 @@ OptionalList listOf(AclEntries entries) {
   return isExtended(entries) ? OptionalList(made(std::move(entries))) : std::nullopt;
 }
 
-/// The length that an external form says it has, which is what libacl goes by.
+/// Whether the form has the length that it states; libacl relies on that length.
 bool isComplete(const Data& externalForm) {
   std::size_t length = 0;
   if (externalForm.size() < sizeof length || externalForm.size() > largestExternalForm)
@@ -55,7 +55,7 @@ bool isComplete(const Data& externalForm) {
   return length == externalForm.size();
 }
 
-/// The entries of a list that came from outside. Some of what libacl lets pass could not be set.
+/// The entries of a list from outside. libacl accepts some lists that no file system could keep.
 PosixResult<AclEntries> checkedEntries(const AclOwner& foreign) {
   if (!foreign) return PosixCode::invalidArgument;
   auto entries = entriesOf(foreign.get());
@@ -104,8 +104,8 @@ void sort(AclEntries& entries) {
   });
 }
 
-/// The base entries of the one with what else is in the other. Named entries need a mask: without
-/// one it is as wide as they are together.
+/// The base entries of `base` and the other entries of `extension`. Named entries need a mask; if
+/// there is none, one is added that permits what all of them permit.
 AclEntries combined(const AclEntries& base, const AclEntries& extension) {
   AclEntries entries;
   entries.reserve(base.size() + extension.size() + 1);

@@ -20,8 +20,8 @@ constexpr std::string_view namespaces[] = {
     userNamespace, "system.", "security.", "trusted.", "btrfs.", "ceph.",     "cifs.",
     "smb3.",       "osx.",    "os2.",      "lustre.",  "afs.",   "glusterfs."};
 
-/// Access control lists have calls of their own. The last two are how XFS tells them once more; no
-/// other file system could make anything of them.
+/// Access control lists have calls of their own. XFS lists them twice: the last two names are its
+/// own, which no other file system understands.
 constexpr std::string_view accessControlLists[] = {
     "system.posix_acl_access", "system.posix_acl_default", "trusted.SGI_ACL_FILE",
     "trusted.SGI_ACL_DEFAULT"};

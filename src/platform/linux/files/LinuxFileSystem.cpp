@@ -75,8 +75,8 @@ PosixCode LinuxFileSystem::rename(FileAt object, FileAt newObject) {
   const auto code =
       codeFor(::renameat2(object.folder.descriptor(), object.name, newObject.folder.descriptor(),
                           newObject.name, RENAME_NOREPLACE));
-  // What an old kernel or a simple file system answers; the latter also means a folder that is to
-  // be moved into itself, which then fails once more.
+  // An old kernel answers the first, a simple file system the second, which also means that a
+  // folder shall be moved into itself; that fails again below.
   const bool mayLackRefusal =
       code == PosixCode::notImplemented || code == PosixCode::invalidArgument;
   return mayLackRefusal ? renameAfterLooking(object, newObject) : code;

@@ -6,7 +6,7 @@
 namespace qrt {
 namespace {
 
-/// What stands before the separator, which is taken away with it.
+/// Removes the text up to the separator, and the separator, and returns that text.
 std::string_view takeUntil(std::string_view& text, char separator) {
   const auto end = std::min(text.find(separator), text.size());
   const auto part = text.substr(0, end);

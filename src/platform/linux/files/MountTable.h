@@ -8,7 +8,7 @@
 
 namespace qrt {
 
-/// The place of the mount with that number; none when the table does not have it.
+/// The place of the mount with that number. Empty when the table has no such mount.
 std::optional<std::string> mountPointIn(std::string_view table, std::uint64_t mountID);
 
 }  // namespace qrt

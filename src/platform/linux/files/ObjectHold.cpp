@@ -45,8 +45,8 @@ PosixResult<FileDescriptor> openForReading(const HeldObject& object) {
   return opened;
 }
 
-/// The kernel would wait by itself, but for each file anew. Its time runs from the first attempt,
-/// so that it is over when this wait is.
+/// The kernel could wait itself, but it would wait the full time for each file. Its time runs from
+/// the first attempt, so that it ends no later than this wait.
 PosixResult<FileDescriptor> openForReading(const HeldObject& file, LeaseWait& leases) {
   using Clock = std::chrono::steady_clock;
   constexpr milliseconds pause{10};

@@ -11,7 +11,7 @@
 namespace qrt::object_permissions {
 namespace {
 
-/// `fchmodat2`, which the system's headers do not have yet.
+/// `fchmodat2`; the system's headers lack it.
 constexpr long changeMode = 452;
 
 }  // namespace
@@ -29,7 +29,7 @@ PosixCode writeByDescriptor(int object, std::uint32_t permissions) {
 PosixCode writeByPath(int object, std::uint32_t permissions) {
   struct stat status;
   if (::fstat(object, &status) != 0) return lastError();
-  // Some file systems would take it and then fail, others would keep it.
+  // Some file systems would change the link and report a failure, others would just change it.
   if (S_ISLNK(status.st_mode)) return PosixCode::notSupported;
   return codeFor(::chmod(descriptorPath(object).c_str(), static_cast<mode_t>(permissions)));
 }

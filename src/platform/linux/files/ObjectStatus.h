@@ -1,4 +1,4 @@
-// An object's status as Linux tells it.
+// The status of an object from `statx`.
 #pragma once
 
 #include "base/Result.h"

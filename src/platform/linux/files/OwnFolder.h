@@ -1,4 +1,4 @@
-// Folders that a user must not have planted for another.
+// Folders that no other user may have planted.
 #pragma once
 
 #include <sys/types.h>
@@ -8,11 +8,11 @@
 
 namespace qrt {
 
-/// Opens a folder in an open one. A link is not followed, and a folder of anybody but `owner` is
+/// Opens a folder in an open one. Does not follow a link. A folder of another owner is
 /// `permissionDenied`.
 PosixResult<FileDescriptor> openOwnFolder(int parent, const char* name, uid_t owner);
 
-/// The same, making it first if need be, for all to read.
+/// The same, but makes a missing folder, which all users may read.
 PosixResult<FileDescriptor> makeOwnFolder(int parent, const char* name, uid_t owner);
 
 }  // namespace qrt

@@ -27,7 +27,7 @@ PosixResult<FileDescriptor> StateFolder::open() {
   if (!folder) return lastError();
   struct stat status;
   if (fstat(folder.get(), &status) < 0) return lastError();
-  // What anyone else could write is not ours to trust.
+  // A folder that other users can write is not trusted.
   const bool foreign = status.st_uid != geteuid() || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
   if (foreign) return PosixCode::permissionDenied;
   return folder;

@@ -10,8 +10,8 @@
 
 namespace qrt {
 
-/// Small files that only root may touch; their names do not begin with a dot. Thread-safe, and safe
-/// against another process that does the same.
+/// Small files of root, whose names do not begin with a dot. Threads and processes may use it at
+/// the same time.
 class StateFolder {
  public:
   /// Held while a file is read, changed and replaced; other processes wait.
@@ -32,7 +32,7 @@ class StateFolder {
   PosixResult<Data> read(const std::string& name);
   /// Replaces the file in one step: readers see the old contents or the new.
   PosixCode replace(const std::string& name, std::span<const std::uint8_t> contents);
-  /// Changes whenever the file does; 0 when there is none.
+  /// A number that changes with the file; 0 when the file is missing.
   std::uint64_t version(const std::string& name);
 
  private:

@@ -9,8 +9,9 @@
 
 namespace qrt {
 
-/// A folder in a folder: whoever makes it has the lock. One that is too old to be in use is broken,
-/// as all programs do that take part. Whose lock it is can hold it up, so waiting has an end.
+/// The lock is a folder in a folder: the process that makes it holds the lock. A lock that is too
+/// old to be in use is removed, as all programs do that use these locks. The user could hold the
+/// lock for ever, so waiting has an end.
 class DefaultsLock {
  public:
   static constexpr std::chrono::seconds patience{5};

@@ -15,7 +15,7 @@
 namespace qrt {
 namespace {
 
-/// Empty when the name has a component that cannot be one.
+/// Empty when a component of the name cannot be the name of a file.
 std::vector<std::string> componentsOf(const std::string& name) {
   std::vector<std::string> components(1);
   for (const char c : name) {
@@ -53,8 +53,8 @@ std::string decimal(const Number& value) {
   return isUnsigned ? std::to_string(value.asUInt64()) : std::to_string(value.asInt64());
 }
 
-/// Writes beneath "/proc/sys" and nowhere else. In a name "." separates components and "/" stands
-/// for a dot inside one, as in "net.ipv4.conf.eth0/1.forwarding".
+/// Writes below "/proc/sys" and nowhere else. In a name "." separates components and "/" is a dot
+/// inside a component, as in "net.ipv4.conf.eth0/1.forwarding".
 class LinuxKernelSettings : public KernelSettings {
  public:
   explicit LinuxKernelSettings(const std::string& root) : folder_(root + "/proc/sys") {}
@@ -68,7 +68,7 @@ class LinuxKernelSettings : public KernelSettings {
     const auto text = decimal(value);
     const auto written = ::write(variable->get(), text.data(), text.size());
     if (written < 0) return lastError();
-    // What is left over must not be sent after it: each write sets the variable anew.
+    // A rest must not be written: each write sets the whole variable.
     return written == static_cast<ssize_t>(text.size()) ? PosixCode::success
                                                         : PosixCode::inputOutput;
   }

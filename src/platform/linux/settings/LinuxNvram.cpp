@@ -22,7 +22,7 @@ namespace {
 constexpr std::string_view vendor = "7c436110-ab2a-4bbb-a880-fe41995c9f82";
 constexpr std::size_t largestVariable = 1 << 20;
 
-/// A file begins with these, the value follows.
+/// A file holds these and then the value.
 using Attributes = std::array<std::uint8_t, 4>;
 /// Kept without power, and there before and after the system has started.
 constexpr Attributes attributesOfNewVariables{7, 0, 0, 0};
@@ -39,8 +39,8 @@ KernelReturn kernelReturn(PosixCode code) {
   }
 }
 
-/// Nearly all variables are immutable, against accidents. Takes that off an open file and puts it
-/// back when it goes.
+/// The system makes nearly all variables immutable, against accidents. Clears that flag of an open
+/// file, and sets it again at the end.
 class WriteProtectionLifted {
  public:
   explicit WriteProtectionLifted(const FileDescriptor& file) : file_(file) {
@@ -61,7 +61,7 @@ class WriteProtectionLifted {
   bool isLifted_ = false;
 };
 
-/// Whether people would take the bytes for text.
+/// Whether the bytes are a text without control characters.
 bool isText(std::string_view bytes) {
   if (bytes.empty()) return false;
   while (!bytes.empty()) {
@@ -86,12 +86,12 @@ class VariableFolder final : public NvramOptions {
   explicit VariableFolder(FileDescriptor folder) : folder_(std::move(folder)) {}
 
   PosixResult<std::optional<PropertyValue>> value(const std::string& name) override {
-    const std::optional<PropertyValue> none;
+    const std::optional<PropertyValue> noValue;
     const auto file = fileName(name);
-    if (!file) return none;
+    if (!file) return noValue;
     const auto contents = readFile(folder_.get(), file->c_str(), largestVariable);
     constexpr auto valueBegin = std::tuple_size_v<Attributes>;
-    if (!contents || contents->size() < valueBegin) return none;
+    if (!contents || contents->size() < valueBegin) return noValue;
     Data bytes(contents->begin() + valueBegin, contents->end());
     const auto text = asText(bytes);
     return std::optional(isText(text) ? PropertyValue(text) : PropertyValue(std::move(bytes)));
@@ -119,7 +119,7 @@ class VariableFolder final : public NvramOptions {
     const FileDescriptor written(openat(folder_.get(), file->c_str(),
                                         O_WRONLY | common | (isNew ? O_CREAT | O_EXCL : 0), 0644));
     if (!written) return kernelReturn(lastError());
-    // Each write sets the variable anew, so it takes exactly one.
+    // Each write sets the whole variable, so there must be exactly one.
     const auto count = write(written.get(), record.data(), record.size());
     if (count < 0) return kernelReturn(lastError());
     return count == static_cast<ssize_t>(record.size()) ? KernelReturn::noError

@@ -45,7 +45,7 @@ struct DefaultsPath {
   std::string name;
 };
 
-/// None when one of the parts cannot be part of a file's name.
+/// Empty when a part of the domain cannot be part of a file's name.
 std::optional<DefaultsPath> pathFor(const PreferenceDomain& domain) {
   const bool isForEverything = !domain.application && domain.user.kind == Kind::any;
   if (isForEverything && domain.host.kind == Kind::any) {
@@ -61,7 +61,7 @@ std::optional<DefaultsPath> pathFor(const PreferenceDomain& domain) {
   return DefaultsPath{{"GNUstep", "Defaults", "ByHost"}, application + "." + *host + ".plist"};
 }
 
-/// Goes down from `base`; `open` opens each folder in the one before.
+/// Opens the last of the nested `folders` below `base`; `open` opens each in its parent.
 template <class Open>
 PosixResult<FileDescriptor> openFolders(const std::string& base,
                                         const std::vector<const char*>& folders, Open open) {
@@ -93,7 +93,7 @@ PosixResult<DefaultsFile> readDefaults(int folder, const std::string& name,
   const auto bytes = readFile(file.get(), PropertyLists::maximumBytes);
   if (!bytes) return bytes.error();
   auto list = propertyLists.parse(*bytes);
-  // Settings that cannot be read are not to be lost.
+  // Settings that cannot be read must not be lost.
   if (!list || !list->dictionary()) return PosixCode::invalidArgument;
   constexpr mode_t permissions = 0777;
   return DefaultsFile{*list->dictionary(), status.st_uid, status.st_gid,
@@ -132,7 +132,7 @@ class LinuxPreferences : public Preferences {
                 const std::optional<PropertyValue>& value) override;
 
  private:
-  /// The user whose folders these are, and the folder that they lie in.
+  /// The owner of the folders, and the folder that holds them.
   struct Place {
     std::string base;
     uid_t user;
@@ -192,7 +192,7 @@ PosixCode LinuxPreferences::changeFile(int folder, const std::string& name, cons
   } else if (file->contents.erase(change.key) == 0) {
     return PosixCode::success;
   }
-  // The user must not get hold of what becomes the file of somebody else.
+  // The user must not get hold of a file that another user will own.
   const bool isOwn = file->user == place.user;
   const FileSystemIdentity writer(isOwn ? place.user : 0, isOwn ? place.group : 0);
   if (!writer.isTaken()) return PosixCode::notPermitted;

@@ -21,7 +21,7 @@ namespace {
 
 constexpr const char* defaultIdentifier = "preferences.plist";
 
-/// In the names of kernel variables a dot separates, and a slash stands for one inside a name.
+/// In the names of kernel variables a dot separates components, and a slash is a dot inside one.
 std::string exchangeDotsAndSlashes(std::string text) {
   for (char& c : text) {
     if (c == '.') {
@@ -37,7 +37,7 @@ std::string variableFor(const std::string& interface) {
   return "net/ipv6/conf/" + interface + "/disable_ipv6";
 }
 
-/// The name that the kernel has for an interface, which may have others. None when there is no such
+/// The kernel's name of an interface, which may have other names. Empty when there is no such
 /// interface.
 std::optional<std::string> interfaceNamed(const std::string& name) {
   if (holdsZeroByte(name)) return std::nullopt;
@@ -111,8 +111,8 @@ class LinuxSystemConfiguration::Session : public SystemConfigurationPreferences 
   }
 
  private:
-  /// Reads the values before the first change. False when there are some that cannot be read: they
-  /// are not to be lost.
+  /// Reads the values before the first change. False when they cannot be read, because they must
+  /// not be lost.
   bool load() {
     if (values_) return true;
     const auto bytes = owner_.files_.read(fileName_);
@@ -135,7 +135,7 @@ class LinuxSystemConfiguration::Session : public SystemConfigurationPreferences 
   LinuxSystemConfiguration& owner_;
   const std::string fileName_;
   StateFolder::Lock lock_;
-  /// None as long as no value was changed.
+  /// Empty until a value is changed.
   std::optional<Dictionary> values_;
   std::map<std::string, bool> isIPv6Enabled_;
 };

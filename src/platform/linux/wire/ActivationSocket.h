@@ -7,8 +7,9 @@
 
 namespace qrt {
 
-/// The stream socket passed as the first descriptor of the activation protocol, or none. The
-/// variables that announce it are removed from the environment, so that no child sees them.
+/// The stream socket that the activation protocol passes as its first descriptor. Empty when there
+/// is no such socket. The variables that announce it are removed from the environment, so that no
+/// child sees them.
 std::optional<FileDescriptor> takeActivationSocket();
 
 /// True when an activator started this process, whether or not the socket has been taken since.

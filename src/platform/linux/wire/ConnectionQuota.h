@@ -21,11 +21,11 @@ class ConnectionQuota {
     std::uint32_t user = 0;
     void operator()(ConnectionQuota* quota) const { quota->leave(user); }
   };
-  /// A place that is taken until this goes. Null: there was no place.
+  /// A place, taken until this is destroyed. Null when there was no place.
   using Place = std::unique_ptr<ConnectionQuota, Leave>;
 
-  /// Null when there is no place left for that user. Root is bound only by the total. Makes no
-  /// system call, so that a refusal costs little.
+  /// Null when no place is left for that user. Only the total limits root. Makes no system call, so
+  /// that a refusal costs little.
   Place enter(std::uint32_t user) {
     const std::lock_guard guard(mutex_);
     const auto mine = places_.find(user);

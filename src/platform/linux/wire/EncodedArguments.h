@@ -11,7 +11,7 @@
 
 namespace qrt {
 
-/// A message that was taken from its connection, and what it counts against.
+/// A message that was taken from its connection, and its turn, whose memory it uses.
 struct ReceivedMessage {
   std::vector<std::uint8_t> bytes;
   std::size_t headerLength = 0;
@@ -27,10 +27,10 @@ struct ReceivedMessage {
 /// Keeps the bytes of the array, which are a tenth of its values, until it is decoded.
 class EncodedArguments : public RequestArguments {
  public:
-  /// No dialog shows longer texts. The metadata counts as being without such a one.
+  /// No dialog shows longer texts; metadata with one counts as metadata without it.
   static constexpr std::size_t longestText = 64 << 10;
 
-  /// The array of `count` values at that position of the body has been checked.
+  /// `position` is that of an array of `count` values in the body, which has been checked.
   EncodedArguments(ReceivedMessage message, std::size_t position, std::size_t count)
       : message_(std::move(message)), position_(position), count_(count) {
     if (message_.turn) message_.turn->endReading();
@@ -38,7 +38,7 @@ class EncodedArguments : public RequestArguments {
 
   std::size_t count() const override { return count_; }
   std::optional<RequestMetadata> metadata() const override;
-  /// Gives the memory of the message back.
+  /// Frees the memory of the message.
   Array decode() override;
 
  private:

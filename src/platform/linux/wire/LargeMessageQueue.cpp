@@ -49,7 +49,7 @@ void LargeMessageQueue::serveWaiting() {
   if (const auto first = users_.find(root); first != users_.end()) {
     while (serve(first)) continue;
   }
-  // Nobody overtakes the next one, so that a large message gets its room.
+  // No message overtakes the next one, so that a large message gets its room.
   auto next = longestUnserved();
   while (next != users_.end() && serve(next)) next = longestUnserved();
 }

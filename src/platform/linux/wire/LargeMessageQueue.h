@@ -15,9 +15,9 @@ namespace qrt {
 
 class LargeMessageTurn;
 
-/// Shares out the memory for messages that are not decoded yet. Users are served in turn: of those
-/// who wait, the one who was served longest ago is next, and the messages of one user are read in
-/// the order of their arrival. Root waits for no other user. Thread-safe.
+/// Shares out the memory for messages that are not decoded yet. Users are served in turn: of the
+/// users that wait, the one that was served longest ago is next, and the messages of one user are
+/// read in the order of their arrival. Root waits for no other user. Thread-safe.
 class LargeMessageQueue {
  public:
   /// Messages up to this size need no turn.
@@ -35,7 +35,7 @@ class LargeMessageQueue {
 
   struct User {
     explicit User(std::uint64_t turns) : lastServed(turns) {}
-    /// A count of turns, not a time; of a user without a turn so far the count at the arrival.
+    /// A number of turns, not a time; until the first turn, the number when the user arrived.
     std::uint64_t lastServed;
     std::size_t beingRead = 0;
     std::size_t all = 0;
@@ -54,13 +54,13 @@ class LargeMessageQueue {
   bool serve(Users::iterator user);
 
   std::mutex mutex_;
-  /// Those who have a message that waits or is not decoded.
+  /// Users with a message that waits or is not decoded.
   Users users_;
   std::uint64_t turns_ = 0;
   std::size_t beingRead_ = 0;
 };
 
-/// The way of one large message from its beginning to its values: it waits, is read, is kept.
+/// One large message, which waits, is read, and is kept until its values are decoded.
 class LargeMessageTurn {
  public:
   /// Begins to wait.
@@ -70,14 +70,14 @@ class LargeMessageTurn {
   LargeMessageTurn(const LargeMessageTurn&) = delete;
   LargeMessageTurn& operator=(const LargeMessageTurn&) = delete;
 
-  /// A descriptor that becomes readable when the message may be read; -1 when none can be made.
+  /// A descriptor that becomes readable when the message may be read; -1 when it cannot be made.
   int event() const { return event_.get(); }
 
   /// How long reading may take once it may begin.
   std::chrono::seconds timeToRead() const;
 
-  /// Everything has arrived and was found good: the next message of this user can be read. What is
-  /// kept counts against this user only.
+  /// The whole message has arrived and is well formed: the next message of this user can be read.
+  /// From now on this one counts against its own user only.
   void endReading() { queue_.endReading(*this); }
 
  private:

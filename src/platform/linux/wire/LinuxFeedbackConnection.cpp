@@ -33,7 +33,7 @@ bool isConnectedStream(int socket) {
          peer.sun_family == AF_UNIX;
 }
 
-/// Roughly what a value takes while it waits.
+/// Roughly the memory of a value that waits.
 std::size_t weight(const PropertyValue& value) {
   std::size_t bytes = sizeof value;
   if (const auto* text = value.string()) bytes += text->size();
@@ -161,7 +161,7 @@ void LinuxFeedbackConnection::run() {
   changed_.notify_all();
 }
 
-/// Writes the oldest message. False when there is none.
+/// Writes the oldest message. False when no message waits.
 bool LinuxFeedbackConnection::sendWaiting() {
   Waiting next;
   {
@@ -183,8 +183,8 @@ bool LinuxFeedbackConnection::sendWaiting() {
   return true;
 }
 
-/// False when there is nothing left to wait for: everything was written and the connection is
-/// closing, the requestor is gone, or it had its time.
+/// Returns false to end the connection: it is closing and everything was written, the requestor is
+/// gone, or its time is over.
 bool LinuxFeedbackConnection::waitForEvents() {
   int patience = -1;
   {

@@ -23,11 +23,11 @@ class LinuxFeedbackConnection : public FeedbackConnection {
   static constexpr std::size_t maximumWaiting = 256;
   static constexpr std::size_t maximumWaitingBytes = 1 << 20;
   static constexpr std::chrono::seconds progressPatience{5};
-  /// How long a peer that may say Hello is waited for.
+  /// The time that a peer has to say Hello before the first message is sent.
   static constexpr std::chrono::milliseconds greetingPatience{20};
 
-  /// `requestor` is the socket of the connection that the request came over; as long as it lives,
-  /// records and output wait for their reader. Not owned.
+  /// `requestor` is the socket of the connection that sent the request. Records and output wait for
+  /// their reader as long as it lives. Not owned.
   LinuxFeedbackConnection(std::vector<FileDescriptor> endpoint, int requestor,
                           const RemoteInterface& interface);
   ~LinuxFeedbackConnection() override;
@@ -69,15 +69,15 @@ class LinuxFeedbackConnection : public FeedbackConnection {
   std::condition_variable changed_;
   std::deque<Waiting> waiting_;
   std::size_t waitingBytes_ = 0;
-  /// The newest progress that found no place; older ones are of no interest any more.
+  /// The newest progress that found no place. It replaces older progress.
   std::optional<Dictionary> newestProgress_;
   bool lostRequestor_ = false;
   std::optional<Clock::time_point> closingSince_;
-  /// What is being written must arrive, however long its reader takes.
+  /// The message that is being written must arrive, however long its reader takes.
   bool writingMustArrive_ = false;
 };
 
-/// A requestor's feedback sockets as they came with the request; exactly one is right.
+/// The sockets for feedback that arrived with a request; only a single one is valid.
 class LinuxFeedbackEndpoint : public FeedbackEndpoint {
  public:
   LinuxFeedbackEndpoint(std::vector<FileDescriptor> sockets, int requestor)

@@ -22,7 +22,7 @@
 namespace qrt {
 namespace {
 
-/// What the helper's error reply means here.
+/// The error for an error reply of the helper.
 Error errorOf(const sd_bus_error& reply) {
   if (sd_bus_error_has_name(&reply, SD_BUS_ERROR_ACCESS_DENIED) != 0) {
     return posixError(PosixCode::notPermitted);
@@ -35,8 +35,8 @@ Error interrupted() {
                          "The connection to the helper was interrupted.");
 }
 
-/// The requestor's end of a feedback socket: hands every message to the handler. It says Hello, so
-/// that the helper need not wait to see whether it does.
+/// The requestor's end of a feedback socket, which passes every message to the handler. It says
+/// Hello, so that the helper need not wait for it.
 class FeedbackReceiver {
  public:
   FeedbackReceiver(std::unique_ptr<WireConnection> wire, const FeedbackHandler& handler)
@@ -224,7 +224,7 @@ Outcome LinuxHelperConnection::call(const char* interface, const char* method,
   return outcome;
 }
 
-/// Runs the connection, and the feedback beside it, until the reply is there.
+/// Runs the connection and the feedback until the reply has arrived.
 Outcome LinuxHelperConnection::wait(PendingReply& reply, FeedbackReceiver* feedback) {
   using Progress = WireConnection::Progress;
   const auto pumpFeedback = [&feedback] {
@@ -249,7 +249,7 @@ Outcome LinuxHelperConnection::wait(PendingReply& reply, FeedbackReceiver* feedb
     if (events[0].revents != 0 && wire_->step() == Progress::closed) break;
   }
   if (!reply.arrived) return interrupted();
-  // What was sent before the reply is handed out before it.
+  // Feedback that was sent before the reply is handled before it.
   pumpFeedback();
   return reply.outcome;
 }

@@ -6,7 +6,7 @@
 
 namespace qrt {
 
-/// A connected socket whose other end is already being served, for the peer that asked.
+/// A connected socket for the peer that asked; the daemon serves the other end already.
 struct LinuxListenerEndpoint : ListenerEndpoint {
   explicit LinuxListenerEndpoint(FileDescriptor connected) : socket(std::move(connected)) {}
   FileDescriptor socket;

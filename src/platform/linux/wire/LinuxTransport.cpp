@@ -24,11 +24,11 @@ namespace {
 
 constexpr std::chrono::milliseconds pauseWithoutDescriptors{100};
 
-/// Of peers that wait to be accepted. All users wait in one queue, so a long one, filled by one
-/// user, keeps the others waiting; no user has places for more peers than this.
+/// Of peers that wait to be accepted. All users wait in one queue, so one user who fills a long
+/// queue would delay the others. No user has places for more peers than this.
 constexpr int longestQueue = ConnectionQuota::maximumOfOneUser;
 
-/// Whether the peer has gone without a word. Nothing is built for it then.
+/// Whether the peer has left without sending anything. It gets no connection then.
 bool hasLeft(const FileDescriptor& socket) {
   char byte;
   return recv(socket.get(), &byte, sizeof byte, MSG_PEEK | MSG_DONTWAIT) == 0;
@@ -123,8 +123,8 @@ class LinuxListener : public Listener {
     switch (failure) {
       case EMFILE:
       case ENFILE:
-        // The peer would make the next call fail at once as well: the spare descriptor lets it in
-        // and out again.
+        // The peer still waits, so the next call would fail as well. The spare descriptor accepts
+        // the peer, and its connection is closed at once.
         reserve_.reset();
         FileDescriptor(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
         reserve_.reset(open("/dev/null", O_RDONLY | O_CLOEXEC));
@@ -167,7 +167,7 @@ class LinuxTransport : public Transport {
 
  private:
   LinuxAuthority& authority_;
-  // They outlive every connection: its thread ends with the process.
+  // They outlive all connections, whose threads end with the process.
   ConnectionQuota quota_;
   LargeMessageQueue largeMessages_;
 };

@@ -22,14 +22,14 @@ struct MessageFrame {
 
   std::size_t length() const { return headerLength + bodyLength; }
 
-  /// None when the bytes begin no message, or one over the limit.
+  /// Empty when the bytes do not begin a message, or begin one over the limit.
   static std::optional<MessageFrame> parse(std::span<const std::uint8_t, prefixLength> prefix);
 
   /// Makes the header one of a message without a body.
   static void clearBodyLength(std::span<std::uint8_t> header);
 
   /// Returns the number of descriptors that the header announces and makes the header announce 0.
-  /// None, and nothing changed, when the header fields are malformed.
+  /// Returns nothing and changes nothing when the header fields are malformed.
   std::optional<std::uint32_t> takeDescriptorCount(std::span<std::uint8_t> header) const;
 };
 

@@ -52,7 +52,7 @@ struct ServedConnection::Methods {
     return sd_bus_reply_method_return(call, "s", version.c_str());
   }
 
-  /// The one argument of a registration and of its end. None when it is malformed.
+  /// The one argument of a registration and of its end. Empty when it is malformed.
   static std::optional<std::int32_t> clientIdentifier(void* context) {
     auto arguments = self(context).wire_->arguments();
     const auto identifier = arguments.int32();
@@ -97,8 +97,8 @@ struct ServedConnection::Methods {
     const auto outcome = self(context).object_.performPrivilegedOperation(
         self(context).peer_.caller, code, authorizationData,
         endpointIndexes.empty() ? nullptr : &endpoint, &arguments);
-    // A reply that cannot be sent would be the connection's end, and unread what the requestor may
-    // have sent behind the call before it left.
+    // Replying to a closed peer would end the connection and lose the calls that it sent after this
+    // one.
     if (wire.hasPeerLeft()) return 1;
     return reply(call,
                  [&](sd_bus_message* answer) { return wire::appendOutcome(answer, outcome); });
@@ -127,7 +127,7 @@ ServedConnection::ServedConnection(std::unique_ptr<WireConnection> wire, const P
 }
 
 void ServedConnection::exportObjects() {
-  // Whoever may connect may call: each request is authorized by itself.
+  // Every peer may call: each request is authorized by itself.
   constexpr auto open = SD_BUS_VTABLE_UNPRIVILEGED;
   static const sd_bus_vtable helper[] = {
       SD_BUS_VTABLE_START(0),
@@ -174,8 +174,8 @@ void ServedConnection::run() {
     const auto progress = wire_->step(WireConnection::Patience::untilMessage);
     if (progress == WireConnection::Progress::closed) return;
     if (progress == WireConnection::Progress::made) continue;
-    // In the middle of a message, or before replies are taken. Such a peer may be dead without
-    // being seen to be: it can have sent its own end along, which then waits here with the rest.
+    // The peer has sent half a message, or does not read its replies. It may be dead without a
+    // sign: if it sent its own end of the connection along, that end waits here and stays open.
     pollfd waiting{wire_->socket(), wire_->pollEvents(), 0};
     const int ready =
         poll(&waiting, 1, static_cast<int>(std::chrono::milliseconds(stallLimit).count()));

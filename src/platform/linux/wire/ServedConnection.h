@@ -12,9 +12,9 @@
 
 namespace qrt {
 
-/// Who asks, where it gets its authorization, and what its large messages wait for.
+/// The client, the authority for its forms, and the queue for its large messages.
 struct Peer {
-  /// Its connection is known once it is served.
+  /// Its `connection` is set when it is served.
   Caller caller;
   LinuxAuthority* authority = nullptr;
   LargeMessageQueue* largeMessages = nullptr;
@@ -24,12 +24,12 @@ struct Peer {
 /// peer leaves.
 class ServedConnection {
  public:
-  /// How long a peer may leave a message unfinished, or so many replies unread that no further one
-  /// can be sent, without anything moving. One that just has nothing to ask may stay.
+  /// The time after which a peer is disconnected that sends no more of an unfinished message, or
+  /// reads none of the replies that wait for it. A peer that sends no calls may stay.
   static constexpr std::chrono::seconds stallLimit{30};
 
-  /// Starts the thread, which makes the connection and holds the place until the peer leaves: the
-  /// thread that accepts is soon back at the door. Without resources the socket is closed.
+  /// Starts the thread, which makes the connection and holds the place until the peer leaves, so
+  /// that accepting takes little time. Returns false and closes the socket without resources.
   static bool serve(FileDescriptor socket, const Peer& peer, ConnectionQuota::Place place,
                     QRTPrivilegedHelperProtocol& object);
 

@@ -175,7 +175,7 @@ WireConnection::Progress WireConnection::step(Patience patience) {
   if (isLarge) {
     received_.shrink_to_fit();
     turn_.reset();
-    // The library keeps what was freed, a share for each thread that there ever was.
+    // The C library keeps freed memory, in a part for each thread.
     malloc_trim(0);
   }
   // libsystemd drops a message silently when its header fields make no sense.
@@ -183,7 +183,8 @@ WireConnection::Progress WireConnection::step(Patience patience) {
   return alive && !dropped ? Progress::made : Progress::closed;
 }
 
-/// Takes exactly one line from the socket, so that the first message stays behind the handshake.
+/// Takes exactly one line from the socket, so that the first message stays there until the
+/// handshake is complete.
 WireConnection::Read WireConnection::readHandshakeLine() {
   char window[1024];
   const auto seen = recv(socket(), window, sizeof window, MSG_PEEK | MSG_DONTWAIT);
@@ -263,7 +264,7 @@ WireConnection::Read WireConnection::receive(std::size_t wanted, int flags) {
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return errno == EAGAIN ? Read::waits : Read::failed;
     if (count == 0 || !collectDescriptors(header)) return Read::failed;
-    flags |= MSG_DONTWAIT;  // Only for the beginning of a message is slept.
+    flags |= MSG_DONTWAIT;  // Only the beginning of a message is waited for.
   }
   return Read::complete;
 }
@@ -288,8 +289,8 @@ bool WireConnection::hasAnnouncedDescriptors(bool isHandshake) {
   return frame_.takeDescriptorCount(received_) == descriptors_.size();
 }
 
-/// Passes `received_` on to libsystemd and lets it work. The body of a large message would be there
-/// twice for as long as a handler runs: libsystemd gets a message without one.
+/// Passes `received_` on to libsystemd, which handles it. The body of a large message would be in
+/// memory twice while a handler runs, so libsystemd gets the message without its body.
 bool WireConnection::feed() {
   std::span<const std::uint8_t> message(received_);
   if (message.size() > LargeMessageQueue::largestWithout) {
@@ -307,7 +308,7 @@ bool WireConnection::feed() {
   return true;
 }
 
-/// Lets libsystemd work until it has dispatched the message it was fed or has nothing to do.
+/// Runs libsystemd until it has dispatched the message that it was fed or has nothing to do.
 bool WireConnection::process() {
   int result;
   do {

@@ -20,10 +20,10 @@
 
 namespace qrt {
 
-/// Stands between the socket and libsystemd: bytes are read here, cut into messages, measured, and
-/// handed on one message at a time through a socket pair; libsystemd writes to the socket itself.
-/// That bounds what a peer can make the process hold, lets handlers read the marshalled arguments,
-/// and leaves no message waiting unseen behind the handshake.
+/// Between the socket and libsystemd. It reads the bytes, cuts them into messages, measures those,
+/// and passes them to libsystemd one at a time through a socket pair; libsystemd writes to the
+/// socket itself. So a peer cannot make the process hold more than the limits allow, handlers can
+/// read the marshalled arguments, and no message that follows the handshake is overlooked.
 ///
 /// Belongs to one thread. Handlers run inside `step()`, which waits for the turn of a large message
 /// and reads it within its time.
@@ -36,7 +36,7 @@ class WireConnection {
     closed,  ///< The peer left or sent what is no D-Bus message.
   };
   /// Whether a step may sleep until the next message begins to arrive.
-  enum class Patience { none, untilMessage };
+  enum class Patience { noWait, untilMessage };
   using Clock = std::chrono::steady_clock;
   static constexpr std::chrono::seconds handshakeLimit{5};
 
@@ -53,11 +53,11 @@ class WireConnection {
   /// Steps until `isDone`. False when the deadline passes or the connection closes before that.
   bool stepUntil(const std::function<bool()>& isDone, Clock::time_point deadline);
 
-  /// Writes what waits, reads and dispatches at most one message, or one line of the handshake.
-  /// What waits for a peer that has left is dropped, so that what it sent before can be read.
-  Progress step(Patience patience = Patience::none);
+  /// Writes what waits, then reads and dispatches at most one message, or one line of the
+  /// handshake. Output for a peer that has left is dropped, so that its last messages can be read.
+  Progress step(Patience patience = Patience::noWait);
 
-  /// Whether nobody is left to read replies. What the peer sent before it left can still be read.
+  /// Whether the peer reads no more replies. What it sent before it left can still be read.
   bool hasPeerLeft() const;
 
   int socket() const { return socket_.get(); }
@@ -66,10 +66,11 @@ class WireConnection {
   /// Whether the handshake is complete.
   bool isReady() const;
 
-  /// For messages, replies and objects. Never pumped by anyone but this class.
+  /// For messages, replies and objects. Only this class processes its input.
   sd_bus* bus() const { return bus_.get(); }
 
-  /// Lets the peer call the methods of an object. The texts and the table outlive the connection.
+  /// Adds an object whose methods the peer may call. The texts and the table outlive the
+  /// connection.
   void addObject(const char* path, const char* interface, const sd_bus_vtable* methods,
                  void* context);
 

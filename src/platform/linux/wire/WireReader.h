@@ -16,8 +16,8 @@ namespace qrt {
 /// own, but that refuses strings with the characters U+10FFFE and U+10FFFF, which stand for bytes
 /// of file names here, and has no bound on the number of values.
 ///
-/// The first thing that is malformed or over a limit ends the reading: `ok()` is false from then on
-/// and everything taken is empty. Never reads outside the body.
+/// Reading ends at the first value that is malformed or over a limit: from then on `ok()` is false
+/// and all values are empty. Never reads outside the body.
 class WireReader {
  public:
   static constexpr int maximumDepth = 32;
@@ -72,7 +72,7 @@ class WireReader {
   void fail() { ok_ = false; }
   std::uint64_t fixed(std::size_t width);
   std::span<const std::uint8_t> bytes(std::size_t count);
-  /// The text behind a length of the given width, without its end mark.
+  /// The text after a length of the given width, without its end mark.
   std::string_view text(std::size_t lengthWidth);
   template <class Take>
   void forEachElement(Take take);

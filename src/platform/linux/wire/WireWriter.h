@@ -9,12 +9,12 @@
 
 namespace qrt::wire {
 
-/// Each appends one argument and answers like libsystemd: negative is a native error number.
+/// Each appends one argument and returns what libsystemd does: a negative error number on failure.
 int appendString(sd_bus_message* message, std::string_view bytes);
 int appendData(sd_bus_message* message, const Data& data);
 int appendArray(sd_bus_message* message, const Array& array);
 int appendDictionary(sd_bus_message* message, const Dictionary& dictionary);
-/// The three arguments of a reply that tells an outcome.
+/// The three arguments of a reply with an outcome.
 int appendOutcome(sd_bus_message* message, const Outcome& outcome);
 
 }  // namespace qrt::wire
