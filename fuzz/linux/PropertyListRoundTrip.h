@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "platform/posix/propertylists/BoundedPropertyLists.h"
+#include "platform/PropertyLists.h"
 
 namespace qrt {
 
@@ -12,12 +12,11 @@ namespace qrt {
 /// NaN is unlike itself, and XML has no fractions of a second.
 inline void checkRoundTrip(const Result<PropertyValue>& list) {
   if (!list) return;
-  BoundedPropertyLists lists;
-  const auto written = lists.xml(*list);
+  const auto written = writeXmlPropertyList(*list);
   if (!written) return;
   const auto read =
-      lists.parse({reinterpret_cast<const std::uint8_t*>(written->data()), written->size()});
-  const auto again = read ? lists.xml(*read) : Result<std::string>(read.error());
+      readPropertyList({reinterpret_cast<const std::uint8_t*>(written->data()), written->size()});
+  const auto again = read ? writeXmlPropertyList(*read) : Result<std::string>(read.error());
   if (again && *again == *written) return;
   std::fprintf(stderr, "written:\n%s\nthen:\n%s\n", written->c_str(),
                again ? again->c_str() : descriptionOf(again.error()).c_str());

@@ -2,6 +2,6 @@
 
 /// Through the door, for the encodings; XML that gets in this way is welcome.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  qrt::checkRoundTrip(qrt::BoundedPropertyLists().parse({bytes, size}));
+  qrt::checkRoundTrip(qrt::readPropertyList({bytes, size}));
   return 0;
 }

@@ -62,7 +62,7 @@ Outcome performOperationEraseDiskblocksWithArguments(const Platform& platform,
   if (arguments.size() != 2) return posixError(PosixCode::invalidArgument);
   const auto [name, blockCount] = unpack<std::string, std::uint64_t>(arguments);
   if (blockCount == 0) return success;
-  const auto device = platform.blockDevices.open(name);
+  const auto device = openBlockDevice(platform.root, name);
   if (!device) return posixError(device.error());
   return posixOutcome(eraseBlocks(**device, blockCount));
 }

@@ -93,11 +93,9 @@ std::optional<PropertyValue> copyCoreFoundationValueWithType(
   return std::nullopt;
 }
 
-Result<std::optional<PropertyValue>> valueFromText(PropertyLists& propertyLists,
-                                                   const std::string& text) {
+Result<std::optional<PropertyValue>> valueFromText(const std::string& text) {
   if (text.empty()) return std::optional<PropertyValue>();
-  auto value =
-      propertyLists.parse({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+  auto value = readPropertyList({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
   if (!value) return withUnderlyingError(posixError(PosixCode::invalidArgument), value.error());
   return std::optional<PropertyValue>(std::move(*value));
 }

@@ -10,8 +10,6 @@
 
 namespace qrt {
 
-class PropertyLists;
-
 /// True when the text is exactly "0" or "1"; then `*value`, if given, becomes that boolean.
 bool getBool(bool* value, const std::string& fromStringArgument);
 
@@ -31,7 +29,6 @@ std::optional<PropertyValue> copyCoreFoundationValueWithType(
 
 /// The value that a property list in a text describes; nothing for the empty text. POSIX error 22,
 /// with the reader's own error underneath, for a text that is no property list.
-Result<std::optional<PropertyValue>> valueFromText(PropertyLists& propertyLists,
-                                                   const std::string& text);
+Result<std::optional<PropertyValue>> valueFromText(const std::string& text);
 
 }  // namespace qrt

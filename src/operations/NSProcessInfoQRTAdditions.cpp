@@ -67,9 +67,9 @@ std::string text(const Dictionary& dictionary, std::string_view key) {
 
 QRTOSVersionInfoCache readVersionInfo(const Platform& platform) {
   QRTOSVersionInfoCache info;
-  const auto bytes = platform.versionFile.read();
+  const auto bytes = readSystemVersionFile(platform.root);
   if (!bytes) return info;
-  const auto list = platform.propertyLists.parse(*bytes);
+  const auto list = readPropertyList(*bytes);
   const auto* facts = list ? list->dictionary() : nullptr;
   if (!facts || facts->empty()) return info;
 

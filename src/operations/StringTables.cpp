@@ -5,12 +5,10 @@
 
 namespace qrt {
 
-StringTables::StringTables(std::string bundlePath, std::string language, FileSystem& files,
-                           PropertyLists& propertyLists)
+StringTables::StringTables(std::string bundlePath, std::string language, FileSystem& files)
     : resources_(std::move(bundlePath) + "/Resources/"),
       language_(std::move(language)),
-      files_(files),
-      propertyLists_(propertyLists) {}
+      files_(files) {}
 
 bool StringTables::contains(std::string_view name) { return table(name).has_value(); }
 
@@ -32,9 +30,9 @@ const StringTables::Table& StringTables::table(std::string_view name) {
 StringTables::Table StringTables::read(std::string_view name) const {
   const auto file = std::string(name) + ".strings";
   for (const auto& path : {resources_ + language_ + ".lproj/" + file, resources_ + file}) {
-    const auto bytes = files_.readFile(path.c_str(), PropertyLists::maximumBytes);
+    const auto bytes = files_.readFile(path.c_str(), maximumPropertyListBytes);
     if (!bytes) continue;
-    const auto texts = propertyLists_.parse(*bytes);
+    const auto texts = readPropertyList(*bytes);
     const auto* dictionary = texts ? texts->dictionary() : nullptr;
     return dictionary ? *dictionary : Dictionary();
   }

@@ -12,14 +12,12 @@
 namespace qrt {
 
 class FileSystem;
-class PropertyLists;
 
 /// The tables of one language: "Resources/<language>.lproj/<table>.strings" in the bundle folder,
 /// else "Resources/<table>.strings". Each file is read once. Thread-safe.
 class StringTables {
  public:
-  StringTables(std::string bundlePath, std::string language, FileSystem& files,
-               PropertyLists& propertyLists);
+  StringTables(std::string bundlePath, std::string language, FileSystem& files);
 
   /// Whether the bundle has a file for the table. One that cannot be understood is an empty table.
   bool contains(std::string_view table);
@@ -40,7 +38,6 @@ class StringTables {
   std::string resources_;
   std::string language_;
   FileSystem& files_;
-  PropertyLists& propertyLists_;
 
   std::mutex mutex_;
   std::map<std::string, Table, std::less<>> tables_;

@@ -30,15 +30,10 @@ class BlockDevice {
   virtual PosixCode synchronize() = 0;
 };
 
-/// Thread-safe.
-class BlockDevices {
- public:
-  virtual ~BlockDevices() = default;
-
-  /// Opens "/dev/<name>" for writing at its beginning. Links are followed, slashes around the name
-  /// do not count, and a ".." in it is `invalidArgument`. Neither opening nor writing waits for the
-  /// other end of a FIFO.
-  virtual PosixResult<std::unique_ptr<BlockDevice>> open(const std::string& name) = 0;
-};
+/// Opens "<root>/dev/<name>" for writing at its beginning. Links are followed, slashes around the
+/// name do not count, and a ".." in it is `invalidArgument`. Neither opening nor writing waits for
+/// the other end of a FIFO. Thread-safe.
+PosixResult<std::unique_ptr<BlockDevice>> openBlockDevice(const std::string& root,
+                                                          const std::string& name);
 
 }  // namespace qrt

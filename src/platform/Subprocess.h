@@ -1,6 +1,7 @@
 // Child programs whose standard streams are pipes.
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -13,9 +14,12 @@
 #include <vector>
 
 #include "base/Result.h"
+#include "platform/FileDescriptor.h"
 #include "platform/StandardStream.h"
 
 namespace qrt {
+
+class ProgramActivity;
 
 /// What a child's environment has different from this process's: a new value, or none for a
 /// variable that the child shall not have.
@@ -24,7 +28,7 @@ using EnvironmentChanges = std::map<std::string, std::optional<std::string>>;
 struct ProgramLaunch {
   /// Absolute; it is also the program's own name for itself.
   const std::string& path;
-  /// What follows that name.
+  /// The arguments after that name.
   const std::vector<std::string>& arguments;
   const EnvironmentChanges& environment;
 };
@@ -33,42 +37,62 @@ struct ProgramLaunch {
 /// of `waitUntilExit`. Used by one thread at a time.
 class Subprocess {
  public:
-  /// Takes a piece of output; the pieces of a stream come in the order they were written. Nothing
-  /// is read while it works, so a program whose output nobody takes waits at a full pipe.
+  /// Takes a piece of output; the pieces of a stream arrive in the order they were written. Nothing
+  /// is read while it works, so a program whose output is not taken waits at a full pipe.
   using Sink = std::function<void(StandardStream, std::span<const std::uint8_t>)>;
 
   static constexpr std::size_t maximumPiece = 64 << 10;
   static constexpr std::chrono::seconds drainPatience{2};
 
-  /// Closes the pipes, and waits for a program that was not waited for.
-  virtual ~Subprocess() = default;
+  /// Makes the pipes of a run. Fails when descriptors have run out. Thread-safe.
+  static PosixResult<std::unique_ptr<Subprocess>> prepare();
+
+  /// Closes the pipes and, when the program was launched but not waited for, waits for its exit.
+  ~Subprocess();
+  Subprocess(const Subprocess&) = delete;
+  Subprocess& operator=(const Subprocess&) = delete;
 
   /// This process's ends of the pipes. Nothing is ever written to the input.
-  virtual int inputHandle() const = 0;
-  virtual int outputHandle() const = 0;
-  virtual int errorHandle() const = 0;
+  int inputHandle() const { return input_.writingEnd.get(); }
+  int outputHandle() const { return output_.readingEnd.get(); }
+  int errorHandle() const { return error_.readingEnd.get(); }
 
   /// Starts the program. It inherits the three pipes and no other descriptor, and neither this
   /// process's signal handling nor its raised limits nor what activated it ("LISTEN_...").
-  virtual PosixCode launch(const ProgramLaunch& program) = 0;
+  PosixCode launch(const ProgramLaunch& program);
 
   /// Passes output on until the program has ended. Its exit status, or the number of the signal
   /// that killed it.
-  virtual std::int32_t waitUntilExit(const Sink& sink) = 0;
+  std::int32_t waitUntilExit(const Sink& sink);
 
-  /// After the exit: passes on what is left until both streams have ended. A process that the
-  /// program left behind may hold them open for ever; `drainPatience` without output is an end as
-  /// well.
-  virtual void drain(const Sink& sink) = 0;
-};
+  /// After the exit: passes on the remaining output until both streams have ended. A process that
+  /// the program started may keep them open; after `drainPatience` without output they count as
+  /// ended.
+  void drain(const Sink& sink);
 
-/// Thread-safe.
-class SubprocessFacility {
- public:
-  virtual ~SubprocessFacility() = default;
+ private:
+  struct Pipe {
+    FileDescriptor readingEnd;
+    FileDescriptor writingEnd;
+  };
 
-  /// The pipes of a run to come.
-  virtual PosixResult<std::unique_ptr<Subprocess>> prepare() = 0;
+  Subprocess();
+  static bool open(Pipe& pipe);
+  bool bothEnded() const { return hasEnded_[0] && hasEnded_[1]; }
+  bool passOn(const Sink& sink, std::chrono::milliseconds patience);
+
+  Pipe input_;
+  Pipe output_;
+  Pipe error_;
+  /// Through which the child reports why its program did not start.
+  Pipe report_;
+  /// Its process id; 0 when there is no child.
+  std::int32_t child_ = 0;
+  /// While the program runs.
+  std::unique_ptr<ProgramActivity> activity_;
+  /// In the order of `StandardStream`.
+  std::array<bool, 2> hasEnded_{};
+  std::vector<std::uint8_t> piece_;
 };
 
 }  // namespace qrt

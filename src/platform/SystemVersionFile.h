@@ -1,17 +1,15 @@
-// The file that says which system this is.
+// The file that names this system's product and version.
 #pragma once
 
 #include <optional>
+#include <string>
 
 #include "base/PropertyValue.h"
 
 namespace qrt {
 
-class SystemVersionFile {
- public:
-  virtual ~SystemVersionFile() = default;
-  /// Its contents, or none where there is no such file. Thread-safe.
-  virtual std::optional<Data> read() = 0;
-};
+/// The contents of the home platform's version file below `root`, a property list. None where there
+/// is no such file; other systems have none. Thread-safe.
+std::optional<Data> readSystemVersionFile(const std::string& root);
 
 }  // namespace qrt

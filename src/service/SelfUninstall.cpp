@@ -80,7 +80,7 @@ void SelfUninstall::forgetJob() const {
   const auto& job = platform.jobControl;
   const auto identifier = operationSet.serviceIdentifierForHelper();
   for (const auto& arguments : job.removalRuns(identifier)) {
-    QRTTaskExecutor executor(platform.subprocesses, platform.log);
+    QRTTaskExecutor executor(platform.log);
     std::int32_t status = QRTTaskExecutor::notRun;
     try {
       status = executor.executeProgramAtPath(job.removalTool(), arguments);

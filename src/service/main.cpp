@@ -12,7 +12,7 @@ int main(int argc, char** argv) {
   const qrt::NativePlatform native;
   const auto& platform = native.facilities();
 
-  const auto info = platform.propertyLists.parse(qrt::infoPropertyList);
+  const auto info = qrt::readPropertyList(qrt::infoPropertyList);
   const qrt::Dictionary nothing;
   const auto* infoDictionary = info ? info->dictionary() : nullptr;
 

@@ -19,8 +19,7 @@ std::optional<FileStatus> statusOf(FileSystem& files, const std::string& path) {
 
 }  // namespace
 
-FileQueries::FileQueries(const Platform& platform)
-    : files_(platform.files), propertyLists_(platform.propertyLists) {}
+FileQueries::FileQueries(const Platform& platform) : files_(platform.files) {}
 
 bool FileQueries::exists(const std::string& path) const {
   return statusOf(files_, path).has_value();
@@ -46,9 +45,9 @@ std::vector<std::string> FileQueries::namesIn(const std::string& folder) const {
 
 std::optional<Dictionary> FileQueries::dictionaryAt(const std::string& path) const {
   if (!canBePath(path)) return std::nullopt;
-  const auto contents = files_.readFile(path.c_str(), PropertyLists::maximumBytes);
+  const auto contents = files_.readFile(path.c_str(), maximumPropertyListBytes);
   if (!contents) return std::nullopt;
-  const auto list = propertyLists_.parse(*contents);
+  const auto list = readPropertyList(*contents);
   const auto* dictionary = list ? list->dictionary() : nullptr;
   return dictionary ? std::optional(*dictionary) : std::nullopt;
 }

@@ -10,7 +10,6 @@
 namespace qrt {
 
 class FileSystem;
-class PropertyLists;
 struct Platform;
 
 /// Links are followed. What cannot be examined is not there, and nothing is waited for: FIFOs and
@@ -32,7 +31,6 @@ class FileQueries {
 
  private:
   FileSystem& files_;
-  PropertyLists& propertyLists_;
 };
 
 }  // namespace qrt

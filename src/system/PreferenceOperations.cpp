@@ -30,7 +30,7 @@ Outcome performOperationModifyPreferencesWithArguments(const Platform& platform,
       unpack<std::string, std::string, std::string, std::string, std::string>(arguments);
   const bool isComplete = !key.empty() && !application.empty() && !user.empty() && !host.empty();
   if (!isComplete) return posixError(PosixCode::invalidArgument);
-  const auto value = valueFromText(platform.propertyLists, text);
+  const auto value = valueFromText(text);
   if (!value) return value.error();
 
   PreferenceDomain domain;

@@ -46,7 +46,7 @@ std::int32_t QRTTaskExecutor::notRunWithoutHandles(Log& log, const std::string& 
 std::int32_t QRTTaskExecutor::executeProgramAtPath(const std::string& path,
                                                    const std::vector<std::string>& withArguments) {
   if (path.empty()) return notRun;
-  auto prepared = subprocesses_.prepare();
+  auto prepared = Subprocess::prepare();
   if (!prepared) return notRunWithoutHandles(log_, path);
 
   struct Run {

@@ -33,8 +33,7 @@ class QRTTaskExecutor {
   /// The status of a program that could not be run.
   static constexpr std::int32_t notRun = -1;
 
-  QRTTaskExecutor(SubprocessFacility& subprocesses, Log& log)
-      : subprocesses_(subprocesses), log_(log) {}
+  explicit QRTTaskExecutor(Log& log) : log_(log) {}
 
   /// True when only root can have put the program there: what the path leads to is a file of root
   /// and of group 0 that group and others cannot write, in a folder of the same kind. An error only
@@ -65,7 +64,6 @@ class QRTTaskExecutor {
   std::int32_t runSubTask(const ProgramLaunch& program);
   void processIncomingData(Data data, bool asError);
 
-  SubprocessFacility& subprocesses_;
   Log& log_;
   QRTTaskExecutorDelegate* delegate_ = nullptr;
   EnvironmentChanges environment_;

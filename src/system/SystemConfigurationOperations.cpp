@@ -47,7 +47,7 @@ Outcome performOperationModifySysconfWithArguments(const Platform& platform, con
   const auto [clientName, identifier, key, text] =
       unpack<std::string, std::string, std::string, std::string>(arguments);
   if (clientName.empty() || key.empty()) return posixError(PosixCode::invalidArgument);
-  const auto value = valueFromText(platform.propertyLists, text);
+  const auto value = valueFromText(text);
   if (!value) return value.error();
 
   const auto configuration = platform.systemConfiguration.open(clientName, identifier);

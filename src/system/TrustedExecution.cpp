@@ -67,7 +67,7 @@ Outcome executeTrusted(const Platform& platform, QRTPrivilegedOperationSetVK2& o
   operationSet.setOutputConnection(forwardingOutputToConnection);
 
   OutputForwarder forwarder(forwardingOutputToConnection);
-  QRTTaskExecutor executor(platform.subprocesses, platform.log);
+  QRTTaskExecutor executor(platform.log);
   executor.setDelegate(&forwarder);
   executor.setEnvironmentChanges(std::move(environment));
   const auto status = executor.executeProgramAtPath(systemProgramAtPath, withArguments);

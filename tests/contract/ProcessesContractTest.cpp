@@ -56,7 +56,7 @@ TEST_F(ProcessesContract, SearchesAtTheSameTimeDoNotTakeUsersFromEachOthersLists
 }
 
 TEST_F(ProcessesContract, ProgramsTellBothStreamsAndTheirStatus) {
-  auto child = platform().subprocesses.prepare();
+  auto child = Subprocess::prepare();
   ASSERT_TRUE(child);
   const std::vector<std::string> arguments{"-c", "echo \"$CONTRACT\"; echo wrong >&2; exit 3"};
   const EnvironmentChanges environment{{"CONTRACT", "kept"}};
@@ -71,7 +71,7 @@ TEST_F(ProcessesContract, ProgramsTellBothStreamsAndTheirStatus) {
   EXPECT_EQ(output, "kept\n");
   EXPECT_EQ(errors, "wrong\n");
 
-  auto missing = platform().subprocesses.prepare();
+  auto missing = Subprocess::prepare();
   EXPECT_EQ((*missing)->launch({"/no/such/program", {}, environment}), PosixCode::noEntry);
 }
 

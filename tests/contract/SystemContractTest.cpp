@@ -18,23 +18,22 @@ std::span<const std::uint8_t> bytesOf(std::string_view text) {
 }
 
 TEST_F(SystemContract, PropertyListsAreReadInEveryFormAndHeldToTheLimits) {
-  auto& lists = platform().propertyLists;
   const PropertyValue value = Dictionary{{"a", Array{"b", "c"}}, {"d", "e"}};
-  EXPECT_EQ(*lists.parse(bytesOf("{a = (b, \"c\"); d = e;}")), value);
-  EXPECT_EQ(*lists.parse(bytesOf(*lists.xml(value))), value);
+  EXPECT_EQ(*readPropertyList(bytesOf("{a = (b, \"c\"); d = e;}")), value);
+  EXPECT_EQ(*readPropertyList(bytesOf(*writeXmlPropertyList(value))), value);
   for (const char* open : {"(", "<array>"}) {
     std::string deep;
     for (int level = 0; level < 200'000; ++level) deep += open;
-    const auto list = lists.parse(bytesOf(deep));
+    const auto list = readPropertyList(bytesOf(deep));
     ASSERT_FALSE(list) << open;
     EXPECT_EQ(list.error().code, 3840) << open;
   }
 }
 
 TEST_F(SystemContract, TheVersionFileSaysWhichSystemThisIs) {
-  const auto bytes = platform().versionFile.read();
+  const auto bytes = readSystemVersionFile("/");
   if (!bytes) return;  // The system has none.
-  const auto list = platform().propertyLists.parse(*bytes);
+  const auto list = readPropertyList(*bytes);
   ASSERT_TRUE(list && list->dictionary());
   EXPECT_TRUE(stringIn(*list->dictionary(), "ProductVersion"));
 }
@@ -64,12 +63,12 @@ TEST_F(SystemContract, AServiceThatNobodyOffersIsAnErrorOfTheConnection) {
 }
 
 TEST_F(SystemContract, DevicesAreOverwrittenByName) {
-  const auto device = platform().blockDevices.open("null");
+  const auto device = openBlockDevice("/", "null");
   ASSERT_TRUE(device);
   EXPECT_EQ(*(*device)->writeZeros(512), 512u);
   EXPECT_EQ((*device)->synchronize(), PosixCode::success);
-  EXPECT_EQ(platform().blockDevices.open("no such device").error(), PosixCode::noEntry);
-  EXPECT_EQ(platform().blockDevices.open("../etc/passwd").error(), PosixCode::invalidArgument);
+  EXPECT_EQ(openBlockDevice("/", "no such device").error(), PosixCode::noEntry);
+  EXPECT_EQ(openBlockDevice("/", "../etc/passwd").error(), PosixCode::invalidArgument);
 }
 
 TEST_F(SystemContract, ApplicationsAreFoundWhereTheyAreRegistered) {

@@ -16,7 +16,7 @@ namespace qrt::test {
 /// Serves until the process ends.
 inline void runDaemon(const Doubles& doubles, const Platform& rest) {
   const auto platform = platformWith(doubles, rest);
-  const auto info = platform.propertyLists.parse(infoPropertyList);
+  const auto info = readPropertyList(infoPropertyList);
   const EntryPoint entryPoint{platform, *info->dictionary(), registerAllHandlers, std::cout,
                               std::cerr};
   platform.self.exit(entryPoint.enter({}));

@@ -19,8 +19,7 @@ class OperationSetLocalization : public testing::Test {
 
   Localization localization(bool isPolite = false) {
     // Tables are cached, so each answer is given by a new reader.
-    tables = std::make_unique<StringTables>(bundle.path(), "de", native.facilities().files,
-                                            native.facilities().propertyLists);
+    tables = std::make_unique<StringTables>(bundle.path(), "de", native.facilities().files);
     return {*tables, isPolite};
   }
   std::string text(const std::string& key, std::string_view table, bool isPolite = false) {
@@ -115,7 +114,7 @@ TEST_F(OperationSetLocalization, ErrorsNestedWithoutEndAreNotFollowedForever) {
 TEST_F(OperationSetLocalization, GermanTablesAreComplete) {
   const auto table = [&](const std::string& name) {
     const auto text = test::contentsOf(QRT_TABLES + name + ".strings");
-    return *native.facilities().propertyLists.parse(Data(text.begin(), text.end()))->dictionary();
+    return *readPropertyList(Data(text.begin(), text.end()))->dictionary();
   };
   const auto plain = table("PrivilegedOperationErrors");
   const auto polite = table("PrivilegedOperationErrors-Polite");

@@ -100,7 +100,7 @@ TEST(PropertyListHostility, IsAnsweredWithAnErrorSoon) {
       {"count of items", binary({"\xAF\x13" + bigEndian(~0ull >> 1, 8)})},
       {"count of pairs", binary({"\xDF\x13" + bigEndian(1ull << 61, 8)})},
       {"count of characters", binary({"\x6F\x13" + bigEndian(1ull << 63, 8)})},
-      {"too many bytes", std::string(PropertyLists::maximumBytes + 1, ' ')},
+      {"too many bytes", std::string(maximumPropertyListBytes + 1, ' ')},
   };
   for (const auto& [name, bytes] : inputs) {
     const auto begin = std::clock();
@@ -119,7 +119,7 @@ TEST(PropertyListHostility, DepthIsLimitedInEveryForm) {
     return std::vector{nested("<array>", "</array>", levels), nested("(", ")", levels),
                        sharedArrays(levels - 1, 1, "\xA0")};
   };
-  const std::size_t most = PropertyLists::maximumDepth;
+  const std::size_t most = maximumPropertyListDepth;
   for (const auto& bytes : forms(most)) EXPECT_TRUE(test::parsed(bytes)) << bytes.front();
   for (const auto& bytes : forms(most + 1)) EXPECT_FALSE(test::parsed(bytes)) << bytes.front();
 }
@@ -127,14 +127,14 @@ TEST(PropertyListHostility, DepthIsLimitedInEveryForm) {
 TEST(PropertyListHostility, ObjectsAndBytesAreLimited) {
   PropertyListBuilder items;
   ASSERT_FALSE(items.beginArray());
-  for (std::size_t i = 1; i < PropertyLists::maximumObjects; ++i) ASSERT_FALSE(items.add(true));
+  for (std::size_t i = 1; i < maximumPropertyListObjects; ++i) ASSERT_FALSE(items.add(true));
   EXPECT_TRUE(items.add(true));
 
   for (const PropertyValue& more : {PropertyValue("a"), PropertyValue(Data{0})}) {
     PropertyListBuilder bytes;
     ASSERT_FALSE(bytes.beginDictionary());
     ASSERT_FALSE(bytes.key("a"));
-    ASSERT_FALSE(bytes.add(Data(PropertyLists::maximumBytes - 2)));
+    ASSERT_FALSE(bytes.add(Data(maximumPropertyListBytes - 2)));
     ASSERT_FALSE(bytes.key("b"));
     EXPECT_TRUE(bytes.add(more));
   }

@@ -282,9 +282,9 @@ TEST(PropertyList, WritesXml) {
 
 TEST(PropertyList, RefusesToWriteWhatXmlCannotHold) {
   PropertyValue deep = Array{};
-  for (std::size_t i = 0; i < PropertyLists::maximumDepth; ++i) deep = Array{std::move(deep)};
+  for (std::size_t i = 0; i < maximumPropertyListDepth; ++i) deep = Array{std::move(deep)};
   Dictionary wide;
-  for (std::size_t i = 0; i < PropertyLists::maximumObjects / 2; ++i) {
+  for (std::size_t i = 0; i < maximumPropertyListObjects / 2; ++i) {
     wide.emplace(std::to_string(i), true);
   }
   const std::pair<const char*, PropertyValue> cases[] = {
@@ -298,10 +298,10 @@ TEST(PropertyList, RefusesToWriteWhatXmlCannotHold) {
       {"date of the year 10000", Date{253402300800.0}},
       {"depth", deep},
       {"objects", wide},
-      {"bytes", Data(PropertyLists::maximumBytes)},
+      {"bytes", Data(maximumPropertyListBytes)},
   };
   for (const auto& [what, value] : cases) {
-    const auto text = BoundedPropertyLists().xml(value);
+    const auto text = writeXmlPropertyList(value);
     ASSERT_FALSE(text) << what;
     EXPECT_EQ(text.error().domain, cocoaErrorDomain) << what;
     EXPECT_EQ(text.error().code, 3851) << what;

@@ -7,7 +7,6 @@
 
 #include "platform/FileDescriptor.h"
 #include "platform/posix/DescriptorLimit.h"
-#include "platform/posix/PosixSubprocess.h"
 #include "support/ScratchFolder.h"
 
 namespace qrt {
@@ -25,7 +24,7 @@ struct Finished {
 Finished runProgram(const std::string& path, const std::vector<std::string>& arguments,
                     const EnvironmentChanges& environment = {}) {
   Finished finished;
-  const auto subprocess = std::move(*PosixSubprocessFacility().prepare());
+  const auto subprocess = std::move(*Subprocess::prepare());
   finished.launched = subprocess->launch({path, arguments, environment});
   if (finished.launched != PosixCode::success) return finished;
   const auto receive = [&finished](StandardStream stream, std::span<const std::uint8_t> piece) {
@@ -74,7 +73,7 @@ TEST(Subprocess, WhatAProgramLeavesBehindHoldsNobodyUp) {
 TEST(Subprocess, AProgramThatIsNotWaitedForIsReapedAllTheSame) {
   // With nobody to read what it writes it ends at once.
   const ProgramLaunch endless{"/bin/sh", {"-c", "while :; do echo x; done"}, {}};
-  EXPECT_EQ((*PosixSubprocessFacility().prepare())->launch(endless), PosixCode::success);
+  EXPECT_EQ((*Subprocess::prepare())->launch(endless), PosixCode::success);
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
 }
 

@@ -21,7 +21,7 @@ class EntryPointTest : public testing::Test {
   using Texts = std::vector<std::string>;
 
   test::ServicePlatform doubles_;
-  Dictionary info_ = *doubles_.platform.propertyLists.parse(infoPropertyList).value().dictionary();
+  Dictionary info_ = *readPropertyList(infoPropertyList).value().dictionary();
   std::ostringstream output_, error_;
 
   /// Without a handler for one of the codes.
@@ -66,7 +66,7 @@ TEST_F(EntryPointTest, ItsPropertyListsNameTheServiceAndItsRequestor) {
   ASSERT_EQ(clients.size(), 1u);
   EXPECT_NE(clients[0].string()->find('"' + set.nameOfXPCRequestorForHelper() + '"'),
             std::string::npos);
-  EXPECT_EQ(*doubles_.platform.propertyLists.parse(launchdPropertyList),
+  EXPECT_EQ(*readPropertyList(launchdPropertyList),
             (Dictionary{{"Label", service}, {"MachServices", Dictionary{{service, true}}}}));
 }
 

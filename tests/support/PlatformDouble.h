@@ -27,17 +27,15 @@ inline Platform platformWith(const Doubles& doubles, const Platform& rest) {
   const auto either = [](auto* facility, auto& other) -> auto& {
     return facility ? *facility : other;
   };
-  return {.log = either(doubles.log, rest.log),
+  return {.root = rest.root,
+          .log = either(doubles.log, rest.log),
           .self = either(doubles.self, rest.self),
           .files = either(doubles.files, rest.files),
           .extendedAttributes = rest.extendedAttributes,
           .accessControl = rest.accessControl,
-          .propertyLists = rest.propertyLists,
-          .versionFile = rest.versionFile,
           .processes = either(doubles.processes, rest.processes),
           .users = either(doubles.users, rest.users),
           .kernelSettings = rest.kernelSettings,
-          .subprocesses = rest.subprocesses,
           .jobControl = either(doubles.jobControl, rest.jobControl),
           .preferences = either(doubles.preferences, rest.preferences),
           .systemConfiguration = either(doubles.systemConfiguration, rest.systemConfiguration),
@@ -46,7 +44,6 @@ inline Platform platformWith(const Doubles& doubles, const Platform& rest) {
           .helperConnector = either(doubles.helperConnector, rest.helperConnector),
           .smc = rest.smc,
           .nvram = rest.nvram,
-          .blockDevices = rest.blockDevices,
           .applications = either(doubles.applications, rest.applications),
           .codeSigning = either(doubles.codeSigning, rest.codeSigning),
           .volumes = rest.volumes};

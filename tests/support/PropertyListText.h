@@ -4,13 +4,12 @@
 #include <string>
 #include <string_view>
 
-#include "platform/posix/propertylists/BoundedPropertyLists.h"
+#include "platform/PropertyLists.h"
 
 namespace qrt::test {
 
 inline Result<PropertyValue> parsed(std::string_view bytes) {
-  return BoundedPropertyLists().parse(
-      {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+  return readPropertyList({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
 }
 
 inline std::string bigEndian(std::uint64_t value, int width) {
@@ -36,7 +35,7 @@ inline std::string binaryList(const std::vector<std::string>& objects, int refer
 /// The list as XML, which unlike the values' own equality tells 1, 1.0 and true apart; for an error
 /// its code and description.
 inline std::string shown(const Result<PropertyValue>& list) {
-  const auto text = list ? BoundedPropertyLists().xml(*list) : Result<std::string>(list.error());
+  const auto text = list ? writeXmlPropertyList(*list) : Result<std::string>(list.error());
   if (text) return *text;
   return "error " + std::to_string(text.error().code) + ": " + descriptionOf(text.error());
 }

@@ -33,7 +33,7 @@ class TaskExecutor : public testing::Test {
  protected:
   const NativePlatform native;
   test::RecordingLog log;
-  QRTTaskExecutor executor{native.facilities().subprocesses, log};
+  QRTTaskExecutor executor{log};
   RecordingDelegate delegate;
 };
 

@@ -274,8 +274,8 @@ class Client {
   }
 
   ExitStatus fail(const Error& error) {
-    StringTables tables(environment_.bundlePath, environment_.language, environment_.platform.files,
-                        environment_.platform.propertyLists);
+    StringTables tables(environment_.bundlePath, environment_.language,
+                        environment_.platform.files);
     const Localization localization{
         tables, NSProcessInfoQRTAdditions::shouldUIUsePoliteForms(environment_.platform)};
     presenter_->showFailure(

@@ -17,7 +17,6 @@ class Log;
 class Nvram;
 class Preferences;
 class ProcessTable;
-class PropertyLists;
 class SMCExchange;
 class SystemConfiguration;
 class Transport;
@@ -35,11 +34,10 @@ std::unique_ptr<AccessControl> makeAccessControl();
 std::unique_ptr<ProcessTable> makeProcessTable(const std::string& root);
 std::unique_ptr<KernelSettings> makeKernelSettings(const std::string& root);
 std::unique_ptr<JobControl> makeJobControl();
-std::unique_ptr<Preferences> makePreferences(const std::string& root, PropertyLists& propertyLists);
+std::unique_ptr<Preferences> makePreferences(const std::string& root);
 /// `folder` holds the configurations; it is made when it is needed.
 std::unique_ptr<SystemConfiguration> makeSystemConfiguration(const std::string& folder,
                                                              const std::string& root,
-                                                             PropertyLists& propertyLists,
                                                              KernelSettings& kernelSettings);
 std::unique_ptr<Transport> makeTransport(LinuxAuthority& authority);
 std::unique_ptr<HelperConnector> makeHelperConnector();

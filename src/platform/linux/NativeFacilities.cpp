@@ -7,12 +7,8 @@
 #include "platform/linux/authority/LinuxAuthority.h"
 #include "platform/linux/signing/LinuxCodeSigning.h"
 #include "platform/linux/wire/ActivationSocket.h"
-#include "platform/posix/PosixBlockDevices.h"
 #include "platform/posix/PosixSelfProcess.h"
-#include "platform/posix/PosixSubprocess.h"
-#include "platform/posix/PosixSystemVersionFile.h"
 #include "platform/posix/PosixUserDirectory.h"
-#include "platform/posix/propertylists/BoundedPropertyLists.h"
 #include "protocol/Names.h"
 
 namespace qrt {
@@ -38,25 +34,20 @@ NativeFacilities makeNativeFacilities(const std::string& root) {
   made.files = makeNativeFileSystem();
   made.extendedAttributes = makeExtendedAttributes();
   made.accessControl = makeAccessControl();
-  made.propertyLists = std::make_unique<BoundedPropertyLists>();
-  made.versionFile = std::make_unique<PosixSystemVersionFile>(root);
   made.processes = makeProcessTable(root);
   made.users = std::make_unique<PosixUserDirectory>();
   made.kernelSettings = makeKernelSettings(root);
-  made.subprocesses = std::make_unique<PosixSubprocessFacility>();
   made.jobControl = makeJobControl();
-  made.preferences = makePreferences(root, *made.propertyLists);
-  made.systemConfiguration =
-      makeSystemConfiguration(serviceFolder("CONFIGURATION_DIRECTORY", root + "etc"), root,
-                              *made.propertyLists, *made.kernelSettings);
-  auto authority = std::make_unique<LinuxAuthority>(
-      root, serviceFolder("STATE_DIRECTORY", root + "var/lib"), *made.propertyLists);
+  made.preferences = makePreferences(root);
+  made.systemConfiguration = makeSystemConfiguration(
+      serviceFolder("CONFIGURATION_DIRECTORY", root + "etc"), root, *made.kernelSettings);
+  auto authority =
+      std::make_unique<LinuxAuthority>(root, serviceFolder("STATE_DIRECTORY", root + "var/lib"));
   made.transport = makeTransport(*authority);
   made.authority = std::move(authority);
   made.helperConnector = makeHelperConnector();
   made.smc = makeSMCExchange(root);
   made.nvram = makeNvram(root);
-  made.blockDevices = std::make_unique<PosixBlockDevices>(root);
   made.applications = makeApplicationRegistry();
   made.codeSigning = std::make_unique<LinuxCodeSigning>();
   made.volumes = makeVolumes(root);

@@ -18,11 +18,7 @@
 #include "platform/macos/files/MacosVolumes.h"
 #include "platform/macos/xpc/MacosHelperConnector.h"
 #include "platform/macos/xpc/MacosTransport.h"
-#include "platform/posix/PosixBlockDevices.h"
 #include "platform/posix/PosixSelfProcess.h"
-#include "platform/posix/PosixSubprocess.h"
-#include "platform/posix/PosixSystemVersionFile.h"
-#include "platform/posix/propertylists/BoundedPropertyLists.h"
 
 namespace qrt {
 
@@ -34,12 +30,9 @@ NativeFacilities makeNativeFacilities(const std::string& root) {
   made.files = std::make_unique<MacosFileSystem>();
   made.extendedAttributes = std::make_unique<MacosExtendedAttributes>();
   made.accessControl = std::make_unique<MacosAccessControl>();
-  made.propertyLists = std::make_unique<BoundedPropertyLists>();
-  made.versionFile = std::make_unique<PosixSystemVersionFile>(root);
   made.processes = std::make_unique<MacosProcessTable>();
   made.users = std::make_unique<MacosUserDirectory>();
   made.kernelSettings = std::make_unique<MacosKernelSettings>();
-  made.subprocesses = std::make_unique<PosixSubprocessFacility>();
   made.jobControl = std::make_unique<LaunchdJobControl>();
   made.preferences = std::make_unique<MacosPreferences>();
   made.systemConfiguration = std::make_unique<MacosSystemConfiguration>();
@@ -48,7 +41,6 @@ NativeFacilities makeNativeFacilities(const std::string& root) {
   made.helperConnector = std::make_unique<MacosHelperConnector>();
   made.smc = std::make_unique<MacosSMCExchange>();
   made.nvram = std::make_unique<MacosNvram>();
-  made.blockDevices = std::make_unique<PosixBlockDevices>(root);
   made.applications = std::make_unique<MacosApplicationRegistry>();
   made.codeSigning = std::make_unique<MacosCodeSigning>();
   made.volumes = std::make_unique<MacosVolumes>();

@@ -5,19 +5,17 @@
 namespace qrt {
 
 struct NativePlatform::Facilities {
-  explicit Facilities(NativeFacilities facilities)
-      : owned(std::move(facilities)),
-        references{.log = *owned.log,
+  explicit Facilities(const std::string& root)
+      : owned(makeNativeFacilities(root)),
+        references{.root = root,
+                   .log = *owned.log,
                    .self = *owned.self,
                    .files = *owned.files,
                    .extendedAttributes = *owned.extendedAttributes,
                    .accessControl = *owned.accessControl,
-                   .propertyLists = *owned.propertyLists,
-                   .versionFile = *owned.versionFile,
                    .processes = *owned.processes,
                    .users = *owned.users,
                    .kernelSettings = *owned.kernelSettings,
-                   .subprocesses = *owned.subprocesses,
                    .jobControl = *owned.jobControl,
                    .preferences = *owned.preferences,
                    .systemConfiguration = *owned.systemConfiguration,
@@ -26,7 +24,6 @@ struct NativePlatform::Facilities {
                    .helperConnector = *owned.helperConnector,
                    .smc = *owned.smc,
                    .nvram = *owned.nvram,
-                   .blockDevices = *owned.blockDevices,
                    .applications = *owned.applications,
                    .codeSigning = *owned.codeSigning,
                    .volumes = *owned.volumes} {}
@@ -36,7 +33,7 @@ struct NativePlatform::Facilities {
 };
 
 NativePlatform::NativePlatform(const std::string& root)
-    : owned_(std::make_unique<Facilities>(makeNativeFacilities(root))) {}
+    : owned_(std::make_unique<Facilities>(root)) {}
 
 NativePlatform::~NativePlatform() = default;
 

@@ -7,7 +7,6 @@
 #include "platform/AccessControl.h"
 #include "platform/ApplicationRegistry.h"
 #include "platform/Authority.h"
-#include "platform/BlockDevice.h"
 #include "platform/CodeSigning.h"
 #include "platform/ExtendedAttributes.h"
 #include "platform/FileSystem.h"
@@ -18,12 +17,9 @@
 #include "platform/Nvram.h"
 #include "platform/Preferences.h"
 #include "platform/ProcessTable.h"
-#include "platform/PropertyLists.h"
 #include "platform/SMCExchange.h"
 #include "platform/SelfProcess.h"
-#include "platform/Subprocess.h"
 #include "platform/SystemConfiguration.h"
-#include "platform/SystemVersionFile.h"
 #include "platform/Transport.h"
 #include "platform/UserDirectory.h"
 #include "platform/Volumes.h"
@@ -37,12 +33,9 @@ struct NativeFacilities {
   std::unique_ptr<FileSystem> files;
   std::unique_ptr<ExtendedAttributes> extendedAttributes;
   std::unique_ptr<AccessControl> accessControl;
-  std::unique_ptr<PropertyLists> propertyLists;
-  std::unique_ptr<SystemVersionFile> versionFile;
   std::unique_ptr<ProcessTable> processes;
   std::unique_ptr<UserDirectory> users;
   std::unique_ptr<KernelSettings> kernelSettings;
-  std::unique_ptr<SubprocessFacility> subprocesses;
   std::unique_ptr<JobControl> jobControl;
   std::unique_ptr<Preferences> preferences;
   std::unique_ptr<SystemConfiguration> systemConfiguration;
@@ -51,7 +44,6 @@ struct NativeFacilities {
   std::unique_ptr<HelperConnector> helperConnector;
   std::unique_ptr<SMCExchange> smc;
   std::unique_ptr<Nvram> nvram;
-  std::unique_ptr<BlockDevices> blockDevices;
   std::unique_ptr<ApplicationRegistry> applications;
   std::unique_ptr<CodeSigning> codeSigning;
   std::unique_ptr<Volumes> volumes;

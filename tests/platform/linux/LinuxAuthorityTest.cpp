@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include "platform/posix/propertylists/BoundedPropertyLists.h"
 #include "support/PlantedFile.h"
 #include "support/RecordingLog.h"
 #include "support/WirePair.h"
@@ -27,9 +26,8 @@ class LinuxAuthorityTest : public testing::Test {
   test::ScratchFolder scratch_;
   std::string actions_ = scratch_.path("usr/share/polkit-1/actions/");
   std::string state_ = scratch_.path("state");
-  BoundedPropertyLists propertyLists_;
   test::RecordingLog log_;
-  LinuxAuthority authority_{scratch_.path(), state_, propertyLists_};
+  LinuxAuthority authority_{scratch_.path(), state_};
 
   PeerIdentity self(std::uint32_t user) const {
     return {user, static_cast<std::int32_t>(getpid()), *startTimeOfProcess(getpid())};
@@ -75,7 +73,7 @@ TEST_F(LinuxRightsTest, AreGrantedByUser) {
                {1000, "unknown", denied},     {0, "admins", granted},   {0, "unknown", granted}};
   for (const auto& c : cases) EXPECT_EQ(ask(c.user, c.right), c.status) << c.user << c.right;
   // Another process's view of the same database.
-  LinuxAuthority other(scratch_.path(), state_, propertyLists_);
+  LinuxAuthority other(scratch_.path(), state_);
   EXPECT_EQ(other.rightRemove(**reference_, "everybodys"), granted);
   EXPECT_EQ(ask(1000, "everybodys"), denied);
 }
@@ -137,7 +135,7 @@ TEST_F(LinuxAuthorityTest, EveryChangedByteBreaksTheSeal) {
         << i;
   }
   test::ScratchFolder elsewhere;
-  LinuxAuthority stranger(scratch_.path(), elsewhere.path() + "/state", propertyLists_);
+  LinuxAuthority stranger(scratch_.path(), elsewhere.path() + "/state");
   EXPECT_FALSE(stranger.createFromExternalForm({}, form, log_));
 }
 
@@ -160,7 +158,7 @@ TEST_F(LinuxAuthorityTest, AFormOfAnEarlierBootIsNotAccepted) {
   for (const auto& [identifier, isAccepted] :
        {std::pair{"two", false}, {"", false}, {"one", true}}) {
     boot(identifier);
-    LinuxAuthority restarted(scratch_.path(), state_, propertyLists_);
+    LinuxAuthority restarted(scratch_.path(), state_);
     EXPECT_EQ(bool(restarted.createFromExternalForm({}, form, log_)), isAccepted) << identifier;
   }
 }
@@ -170,11 +168,11 @@ TEST_F(LinuxAuthorityTest, TheKeyIsRootsAndStaysTheSame) {
   const auto key = statusOf(state_ + "/authorization.key");
   EXPECT_EQ(key.st_mode, S_IFREG | 0600u);
   EXPECT_EQ(key.st_size, 32);
-  LinuxAuthority restarted(scratch_.path(), state_, propertyLists_);
+  LinuxAuthority restarted(scratch_.path(), state_);
   EXPECT_TRUE(restarted.createFromExternalForm({}, form, log_));
 
   chmod(state_.c_str(), 0777);
-  LinuxAuthority careful(scratch_.path(), state_, propertyLists_);
+  LinuxAuthority careful(scratch_.path(), state_);
   EXPECT_FALSE(careful.externalForm(self(0))) << "a folder that others can write was trusted";
 }
 

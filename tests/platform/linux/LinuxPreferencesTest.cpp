@@ -61,8 +61,7 @@ class LinuxPreferencesTest : public testing::Test {
   gid_t group = 0;
   std::string home, defaults;
   const test::ScratchFolder root;
-  BoundedPropertyLists lists;
-  const std::unique_ptr<Preferences> preferences = makePreferences(root.path(), lists);
+  const std::unique_ptr<Preferences> preferences = makePreferences(root.path());
 };
 
 TEST_F(LinuxPreferencesTest, TheDomainNamesTheFileAndItsOwner) {
@@ -228,7 +227,7 @@ TEST_F(LinuxPreferencesTest, TheToolOfThoseDefaultsSeesThemAsItsUser) {
   if (!isPlanted) GTEST_SKIP() << "needs the right to mount";
   ASSERT_EQ(chown(home.c_str(), 47110, 47110), 0);
 
-  const auto system = makePreferences("/", lists);
+  const auto system = makePreferences("/");
   const PreferenceSelector townsman{Kind::named, "qrttest"};
   const auto modify = [&](const std::string& key, std::optional<PropertyValue> value) {
     return system->setValue({"Town", townsman, {any}}, key, value);

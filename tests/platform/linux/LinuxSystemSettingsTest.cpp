@@ -82,10 +82,9 @@ class LinuxSystemConfigurationTest : public testing::Test {
   }
 
   const test::ScratchFolder root;
-  BoundedPropertyLists lists;
   const std::unique_ptr<KernelSettings> kernel = makeKernelSettings(root.path());
   const std::unique_ptr<SystemConfiguration> configuration =
-      makeSystemConfiguration(root.path("etc/service"), root.path(), lists, *kernel);
+      makeSystemConfiguration(root.path("etc/service"), root.path(), *kernel);
 };
 
 TEST_F(LinuxSystemConfigurationTest, ValuesAreKeptInTheFileThatIsNamed) {
@@ -116,10 +115,10 @@ TEST_F(LinuxSystemConfigurationTest, ConfigurationsThatCannotBeReadOrHeldAreNotL
   root.file("etc/service/damaged.plist", "{ open");
   EXPECT_FALSE(change("damaged.plist", "key", 1));
   EXPECT_EQ(contentsOf(root.path("etc/service/damaged.plist")), "{ open");
-  EXPECT_FALSE(change("", "large", std::string(PropertyLists::maximumBytes, 'x')));
+  EXPECT_FALSE(change("", "large", std::string(maximumPropertyListBytes, 'x')));
   EXPECT_FALSE(change("", "unwritable", "\x01"));
   EXPECT_EQ(read("preferences.plist"), (Dictionary{{"key", 1}}));
-  const std::string large(PropertyLists::maximumBytes - 500, 'x');
+  const std::string large(maximumPropertyListBytes - 500, 'x');
   EXPECT_TRUE(change("", "large", large) && change("", "key", {}));
   EXPECT_EQ(read("preferences.plist"), (Dictionary{{"large", large}}));
 }

@@ -37,7 +37,7 @@ std::string verdict(const Installer& installer) {
   const auto& facilities = native.facilities();
   if (!installer.installInfo.empty()) {
     test::plant(scratch, contents + "SharedSupport/InstallInfo.plist",
-                *facilities.propertyLists.xml(installer.installInfo));
+                *writeXmlPropertyList(installer.installInfo));
   }
   const SigningChain chain(installer.chain);
   test::signBundle(scratch.path(installer.name), chain, {.team = installer.team});

@@ -4,7 +4,7 @@
 #include <map>
 #include <stdexcept>
 
-#include "platform/posix/propertylists/BoundedPropertyLists.h"
+#include "platform/PropertyLists.h"
 #include "support/PlantedFile.h"
 
 namespace qrt::test {
@@ -113,7 +113,7 @@ std::vector<SignedAttribute> attributesFor(const std::vector<Data>& directories,
     attributes.push_back({"1.2.840.113635.100.9.2", pair, true});
   }
   if (options.lists == options.older || options.lists == options.both) {
-    const auto xml = BoundedPropertyLists().xml(Dictionary{{"cdhashes", list}});
+    const auto xml = writeXmlPropertyList(Dictionary{{"cdhashes", list}});
     attributes.push_back({"1.2.840.113635.100.9.1", Data(xml->begin(), xml->end())});
   }
   return attributes;
@@ -162,7 +162,7 @@ Data bytesOf(const std::string& path) {
 }
 
 void writeList(const std::string& path, const PropertyValue& value) {
-  std::ofstream(path) << *BoundedPropertyLists().xml(value);
+  std::ofstream(path) << *writeXmlPropertyList(value);
 }
 
 /// Seals what a shell command finds in a folder, one path a line.

@@ -50,11 +50,10 @@ class LinuxAuthority::Reference : public Authorization {
   LinuxAuthority& authority_;
 };
 
-LinuxAuthority::LinuxAuthority(const std::string& root, std::string stateFolder,
-                               PropertyLists& propertyLists)
+LinuxAuthority::LinuxAuthority(const std::string& root, std::string stateFolder)
     : state_(std::move(stateFolder)),
       seal_(state_, root + "/proc/sys/kernel/random/boot_id"),
-      rights_(state_, propertyLists),
+      rights_(state_),
       actions_(root),
       polkit_(root) {}
 

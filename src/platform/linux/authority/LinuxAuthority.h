@@ -24,7 +24,7 @@ namespace qrt {
 /// removing it removes both.
 class LinuxAuthority : public Authority {
  public:
-  LinuxAuthority(const std::string& root, std::string stateFolder, PropertyLists& propertyLists);
+  LinuxAuthority(const std::string& root, std::string stateFolder);
 
   /// The form for a peer that the kernel has named. Empty when it cannot be sealed.
   std::optional<AuthorizationExternalForm> externalForm(const PeerIdentity& peer);

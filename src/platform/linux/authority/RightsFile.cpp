@@ -15,7 +15,7 @@ std::optional<Dictionary> RightsFile::load() {
     if (contents.error() == PosixCode::noEntry) return Dictionary();
     return std::nullopt;
   }
-  const auto list = propertyLists_.parse(*contents);
+  const auto list = readPropertyList(*contents);
   if (!list || !list->dictionary()) return std::nullopt;
   return *list->dictionary();
 }
@@ -31,7 +31,7 @@ const Dictionary& RightsFile::current() {
 }
 
 bool RightsFile::store(const Dictionary& rights) {
-  const auto text = propertyLists_.xml(rights);
+  const auto text = writeXmlPropertyList(rights);
   if (!text) return false;
   return state_.replace(fileName, asBytes(*text)) == PosixCode::success;
 }

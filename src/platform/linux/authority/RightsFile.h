@@ -16,8 +16,7 @@ namespace qrt {
 /// Thread-safe; changes by another process are seen.
 class RightsFile {
  public:
-  RightsFile(StateFolder& state, PropertyLists& propertyLists)
-      : state_(state), propertyLists_(propertyLists) {}
+  explicit RightsFile(StateFolder& state) : state_(state) {}
 
   /// The definition of a right. Empty when there is no such right.
   std::optional<PropertyValue> definition(const std::string& name);
@@ -32,7 +31,6 @@ class RightsFile {
   bool store(const Dictionary& rights);
 
   StateFolder& state_;
-  PropertyLists& propertyLists_;
   std::mutex mutex_;
   std::uint64_t cachedVersion_ = 0;
   Dictionary cached_;

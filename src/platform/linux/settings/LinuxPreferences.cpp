@@ -83,16 +83,15 @@ struct DefaultsFile {
   mode_t mode;
 };
 
-PosixResult<DefaultsFile> readDefaults(int folder, const std::string& name,
-                                       PropertyLists& propertyLists) {
+PosixResult<DefaultsFile> readDefaults(int folder, const std::string& name) {
   constexpr int withoutSurprise = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
   const FileDescriptor file(openat(folder, name.c_str(), withoutSurprise));
   struct stat status;
   if (!file || fstat(file.get(), &status) != 0) return lastError();
   if (!S_ISREG(status.st_mode)) return PosixCode::invalidArgument;
-  const auto bytes = readFile(file.get(), PropertyLists::maximumBytes);
+  const auto bytes = readFile(file.get(), maximumPropertyListBytes);
   if (!bytes) return bytes.error();
-  auto list = propertyLists.parse(*bytes);
+  auto list = readPropertyList(*bytes);
   // Settings that cannot be read must not be lost.
   if (!list || !list->dictionary()) return PosixCode::invalidArgument;
   constexpr mode_t permissions = 0777;
@@ -100,11 +99,10 @@ PosixResult<DefaultsFile> readDefaults(int folder, const std::string& name,
                       status.st_mode & permissions};
 }
 
-PosixCode writeDefaults(int folder, const std::string& name, const DefaultsFile& file,
-                        PropertyLists& propertyLists) {
-  const auto text = propertyLists.xml(file.contents);
+PosixCode writeDefaults(int folder, const std::string& name, const DefaultsFile& file) {
+  const auto text = writeXmlPropertyList(file.contents);
   if (!text) return PosixCode::invalidArgument;
-  if (text->size() > PropertyLists::maximumBytes) return PosixCode::noSpace;
+  if (text->size() > maximumPropertyListBytes) return PosixCode::noSpace;
   // Only root can give a file to another user. This one is open, so no name can lead elsewhere.
   const auto giveToOwner = [&file](int descriptor) {
     const FileSystemIdentity root(0, 0);
@@ -125,8 +123,7 @@ PosixCode writeDefaults(int folder, const std::string& name, const DefaultsFile&
 /// another user. A file keeps its owner and its mode.
 class LinuxPreferences : public Preferences {
  public:
-  LinuxPreferences(const std::string& root, PropertyLists& propertyLists)
-      : root_(root), propertyLists_(propertyLists) {}
+  explicit LinuxPreferences(const std::string& root) : root_(root) {}
 
   bool setValue(const PreferenceDomain& domain, const std::string& key,
                 const std::optional<PropertyValue>& value) override;
@@ -149,7 +146,6 @@ class LinuxPreferences : public Preferences {
                        const Change& change);
 
   const std::string root_;
-  PropertyLists& propertyLists_;
 };
 
 std::optional<LinuxPreferences::Place> LinuxPreferences::placeFor(
@@ -182,7 +178,7 @@ bool LinuxPreferences::setValue(const PreferenceDomain& domain, const std::strin
 
 PosixCode LinuxPreferences::changeFile(int folder, const std::string& name, const Place& place,
                                        const Change& change) {
-  auto file = readDefaults(folder, name, propertyLists_);
+  auto file = readDefaults(folder, name);
   if (!file) {
     if (file.error() != PosixCode::noEntry) return file.error();
     file = DefaultsFile{{}, place.user, place.group, place.modeOfNewFile};
@@ -196,14 +192,13 @@ PosixCode LinuxPreferences::changeFile(int folder, const std::string& name, cons
   const bool isOwn = file->user == place.user;
   const FileSystemIdentity writer(isOwn ? place.user : 0, isOwn ? place.group : 0);
   if (!writer.isTaken()) return PosixCode::notPermitted;
-  return writeDefaults(folder, name, *file, propertyLists_);
+  return writeDefaults(folder, name, *file);
 }
 
 }  // namespace
 
-std::unique_ptr<Preferences> makePreferences(const std::string& root,
-                                             PropertyLists& propertyLists) {
-  return std::make_unique<LinuxPreferences>(root, propertyLists);
+std::unique_ptr<Preferences> makePreferences(const std::string& root) {
+  return std::make_unique<LinuxPreferences>(root);
 }
 
 }  // namespace qrt

@@ -56,7 +56,7 @@ std::optional<std::string> interfaceNamed(const std::string& name) {
 class LinuxSystemConfiguration : public SystemConfiguration {
  public:
   LinuxSystemConfiguration(const std::string& folder, const std::string& root,
-                           PropertyLists& propertyLists, KernelSettings& kernelSettings);
+                           KernelSettings& kernelSettings);
 
   std::unique_ptr<SystemConfigurationPreferences> open(const std::string& clientName,
                                                        const std::string& identifier) override;
@@ -68,7 +68,6 @@ class LinuxSystemConfiguration : public SystemConfiguration {
   StateFolder files_;
   SysctlFile settingsAtStart_;
   const std::string interfacesFolder_;
-  PropertyLists& propertyLists_;
   KernelSettings& kernelSettings_;
 };
 
@@ -120,14 +119,14 @@ class LinuxSystemConfiguration::Session : public SystemConfigurationPreferences 
       if (bytes.error() == PosixCode::noEntry) values_.emplace();
       return values_.has_value();
     }
-    const auto list = owner_.propertyLists_.parse(*bytes);
+    const auto list = readPropertyList(*bytes);
     if (list && list->dictionary()) values_ = *list->dictionary();
     return values_.has_value();
   }
 
   bool storeValues() {
     if (!values_) return true;
-    const auto text = owner_.propertyLists_.xml(*values_);
+    const auto text = writeXmlPropertyList(*values_);
     if (!text) return false;
     return owner_.files_.replace(fileName_, asBytes(*text)) == PosixCode::success;
   }
@@ -169,12 +168,10 @@ std::unique_ptr<NetworkService> LinuxSystemConfiguration::Session::networkServic
 
 LinuxSystemConfiguration::LinuxSystemConfiguration(const std::string& folder,
                                                    const std::string& root,
-                                                   PropertyLists& propertyLists,
                                                    KernelSettings& kernelSettings)
-    : files_(folder, PropertyLists::maximumBytes),
+    : files_(folder, maximumPropertyListBytes),
       settingsAtStart_(root, "60-" + std::string(helperServiceIdentifier) + ".conf"),
       interfacesFolder_(root + "/proc/sys/net/ipv6/conf"),
-      propertyLists_(propertyLists),
       kernelSettings_(kernelSettings) {}
 
 std::unique_ptr<SystemConfigurationPreferences> LinuxSystemConfiguration::open(
@@ -191,9 +188,8 @@ std::unique_ptr<SystemConfigurationPreferences> LinuxSystemConfiguration::open(
 
 std::unique_ptr<SystemConfiguration> makeSystemConfiguration(const std::string& folder,
                                                              const std::string& root,
-                                                             PropertyLists& propertyLists,
                                                              KernelSettings& kernelSettings) {
-  return std::make_unique<LinuxSystemConfiguration>(folder, root, propertyLists, kernelSettings);
+  return std::make_unique<LinuxSystemConfiguration>(folder, root, kernelSettings);
 }
 
 }  // namespace qrt

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/posix/propertylists/BoundedPropertyLists.h"
+#include "platform/PropertyLists.h"
 
 namespace qrt {
 namespace {
@@ -160,7 +160,7 @@ bool listsAll(const List& list, const std::vector<CodeDirectory>& directories, N
 
 /// The older form of the list, a property list.
 bool listsAll(const Data& propertyList, const std::vector<CodeDirectory>& directories) {
-  const auto list = BoundedPropertyLists().parse(propertyList);
+  const auto list = readPropertyList(propertyList);
   const auto* dictionary = list ? list->dictionary() : nullptr;
   if (!dictionary || !dictionary->contains("cdhashes")) return false;
   const auto* hashes = dictionary->find("cdhashes")->second.array();

@@ -10,7 +10,6 @@
 #include "platform/linux/signing/MachO.h"
 #include "platform/linux/signing/SealedResources.h"
 #include "platform/posix/ReadFile.h"
-#include "platform/posix/propertylists/BoundedPropertyLists.h"
 
 namespace qrt {
 namespace {
@@ -37,7 +36,7 @@ constexpr BundleForm bundleForms[] = {
 
 std::optional<Data> readListBeneath(const Folder& folder, const char* path) {
   const auto file = openFileBeneath(folder, path);
-  auto contents = file ? readFile(file->get(), PropertyLists::maximumBytes) : file.error();
+  auto contents = file ? readFile(file->get(), maximumPropertyListBytes) : file.error();
   return contents ? std::optional(std::move(*contents)) : std::nullopt;
 }
 
@@ -51,7 +50,7 @@ std::optional<std::string> currentVersion(const Folder& root) {
 }
 
 std::optional<std::string> executableNamed(const Data& infoPlist) {
-  const auto list = BoundedPropertyLists().parse(infoPlist);
+  const auto list = readPropertyList(infoPlist);
   const auto* info = list ? list->dictionary() : nullptr;
   const auto* name = info ? stringIn(*info, "CFBundleExecutable") : nullptr;
   return name && isPathComponent(*name) ? std::optional(*name) : std::nullopt;

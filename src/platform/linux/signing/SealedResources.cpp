@@ -8,8 +8,8 @@
 
 #include "base/Path.h"
 #include "platform/CodeSigning.h"
+#include "platform/PropertyLists.h"
 #include "platform/linux/files/LinuxFileSystem.h"
-#include "platform/posix/propertylists/BoundedPropertyLists.h"
 
 namespace qrt {
 namespace {
@@ -99,7 +99,7 @@ std::optional<ResourceSeal> sealIn(const Dictionary& description) {
 }  // namespace
 
 std::optional<ResourceList> ResourceList::read(Bytes propertyList) {
-  const auto list = BoundedPropertyLists().parse(propertyList);
+  const auto list = readPropertyList(propertyList);
   const auto* dictionary = list ? list->dictionary() : nullptr;
   if (!dictionary) return std::nullopt;
   const bool isNewer = dictionary->contains("files2");

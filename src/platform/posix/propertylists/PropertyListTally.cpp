@@ -7,14 +7,14 @@ namespace qrt {
 using Problem = PropertyListProblem;
 
 PropertyListCheck PropertyListTally::add(std::size_t bytes) {
-  if (++objects_ > PropertyLists::maximumObjects) return Problem{"it has too many objects"};
+  if (++objects_ > maximumPropertyListObjects) return Problem{"it has too many objects"};
   bytes_ += bytes;
-  if (bytes_ > PropertyLists::maximumBytes) return Problem{"its text and data are too large"};
+  if (bytes_ > maximumPropertyListBytes) return Problem{"its text and data are too large"};
   return {};
 }
 
 PropertyListCheck PropertyListTally::begin() {
-  if (++depth_ > PropertyLists::maximumDepth) return Problem{"it is nested too deeply"};
+  if (++depth_ > maximumPropertyListDepth) return Problem{"it is nested too deeply"};
   return add(0);
 }
 

@@ -1,4 +1,4 @@
-#include "platform/posix/propertylists/XmlPropertyListWriter.h"
+#include "platform/PropertyLists.h"
 
 #include <algorithm>
 #include <string_view>
@@ -6,7 +6,6 @@
 
 #include "base/Base64.h"
 #include "base/Utf8.h"
-#include "platform/PropertyLists.h"
 #include "platform/posix/propertylists/PropertyListProblem.h"
 #include "platform/posix/propertylists/PropertyListScalars.h"
 #include "platform/posix/propertylists/PropertyListTally.h"
@@ -157,7 +156,7 @@ class XmlWriter {
   }
 
   PropertyListCheck checkSize() const {
-    if (xml_.size() > PropertyLists::maximumBytes) return Problem{"it is too large"};
+    if (xml_.size() > maximumPropertyListBytes) return Problem{"it is too large"};
     return {};
   }
 

@@ -1,4 +1,4 @@
-#include "platform/posix/PosixSubprocess.h"
+#include "platform/Subprocess.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -11,7 +11,6 @@
 #include <cerrno>
 #include <string_view>
 
-#include "platform/FileDescriptor.h"
 #include "platform/posix/ChildProcess.h"
 #include "platform/posix/DescriptorLimit.h"
 #include "platform/posix/NativeError.h"
@@ -21,30 +20,18 @@ extern char** environ;
 namespace qrt {
 namespace {
 
-/// How late the end of a program may be noticed that leaves its streams open behind it.
+/// How long after the end of a program it is noticed at the latest, when another process keeps its
+/// streams open.
 constexpr std::chrono::milliseconds exitCheckInterval{100};
 
-struct Pipe {
-  FileDescriptor readingEnd;
-  FileDescriptor writingEnd;
-
-  bool open() {
-    int ends[2];
-    if (!openPipe(ends)) return false;
-    readingEnd.reset(ends[0]);
-    writingEnd.reset(ends[1]);
-    return clearOfStandardStreams(readingEnd) && clearOfStandardStreams(writingEnd);
-  }
-
- private:
-  /// A process that was started with one of those closed gets its place for the next descriptor,
-  /// and a child must be able to fill them one after the other.
-  static bool clearOfStandardStreams(FileDescriptor& end) {
-    constexpr int firstOther = STDERR_FILENO + 1;
-    if (end.get() < firstOther) end.reset(fcntl(end.get(), F_DUPFD_CLOEXEC, firstOther));
-    return static_cast<bool>(end);
-  }
-};
+/// Moves a descriptor away from the numbers of the standard streams: a process that was started
+/// with one of those closed gets its number for the next descriptor, and the child fills them one
+/// after the other.
+bool clearOfStandardStreams(FileDescriptor& end) {
+  constexpr int firstOther = STDERR_FILENO + 1;
+  if (end.get() < firstOther) end.reset(fcntl(end.get(), F_DUPFD_CLOEXEC, firstOther));
+  return static_cast<bool>(end);
+}
 
 /// Strings as the system calls want them: an array of pointers that ends with null.
 class StringVector {
@@ -106,15 +93,15 @@ void resetSignals() {
   sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-/// The child's way from fork to its program. Only calls that are safe there; an error goes to the
-/// parent, who otherwise sees `report` closed by the program's start.
+/// Runs in the child after the fork, with calls only that are safe there. Writes the native error
+/// to `report` when the program does not start; its start closes `report`.
 [[noreturn]] void becomeProgram(const std::array<int, 3>& streams, int report,
                                 char* const* arguments, char* const* environment) {
   for (int place = STDIN_FILENO; place <= STDERR_FILENO; ++place) dup2(streams[place], place);
   restoreDescriptorLimit();
   resetSignals();
   const int error = replaceImage(arguments[0], arguments, environment);
-  [[maybe_unused]] const auto told = write(report, &error, sizeof error);
+  [[maybe_unused]] const auto sent = write(report, &error, sizeof error);
   constexpr int notStarted = 127;
   _exit(notStarted);
 }
@@ -127,43 +114,35 @@ pid_t waitFor(pid_t child, int* status, int options) {
   }
 }
 
-class PosixSubprocess : public Subprocess {
- public:
-  ~PosixSubprocess() override {
-    if (child_ == 0) return;
-    for (auto* pipe : {&input_, &output_, &error_}) *pipe = Pipe();
-    int status;
-    waitFor(child_, &status, 0);
+}  // namespace
+
+Subprocess::Subprocess() = default;
+
+Subprocess::~Subprocess() {
+  if (child_ == 0) return;
+  for (auto* pipe : {&input_, &output_, &error_}) *pipe = Pipe();
+  int status;
+  waitFor(child_, &status, 0);
+}
+
+PosixResult<std::unique_ptr<Subprocess>> Subprocess::prepare() {
+  std::unique_ptr<Subprocess> subprocess(new Subprocess);
+  for (auto* pipe :
+       {&subprocess->input_, &subprocess->output_, &subprocess->error_, &subprocess->report_}) {
+    if (!open(*pipe)) return lastError();
   }
+  return subprocess;
+}
 
-  bool openPipes() { return input_.open() && output_.open() && error_.open() && report_.open(); }
+bool Subprocess::open(Pipe& pipe) {
+  int ends[2];
+  if (!openPipe(ends)) return false;
+  pipe.readingEnd.reset(ends[0]);
+  pipe.writingEnd.reset(ends[1]);
+  return clearOfStandardStreams(pipe.readingEnd) && clearOfStandardStreams(pipe.writingEnd);
+}
 
-  int inputHandle() const override { return input_.writingEnd.get(); }
-  int outputHandle() const override { return output_.readingEnd.get(); }
-  int errorHandle() const override { return error_.readingEnd.get(); }
-
-  PosixCode launch(const ProgramLaunch& program) override;
-  std::int32_t waitUntilExit(const Sink& sink) override;
-  void drain(const Sink& sink) override;
-
- private:
-  bool bothEnded() const { return streams_[0].fd < 0 && streams_[1].fd < 0; }
-  bool passOn(const Sink& sink, std::chrono::milliseconds patience);
-
-  Pipe input_;
-  Pipe output_;
-  Pipe error_;
-  /// The child's way to report why its program did not start.
-  Pipe report_;
-  pid_t child_ = 0;
-  /// While the program runs.
-  std::unique_ptr<ProgramActivity> activity_;
-  /// What is polled, in the order of `StandardStream`; -1 for a stream that has ended.
-  std::array<pollfd, 2> streams_{};
-  std::vector<std::uint8_t> piece_;
-};
-
-PosixCode PosixSubprocess::launch(const ProgramLaunch& program) {
+PosixCode Subprocess::launch(const ProgramLaunch& program) {
   auto texts = argumentsFor(program);
   if (std::any_of(texts.begin(), texts.end(), holdsZeroByte)) return PosixCode::invalidArgument;
   activity_ = beginProgramActivity();
@@ -195,12 +174,11 @@ PosixCode PosixSubprocess::launch(const ProgramLaunch& program) {
   } while (count < 0 && errno == EINTR);
   report_.readingEnd.reset();
   if (count == sizeof error) return contractCode(error);
-  streams_ = {pollfd{outputHandle(), POLLIN, 0}, pollfd{errorHandle(), POLLIN, 0}};
   piece_.resize(maximumPiece);
   return PosixCode::success;
 }
 
-std::int32_t PosixSubprocess::waitUntilExit(const Sink& sink) {
+std::int32_t Subprocess::waitUntilExit(const Sink& sink) {
   for (;;) {
     int status = 0;
     // Without a stream to listen to there is nothing else to wait for.
@@ -215,34 +193,29 @@ std::int32_t PosixSubprocess::waitUntilExit(const Sink& sink) {
   }
 }
 
-void PosixSubprocess::drain(const Sink& sink) {
+void Subprocess::drain(const Sink& sink) {
   while (!bothEnded() && passOn(sink, drainPatience)) continue;
 }
 
 /// Passes on a piece of each stream that has one. False when neither had for as long as `patience`.
-bool PosixSubprocess::passOn(const Sink& sink, std::chrono::milliseconds patience) {
-  const int ready = poll(streams_.data(), streams_.size(), static_cast<int>(patience.count()));
+bool Subprocess::passOn(const Sink& sink, std::chrono::milliseconds patience) {
+  // A negative descriptor is not polled.
+  std::array<pollfd, 2> streams{pollfd{hasEnded_[0] ? -1 : outputHandle(), POLLIN, 0},
+                                pollfd{hasEnded_[1] ? -1 : errorHandle(), POLLIN, 0}};
+  const int ready = poll(streams.data(), streams.size(), static_cast<int>(patience.count()));
   if (ready < 0) return errno == EINTR;
   if (ready == 0) return false;
-  for (std::size_t i = 0; i < streams_.size(); ++i) {
-    if (streams_[i].revents == 0) continue;
-    const auto count = read(streams_[i].fd, piece_.data(), piece_.size());
+  for (std::size_t i = 0; i < streams.size(); ++i) {
+    if (streams[i].revents == 0) continue;
+    const auto count = read(streams[i].fd, piece_.data(), piece_.size());
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) {
-      streams_[i].fd = -1;
+      hasEnded_[i] = true;
       continue;
     }
     sink(static_cast<StandardStream>(i), {piece_.data(), static_cast<std::size_t>(count)});
   }
   return true;
-}
-
-}  // namespace
-
-PosixResult<std::unique_ptr<Subprocess>> PosixSubprocessFacility::prepare() {
-  auto subprocess = std::make_unique<PosixSubprocess>();
-  if (!subprocess->openPipes()) return lastError();
-  return std::unique_ptr<Subprocess>(std::move(subprocess));
 }
 
 }  // namespace qrt

@@ -1,4 +1,4 @@
-#include "platform/posix/propertylists/BoundedPropertyLists.h"
+#include "platform/PropertyLists.h"
 
 #include <algorithm>
 #include <optional>
@@ -11,7 +11,6 @@
 #include "platform/posix/propertylists/TextPropertyListReader.h"
 #include "platform/posix/propertylists/Utf16.h"
 #include "platform/posix/propertylists/XmlPropertyListReader.h"
-#include "platform/posix/propertylists/XmlPropertyListWriter.h"
 
 namespace qrt {
 namespace {
@@ -55,18 +54,14 @@ Result<PropertyValue> readUtf16(std::span<const std::uint8_t> bytes, std::endian
 
 }  // namespace
 
-Result<PropertyValue> BoundedPropertyLists::parse(std::span<const std::uint8_t> bytes) {
-  if (bytes.size() > maximumBytes) return unreadablePropertyList({"it is too large"});
+Result<PropertyValue> readPropertyList(std::span<const std::uint8_t> bytes) {
+  if (bytes.size() > maximumPropertyListBytes) return unreadablePropertyList({"it is too large"});
   const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   if (text.starts_with(binaryPropertyListMagic)) return readBinaryPropertyList(bytes);
   if (text.starts_with(bigEndianMark)) return readUtf16(bytes, std::endian::big);
   if (text.starts_with(littleEndianMark)) return readUtf16(bytes, std::endian::little);
   if (text.starts_with(utf8Mark)) return readText(text.substr(utf8Mark.size()), true);
   return readText(text, false);
-}
-
-Result<std::string> BoundedPropertyLists::xml(const PropertyValue& value) {
-  return writeXmlPropertyList(value);
 }
 
 }  // namespace qrt

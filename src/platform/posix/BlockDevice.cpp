@@ -1,4 +1,4 @@
-#include "platform/posix/PosixBlockDevices.h"
+#include "platform/BlockDevice.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -66,10 +66,11 @@ bool hasParentComponent(std::string_view path) {
 
 }  // namespace
 
-PosixResult<std::unique_ptr<BlockDevice>> PosixBlockDevices::open(const std::string& name) {
+PosixResult<std::unique_ptr<BlockDevice>> openBlockDevice(const std::string& root,
+                                                          const std::string& name) {
   if (name.find('\0') != std::string::npos) return PosixCode::noEntry;
   if (hasParentComponent(name)) return PosixCode::invalidArgument;
-  auto path = folder_ + "/" + name;
+  auto path = root + "/dev/" + name;
   while (path.back() == '/') path.pop_back();
   FileDescriptor device(::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (!device) return lastError();
