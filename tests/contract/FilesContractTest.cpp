@@ -32,7 +32,7 @@ class FilesContract : public test::ContractTest {
   }
 };
 
-TEST_F(FilesContract, StatusTellsTypesSizesAndTargets) {
+TEST_F(FilesContract, StatusHasTypeAndSizeAndLinksHaveTargets) {
   const auto file = scratch_.file("file", "12345"), link = scratch_.link("link", "file");
   const std::pair<std::string, std::uint32_t> types[] = {
       {file, file_type::regular},           {link, file_type::link},
@@ -48,7 +48,7 @@ TEST_F(FilesContract, StatusTellsTypesSizesAndTargets) {
   EXPECT_FALSE(statusOf(scratch_.path())->isMountRoot);
 }
 
-TEST_F(FilesContract, FoldersListTheirEntriesAndAnswerForThem) {
+TEST_F(FilesContract, AFolderListsItsEntriesAgainAfterARewind) {
   scratch_.make("touch a; mkdir b; ln -s b c");
   auto folder = files().openFolder(scratch_.path().c_str(), Links::stay);
   ASSERT_TRUE(folder);
@@ -106,20 +106,35 @@ TEST_F(FilesContract, EntriesMayBeRemovedWhileTheyAreRead) {
   EXPECT_EQ(seen, count);
 }
 
-TEST_F(FilesContract, ReadingAFolderFailsWithTheReason) {
+TEST_F(FilesContract, ReadingABaseOrARemovedFolderFails) {
   EXPECT_FALSE(files().locate(scratch_.path("x"))->parent.next());  // Only a base.
   auto folder = std::move(*files().openFolder(scratch_.folder("gone").c_str(), Links::stay));
   ASSERT_EQ(rmdir(scratch_.path("gone").c_str()), 0);
   EXPECT_EQ(folder.next().error(), PosixCode::noEntry);
 }
 
-TEST_F(FilesContract, CreationAndRenamingNeverReplace) {
-  const auto taken = scratch_.file("taken", "kept");
-  EXPECT_EQ(files().createFile(taken.c_str(), 0600).error(), PosixCode::exists);
-  const auto created = scratch_.path("created");
+TEST_F(FilesContract, ATakenNameStaysAsItIs) {
+  scratch_.make("mkdir folder; touch file; ln -s nowhere dangling; ln -s folder link");
+  const auto model = fifoAt("fifo");
+  const auto held = files().hold(model.c_str(), Links::stay);
+  for (const char* name : {"folder", "file", "dangling", "link"}) {
+    const auto path = scratch_.path(name);
+    const auto before = statusOf(path)->inode;
+    EXPECT_EQ(files().createFile(path.c_str(), 0600).error(), PosixCode::exists) << name;
+    EXPECT_EQ(files().createFolder(path.c_str(), 0700).error(), PosixCode::exists) << name;
+    EXPECT_EQ(files().createLink(path.c_str(), "x"), PosixCode::exists) << name;
+    EXPECT_EQ(files().createHardLink(path.c_str(), model.c_str()), PosixCode::exists) << name;
+    EXPECT_EQ(files().createSpecialFile(path.c_str(), *held), PosixCode::exists) << name;
+    EXPECT_EQ(files().rename(model.c_str(), path.c_str()), PosixCode::exists) << name;
+    EXPECT_EQ(statusOf(path)->inode, before) << name;
+  }
+  EXPECT_FALSE(test::exists(scratch_.path("nowhere")));
+}
+
+TEST_F(FilesContract, NewFilesHaveTheGivenModeAndCanBeRenamed) {
+  const auto created = scratch_.path("created"), taken = scratch_.file("taken", "kept");
   ASSERT_TRUE(files().createFile(created.c_str(), 0666));
   EXPECT_EQ(statusOf(created)->mode, file_type::regular | 0666u);
-  EXPECT_EQ(files().rename(created.c_str(), taken.c_str()), PosixCode::exists);
   EXPECT_EQ(files().rename(created.c_str(), scratch_.path("new").c_str()), PosixCode::success);
   EXPECT_EQ(files().replace(scratch_.path("new").c_str(), scratch_.file("old").c_str()),
             PosixCode::success);
@@ -129,7 +144,7 @@ TEST_F(FilesContract, CreationAndRenamingNeverReplace) {
   EXPECT_EQ(*files().readFile(scratch_.path("TAKEN").c_str(), 4), (Data{'k', 'e', 'p', 't'}));
 }
 
-TEST_F(FilesContract, ReadingIsBoundedAndNeverWaits) {
+TEST_F(FilesContract, ReadsRegularFilesUpToALimit) {
   const auto file = scratch_.file("file", "12345");
   const auto link = scratch_.link("link", "file");
   EXPECT_EQ(*files().readFile(link.c_str(), 5), (Data{'1', '2', '3', '4', '5'}));
@@ -141,7 +156,7 @@ TEST_F(FilesContract, ReadingIsBoundedAndNeverWaits) {
   }
 }
 
-TEST_F(FilesContract, CopiesKeepContentsHolesTimesAndKind) {
+TEST_F(FilesContract, CopiesContentsTimesAndSpecialFiles) {
   const auto source = scratch_.file("source", "begin");
   ASSERT_EQ(truncate(source.c_str(), 1 << 20), 0);
   const timespec times[] = {{1000, 0}, {2000, 500000000}};

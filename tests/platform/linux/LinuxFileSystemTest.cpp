@@ -29,26 +29,7 @@ class LinuxFileSystemTest : public testing::Test {
   LinuxFileSystem files_;
 };
 
-TEST_F(LinuxFileSystemTest, ANameThatIsTakenStaysAsItIs) {
-  scratch_.make("mkdir folder; touch file; ln -s nowhere dangling; ln -s folder link; mkfifo fifo");
-  const auto model = scratch_.path("fifo");
-  const auto held = files_.hold(model.c_str(), Links::stay);
-  for (const char* name : {"folder", "file", "dangling", "link"}) {
-    const auto path = scratch_.path(name);
-    const auto before = statusOf(path).st_ino;
-    EXPECT_EQ(files_.createFile(path.c_str(), 0600).error(), PosixCode::exists);
-    EXPECT_EQ(files_.createFolder(path.c_str(), 0700).error(), PosixCode::exists);
-    EXPECT_EQ(files_.createLink(path.c_str(), "x"), PosixCode::exists);
-    EXPECT_EQ(files_.createHardLink(path.c_str(), model.c_str()), PosixCode::exists);
-    EXPECT_EQ(files_.createSpecialFile(path.c_str(), *held), PosixCode::exists);
-    EXPECT_EQ(files_.rename(model.c_str(), path.c_str()), PosixCode::exists);
-    EXPECT_EQ(files_.renameAfterLooking(model.c_str(), path.c_str()), PosixCode::exists);
-    EXPECT_EQ(statusOf(path).st_ino, before);
-  }
-  EXPECT_FALSE(test::exists(scratch_.path("nowhere")));
-}
-
-TEST_F(LinuxFileSystemTest, FoldersAreMadeWhereNewObjectsBelongToSomebodyElse) {
+TEST_F(LinuxFileSystemTest, MakesAFolderThatBelongsToAnotherUser) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   scratch_.make("mkdir open; chmod 0777 open");
   setfsuid(1234);
@@ -59,13 +40,14 @@ TEST_F(LinuxFileSystemTest, FoldersAreMadeWhereNewObjectsBelongToSomebodyElse) {
   EXPECT_EQ(test::printed("ls -A " + scratch_.path("open")), "folder\n");
 }
 
-TEST_F(LinuxFileSystemTest, BothWaysToRenameGiveTheSameAnswers) {
+TEST_F(LinuxFileSystemTest, BothWaysToRenameReturnTheSameCodes) {
   const auto folder = scratch_.folder("folder");
   for (const auto& way : {&LinuxFileSystem::rename, &LinuxFileSystem::renameAfterLooking}) {
     const auto rename = [&](const std::string& from, const std::string& to) {
       return (files_.*way)(from.c_str(), to.c_str());
     };
     const auto link = scratch_.link("link", "nowhere");
+    EXPECT_EQ(rename(link, folder), PosixCode::exists);
     EXPECT_EQ(rename(link, scratch_.path("new")), PosixCode::success);
     EXPECT_EQ(rename(link, scratch_.path("other")), PosixCode::noEntry);
     EXPECT_EQ(rename(folder, folder + "/inside"), PosixCode::invalidArgument);
@@ -75,7 +57,7 @@ TEST_F(LinuxFileSystemTest, BothWaysToRenameGiveTheSameAnswers) {
   }
 }
 
-TEST_F(LinuxFileSystemTest, LinksTellLongTargetsAndPathsAreResolved) {
+TEST_F(LinuxFileSystemTest, ReturnsLongLinkTargetsAndResolvedPaths) {
   const std::string target(4000, 't');
   EXPECT_EQ(*files_.linkTarget(scratch_.link("long", target).c_str()), target);
   EXPECT_EQ(files_.linkTarget(scratch_.file("file").c_str()).error(), PosixCode::invalidArgument);
@@ -98,7 +80,7 @@ PosixCode writeFlagsOfHeld(FileAt object, inode_flags::Change change) {
 
 class FlaggedFileSystems : public LinuxFileSystemTest, public testing::WithParamInterface<Kind> {};
 
-TEST_P(FlaggedFileSystems, SetClearAndKeepTheOtherFlags) {
+TEST_P(FlaggedFileSystems, SetAndClearTheTwoFlagsAndKeepOthers) {
   const test::Mount mount(GetParam(), scratch_.folder("mount"));
   if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount and the file system's tools";
   const auto file = scratch_.file("mount/file");
@@ -125,7 +107,7 @@ TEST_P(FlaggedFileSystems, SetClearAndKeepTheOtherFlags) {
 INSTANTIATE_TEST_SUITE_P(All, FlaggedFileSystems,
                          testing::Values(Kind::memory, Kind::ext4, Kind::xfs, Kind::btrfs));
 
-TEST_F(LinuxFileSystemTest, WhatCannotHaveFlagsCanOnlyBeCleared) {
+TEST_F(LinuxFileSystemTest, ObjectsWithoutFlagsCanOnlyBeCleared) {
   scratch_.make("ln -s nowhere link; mkfifo fifo; mkdir mount");
   const test::Mount mount(Kind::plainMemory, scratch_.path("mount"));
   if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount";
@@ -140,7 +122,7 @@ TEST_F(LinuxFileSystemTest, WhatCannotHaveFlagsCanOnlyBeCleared) {
             PosixCode::notSupported);
 }
 
-TEST_F(LinuxFileSystemTest, AReadOnlyFileSystemRefusesEvenWhatNeedsNoChange) {
+TEST_F(LinuxFileSystemTest, AReadOnlyFileSystemRefusesFlagsThatAreSetAlready) {
   const auto root = scratch_.folder("mount");
   const test::Mount mount(Kind::memory, root);
   if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount";
@@ -152,13 +134,12 @@ TEST_F(LinuxFileSystemTest, AReadOnlyFileSystemRefusesEvenWhatNeedsNoChange) {
     EXPECT_EQ(held->setFlags(*held->status(), wanted), PosixCode::readOnlyFileSystem);
   }
   EXPECT_EQ(setFlags(root + "/fifo", 0), PosixCode::readOnlyFileSystem);
-  // The folder that something is mounted on shows what is mounted; its neighbours are not
-  // concerned.
+  // The mount point counts, its neighbours do not.
   EXPECT_EQ(setFlags(root, 0), PosixCode::readOnlyFileSystem);
   EXPECT_EQ(setFlags(scratch_.path("beside"), 0), PosixCode::success);
 }
 
-TEST_F(LinuxFileSystemTest, AnObjectThatWasExchangedMeanwhileIsLeftAlone) {
+TEST_F(LinuxFileSystemTest, AnExchangedObjectGetsNoFlagsOfTheFirst) {
   const auto precious = scratch_.file("precious");
   const auto current = files_.status(precious.c_str(), Links::stay);
   scratch_.make("ln -s precious nowLink; mkfifo nowFifo");

@@ -3,13 +3,14 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/LinuxFacilities.h"
+#include "platform/linux/ProcessFiles.h"
 #include "platform/linux/files/MountTable.h"
 #include "support/Mounts.h"
 
 namespace qrt {
 namespace {
 
-TEST(LinuxVolumes, TellWhereAFileSystemIsMounted) {
+TEST(LinuxVolumes, FindsTheMountPointOfAPath) {
   const test::ScratchFolder scratch;
   const auto place = scratch.folder("a \\ volume\t\u00e4");
   const test::Mount mount(test::Mount::Kind::memory, place);
@@ -24,12 +25,28 @@ TEST(LinuxVolumes, TellWhereAFileSystemIsMounted) {
   EXPECT_NE(*volumes->mountPoint(scratch.path()), scratch.path());
 }
 
-TEST(MountTable, LinesThatAreNone) {
+TEST(MountTable, SkipsDamagedLines) {
   constexpr std::string_view table = "1 2 3:4 / /one rw\n12\n\n5 1 0:1 / /a\\040b\\9\\ rw - x y z";
   EXPECT_EQ(mountPointIn(table, 1), "/one");
   EXPECT_EQ(mountPointIn(table, 5), "/a b\\9\\");
   EXPECT_EQ(mountPointIn(table, 12), "");
   EXPECT_EQ(mountPointIn(table, 2), std::nullopt);
+}
+
+TEST(ProcessFiles, CommandNamesMayHoldAnything) {
+  EXPECT_EQ(commandNameInStat("1 (a) R 2 (\n)) S 0 1"), "a) R 2 (\n)");
+  EXPECT_EQ(commandNameInStat("1 () S"), "");
+  for (const char* damaged : {"", "1 (init", "1 )init(", "1 init) S"}) {
+    EXPECT_EQ(commandNameInStat(damaged), std::nullopt) << damaged;
+  }
+}
+
+TEST(ProcessFiles, TheSecondUserIDIsTheEffectiveOne) {
+  EXPECT_EQ(effectiveUserInStatus("Name:\tx\nUid:\t1\t2\t3\t4\nGid:\t5\t6\t7\t8\n"), 2u);
+  EXPECT_EQ(effectiveUserInStatus("Name:\t\\nUid:\t9\t9\nUid:\t1\t4294967295\t3\t4"), 4294967295u);
+  for (const char* damaged : {"Name:\tx\n", "\nUid:\t", "\nUid:\t1", "\nUid:\t1\t99999999999\t3"}) {
+    EXPECT_EQ(effectiveUserInStatus(damaged), std::nullopt) << damaged;
+  }
 }
 
 }  // namespace
