@@ -1,4 +1,4 @@
-// The command-line client in a world that a test controls.
+// The command-line client between doubles of the helper, the terminal and the calling process.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -21,11 +21,10 @@
 
 namespace qrt::test {
 
-class FakeCaller : public CallerProcess {
- public:
+struct FakeCaller : CallerProcess {
   PosixResult<std::string> folder = std::string("/here");
   bool hasAgent = false;
-  /// What a signal would do.
+  /// Does what a signal would do.
   std::function<void()> interrupt;
 
   std::int32_t processIdentifier() const override { return 42; }
@@ -42,8 +41,7 @@ class FakeCaller : public CallerProcess {
   }
 };
 
-class FakeSelf : public SelfProcess {
- public:
+struct FakeSelf : SelfProcess {
   std::uint32_t userID = 0;
 
   std::uint32_t realUserID() const override { return userID; }
@@ -53,13 +51,15 @@ class FakeSelf : public SelfProcess {
 
 class ClientFixture : public testing::Test {
  protected:
-  /// Runs the client; its output so far is gone.
-  int run(const std::vector<std::string>& words) {
+  using Words = std::vector<std::string>;
+
+  /// Runs the client and returns its status. Drops the output and the calls of earlier runs.
+  int run(const Words& words) {
     constexpr RegistrationPatience patience{.attempts = 2, .pause = std::chrono::milliseconds(1)};
     terminal.take();
-    return static_cast<int>(
-        runClient(words, {platform, terminal, caller, bundlePath, language, patience,
-                          /*mayColor=*/true, noticeDelay}));
+    helper.calls.clear();
+    return static_cast<int>(runClient(words, {platform, terminal, caller, bundlePath, language,
+                                              patience, /*mayColor=*/true, noticeDelay}));
   }
 
   FakeHelper helper;
@@ -68,8 +68,7 @@ class ClientFixture : public testing::Test {
   FakeSelf self;
   FakeAuthority authority;
   RecordingLog log;
-  std::string bundlePath = "/nowhere";
-  std::string language = "C";
+  std::string bundlePath = "/nowhere", language = "C";
   std::chrono::milliseconds noticeDelay{60'000};
   NativePlatform native;
   const Platform platform = platformWith(

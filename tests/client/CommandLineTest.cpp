@@ -1,22 +1,26 @@
-// From the words of a command line to the values on the wire.
+// From the words of a command line to the values of a request.
+#include <algorithm>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
 
 #include "ClientFixture.h"
+#include "client/cli/commandline/OperationArguments.h"
 #include "client/cli/output/Json.h"
+#include "operations/OperationCatalogue.h"
 #include "platform/FileDescriptor.h"
+#include "platform/SystemFeatures.h"
 #include "support/ScratchFolder.h"
 
 namespace qrt {
 namespace {
 
-class CommandLineTest : public test::ClientFixture {};
+using CommandLineTest = test::ClientFixture;
 
-TEST_F(CommandLineTest, WordsBecomeTheArgumentsOfTheRequest) {
+TEST_F(CommandLineTest, WordsBecomeTheValuesOfTheRequest) {
   const test::ScratchFolder scratch;
   const auto contents = scratch.file("contents", std::string("\0\xFF\n", 3));
-  const std::tuple<std::vector<std::string>, std::string, Array> cases[] = {
+  const std::tuple<Words, std::string, Array> cases[] = {
       {{"nop"}, "9998", {}},
       {{"delete-fileobjects", "--recursive", "/a", "../b/"}, "3", {"1", "0", "/a", "/here/../b/"}},
       {{"delete-fileobjects", "a", "--stop-on-first-error"}, "3", {"0", "1", "/here/a"}},
@@ -39,89 +43,70 @@ TEST_F(CommandLineTest, WordsBecomeTheArgumentsOfTheRequest) {
       {{"execute-utility", "chmod", "--", "-Rv", "/a b", "--", "--json"},
        "22",
        {"qrtctl", "chmod", "-Rv", "/a b", "--", "--json"}},
-      // Words that look like something else.
-      {{"delete-foldercontents", "nop", "version", "[a,b]", "[]", "++", "{}", "%%", "-"},
+      // Words with a meaning for the parser.
+      {{"delete-foldercontents", "nop", "version", "[a,b]", "++", "{}", "%%", "-", "\x01x", "\xFF"},
        "4",
-       {"/here/nop", "/here/version", "/here/[a,b]", "/here/[]", "/here/++", "/here/{}", "/here/%%",
-        "/here/-"}},
+       {"/here/nop", "/here/version", "/here/[a,b]", "/here/++", "/here/{}", "/here/%%", "/here/-",
+        "/here/\x01x", "/here/\xFF"}},
       {{"delete-foldercontents", "a", "--", "--json", "-x", "--", "[b]", "++"},
        "4",
        {"/here/a", "/here/--json", "/here/-x", "/here/--", "/here/[b]", "/here/++"}},
-      {{"delete-foldercontents", "\x01x", "\xFF\xFE"}, "4", {"/here/\x01x", "/here/\xFF\xFE"}},
       // An empty path never becomes the current folder.
       {{"delete-foldercontents", ""}, "4", {""}},
-      // General options stand anywhere.
       {{"--prompt", "[p]", "nop", "--icon=i.png"},
        "9998",
        {"!QRTMETA!",
         Dictionary{{"QRTAuthorizationPrompt", "[p]"}, {"QRTAuthorizationIcon", "/here/i.png"}}}},
       {{"nop", "--prompt", ""}, "9998", {}},
   };
-  for (const auto& [words, code, arguments] : cases) {
-    helper.calls.clear();
+  for (const auto& [words, code, values] : cases) {
     EXPECT_EQ(run(words), 0) << testing::PrintToString(words) << terminal.errors();
-    EXPECT_THAT(helper.calls, testing::Contains("perform " + code))
-        << testing::PrintToString(words);
-    // Unlike the values' own equality it tells 0 and false apart.
-    EXPECT_EQ(jsonOf(helper.arguments).dump(), jsonOf(arguments).dump());
+    EXPECT_THAT(helper.calls, testing::Contains("perform " + code));
+    // JSON distinguishes 0 and false; the values' own equality does not.
+    EXPECT_EQ(jsonOf(helper.arguments).dump(), jsonOf(values).dump());
   }
 }
 
-TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeAnythingIsDone) {
-  const std::vector<std::string> cases[] = {
-      {},
-      {"format-planet"},
-      {"--", "nop"},
-      {"--prompt"},
-      {"delete-fileobjects"},
-      {"delete-fileobjects", "--recursive=maybe", "a"},
-      {"delete-fileobjects", "--no-recursive", "a"},
-      {"modify-kernelsetting", "a", ""},
-      {"modify-kernelsetting", "a", "1.5"},
-      {"modify-kernelsetting", "a", "0x"},
-      {"modify-kernelsetting", "a", "0x-1"},
-      {"modify-kernelsetting", "a", "--1"},
-      {"modify-kernelsetting", "a", "18446744073709551616"},
-      {"modify-kernelsetting", "a", "-9223372036854775809"},
-      {"signal-process", "1", "SIGNIFICANT"},
-      {"create-fileobject", "a", "D"},
-      {"modify-protection", "a", "1"},
-      {"prop-permissions", "/", "--copy", "all"},
-      {"modify-systemfile", "a", "/missing"},
-      {"modify-systemfile", "a", "/dev"},
-      {"modify-systemfile", "a", "/dev/zero"},
-      {"modify-acl", "a", "anna"},
-      {"modify-acl", "a", "u:1:r,u:1:w"},
-      {"modify-acl", "a", "@/missing"},
+TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeTheHelperIsAsked) {
+  const std::string number = "VALUE: '", notNumber = "' is not a whole number of 64 bits";
+  const std::pair<Words, std::string> cases[] = {
+      {{}, ""},
+      {{"format-planet"}, ""},
+      {{"--", "nop"}, ""},
+      {{"--prompt"}, ""},
+      {{"delete-fileobjects"}, "PATH is required"},
+      {{"delete-fileobjects", "--recursive=maybe", "a"}, ""},
+      {{"modify-kernelsetting", "a", ""}, number + notNumber},
+      {{"modify-kernelsetting", "a", "1.5"}, number + "1.5" + notNumber},
+      {{"modify-kernelsetting", "a", "0x"}, number + "0x" + notNumber},
+      {{"modify-kernelsetting", "a", "0x-1"}, number + "0x-1" + notNumber},
+      {{"modify-kernelsetting", "a", "18446744073709551616"}, notNumber},
+      {{"signal-process", "1", "SIGNIFICANT"}, "SIGNAL: 'SIGNIFICANT' is not a signal"},
+      {{"create-fileobject", "a", "D"}, "TYPE: 'D' is not one of: file, executable, folder"},
+      {{"modify-protection", "a", "1"}, "PROTECTION: '1' is not one of: on, off"},
+      {{"prop-permissions", "/", "--copy", "all"}, "--copy: 'all' is not one of: acl, others,"},
+      {{"modify-systemfile", "a", "/missing"}, "/missing cannot be read"},
+      {{"modify-systemfile", "a", "/dev"}, "/dev cannot be read"},
+      {{"modify-systemfile", "a", "/dev/zero"}, "/dev/zero is larger than 15.5 MiB"},
+      {{"modify-acl", "a", "u:1:r,u:1:w"}, "'u:1:r,u:1:w' is not an access control list"},
+      {{"modify-acl", "a", "@/missing"}, "the list of /missing cannot be read"},
+      {{"nop", "\x1B[2J"}, "\\x1b"},
   };
-  for (const auto& words : cases) {
+  for (const auto& [words, text] : cases) {
     EXPECT_EQ(run(words), 2) << testing::PrintToString(words);
     EXPECT_THAT(terminal.errors(), testing::StartsWith("qrtctl: "));
-    EXPECT_EQ(terminal.output(), "");
+    EXPECT_THAT(terminal.errors(), testing::HasSubstr(text));
+    EXPECT_TRUE(helper.calls.empty());
   }
-  EXPECT_EQ(run({"nop", "--socket=\x1B[2J", "\x1B[2J"}), 2);
-  EXPECT_EQ(terminal.errors().find('\x1B'), std::string::npos);
   EXPECT_EQ(run({"nop", "extra", "--json"}), 2);
-  EXPECT_THAT(terminal.output(), testing::StartsWith(R"json({"done":false,"error":{)json"));
-  EXPECT_EQ(terminal.errors(), "");
+  EXPECT_THAT(terminal.take(), testing::StartsWith(R"json({"done":false,"error":{)json"));
   caller.folder = PosixCode::noEntry;
   EXPECT_EQ(run({"delete-foldercontents", "a"}), 2);
   EXPECT_EQ(run({"nop", "--icon", "a"}), 2);
-  EXPECT_TRUE(helper.calls.empty());
 }
 
-TEST_F(CommandLineTest, WhatCannotBeReadOrSentAsAWholeIsRefused) {
-  const FileDescriptor before(dup(STDIN_FILENO)), folder(open("/", O_RDONLY | O_CLOEXEC));
-  dup2(folder.get(), STDIN_FILENO);
-  for (const auto& words : {std::vector<std::string>{"modify-systemfile", "a", "-"},
-                            {"delete-fileobjects", "--stdin0"}}) {
-    EXPECT_EQ(run(words), 2);
-    EXPECT_EQ(terminal.errors(), "qrtctl: Standard input cannot be read\nTry \"qrtctl --help\".\n");
-    clearerr(stdin);
-  }
-  dup2(before.get(), STDIN_FILENO);
-
-  std::vector<std::string> words(200, std::string(100000, '\xFF'));
+TEST_F(CommandLineTest, ArgumentsThatDoNotFitIntoAMessageAreRefused) {
+  Words words(200, std::string(100000, '\xFF'));
   words.insert(words.begin(), "delete-foldercontents");
   EXPECT_EQ(run(words), 2) << "each such byte is sent as four";
   EXPECT_THAT(terminal.errors(), testing::HasSubstr("The arguments are larger than 15.5 MiB"));
@@ -129,17 +114,30 @@ TEST_F(CommandLineTest, WhatCannotBeReadOrSentAsAWholeIsRefused) {
   EXPECT_EQ(run(words), 0);
 }
 
-TEST_F(CommandLineTest, HelpTellsEverythingAndStartsNothing) {
-  EXPECT_EQ(run({"--help"}), 0);
-  const auto help = terminal.output();
-  for (const auto* expected :
-       {"delete-foldercontents", "Delete the contents of one or more folders.", "install-rights",
-        "--socket", "\n  0    done\n", "\n  6    ", "\n  130  ", "Base64"}) {
-    EXPECT_NE(help.find(expected), std::string::npos) << expected;
+TEST(OperationArguments, MatchTheCatalogueAndTheSystemsFeatures) {
+  const auto features = systemFeatures();
+  const auto* record = privilegedOperationCatalogue;
+  for (const auto& operation : operationArguments()) {
+    ASSERT_EQ(operation.identifier, record->identifier);
+    const bool isList = record->argumentCount == NSNotFound;
+    std::string letters;
+    for (const auto& argument : operation.arguments) {
+      letters += typeLettersOf(argument.form);
+      EXPECT_EQ(argument.name.empty(), isImplied(argument.form)) << operation.identifier;
+      EXPECT_TRUE(isList || argument.occurrence != Occurrence::oneOrMore) << operation.identifier;
+    }
+    if (isList) {
+      EXPECT_EQ(letters.find_first_not_of('S'), std::string::npos) << operation.identifier;
+    } else {
+      EXPECT_EQ(letters, record->argumentTypes ? record->argumentTypes : "");
+    }
+    EXPECT_TRUE(operation.neededFeature.empty() ||
+                std::any_of(features.begin(), features.end(),
+                            [&](const auto& one) { return one.name == operation.neededFeature; }))
+        << operation.identifier;
+    ++record;
   }
-  EXPECT_EQ(run({"delete-fileobjects", "--help"}), 0);
-  EXPECT_NE(terminal.output().find("--stop-on-first-error"), std::string::npos);
-  EXPECT_TRUE(helper.calls.empty());
+  EXPECT_EQ(record->code, endOfCatalogue);
 }
 
 }  // namespace
