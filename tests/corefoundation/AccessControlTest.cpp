@@ -1,8 +1,9 @@
 #include <gtest/gtest.h>
 #include <sys/acl.h>
 
+#include "platform/AccessControl.h"
+#include "platform/macos/MacosFacilities.h"
 #include "platform/macos/files/CommonAttribute.h"
-#include "platform/macos/files/MacosAccessControl.h"
 #include "support/ScratchFolder.h"
 
 namespace qrt {
@@ -13,36 +14,36 @@ HeldObject byDescriptor(const std::string& path) {
 }
 
 TEST(MacosAccessControl, ListsAreSetAndRemovedByDescriptorAndByName) {
-  MacosAccessControl control;
+  const auto control = makeAccessControl();
   const test::ScratchFolder scratch;
   const auto file = scratch.file("file");
   const auto inode = test::statusOf(file).st_ino;
-  const auto list = control.fromText("!#acl 1\n");
+  const auto list = control->fromText("!#acl 1\n");
   ASSERT_TRUE(list && *list);
   for (const bool byName : {false, true}) {
     const auto object =
         byName ? HeldObject(FileDescriptor(open(scratch.path().c_str(), O_RDONLY)), "file")
                : byDescriptor(file);
-    EXPECT_EQ(control.setList(object, *list), PosixCode::success);
+    EXPECT_EQ(control->setList(object, *list), PosixCode::success);
     EXPECT_EQ(fakeLists[inode].size(), 2u) << byName;
-    EXPECT_EQ(control.setList(object, std::nullopt), PosixCode::success);
+    EXPECT_EQ(control->setList(object, std::nullopt), PosixCode::success);
     EXPECT_EQ(fakeLists.count(inode), 0u) << byName;
   }
 }
 
 TEST(MacosAccessControl, ListsTravelInExternalForm) {
-  MacosAccessControl control;
+  const auto control = makeAccessControl();
   const test::ScratchFolder scratch;
   const auto one = byDescriptor(scratch.file("one")), other = byDescriptor(scratch.file("other"));
-  const auto list = *control.markedAsInherited(**control.fromText("!#acl 1\n"));
-  auto form = *control.externalized(list);
-  ASSERT_EQ(control.setList(one, *control.internalized(form)), PosixCode::success);
-  ASSERT_EQ(control.setRights(other, *control.rights(one, *one.status())), PosixCode::success);
-  EXPECT_EQ(*control.externalized(*control.list(other)), form);
-  EXPECT_FALSE(*control.internalized(*control.externalized(std::nullopt)));
+  const auto list = *control->markedAsInherited(**control->fromText("!#acl 1\n"));
+  auto form = *control->externalized(list);
+  ASSERT_EQ(control->setList(one, *control->internalized(form)), PosixCode::success);
+  ASSERT_EQ(control->setRights(other, *control->rights(one, *one.status())), PosixCode::success);
+  EXPECT_EQ(*control->externalized(*control->list(other)), form);
+  EXPECT_FALSE(*control->internalized(*control->externalized(std::nullopt)));
   for (const std::size_t size : {form.size() - 1, std::size_t{44}, std::size_t{3}}) {
     form.resize(size);
-    EXPECT_EQ(control.internalized(form).error(), PosixCode::invalidArgument) << size;
+    EXPECT_EQ(control->internalized(form).error(), PosixCode::invalidArgument) << size;
   }
 }
 

@@ -1,9 +1,10 @@
 #include <gtest/gtest.h>
 
+#include "platform/Nvram.h"
+#include "platform/SMCExchange.h"
 #include "platform/macos/CFValue.h"
 #include "platform/macos/IOObject.h"
-#include "platform/macos/MacosNvram.h"
-#include "platform/macos/MacosSMCExchange.h"
+#include "platform/macos/MacosFacilities.h"
 
 namespace qrt {
 namespace {
@@ -16,13 +17,13 @@ class RegistryTest : public testing::Test {
 };
 
 TEST_F(RegistryTest, VariablesAreReadAndSet) {
-  MacosNvram nvram;
-  EXPECT_FALSE(*nvram.options());
+  const auto nvram = makeNvram();
+  EXPECT_FALSE(*nvram->options());
   const CFOwner<CFMutableDictionaryRef> variables(CFDictionaryCreateMutable(
       nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
   fakeRegistry.options = variables.get();
   CFDictionarySetValue(variables.get(), cfString("odd").get(), kCFNull);
-  const auto options = std::move(*nvram.options());
+  const auto options = std::move(*nvram->options());
   for (const auto& value : std::vector{PropertyValue("text"), PropertyValue(Data{1}),
                                        PropertyValue(7), PropertyValue(true)}) {
     EXPECT_EQ(options->set("name", value), KernelReturn::noError);
@@ -40,13 +41,13 @@ TEST_F(RegistryTest, VariablesAreReadAndSet) {
 TEST_F(RegistryTest, EachExchangeOpensAndClosesTheController) {
   SMCParameterRecord question, answer;
   question.key = 0x234B4559;
-  EXPECT_EQ(MacosSMCExchange().callSMC(question, answer), KernelReturn::noError);
+  EXPECT_EQ(makeSMCExchange()->callSMC(question, answer), KernelReturn::noError);
   EXPECT_EQ(answer.key, question.key);
   EXPECT_EQ(fakeRegistry.calls, "oxc");
   fakeRegistry.hasDriver = false;
-  EXPECT_EQ(MacosSMCExchange().callSMC(question, answer), KernelReturn::error);
+  EXPECT_EQ(makeSMCExchange()->callSMC(question, answer), KernelReturn::error);
   fakeRegistry.code = static_cast<int>(KernelReturn::busy);
-  EXPECT_EQ(MacosSMCExchange().callSMC(question, answer), KernelReturn::busy);
+  EXPECT_EQ(makeSMCExchange()->callSMC(question, answer), KernelReturn::busy);
 }
 
 }  // namespace

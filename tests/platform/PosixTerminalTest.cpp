@@ -1,4 +1,4 @@
-#include "platform/posix/PosixTerminal.h"
+#include "platform/Terminal.h"
 
 #include <signal.h>
 #include <stdlib.h>
@@ -6,8 +6,9 @@
 
 #include <thread>
 
+#include "platform/CallerProcess.h"
 #include "platform/FileDescriptor.h"
-#include "platform/posix/PosixCallerProcess.h"
+#include "platform/NativePlatform.h"
 #include "support/PlantedFile.h"
 
 namespace qrt {
@@ -33,7 +34,7 @@ TEST(PosixTerminal, WritesEverythingToASlowReaderOfANonBlockingStream) {
   const std::string text(1 << 20, 'x');
   {
     const Redirection redirection(STDOUT_FILENO, fileno(reader));
-    EXPECT_TRUE(PosixTerminal().write(StandardStream::output, text));
+    EXPECT_TRUE(makeNativeTerminal()->write(StandardStream::output, text));
   }
   EXPECT_EQ(pclose(reader), 0);
   EXPECT_EQ(test::contentsOf(scratch.path("received")), text);
@@ -44,17 +45,17 @@ TEST(PosixTerminal, TellsWhenTheReaderHasGone) {
   ASSERT_EQ(pipe(ends), 0);
   close(ends[0]);
   const FileDescriptor writing(ends[1]);
-  PosixTerminal terminal;
+  const auto terminal = makeNativeTerminal();
   const Redirection redirection(STDERR_FILENO, writing.get());
-  EXPECT_FALSE(terminal.write(StandardStream::error, "x"));
-  EXPECT_FALSE(terminal.isTerminal(StandardStream::error));
+  EXPECT_FALSE(terminal->write(StandardStream::error, "x"));
+  EXPECT_FALSE(terminal->isTerminal(StandardStream::error));
 }
 
 TEST(PosixTerminal, StopsWaitingForASlowReader) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   const FileDescriptor reading(ends[0]), writing(ends[1]);
-  PosixTerminal terminal;
+  const auto terminal = makeNativeTerminal();
   const Redirection redirection(STDERR_FILENO, writing.get());
   std::thread impatient([&] {
     for (int available = 0, before = -1; available != before || available == 0;) {
@@ -62,23 +63,23 @@ TEST(PosixTerminal, StopsWaitingForASlowReader) {
       usleep(20000);
       ioctl(reading.get(), FIONREAD, &available);
     }
-    terminal.stopWaiting();
+    terminal->stopWaiting();
   });
-  EXPECT_FALSE(terminal.write(StandardStream::error, std::string(1 << 20, 'x')));
+  EXPECT_FALSE(terminal->write(StandardStream::error, std::string(1 << 20, 'x')));
   impatient.join();
   // What is read at once is still written.
   std::string room(1 << 20, '\0');
   EXPECT_GT(read(reading.get(), room.data(), room.size()), 0);
-  EXPECT_TRUE(terminal.write(StandardStream::error, "end"));
+  EXPECT_TRUE(terminal->write(StandardStream::error, "end"));
 }
 
 TEST(PosixTerminal, AStreamThatCameClosedIsNothingElse) {
   const FileDescriptor before(dup(STDOUT_FILENO));
   close(STDOUT_FILENO);
-  PosixTerminal terminal;
+  const auto terminal = makeNativeTerminal();
   const FileDescriptor opened(open("/dev/null", O_WRONLY | O_CLOEXEC));
   EXPECT_NE(opened.get(), STDOUT_FILENO);
-  EXPECT_FALSE(terminal.write(StandardStream::output, "x"));
+  EXPECT_FALSE(terminal->write(StandardStream::output, "x"));
   dup2(before.get(), STDOUT_FILENO);
 }
 
@@ -87,25 +88,25 @@ TEST(PosixTerminal, KnowsATerminalAndItsWidth) {
   ASSERT_TRUE(controller && grantpt(controller.get()) == 0 && unlockpt(controller.get()) == 0);
   const FileDescriptor screen(open(ptsname(controller.get()), O_RDWR | O_NOCTTY | O_CLOEXEC));
   ASSERT_TRUE(screen);
-  PosixTerminal terminal;
+  const auto terminal = makeNativeTerminal();
   const Redirection redirection(STDERR_FILENO, screen.get());
-  EXPECT_TRUE(terminal.isTerminal(StandardStream::error));
+  EXPECT_TRUE(terminal->isTerminal(StandardStream::error));
   const winsize size{0, 57, 0, 0};
   ASSERT_EQ(ioctl(screen.get(), TIOCSWINSZ, &size), 0);
-  EXPECT_EQ(terminal.columns(), 57u);
+  EXPECT_EQ(terminal->columns(), 57u);
 
   const FileDescriptor nowhere(open("/dev/null", O_RDWR | O_CLOEXEC));
   const Redirection errors(STDERR_FILENO, nowhere.get());
   const Redirection output(STDOUT_FILENO, nowhere.get());
-  EXPECT_EQ(terminal.columns(), 80u);
+  EXPECT_EQ(terminal->columns(), 80u);
 }
 
 TEST(PosixCallerProcess, AnInterruptionCallsTheActionWhileTheGuardLives) {
-  PosixCallerProcess caller;
+  const auto caller = makeNativeCallerProcess();
   int calls = 0;
   signal(SIGHUP, SIG_IGN);
   {
-    const auto guard = caller.catchInterruptions([&] { ++calls; });
+    const auto guard = caller->catchInterruptions([&] { ++calls; });
     raise(SIGINT);
     raise(SIGTERM);
     raise(SIGHUP);
@@ -121,7 +122,7 @@ TEST(PosixCallerProcess, AFolderThatIsGoneHasNoPath) {
   const auto folder = scratch.folder("gone");
   ASSERT_EQ(chdir(folder.c_str()), 0);
   ASSERT_EQ(rmdir(folder.c_str()), 0);
-  EXPECT_EQ(PosixCallerProcess().currentFolder().error(), PosixCode::noEntry);
+  EXPECT_EQ(makeNativeCallerProcess()->currentFolder().error(), PosixCode::noEntry);
   ASSERT_EQ(fchdir(before.get()), 0);
 }
 

@@ -7,7 +7,6 @@
 #include "platform/linux/authority/LinuxAuthority.h"
 #include "platform/linux/signing/LinuxCodeSigning.h"
 #include "platform/linux/wire/ActivationSocket.h"
-#include "platform/posix/PosixSelfProcess.h"
 #include "platform/posix/PosixUserDirectory.h"
 #include "protocol/Names.h"
 
@@ -30,7 +29,7 @@ WithoutJournal withoutJournal() {
 NativeFacilities makeNativeFacilities(const std::string& root) {
   NativeFacilities made;
   made.log = makeLog(root, withoutJournal());
-  made.self = std::make_unique<PosixSelfProcess>();
+  made.self = makeSelfProcess();
   made.files = makeNativeFileSystem();
   made.extendedAttributes = makeExtendedAttributes();
   made.accessControl = makeAccessControl();

@@ -1,4 +1,4 @@
-#include "platform/macos/MacosAuthority.h"
+#include "platform/Authority.h"
 
 #include <Security/Security.h>
 
@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/macos/CFValue.h"
+#include "platform/macos/MacosFacilities.h"
 
 namespace qrt {
 namespace {
@@ -66,44 +67,48 @@ Made made(OSStatus status, AuthorizationRef reference) {
   return Made(std::move(authorization));
 }
 
+/// Authorization Services, whose numbers and records are those of the interface.
+class MacosAuthority : public Authority {
+ public:
+  Made createFromExternalForm(const Caller&, const AuthorizationExternalForm& form, Log&) override {
+    ::AuthorizationExternalForm native;
+    std::memcpy(native.bytes, form.data(), form.size());
+    AuthorizationRef reference = nullptr;
+    const auto status = AuthorizationCreateFromExternalForm(&native, &reference);
+    return made(status, reference);
+  }
+
+  Made create() override {
+    AuthorizationRef reference = nullptr;
+    const auto status = AuthorizationCreate(nullptr, kAuthorizationEmptyEnvironment,
+                                            kAuthorizationFlagDefaults, &reference);
+    return made(status, reference);
+  }
+
+  AuthorizationStatus rightGet(const std::string& name) override {
+    return statusFrom(AuthorizationRightGet(name.c_str(), nullptr));
+  }
+
+  /// `invalidPointer` for texts that are not valid UTF-8.
+  AuthorizationStatus rightSet(Authorization& authorization, const std::string& name,
+                               const PropertyValue& definition, const std::string& description,
+                               const std::string& localizationTable) override {
+    const auto nativeDefinition = cfValue(definition);
+    const auto descriptionKey = cfString(description);
+    const auto table = cfString(localizationTable);
+    if (!nativeDefinition || !descriptionKey || !table) return AuthorizationStatus::invalidPointer;
+    return statusFrom(AuthorizationRightSet(referenceOf(authorization), name.c_str(),
+                                            nativeDefinition.get(), descriptionKey.get(), nullptr,
+                                            table.get()));
+  }
+
+  AuthorizationStatus rightRemove(Authorization& authorization, const std::string& name) override {
+    return statusFrom(AuthorizationRightRemove(referenceOf(authorization), name.c_str()));
+  }
+};
+
 }  // namespace
 
-Made MacosAuthority::createFromExternalForm(const Caller&, const AuthorizationExternalForm& form,
-                                            Log&) {
-  ::AuthorizationExternalForm native;
-  std::memcpy(native.bytes, form.data(), form.size());
-  AuthorizationRef reference = nullptr;
-  const auto status = AuthorizationCreateFromExternalForm(&native, &reference);
-  return made(status, reference);
-}
-
-Made MacosAuthority::create() {
-  AuthorizationRef reference = nullptr;
-  const auto status = AuthorizationCreate(nullptr, kAuthorizationEmptyEnvironment,
-                                          kAuthorizationFlagDefaults, &reference);
-  return made(status, reference);
-}
-
-AuthorizationStatus MacosAuthority::rightGet(const std::string& name) {
-  return statusFrom(AuthorizationRightGet(name.c_str(), nullptr));
-}
-
-AuthorizationStatus MacosAuthority::rightSet(Authorization& authorization, const std::string& name,
-                                             const PropertyValue& definition,
-                                             const std::string& description,
-                                             const std::string& localizationTable) {
-  const auto nativeDefinition = cfValue(definition);
-  const auto descriptionKey = cfString(description);
-  const auto table = cfString(localizationTable);
-  if (!nativeDefinition || !descriptionKey || !table) return AuthorizationStatus::invalidPointer;
-  return statusFrom(AuthorizationRightSet(referenceOf(authorization), name.c_str(),
-                                          nativeDefinition.get(), descriptionKey.get(), nullptr,
-                                          table.get()));
-}
-
-AuthorizationStatus MacosAuthority::rightRemove(Authorization& authorization,
-                                                const std::string& name) {
-  return statusFrom(AuthorizationRightRemove(referenceOf(authorization), name.c_str()));
-}
+std::unique_ptr<Authority> makeAuthority() { return std::make_unique<MacosAuthority>(); }
 
 }  // namespace qrt

@@ -1,9 +1,10 @@
-#include "platform/macos/MacosCodeSigning.h"
+#include "platform/CodeSigning.h"
 
 #include <CommonCrypto/CommonDigest.h>
 #include <Security/Security.h>
 
 #include "platform/macos/CFValue.h"
+#include "platform/macos/MacosFacilities.h"
 
 namespace qrt {
 namespace {
@@ -112,16 +113,22 @@ class SecurityStaticCode final : public StaticCode {
   const CFOwner<SecStaticCodeRef> code_;
 };
 
+/// Signatures as the system itself judges them.
+class MacosCodeSigning final : public CodeSigning {
+ public:
+  std::unique_ptr<StaticCode> staticCode(const std::string& path) override {
+    constexpr bool isFolder = false;
+    const auto url = cfFileURL(path, isFolder);
+    if (!url) return nullptr;
+    CFOwner<SecStaticCodeRef> code;
+    const auto status = SecStaticCodeCreateWithPath(url.get(), kSecCSDefaultFlags, code.receiver());
+    if (status != errSecSuccess) return nullptr;
+    return std::make_unique<SecurityStaticCode>(std::move(code));
+  }
+};
+
 }  // namespace
 
-std::unique_ptr<StaticCode> MacosCodeSigning::staticCode(const std::string& path) {
-  constexpr bool isFolder = false;
-  const auto url = cfFileURL(path, isFolder);
-  if (!url) return nullptr;
-  CFOwner<SecStaticCodeRef> code;
-  const auto status = SecStaticCodeCreateWithPath(url.get(), kSecCSDefaultFlags, code.receiver());
-  if (status != errSecSuccess) return nullptr;
-  return std::make_unique<SecurityStaticCode>(std::move(code));
-}
+std::unique_ptr<CodeSigning> makeCodeSigning() { return std::make_unique<MacosCodeSigning>(); }
 
 }  // namespace qrt

@@ -1,17 +1,29 @@
-#include "platform/macos/MacosKernelSettings.h"
+#include "platform/KernelSettings.h"
 
 #include <sys/sysctl.h>
 
+#include "platform/macos/MacosFacilities.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
+namespace {
 
-PosixCode MacosKernelSettings::write(const std::string& name, const Number& value) {
-  // What follows a zero byte would not count: another variable would be meant.
-  if (name.find('\0') != std::string::npos) return PosixCode::noEntry;
-  auto integer = value.asInt64();
-  const int result = sysctlbyname(name.c_str(), nullptr, nullptr, &integer, sizeof integer);
-  return codeFor(result);
+/// Kernel variables on macOS.
+class MacosKernelSettings : public KernelSettings {
+ public:
+  PosixCode write(const std::string& name, const Number& value) override {
+    // What follows a zero byte would not count: another variable would be meant.
+    if (name.find('\0') != std::string::npos) return PosixCode::noEntry;
+    auto integer = value.asInt64();
+    const int result = sysctlbyname(name.c_str(), nullptr, nullptr, &integer, sizeof integer);
+    return codeFor(result);
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<KernelSettings> makeKernelSettings() {
+  return std::make_unique<MacosKernelSettings>();
 }
 
 }  // namespace qrt

@@ -1,7 +1,8 @@
-#include "platform/macos/MacosNvram.h"
+#include "platform/Nvram.h"
 
 #include "platform/macos/CFValue.h"
 #include "platform/macos/IOObject.h"
+#include "platform/macos/MacosFacilities.h"
 
 namespace qrt {
 namespace {
@@ -33,12 +34,18 @@ class OptionsEntry final : public NvramOptions {
   const IOObject entry_;
 };
 
+/// Firmware variables in the registry of drivers.
+class MacosNvram final : public Nvram {
+ public:
+  Result<std::unique_ptr<NvramOptions>, KernelReturn> options() override {
+    IOObject entry(IORegistryEntryFromPath(kIOMasterPortDefault, optionsPath));
+    if (!entry) return std::unique_ptr<NvramOptions>();
+    return std::unique_ptr<NvramOptions>(std::make_unique<OptionsEntry>(std::move(entry)));
+  }
+};
+
 }  // namespace
 
-Result<std::unique_ptr<NvramOptions>, KernelReturn> MacosNvram::options() {
-  IOObject entry(IORegistryEntryFromPath(kIOMasterPortDefault, optionsPath));
-  if (!entry) return std::unique_ptr<NvramOptions>();
-  return std::unique_ptr<NvramOptions>(std::make_unique<OptionsEntry>(std::move(entry)));
-}
+std::unique_ptr<Nvram> makeNvram() { return std::make_unique<MacosNvram>(); }
 
 }  // namespace qrt

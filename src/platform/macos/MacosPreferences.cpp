@@ -1,8 +1,9 @@
-#include "platform/macos/MacosPreferences.h"
+#include "platform/Preferences.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 
 #include "platform/macos/CFValue.h"
+#include "platform/macos/MacosFacilities.h"
 
 namespace qrt {
 namespace {
@@ -31,20 +32,26 @@ CFOwner<CFStringRef> nameOf(const std::optional<std::string>& application) {
   return CFOwner<CFStringRef>::sharing(kCFPreferencesAnyApplication);
 }
 
+/// Preferences as the system's applications keep them.
+class MacosPreferences final : public Preferences {
+ public:
+  bool setValue(const PreferenceDomain& domain, const std::string& key,
+                const std::optional<PropertyValue>& value) override {
+    const auto name = cfString(key);
+    const auto application = nameOf(domain.application);
+    const auto user = nameOf(domain.user, {kCFPreferencesAnyUser, kCFPreferencesCurrentUser});
+    const auto host = nameOf(domain.host, {kCFPreferencesAnyHost, kCFPreferencesCurrentHost});
+    const auto object = value ? cfValue(*value) : CFOwner<CFTypeRef>();
+    const bool isText = name && application && user && host && (object || !value);
+    if (!isText) return false;
+    // Null removes the key.
+    CFPreferencesSetValue(name.get(), object.get(), application.get(), user.get(), host.get());
+    return CFPreferencesSynchronize(application.get(), user.get(), host.get());
+  }
+};
+
 }  // namespace
 
-bool MacosPreferences::setValue(const PreferenceDomain& domain, const std::string& key,
-                                const std::optional<PropertyValue>& value) {
-  const auto name = cfString(key);
-  const auto application = nameOf(domain.application);
-  const auto user = nameOf(domain.user, {kCFPreferencesAnyUser, kCFPreferencesCurrentUser});
-  const auto host = nameOf(domain.host, {kCFPreferencesAnyHost, kCFPreferencesCurrentHost});
-  const auto object = value ? cfValue(*value) : CFOwner<CFTypeRef>();
-  const bool isText = name && application && user && host && (object || !value);
-  if (!isText) return false;
-  // Null removes the key.
-  CFPreferencesSetValue(name.get(), object.get(), application.get(), user.get(), host.get());
-  return CFPreferencesSynchronize(application.get(), user.get(), host.get());
-}
+std::unique_ptr<Preferences> makePreferences() { return std::make_unique<MacosPreferences>(); }
 
 }  // namespace qrt

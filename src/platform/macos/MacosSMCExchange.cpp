@@ -1,9 +1,10 @@
-#include "platform/macos/MacosSMCExchange.h"
+#include "platform/SMCExchange.h"
 
 #include <mach/mach_init.h>
 
 #include "base/Result.h"
 #include "platform/macos/IOObject.h"
+#include "platform/macos/MacosFacilities.h"
 
 namespace qrt {
 namespace {
@@ -53,13 +54,18 @@ Result<IOConnection, KernelReturn> openDriver() {
   return connection;
 }
 
+/// The System Management Controller behind its own driver.
+class MacosSMCExchange final : public SMCExchange {
+ public:
+  KernelReturn callSMC(const SMCParameterRecord& input, SMCParameterRecord& output) override {
+    const auto connection = openDriver();
+    if (!connection) return connection.error();
+    return kernelReturn(exchange(*connection, input, output));
+  }
+};
+
 }  // namespace
 
-KernelReturn MacosSMCExchange::callSMC(const SMCParameterRecord& input,
-                                       SMCParameterRecord& output) {
-  const auto connection = openDriver();
-  if (!connection) return connection.error();
-  return kernelReturn(exchange(*connection, input, output));
-}
+std::unique_ptr<SMCExchange> makeSMCExchange() { return std::make_unique<MacosSMCExchange>(); }
 
 }  // namespace qrt

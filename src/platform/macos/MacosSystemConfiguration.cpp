@@ -1,8 +1,9 @@
-#include "platform/macos/MacosSystemConfiguration.h"
+#include "platform/SystemConfiguration.h"
 
 #include <SystemConfiguration/SystemConfiguration.h>
 
 #include "platform/macos/CFValue.h"
+#include "platform/macos/MacosFacilities.h"
 
 namespace qrt {
 namespace {
@@ -60,16 +61,24 @@ class Session final : public SystemConfigurationPreferences {
   const CFOwner<SCPreferencesRef> preferences_;
 };
 
+/// The configuration that the system keeps itself.
+class MacosSystemConfiguration final : public SystemConfiguration {
+ public:
+  std::unique_ptr<SystemConfigurationPreferences> open(const std::string& clientName,
+                                                       const std::string& identifier) override {
+    const auto client = cfString(clientName);
+    const auto file = cfString(identifier);
+    if (!client || !file) return nullptr;
+    CFOwner<SCPreferencesRef> preferences(
+        SCPreferencesCreate(nullptr, client.get(), identifier.empty() ? nullptr : file.get()));
+    return preferences ? std::make_unique<Session>(std::move(preferences)) : nullptr;
+  }
+};
+
 }  // namespace
 
-std::unique_ptr<SystemConfigurationPreferences> MacosSystemConfiguration::open(
-    const std::string& clientName, const std::string& identifier) {
-  const auto client = cfString(clientName);
-  const auto file = cfString(identifier);
-  if (!client || !file) return nullptr;
-  CFOwner<SCPreferencesRef> preferences(
-      SCPreferencesCreate(nullptr, client.get(), identifier.empty() ? nullptr : file.get()));
-  return preferences ? std::make_unique<Session>(std::move(preferences)) : nullptr;
+std::unique_ptr<SystemConfiguration> makeSystemConfiguration() {
+  return std::make_unique<MacosSystemConfiguration>();
 }
 
 }  // namespace qrt

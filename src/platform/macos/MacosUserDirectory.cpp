@@ -1,8 +1,8 @@
-#include "platform/macos/MacosUserDirectory.h"
-
 #include <CoreServices/CoreServices.h>
 
 #include "platform/macos/CFOwner.h"
+#include "platform/macos/MacosFacilities.h"
+#include "platform/posix/PosixUserDirectory.h"
 
 namespace qrt {
 namespace {
@@ -18,18 +18,26 @@ CFOwner<CFArrayRef> userIdentities() {
   return CFOwner<CFArrayRef>(CSIdentityQueryCopyResults(query.get()));
 }
 
+/// Users of the password database and of the identity authority.
+class MacosUserDirectory final : public PosixUserDirectory {
+ public:
+  UserIDs listedUserIDs() override {
+    auto ids = PosixUserDirectory::listedUserIDs();
+    const auto identities = userIdentities();
+    const auto count = identities ? CFArrayGetCount(identities.get()) : 0;
+    for (CFIndex i = 0; i < count; ++i) {
+      const auto identity = castObject<CSIdentityRef>(CFArrayGetValueAtIndex(identities.get(), i),
+                                                      CSIdentityGetTypeID());
+      if (identity) ids.insert(CSIdentityGetPosixID(identity));
+    }
+    return ids;
+  }
+};
+
 }  // namespace
 
-UserIDs MacosUserDirectory::listedUserIDs() {
-  auto ids = PosixUserDirectory::listedUserIDs();
-  const auto identities = userIdentities();
-  const auto count = identities ? CFArrayGetCount(identities.get()) : 0;
-  for (CFIndex i = 0; i < count; ++i) {
-    const auto identity = castObject<CSIdentityRef>(CFArrayGetValueAtIndex(identities.get(), i),
-                                                    CSIdentityGetTypeID());
-    if (identity) ids.insert(CSIdentityGetPosixID(identity));
-  }
-  return ids;
+std::unique_ptr<UserDirectory> makeUserDirectory() {
+  return std::make_unique<MacosUserDirectory>();
 }
 
 }  // namespace qrt

@@ -52,4 +52,6 @@ struct NativeFacilities {
 /// Each port has its own. `root` is that of `NativePlatform`.
 NativeFacilities makeNativeFacilities(const std::string& root);
 
+std::unique_ptr<SelfProcess> makeSelfProcess();
+
 }  // namespace qrt

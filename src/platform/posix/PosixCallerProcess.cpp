@@ -1,4 +1,4 @@
-#include "platform/posix/PosixCallerProcess.h"
+#include "platform/CallerProcess.h"
 
 #include <signal.h>
 #include <unistd.h>
@@ -53,26 +53,28 @@ class SignalGuard : public CallerProcess::InterruptionGuard {
   std::array<struct sigaction, interruptingSignals.size()> previous_{};
 };
 
+/// The calling process, its signals and its folder.
+class PosixCallerProcess : public CallerProcess {
+ public:
+  std::int32_t processIdentifier() const override { return ::getpid(); }
+
+  PosixResult<std::string> currentFolder() const override {
+    const std::unique_ptr<char, decltype(&std::free)> path(::getcwd(nullptr, 0), &std::free);
+    if (!path) return lastError();
+    // A folder outside the process's root has no path.
+    if (path.get()[0] != '/') return PosixCode::noEntry;
+    return std::string(path.get());
+  }
+
+  std::unique_ptr<CallerProcess::InterruptionGuard> catchInterruptions(
+      std::function<void()> action) override {
+    return std::make_unique<SignalGuard>(std::move(action));
+  }
+
+  std::unique_ptr<CallerProcess::TextAgent> startTextAgent() override { return makeTextAgent(); }
+};
+
 }  // namespace
-
-std::int32_t PosixCallerProcess::processIdentifier() const { return ::getpid(); }
-
-PosixResult<std::string> PosixCallerProcess::currentFolder() const {
-  const std::unique_ptr<char, decltype(&std::free)> path(::getcwd(nullptr, 0), &std::free);
-  if (!path) return lastError();
-  // A folder outside the process's root has no path.
-  if (path.get()[0] != '/') return PosixCode::noEntry;
-  return std::string(path.get());
-}
-
-std::unique_ptr<CallerProcess::InterruptionGuard> PosixCallerProcess::catchInterruptions(
-    std::function<void()> action) {
-  return std::make_unique<SignalGuard>(std::move(action));
-}
-
-std::unique_ptr<CallerProcess::TextAgent> PosixCallerProcess::startTextAgent() {
-  return makeTextAgent();
-}
 
 std::unique_ptr<CallerProcess> makeNativeCallerProcess() {
   return std::make_unique<PosixCallerProcess>();

@@ -1,4 +1,4 @@
-#include "platform/posix/PosixTerminal.h"
+#include "platform/Terminal.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -12,6 +12,7 @@
 #include <iostream>
 #include <iterator>
 
+#include "platform/FileDescriptor.h"
 #include "platform/NativePlatform.h"
 #include "platform/posix/ChildProcess.h"
 
@@ -22,72 +23,83 @@ int descriptorOf(StandardStream stream) {
   return stream == StandardStream::output ? STDOUT_FILENO : STDERR_FILENO;
 }
 
+/// Standard streams as file descriptors.
+class PosixTerminal : public Terminal {
+ public:
+  /// From here on a reader that has gone makes `write` fail instead of ending the process, and a
+  /// stream that came closed fails instead of being whatever is opened next.
+  PosixTerminal() {
+    ::signal(SIGPIPE, SIG_IGN);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+      // Opened the wrong way round, so that whoever uses it is told.
+      if (::fcntl(stream, F_GETFD) < 0) {
+        ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+      }
+    }
+    int ends[2];
+    if (!openPipe(ends)) return;  // Then it stays patient.
+    isImpatient_.reset(ends[0]);
+    makeImpatient_.reset(ends[1]);
+  }
+
+  bool isTerminal(StandardStream stream) const override {
+    return ::isatty(descriptorOf(stream)) == 1;
+  }
+
+  std::size_t columns() const override {
+    constexpr std::size_t usual = 80;
+    for (const auto stream : {StandardStream::error, StandardStream::output}) {
+      winsize size{};
+      if (::ioctl(descriptorOf(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
+        return size.ws_col;
+      }
+    }
+    return usual;
+  }
+
+  bool write(StandardStream stream, std::string_view bytes) override {
+    const int descriptor = descriptorOf(stream);
+    while (!bytes.empty()) {
+      if (!waitUntilWritable(descriptor)) return false;
+      // A pipe that has room takes so much without making anybody wait.
+      const auto written =
+          ::write(descriptor, bytes.data(), std::min<std::size_t>(bytes.size(), PIPE_BUF));
+      if (written >= 0) {
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+      } else if (errno != EINTR && errno != EAGAIN) {
+        return false;
+      }
+    }
+    return true;
+  }
+
+  void stopWaiting() override { (void)!::write(makeImpatient_.get(), "", 1); }
+
+  bool canAsk() const override {
+    return ::isatty(STDIN_FILENO) == 1 && isTerminal(StandardStream::error);
+  }
+
+  std::optional<std::string> readLine() override {
+    std::string line;
+    if (!std::getline(std::cin, line)) return std::nullopt;
+    return line;
+  }
+
+ private:
+  bool waitUntilWritable(int descriptor) const {
+    pollfd entries[] = {{descriptor, POLLOUT, 0}, {isImpatient_.get(), POLLIN, 0}};
+    while (::poll(entries, std::size(entries), -1) < 0) {
+      if (errno != EINTR) return false;
+    }
+    return entries[0].revents != 0;
+  }
+
+  /// A pipe, into which something is written once nobody is to be waited for.
+  FileDescriptor isImpatient_;
+  FileDescriptor makeImpatient_;
+};
+
 }  // namespace
-
-PosixTerminal::PosixTerminal() {
-  ::signal(SIGPIPE, SIG_IGN);
-  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-    // Opened the wrong way round, so that whoever uses it is told.
-    if (::fcntl(stream, F_GETFD) < 0) {
-      ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-    }
-  }
-  int ends[2];
-  if (!openPipe(ends)) return;  // Then it stays patient.
-  isImpatient_.reset(ends[0]);
-  makeImpatient_.reset(ends[1]);
-}
-
-bool PosixTerminal::isTerminal(StandardStream stream) const {
-  return ::isatty(descriptorOf(stream)) == 1;
-}
-
-std::size_t PosixTerminal::columns() const {
-  constexpr std::size_t usual = 80;
-  for (const auto stream : {StandardStream::error, StandardStream::output}) {
-    winsize size{};
-    if (::ioctl(descriptorOf(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
-      return size.ws_col;
-    }
-  }
-  return usual;
-}
-
-bool PosixTerminal::write(StandardStream stream, std::string_view bytes) {
-  const int descriptor = descriptorOf(stream);
-  while (!bytes.empty()) {
-    if (!waitUntilWritable(descriptor)) return false;
-    // A pipe that has room takes so much without making anybody wait.
-    const auto written =
-        ::write(descriptor, bytes.data(), std::min<std::size_t>(bytes.size(), PIPE_BUF));
-    if (written >= 0) {
-      bytes.remove_prefix(static_cast<std::size_t>(written));
-    } else if (errno != EINTR && errno != EAGAIN) {
-      return false;
-    }
-  }
-  return true;
-}
-
-bool PosixTerminal::waitUntilWritable(int descriptor) const {
-  pollfd entries[] = {{descriptor, POLLOUT, 0}, {isImpatient_.get(), POLLIN, 0}};
-  while (::poll(entries, std::size(entries), -1) < 0) {
-    if (errno != EINTR) return false;
-  }
-  return entries[0].revents != 0;
-}
-
-void PosixTerminal::stopWaiting() { (void)!::write(makeImpatient_.get(), "", 1); }
-
-bool PosixTerminal::canAsk() const {
-  return ::isatty(STDIN_FILENO) == 1 && isTerminal(StandardStream::error);
-}
-
-std::optional<std::string> PosixTerminal::readLine() {
-  std::string line;
-  if (!std::getline(std::cin, line)) return std::nullopt;
-  return line;
-}
 
 std::unique_ptr<Terminal> makeNativeTerminal() { return std::make_unique<PosixTerminal>(); }
 

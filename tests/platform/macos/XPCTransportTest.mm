@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "platform/ForeignException.h"
-#include "platform/macos/MacosAuthority.h"
+#include "platform/macos/MacosFacilities.h"
 #include "platform/macos/xpc/ExportedHelper.h"
 #include "platform/macos/xpc/XPCHelperConnection.h"
 #include "platform/macos/xpc/XPCListener.h"

@@ -1,4 +1,4 @@
-#include "platform/macos/files/MacosAccessControl.h"
+#include "platform/AccessControl.h"
 
 #include <fcntl.h>
 #include <libkern/OSByteOrder.h>
@@ -13,6 +13,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "platform/macos/MacosFacilities.h"
 #include "platform/macos/files/CommonAttribute.h"
 #include "platform/posix/NativeError.h"
 
@@ -111,70 +112,77 @@ bool markAsInherited(acl_entry_t entry) {
          ::acl_set_flagset_np(entry, flags) == 0;
 }
 
+/// A list without entries is no list. The list of a socket or device can be replaced, but not read:
+/// `list` returns none for these.
+class MacosAccessControl final : public AccessControl {
+ public:
+  PosixResult<OptionalList> internalized(const Data& externalForm) override {
+    if (!isComplete(externalForm)) return PosixCode::invalidArgument;
+    AclOwner list(::acl_copy_int(externalForm.data()));
+    if (!list) return PosixCode::invalidArgument;
+    return listOf(std::move(list));
+  }
+
+  PosixResult<Data> externalized(const OptionalList& list) override {
+    return formOf(list, ::acl_copy_ext);
+  }
+
+  PosixResult<OptionalList> fromText(const std::string& text) override {
+    AclOwner list(::acl_from_text(text.c_str()));
+    if (!list) return PosixCode::invalidArgument;
+    return listOf(std::move(list));
+  }
+
+  PosixResult<AccessControlList> markedAsInherited(const AccessControlList& list) override {
+    AclOwner copy(::acl_dup(list.content().list.get()));
+    if (!copy) return lastError();
+    acl_entry_t entry = nullptr;
+    for (int which = ACL_FIRST_ENTRY; ::acl_get_entry(copy.get(), which, &entry) == 0;
+         which = ACL_NEXT_ENTRY) {
+      if (!markAsInherited(entry)) return lastError();
+    }
+    return *listOf(std::move(copy));
+  }
+
+  PosixResult<OptionalList> list(const HeldObject& object) override {
+    if (!object.name().empty()) return OptionalList();
+    AclOwner list(::acl_get_fd_np(object.descriptor(), ACL_TYPE_EXTENDED));
+    if (list) return listOf(std::move(list));
+    const auto code = lastError();
+    const bool hasNone = code == PosixCode::noEntry || code == PosixCode::notSupported;
+    return hasNone ? PosixResult<OptionalList>(OptionalList()) : code;
+  }
+
+  PosixCode setList(const HeldObject& object, const OptionalList& wanted) override {
+    if (!object.name().empty()) return setListByName(object, wanted);
+    const auto own = list(object);
+    if (!own) return own.error();
+    if (!wanted) return *own ? removeList(object) : PosixCode::success;
+    const auto ownForm = externalized(*own);
+    const auto wantedForm = externalized(wanted);
+    if (ownForm && wantedForm && *ownForm == *wantedForm) return PosixCode::success;
+    return codeFor(
+        ::acl_set_fd_np(object.descriptor(), wanted->content().list.get(), ACL_TYPE_EXTENDED));
+  }
+
+  PosixResult<AccessRights> rights(const HeldObject& object, const FileStatus& current) override {
+    auto own = list(object);
+    if (!own) return own.error();
+    return AccessRights{current.mode & permissionBits, std::move(*own), std::nullopt};
+  }
+
+  PosixCode setRights(const HeldObject& object, const AccessRights& rights) override {
+    const auto code = object.setPermissions(rights.permissions);
+    const auto listCode = setList(object, rights.list);
+    if (code != PosixCode::success) return code;
+    return listCode == PosixCode::notSupported ? PosixCode::success : listCode;
+  }
+};
+
 }  // namespace
 
-PosixResult<OptionalList> MacosAccessControl::internalized(const Data& externalForm) {
-  if (!isComplete(externalForm)) return PosixCode::invalidArgument;
-  AclOwner list(::acl_copy_int(externalForm.data()));
-  if (!list) return PosixCode::invalidArgument;
-  return listOf(std::move(list));
-}
-
-PosixResult<Data> MacosAccessControl::externalized(const OptionalList& list) {
-  return formOf(list, ::acl_copy_ext);
-}
-
-PosixResult<OptionalList> MacosAccessControl::fromText(const std::string& text) {
-  AclOwner list(::acl_from_text(text.c_str()));
-  if (!list) return PosixCode::invalidArgument;
-  return listOf(std::move(list));
-}
-
-PosixResult<AccessControlList> MacosAccessControl::markedAsInherited(
-    const AccessControlList& list) {
-  AclOwner copy(::acl_dup(list.content().list.get()));
-  if (!copy) return lastError();
-  acl_entry_t entry = nullptr;
-  for (int which = ACL_FIRST_ENTRY; ::acl_get_entry(copy.get(), which, &entry) == 0;
-       which = ACL_NEXT_ENTRY) {
-    if (!markAsInherited(entry)) return lastError();
-  }
-  return *listOf(std::move(copy));
-}
-
-PosixResult<OptionalList> MacosAccessControl::list(const HeldObject& object) {
-  if (!object.name().empty()) return OptionalList();
-  AclOwner list(::acl_get_fd_np(object.descriptor(), ACL_TYPE_EXTENDED));
-  if (list) return listOf(std::move(list));
-  const auto code = lastError();
-  const bool hasNone = code == PosixCode::noEntry || code == PosixCode::notSupported;
-  return hasNone ? PosixResult<OptionalList>(OptionalList()) : code;
-}
-
-PosixCode MacosAccessControl::setList(const HeldObject& object, const OptionalList& wanted) {
-  if (!object.name().empty()) return setListByName(object, wanted);
-  const auto own = list(object);
-  if (!own) return own.error();
-  if (!wanted) return *own ? removeList(object) : PosixCode::success;
-  const auto ownForm = externalized(*own);
-  const auto wantedForm = externalized(wanted);
-  if (ownForm && wantedForm && *ownForm == *wantedForm) return PosixCode::success;
-  return codeFor(
-      ::acl_set_fd_np(object.descriptor(), wanted->content().list.get(), ACL_TYPE_EXTENDED));
-}
-
-PosixResult<AccessRights> MacosAccessControl::rights(const HeldObject& object,
-                                                     const FileStatus& current) {
-  auto own = list(object);
-  if (!own) return own.error();
-  return AccessRights{current.mode & permissionBits, std::move(*own), std::nullopt};
-}
-
-PosixCode MacosAccessControl::setRights(const HeldObject& object, const AccessRights& rights) {
-  const auto code = object.setPermissions(rights.permissions);
-  const auto listCode = setList(object, rights.list);
-  if (code != PosixCode::success) return code;
-  return listCode == PosixCode::notSupported ? PosixCode::success : listCode;
+std::unique_ptr<AccessControl> makeAccessControl() {
+  return std::make_unique<MacosAccessControl>();
 }
 
 }  // namespace qrt

@@ -1,17 +1,27 @@
-#include "platform/macos/files/MacosVolumes.h"
+#include "platform/Volumes.h"
 
 #include <sys/mount.h>
 #include <sys/param.h>
 
+#include "platform/macos/MacosFacilities.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
+namespace {
 
-PosixResult<std::string> MacosVolumes::mountPoint(const std::string& path) {
-  if (path.find('\0') != std::string::npos) return PosixCode::noEntry;
-  struct statfs volume;
-  if (::statfs(path.c_str(), &volume) != 0) return lastError();
-  return std::string(volume.f_mntonname);
-}
+/// Mounted file systems as the kernel lists them.
+class MacosVolumes final : public Volumes {
+ public:
+  PosixResult<std::string> mountPoint(const std::string& path) override {
+    if (path.find('\0') != std::string::npos) return PosixCode::noEntry;
+    struct statfs volume;
+    if (::statfs(path.c_str(), &volume) != 0) return lastError();
+    return std::string(volume.f_mntonname);
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<Volumes> makeVolumes() { return std::make_unique<MacosVolumes>(); }
 
 }  // namespace qrt

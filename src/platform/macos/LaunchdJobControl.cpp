@@ -1,10 +1,11 @@
-// The launchd job that starts the daemon.
-#pragma once
-
 #include "platform/JobControl.h"
 
-namespace qrt {
+#include "platform/macos/MacosFacilities.h"
 
+namespace qrt {
+namespace {
+
+/// The launchd job that starts the daemon.
 class LaunchdJobControl : public JobControl {
  public:
   std::string removalTool() const override { return "/bin/launchctl"; }
@@ -13,5 +14,9 @@ class LaunchdJobControl : public JobControl {
     return {{"remove", serviceIdentifier}};
   }
 };
+
+}  // namespace
+
+std::unique_ptr<JobControl> makeJobControl() { return std::make_unique<LaunchdJobControl>(); }
 
 }  // namespace qrt
