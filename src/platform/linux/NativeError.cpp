@@ -2,6 +2,9 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <system_error>
+
+#include "platform/SystemErrorText.h"
 
 namespace qrt {
 namespace {
@@ -110,6 +113,13 @@ PosixCode contractCode(int nativeError) {
     if (row.native == nativeError) return static_cast<PosixCode>(row.code);
   }
   return PosixCode::inputOutput;
+}
+
+std::optional<std::string> systemErrorText(std::int64_t code) {
+  for (const auto& row : rows) {
+    if (row.code == code) return std::generic_category().message(row.native);
+  }
+  return std::nullopt;
 }
 
 }  // namespace qrt

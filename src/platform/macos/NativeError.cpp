@@ -1,6 +1,9 @@
 #include "platform/posix/NativeError.h"
 
 #include <cerrno>
+#include <system_error>
+
+#include "platform/SystemErrorText.h"
 
 namespace qrt {
 
@@ -8,6 +11,11 @@ namespace qrt {
 // same and are met in each other's place.
 PosixCode contractCode(int nativeError) {
   return static_cast<PosixCode>(nativeError == EOPNOTSUPP ? ENOTSUP : nativeError);
+}
+
+std::optional<std::string> systemErrorText(std::int64_t code) {
+  if (code < 0 || code > ELAST) return std::nullopt;
+  return std::generic_category().message(static_cast<int>(code));
 }
 
 }  // namespace qrt

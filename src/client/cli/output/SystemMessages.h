@@ -1,4 +1,4 @@
-// Words for errors that carry none.
+// Words for errors, and errors of this program itself.
 #pragma once
 
 #include <string>
@@ -8,10 +8,10 @@
 
 namespace qrt {
 
-/// The error's own description, else what its domain and code mean.
+/// The error's own description, or else the meaning of its domain and code.
 std::string descriptionForPerson(const Error& error);
 
-/// A failure of this program itself, in its own words.
+/// A failure of this program itself.
 Error describedError(PosixCode code, std::string_view description,
                      std::string_view suggestion = {});
 
