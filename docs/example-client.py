@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 """A client of the privileged helper, without any of its code: example-client.py SOCKET CODE [ARGUMENT...]
 
-Has the operation with this code performed, prints each message of feedback and then the outcome, and ends with 0 when
-it was done. An argument is a string; "n:5" is the number 5, "b:1" a boolean, "d:text" data. Needs python3-dbus-next.
+Asks the helper to perform the operation with this code, prints each feedback message and then the outcome, and exits
+with 0 when the operation succeeded. An argument is a string; "n:5" is the number 5, "b:1" a boolean, "d:text" data. Needs python3-dbus-next.
 """
 
 import asyncio
@@ -46,7 +46,7 @@ async def call(bus, interface, member, signature="", body=(), descriptors=()):
 
 
 def feedback_connection(handler):
-    """A connection that takes feedback, and its other end for the helper."""
+    """A connection that receives feedback, and the end of it for the helper."""
     with tempfile.TemporaryDirectory() as folder, socket.socket(socket.AF_UNIX) as listener:
         listener.bind(f"{folder}/feedback")
         listener.listen()
@@ -66,7 +66,7 @@ async def main(path, code, *words):
                                              [int(code), form, [0], list(map(value, words))], [theirs.fileno()])
     handshake.cancel()
     theirs.close()
-    # The helper closes the other end when all is sent; without feedback there was never a handshake.
+    # The helper closes its end after the last message; without feedback it never answered the handshake.
     await asyncio.wait({asyncio.gather(feedback.wait_for_disconnect(), return_exceptions=True)}, timeout=1)
     print((domain, number, plain(information)))
     await bus.send(Message(destination="any.name", path=PATH, interface=HELPER, member="unregisterClientWithPID",

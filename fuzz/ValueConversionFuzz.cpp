@@ -1,4 +1,4 @@
-// Texts that stand for values.
+// Conversion of argument texts to values.
 #include <cstdint>
 #include <cstdlib>
 #include <string>

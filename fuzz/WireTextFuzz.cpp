@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   const std::string name(bytes, bytes + size);
   const auto sent = qrt::encodeWireText(name);
   if (!qrt::isValidUtf8(sent)) std::abort();
-  // No name holds a zero byte, and none is ever decoded.
+  // A name has no zero byte, and decoding never makes one.
   const bool isName = name.find('\0') == std::string::npos;
   if (isName && qrt::decodeWireText(sent) != name) std::abort();
 

@@ -7,7 +7,7 @@ set_target_properties(requestor_archive PROPERTIES
                       OUTPUT_NAME privilegerequestor EXPORT_NAME privilegerequestor LINKER_LANGUAGE CXX)
 target_compile_features(requestor_archive INTERFACE cxx_std_20)
 
-# What the port links, by plain names.
+# The libraries that the port links, by plain names.
 get_target_property(linked qrt_platform LINK_LIBRARIES)
 list(FILTER linked INCLUDE REGEX "^PkgConfig::")
 foreach(module IN LISTS linked)

@@ -22,8 +22,8 @@ set(CPACK_COMPONENT_HELPER_DESCRIPTION
 It deletes trees that immutable flags protect, creates, renames and protects
 objects in places of the system, changes settings, signals processes and runs
 trusted utilities, all from one fixed catalogue. Every operation has an
-authorization right of its own, which polkit decides about where it is
-installed. The daemon starts on demand; qrtctl is its command-line client.")
+authorization right of its own; where polkit is installed, polkit decides who
+has it. The daemon starts on demand; qrtctl is its command-line client.")
 set(CPACK_DEBIAN_HELPER_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_HELPER_PACKAGE_RECOMMENDS polkitd)
 set(scripts postinst prerm postrm)
@@ -37,10 +37,10 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${development_package})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
 "client library of the privileged helper, for C++
-A program that links it connects to the privileged helper, has operations
-performed, and follows their progress and output. Static library, headers and
+A program that links it connects to the privileged helper, asks it to perform
+operations, and receives their progress and output. Static library, headers and
 configuration for CMake.")
-# Whoever links the archive needs the packages that its libraries are linked by.
+# A program that links the archive needs the packages of the libraries that the archive uses.
 find_program(DPKG_QUERY dpkg-query)
 foreach(library IN LISTS foreign_libraries)
   find_library(file ${library} REQUIRED NO_CACHE)
@@ -54,7 +54,7 @@ foreach(library IN LISTS foreign_libraries)
 endforeach()
 list(JOIN owners ", " CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS)
 
-# What Debian wants to be told beside.
+# Further files that Debian requires.
 find_program(GZIP gzip REQUIRED)
 execute_process(COMMAND ${GZIP} -9n INPUT_FILE ${CMAKE_CURRENT_SOURCE_DIR}/debian/changelog
                 OUTPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz)
@@ -66,7 +66,7 @@ foreach(component helper development)
   install(FILES debian/${package}.lintian-overrides RENAME ${package}
           DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT ${component})
 endforeach()
-# The folder of the actions that the rights become; they are made by `qrtctl install-rights`.
+# The folder of the polkit actions, which `qrtctl install-rights` writes.
 install(DIRECTORY DESTINATION ${CMAKE_INSTALL_DATADIR}/polkit-1/actions COMPONENT helper)
 
 include(CPack)

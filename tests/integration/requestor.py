@@ -1,4 +1,4 @@
-"""A requestor made with GDBus."""
+"""A requestor on GDBus."""
 
 import os
 import socket
@@ -35,13 +35,11 @@ def variant(value):
 
 
 class FeedbackReceiver:
-    """Takes the messages of one operation in a thread of its own."""
+    """Receives the messages of one operation on a thread of its own."""
 
     def __init__(self):
         self.messages = []
         self._ours, self.theirs = socket.socketpair()
-        self._finished = threading.Event()
-        self._context = GLib.MainContext.new()
         self._thread = threading.Thread(target=self._receive, daemon=True)
         self._thread.start()
 
@@ -49,34 +47,28 @@ class FeedbackReceiver:
         self._thread.join(10)
 
     def _take(self, _connection, _sender, _path, _interface, _method, arguments, _invocation):
-        (message,) = arguments.unpack()
-        self.messages.append(message)
-        if "FinalFeedbackMessage" in message:
-            self._finished.set()
+        self.messages += arguments.unpack()
 
     def _receive(self):
-        self._context.push_thread_default()
+        context = GLib.MainContext.new()
+        context.push_thread_default()
         stream = Gio.Socket.new_from_fd(self._ours.detach()).connection_factory_create_connection()
-        # The first message follows the handshake at once: nothing is delivered before the object
-        # is there.
-        flags = (Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT
-                 | Gio.DBusConnectionFlags.DELAY_MESSAGE_PROCESSING)
+        # Messages wait until the object is registered: the first one directly follows the handshake.
+        flags = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.DELAY_MESSAGE_PROCESSING
         feedback = Gio.DBusConnection.new_sync(stream, None, flags, None, None)
         node = Gio.DBusNodeInfo.new_for_xml(
             f'<node><interface name="{FEEDBACK}"><method name="processPrivilegedOperationFeedback">'
             '<arg type="a{sv}" direction="in"/></method></interface></node>')
-        feedback.register_object("/com/vantor/QRTPrivilegedOperationFeedback", node.interfaces[0],
-                                 self._take, None, None)
+        feedback.register_object("/com/vantor/QRTPrivilegedOperationFeedback", node.interfaces[0], self._take, None, None)
         feedback.start_message_processing()
-        while not self._finished.is_set():
-            self._context.iteration(True)
-        self._context.pop_thread_default()
+        while not any("FinalFeedbackMessage" in message for message in self.messages):
+            context.iteration(True)
+        context.pop_thread_default()
 
 
 class Requestor:
     def __init__(self, address):
-        flags = (Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT
-                 | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION)
+        flags = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
         self._bus = Gio.DBusConnection.new_for_address_sync(address, flags, None, None)
 
     def call(self, interface, method, arguments=None, reply="()", descriptors=None):
@@ -86,20 +78,19 @@ class Requestor:
         return answer.unpack()
 
     def notify(self, method, process):
-        """Registers or unregisters a process; whether it is answered does not matter."""
+        """Registers or unregisters a process without waiting for the reply."""
         self._bus.call(None, PATH, HELPER, method, GLib.Variant("(i)", (process,)), None,
                        Gio.DBusCallFlags.NONE, GLib.MAXINT, None, None)
         try:
             self._bus.flush_sync(None)
         except GLib.Error:
-            pass  # The daemon has ended already.
+            pass  # The daemon has already ended.
 
     def external_form(self):
         return self.call(AUTHORITY, "createExternalForm", None, "(ay)")[0]
 
     def perform(self, code, arguments, receiver=None):
-        """Domain, code and user information of the outcome, and the feedback messages that the
-        receiver took."""
+        """Returns the outcome (domain, code, user information) and the messages of the receiver."""
         endpoints = [receiver.theirs.detach()] if receiver else []
         request = GLib.Variant.new_tuple(
             GLib.Variant("t", code), GLib.Variant("ay", self.external_form()),
@@ -107,7 +98,6 @@ class Requestor:
             GLib.Variant("av", [variant(value) for value in arguments]))
         outcome = self.call(HELPER, "performPrivilegedOperation", request, "(sxa{sv})",
                             Gio.UnixFDList.new_from_array(endpoints))
-        if not receiver:
-            return outcome, []
-        receiver.join()
-        return outcome, receiver.messages
+        if receiver:
+            receiver.join()
+        return outcome, receiver.messages if receiver else []

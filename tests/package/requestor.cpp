@@ -1,4 +1,4 @@
-// Asks the helper for its version; with two paths it has the helper uninstall itself.
+// Prints the version of the helper; with two paths it asks the helper to uninstall itself.
 //   requestor [EXECUTABLE JOB]
 #include <iostream>
 

@@ -50,7 +50,7 @@ Result<std::int64_t> changeRights(RightsChange change, const QRTPrivilegedOperat
   }
   (*authorization)->free(authorization_flag::none);
 
-  // Failures of single rights are only logged.
+  // The failure of a single right is only logged, so the result is counted.
   const auto [installed, missing] = countRights(operations, platform.authority);
   if (change == RightsChange::install && missing != 0) return incompleteError(missing, "installed");
   if (change == RightsChange::remove && installed != 0) {

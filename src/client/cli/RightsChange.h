@@ -12,8 +12,9 @@ struct Platform;
 
 enum class RightsChange { install, remove };
 
-/// Installs or removes the rights of all operations, as this process, which has to be root's.
-/// Returns how many of them the database holds afterwards.
+/// Installs or removes the rights of all operations. Returns how many of them the database holds
+/// afterwards. POSIX error 1 when the user is not root, POSIX error 5 when a right could not be
+/// changed.
 Result<std::int64_t> changeRights(RightsChange change, const QRTPrivilegedOperationSet& operations,
                                   const Platform& platform);
 

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// The language part of the user's locale; "C" and "POSIX" name tables that nobody has.
+/// The language part of the user's locale. "C" and "POSIX" have no string tables.
 std::string languageOfUser() {
   std::setlocale(LC_CTYPE, "");
   const char* const locale = std::setlocale(LC_MESSAGES, "");
@@ -19,7 +19,7 @@ std::string languageOfUser() {
   return std::string(name.substr(0, name.find_first_of("_.@")));
 }
 
-/// Whoever wants no colour sets the variable to anything.
+/// A user who wants no colour sets the variable to any text.
 bool mayColor() {
   const char* const refusal = std::getenv("NO_COLOR");
   return !refusal || !*refusal;
@@ -28,7 +28,7 @@ bool mayColor() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // First, for it sees to the standard streams.
+  // First, because it opens the standard streams that are closed.
   const auto terminal = qrt::makeNativeTerminal();
   const qrt::NativePlatform native;
   const auto caller = qrt::makeNativeCallerProcess();

@@ -1,4 +1,4 @@
-// Access control lists as people name them.
+// An access control list on a command line.
 #pragma once
 
 #include <string>
@@ -10,8 +10,8 @@ namespace qrt {
 
 struct Platform;
 
-/// The external form of the list that a word stands for: "@PATH" for the list of another object,
-/// "none" for no list, anything else for the list written that way.
+/// The external form of a list: "@PATH" is the list of another object, "none" is no list, and other
+/// words are the list as the system writes it.
 UsageResult<Data> accessControlListIn(const std::string& word, const Platform& platform);
 
 }  // namespace qrt

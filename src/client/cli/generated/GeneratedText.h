@@ -1,4 +1,5 @@
-// Documents and completions that are made from the tables of operations and commands.
+// Manual pages, completions and the reference, generated from the tables of operations and
+// commands.
 #pragma once
 
 #include <optional>
@@ -10,7 +11,7 @@
 
 namespace qrt {
 
-/// None when there is no text of this name.
+/// Nothing when there is no text of this name.
 std::optional<std::string> generatedText(std::string_view name,
                                          const OperationDescriptions& operations);
 
@@ -25,7 +26,7 @@ std::string fishCompletion(const OperationDescriptions& operations);
 /// Markdown.
 std::string operationReference(const OperationDescriptions& operations);
 
-/// The commands that the manual shows, a line each.
+/// The commands in the examples of the manual, one a line.
 std::string exampleCommands(const OperationDescriptions& operations);
 
 }  // namespace qrt

@@ -13,7 +13,7 @@
 namespace qrt {
 namespace {
 
-/// Text as roff prints it unchanged.
+/// Escaped so that roff prints the text unchanged.
 std::string escaped(std::string_view text) {
   std::string result;
   if (text.starts_with('.') || text.starts_with('\'')) result = "\\&";
@@ -35,7 +35,7 @@ std::string reference(std::string_view page) {
   return fmt::format("\\fB{}\\fR{}", escaped(page.substr(0, section)), page.substr(section));
 }
 
-/// Builds a page from the top to the end.
+/// Builds a page from top to bottom.
 class Page {
  public:
   Page(std::string_view name, int section, std::string_view purpose) {
@@ -54,7 +54,7 @@ class Page {
     line(fmt::format("\\fB{}\\fR", escaped(term)));
     line(escaped(meaning));
   }
-  /// Items from here on belong to the last one.
+  /// The next items belong to the last one.
   void indent() { line(".RS"); }
   void outdent() { line(".RE"); }
   void example(std::string_view command, std::string_view meaning) {

@@ -11,10 +11,10 @@ namespace {
 constexpr std::string_view introduction =
     R"(# Operations
 
-Made from the catalogue by `qrtctl generate reference`; do not edit.
+Generated from the catalogue by `qrtctl generate reference`; do not edit.
 
 Each operation has a code, an authorization right and a list of arguments. The command line is that of `qrtctl`; the
-table below it shows what is sent for it, in this order ([wire.md](wire.md) has the types).
+table below it shows the arguments as they are sent, in this order ([wire.md](wire.md) has the types).
 
 )";
 
@@ -46,7 +46,7 @@ std::string_view timesOf(Occurrence occurrence) {
   return "";
 }
 
-/// What is sent when it is not as it is written.
+/// How the sent value differs from the written one.
 std::string sentAs(const ArgumentDescription& argument) {
   switch (argument.form) {
     case ArgumentForm::path:
@@ -78,7 +78,7 @@ std::string sentAs(const ArgumentDescription& argument) {
   return "";
 }
 
-/// A bar would end the cell of a table.
+/// Escapes bars, which would end the cell of a table.
 std::string cell(std::string_view text) {
   std::string result;
   for (const char c : text) {

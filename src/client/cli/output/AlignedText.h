@@ -1,4 +1,4 @@
-// Lines whose columns stand below each other.
+// Lines with aligned columns.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@ namespace qrt {
 
 class AlignedText {
  public:
-  /// The last cell of a line makes no column wider.
+  /// The last cell of a line does not widen its column.
   void add(std::vector<std::string> cells) { lines_.push_back(std::move(cells)); }
   std::string text() const;
 

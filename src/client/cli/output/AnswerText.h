@@ -1,4 +1,4 @@
-// An operation's answer for a person.
+// An operation's answer as text for the user.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 
 namespace qrt {
 
-/// One line without a line feed: in words where the value is a code.
+/// One line without a line feed. A code becomes words.
 std::string answerText(std::string_view key, const PropertyValue& value);
 
 }  // namespace qrt

@@ -1,4 +1,4 @@
-// Colour for a person at a terminal.
+// Colour on a terminal.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@ namespace qrt {
 
 enum class Color { red, yellow, green };
 
-/// The text, and what makes a terminal show it in that colour.
+/// The text between the control sequences that a terminal needs to show it in that colour.
 std::string colored(Color color, std::string_view text);
 
 }  // namespace qrt

@@ -1,4 +1,4 @@
-// An error as lines for a person.
+// An error as lines for the user.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace qrt {
 
-/// Description, suggestion, the path unless one of them names it, and the causes. `error` is
-/// localized already. Every line ends with a line feed.
+/// Description, suggestion, paths and causes. A path that the texts contain is left out. `error` is
+/// already localized. Every line ends with a line feed.
 std::string errorText(const Error& error);
 
 }  // namespace qrt

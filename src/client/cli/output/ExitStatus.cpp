@@ -10,7 +10,7 @@
 namespace qrt {
 namespace {
 
-/// The services' own statuses lie together.
+/// The authorization services use one range of statuses.
 bool isAuthorizationFailure(const Error& error) {
   constexpr std::int64_t last = -60033;
   constexpr std::int64_t first = -60001;
@@ -39,7 +39,7 @@ std::optional<int> statusOfProgram(const Error& error) {
   int status = 0;
   const char* const end = text->data() + text->size();
   const auto [stop, problem] = std::from_chars(text->data(), end, status);
-  // A program that was not run has a status that no program can have.
+  // A program that was not run has a status outside of this range.
   const bool isStatus = problem == std::errc() && stop == end && status > 0 && status < 256;
   return isStatus ? std::optional(status) : std::nullopt;
 }

@@ -1,4 +1,4 @@
-// What the shell is told.
+// The exit status of qrtctl.
 #pragma once
 
 #include <optional>
@@ -17,10 +17,11 @@ enum class ExitStatus : int {
   interrupted = 130,
 };
 
-/// The status of a program that the operation ran to its end; none when the error is another one.
+/// The exit status of the program that the operation ran; nothing when the error has another cause.
 std::optional<int> statusOfProgram(const Error& error);
 
-/// The status for an operation that failed with this error: the program's own, or one of the list.
+/// The status after an operation that failed with this error: the program's own, or one of the
+/// list.
 ExitStatus exitStatusFor(const Error& error);
 
 }  // namespace qrt

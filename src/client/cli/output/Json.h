@@ -9,18 +9,18 @@
 
 namespace qrt {
 
-/// Keys stand in the order in which they were added.
+/// Keys keep the order in which they were added.
 using Json = nlohmann::ordered_json;
 
 /// Numbers and booleans keep their kind and value. Text is in its wire form, data is Base64, a date
-/// is seconds since 1970, an error an object as below.
+/// is seconds since 1970, and an error is an object as below.
 Json jsonOf(const PropertyValue& value);
 Json jsonOf(const Dictionary& dictionary);
 
-/// Domain, code, what is told to a person, and the whole user information.
+/// Domain, code, the texts for the user, and the whole user information.
 Json jsonOf(const Error& error);
 
-/// One line, always valid UTF-8, with its line feed.
+/// One line of valid UTF-8 with its line feed.
 std::string lineOf(const Json& json);
 
 }  // namespace qrt

@@ -1,4 +1,4 @@
-// How what a command learns is told.
+// How feedback, answers and failures are printed: as text or as JSON lines.
 #pragma once
 
 #include <memory>
@@ -15,20 +15,20 @@ class Presenter {
  public:
   virtual ~Presenter() = default;
 
-  /// Each returns false when nobody can read it any more.
+  /// These two return false when the output cannot be written.
   virtual bool showFeedback(const Dictionary& message) = 0;
-  /// The command is done; the answer may be empty.
+  /// The command succeeded. The answer may be empty.
   virtual bool showAnswer(const Dictionary& answer) = 0;
 
-  /// The command failed. `error` is localized already.
+  /// The command failed. `error` is already localized.
   virtual void showFailure(const Error& error) = 0;
 };
 
-/// For a person: output, records and answers on standard output, progress and failures on standard
-/// error. `label` names the command there, in colour for a failure on a terminal if `mayColor`.
+/// Text for the user: output, records and answers go to standard output, progress and failures to
+/// standard error, after `label`. With `mayColor` the label of a failure has colour on a terminal.
 std::unique_ptr<Presenter> makeTextPresenter(Terminal& terminal, std::string label, bool mayColor);
 
-/// For a program: a line of JSON on standard output for each message and one for the result.
+/// JSON for a program: on standard output one line for each message and one for the result.
 std::unique_ptr<Presenter> makeJsonPresenter(Terminal& terminal);
 
 }  // namespace qrt

@@ -17,7 +17,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// The line, and a thread that lets its time go on while no message arrives.
+/// The line, and a thread that updates its time while no message arrives.
 class MovingProgress : public ProgressDisplay {
  public:
   MovingProgress(Terminal& terminal, const std::string& label)

@@ -13,13 +13,13 @@ class ProgressDisplay {
   virtual ~ProgressDisplay() = default;
 
   virtual void setFraction(double fraction) = 0;
-  /// Makes room for other output; what moves comes back by itself.
+  /// Removes the line before other output. The next tick draws it again.
   virtual void makeRoom() = 0;
-  /// Ends the display: as done, or as if it had never been.
+  /// Ends the display: at 100 % when the work is done, else without a trace.
   virtual void end(bool isDone) = 0;
 };
 
-/// A line that moves when standard error is a terminal, else a line for each new tenth.
+/// On a terminal, a line that is redrawn in place. Elsewhere, a line for each new tenth.
 std::unique_ptr<ProgressDisplay> makeProgressDisplay(Terminal& terminal, const std::string& label);
 
 }  // namespace qrt

@@ -33,7 +33,7 @@ ProgressLine::ProgressLine(Terminal& terminal, std::string label, TimePoint star
       nextDraw_(start + shortestInterval) {}
 
 void ProgressLine::setFraction(double fraction, TimePoint now) {
-  // What is not a number fails the comparison: nothing done.
+  // A value that is not a number fails the comparison.
   fraction_ = fraction > 0 ? std::min(fraction, 1.0) : 0;
   tick(now);
 }
@@ -60,7 +60,7 @@ void ProgressLine::finish(TimePoint now) {
 bool ProgressLine::draw(TimePoint now) {
   auto text = content(now);
   if (text == shown_) return false;
-  // Blanks cover the rest of a longer predecessor.
+  // Blanks cover the rest of a longer line before it.
   const auto width = std::min(shown_.size(), room());
   terminal_.write(StandardStream::error, fmt::format("\r{:{}}", text, width));
   shown_ = std::move(text);
@@ -69,7 +69,7 @@ bool ProgressLine::draw(TimePoint now) {
 }
 
 std::size_t ProgressLine::room() const {
-  // The last column stays free: some terminals wrap as soon as it is written.
+  // The last column stays empty: some terminals wrap as soon as it is written.
   return std::max<std::size_t>(terminal_.columns(), 2) - 1;
 }
 

@@ -1,4 +1,4 @@
-// The line of a terminal on which the progress of an operation moves.
+// The line of a terminal that shows the progress of an operation.
 #pragma once
 
 #include <chrono>
@@ -9,8 +9,9 @@ namespace qrt {
 
 class Terminal;
 
-/// Redrawn in place on standard error, at most ten times a second and only when it changes; shorter
-/// than the terminal is wide, so that it never wraps. An operation that ends at once shows nothing.
+/// Redrawn in place on standard error, at most ten times a second and only when it changes. It is
+/// shorter than the terminal is wide, so that it never wraps. An operation that ends within the
+/// first interval shows nothing.
 class ProgressLine {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
@@ -19,22 +20,22 @@ class ProgressLine {
 
   ProgressLine(Terminal& terminal, std::string label, TimePoint start);
 
-  /// From 0 to 1; anything else is brought there.
+  /// From 0 to 1. Other values count as the nearer end, and a value that is not a number as 0.
   void setFraction(double fraction, TimePoint now);
 
-  /// Lets the elapsed time go on.
+  /// Updates the elapsed time.
   void tick(TimePoint now);
 
-  /// Takes the line away, for other output or for good. The next `tick` brings it back.
+  /// Removes the line. The next `tick` draws it again.
   void hide();
 
-  /// Leaves the line as it is at the end of all work, if it was ever shown.
+  /// Leaves the line at 100 % if it was ever shown.
   void finish(TimePoint now);
 
  private:
-  /// False when the line already shows what it should.
+  /// False when the line is already up to date.
   bool draw(TimePoint now);
-  /// Characters that the line may take.
+  /// The number of characters that the line may have.
   std::size_t room() const;
   std::string content(TimePoint now) const;
 
@@ -43,7 +44,7 @@ class ProgressLine {
   TimePoint start_;
   TimePoint nextDraw_;
   double fraction_ = 0;
-  /// What stands on the line; empty when it is hidden.
+  /// The characters on the line; empty when the line is hidden.
   std::string shown_;
   bool wasEverShown_ = false;
 };

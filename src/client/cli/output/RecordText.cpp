@@ -12,7 +12,7 @@
 namespace qrt {
 namespace {
 
-/// Shown where the right to execute stands, in capitals where that is missing.
+/// Shown in the place of "x", as a capital letter when "x" is not set.
 struct SpecialBit {
   std::uint64_t bit;
   std::size_t position;

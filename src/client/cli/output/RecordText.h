@@ -7,8 +7,8 @@
 
 namespace qrt {
 
-/// Type and permissions, readable size, time of the last change (local) and path, aligned; "-"
-/// where the record says nothing. Ends with a line feed.
+/// Type and permissions, size, local time of the last change and path, aligned. "-" replaces what
+/// the record does not have. Ends with a line feed.
 std::string recordText(const Dictionary& record);
 
 }  // namespace qrt

@@ -1,4 +1,4 @@
-// A number of bytes for a person.
+// A number of bytes as text for the user.
 #pragma once
 
 #include <cstdint>

@@ -38,7 +38,7 @@ class TextPresenter : public Presenter {
     endProgress(true);
     bool isRead = true;
     for (const auto& [key, value] : answer) {
-      // A single value needs no name.
+      // A single value is printed without its name.
       const auto name = answer.size() == 1 ? "" : printable(key) + ": ";
       isRead = write(StandardStream::output, name + answerText(key, value) + '\n') && isRead;
     }
@@ -47,7 +47,7 @@ class TextPresenter : public Presenter {
 
   void showFailure(const Error& error) override {
     endProgress(false);
-    // A program that failed has said why.
+    // The program has printed the reason itself.
     if (statusOfProgram(error)) return;
     const bool isColored = mayColor_ && terminal_.isTerminal(StandardStream::error);
     const auto label = isColored ? colored(Color::red, label_) : label_;
