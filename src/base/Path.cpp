@@ -1,5 +1,7 @@
 #include "base/Path.h"
 
+#include <algorithm>
+
 namespace qrt::path {
 namespace {
 
@@ -26,6 +28,12 @@ std::string appending(std::string_view folder, std::string_view component) {
   return path += component;
 }
 
+std::string below(std::string folder, std::string_view relativePath) {
+  if (relativePath.empty()) return folder;
+  if (!folder.ends_with('/')) folder += '/';
+  return folder.append(relativePath);
+}
+
 std::string_view lastComponent(std::string_view path) {
   path = withoutTrailingSlashes(path);
   if (path == "/") return path;
@@ -50,5 +58,19 @@ std::string_view withoutExtension(std::string_view path) {
   const auto length = extension(path).size();
   return length == 0 ? path : path.substr(0, path.size() - length - 1);
 }
+
+std::string_view takeFirstComponent(std::string_view& path) {
+  const auto end = std::min(path.find('/'), path.size());
+  const auto component = path.substr(0, end);
+  path.remove_prefix(std::min(end + 1, path.size()));
+  return component;
+}
+
+bool isComponent(std::string_view text) {
+  return !text.empty() && text != "." && text != ".." && text.find('/') == text.npos &&
+         !holdsZeroByte(text);
+}
+
+bool holdsZeroByte(std::string_view text) { return text.find('\0') != text.npos; }
 
 }  // namespace qrt::path

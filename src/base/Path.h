@@ -1,14 +1,18 @@
-// Paths as texts: what stands between slashes and behind the last dot.
+// Paths as text: their components and extensions.
 #pragma once
 
 #include <string>
 #include <string_view>
 
-/// Slashes at the end of a path do not count, except for "/" itself.
+/// Slashes at the end of a path do not count, except for "/" itself and where a comment says so.
 namespace qrt::path {
 
 /// The path of `component` in the folder `folder`. An empty one of the two leaves the other.
 std::string appending(std::string_view folder, std::string_view component);
+
+/// The path of what is at `relativePath` below `folder`, which is kept as it is written. An empty
+/// `relativePath` is the folder itself.
+std::string below(std::string folder, std::string_view relativePath);
 
 /// "b.txt" of "/a/b.txt/"; "/" of "/"; empty for an empty path.
 std::string_view lastComponent(std::string_view path);
@@ -21,5 +25,15 @@ std::string_view extension(std::string_view path);
 
 /// The path without its extension and the dot before it.
 std::string_view withoutExtension(std::string_view path);
+
+/// Removes the text up to the first slash, and that slash, from `path` and returns the text. It is
+/// empty for a slash at the beginning; without a slash it is the whole path.
+std::string_view takeFirstComponent(std::string_view& path);
+
+/// True for a text that can be the name of one object in a folder.
+bool isComponent(std::string_view text);
+
+/// True for a text with a zero byte. The system would read it as the path before that byte.
+bool holdsZeroByte(std::string_view text);
 
 }  // namespace qrt::path

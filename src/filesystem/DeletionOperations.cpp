@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <string_view>
 
+#include "base/Path.h"
 #include "filesystem/objects/FileManager.h"
 #include "filesystem/objects/FileManagerError.h"
-#include "filesystem/objects/PathText.h"
 #include "filesystem/walk/PathAsWritten.h"
 #include "operations/ArgumentConverters.h"
 #include "operations/PrivilegedOperationError.h"
@@ -69,7 +69,7 @@ Outcome deleteContentsOfFolder(const DeletionContext& context, const std::string
   if (!names) return names.error();
   for (const auto& name : *names) {
     auto error = QRTFileDeletionAdditions::enforceRecursiveRemovalOfFileSystemObject(
-        context, {*folder, name.c_str()}, appendingPathComponent(path, name));
+        context, {*folder, name.c_str()}, path::below(path, name));
     if (error) return privilegedOperationErrorForFileDeletionError(std::move(error));
   }
   return success;

@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <utility>
 
+#include "base/Path.h"
 #include "filesystem/objects/FileObjectInfo.h"
-#include "filesystem/objects/PathText.h"
 #include "platform/ReportedPath.h"
 #include "protocol/FeedbackConnection.h"
 #include "protocol/FeedbackMessage.h"
@@ -28,7 +28,7 @@ FoundObjects::FoundObjects(const std::string& base, FeedbackBlock send)
 }
 
 void FoundObjects::add(const std::string& path, const FileStatus& status) {
-  records_.emplace_back(fileObjectInfo(appendingPathComponent(base_, path), status));
+  records_.emplace_back(fileObjectInfo(path::below(base_, path), status));
 }
 
 void FoundObjects::sendIfEnough(double fraction) {

@@ -3,6 +3,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/Path.h"
 #include "filesystem/objects/FileManager.h"
 #include "filesystem/objects/FileManagerError.h"
 #include "filesystem/objects/FinderInfo.h"
@@ -242,15 +243,14 @@ PosixResult<Location> locateWithoutLinks(FileSystem& files, const std::string& p
   auto folder = files.openFolder("/", Links::stay);
   std::string_view rest = path;
   rest.remove_prefix(1);
-  for (auto slash = rest.find('/'); slash != std::string_view::npos; slash = rest.find('/')) {
-    if (!folder) return folder.error();
-    const std::string name(rest.substr(0, slash));
+  std::string name(path::takeFirstComponent(rest));
+  while (folder && !rest.empty()) {
     auto inner = files.openFolder({*folder, name.c_str()}, Links::stay);
     folder = std::move(inner);
-    rest.remove_prefix(slash + 1);
+    name = path::takeFirstComponent(rest);
   }
   if (!folder) return folder.error();
-  return Location{std::move(*folder), std::string(rest)};
+  return Location{std::move(*folder), std::move(name)};
 }
 
 }  // namespace

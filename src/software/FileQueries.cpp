@@ -1,5 +1,6 @@
 #include "software/FileQueries.h"
 
+#include "base/Path.h"
 #include "platform/FileSystem.h"
 #include "platform/Platform.h"
 #include "platform/PropertyLists.h"
@@ -8,7 +9,7 @@ namespace qrt {
 namespace {
 
 /// A name from a property list may hold anything.
-bool canBePath(const std::string& text) { return text.find('\0') == std::string::npos; }
+bool canBePath(const std::string& text) { return !path::holdsZeroByte(text); }
 
 std::optional<FileStatus> statusOf(FileSystem& files, const std::string& path) {
   if (!canBePath(path)) return std::nullopt;

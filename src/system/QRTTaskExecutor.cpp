@@ -2,7 +2,7 @@
 
 #include <iostream>
 
-#include "base/PathText.h"
+#include "base/Path.h"
 #include "operations/OperationException.h"
 #include "platform/FileSystem.h"
 #include "platform/Log.h"
@@ -39,7 +39,7 @@ std::int32_t QRTTaskExecutor::notRunWithoutHandles(Log& log, const std::string& 
   log.error(
       "The operation '%{public}@' cannot be executed because the system is running out of file "
       "handles.",
-      lastPathComponent(path));
+      path::lastComponent(path));
   return notRun;
 }
 

@@ -1,6 +1,6 @@
 #include "system/TrustedUtilities.h"
 
-#include "base/PathText.h"
+#include "base/Path.h"
 #include "platform/UtilityPlaces.h"
 
 namespace qrt {
@@ -33,7 +33,7 @@ constexpr std::string_view utilityWithSafePath = "periodic";
 const std::span<const std::string_view> TrustedUtilities::standardPaths = paths;
 
 TrustedUtilities::TrustedUtilities(std::span<const std::string_view> utilityPaths) {
-  for (const auto path : utilityPaths) pathsByName_.emplace(lastPathComponent(path), path);
+  for (const auto path : utilityPaths) pathsByName_.emplace(path::lastComponent(path), path);
 }
 
 std::optional<std::string> TrustedUtilities::trustedPathForApplicationPath(

@@ -30,6 +30,25 @@ TEST(Path, PutTogether) {
                         Case{"/a", "/", "/a"}, Case{"a", "b/c", "a/b/c"}}) {
     EXPECT_EQ(path::appending(c.folder, c.component), c.path);
   }
+  EXPECT_EQ(path::below("/a/", "b"), "/a/b");
+  EXPECT_EQ(path::below("/a//", ""), "/a//");
+  EXPECT_EQ(path::below("", "b"), "/b");
+}
+
+TEST(Path, TakesComponentsFromTheFront) {
+  std::string_view path = "/a/b/";
+  for (const char* component : {"", "a", "b", ""}) {
+    EXPECT_EQ(path::takeFirstComponent(path), component);
+  }
+  EXPECT_EQ(path, "");
+}
+
+TEST(Path, RefusesNamesThatNoObjectCanHave) {
+  using namespace std::string_view_literals;
+  for (const auto text : {""sv, "."sv, ".."sv, "a/b"sv, "/"sv, "a\0b"sv}) {
+    EXPECT_FALSE(path::isComponent(text)) << text;
+  }
+  for (const auto text : {"a"sv, "..."sv, ".a"sv}) EXPECT_TRUE(path::isComponent(text)) << text;
 }
 
 }  // namespace

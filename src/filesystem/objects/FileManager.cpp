@@ -1,19 +1,13 @@
 #include "filesystem/objects/FileManager.h"
 
+#include "base/Path.h"
 #include "filesystem/objects/FileManagerError.h"
-#include "filesystem/objects/PathText.h"
 #include "filesystem/objects/TreeRemoval.h"
 
 namespace qrt::FileManager {
-namespace {
-
-/// The system would read a path with a zero byte as the path before it.
-bool isPath(const std::string& text) { return text.find('\0') == std::string::npos; }
-
-}  // namespace
 
 PosixResult<FileStatus> statusOfItemAtPath(FileSystem& files, const std::string& path) {
-  return isPath(path) ? files.status(path.c_str(), Links::follow) : PosixCode::noEntry;
+  return path::holdsZeroByte(path) ? PosixCode::noEntry : files.status(path.c_str(), Links::follow);
 }
 
 bool fileExistsAtPath(FileSystem& files, const std::string& path, bool* isDirectory) {
@@ -29,7 +23,8 @@ PosixResult<HeldObject> holdItemAtPath(FileSystem& files, const std::string& pat
 }
 
 PosixResult<Folder> openFolderAtPath(FileSystem& files, const std::string& path) {
-  return isPath(path) ? files.openFolder(path.c_str(), Links::follow) : PosixCode::noEntry;
+  return path::holdsZeroByte(path) ? PosixCode::noEntry
+                                   : files.openFolder(path.c_str(), Links::follow);
 }
 
 PosixCode reasonAtPath(FileSystem& files, const std::string& path, PosixCode failure) {
@@ -56,7 +51,7 @@ Outcome removeItemAtPath(FileSystem& files, const std::string& path) {
 Outcome removeItem(FileSystem& files, FileAt item, const std::string& path) {
   const auto failure = removeTree(files, item);
   if (!failure) return success;
-  return fileWriteError(failure->code, appendingPathComponent(path, failure->relativePath));
+  return fileWriteError(failure->code, path::below(path, failure->relativePath));
 }
 
 }  // namespace qrt::FileManager

@@ -1,5 +1,7 @@
 #include "filesystem/objects/FileObjectInfo.h"
 
+#include "base/Path.h"
+
 namespace qrt {
 namespace {
 
@@ -39,8 +41,7 @@ Dictionary fileObjectInfo(const std::string& path, const FileStatus& status) {
 void addFileSystemObjectInfoDictionaryToArray(FileSystem& files, Array* array,
                                               const std::string& ifPossibleForObjectAtPath) {
   const auto& path = ifPossibleForObjectAtPath;
-  // The system would read a path with a zero byte as the path before it.
-  if (path.empty() || path.find('\0') != std::string::npos) return;
+  if (path.empty() || path::holdsZeroByte(path)) return;
   addFileSystemObjectInfoDictionaryToArray(files, array, path.c_str(), path);
 }
 

@@ -6,8 +6,8 @@
 #include <thread>
 #include <utility>
 
+#include "base/Path.h"
 #include "filesystem/objects/FileManagerError.h"
-#include "filesystem/objects/PathText.h"
 #include "filesystem/objects/TemporaryName.h"
 #include "filesystem/objects/TreeCopy.h"
 #include "filesystem/objects/TreeRemoval.h"
@@ -199,7 +199,7 @@ Outcome moveItem(const ItemContext& context, FileAt item, const std::string& pat
   if (code != PosixCode::crossDevice) return fileWriteError(code, path, toPath);
   const auto failed = moveAcross(context, item, toItem);
   if (!failed) return success;
-  return fileWriteError(failed->code, appendingPathComponent(path, failed->relativePath), toPath);
+  return fileWriteError(failed->code, path::below(path, failed->relativePath), toPath);
 }
 
 }  // namespace qrt::FileManager

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-#include "filesystem/objects/PathText.h"
+#include "base/Path.h"
 #include "filesystem/objects/SearchFolder.h"
 #include "filesystem/objects/TrustedTarget.h"
 #include "filesystem/walk/QRTDirectoryEnumerator.h"
@@ -123,7 +123,7 @@ class Propagation : public TreeVisitor {
 
  private:
   std::string pathOf(const std::string& relativePath) const {
-    return appendingPathComponent(path_, relativePath);
+    return path::below(path_, relativePath);
   }
 
   bool isEntered(const TreeObject& folder) const {

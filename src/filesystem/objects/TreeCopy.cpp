@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/Path.h"
 #include "filesystem/objects/OwnedRights.h"
-#include "filesystem/objects/PathText.h"
 #include "filesystem/walk/ReopenableFolder.h"
 
 namespace qrt {
@@ -136,7 +136,7 @@ class Copy {
   std::string path(std::size_t atMost) const {
     std::string path;
     const auto append = [&path](const std::string& name) {
-      path = path.empty() ? name : appendingPathComponent(std::move(path), name);
+      path = path.empty() ? name : path::below(std::move(path), name);
     };
     for (const auto& level : levels_) {
       if (path.size() > atMost) return path;
@@ -244,7 +244,7 @@ class Copy {
   PosixCode setLateFlags() {
     for (const auto& [key, first] : linked_) {
       if (first.flags == 0) continue;
-      const auto path = appendingPathComponent(to_.name, first.path);
+      const auto path = path::below(to_.name, first.path);
       const auto copy = context_.files.hold({to_.folder, path.c_str()}, Links::stay);
       const auto code = copy ? setFlags(*copy, first.flags) : copy.error();
       if (code == PosixCode::success) continue;

@@ -1,10 +1,11 @@
 #include "filesystem/walk/PathAsWritten.h"
 
+#include "base/Path.h"
+
 namespace qrt {
 
 PosixCode slashRefusal(FileSystem& files, const std::string& path) {
-  const bool isPlainPath = path.find('\0') == std::string::npos;
-  if (!path.ends_with('/') || !isPlainPath) return PosixCode::success;
+  if (!path.ends_with('/') || path::holdsZeroByte(path)) return PosixCode::success;
   const auto status = files.status(path.c_str(), Links::follow);
   const bool isRefused = !status && status.error() == PosixCode::notDirectory;
   return isRefused ? PosixCode::notDirectory : PosixCode::success;

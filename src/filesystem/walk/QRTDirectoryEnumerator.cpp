@@ -1,5 +1,7 @@
 #include "filesystem/walk/QRTDirectoryEnumerator.h"
 
+#include "base/Path.h"
+
 namespace qrt {
 
 std::unique_ptr<QRTDirectoryEnumerator> QRTDirectoryEnumerator::enumeratorAtPath(
@@ -27,9 +29,8 @@ QRTDirectoryEnumerator::QRTDirectoryEnumerator(FileSystem& files, Log& log,
     : files_(files), log_(log), basePath_(basePath), scope_(files, basePath) {}
 
 bool QRTDirectoryEnumerator::initForBasePath(FileAt base, Links links, bool stayOnFileSystem) {
-  const bool isPath = basePath_.find('\0') == std::string::npos;
   const auto status =
-      isPath ? files_.status(base, links) : PosixResult<FileStatus>(PosixCode::noEntry);
+      path::holdsZeroByte(basePath_) ? PosixCode::noEntry : files_.status(base, links);
   if (!status || !status->isFolder()) {
     log_.error("%{public}@: attempt to initialize with invalid path '%@'", className, basePath_);
     return false;

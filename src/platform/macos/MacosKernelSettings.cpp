@@ -13,7 +13,7 @@ class MacosKernelSettings : public KernelSettings {
  public:
   PosixCode write(const std::string& name, const Number& value) override {
     // What follows a zero byte would not count: another variable would be meant.
-    if (name.find('\0') != std::string::npos) return PosixCode::noEntry;
+    if (holdsZeroByte(name)) return PosixCode::noEntry;
     auto integer = value.asInt64();
     const int result = sysctlbyname(name.c_str(), nullptr, nullptr, &integer, sizeof integer);
     return codeFor(result);

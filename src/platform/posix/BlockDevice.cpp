@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "base/Path.h"
+#include "base/Text.h"
 #include "platform/FileDescriptor.h"
 #include "platform/posix/CacheBypass.h"
 #include "platform/posix/Flush.h"
@@ -56,19 +58,17 @@ class OpenDevice final : public BlockDevice {
 };
 
 bool hasParentComponent(std::string_view path) {
-  for (;;) {
-    const auto slash = path.find('/');
-    if (path.substr(0, slash) == "..") return true;
-    if (slash == std::string_view::npos) return false;
-    path.remove_prefix(slash + 1);
+  while (!path.empty()) {
+    if (path::takeFirstComponent(path) == "..") return true;
   }
+  return false;
 }
 
 }  // namespace
 
 PosixResult<std::unique_ptr<BlockDevice>> openBlockDevice(const std::string& root,
                                                           const std::string& name) {
-  if (name.find('\0') != std::string::npos) return PosixCode::noEntry;
+  if (holdsZeroByte(name)) return PosixCode::noEntry;
   if (hasParentComponent(name)) return PosixCode::invalidArgument;
   auto path = root + "/dev/" + name;
   while (path.back() == '/') path.pop_back();

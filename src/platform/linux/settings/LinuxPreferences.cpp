@@ -7,7 +7,7 @@
 
 #include <vector>
 
-#include "base/PathText.h"
+#include "base/Path.h"
 #include "base/Result.h"
 #include "base/Text.h"
 #include "platform/FileDescriptor.h"
@@ -27,7 +27,7 @@ namespace {
 using Kind = PreferenceSelector::Kind;
 
 std::optional<Account> accountFor(const PreferenceSelector& user) {
-  if (user.kind == Kind::named && !isPathComponent(user.name)) return std::nullopt;
+  if (user.kind == Kind::named && !path::isComponent(user.name)) return std::nullopt;
   auto account = user.kind == Kind::named ? accountNamed(user.name) : accountOf(geteuid());
   return account ? std::move(*account) : std::nullopt;
 }
@@ -52,12 +52,12 @@ std::optional<DefaultsPath> pathFor(const PreferenceDomain& domain) {
     return DefaultsPath{{"GNUstep"}, "GlobalDefaults.plist"};
   }
   const auto application = domain.application.value_or("NSGlobalDomain");
-  if (!isPathComponent(application)) return std::nullopt;
+  if (!path::isComponent(application)) return std::nullopt;
   if (domain.host.kind == Kind::any) {
     return DefaultsPath{{"GNUstep", "Defaults"}, application + ".plist"};
   }
   const auto host = hostNameFor(domain.host);
-  if (!host || !isPathComponent(*host)) return std::nullopt;
+  if (!host || !path::isComponent(*host)) return std::nullopt;
   return DefaultsPath{{"GNUstep", "Defaults", "ByHost"}, application + "." + *host + ".plist"};
 }
 

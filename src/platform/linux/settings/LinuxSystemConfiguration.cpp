@@ -7,7 +7,7 @@
 #include <map>
 #include <optional>
 
-#include "base/PathText.h"
+#include "base/Path.h"
 #include "base/Text.h"
 #include "platform/KernelSettings.h"
 #include "platform/PropertyLists.h"
@@ -177,7 +177,7 @@ LinuxSystemConfiguration::LinuxSystemConfiguration(const std::string& folder,
 std::unique_ptr<SystemConfigurationPreferences> LinuxSystemConfiguration::open(
     const std::string&, const std::string& identifier) {
   const auto name = identifier.empty() ? defaultIdentifier : identifier;
-  const bool isFileName = isPathComponent(name) && !name.starts_with('.');
+  const bool isFileName = path::isComponent(name) && !name.starts_with('.');
   if (!isFileName) return nullptr;
   auto lock = files_.openLock();
   if (!lock) return nullptr;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "base/PathText.h"
+#include "base/Path.h"
 #include "platform/PropertyLists.h"
 #include "platform/linux/files/LinuxFileSystem.h"
 #include "platform/linux/files/ObjectHold.h"
@@ -46,14 +46,14 @@ std::optional<std::string> currentVersion(const Folder& root) {
   const auto versions = openFolderBeneath(root, "Versions");
   if (!versions) return std::nullopt;
   const auto name = LinuxFileSystem().linkTarget({*versions, "Current"});
-  return name && isPathComponent(*name) ? std::optional("Versions/" + *name) : std::nullopt;
+  return name && path::isComponent(*name) ? std::optional("Versions/" + *name) : std::nullopt;
 }
 
 std::optional<std::string> executableNamed(const Data& infoPlist) {
   const auto list = readPropertyList(infoPlist);
   const auto* info = list ? list->dictionary() : nullptr;
   const auto* name = info ? stringIn(*info, "CFBundleExecutable") : nullptr;
-  return name && isPathComponent(*name) ? std::optional(*name) : std::nullopt;
+  return name && path::isComponent(*name) ? std::optional(*name) : std::nullopt;
 }
 
 /// None without an information file that names the executable.
@@ -211,7 +211,7 @@ bool SignedCode::isNamedBy(const Data& directoryHash) const {
 }  // namespace
 
 std::unique_ptr<StaticCode> LinuxCodeSigning::staticCode(const std::string& path) {
-  if (path.find('\0') != std::string::npos) return nullptr;
+  if (path::holdsZeroByte(path)) return nullptr;
   return SignedCode::open(path.c_str(), Links::follow, path);
 }
 

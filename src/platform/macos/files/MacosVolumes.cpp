@@ -13,7 +13,7 @@ namespace {
 class MacosVolumes final : public Volumes {
  public:
   PosixResult<std::string> mountPoint(const std::string& path) override {
-    if (path.find('\0') != std::string::npos) return PosixCode::noEntry;
+    if (holdsZeroByte(path)) return PosixCode::noEntry;
     struct statfs volume;
     if (::statfs(path.c_str(), &volume) != 0) return lastError();
     return std::string(volume.f_mntonname);
