@@ -63,30 +63,25 @@ std::size_t enumerate(const std::string& top) {
 }
 
 bool remove(const std::string& top) {
-  const qrt::DeletionContext context{files(), 0x1000};
-  return !qrt::QRTFileDeletionAdditions::enforceRemovalOfFileSystemObjectAtPath(context, top, true);
-}
-
-const qrt::SearchContext& searching() {
-  static const qrt::SearchContext context{platform().files, platform().log, platform().users};
-  return context;
+  using namespace qrt::QRTFileDeletionAdditions;
+  return !enforceRemovalOfFileSystemObjectAtPath(platform(), top, true);
 }
 
 bool measureSize(const std::string& top) {
   using namespace qrt::SearchOperations;
-  const auto answer = performOperationInspectStoragesizeWithArguments(searching(), {top}, nullptr);
+  const auto answer = performOperationInspectStoragesizeWithArguments(platform(), {top}, nullptr);
   return answer && answer->userInfo.contains("Size");
 }
 
 bool searchPatterns(const std::string& top) {
   using namespace qrt::SearchOperations;
   return !performOperationSearchPatternsWithArguments(
-      searching(), {top, "0", "2", "log", "0", "inner7"}, nullptr);
+      platform(), {top, "0", "2", "log", "0", "inner7"}, nullptr);
 }
 
 bool searchAged(const std::string& top) {
   using namespace qrt::SearchOperations;
-  return !performOperationSearchAgedfilesWithArguments(searching(), {top, 30, false}, nullptr);
+  return !performOperationSearchAgedfilesWithArguments(platform(), {top, 30, false}, nullptr);
 }
 
 /// Gives everything below a folder rights that it does not have yet when the comparison's other
@@ -97,8 +92,7 @@ bool propagate(const std::string& top, const char* list, std::uint8_t options) {
   auto& lists = platform().accessControl;
   if (lists.setList(*held, *lists.fromText(list)) != qrt::PosixCode::success) return false;
   if (held->setPermissions(0770) != qrt::PosixCode::success) return false;
-  return !qrt::propagatePermissions(qrt::ItemContext(platform()), platform().log, top, 0, false,
-                                    options, nullptr);
+  return !qrt::propagatePermissions(platform(), top, 0, false, options, nullptr);
 }
 
 bool propagateMode(const std::string& top) { return propagate(top, "", 0x0e); }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/Text.h"
+
 namespace qrt::path {
 namespace {
 
@@ -70,7 +72,5 @@ bool isComponent(std::string_view text) {
   return !text.empty() && text != "." && text != ".." && text.find('/') == text.npos &&
          !holdsZeroByte(text);
 }
-
-bool holdsZeroByte(std::string_view text) { return text.find('\0') != text.npos; }
 
 }  // namespace qrt::path

@@ -33,7 +33,4 @@ std::string_view takeFirstComponent(std::string_view& path);
 /// True for a text that can be the name of one object in a folder.
 bool isComponent(std::string_view text);
 
-/// True for a text with a zero byte. The system would read it as the path before that byte.
-bool holdsZeroByte(std::string_view text);
-
 }  // namespace qrt::path

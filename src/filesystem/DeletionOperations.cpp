@@ -7,9 +7,11 @@
 #include "base/Path.h"
 #include "filesystem/objects/FileManager.h"
 #include "filesystem/objects/FileManagerError.h"
-#include "filesystem/walk/PathAsWritten.h"
+#include "filesystem/objects/PathAsWritten.h"
+#include "filesystem/objects/QRTFileDeletionAdditions.h"
 #include "operations/ArgumentConverters.h"
 #include "operations/PrivilegedOperationError.h"
+#include "platform/Platform.h"
 #include "protocol/FeedbackMessage.h"
 
 namespace qrt::DeletionOperations {
@@ -54,13 +56,13 @@ double fraction(std::size_t part, std::size_t whole) {
   return static_cast<double>(part) / static_cast<double>(whole);
 }
 
-Outcome deleteContentsOfFolder(const DeletionContext& context, const std::string& path) {
-  if (const auto code = slashRefusal(context.files, path); code != PosixCode::success) {
+Outcome deleteContentsOfFolder(const Platform& platform, const std::string& path) {
+  if (const auto code = slashRefusal(platform.files, path); code != PosixCode::success) {
     return posixError(code);
   }
-  auto folder = FileManager::openFolderAtPath(context.files, path);
+  auto folder = FileManager::openFolderAtPath(platform.files, path);
   if (!folder) {
-    const auto reason = FileManager::reasonAtPath(context.files, path, folder.error());
+    const auto reason = FileManager::reasonAtPath(platform.files, path, folder.error());
     if (reason == PosixCode::noEntry) return success;
     if (reason == PosixCode::notDirectory) return posixError(reason);
     return fileReadError(reason, path);
@@ -69,7 +71,7 @@ Outcome deleteContentsOfFolder(const DeletionContext& context, const std::string
   if (!names) return names.error();
   for (const auto& name : *names) {
     auto error = QRTFileDeletionAdditions::enforceRecursiveRemovalOfFileSystemObject(
-        context, {*folder, name.c_str()}, path::below(path, name));
+        platform, {*folder, name.c_str()}, path::below(path, name));
     if (error) return privilegedOperationErrorForFileDeletionError(std::move(error));
   }
   return success;
@@ -77,14 +79,14 @@ Outcome deleteContentsOfFolder(const DeletionContext& context, const std::string
 
 }  // namespace
 
-Outcome deleteFileSystemObjectsAtPaths(const DeletionContext& context,
+Outcome deleteFileSystemObjectsAtPaths(const Platform& platform,
                                        const std::vector<std::string>& paths, bool recursive,
                                        bool stopOnFirstError, FeedbackConnection* feedback) {
   Outcome lastError;
   std::size_t done = 0;
   for (const auto& path : paths) {
     auto error =
-        QRTFileDeletionAdditions::enforceRemovalOfFileSystemObjectAtPath(context, path, recursive);
+        QRTFileDeletionAdditions::enforceRemovalOfFileSystemObjectAtPath(platform, path, recursive);
     if (error) lastError = privilegedOperationErrorForFileDeletionError(std::move(error));
     if (lastError && stopOnFirstError) return lastError;
     sendProgress(feedback, fraction(++done, paths.size()));
@@ -107,7 +109,7 @@ Outcome privilegedOperationErrorForFileDeletionError(Outcome error) {
   return Error{std::string(privilegedOperationErrorDomain), 0, std::move(error->userInfo)};
 }
 
-Outcome performOperationDeleteFileobjectsWithArguments(const DeletionContext& context,
+Outcome performOperationDeleteFileobjectsWithArguments(const Platform& platform,
                                                        const Array& arguments,
                                                        FeedbackConnection* feedback) {
   constexpr std::size_t options = 2;
@@ -118,10 +120,10 @@ Outcome performOperationDeleteFileobjectsWithArguments(const DeletionContext& co
                        getBool(&stopOnFirstError, (*strings)[1]);
   if (!isValid) return posixError(PosixCode::invalidArgument);
   strings->erase(strings->begin(), strings->begin() + options);
-  return deleteFileSystemObjectsAtPaths(context, *strings, recursive, stopOnFirstError, feedback);
+  return deleteFileSystemObjectsAtPaths(platform, *strings, recursive, stopOnFirstError, feedback);
 }
 
-Outcome performOperationDeleteFoldercontentsWithArguments(const DeletionContext& context,
+Outcome performOperationDeleteFoldercontentsWithArguments(const Platform& platform,
                                                           const Array& arguments,
                                                           FeedbackConnection* feedback) {
   const auto folders = stringsIn(arguments);
@@ -129,7 +131,7 @@ Outcome performOperationDeleteFoldercontentsWithArguments(const DeletionContext&
   std::size_t done = 0;
   for (const auto& folder : *folders) {
     sendProgress(feedback, fraction(done++, folders->size()));
-    if (auto error = deleteContentsOfFolder(context, folder)) return error;
+    if (auto error = deleteContentsOfFolder(platform, folder)) return error;
   }
   sendProgress(feedback, 1.0);
   return success;

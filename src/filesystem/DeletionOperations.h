@@ -5,17 +5,13 @@
 #include <vector>
 
 #include "base/Error.h"
-#include "filesystem/objects/QRTFileDeletionAdditions.h"
-#include "protocol/FeedbackConnection.h"
+#include "operations/HandlerTable.h"
 
-namespace qrt {
+namespace qrt::DeletionOperations {
 
-/// `feedback` may be null everywhere.
-namespace DeletionOperations {
-
-/// Deletes one path after the other and tells the progress after each. The result is the error of
-/// the last path that failed.
-Outcome deleteFileSystemObjectsAtPaths(const DeletionContext& context,
+/// Deletes one path after the other and sends the progress after each. The result is the error of
+/// the last path that failed. `feedback` may be null.
+Outcome deleteFileSystemObjectsAtPaths(const Platform& platform,
                                        const std::vector<std::string>& paths, bool recursive,
                                        bool stopOnFirstError, FeedbackConnection* feedback);
 
@@ -24,14 +20,9 @@ Outcome deleteFileSystemObjectsAtPaths(const DeletionContext& context,
 Outcome privilegedOperationErrorForFileDeletionError(Outcome error);
 
 /// Arguments: recursive, stop on first error ("1" or "0" each), then paths.
-Outcome performOperationDeleteFileobjectsWithArguments(const DeletionContext& context,
-                                                       const Array& arguments,
-                                                       FeedbackConnection* feedback);
+HandlerFunction performOperationDeleteFileobjectsWithArguments;
 
-/// Arguments: folders, which stay. One that does not exist is passed over.
-Outcome performOperationDeleteFoldercontentsWithArguments(const DeletionContext& context,
-                                                          const Array& arguments,
-                                                          FeedbackConnection* feedback);
+/// Arguments: folders, which stay. A folder that does not exist is skipped.
+HandlerFunction performOperationDeleteFoldercontentsWithArguments;
 
-}  // namespace DeletionOperations
-}  // namespace qrt
+}  // namespace qrt::DeletionOperations

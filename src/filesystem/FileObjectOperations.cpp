@@ -6,8 +6,10 @@
 #include "filesystem/objects/FileManager.h"
 #include "filesystem/objects/FileManagerError.h"
 #include "filesystem/objects/ItemMove.h"
-#include "filesystem/walk/PathAsWritten.h"
+#include "filesystem/objects/PathAsWritten.h"
+#include "operations/Arguments.h"
 #include "operations/PrivilegedOperationError.h"
+#include "platform/Platform.h"
 
 namespace qrt::FileObjectOperations {
 namespace {
@@ -57,10 +59,6 @@ PosixResult<OpenFile> createFile(FileSystem& files, const std::string& path,
   return files.createFile(location->at(), permissions);
 }
 
-std::uint32_t code(const PropertyValue& argument) {
-  return static_cast<std::uint32_t>(argument.number()->asUInt64());
-}
-
 }  // namespace
 
 Outcome createFileSystemObjectAtPath(FileSystem& files, const std::string& path,
@@ -79,60 +77,66 @@ Outcome createFileSystemObjectAtPath(FileSystem& files, const std::string& path,
   return posixOutcome(file->setOwner(root, root));
 }
 
-Outcome performOperationCreateFileobjectWithArguments(const ItemContext& context,
-                                                      const Array& arguments) {
-  return createFileSystemObjectAtPath(context.files, *arguments[0].string(),
-                                      *arguments[1].string());
+Outcome performOperationCreateFileobjectWithArguments(const Platform& platform,
+                                                      const Array& arguments, FeedbackConnection*) {
+  const auto [path, typeCode] = unpack<std::string, std::string>(arguments);
+  return createFileSystemObjectAtPath(platform.files, path, typeCode);
 }
 
-Outcome performOperationRenameFileobjectWithArguments(const ItemContext& context,
-                                                      const Array& arguments) {
-  return FileManager::moveItemAtPath(context, *arguments[0].string(), *arguments[1].string());
+Outcome performOperationRenameFileobjectWithArguments(const Platform& platform,
+                                                      const Array& arguments, FeedbackConnection*) {
+  const auto [path, newPath] = unpack<std::string, std::string>(arguments);
+  return FileManager::moveItemAtPath(platform, path, newPath);
 }
 
-Outcome performOperationInspectFileobjectWithArguments(const ItemContext& context,
-                                                       const Array& arguments) {
-  const auto& path = *arguments[0].string();
+Outcome performOperationInspectFileobjectWithArguments(const Platform& platform,
+                                                       const Array& arguments,
+                                                       FeedbackConnection*) {
+  const auto [path] = unpack<std::string>(arguments);
   if (path.empty()) return posixError(PosixCode::invalidArgument);
-  const auto status = FileManager::statusOfItemAtPath(context.files, path);
+
+  const auto status = FileManager::statusOfItemAtPath(platform.files, path);
   if (!status && isExhaustion(status.error())) return posixError(status.error());
   auto existence = ObjectExistence::none;
   if (status) existence = status->isFolder() ? ObjectExistence::folder : ObjectExistence::other;
   return privilegedOperationAnswer({{"ObjectExistence", static_cast<std::int64_t>(existence)}});
 }
 
-Outcome performOperationTouchFileobjectWithArguments(const ItemContext& context,
-                                                     const Array& arguments) {
-  const auto& path = *arguments[0].string();
+Outcome performOperationTouchFileobjectWithArguments(const Platform& platform,
+                                                     const Array& arguments, FeedbackConnection*) {
+  const auto [path] = unpack<std::string>(arguments);
   if (path.empty()) return posixError(PosixCode::invalidArgument);
-  if (const auto code = slashRefusal(context.files, path); code != PosixCode::success) {
+
+  if (const auto code = slashRefusal(platform.files, path); code != PosixCode::success) {
     return posixError(code);
   }
-  const auto object = FileManager::holdItemAtPath(context.files, path, Links::follow);
+  const auto object = FileManager::holdItemAtPath(platform.files, path, Links::follow);
   if (!object) {
-    return posixError(FileManager::reasonAtPath(context.files, path, object.error()));
+    return posixError(FileManager::reasonAtPath(platform.files, path, object.error()));
   }
   return posixOutcome(object->touch());
 }
 
-Outcome performOperationModifyProtectionWithArguments(const ItemContext& context,
-                                                      const Array& arguments) {
-  return AdvancedOpsAdditions::setUserImmutableAtPath(
-      context.files, *arguments[0].string(), arguments[1].number()->asBool(),
-      arguments[2].number()->asBool(), arguments[3].number()->asBool());
+Outcome performOperationModifyProtectionWithArguments(const Platform& platform,
+                                                      const Array& arguments, FeedbackConnection*) {
+  const auto [path, isImmutable, recursive, stayOnFileSystem] =
+      unpack<std::string, bool, bool, bool>(arguments);
+  return AdvancedOpsAdditions::setUserImmutableAtPath(platform.files, path, isImmutable, recursive,
+                                                      stayOnFileSystem);
 }
 
-Outcome performOperationModifyHfsattrWithArguments(const ItemContext& context,
-                                                   const Array& arguments) {
-  return AdvancedOpsAdditions::setMacAttributesAtPath(context, *arguments[0].string(),
-                                                      code(arguments[1]), code(arguments[2]),
-                                                      arguments[3].number()->asBool());
+Outcome performOperationModifyHfsattrWithArguments(const Platform& platform, const Array& arguments,
+                                                   FeedbackConnection*) {
+  const auto [path, typeCode, creatorCode, hidden] =
+      unpack<std::string, std::uint32_t, std::uint32_t, bool>(arguments);
+  return AdvancedOpsAdditions::setMacAttributesAtPath(platform, path, typeCode, creatorCode,
+                                                      hidden);
 }
 
-Outcome performOperationCreateLinkWithArguments(const ItemContext& context,
-                                                const Array& arguments) {
-  return AdvancedOpsAdditions::createLinkAtPath(
-      context, *arguments[0].string(), *arguments[1].string(), arguments[2].number()->asBool());
+Outcome performOperationCreateLinkWithArguments(const Platform& platform, const Array& arguments,
+                                                FeedbackConnection*) {
+  const auto [path, target, asHardLink] = unpack<std::string, std::string, bool>(arguments);
+  return AdvancedOpsAdditions::createLinkAtPath(platform, path, target, asHardLink);
 }
 
 }  // namespace qrt::FileObjectOperations

@@ -6,37 +6,17 @@
 #include "filesystem/SearchOperations.h"
 #include "filesystem/SystemFileOperations.h"
 #include "filesystem/objects/QRTFolderStashAdditions.h"
-#include "operations/NSProcessInfoQRTAdditions.h"
 
 namespace qrt {
 namespace {
 
-using DeletionHandler = Outcome (*)(const DeletionContext&, const Array&, FeedbackConnection*);
-
-Handler withDeletionContext(DeletionHandler handler) {
-  return [handler](const Platform& platform, const Array& arguments, FeedbackConnection* feedback) {
-    const DeletionContext context{platform.files,
-                                  NSProcessInfoQRTAdditions::operatingSystemVersionCode(platform)};
-    return handler(context, arguments, feedback);
-  };
-}
-
-using ItemHandler = Outcome (*)(const ItemContext&, const Array&);
-
-Handler withItemContext(ItemHandler handler) {
-  return [handler](const Platform& platform, const Array& arguments, FeedbackConnection*) {
-    return handler(ItemContext(platform), arguments);
-  };
-}
-
-struct ItemOperation {
-  const char* handlerName;
-  ItemHandler handler;
-};
-
-constexpr ItemOperation itemOperations[] = {
+constexpr NamedHandler fileSystemHandlers[] = {
     {"performOperationModifySystemfileWithArguments:",
      SystemFileOperations::performOperationModifySystemfileWithArguments},
+    {"performOperationDeleteFileobjectsWithArguments:feedbackConnection:",
+     DeletionOperations::performOperationDeleteFileobjectsWithArguments},
+    {"performOperationDeleteFoldercontentsWithArguments:feedbackConnection:",
+     DeletionOperations::performOperationDeleteFoldercontentsWithArguments},
     {"performOperationCreateFileobjectWithArguments:",
      FileObjectOperations::performOperationCreateFileobjectWithArguments},
     {"performOperationRenameFileobjectWithArguments:",
@@ -53,24 +33,10 @@ constexpr ItemOperation itemOperations[] = {
      FileObjectOperations::performOperationCreateLinkWithArguments},
     {"performOperationModifyAclWithArguments:",
      PermissionOperations::performOperationModifyAclWithArguments},
+    {"performOperationPropPermissionsWithArguments:feedbackConnection:",
+     PermissionOperations::performOperationPropPermissionsWithArguments},
     {"performOperationRenameStashfolderWithArguments:",
      QRTFolderStashAdditions::performOperationRenameStashfolderWithArguments},
-};
-
-using SearchHandler = Outcome (*)(const SearchContext&, const Array&, FeedbackConnection*);
-
-Handler withSearchContext(SearchHandler handler) {
-  return [handler](const Platform& platform, const Array& arguments, FeedbackConnection* feedback) {
-    return handler({platform.files, platform.log, platform.users}, arguments, feedback);
-  };
-}
-
-struct SearchOperation {
-  const char* handlerName;
-  SearchHandler handler;
-};
-
-constexpr SearchOperation searchOperations[] = {
     {"performOperationSearchAgedfilesWithArguments:feedbackConnection:",
      SearchOperations::performOperationSearchAgedfilesWithArguments},
     {"performOperationSearchFilenamesWithArguments:feedbackConnection:",
@@ -85,23 +51,6 @@ constexpr SearchOperation searchOperations[] = {
 
 }  // namespace
 
-void registerFileSystemHandlers(HandlerTable& table) {
-  using namespace DeletionOperations;
-  table.add("performOperationDeleteFileobjectsWithArguments:feedbackConnection:",
-            withDeletionContext(performOperationDeleteFileobjectsWithArguments));
-  table.add("performOperationDeleteFoldercontentsWithArguments:feedbackConnection:",
-            withDeletionContext(performOperationDeleteFoldercontentsWithArguments));
-  for (const auto& operation : itemOperations) {
-    table.add(operation.handlerName, withItemContext(operation.handler));
-  }
-  table.add("performOperationPropPermissionsWithArguments:feedbackConnection:",
-            [](const Platform& platform, const Array& arguments, FeedbackConnection* feedback) {
-              return PermissionOperations::performOperationPropPermissionsWithArguments(
-                  ItemContext(platform), platform.log, arguments, feedback);
-            });
-  for (const auto& operation : searchOperations) {
-    table.add(operation.handlerName, withSearchContext(operation.handler));
-  }
-}
+void registerFileSystemHandlers(HandlerTable& table) { table.add(fileSystemHandlers); }
 
 }  // namespace qrt

@@ -4,13 +4,27 @@
 #include <cstdint>
 #include <optional>
 
-#include "filesystem/QRTFileNameMatchDescriptor.h"
-#include "filesystem/objects/SearchFolder.h"
+#include "base/Path.h"
+#include "filesystem/objects/PathAsWritten.h"
 #include "filesystem/walk/HierarchyTotals.h"
 #include "filesystem/walk/QRTDirectoryEnumerator.h"
 #include "protocol/FeedbackMessage.h"
 
-namespace qrt::AdvancedOpsAdditions {
+namespace qrt {
+
+bool QRTFileNameMatchDescriptor::matches(std::string_view name) const {
+  switch (matchType_) {
+    case MatchType::wholeName:
+      return name == matchString_;
+    case MatchType::prefix:
+      return name.starts_with(matchString_);
+    case MatchType::extension:
+      return path::extension(name) == matchString_;
+  }
+  return false;
+}
+
+namespace AdvancedOpsAdditions {
 namespace {
 
 using MatchType = QRTFileNameMatchDescriptor::MatchType;
@@ -74,4 +88,5 @@ Outcome searchForFileNamesAtPath(FileSystem& files, Log& log, const std::string&
   return posixOutcome(walk ? walk->failure() : PosixCode::success);
 }
 
-}  // namespace qrt::AdvancedOpsAdditions
+}  // namespace AdvancedOpsAdditions
+}  // namespace qrt

@@ -1,29 +1,31 @@
 #include "filesystem/PermissionOperations.h"
 
+#include "filesystem/objects/FileManager.h"
 #include "filesystem/objects/PermissionPropagation.h"
+#include "operations/Arguments.h"
+#include "platform/AccessControl.h"
+#include "platform/Platform.h"
 
 namespace qrt::PermissionOperations {
 
-Outcome performOperationModifyAclWithArguments(const ItemContext& context, const Array& arguments) {
-  const auto& path = *arguments[0].string();
-  const auto& externalForm = *arguments[1].data();
+Outcome performOperationModifyAclWithArguments(const Platform& platform, const Array& arguments,
+                                               FeedbackConnection*) {
+  const auto [path, externalForm] = unpack<std::string, Data>(arguments);
   if (path.empty() || externalForm.empty()) return posixError(PosixCode::invalidArgument);
-  const auto list = context.accessControl.internalized(externalForm);
+
+  const auto list = platform.accessControl.internalized(externalForm);
   if (!list) return posixError(PosixCode::invalidArgument);
-  const auto location = context.files.locate(path);
-  if (!location) return posixError(location.error());
-  const auto object = context.files.hold(location->at(), Links::follow);
+  const auto object = FileManager::holdItemAtPath(platform.files, path, Links::follow);
   if (!object) return posixError(object.error());
-  return posixOutcome(context.accessControl.setList(*object, *list));
+  return posixOutcome(platform.accessControl.setList(*object, *list));
 }
 
-Outcome performOperationPropPermissionsWithArguments(const ItemContext& context, Log& log,
+Outcome performOperationPropPermissionsWithArguments(const Platform& platform,
                                                      const Array& arguments,
                                                      FeedbackConnection* feedback) {
-  return propagatePermissions(context, log, *arguments[0].string(),
-                              arguments[1].number()->asUInt64(), arguments[2].number()->asBool(),
-                              static_cast<std::uint8_t>(arguments[3].number()->asUInt64()),
-                              feedback);
+  const auto [folder, expectedCount, stayOnFileSystem, options] =
+      unpack<std::string, std::uint64_t, bool, std::uint8_t>(arguments);
+  return propagatePermissions(platform, folder, expectedCount, stayOnFileSystem, options, feedback);
 }
 
 }  // namespace qrt::PermissionOperations

@@ -1,21 +1,16 @@
 // The operations on access rights.
 #pragma once
 
-#include "base/Error.h"
-#include "filesystem/objects/ItemContext.h"
-#include "platform/Log.h"
-#include "protocol/FeedbackConnection.h"
+#include "operations/HandlerTable.h"
 
 namespace qrt::PermissionOperations {
 
-/// Arguments: path, access control list in its external form. Replaces the list of what the path
-/// leads to; a list that says nothing takes it away. Bytes that are no list are POSIX 22.
-Outcome performOperationModifyAclWithArguments(const ItemContext& context, const Array& arguments);
+/// Arguments: path, access control list in its external form. Replaces the list of the object, of a
+/// link's target; an empty list removes it. Bytes that are not a list are POSIX 22.
+HandlerFunction performOperationModifyAclWithArguments;
 
 /// Arguments: folder, expected number of objects, stay on the file system, options (see
 /// PermissionPropagation.h).
-Outcome performOperationPropPermissionsWithArguments(const ItemContext& context, Log& log,
-                                                     const Array& arguments,
-                                                     FeedbackConnection* feedback);
+HandlerFunction performOperationPropPermissionsWithArguments;
 
 }  // namespace qrt::PermissionOperations

@@ -7,23 +7,46 @@
 
 #include "base/Path.h"
 #include "filesystem/FoundObjects.h"
-#include "filesystem/HierarchySearch.h"
+#include "filesystem/OrphanedFolder.h"
 #include "filesystem/PatternSearch.h"
-#include "filesystem/objects/SearchFolder.h"
+#include "filesystem/objects/PathAsWritten.h"
 #include "filesystem/walk/HierarchyTotals.h"
-#include "filesystem/walk/OrphanedFolder.h"
+#include "filesystem/walk/QRTDirectoryEnumerator.h"
 #include "operations/ArgumentConverters.h"
+#include "operations/Arguments.h"
 #include "operations/PrivilegedOperationError.h"
+#include "platform/Platform.h"
 
 namespace qrt::SearchOperations {
 namespace {
+
+/// Runs a search over everything below a folder. `search` takes the walk and the findings and
+/// returns the reason why it ended early, which is returned after the findings are sent. Errors are
+/// those of the folder and of the walk, and that descriptors or memory ran out.
+template <class Search>
+Outcome searchHierarchy(const Platform& platform, const std::string& folder, bool stayOnFileSystem,
+                        FeedbackConnection* feedback, Search search) {
+  const auto base = resolvedSearchFolder(platform.files, folder);
+  if (!base) return base.error();
+  FoundObjects found(*base, sendingTo(feedback));
+  const auto walk = QRTDirectoryEnumerator::enumeratorAtPath(platform.files, platform.log, *base,
+                                                             stayOnFileSystem);
+  auto failure = PosixCode::success;
+  if (walk) {
+    walk->expectStatuses();
+    failure = search(*walk, found);
+  }
+  found.finish();
+  if (walk && failure == PosixCode::success) failure = walk->failure();
+  return posixOutcome(failure);
+}
 
 double secondsSince(Date date) {
   const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
   return now.count() - date.secondsSince1970;
 }
 
-/// Whether an object is a folder or leads to one; none when it leads nowhere.
+/// Whether an object, or the target of a link, is a folder; nothing for a link without a target.
 std::optional<bool> leadsToFolder(FileSystem& files, FileAt object, const FileStatus& status) {
   if (!status.isLink()) return status.isFolder();
   const auto target = files.status(object, Links::follow);
@@ -32,7 +55,7 @@ std::optional<bool> leadsToFolder(FileSystem& files, FileAt object, const FileSt
 }
 
 struct NameFilter {
-  /// Empty ones let everything through.
+  /// Each matches every name if it is empty.
   const std::string& prefix;
   const std::string& extension;
 
@@ -42,7 +65,7 @@ struct NameFilter {
 };
 
 /// Adds the entries of a folder. All names are read first, because a listing that fails counts as
-/// empty, also when it fails half-way.
+/// empty, even if it fails half-way.
 PosixCode findIn(FileSystem& files, const std::string& path, bool wantsFolders,
                  const NameFilter& filter, FoundObjects& found) {
   auto folder = files.openFolder(path.c_str(), Links::follow);
@@ -66,24 +89,26 @@ PosixCode findIn(FileSystem& files, const std::string& path, bool wantsFolders,
   return PosixCode::success;
 }
 
-/// Whether an orphan is reported. When it is and stands for what it holds, the walk skips that.
-PosixResult<bool> standsForItself(const SearchContext& context, QRTDirectoryEnumerator& walk,
-                                  const FileStatus& status, KnownUserIDs& known) {
+/// Whether an orphan is reported. If it is a folder that is reported in place of its contents, the
+/// walk skips these.
+PosixResult<bool> isReported(const Platform& platform, QRTDirectoryEnumerator& walk,
+                             const FileStatus& status, KnownUserIDs& known) {
   if (!status.isFolder()) return true;
   auto holdsOrphansOnly =
-      isFolderAtObject(context.files, context.log, walk.object(), walk.objectPath(), known);
-  // A folder that was not entered has nothing to skip but its neighbours.
+      isFolderAtObject(platform.files, platform.log, walk.object(), walk.objectPath(), known);
+  // After a folder that was not entered, this would skip its neighbours.
   if (holdsOrphansOnly && *holdsOrphansOnly && walk.isInsideObject()) walk.skipDescendents();
   return holdsOrphansOnly;
 }
 
 }  // namespace
 
-Outcome performOperationSearchAgedfilesWithArguments(const SearchContext& context,
+Outcome performOperationSearchAgedfilesWithArguments(const Platform& platform,
                                                      const Array& arguments,
                                                      FeedbackConnection* feedback) {
   constexpr double secondsPerDay = 86400.0;
-  const auto minimumAge = static_cast<double>(arguments[1].number()->asUInt64()) * secondsPerDay;
+  const auto [folder, days, stayOnFileSystem] = unpack<std::string, std::uint64_t, bool>(arguments);
+  const auto minimumAge = static_cast<double>(days) * secondsPerDay;
   const auto search = [&](QRTDirectoryEnumerator& walk, FoundObjects& found) {
     while (walk.advance()) {
       const auto status = walk.objectStatus();
@@ -93,17 +118,17 @@ Outcome performOperationSearchAgedfilesWithArguments(const SearchContext& contex
     }
     return PosixCode::success;
   };
-  return searchHierarchy(context, *arguments[0].string(), arguments[2].number()->asBool(), feedback,
-                         search);
+  return searchHierarchy(platform, folder, stayOnFileSystem, feedback, search);
 }
 
-Outcome performOperationSearchFilenamesWithArguments(const SearchContext& context,
+Outcome performOperationSearchFilenamesWithArguments(const Platform& platform,
                                                      const Array& arguments,
                                                      FeedbackConnection* feedback) {
-  auto& files = context.files;
-  const NameFilter filter{*arguments[1].string(), *arguments[2].string()};
-  const bool wantsFolders = arguments[3].number()->asBool();
-  const auto path = resolvedSearchFolder(files, *arguments[0].string());
+  auto& files = platform.files;
+  const auto [folder, prefix, extension, wantsFolders] =
+      unpack<std::string, std::string, std::string, bool>(arguments);
+  const NameFilter filter{prefix, extension};
+  const auto path = resolvedSearchFolder(files, folder);
   if (!path) return path.error();
   FoundObjects found(*path, sendingTo(feedback));
   const auto failure = findIn(files, *path, wantsFolders, filter, found);
@@ -111,7 +136,7 @@ Outcome performOperationSearchFilenamesWithArguments(const SearchContext& contex
   return posixOutcome(isExhaustion(failure) ? failure : PosixCode::success);
 }
 
-Outcome performOperationSearchPatternsWithArguments(const SearchContext& context,
+Outcome performOperationSearchPatternsWithArguments(const Platform& platform,
                                                     const Array& arguments,
                                                     FeedbackConnection* feedback) {
   constexpr std::size_t options = 2;
@@ -123,21 +148,22 @@ Outcome performOperationSearchPatternsWithArguments(const SearchContext& context
   const auto folder = std::move(strings->front());
   strings->erase(strings->begin(), strings->begin() + options);
   return AdvancedOpsAdditions::searchForFileNamesAtPath(
-      context.files, context.log, folder, stayOnFileSystem, *strings, sendingTo(feedback));
+      platform.files, platform.log, folder, stayOnFileSystem, *strings, sendingTo(feedback));
 }
 
-Outcome performOperationSearchFileorphansWithArguments(const SearchContext& context,
+Outcome performOperationSearchFileorphansWithArguments(const Platform& platform,
                                                        const Array& arguments,
                                                        FeedbackConnection* feedback) {
   constexpr std::uint32_t root = 0;
-  auto ids = allKnownUserIDs(context.users);
+  const auto [folder, stayOnFileSystem] = unpack<std::string, bool>(arguments);
+  auto ids = allKnownUserIDs(platform.users);
   ids.insert(root);
-  KnownUserIDs known(std::move(ids), &context.users);
+  KnownUserIDs known(std::move(ids), &platform.users);
   const auto search = [&](QRTDirectoryEnumerator& walk, FoundObjects& found) {
     while (walk.advance()) {
       const auto status = walk.objectStatus();
       if (!status || known.contains(status->userID)) continue;
-      const auto isWanted = standsForItself(context, walk, *status, known);
+      const auto isWanted = isReported(platform, walk, *status, known);
       if (!isWanted) return isWanted.error();
       if (!*isWanted) continue;
       found.add(walk.objectPath(), *status);
@@ -145,16 +171,16 @@ Outcome performOperationSearchFileorphansWithArguments(const SearchContext& cont
     }
     return PosixCode::success;
   };
-  return searchHierarchy(context, *arguments[0].string(), arguments[1].number()->asBool(), feedback,
-                         search);
+  return searchHierarchy(platform, folder, stayOnFileSystem, feedback, search);
 }
 
-Outcome performOperationInspectStoragesizeWithArguments(const SearchContext& context,
+Outcome performOperationInspectStoragesizeWithArguments(const Platform& platform,
                                                         const Array& arguments,
                                                         FeedbackConnection*) {
-  const auto folder = resolvedSearchFolder(context.files, *arguments[0].string());
+  const auto [path] = unpack<std::string>(arguments);
+  const auto folder = resolvedSearchFolder(platform.files, path);
   if (!folder) return folder.error();
-  const auto size = storageSizeBelow(context.files, *folder);
+  const auto size = storageSizeBelow(platform.files, *folder);
   if (!size) return posixError(size.error());
   return privilegedOperationAnswer({{"Size", *size}});
 }

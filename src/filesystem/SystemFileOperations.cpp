@@ -9,7 +9,9 @@
 #include "filesystem/objects/FinderInfo.h"
 #include "filesystem/objects/OwnedRights.h"
 #include "filesystem/objects/TemporaryName.h"
+#include "operations/Arguments.h"
 #include "operations/PrivilegedOperationError.h"
+#include "platform/Platform.h"
 #include "platform/ReportedPath.h"
 
 namespace qrt::SystemFileOperations {
@@ -40,8 +42,7 @@ Error protectedError(const std::string& path, Error cause) {
 }
 
 /// With these no file can be moved.
-constexpr std::uint32_t fixingFlags = file_flag::userImmutable | file_flag::userAppendOnly |
-                                      file_flag::systemImmutable | file_flag::systemAppendOnly;
+constexpr std::uint32_t fixingFlags = file_flag::userProtection | file_flag::systemProtection;
 
 /// True for what a system answers to a link that the file system cannot have.
 bool meansNoLinks(PosixCode code) {
@@ -108,8 +109,8 @@ class TemporaryFile {
 /// One replacement. The folder that holds file and backup is held open all the way.
 class Replacement {
  public:
-  Replacement(const ItemContext& context, const Location& file, std::string path)
-      : context_(context),
+  Replacement(const Platform& platform, const Location& file, std::string path)
+      : platform_(platform),
         file_(file),
         path_(std::move(path)),
         backupName_(file.name + std::string(extension)),
@@ -124,14 +125,14 @@ class Replacement {
     if ((kept->owned.status.flags & fixingFlags) != 0) return notMoved(PosixCode::notPermitted);
 
     removeLeftovers(kept->owned.status.userID);
-    auto temporary = TemporaryFile::create(context_.files, file_.parent, temporaryName_.make());
+    auto temporary = TemporaryFile::create(platform_.files, file_.parent, temporaryName_.make());
     if (!temporary) return notCreated(temporary.error());
     if (temporary->file().write(content) != PosixCode::success) return keepOld();
     const auto code = apply(*kept, temporary->file());
     if (code != PosixCode::success) return fileWriteError(code, path_);
     if (temporary->file().synchronize() != PosixCode::success) return keepOld();
     if (auto error = putInPlace(*temporary, kept->owned.status)) return error;
-    if (removeBackup) context_.files.removeFile(backup());
+    if (removeBackup) platform_.files.removeFile(backup());
     return success;
   }
 
@@ -151,21 +152,21 @@ class Replacement {
   }
 
   bool isBackupBlocked() const {
-    const auto status = context_.files.status(backup(), Links::follow);
+    const auto status = platform_.files.status(backup(), Links::follow);
     return status && status->isFolder();
   }
 
   Outcome clearBackupPlace() {
     if (isBackupBlocked()) return backupBlockedError(backupPath_);
-    const auto status = context_.files.status(backup(), Links::stay);
+    const auto status = platform_.files.status(backup(), Links::stay);
     if (!status && status.error() == PosixCode::noEntry) return success;
-    return FileManager::removeItem(context_.files, backup(), backupPath_);
+    return FileManager::removeItem(platform_.files, backup(), backupPath_);
   }
 
   /// What a killed run may have left: a file of root's, or of the owner of the old file once it was
   /// given to that user. A live run on the same file fails then, as two at once would anyway.
   void removeLeftovers(std::uint32_t owner) {
-    auto& files = context_.files;
+    auto& files = platform_.files;
     auto folder = files.openFolder({file_.parent, "."}, Links::stay);
     if (!folder) return;
     for (auto entry = folder->next(); entry && *entry; entry = folder->next()) {
@@ -180,9 +181,9 @@ class Replacement {
   }
 
   Result<KeptAttributes> attributesOf(HeldObject file) {
-    auto owned = ownedRights(context_.accessControl, file);
+    auto owned = ownedRights(platform_.accessControl, file);
     if (!owned) return fileReadError(owned.error(), path_);
-    auto classic = FinderInfo::read(context_, file);
+    auto classic = FinderInfo::read(platform_.extendedAttributes, file);
     if (!classic) return fileReadError(classic.error(), path_);
     return KeptAttributes{std::move(file), std::move(*owned), classic->withoutPlaceAndLook()};
   }
@@ -193,10 +194,10 @@ class Replacement {
     const auto& status = kept.owned.status;
     auto code = file->setOwner(status.userID, status.groupID);
     if (code == PosixCode::success) {
-      code = context_.accessControl.setRights(*file, kept.owned.rights);
+      code = platform_.accessControl.setRights(*file, kept.owned.rights);
     }
     if (code == PosixCode::success && !kept.classic.isEmpty()) {
-      code = kept.classic.write(context_, *file);
+      code = kept.classic.write(platform_.extendedAttributes, *file);
     }
     if (code == PosixCode::success) code = file->setCreationTimeOf(kept.file);
     if (code == PosixCode::success && status.flags != 0) {
@@ -209,13 +210,13 @@ class Replacement {
   /// Contents that could not be written are not reported. The old file then has both names.
   Outcome keepOld() {
     if (auto error = clearBackupPlace()) return error;
-    context_.files.createHardLink(backup(), file_.at());
+    platform_.files.createHardLink(backup(), file_.at());
     return success;
   }
 
   /// The path leads to the old file until it leads to the new one, but where there are no links.
   Outcome putInPlace(TemporaryFile& newFile, const FileStatus& old) {
-    auto& files = context_.files;
+    auto& files = platform_.files;
     if (auto error = clearBackupPlace()) return error;
     const auto now = files.status(file_.at(), Links::stay);
     if (!now || !now->isSameObjectAs(old)) return notMoved(PosixCode::noEntry);
@@ -230,7 +231,7 @@ class Replacement {
     return fileWriteError(code, path_);
   }
 
-  const ItemContext& context_;
+  const Platform& platform_;
   const Location& file_;
   const std::string path_;
   const std::string backupName_;
@@ -255,10 +256,10 @@ PosixResult<Location> locateWithoutLinks(FileSystem& files, const std::string& p
 
 }  // namespace
 
-Outcome overwriteSystemFileAtPath(const ItemContext& context, const std::string& path,
+Outcome overwriteSystemFileAtPath(const Platform& platform, const std::string& path,
                                   const Data* withContent, bool removeBackup) {
   if (withContent == nullptr || path.empty()) return posixError(PosixCode::invalidArgument);
-  auto& files = context.files;
+  auto& files = platform.files;
   const auto notFound = [&](PosixCode code) {
     return posixError(FileManager::reasonAtPath(files, path, code));
   };
@@ -271,14 +272,14 @@ Outcome overwriteSystemFileAtPath(const ItemContext& context, const std::string&
   const auto status = old ? old->status() : old.error();
   if (!status) return notFound(status.error());
   if (status->isFolder()) return posixError(PosixCode::isDirectory);
-  Replacement replacement(context, *file, reportedPath(*resolved));
+  Replacement replacement(platform, *file, reportedPath(*resolved));
   return replacement.perform(std::move(*old), *withContent, removeBackup);
 }
 
-Outcome performOperationModifySystemfileWithArguments(const ItemContext& context,
-                                                      const Array& arguments) {
-  return overwriteSystemFileAtPath(context, *arguments[0].string(), arguments[1].data(),
-                                   arguments[2].number()->asBool());
+Outcome performOperationModifySystemfileWithArguments(const Platform& platform,
+                                                      const Array& arguments, FeedbackConnection*) {
+  const auto [path, content, removeBackup] = unpack<std::string, Data, bool>(arguments);
+  return overwriteSystemFileAtPath(platform, path, &content, removeBackup);
 }
 
 }  // namespace qrt::SystemFileOperations

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "base/Error.h"
-#include "filesystem/objects/ItemContext.h"
+#include "operations/HandlerTable.h"
 
 namespace qrt::SystemFileOperations {
 
@@ -18,11 +18,10 @@ namespace qrt::SystemFileOperations {
 /// next replacement of the same file. Contents that could not be written are no error: the old file
 /// then stays and is the backup as well, whether or not the backup was to be removed. With any
 /// other failure the old file stays and there is no backup.
-Outcome overwriteSystemFileAtPath(const ItemContext& context, const std::string& path,
+Outcome overwriteSystemFileAtPath(const Platform& platform, const std::string& path,
                                   const Data* withContent, bool removeBackup);
 
 /// Arguments: path, contents, remove the backup.
-Outcome performOperationModifySystemfileWithArguments(const ItemContext& context,
-                                                      const Array& arguments);
+HandlerFunction performOperationModifySystemfileWithArguments;
 
 }  // namespace qrt::SystemFileOperations

@@ -20,6 +20,12 @@ inline constexpr std::uint32_t socket = 0xC000;
 inline constexpr std::uint32_t whiteout = 0xE000;
 }  // namespace file_type
 
+/// Permission bits of a mode.
+namespace permission_bits {
+inline constexpr std::uint32_t all = 07777;
+inline constexpr std::uint32_t setID = 06000;
+}  // namespace permission_bits
+
 /// BSD file flags. A port maps what its file systems have onto these numbers.
 namespace file_flag {
 inline constexpr std::uint32_t userImmutable = 0x2;
@@ -30,9 +36,13 @@ inline constexpr std::uint32_t systemAppendOnly = 0x40000;
 inline constexpr std::uint32_t restricted = 0x80000;
 inline constexpr std::uint32_t noUnlink = 0x100000;
 
+/// The flags against changes that the owner of an object can clear, and those that only the system
+/// can.
+inline constexpr std::uint32_t userProtection = userImmutable | userAppendOnly;
+inline constexpr std::uint32_t systemProtection = systemImmutable | systemAppendOnly;
+
 /// An object with one of these refuses any change of its flags, also one that changes nothing.
-inline constexpr std::uint32_t refusingChanges =
-    systemImmutable | systemAppendOnly | restricted | noUnlink;
+inline constexpr std::uint32_t refusingChanges = systemProtection | restricted | noUnlink;
 }  // namespace file_flag
 
 struct FileStatus {
@@ -51,6 +61,7 @@ struct FileStatus {
   bool isMountRoot = false;
 
   std::uint32_t type() const { return mode & file_type::mask; }
+  std::uint32_t permissions() const { return mode & permission_bits::all; }
   bool isFolder() const { return type() == file_type::folder; }
   bool isLink() const { return type() == file_type::link; }
   bool hasSameOwnerAs(const FileStatus& other) const {

@@ -1,45 +1,26 @@
 #include "service/ObjectRemoval.h"
 
-#include "filesystem/walk/PathAsWritten.h"
-#include "platform/FileSystem.h"
+#include "filesystem/objects/QRTFileDeletionAdditions.h"
 #include "platform/Log.h"
+#include "platform/Platform.h"
 
 namespace qrt {
-namespace {
 
-constexpr std::uint32_t userFlags = file_flag::userImmutable | file_flag::userAppendOnly;
-constexpr std::uint32_t systemFlags = file_flag::systemImmutable | file_flag::systemAppendOnly;
-
-PosixCode removeObject(FileSystem& files, FileAt object) {
-  const auto status = files.status(object, Links::stay);
-  if (!status) return status.error();
-  const bool isOurs = status->type() != file_type::whiteout && (status->flags & systemFlags) == 0;
-  if (!isOurs) return PosixCode::inputOutput;
-  if ((status->flags & userFlags) != 0) {
-    const auto code = files.setFlags(object, *status, status->flags & ~userFlags);
-    if (code != PosixCode::success) return PosixCode::inputOutput;
-  }
-  return status->isFolder() ? files.removeFolder(object) : files.removeFile(object);
+Outcome enforceRemovalOfFileSystemObjectAtPath(const Platform& platform, const std::string& path) {
+  using namespace QRTFileDeletionAdditions;
+  auto error = enforceSingleRemovalOfFileSystemObjectAtPath(platform, path);
+  if (!error || error->domain != fileDeletionErrorDomain()) return error;
+  const bool isSystemProtected = error->code == static_cast<std::int64_t>(Code::systemProtected);
+  return posixError(isSystemProtected ? PosixCode::notPermitted : PosixCode::inputOutput);
 }
 
-}  // namespace
-
-Outcome enforceRemovalOfFileSystemObjectAtPath(FileSystem& files, const std::string& path) {
-  if (path.empty()) return posixError(PosixCode::invalidArgument);
-  const auto location = files.locate(path);
-  if (!location) return posixError(location.error());
-  const auto refusal = removalRefusal(files, *location, path);
-  if (refusal != PosixCode::success) return posixError(refusal);
-  return posixOutcome(removeObject(files, location->at()));
-}
-
-Outcome deleteFileSystemObjectsWithPaths(FileSystem& files, Log& log, const Array& paths) {
+Outcome deleteFileSystemObjectsWithPaths(const Platform& platform, const Array& paths) {
   Outcome lastFailure;
   for (const auto& element : paths) {
     const auto* path = element.string();
     if (!path) continue;
-    log.info("Deleting file system object '%@'.", *path);
-    if (auto failure = enforceRemovalOfFileSystemObjectAtPath(files, *path)) {
+    platform.log.info("Deleting file system object '%@'.", *path);
+    if (auto failure = enforceRemovalOfFileSystemObjectAtPath(platform, *path)) {
       lastFailure = std::move(failure);
     }
   }

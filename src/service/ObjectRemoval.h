@@ -1,4 +1,4 @@
-// Removing the daemon's own files, whatever protects them.
+// Removing the daemon's own files, although flags protect them.
 #pragma once
 
 #include <string>
@@ -8,15 +8,14 @@
 
 namespace qrt {
 
-class FileSystem;
-class Log;
+struct Platform;
 
-/// Removes each object that is named by a string; other elements are passed over. Goes on after a
-/// failure; the last one is returned.
-Outcome deleteFileSystemObjectsWithPaths(FileSystem& files, Log& log, const Array& paths);
+/// Removes each object that is named by a string; other elements are skipped. Continues after a
+/// failure; the last failure is returned.
+Outcome deleteFileSystemObjectsWithPaths(const Platform& platform, const Array& paths);
 
-/// Removes one object, a folder only when it is empty, links themselves. Flags that the owner can
-/// clear are cleared first; what only the system can unlock is POSIX error 5.
-Outcome enforceRemovalOfFileSystemObjectAtPath(FileSystem& files, const std::string& path);
+/// `QRTFileDeletionAdditions::enforceSingleRemovalOfFileSystemObjectAtPath` with POSIX errors only:
+/// an object that only the system can unlock is POSIX error 5.
+Outcome enforceRemovalOfFileSystemObjectAtPath(const Platform& platform, const std::string& path);
 
 }  // namespace qrt

@@ -48,7 +48,7 @@ RequestPipeline::InternalOperations QRTPrivilegedHelper::internalOperations() {
     return posixError(PosixCode::notImplemented);
   };
   const auto deleteFiles = [](const Platform& platform, const Array& paths, FeedbackConnection*) {
-    return deleteFileSystemObjectsWithPaths(platform.files, platform.log, paths);
+    return deleteFileSystemObjectsWithPaths(platform, paths);
   };
   const auto performUninstall = [this](const Platform& platform, const Array& arguments,
                                        FeedbackConnection*) {

@@ -27,8 +27,7 @@ Outcome SelfUninstall::performUninstallForClientWithPID(std::int32_t client,
   if (!*isSafe) return posixError(PosixCode::permissionDenied, tool);
   const auto authorization = platform.authority.create();
   if (!authorization) return osStatusError(number(authorization.error()));
-  auto failure =
-      deleteFileSystemObjectsWithPaths(platform.files, log, {removingObjectsAtPath, andPath});
+  auto failure = deleteFileSystemObjectsWithPaths(platform, {removingObjectsAtPath, andPath});
   if (codeOf(failure) != 0) return failure;
 
   // Held to the end: a client that comes or goes now waits until the process has ended.

@@ -1,6 +1,6 @@
 #include "software/FileQueries.h"
 
-#include "base/Path.h"
+#include "base/Text.h"
 #include "platform/FileSystem.h"
 #include "platform/Platform.h"
 #include "platform/PropertyLists.h"
@@ -9,7 +9,7 @@ namespace qrt {
 namespace {
 
 /// A name from a property list may hold anything.
-bool canBePath(const std::string& text) { return !path::holdsZeroByte(text); }
+bool canBePath(const std::string& text) { return !holdsZeroByte(text); }
 
 std::optional<FileStatus> statusOf(FileSystem& files, const std::string& path) {
   if (!canBePath(path)) return std::nullopt;

@@ -8,6 +8,9 @@
 #include "filesystem/objects/AdvancedOpsAdditions.h"
 #include "filesystem/objects/FileManager.h"
 #include "filesystem/objects/FileManagerError.h"
+#include "filesystem/objects/QRTFileDeletionAdditions.h"
+#include "operations/NSProcessInfoQRTAdditions.h"
+#include "support/PlantedFile.h"
 
 namespace qrt {
 namespace {
@@ -99,7 +102,13 @@ Error fileDeletionError(Code code, const std::string& path) {
 class DeletionTest : public testing::Test {
  protected:
   Outcome remove(const std::string& path, bool recursive) {
-    return additions::enforceRemovalOfFileSystemObjectAtPath(context_, path, recursive);
+    return additions::enforceRemovalOfFileSystemObjectAtPath(platform_, path, recursive);
+  }
+  void setSystemVersion(const std::string& version) {
+    const test::ScratchFolder root;
+    test::plant(root, "System/Library/CoreServices/SystemVersion.plist",
+                "{ ProductVersion = \"" + version + "\"; }");
+    NSProcessInfoQRTAdditions::updateVersionInfo(NativePlatform(root.path() + "/").facilities());
   }
   std::uint32_t flagsOf(const std::string& path) {
     return files_.status(path.c_str(), Links::stay)->flags;
@@ -107,7 +116,8 @@ class DeletionTest : public testing::Test {
 
   test::ScratchFolder scratch_;
   FakedFiles files_;
-  DeletionContext context_{files_, 0x10B0};
+  const NativePlatform native_;
+  const Platform platform_ = test::platformWith({.files = &files_}, native_.facilities());
 };
 
 TEST_F(DeletionTest, AFolderThatFillsUpAgainIsEmptiedAgainButNotForEver) {
@@ -182,6 +192,7 @@ TEST_F(DeletionTest, SinglySystemFlagsWhiteoutsAndFlagsThatStayAreTold) {
 }
 
 TEST_F(DeletionTest, SystemIntegrityProtectionExplainsARefusal) {
+  setSystemVersion("10.11");
   const auto file = scratch_.file("file");
   files_.plantFlags(file, file_flag::restricted);
   files_.beforeRemoval = [](FileAt) { return PosixCode::notPermitted; };
@@ -197,18 +208,18 @@ TEST_F(DeletionTest, SystemIntegrityProtectionExplainsARefusal) {
   EXPECT_EQ(remove(file, recursively), because(posixError(PosixCode::inputOutput)));
 
   Outcome told = success;
-  EXPECT_TRUE(additions::isSIPRestrictedObjectAtPath(context_, file, &told));
+  EXPECT_TRUE(additions::isSIPRestrictedObjectAtPath(platform_, file, &told));
   EXPECT_EQ(told, refused);
-  EXPECT_FALSE(additions::isSIPRestrictedObjectAtPath(context_, ""));
-  EXPECT_FALSE(additions::isSIPRestrictedObjectAtPath(context_, scratch_.path("missing")));
+  EXPECT_FALSE(additions::isSIPRestrictedObjectAtPath(platform_, ""));
+  EXPECT_FALSE(additions::isSIPRestrictedObjectAtPath(platform_, scratch_.path("missing")));
 
   // Of another refusal, before there was such a protection, and without the flags it says nothing.
   files_.beforeRemoval = [](FileAt) { return PosixCode::busy; };
   EXPECT_EQ(remove(file, singly), posixError(PosixCode::busy));
   files_.beforeRemoval = [](FileAt) { return PosixCode::notPermitted; };
-  context_.operatingSystemVersionCode = 0x10AF;
+  setSystemVersion("10.10.15");
   EXPECT_EQ(remove(file, singly), posixError(PosixCode::notPermitted));
-  context_.operatingSystemVersionCode = 0x10B0;
+  setSystemVersion("10.11");
   files_.plantFlags(file, 0);
   EXPECT_EQ(remove(file, singly), posixError(PosixCode::notPermitted));
 }

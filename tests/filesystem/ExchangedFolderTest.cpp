@@ -71,7 +71,7 @@ class ExchangedFolderTest : public test::OperationFixture {
   bool isPreciousSafe(Look looksRight) const {
     const auto names = filesIn(precious_);
     return std::all_of(names.begin(), names.end(), [&](const auto& name) {
-      const auto status = context_.files.status(name.c_str(), Links::stay);
+      const auto status = platform_.files.status(name.c_str(), Links::stay);
       return status && looksRight(*status);
     });
   }

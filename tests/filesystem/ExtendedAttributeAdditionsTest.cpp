@@ -10,13 +10,13 @@ using namespace ExtendedAttributeAdditions;
 class ExtendedAttributeAdditionsTest : public test::ItemFixture {
  protected:
   Result<Dictionary> all(const std::string& path, bool notFollowing = false) {
-    return extendedAttributesForItemAtPath(context_, path, notFollowing, false);
+    return extendedAttributesForItemAtPath(platform_, path, notFollowing, false);
   }
   Outcome set(const std::string& path, const Data& value, const std::string& name) {
-    return setForItemAtPath(context_, path, value, name, true);
+    return setForItemAtPath(platform_, path, value, name, true);
   }
   Outcome remove(const std::string& path, const std::string& name) {
-    return removeFromItemAtPath(context_, path, name, true, false);
+    return removeFromItemAtPath(platform_, path, name, true, false);
   }
 
   const Data value_{'v'};

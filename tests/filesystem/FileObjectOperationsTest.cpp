@@ -86,7 +86,7 @@ TEST_F(FileObjectOperationsTest, LinksAreMadeAsTheyAreWritten) {
   const auto file = scratch_.file("file"), hard = scratch_.path("hard"),
              soft = scratch_.path("soft"), hardToSoft = scratch_.path("hardToSoft");
   EXPECT_EQ(perform("CreateLink", {soft, "../no/where", 0}), success);
-  EXPECT_EQ(*context_.files.linkTarget(soft.c_str()), "../no/where");
+  EXPECT_EQ(*platform_.files.linkTarget(soft.c_str()), "../no/where");
   EXPECT_EQ(perform("CreateLink", {hard, file, 1}), success);
   EXPECT_EQ(statusOf(hard).st_ino, statusOf(file).st_ino);
   EXPECT_EQ(perform("CreateLink", {hardToSoft, soft, 1}), success);
@@ -97,7 +97,7 @@ TEST_F(FileObjectOperationsTest, LinksAreMadeAsTheyAreWritten) {
   EXPECT_EQ(statusOf(scratch_.path("linked")).st_mode, S_IFDIR | 0750u);
   EXPECT_EQ(statusOf(scratch_.path("linked/inner/f")).st_ino,
             statusOf(scratch_.path("folder/inner/f")).st_ino);
-  EXPECT_EQ(*context_.files.linkTarget(scratch_.path("linked/l").c_str()), "x");
+  EXPECT_EQ(*platform_.files.linkTarget(scratch_.path("linked/l").c_str()), "x");
   EXPECT_EQ(statusOf(soft).st_nlink, 1u);
 
   const auto fresh = scratch_.path("new");
@@ -151,7 +151,7 @@ class ProtectionTest : public test::OperationFixture {
     return perform("ModifyProtection", {path, value, recursive, stayOnFileSystem});
   }
   bool isImmutable(const std::string& name) {
-    const auto status = context_.files.status(scratch_.path(name).c_str(), Links::stay);
+    const auto status = platform_.files.status(scratch_.path(name).c_str(), Links::stay);
     return (status->flags & file_flag::userImmutable) != 0;
   }
 };
@@ -202,7 +202,7 @@ TEST_F(ProtectionTest, AnotherFileSystemCanBeLeftAlone) {
     EXPECT_EQ(isImmutable("tree/volume/file"), value);
   }
   for (const auto& path : {scratch_.path("missing"), std::string()}) {
-    EXPECT_EQ(AdvancedOpsAdditions::fileSystemIDForPath(context_.files, path), 0xFFFFFFFFu);
+    EXPECT_EQ(AdvancedOpsAdditions::fileSystemIDForPath(platform_.files, path), 0xFFFFFFFFu);
   }
 }
 

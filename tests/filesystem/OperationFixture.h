@@ -19,9 +19,7 @@ class OperationFixture : public ItemFixture {
   OperationFixture() { registerFileSystemHandlers(handlers_); }
 
   /// Has operations work with doubles, for the rest of the test.
-  void use(const Doubles& doubles) {
-    withDoubles_.emplace(platformWith(doubles, platform_.facilities()));
-  }
+  void use(const Doubles& doubles) { withDoubles_.emplace(platformWith(doubles, platform_)); }
 
   /// `stem` names the operation. What it tells meanwhile is kept until the next one.
   Outcome perform(const std::string& stem, const Array& arguments, bool isHeard = true) {
@@ -31,8 +29,7 @@ class OperationFixture : public ItemFixture {
     const auto* handler = handlers_.find(name);
     if (handler == nullptr) handler = handlers_.find(name + "feedbackConnection:");
     if (handler == nullptr) throw std::invalid_argument("no operation " + stem);
-    return (*handler)(withDoubles_ ? *withDoubles_ : platform_.facilities(), arguments,
-                      connection.get());
+    return (*handler)(withDoubles_ ? *withDoubles_ : platform_, arguments, connection.get());
   }
 
   std::vector<double> fractions() const {

@@ -38,7 +38,7 @@ auto withDescriptors(rlim_t room, Action action) {
 class EnumeratorTest : public test::ItemFixture {
  protected:
   auto at(const std::string& path, bool stay = false) {
-    return QRTDirectoryEnumerator::enumeratorAtPath(context_.files, log_, path, stay);
+    return QRTDirectoryEnumerator::enumeratorAtPath(platform_.files, log_, path, stay);
   }
   Paths allAt(const std::string& path, bool stay = false) { return at(path, stay)->allObjects(); }
 
@@ -60,15 +60,15 @@ TEST_F(EnumeratorTest, OnlyAnExistingFolderIsABase) {
 
 TEST_F(EnumeratorTest, AFoundFolderAndItsObjectsAreReachedWithoutTheirPaths) {
   scratch_.make("mkdir -p top/a; printf '12345' > top/a/file; ln -s a top/link");
-  const auto base = context_.files.locate(scratch_.path("top/a"));
+  const auto base = platform_.files.locate(scratch_.path("top/a"));
   ASSERT_EQ(rename(scratch_.path("top").c_str(), scratch_.path("moved").c_str()), 0);
   const auto in = [&](const char* name) {
-    return QRTDirectoryEnumerator::enumeratorAtObject(context_.files, log_, {base->parent, name},
+    return QRTDirectoryEnumerator::enumeratorAtObject(platform_.files, log_, {base->parent, name},
                                                       "/elsewhere", true);
   };
   const auto walk = in("a");
   EXPECT_EQ(walk->nextObject(), "file");
-  EXPECT_EQ(context_.files.status(walk->object(), Links::stay)->size, 5u);
+  EXPECT_EQ(platform_.files.status(walk->object(), Links::stay)->size, 5u);
   EXPECT_EQ(in("link"), nullptr);
 }
 
@@ -141,7 +141,7 @@ bool never(const std::string&) { return false; }
 bool nowAndThen(const std::string& path) { return std::hash<std::string>()(path) % 23 == 7; }
 
 /// Walks long enough that a second thread lists ahead of them.
-class WalkAheadTest : public EnumeratorTest {
+class PrefetchTest : public EnumeratorTest {
  protected:
   /// Folders of very different sizes, some of them nested.
   void SetUp() override {
@@ -172,7 +172,7 @@ class WalkAheadTest : public EnumeratorTest {
 
   void list(FileAt place, const std::string& prefix, bool (*skips)(const std::string&),
             Paths& paths) {
-    auto folder = context_.files.openFolder(place, Links::stay);
+    auto folder = platform_.files.openFolder(place, Links::stay);
     while (const auto entry = *folder->next()) {
       const auto path = paths.emplace_back(prefix + entry->name);
       const bool isFolder = entry->type == file_type::folder;
@@ -182,7 +182,7 @@ class WalkAheadTest : public EnumeratorTest {
   }
 };
 
-TEST_F(WalkAheadTest, EverythingComesOnceAndInOrder) {
+TEST_F(PrefetchTest, EverythingComesOnceAndInOrder) {
   for (const auto skips : {never, nowAndThen}) {
     const auto paths = expected(skips);
     for (const bool areStatusesExpected : {false, true}) {
@@ -191,9 +191,10 @@ TEST_F(WalkAheadTest, EverythingComesOnceAndInOrder) {
       Paths seen;
       while (walk->advance()) {
         const auto path = seen.emplace_back(walk->objectPath());
-        const auto status = context_.files.status(scratch_.path(path).c_str(), Links::stay);
+        const auto status = platform_.files.status(scratch_.path(path).c_str(), Links::stay);
         ASSERT_EQ(walk->objectStatus()->inode, status->inode) << path;
-        ASSERT_EQ(context_.files.status(walk->object(), Links::stay)->inode, status->inode) << path;
+        ASSERT_EQ(platform_.files.status(walk->object(), Links::stay)->inode, status->inode)
+            << path;
         ASSERT_EQ(walk->isInsideObject(), status->isFolder()) << path;
         if (skips(path)) walk->skipDescendents();
       }
@@ -205,7 +206,7 @@ TEST_F(WalkAheadTest, EverythingComesOnceAndInOrder) {
   }
 }
 
-TEST_F(WalkAheadTest, WhatWasListedLongAgoIsListedAgain) {
+TEST_F(PrefetchTest, WhatWasListedLongAgoIsListedAgain) {
   const auto walk = at(scratch_.path());
   std::set<std::string> begun;
   for (int i = 0; i < 1000 && walk->advance(); ++i) begun.insert(walk->objectPath());
@@ -222,7 +223,7 @@ TEST_F(WalkAheadTest, WhatWasListedLongAgoIsListedAgain) {
   EXPECT_THAT(seen, testing::IsSupersetOf(added));
 }
 
-TEST_F(WalkAheadTest, TheWalkItselfIsFirstToHaveDescriptors) {
+TEST_F(PrefetchTest, TheWalkItselfIsFirstToHaveDescriptors) {
   const auto paths = expected(never);
   for (const rlim_t room : {8u, 12u, 20u, 60u}) {
     const auto [seen, failure] = withDescriptors(room, [&] {

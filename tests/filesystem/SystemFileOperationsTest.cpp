@@ -76,7 +76,7 @@ TEST_F(SystemFileOperationsTest, WhatCannotBeReplacedIsRefused) {
     EXPECT_EQ(overwrite(path, "new", keepBackup), posixError(code)) << path;
   }
   const auto file = scratch_.file("file", "old");
-  EXPECT_EQ(SystemFileOperations::overwriteSystemFileAtPath(context_, file, nullptr, keepBackup),
+  EXPECT_EQ(SystemFileOperations::overwriteSystemFileAtPath(platform_, file, nullptr, keepBackup),
             invalid_);
   EXPECT_EQ(contentsOf(file), "old");
 }

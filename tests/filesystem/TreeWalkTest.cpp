@@ -54,8 +54,8 @@ class Recorder : public TreeVisitor {
 class TreeWalkTest : public test::ItemFixture {
  protected:
   std::optional<TreeFailure> walk(const std::string& name = {}) {
-    const auto top = context_.files.locate(name.empty() ? scratch_.path() : scratch_.path(name));
-    return walkTree(context_.files, top->at(), recorder_);
+    const auto top = platform_.files.locate(name.empty() ? scratch_.path() : scratch_.path(name));
+    return walkTree(platform_.files, top->at(), recorder_);
   }
 
   Recorder recorder_;
@@ -133,7 +133,7 @@ TEST_F(TreeWalkTest, AnyDepthIsWalkedWithTheSameDescriptors) {
   });
   Counter counter;
   const auto before = openDescriptors();
-  EXPECT_FALSE(walkTree(context_.files, scratch_.path().c_str(), counter));
+  EXPECT_FALSE(walkTree(platform_.files, scratch_.path().c_str(), counter));
   EXPECT_EQ(counter.visits, levels * 6u);
   EXPECT_EQ(counter.leaves, levels * 5u + 1);
   EXPECT_LE(counter.mostDescriptors, before + 64);
@@ -158,7 +158,7 @@ TEST_F(TreeWalkTest, AFolderThatIsMovedAwayMeanwhileEndsTheWalk) {
       }
     };
     const auto top = scratch_.path();
-    const auto failure = walkTree(context_.files, top.c_str(), counter);
+    const auto failure = walkTree(platform_.files, top.c_str(), counter);
     ASSERT_EQ(failure.has_value(), !returns);
     if (returns) continue;
     EXPECT_EQ(failure->code, PosixCode::noEntry);

@@ -164,16 +164,17 @@ TEST_F(SelfUninstallTest, AKillLeavesAllOrWhatASecondRequestFinishes) {
 }
 
 TEST_F(SelfUninstallTest, RemovesSingleObjects) {
-  auto& files = doubles_.platform.files;
+  const auto& platform = doubles_.platform;
   scratch_.make("mkdir full empty; touch full/file; ln -s full link");
   if (!scratch_.changeFlags("job", "+i")) GTEST_SKIP() << "no immutable flag on this file system";
   const auto full = scratch_.path("full"), empty = scratch_.path("empty"),
              link = scratch_.path("link");
   const Array paths{scratch_.path("none"), 5, full, empty, link, job_, ""};
-  EXPECT_EQ(deleteFileSystemObjectsWithPaths(files, doubles_.log, paths),
+  EXPECT_EQ(deleteFileSystemObjectsWithPaths(platform, paths),
             posixError(PosixCode::invalidArgument));
   for (const auto& path : {empty, link, job_}) EXPECT_FALSE(test::exists(path)) << path;
-  EXPECT_EQ(enforceRemovalOfFileSystemObjectAtPath(files, full), posixError(PosixCode::notEmpty));
+  EXPECT_EQ(enforceRemovalOfFileSystemObjectAtPath(platform, full),
+            posixError(PosixCode::notEmpty));
 }
 
 }  // namespace

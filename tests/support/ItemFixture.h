@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include "filesystem/objects/ItemContext.h"
+#include "platform/AccessControl.h"
+#include "platform/ExtendedAttributes.h"
+#include "platform/FileSystem.h"
 #include "platform/NativePlatform.h"
 #include "support/ScratchFolder.h"
 
@@ -12,8 +14,8 @@ namespace qrt::test {
 class ItemFixture : public testing::Test {
  protected:
   ScratchFolder scratch_;
-  const NativePlatform platform_;
-  const ItemContext context_{platform_.facilities()};
+  const NativePlatform native_;
+  const Platform& platform_ = native_.facilities();
 };
 
 }  // namespace qrt::test

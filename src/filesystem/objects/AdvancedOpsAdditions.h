@@ -6,14 +6,14 @@
 
 #include "base/Error.h"
 #include "filesystem/objects/FileObjectInfo.h"
-#include "filesystem/objects/ItemContext.h"
+#include "platform/Platform.h"
 
 namespace qrt {
 
 /// Success, or an error of the POSIX or Cocoa domain. An empty path is POSIX 22. Thread-safe.
 namespace AdvancedOpsAdditions {
 
-Outcome createLinkAtPath(const ItemContext& context, const std::string& path,
+Outcome createLinkAtPath(const Platform& platform, const std::string& path,
                          const std::string& toTarget, bool asHardLink);
 
 /// Sets or clears the user immutable flag, of a link's target when the object is a link. Nothing at
@@ -26,7 +26,7 @@ Outcome setUserImmutableAtPath(FileSystem& files, const std::string& path, bool 
 
 /// Sets type and creator, then whether the object is hidden, of a link's target when the object is
 /// a link. When the second fails, the first stays done.
-Outcome setMacAttributesAtPath(const ItemContext& context, const std::string& path,
+Outcome setMacAttributesAtPath(const Platform& platform, const std::string& path,
                                std::uint32_t typeCode, std::uint32_t creatorCode, bool hidden);
 
 /// The number of the file system that the object itself is on, or `noFileSystemID`. A link with a

@@ -1,6 +1,8 @@
 #include "filesystem/objects/ExtendedAttributeAdditions.h"
 
 #include "filesystem/objects/FileManager.h"
+#include "platform/ExtendedAttributes.h"
+#include "platform/FileSystem.h"
 
 namespace qrt::ExtendedAttributeAdditions {
 namespace {
@@ -9,13 +11,13 @@ Compression compressionFor(bool exposing) {
   return exposing ? Compression::exposed : Compression::hidden;
 }
 
-PosixResult<Dictionary> attributesOf(const ItemContext& context, const HeldObject& named,
+PosixResult<Dictionary> attributesOf(ExtendedAttributes& attached, const HeldObject& named,
                                      const HeldObject& valued, Compression compression) {
-  const auto names = context.attributes.names(named, compression);
+  const auto names = attached.names(named, compression);
   if (!names) return names.error();
   Dictionary attributes;
   for (const auto& name : *names) {
-    auto value = context.attributes.value(valued, name);
+    auto value = attached.value(valued, name);
     if (value && !value->empty()) attributes.insert_or_assign(name, std::move(*value));
   }
   return attributes;
@@ -43,43 +45,44 @@ Outcome outcome(PosixCode code, const std::string& path) {
 
 }  // namespace
 
-Result<Dictionary> extendedAttributesForItemAtPath(const ItemContext& context,
+Result<Dictionary> extendedAttributesForItemAtPath(const Platform& platform,
                                                    const std::string& path, bool notFollowingLinks,
                                                    bool exposingFSCompression) {
   if (path.empty()) return posixError(PosixCode::invalidArgument);
-  const auto named = holdItem(context.files, path, notFollowingLinks);
+  const auto named = holdItem(platform.files, path, notFollowingLinks);
   if (!named) return named.error();
-  const auto valued = holdItem(context.files, path, false);
+  const auto valued = holdItem(platform.files, path, false);
   if (!valued) return valued.error();
-  auto attributes = attributesOf(context, *named, *valued, compressionFor(exposingFSCompression));
+  auto attributes = attributesOf(platform.extendedAttributes, *named, *valued,
+                                 compressionFor(exposingFSCompression));
   if (!attributes) return posixError(attributes.error(), path);
   return std::move(*attributes);
 }
 
-PosixResult<Dictionary> extendedAttributesForItem(const ItemContext& context,
+PosixResult<Dictionary> extendedAttributesForItem(const Platform& platform,
                                                   const HeldObject& item) {
-  return attributesOf(context, item, item, Compression::hidden);
+  return attributesOf(platform.extendedAttributes, item, item, Compression::hidden);
 }
 
-Outcome setForItemAtPath(const ItemContext& context, const std::string& path, const Data& value,
+Outcome setForItemAtPath(const Platform& platform, const std::string& path, const Data& value,
                          const std::string& ofExtendedAttribute, bool notFollowingLinks) {
   if (path.empty() || value.empty() || ofExtendedAttribute.empty()) {
     return posixError(PosixCode::invalidArgument);
   }
-  const auto item = holdItem(context.files, path, notFollowingLinks);
+  const auto item = holdItem(platform.files, path, notFollowingLinks);
   if (!item) return item.error();
-  return outcome(context.attributes.set(*item, ofExtendedAttribute, value), path);
+  return outcome(platform.extendedAttributes.set(*item, ofExtendedAttribute, value), path);
 }
 
-Outcome removeFromItemAtPath(const ItemContext& context, const std::string& path,
+Outcome removeFromItemAtPath(const Platform& platform, const std::string& path,
                              const std::string& extendedAttribute, bool notFollowingLinks,
                              bool includingFSCompression) {
   if (path.empty() || extendedAttribute.empty()) return posixError(PosixCode::invalidArgument);
-  const auto item = holdItem(context.files, path, notFollowingLinks);
+  const auto item = holdItem(platform.files, path, notFollowingLinks);
   if (!item) return item.error();
-  return outcome(
-      context.attributes.remove(*item, extendedAttribute, compressionFor(includingFSCompression)),
-      path);
+  return outcome(platform.extendedAttributes.remove(*item, extendedAttribute,
+                                                    compressionFor(includingFSCompression)),
+                 path);
 }
 
 }  // namespace qrt::ExtendedAttributeAdditions

@@ -4,7 +4,8 @@
 #include <string>
 
 #include "base/Error.h"
-#include "filesystem/objects/ItemContext.h"
+#include "platform/HeldObject.h"
+#include "platform/Platform.h"
 
 namespace qrt {
 
@@ -15,17 +16,16 @@ namespace ExtendedAttributeAdditions {
 
 /// Names and values. Attributes without contents are left out. The names are those of the link when
 /// links are not followed; values are read from its target all the same.
-Result<Dictionary> extendedAttributesForItemAtPath(const ItemContext& context,
+Result<Dictionary> extendedAttributesForItemAtPath(const Platform& platform,
                                                    const std::string& path, bool notFollowingLinks,
                                                    bool exposingFSCompression);
 /// The same of an object that is held. A link has its own names and values then.
-PosixResult<Dictionary> extendedAttributesForItem(const ItemContext& context,
-                                                  const HeldObject& item);
+PosixResult<Dictionary> extendedAttributesForItem(const Platform& platform, const HeldObject& item);
 
-Outcome setForItemAtPath(const ItemContext& context, const std::string& path, const Data& value,
+Outcome setForItemAtPath(const Platform& platform, const std::string& path, const Data& value,
                          const std::string& ofExtendedAttribute, bool notFollowingLinks);
 
-Outcome removeFromItemAtPath(const ItemContext& context, const std::string& path,
+Outcome removeFromItemAtPath(const Platform& platform, const std::string& path,
                              const std::string& extendedAttribute, bool notFollowingLinks,
                              bool includingFSCompression);
 

@@ -9,13 +9,15 @@
 
 namespace qrt {
 
+struct Platform;
+
 /// Errors are those of FileManagerError.h. A path with a zero byte names nothing. Thread-safe.
 namespace FileManager {
 
 /// Links are followed.
 PosixResult<FileStatus> statusOfItemAtPath(FileSystem& files, const std::string& path);
-/// Links are followed. `*isDirectory`, if given, is set when something exists. What the answer is
-/// about may be gone or another object afterwards: to act on it, hold it.
+/// Links are followed. `*isDirectory`, if given, is set when something exists. The object may have
+/// vanished or changed when the caller reads the answer: to act on it, hold it.
 bool fileExistsAtPath(FileSystem& files, const std::string& path, bool* isDirectory = nullptr);
 
 /// The object at a path, or the target of a link there.
@@ -23,8 +25,8 @@ PosixResult<HeldObject> holdItemAtPath(FileSystem& files, const std::string& pat
 /// Links are followed.
 PosixResult<Folder> openFolderAtPath(FileSystem& files, const std::string& path);
 
-/// Why the object at a path could not be held or opened: `noEntry` when nothing is there (links are
-/// followed), whatever the system said, and else the failure itself.
+/// The reason to report when the object at a path could not be held or opened: `noEntry` if nothing
+/// is there (links are followed), otherwise `failure` itself.
 PosixCode reasonAtPath(FileSystem& files, const std::string& path, PosixCode failure);
 
 /// The names in an open folder, hidden ones included, in the order of the file system. `path` is
@@ -35,6 +37,16 @@ Result<std::vector<std::string>> contentsOfDirectory(Folder& folder, const std::
 /// names the object that could not be removed.
 Outcome removeItemAtPath(FileSystem& files, const std::string& path);
 Outcome removeItem(FileSystem& files, FileAt item, const std::string& path);
+
+/// Gives a file a second path. A folder cannot have one: it gets a new folder at the second path,
+/// with second paths for the items in it. A symbolic link is not followed; the new one has the same
+/// text.
+Outcome linkItemAtPath(const Platform& platform, const std::string& path,
+                       const std::string& toPath);
+
+/// Makes a link that holds the destination as it is written.
+Outcome createSymbolicLinkAtPath(FileSystem& files, const std::string& path,
+                                 const std::string& withDestinationPath);
 
 }  // namespace FileManager
 }  // namespace qrt

@@ -1,11 +1,9 @@
 #include "filesystem/objects/FileObjectInfo.h"
 
-#include "base/Path.h"
+#include "base/Text.h"
 
 namespace qrt {
 namespace {
-
-constexpr std::uint32_t permissionBits = 07777;
 
 struct TypeName {
   std::uint32_t type;
@@ -35,13 +33,13 @@ Dictionary fileObjectInfo(const std::string& path, const FileStatus& status) {
           {"Type", fileTypeName(status.type())},
           {"Size", status.size},
           {"ModificationDate", status.modificationDate},
-          {"Mode", status.mode & permissionBits}};
+          {"Mode", status.permissions()}};
 }
 
 void addFileSystemObjectInfoDictionaryToArray(FileSystem& files, Array* array,
                                               const std::string& ifPossibleForObjectAtPath) {
   const auto& path = ifPossibleForObjectAtPath;
-  if (path.empty() || path::holdsZeroByte(path)) return;
+  if (path.empty() || holdsZeroByte(path)) return;
   addFileSystemObjectInfoDictionaryToArray(files, array, path.c_str(), path);
 }
 

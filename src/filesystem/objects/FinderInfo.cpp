@@ -36,9 +36,9 @@ bool meansNone(PosixCode code) {
 
 }  // namespace
 
-PosixResult<FinderInfo> FinderInfo::read(const ItemContext& context, const HeldObject& object) {
+PosixResult<FinderInfo> FinderInfo::read(ExtendedAttributes& attributes, const HeldObject& object) {
   FinderInfo info;
-  auto record = context.attributes.value(object, attributeName);
+  auto record = attributes.value(object, attributeName);
   if (record) {
     info.record_ = std::move(*record);
     info.record_.resize(size);
@@ -48,9 +48,9 @@ PosixResult<FinderInfo> FinderInfo::read(const ItemContext& context, const HeldO
   return info;
 }
 
-PosixCode FinderInfo::write(const ItemContext& context, const HeldObject& object) const {
-  if (!isEmpty()) return context.attributes.set(object, attributeName, record_);
-  const auto code = context.attributes.remove(object, attributeName, Compression::hidden);
+PosixCode FinderInfo::write(ExtendedAttributes& attributes, const HeldObject& object) const {
+  if (!isEmpty()) return attributes.set(object, attributeName, record_);
+  const auto code = attributes.remove(object, attributeName, Compression::hidden);
   return meansNone(code) ? PosixCode::success : code;
 }
 

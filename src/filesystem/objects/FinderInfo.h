@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "base/PropertyValue.h"
-#include "filesystem/objects/ItemContext.h"
+#include "platform/ExtendedAttributes.h"
 
 namespace qrt {
 
@@ -15,9 +15,9 @@ class FinderInfo {
   FinderInfo() : record_(size) {}
 
   /// The object's record; one that says nothing when it has none.
-  static PosixResult<FinderInfo> read(const ItemContext& context, const HeldObject& object);
+  static PosixResult<FinderInfo> read(ExtendedAttributes& attributes, const HeldObject& object);
   /// Removes the object's record when this one says nothing.
-  PosixCode write(const ItemContext& context, const HeldObject& object) const;
+  PosixCode write(ExtendedAttributes& attributes, const HeldObject& object) const;
 
   std::uint32_t typeCode() const;
   std::uint32_t creatorCode() const;

@@ -8,51 +8,35 @@
 
 #include "base/Path.h"
 #include "filesystem/objects/FileManagerError.h"
+#include "filesystem/objects/FlagChange.h"
 #include "filesystem/objects/TemporaryName.h"
 #include "filesystem/objects/TreeCopy.h"
 #include "filesystem/objects/TreeRemoval.h"
 #include "filesystem/walk/TreeWalk.h"
+#include "platform/AccessControl.h"
+#include "platform/ExtendedAttributes.h"
 
 namespace qrt::FileManager {
 namespace {
 
 constexpr const char* stagedName = "item";
 constexpr std::uint32_t ownerOnly = 0700;
-constexpr std::uint32_t hinderingFlags = file_flag::userImmutable | file_flag::userAppendOnly;
 
 std::optional<TreeFailure> failure(PosixCode code) {
   if (code == PosixCode::success) return std::nullopt;
   return TreeFailure{code, {}};
 }
 
-/// Clears the flags that keep objects from being removed.
-class FlagClearing : public TreeVisitor {
- public:
-  explicit FlagClearing(FileSystem& files) : files_(files) {}
-
-  PosixResult<Next> visit(const TreeObject& object) override {
-    const auto code = clear(object.at());
-    if (code != PosixCode::success) return code;
-    return Next::enter;
-  }
-
- private:
-  PosixCode clear(FileAt object) {
-    const auto status = files_.status(object, Links::stay);
-    if (!status) return status.error() == PosixCode::noEntry ? PosixCode::success : status.error();
-    if ((status->flags & hinderingFlags) == 0) return PosixCode::success;
-    return files_.setFlags(object, *status, status->flags & ~hinderingFlags);
-  }
-
-  FileSystem& files_;
-};
-
 /// Removes everything in the very folder that is held, protected objects as well.
 std::optional<TreeFailure> emptyFolder(FileSystem& files, const HeldObject& held) {
   const auto folder = files.openFolder(held);
   if (!folder) return failure(folder.error());
-  FlagClearing clearing(files);
-  if (auto failed = walkTree(files, {*folder, "."}, clearing)) return failed;
+  constexpr TreeFlagChange clearing{.flags = file_flag::userProtection,
+                                    .value = false,
+                                    .ofLinks = TreeFlagChange::OfLinks::change,
+                                    .onlyWith = file_flag::userProtection,
+                                    .onlyFileSystem = std::nullopt};
+  if (auto failed = changeFlagsBelow(files, {*folder, "."}, clearing)) return failed;
   return removeContents(files, *folder);
 }
 
@@ -61,8 +45,8 @@ std::optional<TreeFailure> emptyFolder(FileSystem& files, const HeldObject& held
 std::optional<TreeFailure> removeObject(FileSystem& files, FileAt item, const HeldObject& held) {
   const auto status = held.status();
   if (!status) return failure(status.error());
-  if ((status->flags & hinderingFlags) != 0) {
-    const auto code = held.setFlags(*status, status->flags & ~hinderingFlags);
+  if ((status->flags & file_flag::userProtection) != 0) {
+    const auto code = held.setFlags(*status, status->flags & ~file_flag::userProtection);
     if (code != PosixCode::success) return failure(code);
   }
   if (status->isFolder()) {
@@ -78,13 +62,13 @@ std::optional<TreeFailure> removeObject(FileSystem& files, FileAt item, const He
 /// with what is left in it.
 class Staging {
  public:
-  static PosixResult<Staging> beside(const ItemContext& context, const Folder& parent) {
+  static PosixResult<Staging> beside(const Platform& platform, const Folder& parent) {
     constexpr int attempts = 16;
     auto code = PosixCode::exists;
     for (int i = 0; i < attempts && code == PosixCode::exists; ++i) {
       auto name = TemporaryName(".move-").make();
-      auto folder = context.files.createFolder({parent, name.c_str()}, ownerOnly);
-      if (folder) return Staging(context, parent, std::move(name), std::move(*folder));
+      auto folder = platform.files.createFolder({parent, name.c_str()}, ownerOnly);
+      if (folder) return Staging(platform, parent, std::move(name), std::move(*folder));
       code = folder.error();
     }
     return code;
@@ -109,8 +93,8 @@ class Staging {
   const Folder& folder() const { return *folder_; }
 
  private:
-  Staging(const ItemContext& context, const Folder& parent, std::string name, Folder folder)
-      : context_(context),
+  Staging(const Platform& platform, const Folder& parent, std::string name, Folder folder)
+      : platform_(platform),
         parent_(parent),
         name_(std::move(name)),
         folder_(std::make_unique<Folder>(std::move(folder))) {
@@ -119,24 +103,25 @@ class Staging {
 
   /// What the folder was born with would pass on to the copies.
   void dropInheritance() {
-    const auto held = context_.files.hold({*folder_, "."}, Links::stay);
+    const auto held = platform_.files.hold({*folder_, "."}, Links::stay);
     if (!held) return;
-    context_.accessControl.setRights(*held, {ownerOnly, std::nullopt, std::nullopt});
-    const auto names = context_.attributes.names(*held, Compression::hidden);
+    platform_.accessControl.setRights(*held, {ownerOnly, std::nullopt, std::nullopt});
+    const auto names = platform_.extendedAttributes.names(*held, Compression::hidden);
     if (!names) return;
-    for (const auto& name : *names) context_.attributes.remove(*held, name, Compression::hidden);
+    for (const auto& name : *names)
+      platform_.extendedAttributes.remove(*held, name, Compression::hidden);
   }
 
   /// False when something of it is still there.
   bool remove() {
-    auto& files = context_.files;
+    auto& files = platform_.files;
     const auto held = files.hold(item(), Links::stay);
     if (held) removeObject(files, item(), *held);
     const auto code = files.removeFolder({parent_, name_.c_str()});
     return code == PosixCode::success || code == PosixCode::noEntry;
   }
 
-  const ItemContext& context_;
+  const Platform& platform_;
   const Folder& parent_;
   std::string name_;
   /// Null after the staging was moved.
@@ -145,59 +130,59 @@ class Staging {
 
 /// Copies the object to where nothing is yet. Afterwards the copy is complete and safe from a loss
 /// of power, or nothing is left of it.
-std::optional<TreeFailure> copyAcross(const ItemContext& context, const HeldObject& item,
+std::optional<TreeFailure> copyAcross(const Platform& platform, const HeldObject& item,
                                       FileAt toItem) {
-  auto& files = context.files;
+  auto& files = platform.files;
   if (files.status(toItem, Links::stay)) return failure(PosixCode::exists);
-  const auto staging = Staging::beside(context, toItem.folder);
+  const auto staging = Staging::beside(platform, toItem.folder);
   if (!staging) return failure(staging.error());
-  if (auto failed = copyTree(context, item, staging->item())) return failed;
+  if (auto failed = copyTree(platform, item, staging->item())) return failed;
   auto code = files.synchronize(staging->folder());
   if (code == PosixCode::success) code = files.rename(staging->item(), toItem);
   if (code == PosixCode::success) code = files.synchronize(staging->folder());
   return failure(code);
 }
 
-std::optional<TreeFailure> moveAcross(const ItemContext& context, FileAt item, FileAt toItem) {
-  const auto held = context.files.hold(item, Links::stay);
+std::optional<TreeFailure> moveAcross(const Platform& platform, FileAt item, FileAt toItem) {
+  const auto held = platform.files.hold(item, Links::stay);
   const auto status = held ? held->status() : held.error();
   const auto code = status ? checkRemovable(item.folder, *status) : status.error();
   if (code != PosixCode::success) return failure(code);
-  if (auto failed = copyAcross(context, *held, toItem)) return failed;
-  return removeObject(context.files, item, *held);
+  if (auto failed = copyAcross(platform, *held, toItem)) return failed;
+  return removeObject(platform.files, item, *held);
 }
 
 }  // namespace
 
 PosixCode checkRemovable(const Folder& parent, const FileStatus& item) {
-  constexpr std::uint32_t fixingFlags = hinderingFlags | file_flag::refusingChanges;
+  constexpr std::uint32_t fixingFlags = file_flag::userProtection | file_flag::refusingChanges;
   if (parent.isReadOnly()) return PosixCode::readOnlyFileSystem;
   if (item.isMountRoot) return PosixCode::busy;
   if ((item.flags & fixingFlags) != 0) return PosixCode::notPermitted;
   return PosixCode::success;
 }
 
-Outcome moveItemAtPath(const ItemContext& context, const std::string& path,
+Outcome moveItemAtPath(const Platform& platform, const std::string& path,
                        const std::string& toPath) {
-  const auto item = context.files.locate(path);
+  const auto item = platform.files.locate(path);
   if (!item) return fileWriteError(item.error(), path, toPath);
-  const auto toItem = context.files.locate(toPath);
+  const auto toItem = platform.files.locate(toPath);
   if (!toItem) return fileWriteError(toItem.error(), path, toPath);
   if (item->meansFolder || toItem->meansFolder) {
-    const auto status = context.files.status(item->at(), Links::stay);
+    const auto status = platform.files.status(item->at(), Links::stay);
     if (status && !status->isFolder()) {
       return fileWriteError(PosixCode::notDirectory, path, toPath);
     }
   }
-  return moveItem(context, item->at(), path, toItem->at(), toPath);
+  return moveItem(platform, item->at(), path, toItem->at(), toPath);
 }
 
-Outcome moveItem(const ItemContext& context, FileAt item, const std::string& path, FileAt toItem,
+Outcome moveItem(const Platform& platform, FileAt item, const std::string& path, FileAt toItem,
                  const std::string& toPath) {
-  const auto code = context.files.rename(item, toItem);
+  const auto code = platform.files.rename(item, toItem);
   if (code == PosixCode::success) return success;
   if (code != PosixCode::crossDevice) return fileWriteError(code, path, toPath);
-  const auto failed = moveAcross(context, item, toItem);
+  const auto failed = moveAcross(platform, item, toItem);
   if (!failed) return success;
   return fileWriteError(failed->code, path::below(path, failed->relativePath), toPath);
 }

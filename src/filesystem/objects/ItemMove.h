@@ -4,7 +4,8 @@
 #include <string>
 
 #include "base/Error.h"
-#include "filesystem/objects/ItemContext.h"
+#include "platform/FileSystem.h"
+#include "platform/Platform.h"
 
 namespace qrt::FileManager {
 
@@ -12,11 +13,11 @@ namespace qrt::FileManager {
 /// error. To another volume the object is copied with everything attached to it, appears there
 /// complete, and only then is removed here; whatever goes wrong, one complete object is at one of
 /// the two paths. Errors carry both paths. Thread-safe.
-Outcome moveItemAtPath(const ItemContext& context, const std::string& path,
+Outcome moveItemAtPath(const Platform& platform, const std::string& path,
                        const std::string& toPath);
 
 /// The same for objects whose folders are open; the paths are for errors.
-Outcome moveItem(const ItemContext& context, FileAt item, const std::string& path, FileAt toItem,
+Outcome moveItem(const Platform& platform, FileAt item, const std::string& path, FileAt toItem,
                  const std::string& toPath);
 
 /// Whether an item of `parent` can be removed once it is copied to another volume. Refuses what a

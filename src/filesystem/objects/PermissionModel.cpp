@@ -7,7 +7,6 @@ namespace {
 
 using namespace propagation_option;
 
-constexpr std::uint32_t permissionBits = 07777;
 /// Whoever has this type bit gets all permissions like a folder: sockets and block devices as well.
 constexpr std::uint32_t folderBit = 0x4000;
 
@@ -26,16 +25,16 @@ constexpr PermissionClass permissionClasses[] = {
 
 }  // namespace
 
-PosixResult<PermissionModel> PermissionModel::of(const ItemContext& context, const Folder& folder,
+PosixResult<PermissionModel> PermissionModel::of(const Platform& platform, const Folder& folder,
                                                  std::uint8_t options) {
-  const auto held = context.files.hold({folder, "."}, Links::stay);
+  const auto held = platform.files.hold({folder, "."}, Links::stay);
   if (!held) return held.error();
   const auto status = held->status();
   if (!status) return status.error();
-  auto list = context.accessControl.list(*held);
+  auto list = platform.accessControl.list(*held);
   if (!list) return list.error();
   if (*list && (options & markAsInherited) != 0) {
-    auto marked = context.accessControl.markedAsInherited(**list);
+    auto marked = platform.accessControl.markedAsInherited(**list);
     if (!marked) return marked.error();
     *list = std::move(*marked);
   }
@@ -55,7 +54,7 @@ std::uint32_t PermissionModel::groupIDFor(const FileStatus& object) const {
 }
 
 std::uint32_t PermissionModel::permissionsFor(const FileStatus& object) const {
-  auto permissions = object.mode & permissionBits;
+  auto permissions = object.permissions();
   for (const auto& row : permissionClasses) {
     if (!gives(row.option)) continue;
     const auto bits = (object.mode & folderBit) != 0 ? row.ofFolders : row.ofOthers;

@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <optional>
 
-#include "filesystem/objects/ItemContext.h"
+#include "platform/AccessControl.h"
+#include "platform/FileSystem.h"
+#include "platform/Platform.h"
 
 namespace qrt {
 
@@ -24,7 +26,7 @@ inline constexpr std::uint8_t markAsInherited = 0x40;
 class PermissionModel {
  public:
   /// The folder as it is now; later changes do not matter.
-  static PosixResult<PermissionModel> of(const ItemContext& context, const Folder& folder,
+  static PosixResult<PermissionModel> of(const Platform& platform, const Folder& folder,
                                          std::uint8_t options);
 
   bool givesList() const { return gives(propagation_option::accessControlList); }

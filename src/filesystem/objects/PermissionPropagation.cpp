@@ -7,19 +7,15 @@
 #include <utility>
 
 #include "base/Path.h"
-#include "filesystem/objects/SearchFolder.h"
+#include "filesystem/objects/PathAsWritten.h"
 #include "filesystem/objects/TrustedTarget.h"
-#include "filesystem/walk/QRTDirectoryEnumerator.h"
 #include "filesystem/walk/TreeWalk.h"
-#include "filesystem/walk/WalkScope.h"
+#include "filesystem/walk/WalkBounds.h"
 #include "operations/PrivilegedOperationError.h"
 #include "protocol/FeedbackMessage.h"
 
 namespace qrt {
 namespace {
-
-constexpr std::uint32_t permissionBits = 07777;
-constexpr std::uint32_t setIdBits = 06000;
 
 /// What a failure is told as.
 struct Step {
@@ -95,14 +91,9 @@ class Progress {
 
 class Propagation : public TreeVisitor {
  public:
-  Propagation(const ItemContext& context, Log& log, const std::string& path,
-              const PermissionModel& model, const WalkScope& scope, Progress& progress)
-      : context_(context),
-        log_(log),
-        path_(path),
-        model_(model),
-        scope_(scope),
-        progress_(progress) {}
+  Propagation(const Platform& platform, const std::string& path, const PermissionModel& model,
+              const WalkBounds& bounds, Progress& progress)
+      : platform_(platform), path_(path), model_(model), bounds_(bounds), progress_(progress) {}
 
   PosixResult<Next> visit(const TreeObject& object) override {
     if (const auto failure = change(object)) {
@@ -111,11 +102,12 @@ class Propagation : public TreeVisitor {
       return failure->code;
     }
     progress_.count();
-    return object.isFolder() && isEntered(object) ? Next::enter : Next::pass;
+    const bool isEntered = object.isFolder() && bounds_.admits(object.at(), object.relativePath());
+    return isEntered ? Next::enter : Next::pass;
   }
 
   Outcome run(const Folder& folder) {
-    const auto failure = walkTree(context_.files, {folder, "."}, *this);
+    const auto failure = walkTree(platform_.files, {folder, "."}, *this);
     if (error_) return *error_;
     if (failure) return posixError(failure->code, pathOf(failure->relativePath));
     return success;
@@ -124,10 +116,6 @@ class Propagation : public TreeVisitor {
  private:
   std::string pathOf(const std::string& relativePath) const {
     return path::below(path_, relativePath);
-  }
-
-  bool isEntered(const TreeObject& folder) const {
-    return QRTDirectoryEnumerator::isEntered(scope_, log_, folder.at(), folder.relativePath());
   }
 
   std::optional<Failure> change(const TreeObject& object) const {
@@ -141,7 +129,7 @@ class Propagation : public TreeVisitor {
     const auto held = hold(object, changesList);
     if (!held) return Failure{changesList ? &settingList : &looking, held.error()};
     if (changesList) {
-      const auto code = context_.accessControl.setList(*held, model_.list());
+      const auto code = platform_.accessControl.setList(*held, model_.list());
       if (code != PosixCode::success) return Failure{&settingList, code};
     }
     return changesStatus ? changeStatus(*held) : std::nullopt;
@@ -149,15 +137,15 @@ class Propagation : public TreeVisitor {
 
   PosixResult<HeldObject> hold(const TreeObject& object, bool changesList) const {
     const bool canBeOpened = object.isFolder() || object.type() == file_type::regular;
-    if (changesList && canBeOpened) return context_.files.holdOpen(object.at());
-    return context_.files.hold(object.at(), Links::stay);
+    if (changesList && canBeOpened) return platform_.files.holdOpen(object.at());
+    return platform_.files.hold(object.at(), Links::stay);
   }
 
   std::optional<Failure> changeListOfTarget(const TreeObject& link) const {
-    const auto target = holdTrustedTarget(context_.files, link.at());
+    const auto target = holdTrustedTarget(platform_.files, link.at());
     if (!target) return Failure{&settingList, target.error()};
     if (!*target) return std::nullopt;
-    return failureOf(settingList, context_.accessControl.setList(**target, model_.list()));
+    return failureOf(settingList, platform_.accessControl.setList(**target, model_.list()));
   }
 
   /// Looked at after the list was set, which is a part of the permissions on some systems.
@@ -174,25 +162,25 @@ class Propagation : public TreeVisitor {
                                            const FileStatus& status) const {
     if (!model_.givesPermissions()) return std::nullopt;
     const auto permissions = model_.permissionsFor(status);
-    if (permissions == (status.mode & permissionBits)) return std::nullopt;
+    if (permissions == status.permissions()) return std::nullopt;
     const auto code = object.setPermissions(permissions);
     if (status.isLink() && code == PosixCode::notSupported) return std::nullopt;
     return failureOf(settingPermissions, code);
   }
 
   std::optional<Failure> changeOwner(const HeldObject& object, const FileStatus& status) const {
-    if ((status.mode & setIdBits) != 0) return Failure{nullptr, PosixCode::invalidArgument};
+    if ((status.mode & permission_bits::setID) != 0)
+      return Failure{nullptr, PosixCode::invalidArgument};
     const auto userID = model_.userIDFor(status);
     const auto groupID = model_.groupIDFor(status);
     if (userID == status.userID && groupID == status.groupID) return std::nullopt;
     return failureOf(settingOwner, object.setOwner(userID, groupID));
   }
 
-  const ItemContext& context_;
-  Log& log_;
+  const Platform& platform_;
   const std::string& path_;
   const PermissionModel& model_;
-  const WalkScope& scope_;
+  const WalkBounds& bounds_;
   Progress& progress_;
   std::mutex mutex_;
   std::optional<Error> error_;
@@ -200,25 +188,25 @@ class Propagation : public TreeVisitor {
 
 }  // namespace
 
-Outcome propagatePermissions(const ItemContext& context, Log& log, const std::string& folder,
+Outcome propagatePermissions(const Platform& platform, const std::string& folder,
                              std::uint64_t expectedCount, bool stayOnFileSystem,
                              std::uint8_t options, FeedbackConnection* feedback) {
-  const auto path = resolvedSearchFolder(context.files, folder);
+  const auto path = resolvedSearchFolder(platform.files, folder);
   if (!path) return path.error();
   Progress progress(feedback, expectedCount);
-  const auto opened = context.files.openFolder(path->c_str(), Links::follow);
+  const auto opened = platform.files.openFolder(path->c_str(), Links::follow);
   if (!opened && isExhaustion(opened.error())) return posixError(opened.error());
   if (!opened) {
     // There is nothing to be seen below it.
     progress.finish();
     return success;
   }
-  const auto model = PermissionModel::of(context, *opened, options);
+  const auto model = PermissionModel::of(platform, *opened, options);
   if (!model) return posixError(model.error());
 
-  WalkScope scope(context.files, *path);
-  if (stayOnFileSystem) scope.stayOnFileSystemOf({*opened, "."});
-  auto outcome = Propagation(context, log, *path, *model, scope, progress).run(*opened);
+  WalkBounds bounds(platform.files, platform.log, *path);
+  if (stayOnFileSystem) bounds.stayOnFileSystemOf({*opened, "."});
+  auto outcome = Propagation(platform, *path, *model, bounds, progress).run(*opened);
   progress.finish();
   return outcome;
 }

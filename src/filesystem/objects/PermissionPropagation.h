@@ -24,7 +24,7 @@ namespace qrt {
 /// Tells the progress after every 100 objects as a part of `expectedCount`, and 1.0 when it is
 /// over, be it by an error. Errors that come before anything is changed are told without.
 /// `feedback` may be null.
-Outcome propagatePermissions(const ItemContext& context, Log& log, const std::string& folder,
+Outcome propagatePermissions(const Platform& platform, const std::string& folder,
                              std::uint64_t expectedCount, bool stayOnFileSystem,
                              std::uint8_t options, FeedbackConnection* feedback);
 

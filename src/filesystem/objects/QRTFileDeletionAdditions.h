@@ -10,12 +10,7 @@
 
 namespace qrt {
 
-/// What deletion stands on.
-struct DeletionContext {
-  FileSystem& files;
-  /// As `NSProcessInfoQRTAdditions::operatingSystemVersionCode` has it.
-  std::int64_t operatingSystemVersionCode;
-};
+struct Platform;
 
 /// Success, or an error of the file-deletion, POSIX or Cocoa domain. Paths are resolved once, up to
 /// the folder that holds the object; what follows is done through that folder. Flags that were
@@ -33,20 +28,20 @@ enum class Code : std::int64_t {
 
 constexpr std::string_view fileDeletionErrorDomain() { return "com.vantor.error.file-deletion"; }
 
-Outcome enforceRemovalOfFileSystemObjectAtPath(const DeletionContext& context,
-                                               const std::string& path, bool recursive);
+Outcome enforceRemovalOfFileSystemObjectAtPath(const Platform& platform, const std::string& path,
+                                               bool recursive);
 
 /// One file, link or empty folder. The user immutable and append-only flags are cleared first.
-Outcome enforceSingleRemovalOfFileSystemObjectAtPath(const DeletionContext& context,
+Outcome enforceSingleRemovalOfFileSystemObjectAtPath(const Platform& platform,
                                                      const std::string& path);
 
 /// An object and everything below it. The user immutable flags of all of it are cleared before the
 /// first object is removed; no other flag is. Nothing at the path, or a link that leads nowhere, is
 /// a success that changes nothing.
-Outcome enforceRecursiveRemovalOfFileSystemObjectAtPath(const DeletionContext& context,
+Outcome enforceRecursiveRemovalOfFileSystemObjectAtPath(const Platform& platform,
                                                         const std::string& path);
 /// The same for an object whose folder is open. `path` is for errors.
-Outcome enforceRecursiveRemovalOfFileSystemObject(const DeletionContext& context, FileAt object,
+Outcome enforceRecursiveRemovalOfFileSystemObject(const Platform& platform, FileAt object,
                                                   const std::string& path);
 
 /// Sets or clears the user immutable flag, of a link's target when the object is a link. A link
@@ -54,16 +49,10 @@ Outcome enforceRecursiveRemovalOfFileSystemObject(const DeletionContext& context
 /// without flags counts as cleared.
 Outcome setImmutableFlag(FileSystem& files, bool flag, const std::string& path,
                          bool checkingExistenceOfLinkTarget);
-PosixCode setImmutableFlag(FileSystem& files, bool flag, FileAt object,
-                           bool checkingExistenceOfLinkTarget);
-/// The same of an object that was seen to be no link. A link in its place is not followed.
-PosixCode setImmutableFlag(FileSystem& files, bool flag, FileAt object, const FileStatus& seen);
-/// The same of the very object that is held.
-PosixCode setImmutableFlag(bool flag, const HeldObject& object, const FileStatus& seen);
 
 /// Whether System Integrity Protection keeps the object. If it does, `refiningError`, if given,
 /// becomes `systemProtected` with what it was as the underlying error.
-bool isSIPRestrictedObjectAtPath(const DeletionContext& context, const std::string& path,
+bool isSIPRestrictedObjectAtPath(const Platform& platform, const std::string& path,
                                  Outcome* refiningError = nullptr);
 
 }  // namespace QRTFileDeletionAdditions

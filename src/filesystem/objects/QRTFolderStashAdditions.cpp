@@ -6,6 +6,10 @@
 #include "filesystem/objects/FileManagerError.h"
 #include "filesystem/objects/ItemMove.h"
 #include "filesystem/objects/OwnedRights.h"
+#include "operations/Arguments.h"
+#include "platform/ExtendedAttributes.h"
+#include "platform/FileSystem.h"
+#include "platform/Platform.h"
 
 namespace qrt::QRTFolderStashAdditions {
 namespace {
@@ -17,25 +21,25 @@ PosixResult<HeldObject> holdItself(FileSystem& files, const Folder& folder) {
   return files.hold({folder, "."}, Links::stay);
 }
 
-Result<FolderMetadata> metadataOf(const ItemContext& context, const Folder& folder,
+Result<FolderMetadata> metadataOf(const Platform& platform, const Folder& folder,
                                   const std::string& path) {
-  const auto held = holdItself(context.files, folder);
+  const auto held = holdItself(platform.files, folder);
   if (!held) return posixError(held.error(), path);
-  auto owned = ownedRights(context.accessControl, *held);
+  auto owned = ownedRights(platform.accessControl, *held);
   if (!owned) return posixError(owned.error(), path);
-  auto attributes = ExtendedAttributeAdditions::extendedAttributesForItem(context, *held);
+  auto attributes = ExtendedAttributeAdditions::extendedAttributesForItem(platform, *held);
   if (!attributes) return posixError(attributes.error(), path);
   return FolderMetadata{owned->status, std::move(owned->rights), std::move(*attributes)};
 }
 
-void enforceOwnerAndRights(const ItemContext& context, const FolderMetadata& saved,
+void enforceOwnerAndRights(const Platform& platform, const FolderMetadata& saved,
                            const HeldObject& item) {
   const auto current = item.status();
   if (!current) return;
   if (!current->hasSameOwnerAs(saved.status)) {
     item.setOwner(saved.status.userID, saved.status.groupID);
   }
-  context.accessControl.setRights(item, saved.rights);
+  platform.accessControl.setRights(item, saved.rights);
 }
 
 void enforceFlags(const FileStatus& saved, const HeldObject& item) {
@@ -43,10 +47,10 @@ void enforceFlags(const FileStatus& saved, const HeldObject& item) {
   if (current && current->flags != saved.flags) item.setFlags(*current, saved.flags);
 }
 
-void enforceExtendedAttributes(const ItemContext& context, const Dictionary& saved,
+void enforceExtendedAttributes(const Platform& platform, const Dictionary& saved,
                                const HeldObject& item) {
-  auto& attributes = context.attributes;
-  const auto current = ExtendedAttributeAdditions::extendedAttributesForItem(context, item);
+  auto& attributes = platform.extendedAttributes;
+  const auto current = ExtendedAttributeAdditions::extendedAttributesForItem(platform, item);
   if (!current) return;
   for (const auto& [name, value] : saved) attributes.set(item, name, *value.data());
   for (const auto& [name, value] : *current) {
@@ -54,20 +58,20 @@ void enforceExtendedAttributes(const ItemContext& context, const Dictionary& sav
   }
 }
 
-Outcome createSubstitute(const ItemContext& context, FileAt place, const std::string& path,
+Outcome createSubstitute(const Platform& platform, FileAt place, const std::string& path,
                          const FolderMetadata& metadata) {
-  const auto substitute = context.files.createFolder(place, ownerOnly);
+  const auto substitute = platform.files.createFolder(place, ownerOnly);
   if (!substitute) return fileWriteError(substitute.error(), path);
-  enforceFolderMetadata(context, metadata, *substitute);
+  enforceFolderMetadata(platform, metadata, *substitute);
   return success;
 }
 
 }  // namespace
 
-Outcome moveFolderAtPath(const ItemContext& context, const std::string& path,
+Outcome moveFolderAtPath(const Platform& platform, const std::string& path,
                          const std::string& newName, bool creatingEmptySubstitute) {
   if (path.empty() || newName.empty()) return posixError(PosixCode::invalidArgument);
-  auto& files = context.files;
+  auto& files = platform.files;
   bool isFolder = false;
   if (!FileManager::fileExistsAtPath(files, path, &isFolder) || !isFolder) {
     return posixError(PosixCode::notDirectory, path);
@@ -81,32 +85,34 @@ Outcome moveFolderAtPath(const ItemContext& context, const std::string& path,
   if (!targetLocation) return fileWriteError(targetLocation.error(), path, target);
   const auto folder = files.openFolder(location->at(), Links::follow);
   if (!folder) return posixError(folder.error(), path);
-  const auto metadata = metadataOf(context, *folder, path);
+  const auto metadata = metadataOf(platform, *folder, path);
   if (!metadata) return metadata.error();
 
-  auto error = FileManager::moveItem(context, location->at(), path, targetLocation->at(), target);
+  auto error = FileManager::moveItem(platform, location->at(), path, targetLocation->at(), target);
   if (error) return error;
   // To the folder that was looked at: its new name may lead to another by now. A copy, which a move
   // may have to make, has all of it already.
-  enforceFolderMetadata(context, *metadata, *folder);
+  enforceFolderMetadata(platform, *metadata, *folder);
   if (!creatingEmptySubstitute) return success;
-  return createSubstitute(context, location->at(), path, *metadata);
+  return createSubstitute(platform, location->at(), path, *metadata);
 }
 
-void enforceFolderMetadata(const ItemContext& context, const FolderMetadata& metadata,
+void enforceFolderMetadata(const Platform& platform, const FolderMetadata& metadata,
                            const Folder& ifNecessaryIgnoringErrorsForItem) {
-  const auto item = holdItself(context.files, ifNecessaryIgnoringErrorsForItem);
+  const auto item = holdItself(platform.files, ifNecessaryIgnoringErrorsForItem);
   if (!item) return;
-  enforceOwnerAndRights(context, metadata, *item);
+  enforceOwnerAndRights(platform, metadata, *item);
   enforceFlags(metadata.status, *item);
-  enforceExtendedAttributes(context, metadata.extendedAttributes, *item);
+  enforceExtendedAttributes(platform, metadata.extendedAttributes, *item);
 }
 
-Outcome performOperationRenameStashfolderWithArguments(const ItemContext& context,
-                                                       const Array& arguments) {
+Outcome performOperationRenameStashfolderWithArguments(const Platform& platform,
+                                                       const Array& arguments,
+                                                       FeedbackConnection*) {
   if (arguments.size() < 3) return posixError(PosixCode::invalidArgument);
-  return moveFolderAtPath(context, *arguments[0].string(), *arguments[1].string(),
-                          arguments[2].number()->asBool());
+  const auto [path, newName, creatingEmptySubstitute] =
+      unpack<std::string, std::string, bool>(arguments);
+  return moveFolderAtPath(platform, path, newName, creatingEmptySubstitute);
 }
 
 }  // namespace qrt::QRTFolderStashAdditions

@@ -4,7 +4,8 @@
 #include <string>
 
 #include "base/Error.h"
-#include "filesystem/objects/ItemContext.h"
+#include "operations/HandlerTable.h"
+#include "platform/AccessControl.h"
 
 namespace qrt {
 
@@ -15,7 +16,7 @@ namespace QRTFolderStashAdditions {
 /// owner, permissions, access control list, flags and extended attributes behind. An empty path or
 /// name is POSIX 22, anything but a folder (links followed) POSIX 20, a name that is taken
 /// POSIX 17. When the substitute cannot be made the folder stays moved.
-Outcome moveFolderAtPath(const ItemContext& context, const std::string& path,
+Outcome moveFolderAtPath(const Platform& platform, const std::string& path,
                          const std::string& newName, bool creatingEmptySubstitute);
 
 /// What a folder has apart from its contents.
@@ -28,12 +29,11 @@ struct FolderMetadata {
 
 /// Changes what differs from the saved metadata. What cannot be changed stays as it is. The folder
 /// is an open one, because metadata must not go to what somebody puts in its place.
-void enforceFolderMetadata(const ItemContext& context, const FolderMetadata& metadata,
+void enforceFolderMetadata(const Platform& platform, const FolderMetadata& metadata,
                            const Folder& ifNecessaryIgnoringErrorsForItem);
 
 /// Arguments: path, new name, create a substitute.
-Outcome performOperationRenameStashfolderWithArguments(const ItemContext& context,
-                                                       const Array& arguments);
+HandlerFunction performOperationRenameStashfolderWithArguments;
 
 }  // namespace QRTFolderStashAdditions
 }  // namespace qrt

@@ -11,13 +11,13 @@
 #include "base/Path.h"
 #include "filesystem/objects/OwnedRights.h"
 #include "filesystem/walk/ReopenableFolder.h"
+#include "platform/ExtendedAttributes.h"
 
 namespace qrt {
 namespace {
 
 constexpr std::uint32_t ownerOnlyFile = 0600;
 constexpr std::uint32_t ownerOnlyFolder = 0700;
-constexpr std::uint32_t setIdBits = 06000;
 
 /// In bytes. No system follows a longer path.
 constexpr std::size_t longestPath = 4096;
@@ -51,11 +51,11 @@ class Copy {
   /// Whether files become new ones or get another name.
   enum class Files { copied, linked };
 
-  Copy(const ItemContext& context, FileAt to, Files files)
-      : context_(context), to_(to), filesAre_(files) {}
+  Copy(const Platform& platform, FileAt to, Files files)
+      : platform_(platform), to_(to), filesAre_(files) {}
 
   std::optional<TreeFailure> copy(const HeldObject& from) {
-    const auto place = context_.files.status({to_.folder, "."}, Links::stay);
+    const auto place = platform_.files.status({to_.folder, "."}, Links::stay);
     if (!place) return TreeFailure{place.error(), {}};
     place_ = *place;
     const auto status = from.status();
@@ -92,11 +92,11 @@ class Copy {
   }
 
   PosixCode copyItem(FileAt from, FileAt to) {
-    const auto source = context_.files.hold(from, Links::stay);
+    const auto source = platform_.files.hold(from, Links::stay);
     const auto status = source ? source->status() : source.error();
     if (!status) return status.error();
     const bool isLinked = filesAre_ == Files::linked && !status->isFolder() && !status->isLink();
-    return isLinked ? context_.files.createHardLink(to, from) : copyObject(*source, *status, to);
+    return isLinked ? platform_.files.createHardLink(to, from) : copyObject(*source, *status, to);
   }
 
   /// Everything is taken from one hold: of an object that comes in the place of another meanwhile,
@@ -123,7 +123,7 @@ class Copy {
     if (const auto first = linked_.find(key); first != linked_.end()) {
       // Other names can only be met below a folder, so there is an open top.
       const FileAt copied{*levels_.front().to, first->second.path.c_str()};
-      return context_.files.createHardLink(to, copied) == PosixCode::success;
+      return platform_.files.createHardLink(to, copied) == PosixCode::success;
     }
     auto own = path(longestPath);
     if (own.size() <= longestPath) linked_.emplace(key, FirstName{std::move(own), 0});
@@ -148,21 +148,21 @@ class Copy {
 
   PosixCode create(const HeldObject& from, FileAt to, std::uint32_t type) {
     if (type == file_type::regular) {
-      auto file = context_.files.createFile(to, ownerOnlyFile);
-      return file ? context_.files.copyContents(from, *file, leases_) : file.error();
+      auto file = platform_.files.createFile(to, ownerOnlyFile);
+      return file ? platform_.files.copyContents(from, *file, leases_) : file.error();
     }
     if (type == file_type::link) {
-      const auto target = context_.files.linkTarget(from);
-      return target ? context_.files.createLink(to, *target) : target.error();
+      const auto target = platform_.files.linkTarget(from);
+      return target ? platform_.files.createLink(to, *target) : target.error();
     }
-    return context_.files.createSpecialFile(to, from);
+    return platform_.files.createSpecialFile(to, from);
   }
 
   PosixCode enter(const HeldObject& from, FileAt to, const FileStatus& status) {
     if (isPlaceOfCopy(status)) return refuseTop(PosixCode::invalidArgument);
-    auto source = context_.files.openFolder(from);
+    auto source = platform_.files.openFolder(from);
     if (!source) return source.error();
-    auto folder = context_.files.createFolder(to, ownerOnlyFolder);
+    auto folder = platform_.files.createFolder(to, ownerOnlyFolder);
     if (!folder) return folder.error();
     levels_.push_back({ReopenableFolder(std::move(*source)), ReopenableFolder(std::move(*folder)),
                        status, std::move(name_)});
@@ -183,8 +183,8 @@ class Copy {
     auto& parent = levels_[levels_.size() - 2];
     if (parent.from.isOpen()) return PosixCode::success;
     const auto& level = levels_.back();
-    const auto code = parent.from.reopen(context_.files, *level.from);
-    return code == PosixCode::success ? parent.to.reopen(context_.files, *level.to) : code;
+    const auto code = parent.from.reopen(platform_.files, *level.from);
+    return code == PosixCode::success ? parent.to.reopen(platform_.files, *level.to) : code;
   }
 
   bool isPlaceOfCopy(const FileStatus& folder) const {
@@ -206,7 +206,7 @@ class Copy {
     auto level = std::move(levels_.back());
     levels_.pop_back();
     name_ = std::move(level.name);
-    const auto source = context_.files.hold({*level.from, "."}, Links::stay);
+    const auto source = platform_.files.hold({*level.from, "."}, Links::stay);
     if (!source) return source.error();
     return copyAttributes(*source, {*level.to, "."}, level.status);
   }
@@ -214,17 +214,17 @@ class Copy {
   /// The owner comes first: a change of it takes away permission bits and privileges. `seen` is the
   /// object's status from before its contents were copied.
   PosixCode copyAttributes(const HeldObject& from, FileAt to, const FileStatus& seen) {
-    const auto copy = context_.files.hold(to, Links::stay);
+    const auto copy = platform_.files.hold(to, Links::stay);
     if (!copy) return copy.error();
-    auto owned = ownedRights(context_.accessControl, from);
+    auto owned = ownedRights(platform_.accessControl, from);
     if (!owned) return owned.error();
     // The contents may be those of the former owner.
-    if (!owned->status.hasSameOwnerAs(seen)) owned->rights.permissions &= ~setIdBits;
+    if (!owned->status.hasSameOwnerAs(seen)) owned->rights.permissions &= ~permission_bits::setID;
     const auto& status = owned->status;
     auto code = ifKept(copy->setOwner(status.userID, status.groupID));
     if (code == PosixCode::success) code = copyExtendedAttributes(from, *copy);
     if (code == PosixCode::success) {
-      code = ifKept(context_.accessControl.setRights(*copy, owned->rights));
+      code = ifKept(platform_.accessControl.setRights(*copy, owned->rights));
     }
     if (code == PosixCode::success) code = copy->setTimesOf(from);
     if (code == PosixCode::success) code = copy->setCreationTimeOf(from);
@@ -245,7 +245,7 @@ class Copy {
     for (const auto& [key, first] : linked_) {
       if (first.flags == 0) continue;
       const auto path = path::below(to_.name, first.path);
-      const auto copy = context_.files.hold({to_.folder, path.c_str()}, Links::stay);
+      const auto copy = platform_.files.hold({to_.folder, path.c_str()}, Links::stay);
       const auto code = copy ? setFlags(*copy, first.flags) : copy.error();
       if (code == PosixCode::success) continue;
       name_ = first.path;
@@ -255,12 +255,12 @@ class Copy {
   }
 
   PosixCode copyExtendedAttributes(const HeldObject& from, const HeldObject& to) {
-    const auto names = context_.attributes.names(from, Compression::hidden);
+    const auto names = platform_.extendedAttributes.names(from, Compression::hidden);
     if (!names) return ifSupported(names.error());
     for (const auto& name : *names) {
-      const auto value = context_.attributes.value(from, name);
+      const auto value = platform_.extendedAttributes.value(from, name);
       if (!value && value.error() == PosixCode::noAttribute) continue;
-      const auto code = value ? context_.attributes.set(to, name, *value) : value.error();
+      const auto code = value ? platform_.extendedAttributes.set(to, name, *value) : value.error();
       const bool isKept = code == PosixCode::notPermitted && isSystemsOwn(name);
       if (!isKept && ifSupported(code) != PosixCode::success) return code;
     }
@@ -273,7 +273,7 @@ class Copy {
     return status ? ifSupported(copy.setFlags(*status, flags)) : status.error();
   }
 
-  const ItemContext& context_;
+  const Platform& platform_;
   const FileAt to_;
   const Files filesAre_;
   /// The folder that the copy is made in.
@@ -288,13 +288,12 @@ class Copy {
 
 }  // namespace
 
-std::optional<TreeFailure> copyTree(const ItemContext& context, const HeldObject& from, FileAt to) {
-  return Copy(context, to, Copy::Files::copied).copy(from);
+std::optional<TreeFailure> copyTree(const Platform& platform, const HeldObject& from, FileAt to) {
+  return Copy(platform, to, Copy::Files::copied).copy(from);
 }
 
-std::optional<TreeFailure> linkFolder(const ItemContext& context, const HeldObject& from,
-                                      FileAt to) {
-  return Copy(context, to, Copy::Files::linked).copy(from);
+std::optional<TreeFailure> linkFolder(const Platform& platform, const HeldObject& from, FileAt to) {
+  return Copy(platform, to, Copy::Files::linked).copy(from);
 }
 
 }  // namespace qrt

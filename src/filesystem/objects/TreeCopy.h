@@ -3,8 +3,8 @@
 
 #include <optional>
 
-#include "filesystem/objects/ItemContext.h"
 #include "filesystem/walk/TreeWalk.h"
+#include "platform/Platform.h"
 
 namespace qrt {
 
@@ -16,11 +16,10 @@ namespace qrt {
 /// A volume mounted below `from` is `busy`; a tree that holds the folder of its own copy, which
 /// another mount of it makes possible, is `invalidArgument`. The first error ends the copying; what
 /// was copied by then stays.
-std::optional<TreeFailure> copyTree(const ItemContext& context, const HeldObject& from, FileAt to);
+std::optional<TreeFailure> copyTree(const Platform& platform, const HeldObject& from, FileAt to);
 
 /// Makes a new folder like `from` with hard links of the items in it, at any depth. Links get new
 /// ones with the same text.
-std::optional<TreeFailure> linkFolder(const ItemContext& context, const HeldObject& from,
-                                      FileAt to);
+std::optional<TreeFailure> linkFolder(const Platform& platform, const HeldObject& from, FileAt to);
 
 }  // namespace qrt

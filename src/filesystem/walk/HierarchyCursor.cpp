@@ -4,14 +4,16 @@
 
 namespace qrt {
 
-void HierarchyCursor::enterBase(FileAt base, Links links) { enter(base, links, WalkDepth()); }
+void HierarchyCursor::enterBase(FileAt base, Links links) {
+  enter(base, links, WalkBounds::Depth());
+}
 
-bool HierarchyCursor::enterFolder(const FolderToCome& folder) {
+bool HierarchyCursor::enterFolder(const UpcomingFolder& folder) {
   path_ = folder.path;
   return enter({*folder.holder, folder.name.c_str()}, Links::stay, folder.depth.below(folder.name));
 }
 
-bool HierarchyCursor::enter(FileAt folder, Links links, WalkDepth depth) {
+bool HierarchyCursor::enter(FileAt folder, Links links, WalkBounds::Depth depth) {
   auto opened = files_.openFolder(folder, links);
   if (!opened) {
     if (isExhaustion(opened.error())) failure_ = opened.error();
@@ -26,7 +28,7 @@ bool HierarchyCursor::advance() {
     const auto& level = levels_.back();
     const auto entry = level.folder->next();
     if (entry && *entry) {
-      comeTo(level, **entry);
+      moveTo(level, **entry);
       return true;
     }
     if (!entry && isExhaustion(entry.error())) failure_ = entry.error();
@@ -35,28 +37,27 @@ bool HierarchyCursor::advance() {
   return false;
 }
 
-void HierarchyCursor::comeTo(const Level& level, const FolderEntry& entry) {
-  if (sighting_.holder != level.folder) sighting_.holder = level.folder;
-  sighting_.name = entry.name;
-  sighting_.type = entry.type;
-  sighting_.depth = level.depth;
-  sighting_.limit = WalkDepth::Limit::none;
-  sighting_.isEntered = false;
+void HierarchyCursor::moveTo(const Level& level, const FolderEntry& entry) {
+  if (entry_.holder != level.folder) entry_.holder = level.folder;
+  entry_.name = entry.name;
+  entry_.type = entry.type;
+  entry_.depth = level.depth;
+  entry_.limit = WalkBounds::Limit::none;
+  entry_.isEntered = false;
   level.depth.lead(path_, entry.name);
-  isToBeEntered_ = scope_.includesContentsOf(sighting_.object(), entry.type, path_);
+  isToBeEntered_ = bounds_.includesContentsOf(entry_.object(), entry.type, path_);
   if (!isToBeEntered_) return;
-  sighting_.limit = level.depth.limitFor(entry.name);
-  isToBeEntered_ = sighting_.limit == WalkDepth::Limit::none;
+  entry_.limit = level.depth.limitFor(entry.name);
+  isToBeEntered_ = entry_.limit == WalkBounds::Limit::none;
 }
 
 void HierarchyCursor::enterObject() {
   failure_ = PosixCode::success;
-  sighting_.isEntered =
-      enter(sighting_.object(), Links::stay, sighting_.depth.below(sighting_.name));
+  entry_.isEntered = enter(entry_.object(), Links::stay, entry_.depth.below(entry_.name));
 }
 
 void HierarchyCursor::enterObject(HierarchyCursor& begun) {
-  sighting_.isEntered = true;
+  entry_.isEntered = true;
   levels_.insert(levels_.end(), std::make_move_iterator(begun.levels_.begin()),
                  std::make_move_iterator(begun.levels_.end()));
   path_.swap(begun.path_);
@@ -66,14 +67,14 @@ void HierarchyCursor::leaveTo(std::size_t levels) {
   while (levels_.size() > levels) levels_.pop_back();
 }
 
-std::optional<FolderToCome> HierarchyCursor::folderToCome(std::size_t levels) const {
+std::optional<UpcomingFolder> HierarchyCursor::upcomingFolder(std::size_t levels) const {
   for (auto level = levels; level < levels_.size(); ++level) {
     const auto& [folder, depth] = levels_[level];
     const auto* name = folder->upcomingFolder();
-    if (name == nullptr || depth.limitFor(name) != WalkDepth::Limit::none) continue;
-    FolderToCome found{folder, depth, name, path_};
+    if (name == nullptr || depth.limitFor(name) != WalkBounds::Limit::none) continue;
+    UpcomingFolder found{folder, depth, name, path_};
     depth.lead(found.path, name);
-    if (scope_.includesContentsOf({*folder, name}, file_type::folder, found.path)) return found;
+    if (bounds_.includesContentsOf({*folder, name}, file_type::folder, found.path)) return found;
   }
   return std::nullopt;
 }

@@ -8,24 +8,23 @@
 #include <string>
 #include <vector>
 
-#include "filesystem/walk/WalkDepth.h"
-#include "filesystem/walk/WalkScope.h"
+#include "filesystem/walk/WalkBounds.h"
 #include "platform/FileSystem.h"
 
 namespace qrt {
 
-/// An object as a walk comes upon it.
-struct Sighting {
+/// An object that a walk has found.
+struct WalkEntry {
   std::shared_ptr<const Folder> holder;
   const char* name = nullptr;
-  /// Type bits (`file_type`), or 0 where the file system's listing does not tell.
+  /// Type bits (`file_type`), or 0 if the file system's listing does not have them.
   std::uint32_t type = 0;
   /// Of the folder that holds it.
-  WalkDepth depth;
-  /// What keeps the walk out of a folder that it would go into otherwise.
-  WalkDepth::Limit limit = WalkDepth::Limit::none;
+  WalkBounds::Depth depth;
+  /// The limit that keeps the walk out of a folder that it would enter otherwise.
+  WalkBounds::Limit limit = WalkBounds::Limit::none;
   bool isEntered = false;
-  /// The object's own if it was read already.
+  /// Of the object itself, if it was read already.
   const FileStatus* status = nullptr;
 
   FileAt object() const { return {*holder, name}; }
@@ -34,72 +33,72 @@ struct Sighting {
   std::size_t levels() const { return depth.levels() + (isEntered ? 1 : 0); }
 };
 
-/// A folder that a walk has yet to come to.
-struct FolderToCome {
+/// A folder that a walk has not reached yet.
+struct UpcomingFolder {
   std::shared_ptr<const Folder> holder;
   /// Of the folder that holds it.
-  WalkDepth depth;
+  WalkBounds::Depth depth;
   std::string name;
   /// Relative to the base.
   std::string path;
 };
 
-/// Where a walk stands and how it goes on: folders before their contents, in the order of the file
-/// system. A folder that cannot be read is come to and not entered.
+/// The position of a walk and its way forward: folders before their contents, in the order of the
+/// file system. A folder that cannot be read is visited and not entered.
 ///
 /// Belongs to one thread at a time. What is passed to it outlives it.
 class HierarchyCursor {
  public:
-  HierarchyCursor(FileSystem& files, const WalkScope& scope) : files_(files), scope_(scope) {}
+  HierarchyCursor(FileSystem& files, const WalkBounds& bounds) : files_(files), bounds_(bounds) {}
   HierarchyCursor(const HierarchyCursor&) = delete;
   HierarchyCursor& operator=(const HierarchyCursor&) = delete;
 
   /// Begins with the contents of the walk's base.
   void enterBase(FileAt base, Links links);
-  /// Begins with the contents of a folder that another cursor of the walk has yet to come to; false
-  /// if it cannot be opened.
-  bool enterFolder(const FolderToCome& folder);
+  /// Begins with the contents of a folder that another cursor of the walk has not reached yet.
+  /// Returns false if it cannot be opened.
+  bool enterFolder(const UpcomingFolder& folder);
 
-  /// Goes to the next object; false when the walk is over.
+  /// Moves to the next object; false at the end of the walk.
   bool advance();
 
-  /// Whether the object is a folder whose contents come next. `enterObject` goes into it; without
-  /// that, they are passed over.
+  /// Whether the object is a folder to enter. Its contents come next after `enterObject`; without
+  /// that call they are skipped.
   bool isObjectToBeEntered() const { return isToBeEntered_; }
   void enterObject();
 
-  /// The same, when its contents were begun by another cursor: goes on where that one stopped.
+  /// The same for a folder that another cursor began: continues where that cursor stopped.
   void enterObject(HierarchyCursor& begun);
 
   /// Leaves folders until the walk is in no more than so many.
   void leaveTo(std::size_t levels);
 
-  /// The next folder to be entered in the outermost folder that is more than `levels` down, as far
-  /// as the system has told its contents already.
-  std::optional<FolderToCome> folderToCome(std::size_t levels) const;
+  /// The next folder that the walk will enter, in the outermost folder that is more than `levels`
+  /// down. Knows only the part of a listing that the system has already returned.
+  std::optional<UpcomingFolder> upcomingFolder(std::size_t levels) const;
 
-  /// The object that the cursor has come to. Its name is good until the next one.
-  const Sighting& sighting() const { return sighting_; }
+  /// The object at the cursor. Its name is valid until the next call of `advance`.
+  const WalkEntry& entry() const { return entry_; }
   /// Its path relative to the base.
   const std::string& path() const { return path_; }
 
-  /// `success`, or why the walk ended before its end: descriptors or memory ran out.
+  /// `success`, or the reason why the walk ended early: descriptors or memory ran out.
   PosixCode failure() const { return failure_; }
 
  private:
   struct Level {
     std::shared_ptr<Folder> folder;
-    WalkDepth depth;
+    WalkBounds::Depth depth;
   };
 
-  bool enter(FileAt folder, Links links, WalkDepth depth);
-  void comeTo(const Level& level, const FolderEntry& entry);
+  bool enter(FileAt folder, Links links, WalkBounds::Depth depth);
+  void moveTo(const Level& level, const FolderEntry& entry);
 
   FileSystem& files_;
-  const WalkScope& scope_;
+  const WalkBounds& bounds_;
   /// The folders that the walk is in, the outermost first.
   std::vector<Level> levels_;
-  Sighting sighting_;
+  WalkEntry entry_;
   /// Begins with the path of the folder that holds the object.
   std::string path_;
   bool isToBeEntered_ = false;

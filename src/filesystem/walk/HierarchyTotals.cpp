@@ -2,14 +2,13 @@
 
 #include <array>
 
-#include "filesystem/walk/QRTDirectoryEnumerator.h"
 #include "filesystem/walk/TreeWalk.h"
-#include "filesystem/walk/WalkScope.h"
+#include "filesystem/walk/WalkBounds.h"
 
 namespace qrt {
 namespace {
 
-/// A sum that each worker of a walk keeps its part of.
+/// A sum to which each worker of a walk adds in a part of its own.
 class Total {
  public:
   void add(const TreeObject& object, std::uint64_t value) {
@@ -18,33 +17,29 @@ class Total {
   std::uint64_t value() const { return parts_[0].value + parts_[1].value; }
 
  private:
-  /// Apart from each other, or the workers' processors would fight for the same line of memory. Not
-  /// by alignment, for which systems before macOS 10.14 have no allocator.
+  /// Padded, so that the workers' processors do not share a cache line. Alignment would need an
+  /// allocator that systems before macOS 10.14 do not have.
   struct Part {
     std::uint64_t value = 0;
-    std::uint64_t distance[7] = {};
+    std::uint64_t padding[7] = {};
   };
   std::array<Part, 2> parts_;
 };
 
 class ObjectCount : public TreeVisitor {
  public:
-  ObjectCount(Log& log, const WalkScope& scope) : log_(log), scope_(scope) {}
+  explicit ObjectCount(const WalkBounds& bounds) : bounds_(bounds) {}
 
   PosixResult<Next> visit(const TreeObject& object) override {
     total_.add(object, 1);
-    return object.isFolder() && isEntered(object) ? Next::enter : Next::pass;
+    const bool isEntered = object.isFolder() && bounds_.admits(object.at(), object.relativePath());
+    return isEntered ? Next::enter : Next::pass;
   }
 
   std::uint64_t value() const { return total_.value(); }
 
  private:
-  bool isEntered(const TreeObject& folder) const {
-    return QRTDirectoryEnumerator::isEntered(scope_, log_, folder.at(), folder.relativePath());
-  }
-
-  Log& log_;
-  const WalkScope& scope_;
+  const WalkBounds& bounds_;
   Total total_;
 };
 
@@ -75,9 +70,9 @@ PosixResult<std::uint64_t> totalOf(FileSystem& files, const std::string& path, V
 
 PosixResult<std::uint64_t> numberOfObjectsBelow(FileSystem& files, Log& log,
                                                 const std::string& path, bool stayOnFileSystem) {
-  WalkScope scope(files, path);
-  if (stayOnFileSystem) scope.stayOnFileSystemOf(path.c_str());
-  return totalOf(files, path, ObjectCount(log, scope));
+  WalkBounds bounds(files, log, path);
+  if (stayOnFileSystem) bounds.stayOnFileSystemOf(path.c_str());
+  return totalOf(files, path, ObjectCount(bounds));
 }
 
 PosixResult<std::uint64_t> storageSizeBelow(FileSystem& files, const std::string& path) {

@@ -1,6 +1,6 @@
 #include "filesystem/walk/QRTDirectoryEnumerator.h"
 
-#include "base/Path.h"
+#include "base/Text.h"
 
 namespace qrt {
 
@@ -26,18 +26,17 @@ std::unique_ptr<QRTDirectoryEnumerator> QRTDirectoryEnumerator::enumeratorAtObje
 
 QRTDirectoryEnumerator::QRTDirectoryEnumerator(FileSystem& files, Log& log,
                                                const std::string& basePath)
-    : files_(files), log_(log), basePath_(basePath), scope_(files, basePath) {}
+    : files_(files), log_(log), basePath_(basePath), bounds_(files, log, basePath) {}
 
 bool QRTDirectoryEnumerator::initForBasePath(FileAt base, Links links, bool stayOnFileSystem) {
-  const auto status =
-      path::holdsZeroByte(basePath_) ? PosixCode::noEntry : files_.status(base, links);
+  const auto status = holdsZeroByte(basePath_) ? PosixCode::noEntry : files_.status(base, links);
   if (!status || !status->isFolder()) {
     log_.error("%{public}@: attempt to initialize with invalid path '%@'", className, basePath_);
     return false;
   }
 
   cursor_.enterBase(base, links);
-  if (stayOnFileSystem) scope_.stayOnFileSystemOf(base);
+  if (stayOnFileSystem) bounds_.stayOnFileSystemOf(base);
   return true;
 }
 
@@ -47,47 +46,47 @@ std::optional<std::string> QRTDirectoryEnumerator::nextObject() {
 }
 
 bool QRTDirectoryEnumerator::advance() {
-  if (!advanceInBranch() && !advanceCursor()) return false;
-  tellLimit(log_, sighting_->limit);
-  levels_ = sighting_->levels();
+  if (!advanceInPrefetched() && !advanceCursor()) return false;
+  bounds_.log(entry_->limit);
+  levels_ = entry_->levels();
   return true;
 }
 
-bool QRTDirectoryEnumerator::advanceInBranch() {
-  if (!branch_) return false;
-  sighting_ = branch_->next();
-  if (sighting_ == nullptr) {
-    branch_.reset();
+bool QRTDirectoryEnumerator::advanceInPrefetched() {
+  if (!prefetched_) return false;
+  entry_ = prefetched_->next();
+  if (entry_ == nullptr) {
+    prefetched_.reset();
     return false;
   }
-  sighting_->depth.lead(pathInBranch_, sighting_->name);
+  entry_->depth.lead(pathInPrefetched_, entry_->name);
   return true;
 }
 
 bool QRTDirectoryEnumerator::advanceCursor() {
   if (!cursor_.advance()) return false;
-  sighting_ = &cursor_.sighting();
+  entry_ = &cursor_.entry();
   path_ = &cursor_.path();
   if (cursor_.isObjectToBeEntered()) enterObject();
   return true;
 }
 
 void QRTDirectoryEnumerator::enterObject() {
-  branch_ = ahead_.take(*sighting_);
-  if (branch_) {
-    pathInBranch_ = cursor_.path();
-    path_ = &pathInBranch_;
-    cursor_.enterObject(branch_->cursor());
+  prefetched_ = prefetch_.take(*entry_);
+  if (prefetched_) {
+    pathInPrefetched_ = cursor_.path();
+    path_ = &pathInPrefetched_;
+    cursor_.enterObject(prefetched_->cursor());
   } else {
     cursor_.enterObject();
-    // What is ahead holds descriptors and memory too.
-    if (cursor_.failure() != PosixCode::success && ahead_.forget(0)) cursor_.enterObject();
+    // Recordings hold descriptors and memory too.
+    if (cursor_.failure() != PosixCode::success && prefetch_.forget(0)) cursor_.enterObject();
   }
-  ahead_.prepare(cursor_);
+  prefetch_.prepare(cursor_);
 }
 
 std::optional<FileStatus> QRTDirectoryEnumerator::objectStatus() const {
-  if (sighting_->status != nullptr) return *sighting_->status;
+  if (entry_->status != nullptr) return *entry_->status;
   const auto status = files_.status(object(), Links::stay);
   return status ? std::optional(*status) : std::nullopt;
 }
@@ -101,29 +100,9 @@ std::vector<std::string> QRTDirectoryEnumerator::allObjects() {
 void QRTDirectoryEnumerator::skipDescendents() {
   if (levels_ == 0) return;
   --levels_;
-  if (branch_) branch_->skipTo(levels_);
-  if (!branch_ || branch_->isAtEnd()) cursor_.leaveTo(levels_);
-  ahead_.forget(levels_);
-}
-
-bool QRTDirectoryEnumerator::isEntered(const WalkScope& scope, Log& log, FileAt folder,
-                                       std::string_view relativePath) {
-  if (!scope.includesContentsOf(folder, file_type::folder, relativePath)) return false;
-  const auto limit = WalkDepth::limitForPath(relativePath);
-  tellLimit(log, limit);
-  return limit == WalkDepth::Limit::none;
-}
-
-void QRTDirectoryEnumerator::tellLimit(Log& log, WalkDepth::Limit limit) {
-  switch (limit) {
-    case WalkDepth::Limit::none:
-      return;
-    case WalkDepth::Limit::pathLength:
-      return log.standard("%{public}@: maximum path length reached. Skipping...", className);
-    case WalkDepth::Limit::levels:
-      return log.standard("%{public}@: maximum number of nested directories reached. Skipping...",
-                          className);
-  }
+  if (prefetched_) prefetched_->skipTo(levels_);
+  if (!prefetched_ || prefetched_->isAtEnd()) cursor_.leaveTo(levels_);
+  prefetch_.forget(levels_);
 }
 
 }  // namespace qrt

@@ -1,4 +1,4 @@
-// A depth-first walk that hands out paths, bounded in depth and length.
+// A depth-first walk that returns paths in order, bounded in depth and length.
 #pragma once
 
 #include <cstdint>
@@ -8,22 +8,21 @@
 #include <string_view>
 #include <vector>
 
-#include "filesystem/walk/Branch.h"
 #include "filesystem/walk/HierarchyCursor.h"
-#include "filesystem/walk/WalkAhead.h"
-#include "filesystem/walk/WalkScope.h"
+#include "filesystem/walk/Prefetch.h"
+#include "filesystem/walk/WalkBounds.h"
 #include "platform/FileSystem.h"
 #include "platform/Log.h"
 
 namespace qrt {
 
 /// Walks what is below a base folder, folders before their contents, in the order of the file
-/// system. Links are handed out and never followed. The walk goes from open folder to open folder:
-/// its paths say where things were found, and whoever acts on an object uses `object()`, which no
-/// exchange of a folder can lead astray.
+/// system. Links are returned and never followed. The walk moves from open folder to open folder:
+/// its paths say where objects were found. A caller that acts on an object uses `object()`, so that
+/// an exchanged folder cannot lead it astray.
 ///
-/// An unreadable folder is handed out and its contents are not; nobody is told. Only running out of
-/// descriptors or memory ends the walk early, see `failure()`.
+/// An unreadable folder is returned without its contents, and that is not an error. Only running
+/// out of descriptors or memory ends the walk early, see `failure()`.
 ///
 /// Belongs to one thread. Not restartable.
 class QRTDirectoryEnumerator {
@@ -36,58 +35,50 @@ class QRTDirectoryEnumerator {
                                                                   const std::string& path,
                                                                   bool stayOnFileSystem);
 
-  /// The same for a folder that another walk has come upon: a link in its place is not followed.
-  /// `path` is only told.
+  /// The same for a folder that another walk has found: a link in its place is not followed.
+  /// `path` is only for the log.
   static std::unique_ptr<QRTDirectoryEnumerator> enumeratorAtObject(FileSystem& files, Log& log,
                                                                     FileAt object,
                                                                     const std::string& path,
                                                                     bool stayOnFileSystem);
 
-  /// Whether a walk with that scope enters a folder; logs a limit that keeps it out. For walks of
-  /// another kind that keep to the same bounds. `relativePath` is the folder's.
-  static bool isEntered(const WalkScope& scope, Log& log, FileAt folder,
-                        std::string_view relativePath);
-
   QRTDirectoryEnumerator(const QRTDirectoryEnumerator&) = delete;
   QRTDirectoryEnumerator& operator=(const QRTDirectoryEnumerator&) = delete;
 
-  /// Has statuses read ahead, for callers that ask for that of nearly every object.
-  void expectStatuses() { ahead_.expectStatuses(); }
+  /// Reads statuses ahead, for callers that need the status of nearly every object.
+  void expectStatuses() { prefetch_.expectStatuses(); }
 
-  /// The next path relative to the base, or none when the walk is over.
+  /// The next path relative to the base, or nothing at the end of the walk.
   std::optional<std::string> nextObject();
 
-  /// The same for callers that look at the object where it is. False when the walk is over.
+  /// The same for callers that use `object()`. False at the end of the walk.
   bool advance();
 
   /// All remaining paths.
   std::vector<std::string> allObjects();
 
-  /// Leaves the folder that the walk is in. Called right after a folder was handed out and entered,
-  /// that skips its contents; called after anything else, it skips the rest of the folder that
-  /// holds the object.
+  /// Leaves the folder that the walk is in. Right after a folder was returned and entered, this
+  /// skips its contents; after any other object, it skips the rest of the folder that holds the
+  /// object.
   void skipDescendents();
 
-  bool shouldStayOnFileSystem() const { return scope_.isOneFileSystem(); }
+  bool shouldStayOnFileSystem() const { return bounds_.isOneFileSystem(); }
 
-  /// The object that the walk has come to. Good until it goes on or `skipDescendents()`; not to be
-  /// asked before the first object nor after the last.
-  FileAt object() const { return sighting_->object(); }
+  /// The current object. Valid until the next move or `skipDescendents()`. Not to be called before
+  /// the first object nor after the last.
+  FileAt object() const { return entry_->object(); }
 
-  /// Its own status, none if it cannot be read.
+  /// Its own status; nothing if it cannot be read.
   std::optional<FileStatus> objectStatus() const;
 
-  /// Its type bits (`file_type`), or 0 where the file system's listing does not tell.
-  std::uint32_t objectType() const { return sighting_->type; }
-
-  /// Whether it is a folder that the walk has entered and goes on in.
-  bool isInsideObject() const { return levels_ > sighting_->depth.levels(); }
+  /// Whether it is a folder that the walk has entered, so that its contents come next.
+  bool isInsideObject() const { return levels_ > entry_->depth.levels(); }
 
   /// Its path relative to the base.
   const std::string& objectPath() const { return *path_; }
 
-  /// `success`, or why the walk ended before its end: descriptors or memory ran out. What was
-  /// handed out is then incomplete, and the caller says so.
+  /// `success`, or the reason why the walk ended early: descriptors or memory ran out. The objects
+  /// returned are then incomplete, and the caller reports that.
   PosixCode failure() const { return cursor_.failure(); }
 
  private:
@@ -96,22 +87,21 @@ class QRTDirectoryEnumerator {
   QRTDirectoryEnumerator(FileSystem& files, Log& log, const std::string& basePath);
   bool initForBasePath(FileAt base, Links links, bool stayOnFileSystem);
 
-  static void tellLimit(Log& log, WalkDepth::Limit limit);
-  bool advanceInBranch();
+  bool advanceInPrefetched();
   bool advanceCursor();
   void enterObject();
 
   FileSystem& files_;
   Log& log_;
   std::string basePath_;
-  WalkScope scope_;
-  HierarchyCursor cursor_{files_, scope_};
-  WalkAhead ahead_{files_, scope_};
-  /// What was listed before the walk came to it; the cursor stands behind it already.
-  std::unique_ptr<Branch> branch_;
-  std::string pathInBranch_;
+  WalkBounds bounds_;
+  HierarchyCursor cursor_{files_, bounds_};
+  Prefetch prefetch_{files_, bounds_};
+  /// The recording that the walk returns objects from; the cursor is already past its end.
+  std::unique_ptr<PrefetchedFolder> prefetched_;
+  std::string pathInPrefetched_;
   /// The object and its path.
-  const Sighting* sighting_ = nullptr;
+  const WalkEntry* entry_ = nullptr;
   const std::string* path_ = nullptr;
   /// How many folders the walk is in.
   std::size_t levels_ = 1;

@@ -8,7 +8,7 @@
 #include <memory>
 #include <random>
 
-#include "base/Path.h"
+#include "base/Text.h"
 #include "platform/posix/LinkTarget.h"
 #include "platform/posix/NativeError.h"
 
@@ -115,7 +115,7 @@ PosixResult<Folder> PosixFileSystem::openFolder(const HeldObject& folder) {
 }
 
 PosixResult<Location> PosixFileSystem::locate(const std::string& path) {
-  const bool isPath = !path.empty() && !path::holdsZeroByte(path);
+  const bool isPath = !path.empty() && !holdsZeroByte(path);
   if (!isPath) return PosixCode::noEntry;
   const bool meansFolder = endsInSlash(path);
   const auto refusal = meansFolder ? refusalOf(path) : PosixCode::success;
@@ -131,7 +131,7 @@ PosixResult<std::string> PosixFileSystem::linkTarget(FileAt link) {
 }
 
 PosixResult<std::string> PosixFileSystem::resolvedPath(const std::string& path) {
-  if (path::holdsZeroByte(path)) return PosixCode::noEntry;
+  if (holdsZeroByte(path)) return PosixCode::noEntry;
   const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.c_str(), nullptr),
                                                              &std::free);
   if (!resolved) return lastError();
@@ -163,7 +163,7 @@ PosixResult<Folder> PosixFileSystem::createFolder(FileAt object, std::uint32_t p
 }
 
 PosixCode PosixFileSystem::createLink(FileAt object, const std::string& target) {
-  if (path::holdsZeroByte(target)) return PosixCode::invalidArgument;
+  if (holdsZeroByte(target)) return PosixCode::invalidArgument;
   return codeFor(::symlinkat(target.c_str(), object.folder.descriptor(), object.name));
 }
 

@@ -60,7 +60,7 @@ class ExchangedItemTest : public test::OperationFixture {
     return chown(path.c_str(), owner, owner) == 0;
   }
   bool isAppendOnly(const std::string& name) const {
-    const auto status = context_.files.status(scratch_.path(name).c_str(), Links::stay);
+    const auto status = platform_.files.status(scratch_.path(name).c_str(), Links::stay);
     return status && (status->flags & file_flag::userAppendOnly) != 0;
   }
 };
@@ -115,11 +115,11 @@ TEST_F(ExchangedItemTest, FlagsGoToTheTargetThatHadTheOthers) {
              std::string(change),
          [&] { return isAppendOnly("log"); }},
         [&] {
-          auto status = context_.files.status(link.c_str(), Links::follow);
+          auto status = platform_.files.status(link.c_str(), Links::follow);
           if (!status) return false;
           const auto wanted = isRecursive ? status->flags & ~file_flag::userImmutable
                                           : status->flags | file_flag::userImmutable;
-          const auto target = context_.files.hold(link.c_str(), Links::follow);
+          const auto target = platform_.files.hold(link.c_str(), Links::follow);
           status->flags = ~wanted;  // All flags are written.
           return target && target->setFlags(*status, wanted) == PosixCode::success;
         },
@@ -133,7 +133,7 @@ TEST_F(ExchangedItemTest, DeletionClearsNoFlagOfALinksTarget) {
   if (!scratch_.changeFlags("precious", "-i")) GTEST_SKIP() << "needs a file system with flags";
   const auto file = scratch_.path("folder/file");
   const auto isProtected = [&](const std::string& name) {
-    const auto status = context_.files.status(scratch_.path(name).c_str(), Links::stay);
+    const auto status = platform_.files.status(scratch_.path(name).c_str(), Links::stay);
     return status && (status->flags & file_flag::userImmutable) != 0;
   };
   const std::pair<std::string, Array> deletions[] = {
@@ -148,7 +148,7 @@ TEST_F(ExchangedItemTest, DeletionClearsNoFlagOfALinksTarget) {
          [&] { return isProtected("precious"); }},
         [&] {
           if (S_ISLNK(test::statusOf(file).st_mode)) return true;
-          const auto held = context_.files.hold(file.c_str(), Links::follow);
+          const auto held = platform_.files.hold(file.c_str(), Links::follow);
           if (!held) return true;
           auto seen = *held->status();
           return held->setFlags(seen, 0) == PosixCode::success;
@@ -214,7 +214,7 @@ TEST_F(ExchangedItemTest, ANewFolderIsTheOneThatWasMade) {
   const auto folder = scratch_.path("folder"), other = scratch_.path("other");
   ino_t otherInode = 0;
   const auto isOther = [&](const PosixResult<Folder>& opened) {
-    return opened && context_.files.status({*opened, "."}, Links::stay)->inode == otherInode;
+    return opened && platform_.files.status({*opened, "."}, Links::stay)->inode == otherInode;
   };
   for (const std::string made :
        {"mkdir -m 0700 other; touch other/mark", "mkdir -m 0400 other; touch other/mark",
@@ -226,11 +226,11 @@ TEST_F(ExchangedItemTest, ANewFolderIsTheOneThatWasMade) {
         [&] {
           remember();
           mkdir(folder.c_str(), 0700);
-          return !isOther(context_.files.openFolder(folder.c_str(), Links::stay));
+          return !isOther(platform_.files.openFolder(folder.c_str(), Links::stay));
         },
         [&] {
           remember();
-          return !isOther(context_.files.createFolder(folder.c_str(), 0700));
+          return !isOther(platform_.files.createFolder(folder.c_str(), 0700));
         });
   }
 }

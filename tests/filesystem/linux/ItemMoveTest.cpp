@@ -38,7 +38,7 @@ std::string description(const std::string& path) {
 class ItemMoveTest : public test::ItemFixture {
  protected:
   Outcome move(const std::string& from, const std::string& to) {
-    return FileManager::moveItemAtPath(context_, from, to);
+    return FileManager::moveItemAtPath(platform_, from, to);
   }
 
   static std::int64_t causeOf(const Outcome& outcome) {
@@ -146,7 +146,7 @@ TEST_F(AcrossTest, AFullVolumeKeepsTheOldTreeAndNothingOfTheNew) {
 
 TEST_F(AcrossTest, WhatCouldNotBeRemovedIsNotCopied) {
   using namespace file_flag;  // No volume of this system keeps the flags of the rows.
-  const auto parent = context_.files.openFolder(from_.c_str(), Links::stay);
+  const auto parent = platform_.files.openFolder(from_.c_str(), Links::stay);
   for (const auto flag : {systemImmutable, systemAppendOnly, restricted, noUnlink}) {
     FileStatus flagged;
     flagged.flags = flag;
@@ -179,9 +179,8 @@ class SlowToRemove : public test::PortFileSystem {
 
 TEST_F(AcrossTest, ACleanUpThatFailsIsTriedAgain) {
   SlowToRemove files;
-  const auto platform = test::platformWith({.files = &files}, platform_.facilities());
-  EXPECT_EQ(FileManager::moveItemAtPath(ItemContext(platform), scratch_.file("file"), to_),
-            success);
+  const auto platform = test::platformWith({.files = &files}, platform_);
+  EXPECT_EQ(FileManager::moveItemAtPath(platform, scratch_.file("file"), to_), success);
   EXPECT_EQ(namesOnVolume(), "tree\n");
 }
 
@@ -344,12 +343,12 @@ class ExchangedInCopyTest : public AcrossTest, public testing::WithParamInterfac
     }
     (void)!lchown(path.c_str(), look.owner, look.owner);
     if (GetParam() != file_type::link) (void)!chmod(path.c_str(), look.mode);
-    (void)context_.attributes.set(*context_.files.hold(path.c_str(), Links::stay), label,
-                                  Data(look.text.begin(), look.text.end()));
+    (void)platform_.extendedAttributes.set(*platform_.files.hold(path.c_str(), Links::stay), label,
+                                           Data(look.text.begin(), look.text.end()));
   }
   std::string labelOf(const std::string& path) const {
-    const auto object = context_.files.hold(path.c_str(), Links::stay);
-    const auto text = object ? context_.attributes.value(*object, label) : object.error();
+    const auto object = platform_.files.hold(path.c_str(), Links::stay);
+    const auto text = object ? platform_.extendedAttributes.value(*object, label) : object.error();
     return text ? std::string(text->begin(), text->end()) : std::string();
   }
   std::string contentsOf(const std::string& path) const {
@@ -376,7 +375,7 @@ TEST_P(ExchangedInCopyTest, NothingOfOneGetsIntoTheCopyOfTheOther) {
         old, other,
         [&] {
           for (const auto& path : {from_, to_, other}) {
-            (void)FileManager::removeItemAtPath(context_.files, path);
+            (void)FileManager::removeItemAtPath(platform_.files, path);
           }
           mkdir(from_.c_str(), 0755);
           make(old, roots_);

@@ -26,7 +26,7 @@ class LinksInTreesTest : public test::OperationFixture {
     }
   }
   bool isProtected(const std::string& name) const {
-    return context_.files.status(scratch_.path(name).c_str(), Links::stay)->flags != 0;
+    return platform_.files.status(scratch_.path(name).c_str(), Links::stay)->flags != 0;
   }
 };
 

@@ -146,8 +146,8 @@ TEST_F(PermissionOperationsTest, AHierarchyThatIsTooDeepIsDoneToItsLimit) {
 
 TEST_F(PermissionOperationsTest, AListIsGivenToWhatThePathLeadsTo) {
   const auto file = scratch_.file("file");
-  const auto given = *context_.accessControl.externalized(
-      *context_.accessControl.fromText("u::-,u:77:rw,g::-,m::rw,o::-"));
+  const auto given = *platform_.accessControl.externalized(
+      *platform_.accessControl.fromText("u::-,u:77:rw,g::-,m::rw,o::-"));
   EXPECT_EQ(perform("ModifyAcl", {scratch_.link("link", "file"), given}), success);
   EXPECT_EQ(aclOf(file), "user::rw-,user:77:rw-,group::r--,mask::rw-,other::r--");
   if (scratch_.changeFlags("file", "+i")) {

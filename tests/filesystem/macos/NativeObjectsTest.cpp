@@ -25,7 +25,7 @@ TEST_F(NativeObjectsTest, PropagationGivesTheFoldersListAndModifyAclReplacesIt) 
   EXPECT_EQ(perform("PropPermissions", {scratch_.path("top"), 0, false, list}), success);
   EXPECT_NE(lists("top/inner/file").find("everyone"), std::string::npos);
   EXPECT_NE(lists("top/inner/file").find("inherited"), std::string::npos);
-  const auto none = *context_.accessControl.externalized(std::nullopt);
+  const auto none = *platform_.accessControl.externalized(std::nullopt);
   EXPECT_EQ(perform("ModifyAcl", {scratch_.path("top/inner/file"), none}), success);
   EXPECT_EQ(lists("top/inner/file"), "");
 }

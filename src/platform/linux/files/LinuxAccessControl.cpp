@@ -24,7 +24,6 @@ namespace {
 
 using OptionalList = std::optional<AccessControlList>;
 
-constexpr std::uint32_t permissionBits = 07777;
 constexpr unsigned groupShift = 3;
 constexpr std::uint32_t groupBits = 0070;
 
@@ -173,7 +172,7 @@ PosixCode setInheritance(const HeldObject& folder, const OptionalList& wanted) {
 PosixCode setPermissions(const HeldObject& object, std::uint32_t permissions) {
   const auto status = object.status();
   if (!status) return status.error();
-  if ((status->mode & permissionBits) == permissions) return PosixCode::success;
+  if (status->permissions() == permissions) return PosixCode::success;
   return object.setPermissions(permissions);
 }
 
@@ -239,7 +238,7 @@ PosixResult<AccessRights> LinuxAccessControl::rights(const HeldObject& object,
                                                      const FileStatus& current) {
   const auto own = list(object);
   if (!own) return own.error();
-  AccessRights rights{current.mode & permissionBits, *own, std::nullopt};
+  AccessRights rights{current.permissions(), *own, std::nullopt};
   if (!current.isFolder()) return rights;
 
   auto inheritance = inheritanceOf(object);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/Path.h"
+#include "base/Text.h"
 #include "platform/PropertyLists.h"
 #include "platform/linux/files/LinuxFileSystem.h"
 #include "platform/linux/files/ObjectHold.h"
@@ -211,7 +212,7 @@ bool SignedCode::isNamedBy(const Data& directoryHash) const {
 }  // namespace
 
 std::unique_ptr<StaticCode> LinuxCodeSigning::staticCode(const std::string& path) {
-  if (path::holdsZeroByte(path)) return nullptr;
+  if (holdsZeroByte(path)) return nullptr;
   return SignedCode::open(path.c_str(), Links::follow, path);
 }
 

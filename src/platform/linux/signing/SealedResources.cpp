@@ -172,7 +172,7 @@ bool staysInside(std::string_view target, std::size_t depth) {
   if (target.empty() || target.front() == '/') return false;
   bool hasName = false;
   while (!target.empty()) {
-    const auto name = takeFirstName(target);
+    const auto name = path::takeFirstComponent(target);
     if (name.empty() || name == ".") continue;
     if (name != "..") {
       hasName = true;
@@ -230,7 +230,7 @@ class ResourceComparison {
   void checkAroundBase() {
     std::string path;
     for (std::string_view rest = bundle_.basePath; !rest.empty();) {
-      const auto next = takeFirstName(rest);
+      const auto next = path::takeFirstComponent(rest);
       checkBeside(path, next);
       path = path::appending(path, next);
     }

@@ -58,18 +58,11 @@ Data digestOf(DigestKind kind, Bytes bytes) {
   return digest;
 }
 
-std::string_view takeFirstName(std::string_view& path) {
-  const auto end = std::min(path.find('/'), path.size());
-  const auto name = path.substr(0, end);
-  path.remove_prefix(std::min(end + 1, path.size()));
-  return name;
-}
-
 PosixResult<Folder> openFolderBeneath(const Folder& folder, std::string_view path) {
   LinuxFileSystem files;
   auto opened = files.openFolder({folder, "."}, Links::stay);
   while (opened && !path.empty()) {
-    const std::string name(takeFirstName(path));
+    const std::string name(path::takeFirstComponent(path));
     opened = files.openFolder({*opened, name.c_str()}, Links::stay);
   }
   return opened;

@@ -41,9 +41,6 @@ struct SigningBudget {
   }
 };
 
-/// Removes the first name of a path such as "a/b" and returns it.
-std::string_view takeFirstName(std::string_view& path);
-
 /// Opens a folder by a path of names below another folder without following links. An empty path
 /// opens that folder itself once more.
 PosixResult<Folder> openFolderBeneath(const Folder& folder, std::string_view path);

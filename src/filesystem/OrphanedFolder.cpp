@@ -1,6 +1,7 @@
-#include "filesystem/walk/OrphanedFolder.h"
+#include "filesystem/OrphanedFolder.h"
 
 #include <cstddef>
+#include <utility>
 
 #include "filesystem/walk/QRTDirectoryEnumerator.h"
 
@@ -18,6 +19,19 @@ PosixResult<std::size_t> numberOfEntries(FileSystem& files, FileAt object) {
 }
 
 }  // namespace
+
+UserIDs allKnownUserIDs(UserDirectory& users) { return users.listedUserIDs(); }
+
+KnownUserIDs::KnownUserIDs(UserIDs ids, UserDirectory* users)
+    : known_(std::move(ids)), users_(users) {}
+
+bool KnownUserIDs::contains(std::uint32_t userID) {
+  if (known_.contains(userID)) return true;
+  if (users_ == nullptr || unknown_.contains(userID)) return false;
+  const bool isKnown = users_->isKnownUserID(userID);
+  (isKnown ? known_ : unknown_).insert(userID);
+  return isKnown;
+}
 
 bool isFolderAtPath(FileSystem& files, Log& log, const std::string& path,
                     KnownUserIDs& emptyOrAllContentsNotOwnedByUsersInSet) {
