@@ -2,6 +2,7 @@
 
 #include <sys/sysctl.h>
 
+#include "base/Text.h"
 #include "platform/macos/MacosFacilities.h"
 #include "platform/posix/NativeError.h"
 
@@ -12,7 +13,6 @@ namespace {
 class MacosKernelSettings : public KernelSettings {
  public:
   PosixCode write(const std::string& name, const Number& value) override {
-    // What follows a zero byte would not count: another variable would be meant.
     if (holdsZeroByte(name)) return PosixCode::noEntry;
     auto integer = value.asInt64();
     const int result = sysctlbyname(name.c_str(), nullptr, nullptr, &integer, sizeof integer);

@@ -40,7 +40,6 @@ namespace {
 
 using OptionalList = std::optional<AccessControlList>;
 
-constexpr std::uint32_t permissionBits = 07777;
 constexpr auto countOffset = offsetof(kauth_filesec, fsec_acl.acl_entrycount);
 
 bool hasEntries(const AclOwner& list) {
@@ -168,7 +167,7 @@ class MacosAccessControl final : public AccessControl {
   PosixResult<AccessRights> rights(const HeldObject& object, const FileStatus& current) override {
     auto own = list(object);
     if (!own) return own.error();
-    return AccessRights{current.mode & permissionBits, std::move(*own), std::nullopt};
+    return AccessRights{current.permissions(), std::move(*own), std::nullopt};
   }
 
   PosixCode setRights(const HeldObject& object, const AccessRights& rights) override {

@@ -3,6 +3,7 @@
 #include <sys/mount.h>
 #include <sys/param.h>
 
+#include "base/Text.h"
 #include "platform/macos/MacosFacilities.h"
 #include "platform/posix/NativeError.h"
 
