@@ -9,19 +9,19 @@
 namespace qrt {
 namespace {
 
-/// A locale that knows the case of all characters; failing that, of the Latin letters.
+/// A locale with the case of all characters, or of the ASCII letters if the system has no such one.
 std::locale caseLocale() {
   for (const char* name : {"C.UTF-8", "en_US.UTF-8"}) {
     try {
       return std::locale(name);
     } catch (const std::exception&) {
-      // The system does not have it.
+      // The system lacks it; try the next.
     }
   }
   return std::locale::classic();
 }
 
-/// Takes the first character off a text and answers it in lower case.
+/// Removes the first character of a text and returns it in lower case.
 char32_t takeLowerCase(std::string_view& text) {
   static const std::locale locale = caseLocale();
   const auto character = firstUtf8Character(text);

@@ -1,4 +1,4 @@
-// Texts compared without regard to case.
+// Comparing texts without regard to case.
 #pragma once
 
 #include <compare>
@@ -6,8 +6,8 @@
 
 namespace qrt {
 
-/// The order of two UTF-8 texts, character by character, when all of them are lower case. Bytes
-/// that are not valid stand for characters of their own.
+/// The order of two UTF-8 texts by their characters in lower case. Each byte that is not valid
+/// counts as a character of its own, after all others.
 std::weak_ordering compareIgnoringCase(std::string_view a, std::string_view b);
 
 }  // namespace qrt

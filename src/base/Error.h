@@ -24,8 +24,8 @@ inline constexpr std::string_view filePathErrorKey = "NSFilePath";
 inline constexpr std::string_view destinationFilePathErrorKey = "NSDestinationFilePath";
 inline constexpr std::string_view underlyingErrorKey = "NSUnderlyingError";
 
-/// Nothing on success, else the reason. A value answer (an inspection's result) travels as an error
-/// of code 0 whose user information is the answer.
+/// Nothing on success, else the reason. The result of an inspection travels as an error of code 0
+/// with the result as its user information.
 class [[nodiscard]] Outcome : public std::optional<Error> {
  public:
   using std::optional<Error>::optional;
@@ -41,20 +41,20 @@ class [[nodiscard]] Outcome : public std::optional<Error> {
 
 inline constexpr std::nullopt_t success = std::nullopt;
 
-/// The code that a log line or a person is shown: 0 for success.
+/// The code that log lines show: 0 for success.
 inline std::int64_t codeOf(const Outcome& outcome) { return outcome ? outcome->code : 0; }
 
 Error posixError(PosixCode code, Dictionary userInfo = {});
-/// As above with the path the error is about.
+/// With the path that the error is about.
 Error posixError(PosixCode code, std::string_view path);
 Error osStatusError(std::int32_t status);
 
-/// Success for `PosixCode::success`, else the POSIX error.
+/// A POSIX error unless the code is `PosixCode::success`.
 Outcome posixOutcome(PosixCode code);
 
 bool isPosixError(const Error& error, PosixCode code);
 
-/// The localized description, or a text made of domain and code when there is none.
+/// The localized description; a text made of domain and code if the error has no description.
 std::string descriptionOf(const Error& error);
 
 }  // namespace qrt

@@ -9,8 +9,8 @@ namespace {
 template <class To>
 To saturated(double value) {
   if (std::isnan(value)) return 0;
-  // The largest 64-bit integers are not doubles; the next power of two is, and is the first value
-  // out of range.
+  // The largest 64-bit integers are not doubles. The next power of two is one: the first value out
+  // of range.
   const double end = std::ldexp(1.0, std::numeric_limits<To>::digits);
   if (value >= end) return std::numeric_limits<To>::max();
   if (value <= static_cast<double>(std::numeric_limits<To>::min())) {

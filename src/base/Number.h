@@ -1,4 +1,4 @@
-// The one kind of number that requests and property lists know.
+// The number of requests and property lists.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +7,8 @@
 
 namespace qrt {
 
-/// A boolean, signed, unsigned or floating-point number that can be asked for as any of them.
-/// It remembers how it was made, because the wire and property lists keep the difference.
+/// A boolean, signed, unsigned or floating-point number that converts to each of them. It keeps the
+/// type that it was made from, because the wire and property lists do so too.
 class Number {
  public:
   using Storage = std::variant<bool, std::int64_t, std::uint64_t, double>;
@@ -24,7 +24,7 @@ class Number {
 
   const Storage& storage() const { return storage_; }
 
-  /// Numeric equality, whatever the representation.
+  /// Compares the values, not the types.
   friend bool operator==(const Number& a, const Number& b);
 
  private:

@@ -5,8 +5,8 @@
 
 namespace qrt {
 
-/// A code of "NSPOSIXErrorDomain". The numbers are those of the home platform on every port; a port
-/// translates its native `errno` exactly once, where the system call was made.
+/// A code of "NSPOSIXErrorDomain". Every port uses the numbers of macOS and translates its native
+/// `errno` once, where it makes the system call.
 enum class PosixCode : std::int32_t {
   success = 0,
   notPermitted = 1,

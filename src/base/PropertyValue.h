@@ -1,4 +1,4 @@
-// Values that requests, replies, feedback and property lists are made of.
+// The values in requests, replies, feedback and property lists.
 #pragma once
 
 #include <cstdint>
@@ -27,9 +27,9 @@ struct Date {
   friend bool operator==(const Date&, const Date&) = default;
 };
 
-/// An immutable-by-convention property-list value. Strings are bytes: names of file-system objects
-/// keep bytes that are not valid UTF-8, and only the wire gives those another form.
-/// The kind "error" occurs only inside an error's user information.
+/// A property-list value, immutable by convention. Strings are bytes: a file name keeps bytes that
+/// are not valid UTF-8, and only the wire encodes them. An error occurs only inside the user
+/// information of another error.
 class PropertyValue {
  public:
   PropertyValue(std::string text) : storage_(std::move(text)) {}
@@ -44,7 +44,7 @@ class PropertyValue {
   PropertyValue(Dictionary dictionary) : storage_(std::move(dictionary)) {}
   PropertyValue(Error error);
 
-  /// The content when the value is of that kind, else null.
+  /// The content if the value is of that kind, else null.
   const std::string* string() const { return std::get_if<std::string>(&storage_); }
   const Number* number() const { return std::get_if<Number>(&storage_); }
   const Data* data() const { return std::get_if<Data>(&storage_); }
@@ -63,7 +63,7 @@ class PropertyValue {
       storage_;
 };
 
-/// An error object. It is defined here because it is made of values and a value can be one.
+/// An error object. It is defined here because errors hold values and a value can be an error.
 struct Error {
   std::string domain;
   std::int64_t code = 0;
@@ -72,7 +72,7 @@ struct Error {
   friend bool operator==(const Error&, const Error&) = default;
 };
 
-/// The string under `key`, or null when the key is missing or holds another kind of value.
+/// The string under `key`; null if the key is missing or its value is of another kind.
 const std::string* stringIn(const Dictionary& dictionary, std::string_view key);
 
 }  // namespace qrt

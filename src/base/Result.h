@@ -1,4 +1,4 @@
-// A value or the reason why there is none.
+// A value, or the reason why it is missing.
 #pragma once
 
 #include <utility>
@@ -10,8 +10,8 @@ namespace qrt {
 
 struct Error;
 
-/// Holds a `T` or an `E`, never neither. Asking for the one that is not there is a programming
-/// error and ends the process.
+/// Holds a `T` or an `E`. Reading the one that it does not hold is a programming error and ends the
+/// process.
 template <class T, class E = Error>
 class [[nodiscard]] Result {
  public:
@@ -35,7 +35,7 @@ class [[nodiscard]] Result {
   std::variant<T, E> state_;
 };
 
-/// What a platform facility answers: it knows the number, its caller knows what the number means.
+/// The result of a platform facility, whose caller turns the code into an error.
 template <class T>
 using PosixResult = Result<T, PosixCode>;
 

@@ -9,7 +9,7 @@ namespace qrt {
 
 PosixCode eraseBlocks(BlockDevice& device, std::uint64_t blockCount) {
   constexpr std::uint64_t blockSize = 512;
-  // In blocks: the smallest piece that is a whole number of the device's units as well.
+  // In blocks: the smallest piece that is also a whole number of the device's units.
   const auto smallest = std::lcm<std::uint64_t>(device.writeUnit(), blockSize) / blockSize;
   if (blockCount % smallest != 0) return PosixCode::invalidArgument;
   const auto fitting = [smallest](std::uint64_t blocks) {
@@ -24,7 +24,7 @@ PosixCode eraseBlocks(BlockDevice& device, std::uint64_t blockCount) {
     if (written && (*written == 0 || *written % blockSize != 0)) return PosixCode::noSpace;
     const auto done = written ? *written / blockSize : 0;
     left -= done;
-    // A block in the rest fails. Smaller pieces lead to it, and its own error counts.
+    // A block in the rest fails. Smaller pieces find it and return its own error.
     if (done < wanted) blocksAtOnce = fitting(wanted / 2);
   }
   return device.synchronize();

@@ -9,11 +9,10 @@ namespace qrt {
 
 class BlockDevice;
 
-/// Overwrites the first `blockCount` blocks of 512 bytes with zeros, then waits until they are on
-/// the device. Returns `invalidArgument`, and writes nothing, when they are not a whole number of
-/// the device's units. Everything before the place where it stops is zero, as if each block had
-/// been written by itself, and the error is that of the one block that could not be written:
-/// `noSpace` when the device took only a part of it.
+/// Overwrites the first `blockCount` blocks of 512 bytes with zeros and waits until they are on the
+/// device. Returns `invalidArgument` and writes nothing unless they are a whole number of the
+/// device's units. After another failure all blocks before the failed one are zero, and the error
+/// is that block's: `noSpace` if the device took only a part of it.
 PosixCode eraseBlocks(BlockDevice& device, std::uint64_t blockCount);
 
 }  // namespace qrt

@@ -106,7 +106,7 @@ std::optional<Dictionary> QRTSystemManagementController::updateCacheForPropertyW
                   key, signedNumber(read));
     return std::nullopt;
   }
-  // A refused key keeps the size that was asked for, so types of fixed size do not fit it.
+  // A key that cannot be read keeps the requested size, which no type of fixed size has.
   auto value = decodedSMCValue(received.type, received.received());
   if (!value) value = isWriteOnly ? std::string(writeOnlyMarker) : mismatchText(received);
   return Dictionary{{smc_property::type, textOfSMCCode(received.type)},
@@ -158,10 +158,10 @@ std::int64_t QRTSystemManagementController::maximumFractionDigitsOfNumericProper
   const auto type = typeCodeOfPropertyWithKey(key);
   if (!type) return -1;
   const auto code = smcCodeFromText(*type);
-  // "sf" begins no type there is, so signed numbers count as having no fraction.
+  // No type begins with "sf", so signed numbers count as having no fraction.
   const bool hasFraction =
       code >> 16 == smcCode("fp..") >> 16 || code >> 16 == smcCode("sf..") >> 16;
-  // The digit's character code is taken as it is: "f" gives 6.
+  // The low bits of the character, not of the digit: "f" is 6.
   return hasFraction ? code & 0xF : 0;
 }
 

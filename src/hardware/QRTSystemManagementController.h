@@ -1,4 +1,4 @@
-// The System Management Controller: its keys, what they hold, and writing them.
+// The System Management Controller: its keys and their values.
 #pragma once
 
 #include <cstddef>
@@ -26,27 +26,27 @@ inline constexpr const char* value = "Value";
 inline constexpr const char* lastAccess = "LastAccess";
 }  // namespace smc_property
 
-/// Every question that is not answered by the cache reads the key anew. Keys are named by their
-/// four characters; a key that is not among `availableKeys` has no value.
+/// Each query reads its key from the controller unless the cache has the answer. Keys are named by
+/// their four characters; a key that is not among `availableKeys` has no value.
 ///
-/// Thread-safe, except for `propertyCache`: whoever fills it keeps others out meanwhile.
+/// Thread-safe while no caller fills `propertyCache`.
 class QRTSystemManagementController {
  public:
   /// Property entries by key, each with the entries of `smc_property`.
   using PropertyCache = std::unordered_map<std::string, Dictionary>;
 
-  /// Lists the controller's keys. Null when there is no controller or it does not list them.
+  /// Lists the controller's keys. Null if there is no controller or its keys cannot be listed.
   /// Exchange and log outlive the object.
   static std::unique_ptr<QRTSystemManagementController> init(SMCExchange& exchange, Log& log);
 
-  /// The code of a key's or a type's name; 0 unless it has four characters.
+  /// The code of a key or type; 0 unless the text has four characters.
   static SMCCode smcKeyFromString(const std::string& string);
   static std::string stringFromSMCKey(SMCCode key);
 
   /// The value of properties of an unknown type.
   static std::string valueDecodingNotImplementedMarker();
 
-  /// -1.0 for a type that is not a fixed-point type.
+  /// -1.0 for any other than a fixed-point type.
   static double divisorForFloatingPointCode(SMCCode code);
 
   /// Encodes a number for a key of fixed-point type, in host byte order; `value` may be null. False
@@ -55,32 +55,31 @@ class QRTSystemManagementController {
 
   const std::set<std::string>& availableKeys() const { return availableKeys_; }
 
-  /// Looked into before a key is read, but filled by nobody here. A value in it is good for a
-  /// second; type and readability are good for ever.
+  /// Consulted before a key is read. Only callers fill it. A value in it is valid for a second,
+  /// type and readability for ever.
   PropertyCache& propertyCache() { return propertyCache_; }
 
   std::optional<PropertyValue> valueForPropertyWithKey(const std::string& key) const;
   std::optional<std::string> typeCodeOfPropertyWithKey(const std::string& key) const;
   bool isWriteOnlyPropertyWithKey(const std::string& key) const;
 
-  /// The smallest difference of two values; -1.0 for a key that is not of a fixed-point type.
+  /// The smallest difference between two values; -1.0 unless the key is of a fixed-point type.
   double precisionDeltaOfNumericPropertyWithKey(const std::string& key) const;
 
-  /// Fraction bits of unsigned fixed-point keys and 0 for all others, signed ones included; -1 for
-  /// a key that does not exist.
+  /// The fraction bits of an unsigned fixed-point key; 0 for other keys, signed ones included; -1
+  /// for a key that does not exist.
   std::int64_t maximumFractionDigitsOfNumericPropertyWithKey(const std::string& key) const;
 
-  /// Writes to any key, whether it is listed or not. `bytes` is in the controller's byte order and
-  /// as long as the key's value; of `length` only the low eight bits count.
-  /// `log` gets the line about a failure.
+  /// Writes to any key, listed or not. `bytes` is in the controller's byte order and as long as the
+  /// key's value; of `length` only the low eight bits count. Logs a failure to `log`.
   bool writeRawBytes(const std::uint8_t* bytes, std::size_t length, const std::string& toSMCKey,
                      Log& log) const;
 
-  /// "<?>" when it is not known.
+  /// "<?>" if unknown.
   std::string softwareVersion() const;
   std::string softwareBranchAndBuildGeneration() const;
 
-  /// Reads and decodes a key. The entry is not put into the cache.
+  /// Reads and decodes a key. Does not put the entry into the cache.
   std::optional<Dictionary> updateCacheForPropertyWithKey(const std::string& key) const;
 
  private:

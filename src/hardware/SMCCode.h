@@ -7,8 +7,8 @@
 
 namespace qrt {
 
-/// The first character is the most significant byte. Codes are told apart by all four bytes: "ui8 "
-/// and "ui8\0" are two.
+/// The first character is the most significant byte. All four bytes count: "ui8 " and "ui8\0" are
+/// different codes.
 using SMCCode = std::uint32_t;
 
 /// The code of a literal of four characters.
@@ -18,14 +18,14 @@ consteval SMCCode smcCode(const char (&text)[5]) {
   return code;
 }
 
-/// 0 unless the text has exactly four characters. Bytes behind the first are sign-extended before
-/// they are combined: one of 0x80 or above sets all bits above its place.
+/// 0 unless the text has exactly four characters. Bytes after the first are sign-extended before
+/// they are combined: a byte of 0x80 or above sets all bits above its place.
 SMCCode smcCodeFromText(std::string_view text);
 
-/// The code's characters up to the first NUL, filled up with spaces to four.
+/// The code's characters up to the first zero byte, padded with spaces to four.
 std::string textOfSMCCode(SMCCode code);
 
-/// Bytes as text of one character each.
+/// Bytes as text, each a character of Latin-1.
 std::string textOfEightBitCharacters(std::string_view bytes);
 
 }  // namespace qrt

@@ -44,7 +44,7 @@ KernelReturn SMCDriver::readSMCKey(SMCCode key, SMCValueBytes& value) const {
   if (const auto read = resultOfReading(output); read != KernelReturn::noError) return read;
 
   value.size = static_cast<std::uint8_t>(std::min<std::uint32_t>(value.size, info.dataSize));
-  // A larger value than a record holds ends in zeros.
+  // The rest of a value that is larger than a record is zeros.
   std::copy_n(output.bytes.begin(), std::min<std::size_t>(value.size, output.bytes.size()),
               value.bytes.begin());
   return exchanged;

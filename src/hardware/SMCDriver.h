@@ -15,15 +15,15 @@ class Log;
 class SMCExchange;
 struct SMCParameterRecord;
 
-/// The value of a key as it was received.
+/// The bytes of a key's value.
 struct SMCValueBytes {
-  /// Wants at most `size` bytes.
+  /// For at most `wanted` bytes.
   explicit SMCValueBytes(std::uint8_t wanted) : size(wanted) {}
 
   std::span<const std::uint8_t> received() const { return {bytes.data(), size}; }
 
   SMCCode type = 0;
-  /// Stays what was wanted when the key could not be read.
+  /// Stays the requested size if the key cannot be read.
   std::uint8_t size;
   std::array<std::uint8_t, 255> bytes{};
 };
@@ -33,13 +33,12 @@ class SMCDriver {
  public:
   explicit SMCDriver(SMCExchange& exchange) : exchange_(exchange) {}
 
-  /// `notFound` for a key that is not there, `internalError` for one that cannot be read: it is
-  /// write-only then. Other codes are those of the exchange.
+  /// Returns `notFound` for a missing key and `internalError` for a write-only one. Other codes are
+  /// those of the exchange.
   KernelReturn readSMCKey(SMCCode key, SMCValueBytes& value) const;
 
-  /// `badArgument` unless the key's value takes as many bytes as are given; of those no more than a
-  /// record holds are sent. `inputOutput` when the controller refuses.
-  /// `log` gets the line about a failed exchange.
+  /// Returns `badArgument` unless the key's value is as long as `bytes`, and `inputOutput` if the
+  /// controller refuses. Sends no more bytes than a record holds. Logs a failed exchange to `log`.
   KernelReturn writeSMCKey(SMCCode key, std::span<const std::uint8_t> bytes, Log& log) const;
 
   /// The key at a place in the controller's list.

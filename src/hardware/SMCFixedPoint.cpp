@@ -22,7 +22,7 @@ std::optional<double> fixedPointDivisor(SMCCode type) {
   const auto integerBits = hexDigit(type >> 8);
   const auto fractionBits = hexDigit(type);
   if (!integerBits || !fractionBits) return std::nullopt;
-  // A sign takes one of the sixteen bits. Sixteen integer bits have no digit, so an unsigned type
+  // A sign takes one of the sixteen bits. No digit means sixteen integer bits, so an unsigned type
   // always has a fraction.
   const unsigned bits = isSignedFixedPointCode(type) ? 15 : 16;
   if (*integerBits + *fractionBits != bits) return std::nullopt;

@@ -14,12 +14,11 @@ constexpr bool isFixedPointCode(SMCCode type) {
 }
 constexpr bool isSignedFixedPointCode(SMCCode type) { return type >> 16 == smcCode("sp..") >> 16; }
 
-/// What a number of that type is divided by: 2 to the power of the type's fraction bits. None when
-/// the type is not one of the fixed-point types.
+/// 2 to the power of the type's fraction bits; nothing unless it is a fixed-point type.
 std::optional<double> fixedPointDivisor(SMCCode type);
 
-/// `value` times the divisor, truncated toward zero to 32 bits (saturating; NaN is 0), of which the
-/// low half remains. In host byte order.
+/// The low 16 bits of `value` times the divisor, truncated toward zero to 32 bits (saturating; NaN
+/// is 0). In host byte order.
 std::uint16_t encodedFixedPoint(double value, double divisor);
 
 }  // namespace qrt

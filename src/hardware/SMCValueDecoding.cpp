@@ -77,7 +77,7 @@ std::optional<PropertyValue> trailingText(Bytes bytes) {
   return textOfEightBitCharacters(upToNul(characters(bytes)));
 }
 
-/// "2.11f8": major, minor, build (hexadecimal), release; a reserved byte stands before the last.
+/// "2.11f8": major, minor, build (hexadecimal), release. The byte before the release is reserved.
 std::optional<PropertyValue> revision(Bytes bytes) {
   auto build = hexadecimal(bytes[2]);
   if (build.front() == '0') build.erase(0, 1);
@@ -98,7 +98,7 @@ constexpr Field ambientLightFunction[] = {
 };
 constexpr Field ambientLightConfiguration[] = {
     {"SMCAmbientLightI2CTime", 0, u16},
-    // The same bytes again; the two behind them are never read.
+    // The same bytes again. The next two are never read.
     {"SMCAmbientLightADCTime", 0, u16},
     {"SMCAmbientLightPowerLightMax", 4, u16},
     {"SMCAmbientLightPowerLightMin", 6, u16},
@@ -192,7 +192,7 @@ constexpr Type types[] = {
     {smcCode("flag"), 1, boolean},
     {smcCode("hex_"), anySize, dump},
     {smcCode("si16"), 2, s16},
-    // A signed byte by its name; its keys hold a character.
+    // By its name a signed byte, but its keys hold a character.
     {smcCode("si8 "), 1, nulTerminatedText},
     {smcCode("si8\0"), 1, nulTerminatedText},
     {smcCode("ui16"), 2, u16},

@@ -1,4 +1,4 @@
-// What the bytes of a key of the System Management Controller stand for.
+// The values of the System Management Controller's keys.
 #pragma once
 
 #include <cstdint>
@@ -10,11 +10,11 @@
 
 namespace qrt {
 
-/// Stands for every value of a type that nobody knows.
+/// The value of each key of an unknown type.
 inline constexpr const char* smcUnknownTypeMarker = "<decoding is currently not implemented>";
 
-/// The value: a number, a string, or a dictionary for structured types. None when a type of fixed
-/// size comes with another number of bytes, or the bytes are no text where they should be.
+/// A number, a string, or a dictionary for structured types. Nothing if a type of fixed size has
+/// another number of bytes, or a text is not valid.
 std::optional<PropertyValue> decodedSMCValue(SMCCode type, std::span<const std::uint8_t> bytes);
 
 }  // namespace qrt

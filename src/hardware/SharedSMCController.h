@@ -13,8 +13,7 @@ class SharedSMCController {
  public:
   SharedSMCController(SMCExchange& exchange, Log& log) : exchange_(exchange), log_(log) {}
 
-  /// The controller, made when it is first asked for. Null when that fails; the next call tries
-  /// again.
+  /// The controller, which the first call makes. Null if that fails; the next call tries again.
   QRTSystemManagementController* controller() {
     const std::lock_guard lock(mutex_);
     if (!controller_) controller_ = QRTSystemManagementController::init(exchange_, log_);

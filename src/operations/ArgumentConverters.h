@@ -1,4 +1,4 @@
-// Reading request arguments that carry one kind of value as another.
+// Reading values from the texts of arguments.
 #pragma once
 
 #include <optional>
@@ -10,18 +10,18 @@
 
 namespace qrt {
 
-/// True when the text is exactly "0" or "1"; then `*value`, if given, becomes that boolean.
+/// True if the text is "0" or "1"; then `*value`, unless null, becomes that boolean.
 bool getBool(bool* value, const std::string& fromStringArgument);
 
-/// The texts of arguments that are to be strings; none when one of them is not.
+/// The texts of the arguments, or nothing if one of them is not a string.
 std::optional<std::vector<std::string>> stringsIn(const Array& arguments);
 
-/// What kind of value a text is read as.
+/// The type of value to read from a text.
 enum class CoreFoundationType { boolean, number, string, data, other };
 
-/// The value of that type that the text stands for; none when it stands for none.
+/// The value of that type in the text, or nothing if the text has another form.
 ///   boolean  "true" or "false"
-///   number   the signed 64-bit integer at its beginning, 0 without one
+///   number   the signed 64-bit integer at its beginning, else 0
 ///   string   the text
 ///   data     "%0A%FF": bytes in hexadecimal, at most one for three characters of the text
 std::optional<PropertyValue> copyCoreFoundationValueWithType(

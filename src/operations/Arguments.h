@@ -1,4 +1,4 @@
-// Taking the arguments of a request apart.
+// Reading the arguments of a request.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +13,7 @@
 namespace qrt {
 namespace arguments {
 
-/// How a handler sees an argument of that type: texts and data by reference, numbers by value.
+/// Texts and data are passed by reference, numbers by value.
 template <class T>
 using View =
     std::conditional_t<std::is_same_v<T, std::string> || std::is_same_v<T, Data>, const T&, T>;

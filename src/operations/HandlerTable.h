@@ -1,4 +1,4 @@
-// Where the operation set finds the code that performs an operation.
+// The handlers of the operations and the table of their names.
 #pragma once
 
 #include <functional>
@@ -16,8 +16,8 @@ namespace qrt {
 struct Platform;
 
 /// Performs one operation. The platform is the request's own: lines of its log name the requestor.
-/// The arguments fit the catalogue's description; the feedback connection is null when the
-/// requestor gave none. Handlers of different requests run at the same time.
+/// The arguments fit the catalogue's description. The feedback connection is null if the requestor
+/// passed no endpoint. Handlers of different requests run at the same time.
 using HandlerFunction = Outcome(const Platform& platform, const Array& arguments,
                                 FeedbackConnection* feedback);
 
@@ -42,7 +42,7 @@ class HandlerTable {
     for (const auto& [name, function] : handlers) add(name, function);
   }
 
-  /// Null when no handler has that name.
+  /// Null if no handler has that name.
   const Handler* find(std::string_view name) const {
     const auto found = handlers_.find(name);
     return found == handlers_.end() ? nullptr : &found->second;

@@ -32,8 +32,8 @@ using VersionInfo = std::shared_ptr<const QRTOSVersionInfoCache>;
 constexpr std::int64_t firstOSX = 0x1080;
 constexpr std::int64_t firstMacOS = 0x10C0;
 
-/// Takes an integer from the front of `text`; `otherwise` when there is none. A number that is too
-/// large is the largest one.
+/// Removes an integer from the front of `text`; returns `otherwise` if the text does not begin with
+/// one. A number that is too large saturates.
 std::int64_t takeInteger(std::string_view& text, std::int64_t otherwise) {
   std::int32_t value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -82,7 +82,7 @@ QRTOSVersionInfoCache readVersionInfo(const Platform& platform) {
   return info;
 }
 
-/// The process-wide cache. A snapshot that was handed out stays valid when another takes its place.
+/// The process-wide cache. A snapshot stays valid after another has replaced it.
 class Cache {
  public:
   VersionInfo get() {
@@ -100,7 +100,7 @@ class Cache {
 };
 
 Cache& cache() {
-  static Cache& shared = *new Cache;  // Outlives every thread that may still ask.
+  static Cache& shared = *new Cache;  // Threads may use it until the process ends.
   return shared;
 }
 
@@ -108,7 +108,7 @@ VersionInfo freshVersionInfo(const Platform& platform) {
   return cache().set(std::make_shared<const QRTOSVersionInfoCache>(readVersionInfo(platform)));
 }
 
-/// Two first callers may both read the file; either result is complete and equal.
+/// Two first callers may both read the file, with equal results.
 VersionInfo versionInfo(const Platform& platform) {
   auto info = cache().get();
   return info ? info : freshVersionInfo(platform);

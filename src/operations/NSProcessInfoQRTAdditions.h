@@ -1,4 +1,4 @@
-// Facts about the running system and its processes.
+// The version of the running system, and its processes.
 #pragma once
 
 #include <cstdint>
@@ -10,17 +10,17 @@ namespace qrt {
 
 struct Platform;
 
-/// The version facts are read once and kept for the process, whichever platform asks first; all
+/// The version file is read once in a process, through the platform of the first call. All
 /// functions are thread-safe.
 namespace NSProcessInfoQRTAdditions {
 
-/// Reads the version file anew.
+/// Reads the version file again.
 void updateVersionInfo(const Platform& platform);
 
-/// Four hexadecimal digits: 0x10C0 is 10.12. 0x1000 when nothing is known.
+/// Four hexadecimal digits: 0x10C0 is 10.12. 0x1000 without a version file.
 std::int64_t operatingSystemVersionCode(const Platform& platform);
 
-/// Empty when nothing is known.
+/// Empty without a version file.
 std::string operatingSystemProductName(const Platform& platform);
 std::string operatingSystemMarketingName(const Platform& platform);
 std::string operatingSystemVersionNumberString(const Platform& platform);
@@ -29,14 +29,14 @@ std::string operatingSystemBuildCode(const Platform& platform);
 /// Whether texts shall use their polite variant.
 bool shouldUIUsePoliteForms(const Platform& platform);
 
-/// None for an empty name and when the process table cannot be read. Names are compared as far as
-/// the kernel keeps them.
+/// Nothing for an empty name and if the process table cannot be read. Names are compared up to the
+/// length that the kernel keeps.
 std::optional<std::vector<std::int32_t>> identifiersForRunningProcessesNamed(
     const Platform& platform, const std::string& name);
 bool isProcessRunningWithName(const Platform& platform, const std::string& name);
 
-/// The process's short command name; none, and `*getEffectiveUserID` untouched, when there is no
-/// such process.
+/// The process's short command name. Without such a process it is nothing, and
+/// `*getEffectiveUserID` stays as it was.
 std::optional<std::string> processNameForProcessID(const Platform& platform,
                                                    std::int32_t identifier,
                                                    std::uint32_t* getEffectiveUserID = nullptr);

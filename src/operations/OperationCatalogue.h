@@ -8,7 +8,7 @@ namespace qrt {
 /// The platform's number for "not found" and, as an argument count, for "any number".
 inline constexpr std::uint64_t NSNotFound = 0x7fffffffffffffff;
 
-/// One record of the table. Its layout is fixed: seven 64-bit slots.
+/// One record of the table, with a fixed layout of seven 64-bit slots.
 struct QRTPrivilegedOperationStaticDescription {
   struct Capabilities {
     bool progressFeedback = false;
@@ -23,9 +23,9 @@ struct QRTPrivilegedOperationStaticDescription {
   Capabilities capabilities;
   /// The exact number of arguments, or `NSNotFound`.
   std::uint64_t argumentCount;
-  /// One letter an argument: "S" string, "N" number, "D" data. Null for none or any.
+  /// One letter for each argument: "S" string, "N" number, "D" data. Null for no or any arguments.
   const char* argumentTypes;
-  /// What the authorization prompt tells the user.
+  /// The sentence in the authorization dialog.
   const char* userPresentation;
 };
 static_assert(sizeof(QRTPrivilegedOperationStaticDescription) == 7 * sizeof(std::uint64_t));
@@ -38,7 +38,7 @@ inline constexpr std::uint64_t defaultRule = 1;
 inline constexpr std::uint64_t authenticateAdmin = 2;
 }  // namespace authentication_policy
 
-/// Codes that the service performs itself; they have no handler.
+/// Operations that the service performs itself.
 namespace operation_code {
 inline constexpr std::uint64_t nop = 9998;
 inline constexpr std::uint64_t discardAuth = 9997;
@@ -47,10 +47,10 @@ inline constexpr std::uint64_t prepareUninstall = 9995;
 inline constexpr std::uint64_t performUninstall = 9994;
 }  // namespace operation_code
 
-/// The codes up to this one are performed by handlers.
+/// The highest code with a handler.
 inline constexpr std::uint64_t lastCodeWithHandler = 27;
 
-/// The code of the record behind the last one. Nothing else in that record is read.
+/// The code of the record after the last operation. Nothing else in that record is read.
 inline constexpr std::uint64_t endOfCatalogue = 9999;
 
 /// Ends with a record of code `endOfCatalogue`.

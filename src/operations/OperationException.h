@@ -1,4 +1,4 @@
-// What an operation throws when it cannot go on and has no error to return.
+// The exception of an operation that has no error to return.
 #pragma once
 
 #include <exception>
@@ -6,7 +6,7 @@
 
 namespace qrt {
 
-/// Caught by the request pipeline, and by nobody else. Both texts may be empty.
+/// The request pipeline catches it. Both texts may be empty.
 class OperationException : public std::exception {
  public:
   OperationException(std::string name, std::string reason)

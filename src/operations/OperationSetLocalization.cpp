@@ -1,4 +1,4 @@
-// The part of the operation set that shows errors to people; the daemon sends English texts.
+// The part of the operation set that clients use to show errors. The daemon sends English texts.
 #include "operations/PrivilegedOperationError.h"
 #include "operations/QRTPrivilegedOperationSet.h"
 #include "operations/StringTables.h"
@@ -6,7 +6,7 @@
 namespace qrt {
 namespace {
 
-/// How many errors underneath errors are localized; deeper ones stay as they are.
+/// Errors nested deeper keep their texts.
 constexpr int maximumDepth = 32;
 
 std::vector<std::string> stringsIn(const Dictionary& dictionary, std::string_view key) {
@@ -15,7 +15,7 @@ std::vector<std::string> stringsIn(const Dictionary& dictionary, std::string_vie
   const auto* array = found == dictionary.end() ? nullptr : found->second.array();
   if (!array) return strings;
   for (const auto& element : *array) {
-    // An element of another kind keeps its place, so that the next ones keep theirs.
+    // An element of another kind counts as empty, so that the next ones keep their numbers.
     strings.push_back(element.string() ? *element.string() : std::string());
   }
   return strings;

@@ -1,4 +1,4 @@
-// Errors of the program's own domain and the keys their texts travel under.
+// Errors of the program's own domain, and the keys of their texts.
 #pragma once
 
 #include <cstdint>
@@ -13,26 +13,26 @@ namespace qrt {
 inline constexpr std::string_view privilegedOperationErrorDomain =
     "com.vantor.error.privileged-operation";
 
-/// Texts with placeholders "$1$", "$2$", ... and the values that replace them.
+/// Texts with placeholders "$1$", "$2$", ..., and the values for them.
 inline constexpr std::string_view descriptionTemplateKey = "QRTLocalizedDescriptionTemplate";
 inline constexpr std::string_view descriptionParametersKey = "QRTLocalizedDescriptionParameters";
 inline constexpr std::string_view suggestionTemplateKey = "QRTLocalizedRecoverySuggestionTemplate";
 inline constexpr std::string_view suggestionParametersKey =
     "QRTLocalizedRecoverySuggestionParameters";
 
-/// The English texts are also the keys of their translations, so errors travel unlocalized.
+/// The texts are English. They are also the keys of their translations.
 Error privilegedOperationError(std::int64_t code, std::string_view description,
                                std::string_view suggestion);
 
-/// The same with a suggestion that has placeholders.
+/// With placeholders in the suggestion.
 Error privilegedOperationError(std::int64_t code, std::string_view description,
                                std::string_view suggestionTemplate,
                                const std::vector<std::string>& parameters);
 
-/// A result that is a value: code 0, and the answer in the user information.
+/// The result of an inspection: code 0 and the answer as user information.
 Error privilegedOperationAnswer(Dictionary answer);
 
-/// Adds what an error is about or what caused it.
+/// Adds the path that an error is about, or its cause.
 Error withFilePath(Error error, std::string_view path);
 Error withUnderlyingError(Error error, Error cause);
 

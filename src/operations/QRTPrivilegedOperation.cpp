@@ -30,7 +30,7 @@ bool typesFitCount(const std::optional<std::string>& types, std::uint64_t count)
   return (types ? types->size() : 0) == count;
 }
 
-// The process keeps the "C" locale, in which no character beyond ASCII is a letter.
+// As in the "C" locale: only ASCII has letters.
 constexpr bool isLower(char c) { return c >= 'a' && c <= 'z'; }
 constexpr bool isUpper(char c) { return c >= 'A' && c <= 'Z'; }
 constexpr char toLower(char c) { return isUpper(c) ? static_cast<char>(c - 'A' + 'a') : c; }
@@ -51,7 +51,6 @@ std::optional<QRTPrivilegedOperation> QRTPrivilegedOperation::initWithStaticDesc
       description.capabilities.liveOutput, description.argumentCount, std::move(types),
       description.userPresentation);
   if (!operation) {
-    // No object is left that could tell its class.
     log.error(
         "%{public}@: implementation error - static description with code %llu contains "
         "inconsistent data and was not accepted.",

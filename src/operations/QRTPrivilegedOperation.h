@@ -1,4 +1,4 @@
-// Description of one privileged operation.
+// The description of one privileged operation.
 #pragma once
 
 #include <cstdint>
@@ -12,27 +12,27 @@ namespace qrt {
 class Log;
 struct QRTPrivilegedOperationStaticDescription;
 
-/// Immutable and consistent: an object of this class has passed the rules of `initWithIdentifier`.
+/// Immutable. Every object has passed the checks of `initWithIdentifier`.
 class QRTPrivilegedOperation {
  public:
-  /// The operation that a record of the catalogue describes. None for a record that lacks a text or
-  /// has an unknown policy (silently), or that is inconsistent (with a log line).
+  /// The operation of a catalogue record. Nothing for a record that lacks a text or has an unknown
+  /// policy, and, with a log line, for an inconsistent one.
   static std::optional<QRTPrivilegedOperation> initWithStaticDescription(
       const QRTPrivilegedOperationStaticDescription& description, Log& log);
 
-  /// None unless identifier, policy and presentation are non-empty, the policy is a string or a
-  /// dictionary, at most one capability is given, and there is exactly one type letter an argument
-  /// (no letters at all when the count is `NSNotFound`, "any").
+  /// Nothing unless identifier, policy and presentation are non-empty, the policy is a string or a
+  /// dictionary, at most one capability is set, and there is one type letter for each argument (no
+  /// letters if the count is `NSNotFound`, "any").
   static std::optional<QRTPrivilegedOperation> initWithIdentifier(
       std::string identifier, PropertyValue authenticationPolicy, bool progressCapability,
       bool outputCapability, std::uint64_t argumentCount, std::optional<std::string> argumentTypes,
       std::string userPresentation);
 
-  /// The authorization right the operation needs; none when the implementation code is empty.
+  /// The authorization right of the operation; nothing if the implementation code is empty.
   std::optional<std::string> authenticationRightNameForImplementationIdentifier(
       const std::string& implementationCode) const;
 
-  /// The stem of the handler's name: "DeleteFoldercontents" for "delete-foldercontents".
+  /// The stem of the handler's name, e.g. "DeleteFoldercontents" for "delete-foldercontents".
   std::string operationIdentifierForExecutionSelector() const;
 
   const std::string& identifier() const { return identifier_; }
@@ -43,7 +43,7 @@ class QRTPrivilegedOperation {
   bool isSupportingFeedback() const {
     return isSupportingProgressFeedback_ || isSupportingLiveOutput_;
   }
-  /// `NSNotFound` stands for any number.
+  /// `NSNotFound` for any number.
   std::uint64_t argumentCount() const { return argumentCount_; }
   const std::optional<std::string>& argumentTypeCodes() const { return argumentTypeCodes_; }
   const std::string& presentationString() const { return presentationString_; }

@@ -20,7 +20,7 @@ void addItem(AuthorizationEnvironment& environment, const char* name, const std:
 QRTPrivilegedOperationSet& QRTPrivilegedOperationSet::privilegedOperationSet(Factory factory,
                                                                              Log& log,
                                                                              Authority& authority) {
-  // Never destroyed: other threads may still use it while the process exits.
+  // Never destroyed, because other threads may use it while the process exits.
   static QRTPrivilegedOperationSet* const shared = factory(log, authority).release();
   return *shared;
 }

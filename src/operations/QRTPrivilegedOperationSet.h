@@ -1,4 +1,4 @@
-// The operations that a program offers, the rights they need and the handlers that perform them.
+// The operations of a program, their rights and their handlers.
 #pragma once
 
 #include <cstdint>
@@ -22,16 +22,16 @@ namespace qrt {
 class Log;
 struct Localization;
 
-/// Abstract base of the operation sets. The catalogue is fixed from construction and the handlers
-/// are added before the service starts; after that any thread may use the set.
+/// Abstract base of the operation sets. The catalogue is fixed at construction, and the handlers
+/// are added before the service starts. After that it is thread-safe.
 class QRTPrivilegedOperationSet {
  public:
   using Factory = std::unique_ptr<QRTPrivilegedOperationSet> (*)(Log&, Authority&);
   using ImplementedOperations = std::map<std::string, QRTPrivilegedOperation, std::less<>>;
   using OpIdentifiersByCode = std::map<std::uint64_t, std::string>;
 
-  /// The process-wide set. The first call makes it with its factory; later calls get the same set
-  /// whatever factory they name. It lives until the process ends. Thread-safe.
+  /// The process-wide set. The first call makes it with its factory; later calls return the same
+  /// set and ignore their factory. It lives until the process ends. Thread-safe.
   static QRTPrivilegedOperationSet& privilegedOperationSet(Factory factory, Log& log,
                                                            Authority& authority);
 
@@ -41,22 +41,22 @@ class QRTPrivilegedOperationSet {
   static constexpr std::string_view nameOfErrorMessageLocalizationTable =
       "PrivilegedOperationErrors";
 
-  /// The same error with its texts, and those of the errors underneath it, in the user's language
-  /// and with the parameters in the place of "$1$", "$2$", ... Success stays success. These three
-  /// are for the side that shows errors.
+  /// The error with its texts, and those of the errors underneath it, in the user's language and
+  /// with the parameters for "$1$", "$2$", ... Success stays success. Clients call this and the
+  /// next two.
   static Outcome localizedErrorForPrivilegedOperationError(const Outcome& error,
                                                            const Localization& localization);
   static std::string localizedUIPolitenessAgnosticStringForKey(const std::string& key,
                                                                const std::string& value,
                                                                std::string_view table,
                                                                const Localization& localization);
-  /// Parameters are inserted one after another, each into the whole text: a placeholder inside a
-  /// parameter is replaced by the later parameter that it names.
+  /// Each parameter in turn is inserted into the whole text, so that a placeholder inside a
+  /// parameter is replaced by a later one.
   static std::string localizedStringForTemplate(const std::string& templateText,
                                                 const std::vector<std::string>& parameters,
                                                 const Localization& localization);
 
-  /// Frees an environment and its values, all of them made with `new`. Null is ignored.
+  /// Frees an environment and its values, all made with `new`. Ignores null.
   static void freeAuthorizationEnvironment(AuthorizationEnvironment* environment);
   struct EnvironmentDeleter {
     void operator()(AuthorizationEnvironment* environment) const {
@@ -66,8 +66,8 @@ class QRTPrivilegedOperationSet {
   using OwnedAuthorizationEnvironment =
       std::unique_ptr<AuthorizationEnvironment, EnvironmentDeleter>;
 
-  /// What a rights request shows in its dialog. An empty text adds no item; the lengths count the
-  /// terminating NUL.
+  /// The texts of the dialog for a right. An empty text adds no item. The lengths include the zero
+  /// byte at the end.
   static OwnedAuthorizationEnvironment createAuthorizationEnvironmentForRightPrompt(
       const std::string& prompt, const std::string& iconPath);
 
@@ -75,36 +75,34 @@ class QRTPrivilegedOperationSet {
   QRTPrivilegedOperationSet(const QRTPrivilegedOperationSet&) = delete;
   QRTPrivilegedOperationSet& operator=(const QRTPrivilegedOperationSet&) = delete;
 
-  /// The authorization services do not work as they should.
   Error errorForAuthorizationServicesFailure() const;
 
-  /// The service's name, which is also the name of the job that starts it.
+  /// The name of the service and of the job that starts it.
   std::string serviceIdentifierForHelper() const;
   std::string nameOfXPCRequestorForHelper() const;
 
-  /// None for an operation that is not in the catalogue.
+  /// Nothing for an operation that is not in the catalogue.
   std::optional<std::string> authorizationRightNameForOperationWithIdentifier(
       std::string_view identifier) const;
 
-  /// Adds the rights that the database lacks; those it has stay as they are. Does nothing without
-  /// an authorization. A right that cannot be written costs a log line.
+  /// Adds the rights that the database lacks and leaves the others unchanged. Does nothing if the
+  /// authorization is null. Logs each right that it cannot write.
   void setAuthorizationRightsForImplementedOperationsUsingAuthorization(
       Authorization* authorization) const;
   void removeAuthorizationRightsForImplementedOperationsUsingAuthorization(
       Authorization& authorization) const;
 
-  /// Null when the code is unknown or nothing performs it.
+  /// Null for an unknown code and for a code without a handler.
   const Handler* selectorForExecutionOfPrivilegedOperationWithCode(std::uint64_t code,
                                                                    bool feedbackOption) const;
-  /// The full name under which a handler for this code is looked up; empty for an unknown code.
+  /// The full name of the handler for this code; empty for an unknown code.
   std::string nameOfSelectorForExecutionOfPrivilegedOperationWithCode(std::uint64_t code,
                                                                       bool feedbackOption) const;
 
-  /// The codes that need a handler and have none: without it an operation is offered that can only
-  /// fail.
+  /// The codes up to `lastCodeWithHandler` without a handler.
   std::vector<std::uint64_t> codesWithoutHandler() const;
 
-  /// `NSNotFound` for none and for an operation that is not in the catalogue.
+  /// `NSNotFound` for null and for an operation that is not in the catalogue.
   std::uint64_t opCodeForOperation(const QRTPrivilegedOperation* operation) const;
 
   RemoteInterface interfaceForFeedbackProtocol() const { return feedbackRemoteInterface; }
@@ -124,8 +122,7 @@ class QRTPrivilegedOperationSet {
   HandlerTable& handlers() { return handlers_; }
 
  protected:
-  /// `catalogue` ends with a record of code `endOfCatalogue`. Records that are not accepted are
-  /// left out.
+  /// `catalogue` ends with a record of code `endOfCatalogue`. Inconsistent records are left out.
   QRTPrivilegedOperationSet(std::string implementationCode, std::string implementationVersion,
                             const QRTPrivilegedOperationStaticDescription* catalogue, Log& log,
                             Authority& authority);

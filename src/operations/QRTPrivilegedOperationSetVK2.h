@@ -19,9 +19,9 @@ class QRTPrivilegedOperationSetVK2 : public QRTPrivilegedOperationSet {
 
   float minimumHelperVersionImplementingSelfUninstall() const override { return 1.5f; }
 
-  /// The feedback connection of the run that was started last, or null when that run succeeded. A
+  /// The feedback connection of the last run of a program; null after a run that succeeded. A
   /// failed run leaves its connection here after the connection's end: compare it, never use it.
-  /// Output goes to the connection of its own request.
+  /// Output goes to the connection of its own request, not to this one.
   const FeedbackConnection* outputConnection() const { return outputConnection_; }
   void setOutputConnection(const FeedbackConnection* connection) { outputConnection_ = connection; }
 

@@ -24,7 +24,7 @@ const StringTables::Table& StringTables::table(std::string_view name) {
   const std::lock_guard lock(mutex_);
   auto found = tables_.find(name);
   if (found == tables_.end()) found = tables_.emplace(name, read(name)).first;
-  return found->second;  // Tables stay where they are and never change once they are read.
+  return found->second;  // A table keeps its address and never changes.
 }
 
 StringTables::Table StringTables::read(std::string_view name) const {

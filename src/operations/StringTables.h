@@ -14,16 +14,16 @@ namespace qrt {
 class FileSystem;
 
 /// The tables of one language: "Resources/<language>.lproj/<table>.strings" in the bundle folder,
-/// else "Resources/<table>.strings". Each file is read once. Thread-safe.
+/// or "Resources/<table>.strings". Each file is read once. Thread-safe.
 class StringTables {
  public:
   StringTables(std::string bundlePath, std::string language, FileSystem& files);
 
-  /// Whether the bundle has a file for the table. One that cannot be understood is an empty table.
+  /// Whether the bundle has a file for the table. A file that is no string table counts as empty.
   bool contains(std::string_view table);
 
-  /// The text under `key`. Without one it is `value`, and without that the key itself. An empty
-  /// table name stands for `defaultTable`.
+  /// The text under `key`; if it is missing, `value`; if that is empty, the key. An empty table
+  /// name means `defaultTable`.
   std::string localizedStringForKey(const std::string& key, const std::string& value,
                                     std::string_view table);
 
@@ -43,10 +43,10 @@ class StringTables {
   std::map<std::string, Table, std::less<>> tables_;
 };
 
-/// What a text in the user's language depends on.
+/// How texts are shown to the user.
 struct Localization {
   StringTables& tables;
-  /// A table named "<table>-Polite" then takes the place of a table where the bundle has one.
+  /// If set, the table "<table>-Polite" replaces a table where the bundle has it.
   bool shouldUIUsePoliteForms;
 };
 

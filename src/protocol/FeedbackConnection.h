@@ -9,28 +9,29 @@
 
 namespace qrt {
 
-/// Messages travel one way and in order. A requestor that does not read holds up neither the
-/// daemon's memory nor anyone else: progress is coalesced when too much waits, records and output
-/// wait.
+/// Messages travel one way and in order. A requestor that does not read costs a bounded amount of
+/// memory and delays its own operation only: when too much waits, newer progress replaces older,
+/// and records and output wait.
 class FeedbackConnection {
  public:
   virtual ~FeedbackConnection() = default;
 
-  /// Opens the connection and sends the first message. An error means that nobody is listening.
+  /// Opens the connection and sends the first message. Returns an error if the requestor does not
+  /// answer.
   virtual Outcome open(Dictionary firstMessage) = 0;
 
-  /// Sends a message; what becomes of it is not told.
+  /// Sends a message, without a reply.
   virtual void processPrivilegedOperationFeedback(Dictionary message) = 0;
 
-  /// Delivers what still waits and ends the connection.
+  /// Sends the waiting messages and ends the connection.
   virtual void suspend() = 0;
 };
 
-/// A requestor's offer to receive feedback, passed along with its call.
+/// The endpoint for feedback that a requestor passes with its call.
 class FeedbackEndpoint {
  public:
   virtual ~FeedbackEndpoint() = default;
-  /// A connection for calls of the interface that the requestor implements.
+  /// A connection for calls of that interface of the requestor.
   virtual std::unique_ptr<FeedbackConnection> connect(const RemoteInterface& interface) = 0;
 };
 

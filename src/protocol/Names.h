@@ -5,15 +5,15 @@
 
 namespace qrt {
 
-/// Identifier of the service: bundle identifier, Mach service, launchd label and systemd unit stem.
+/// The service: bundle identifier, Mach service, launchd label and stem of the systemd units.
 inline constexpr std::string_view helperServiceIdentifier =
     "com.vantor.system.privilegedhelper-vk2";
 
-/// Where the packaged socket unit listens on systems with socket activation.
+/// Where the packaged socket unit listens on Linux.
 inline constexpr std::string_view defaultSocketPath =
     "/run/com.vantor.system.privilegedhelper-vk2/socket";
 
-/// Marks the metadata pair that may stand before a request's arguments.
+/// The first of the two elements of metadata that may precede a request's arguments.
 inline constexpr std::string_view metadataMarker = "!QRTMETA!";
 inline constexpr std::string_view authorizationPromptKey = "QRTAuthorizationPrompt";
 inline constexpr std::string_view authorizationIconKey = "QRTAuthorizationIcon";
@@ -34,7 +34,7 @@ inline constexpr const char* feedbackPath = "/com/vantor/QRTPrivilegedOperationF
 inline constexpr const char* feedbackInterface =
     "com.vantor.QRTPrivilegedOperationFeedbackProtocol";
 inline constexpr const char* feedbackMethod = "processPrivilegedOperationFeedback";
-/// What "Hello" is answered with.
+/// The reply to "Hello".
 inline constexpr const char* peerName = ":1.0";
 }  // namespace wire
 

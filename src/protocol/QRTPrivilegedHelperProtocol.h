@@ -13,15 +13,15 @@
 
 namespace qrt {
 
-/// Something that a peer can open another connection to the daemon with; each port has its own.
+/// With it a peer opens another connection to the daemon. Each port has its own form.
 class ListenerEndpoint {
  public:
   virtual ~ListenerEndpoint() = default;
 };
 
-/// What a client may call. Calls of one connection arrive one after the other, calls of different
-/// connections at the same time. What a method returns is its one reply; a method that ends the
-/// process does not reply.
+/// The methods that clients call. Calls of one connection arrive one after the other, calls of
+/// different connections at the same time. The result of a method is its reply; a method that ends
+/// the process does not reply.
 class QRTPrivilegedHelperProtocol {
  public:
   virtual ~QRTPrivilegedHelperProtocol() = default;
@@ -29,12 +29,11 @@ class QRTPrivilegedHelperProtocol {
   /// Null when no further connection can be opened.
   virtual std::unique_ptr<ListenerEndpoint> connectWithEndpoint(const Caller& caller) = 0;
   virtual std::string getVersionString() = 0;
-  /// False, and nothing registered, when the caller's user has too many clients.
+  /// Returns false and registers nothing if the caller's user has too many clients.
   virtual bool registerClientWithPID(const Caller& caller, std::int32_t identifier) = 0;
   virtual void unregisterClientWithPID(const Caller& caller, std::int32_t identifier) = 0;
 
-  /// `endpoint` is null when the client wants no feedback; `arguments` is null when it sent no
-  /// array, not even an empty one.
+  /// `endpoint` is null if the client wants no feedback; `arguments` is null if it sent no array.
   virtual Outcome performPrivilegedOperation(const Caller& caller, std::uint64_t code,
                                              const Data& authorizationData,
                                              FeedbackEndpoint* endpoint,

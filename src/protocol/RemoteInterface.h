@@ -1,11 +1,11 @@
-// Name of an interface that one side of a connection calls and the other implements.
+// The name of an interface that one side of a connection calls and the other implements.
 #pragma once
 
 #include <string_view>
 
 namespace qrt {
 
-/// A transport finds its own form of the interface under these names.
+/// Each port maps these names to its own form of the interface.
 struct RemoteInterface {
   std::string_view protocol;
   std::string_view method;

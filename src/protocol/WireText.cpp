@@ -8,7 +8,7 @@ namespace {
 constexpr char32_t firstByteCharacter = 0x10FF00;
 constexpr char32_t firstDecodedCharacter = firstByteCharacter + 0x80;
 
-/// Every character of the range begins with these two bytes, and few others do.
+/// The first two bytes of every character of the range.
 constexpr std::string_view rangePrefix = "\xF4\x8F";
 
 void appendByteCharacter(std::string& text, char byte) {

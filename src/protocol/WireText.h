@@ -1,4 +1,4 @@
-// Strings on the wire: always valid UTF-8, yet every byte of a file name survives the journey.
+// Strings on the wire: valid UTF-8 that keeps every byte of a file name.
 #pragma once
 
 #include <string>
@@ -6,14 +6,13 @@
 
 namespace qrt {
 
-/// A byte that is not part of valid UTF-8 becomes the character U+10FF00 + byte. A text that really
-/// holds a character of that range has the character's bytes sent the same way, so that
-/// `decodeWireText(encodeWireText(bytes)) == bytes` for all bytes but zero, which no name holds and
-/// which is never decoded.
+/// A byte that is not part of valid UTF-8 becomes the character U+10FF00 + byte. So does each byte
+/// of a character of that range in the text itself, so that
+/// `decodeWireText(encodeWireText(bytes)) == bytes`. The exception is the zero byte, which no file
+/// name holds: it is encoded but never decoded.
 std::string encodeWireText(std::string_view bytes);
 
-/// Only bytes that encoding produces are made: U+10FF00 to U+10FF7F stay characters, so that no
-/// text turns into a "/" or an early end behind the back of whoever looked at it.
+/// U+10FF00 to U+10FF7F stay characters: no text gains a "/" or a zero byte after it was checked.
 std::string decodeWireText(std::string_view text);
 
 }  // namespace qrt

@@ -48,7 +48,7 @@ Outcome AuthorizationCheck::checkAuthorization(const Caller& caller, const Data&
   std::copy(authorizationData.begin(), authorizationData.end(), form.begin());
   const auto authorization = authority_.createFromExternalForm(caller, form, log_);
   if (!authorization) {
-    // A reference is only ever produced together with success.
+    // There is a reference only after success.
     const void* const reference = nullptr;
     log_.fault(
         "OS failure detected: valid authorization (%02x, %02x, %02x, %02x, ...) not internalized, "

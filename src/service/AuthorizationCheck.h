@@ -1,4 +1,4 @@
-// Whether a client may have an operation performed.
+// Whether a client may perform an operation.
 #pragma once
 
 #include <cstdint>
@@ -14,23 +14,23 @@ class Authority;
 class Log;
 class QRTPrivilegedOperationSet;
 
-/// Thread-safe; a check may block for as long as a person takes to answer a dialog.
+/// Thread-safe. A check may wait for a user who answers a dialog.
 class AuthorizationCheck {
  public:
   AuthorizationCheck(const QRTPrivilegedOperationSet& operationSet, Authority& authority, Log& log)
       : operationSet_(operationSet), authority_(authority), log_(log) {}
 
-  /// Asks for the right of the operation with that code on behalf of the process that made the
-  /// authorization data; `caller` is the process that sent it. Empty prompt and icon path leave the
-  /// standard ones. With `destroyingRights` what the client was granted is given up afterwards.
-  /// Nothing means authorized.
+  /// Requests the operation's right for the process that made the authorization data; `caller` is
+  /// the process that sent it. An empty prompt or icon path means the standard one. With
+  /// `destroyingRights` the client's granted rights are given up afterwards. Success means
+  /// authorized.
   Outcome checkAuthorization(const Caller& caller, const Data& authorizationData,
                              std::uint64_t forPrivilegedOperationWithCode,
                              const std::string& overridingPrompt, const std::string& iconWithPath,
                              bool destroyingRights) const;
 
-  /// Reads prompt and icon path where they are strings; otherwise leaves the slots as they are.
-  /// Either slot may be null.
+  /// Copies prompt and icon path if they are strings, else leaves the slots unchanged. A slot may
+  /// be null.
   static void processMetadataDictionary(const Dictionary& metadata, std::string* gettingPrompt,
                                         std::string* iconPath);
 

@@ -1,4 +1,4 @@
-// The client processes that have announced themselves.
+// The registered client processes.
 #pragma once
 
 #include <cstddef>
@@ -9,11 +9,11 @@
 namespace qrt {
 
 /// A set of process identifiers as the clients state them. Each counts against the user whose
-/// process was the first to state it, until any process takes it back. Guarded by the helper's
+/// process registered it first, until any process unregisters it. Guarded by the helper's
 /// `clientSetLock`.
 class ClientSet {
  public:
-  /// Far more processes than one user has that work with the daemon, and few bytes.
+  /// Far more clients than one user needs, in little memory.
   static constexpr std::size_t maximumOfOneUser = 1024;
 
   /// False when that user has no room for a further identifier. An identifier that is registered

@@ -1,4 +1,4 @@
-// The way from the command line to the service.
+// From the command line to the service.
 #pragma once
 
 #include <functional>
@@ -23,8 +23,8 @@ struct EntryPoint {
   std::ostream& standardOutput;
   std::ostream& standardError;
 
-  /// `arguments` is the command line without the program's name. Returns the exit status; a service
-  /// that has started does not come back.
+  /// `arguments` is the command line without the program's name. Returns the exit status; does not
+  /// return once the service has started.
   int enter(std::span<const char* const> arguments) const;
 
  private:

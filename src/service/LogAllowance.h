@@ -9,19 +9,19 @@
 
 namespace qrt {
 
-/// A user has `burst` lines, which come back at `linesPerSecond`. A user without any is silenced
-/// until at least `linesPerSecond` have come back; then the number of lines that were dropped is
-/// due. Root has no limit. Thread-safe.
+/// A user has `burst` lines, which refill at `linesPerSecond`. A user without lines is silenced
+/// until `linesPerSecond` have been refilled; then the number of dropped lines is due. Root has no
+/// limit. Thread-safe.
 class LogAllowance {
  public:
   using Clock = std::chrono::steady_clock;
   static constexpr double linesPerSecond = 100;
   static constexpr double burst = 1000;
 
-  /// Takes one line from the user's allowance. False when the line must not be written.
+  /// Takes one line from the user's allowance. False if the line must not be written.
   [[nodiscard]] bool admits(std::uint32_t user, Clock::time_point now = Clock::now());
 
-  /// Counts lines that were not written after all.
+  /// Counts lines that were not written.
   void addDropped(std::uint32_t user, std::uint64_t count);
 
   struct Report {
@@ -30,11 +30,11 @@ class LogAllowance {
     friend bool operator==(const Report&, const Report&) = default;
   };
 
-  /// The counts that are due; each is handed out once and costs its user a line. Looks no more than
-  /// once a second.
+  /// The counts that are due. Each is returned once and takes a line from its user. Returns counts
+  /// at most once a second.
   std::vector<Report> takeReports(Clock::time_point now = Clock::now());
 
-  /// All counts, due or not, for the end of the service.
+  /// All counts, due or not. For the end of the service.
   std::vector<Report> takeAllReports();
 
  private:
@@ -48,7 +48,7 @@ class LogAllowance {
   static void refill(Account& account, Clock::time_point now);
 
   std::mutex mutex_;
-  /// Users with a full account have none here.
+  /// Without the users whose account is full.
   std::map<std::uint32_t, Account> accounts_;
   Clock::time_point nextLook_;
 };

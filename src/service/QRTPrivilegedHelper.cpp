@@ -131,7 +131,7 @@ void QRTPrivilegedHelper::terminatePrivilegedHelper() {
   sysLog().info("Terminating privileged helper.");
   listener().invalidate();
   platform_->self.exit(0);
-  std::abort();  // Never reached; compilers do not see that through a virtual function.
+  std::abort();  // Never reached. Compilers cannot see that `exit` does not return.
 }
 
 }  // namespace qrt

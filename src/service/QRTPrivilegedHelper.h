@@ -16,21 +16,21 @@ namespace qrt {
 
 class QRTPrivilegedOperationSet;
 
-/// Listens under the service identifier, keeps the registry of clients and ends the process when
-/// the last of them leaves. At most one exists in a process; it is never destroyed.
+/// Listens under the service identifier, registers clients and ends the process when the last one
+/// leaves. There is at most one in a process; it is never destroyed.
 class QRTPrivilegedHelper : public QRTPrivilegedHelperProtocol, public ListenerDelegate {
  public:
   /// The instance, or null before the first `init`.
   static QRTPrivilegedHelper* privilegedHelper();
 
-  /// The instance, made when there is none yet.
+  /// The instance, which the first call makes.
   static QRTPrivilegedHelper& init();
 
-  /// The instance, set up to serve that operation set. Null without an operation set.
+  /// The instance, set up for that operation set. Null without an operation set.
   static QRTPrivilegedHelper* initForOperationSet(const QRTPrivilegedOperationSet* operationSet,
                                                   const Platform& platform);
 
-  /// Serves until the process ends. An error tells why serving cannot begin.
+  /// Serves until the process ends. Returns an error if it cannot begin to serve.
   Outcome run();
 
   std::unique_ptr<ListenerEndpoint> connectWithEndpoint(const Caller& caller) override;
@@ -49,7 +49,7 @@ class QRTPrivilegedHelper : public QRTPrivilegedHelperProtocol, public ListenerD
   Listener& listener() const { return *listener_; }
   /// Read and changed under `clientSetLock` only.
   ClientSet& clientSet() { return clientSet_; }
-  /// Held for the set's own work only, never while logging or calling out.
+  /// Held while the set is used, never while logging or during other calls.
   std::mutex& clientSetLock() { return clientSetLock_; }
   Log& sysLog() const { return platform_->log; }
   const QRTPrivilegedOperationSet& operationSet() const { return *operationSet_; }

@@ -9,31 +9,30 @@
 
 namespace qrt {
 
-/// Passes lines on to the system's log with the requestor as their origin, within the allowance of
-/// the requestor's user. Handed down with the request, so that each line names who caused it. Log,
-/// allowance and caller outlive it.
+/// Writes lines to the system's log with the requestor as their origin, within the allowance of the
+/// requestor's user. Log, allowance and caller outlive it.
 class RequestLog : public Log {
  public:
   RequestLog(Log& log, LogAllowance& allowance, const Caller& caller)
       : log_(log), allowance_(allowance), caller_(caller) {}
   RequestLog(const RequestLog&) = delete;
   RequestLog& operator=(const RequestLog&) = delete;
-  /// Counts the lines that were held to the end as dropped.
+  /// Counts the lines that are still held as dropped.
   ~RequestLog() override;
 
-  /// From here on lines name the operation too.
+  /// Later lines name the operation too.
   void setOperation(const std::string& identifier) { operation_ = identifier; }
 
-  /// Nothing is dropped any more: writes the lines that were held, and all that follow. From here
-  /// on thread-safe; before, a request has one thread.
+  /// Writes the held lines and all later ones. After the call the log is thread-safe; before it, a
+  /// request has one thread.
   void keepEveryLine();
 
-  /// Does nothing: the system's log is open.
+  /// Does nothing, because the system's log is open.
   void open(std::string_view, std::string_view) override {}
-  /// Holds a line that exceeds the allowance. A request has few before it is granted.
+  /// Holds a line that exceeds the allowance. A request has few lines before it is authorized.
   void write(LogLevel level, std::string_view line, const LogOrigin& origin) override;
 
-  /// Writes how many lines each of those users lost.
+  /// Writes how many lines of each user were dropped.
   static void writeReports(Log& log, const std::vector<LogAllowance::Report>& reports);
 
  private:

@@ -17,7 +17,7 @@
 namespace qrt {
 namespace {
 
-/// Time for the final message to be taken before the connection ends.
+/// Time for the requestor to take the final message before the connection ends.
 constexpr std::chrono::milliseconds pauseBeforeSuspension{250};
 
 Error invalidArgument() { return posixError(PosixCode::invalidArgument); }
@@ -35,8 +35,8 @@ bool isOfType(const PropertyValue& value, char typeCode) {
   }
 }
 
-/// Any process may have it performed, as often as it likes.
-bool isEverybodys(const QRTPrivilegedOperation& operation) {
+/// Any process may perform it, any number of times.
+bool needsNoPassword(const QRTPrivilegedOperation& operation) {
   const auto* rule = operation.authenticationPolicy().string();
   return rule && *rule == "allow";
 }
@@ -52,7 +52,7 @@ struct RequestPipeline::Request {
   const std::string& identifier;
   const QRTPrivilegedOperation& operation;
   RequestArguments& received;
-  /// How many of the received arguments are not the operation's.
+  /// The number of received arguments that are metadata.
   std::size_t metadataCount = 0;
   /// Decoded once the operation is authorized and their number is right.
   Array arguments = {};
@@ -106,7 +106,7 @@ Outcome RequestPipeline::performPrivilegedOperation(const Caller& caller, std::u
   return outcome;
 }
 
-/// Takes the metadata off the arguments and asks for the right.
+/// Reads the metadata and requests the right.
 Outcome RequestPipeline::authorize(Request& request, const Data& authorizationData) const {
   std::string prompt;
   std::string iconPath;
@@ -125,13 +125,13 @@ Outcome RequestPipeline::authorize(Request& request, const Data& authorizationDa
   if (refusal) {
     request.log.error("Operation could not be authorized, rejected with error code %lld.",
                       refusal->code);
-  } else if (!isEverybodys(request.operation)) {
+  } else if (!needsNoPassword(request.operation)) {
     request.log.keepEveryLine();
   }
   return refusal;
 }
 
-/// Arguments of a wrong number are not even decoded.
+/// Checks the number of arguments before it decodes them.
 Outcome RequestPipeline::validate(Request& request) const {
   const bool takesAnyNumber = request.operation.argumentCount() == NSNotFound;
   if (!takesAnyNumber) {
@@ -215,7 +215,7 @@ Outcome RequestPipeline::openFeedback(Request& request, FeedbackEndpoint* endpoi
   return success;
 }
 
-/// The one place where exceptions end.
+/// Catches every exception.
 Outcome RequestPipeline::run(const Request& request) const {
   std::string name;
   std::string reason;

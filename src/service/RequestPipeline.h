@@ -1,4 +1,4 @@
-// The way of one request from its arrival to its reply.
+// The steps of a request from its arrival to its reply.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +20,7 @@ class QRTPrivilegedOperation;
 class QRTPrivilegedOperationSet;
 struct Platform;
 
-/// Resolves, authorizes, validates, runs and answers. Holds nothing between requests; requests of
-/// different connections pass through at the same time.
+/// Resolves, authorizes, validates and runs a request. Keeps nothing between requests. Thread-safe.
 class RequestPipeline {
  public:
   /// Handlers of the operations that the service performs itself, by their codes.

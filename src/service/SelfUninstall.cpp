@@ -30,7 +30,7 @@ Outcome SelfUninstall::performUninstallForClientWithPID(std::int32_t client,
   auto failure = deleteFileSystemObjectsWithPaths(platform, {removingObjectsAtPath, andPath});
   if (codeOf(failure) != 0) return failure;
 
-  // Held to the end: a client that comes or goes now waits until the process has ended.
+  // Held to the end: a client that registers or leaves now waits until the process has ended.
   const std::lock_guard untilTheEnd(clientSetLock);
   clientSet.remove(client);
   log.info(
@@ -45,8 +45,7 @@ Outcome SelfUninstall::performUninstallForClientWithPID(std::int32_t client,
   return success;
 }
 
-/// Identifiers of processes that have ended do not count. One look at the table finds them, however
-/// many there are.
+/// Processes that have ended do not count. Reads the process table once for any number of clients.
 Outcome SelfUninstall::refusalForOtherClients(std::int32_t client) const {
   auto others = registeredClients();
   others.erase(client);
@@ -84,7 +83,7 @@ void SelfUninstall::forgetJob() const {
     try {
       status = executor.executeProgramAtPath(job.removalTool(), arguments);
     } catch (const OperationException&) {
-      // A tool that cannot be launched has not done its work either.
+      // A tool that cannot be launched counts as failed.
     }
     if (status != 0) {
       platform.log.error("Removal from Launch Services management failed with error code %d.",

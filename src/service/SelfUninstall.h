@@ -23,9 +23,9 @@ struct SelfUninstall {
   /// Ends the process.
   std::function<void()> terminatePrivilegedHelper;
 
-  /// Deletes the two installed files, takes the rights back, has the job forgotten and ends. Until
-  /// the first file is deleted a failure leaves everything as it was, and is returned; once both
-  /// are gone nothing stops it, and it does not return.
+  /// Deletes the two installed files, removes the rights and the job, and ends the process. A
+  /// failure before the first deletion changes nothing and is returned. After both deletions it
+  /// ignores failures and does not return.
   Outcome performUninstallForClientWithPID(std::int32_t client,
                                            const std::string& removingObjectsAtPath,
                                            const std::string& andPath) const;

@@ -21,6 +21,6 @@ int main(int argc, char** argv) {
   const auto arguments = std::span<const char* const>(argv, argc > 0 ? argc : 0);
   const int status = entryPoint.enter(arguments.subspan(arguments.empty() ? 0 : 1));
   std::cout.flush();
-  // Connections may still be served; nothing is torn down under them.
+  // Threads may still serve connections, so nothing is destroyed.
   platform.self.exit(status);
 }

@@ -17,7 +17,7 @@ struct InfoPlace {
   std::string_view folder, file;
 };
 
-/// In the order in which they are tried.
+/// In the order of preference.
 constexpr InfoPlace infoPlaces[] = {
     {PackageStyle::contents, "Contents", "Info.plist"},
     {PackageStyle::resources, "Resources", "Info.plist"},
@@ -61,7 +61,7 @@ struct Kind {
   bool (*isOne)(const Package&);
 };
 
-/// The first that a package is counts.
+/// The first kind that fits counts.
 constexpr Kind kinds[] = {
     {SoftwareType::application, "app", contentsStyles, hasExecutable},
     {SoftwareType::widget, "wdgt", bit(PackageStyle::top), anyPackage},

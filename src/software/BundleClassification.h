@@ -45,8 +45,8 @@ inline constexpr const char* developmentRegion = "CFBundleDevelopmentRegion";
 inline constexpr const char* services = "NSServices";
 }  // namespace info_key
 
-/// The path of the information file that a package of that style has. None for an empty path, for
-/// what is no style, and for a composition whose extension is another.
+/// The path of the information file in a package of that style. Nothing for an empty path, an
+/// unknown style, and a composition with the wrong extension.
 std::optional<std::string> infoPath(const std::string& bundlePath, PackageStyle style);
 
 /// The first style whose information file exists.
@@ -55,7 +55,7 @@ std::optional<PackageStyle> packageStyleOf(const std::string& bundlePath, const 
 /// True for a dictionary that lists the protocol of screen savers.
 bool isScreenSaverComposition(const Dictionary& contents);
 
-/// What kind of software a package is. A package without information has an empty dictionary.
+/// The kind of software in a package. `info` is empty for a package without information.
 SoftwareType softwareTypeOf(const std::string& bundlePath, PackageStyle style,
                             const Dictionary& info, const FileQueries& files);
 

@@ -1,4 +1,4 @@
-// Questions about files of software that nobody vouches for.
+// Queries about files of untrusted software.
 #pragma once
 
 #include <optional>
@@ -12,8 +12,8 @@ namespace qrt {
 class FileSystem;
 struct Platform;
 
-/// Links are followed. What cannot be examined is not there, and nothing is waited for: FIFOs and
-/// devices are never opened. Stateless; the platform outlives it.
+/// Links are followed. A file that cannot be examined counts as missing. FIFOs and devices are
+/// never opened, so no query waits. Stateless; the platform outlives it.
 class FileQueries {
  public:
   explicit FileQueries(const Platform& platform);
@@ -23,10 +23,10 @@ class FileQueries {
   /// Exists and is not a folder.
   bool isFile(const std::string& path) const;
 
-  /// The names in a folder in its own order; none when it cannot be listed.
+  /// The names in a folder, unsorted; empty if it cannot be listed.
   std::vector<std::string> namesIn(const std::string& folder) const;
 
-  /// The dictionary that a property-list file holds; none when it is not that or too large.
+  /// The dictionary in a property-list file; nothing if it holds something else or is too large.
   std::optional<Dictionary> dictionaryAt(const std::string& path) const;
 
  private:

@@ -11,7 +11,7 @@
 namespace qrt {
 namespace {
 
-/// Since 10.13 the tool finds the installer that it is in by itself.
+/// Since 10.13 the tool finds its own installer.
 constexpr std::int64_t versionWithShortForm = 0x10D0;
 
 Error invalidInstaller(const std::string& path) {

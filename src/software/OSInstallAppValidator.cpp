@@ -20,7 +20,7 @@ constexpr std::array<std::uint8_t, 20> appleRootDigest = {0x61, 0x1E, 0x5B, 0x66
                                                           0x08, 0xFF, 0x58, 0xD1, 0x4A, 0xE2, 0x24,
                                                           0x52, 0xD1, 0x98, 0xDF, 0x6C, 0x60};
 
-/// The signature of what is at the URL, if it is good, or bad in a way that is tolerated.
+/// Whether the signature of the object is good, or its defect is tolerated.
 template <class IsTolerated>
 bool isSignatureValid(const ApplicationURL& url, CodeSigning& codeSigning,
                       std::optional<SigningInformation>* getProperties,
@@ -34,7 +34,7 @@ bool isSignatureValid(const ApplicationURL& url, CodeSigning& codeSigning,
   return true;
 }
 
-/// Nothing is wrong but that this one file was added.
+/// Whether the only defect is that this file was added.
 bool isAddedDiskImage(const Error& defect) {
   const auto added = defect.userInfo.find(resourceAddedKey);
   if (defect.userInfo.size() != 1 || added == defect.userInfo.end()) return false;
@@ -43,7 +43,7 @@ bool isAddedDiskImage(const Error& defect) {
   return path && path->ends_with("SharedSupport/InstallESD.dmg");
 }
 
-/// Newer installers say it in a file of its own.
+/// Newer installers have a file for it.
 std::optional<std::string> descriptionInInstallInfo(const Dictionary& info) {
   const auto entry = info.find("System Image Info");
   const auto* image = entry == info.end() ? nullptr : entry->second.dictionary();
@@ -58,7 +58,7 @@ std::optional<std::string> descriptionInName(const Dictionary& info) {
   return name->substr(prefix.size());
 }
 
-/// The rule depends on which installer it says it is.
+/// The rule depends on the installer's identifier.
 bool isAuthenticInstaller(const ApplicationURL& url, const QRTBundle& bundle,
                           const Dictionary& info, CodeSigning& codeSigning) {
   using Validator = OSInstallAppValidator;

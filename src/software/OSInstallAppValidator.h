@@ -1,4 +1,4 @@
-// Whether an application is an installer of the operating system, and the maker's own.
+// Whether an application is an authentic installer of the operating system.
 #pragma once
 
 #include <optional>
@@ -13,26 +13,26 @@ namespace qrt {
 struct Platform;
 class QRTBundle;
 
-/// The answers are those at the time of creation. What the application says of itself is not
-/// trusted. Thread-safe.
+/// Examines the application at construction. Trusts nothing that the application says of itself.
+/// Thread-safe.
 class OSInstallAppValidator {
  public:
-  /// None for what is not the URL of a file.
+  /// Nothing unless it is the URL of a file.
   static std::optional<OSInstallAppValidator> initWithURL(const ApplicationURL& url,
                                                           const Platform& platform);
 
-  /// Whether a signer is wanted, by what a signature says.
+  /// Whether a signer is acceptable.
   using SignerQuestion = bool (*)(const SigningInformation&);
 
-  /// True when the object is as it was signed; only then `getProperties`, which may be null, gets
-  /// what the signature says. With a question, code of others is not looked at: anybody can make
-  /// some that takes long.
+  /// True if the object is as it was signed; only then `getProperties`, unless null, gets the
+  /// contents of the signature. With a question, files of other signers are not checked, because
+  /// any user can make a bundle that takes long.
   static bool isCodeSignatureValidForObjectAtURL(
       const ApplicationURL& url, CodeSigning& codeSigning,
       std::optional<SigningInformation>* getProperties = nullptr,
       SignerQuestion isWanted = nullptr);
 
-  /// The same for an application whose disk image was added after it had been signed.
+  /// Also true if only the disk image was added after the application was signed.
   static bool isCodeSignatureValidForMavericksInstallerAtURL(
       const ApplicationURL& url, CodeSigning& codeSigning,
       std::optional<SigningInformation>* getProperties = nullptr,
@@ -41,19 +41,19 @@ class OSInstallAppValidator {
   /// Whether the signer's certificates lead to the maker's own root.
   static bool isAppleSourcedCodesigningInfo(const SigningInformation& info);
 
-  /// Whether the maker also signed with a certificate of its own. A certificate without a readable
-  /// name will do.
+  /// Whether the maker also signed with its internal certificate. A certificate without a readable
+  /// name counts as internal.
   static bool isAppleSourcedAndInternallySignedCodesigningInfo(const SigningInformation& info);
 
   /// False for an empty identifier.
   static bool isTeamIdentifier(const std::string& identifier,
                                const std::optional<SigningInformation>& inCodesigningInfo);
 
-  /// Of what is installed.
+  /// The name of the system that it installs.
   const std::optional<std::string>& osDescription() const { return osDescription_; }
-  /// Of the tool that makes install media.
+  /// The tool that makes install media.
   const std::optional<std::string>& mediaUtilityPath() const { return mediaUtilityPath_; }
-  /// It has the parts of an installer and says what it installs.
+  /// It has the parts and the description of an installer.
   bool isWellFormed() const { return isWellFormed_; }
   bool isAuthentic() const { return isAuthentic_; }
 

@@ -27,16 +27,16 @@ std::optional<std::string> versionIn(const Dictionary& info) {
   return copyOf(shown);
 }
 
-/// A widget or an asset; nothing else has its information at the top.
+/// Only widgets and assets have their information at the top.
 bool mayBeAtTop(const Dictionary& info) {
   return info.contains("MainHTML") || info.contains("MobileAssetProperties");
 }
 
-/// As the platform shows dates: "2021-03-04 05:06:07 +0000".
+/// A date as "2021-03-04 05:06:07 +0000".
 std::string described(const std::optional<Date>& date) {
   if (!date) return "(null)";
   using namespace std::chrono;
-  // Years beyond the calendar's range say no more than its ends.
+  // Years outside the calendar's range are shown as its ends.
   constexpr sys_seconds earliest = sys_days(year::min() / January / 1);
   constexpr sys_seconds latest = sys_days(year::max() / December / 31);
   const sys_seconds moment(seconds(Number(date->secondsSince1970).asInt64()));
@@ -52,9 +52,9 @@ std::string described(const std::optional<Date>& date) {
   return text;
 }
 
-/// The text that says which version an installed application is.
+/// The version text of an installed application.
 std::string installedVersion(const Dictionary& info, const std::string& identifier) {
-  // This one is told by its text for people.
+  // This application has its version in the text for users.
   const bool saysItInWords = identifier == "com.apple.Safari";
   const auto* text = stringIn(info, saysItInWords ? info_key::infoText : info_key::shortVersion);
   if (!text || text->empty()) text = stringIn(info, info_key::version);
@@ -176,7 +176,7 @@ std::optional<std::string> QRTBundle::executablePath() const {
   return path && files_.isFile(*path) ? std::move(path) : std::nullopt;
 }
 
-/// The code of a widget is in a package inside it.
+/// The executable of a widget is in a package inside it.
 std::optional<std::string> QRTBundle::executablePathOfWidget(const Dictionary& info) const {
   const auto* plugIn = stringIn(info, "Plugin");
   if (!plugIn) return std::nullopt;

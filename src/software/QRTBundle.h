@@ -1,4 +1,4 @@
-// A software package on disk, looked at without loading it.
+// A software package on disk, examined without loading it.
 #pragma once
 
 #include <compare>
@@ -16,18 +16,17 @@ namespace qrt {
 struct Platform;
 class SystemBundle;
 
-/// What a package says of itself is not trusted: whatever its files hold, each question is answered
-/// with a value or with "none".
+/// A package is not trusted: whatever its files hold, each query returns a value or nothing.
 ///
-/// The properties are those at the time of creation; everything else is looked up anew when it is
-/// asked for. Thread-safe. The platform outlives the object.
+/// The properties are read at construction, everything else at each call. Thread-safe. The platform
+/// outlives the object.
 class QRTBundle {
  public:
-  /// None for an empty path, when there is no information file, and for a package with the file at
+  /// Nothing for an empty path, without an information file, and for a package with that file at
   /// its top that is neither a widget nor an asset.
   static std::optional<QRTBundle> initWithPath(const std::string& path, const Platform& platform);
 
-  /// The path of the information file that a package of that style has; none for what is no style.
+  /// The path of the information file in a package of that style; nothing for an unknown style.
   static std::optional<std::string> infoPathForBundlePath(const std::string& bundlePath,
                                                           PackageStyle packageStyle);
 
@@ -43,7 +42,7 @@ class QRTBundle {
   const std::string& bundlePath() const { return bundlePath_; }
   PackageStyle packageStyle() const { return packageStyle_; }
   SoftwareType softwareType() const { return softwareType_; }
-  /// "1.2 (345)" when the package has two versions.
+  /// "1.2 (345)" if the package has two versions.
   const std::optional<std::string>& versionString() const { return versionString_; }
   const std::optional<std::string>& bundleIdentifier() const { return bundleIdentifier_; }
   const std::optional<Date>& dateLastUsed() const { return dateLastUsed_; }
@@ -56,22 +55,22 @@ class QRTBundle {
   std::vector<std::string> namesOfActiveLocalizations() const;
   std::string nonLocalizedName() const;
 
-  /// None unless there is such a file.
+  /// Nothing unless there is such a file.
   std::optional<std::string> executablePath() const;
 
-  /// Of applications only.
+  /// Empty unless it is an application.
   Array servicesEntries() const;
 
-  /// Whether there is a signature; not whether it is good.
+  /// Whether there is a signature, good or bad.
   bool isCodesigned() const;
 
   bool isMRJApplication() const;
   bool isRevolutionApplication() const;
 
-  /// Null where the port has no object of its own for bundles.
+  /// Null on ports without an object for bundles.
   std::shared_ptr<const SystemBundle> systemBundle() const;
 
-  /// By name, without regard to case. Null comes before every bundle.
+  /// By name, without regard to case. Null precedes every bundle.
   std::weak_ordering compare(const QRTBundle* other) const;
 
   std::string description() const;

@@ -9,7 +9,7 @@
 namespace qrt {
 namespace {
 
-/// Both names of the domain that all applications share.
+/// Whether it is a name of the domain that all applications share.
 bool isAnyApplication(std::string_view application) {
   return application == "NSGlobalDomain" || application == "kCFPreferencesAnyApplication";
 }

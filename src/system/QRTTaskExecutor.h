@@ -19,15 +19,15 @@ class QRTTaskExecutorDelegate {
  public:
   virtual ~QRTTaskExecutorDelegate() = default;
 
-  /// A piece of output as soon as it is there, in the order of its stream. The last piece of each
-  /// stream is empty. The program waits while this works.
+  /// Gets each piece of output at once, in the order of its stream. The last piece of each stream
+  /// is empty. The program waits while this runs.
   virtual void receiveTaskOutput(Data data, bool isError) = 0;
 
   virtual void taskWillExecute(QRTTaskExecutor&) {}
   virtual void taskDidLaunch(QRTTaskExecutor&) {}
 };
 
-/// Runs one program at a time, on the thread that asks for it.
+/// Runs one program at a time, on the caller's thread.
 class QRTTaskExecutor {
  public:
   /// The status of a program that could not be run.
@@ -35,23 +35,23 @@ class QRTTaskExecutor {
 
   explicit QRTTaskExecutor(Log& log) : log_(log) {}
 
-  /// True when only root can have put the program there: what the path leads to is a file of root
-  /// and of group 0 that group and others cannot write, in a folder of the same kind. An error only
-  /// when descriptors or memory have run out, which says nothing about the program.
+  /// True if only root can replace the program: the path leads to a file of root and group 0 that
+  /// group and others cannot write, in such a folder. An error only if descriptors or memory have
+  /// run out.
   static PosixResult<bool> hasExecutableSafePermissionsAtPath(FileSystem& files,
                                                               const std::string& path);
 
-  /// Logs that a program cannot run for want of descriptors. Returns `notRun`.
+  /// Logs that a program cannot run without descriptors. Returns `notRun`.
   static std::int32_t notRunWithoutHandles(Log& log, const std::string& path);
 
-  /// Not owned. Without a delegate the output goes to this process's own streams.
+  /// Not owned. Without a delegate the output goes to this process's standard streams.
   void setDelegate(QRTTaskExecutorDelegate* delegate) { delegate_ = delegate; }
-  /// For the programs that are run from now on.
+  /// For the programs that run after the call.
   void setEnvironmentChanges(EnvironmentChanges changes) { environment_ = std::move(changes); }
 
-  /// The program's exit status, or the number of the signal that killed it; `notRun` without a path
-  /// or without descriptors for its pipes. Throws an `OperationException` when the program cannot
-  /// be launched. Returns when the program has ended and its output has been received.
+  /// Returns the program's exit status, or the number of the signal that killed it, after the
+  /// program has ended and its output has been received; `notRun` without a path or without
+  /// descriptors for its pipes. Throws an `OperationException` if the program cannot be launched.
   std::int32_t executeProgramAtPath(const std::string& path,
                                     const std::vector<std::string>& withArguments);
 

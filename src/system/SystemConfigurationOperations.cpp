@@ -28,7 +28,7 @@ class ConfigurationLock {
   const bool isHeld_;
 };
 
-/// The running system follows first; what it does not accept is not kept.
+/// Changes the running system first, so that a value that it refuses is not stored.
 bool applyAndCommit(SystemConfigurationPreferences& configuration) {
   return configuration.applyChanges() && configuration.commitChanges();
 }

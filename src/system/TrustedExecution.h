@@ -1,4 +1,4 @@
-// Running a program of the system for a request.
+// Running a system program for a request.
 #pragma once
 
 #include <string>
@@ -12,12 +12,12 @@ class FeedbackConnection;
 class QRTPrivilegedOperationSetVK2;
 struct Platform;
 
-/// Runs a program and forwards what it writes to the request's own connection, which may be null.
-/// A program that is not trusted is tested first. The child has exactly the safe search path as its
-/// "PATH", or none. `operationSet` is told whose output is being forwarded.
+/// Runs a program and forwards its output to the request's own connection, which may be null.
+/// Checks first whether a program is safe that is not trusted. The child's "PATH" is the safe
+/// search path or missing. `operationSet` keeps the connection of the last run.
 ///
-/// Fails with code 2 for an unsafe program, which is not run, and with code 3 for a status other
-/// than 0. Throws an `OperationException` when the program cannot be launched.
+/// Returns code 2 for an unsafe program, which is not run, and code 3 for a status other than 0.
+/// Throws an `OperationException` if the program cannot be launched.
 Outcome executeTrusted(const Platform& platform, QRTPrivilegedOperationSetVK2& operationSet,
                        bool trusted, const std::string& systemProgramAtPath,
                        const std::vector<std::string>& withArguments, bool safePathEnvironment,

@@ -25,7 +25,7 @@ const std::string_view paths[] = {
     "/usr/sbin/softwareupdate",
 };
 
-/// The one utility that looks for programs by name. It is no longer in the table.
+/// The only utility that finds programs by name. It is no longer in the table.
 constexpr std::string_view utilityWithSafePath = "periodic";
 
 }  // namespace

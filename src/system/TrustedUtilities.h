@@ -1,4 +1,4 @@
-// The utilities of the operating system that a client may run.
+// The system's utilities that clients may run.
 #pragma once
 
 #include <map>
@@ -9,7 +9,7 @@
 
 namespace qrt {
 
-/// A client names a utility; its path is decided here.
+/// A client names a utility; this table has its path.
 class TrustedUtilities {
  public:
   static const std::span<const std::string_view> standardPaths;
@@ -17,9 +17,9 @@ class TrustedUtilities {
   /// The paths are not copied.
   explicit TrustedUtilities(std::span<const std::string_view> paths = standardPaths);
 
-  /// The path of a utility; none for an unknown name and when one of the texts is empty. The
-  /// booleans may be null and are set for every name: `*isExternal` when the program must be tested
-  /// before it runs, `*needsSafePathEnvironment` when it needs a "PATH". Empty texts set neither.
+  /// The path of a utility; nothing for an unknown name or if one of the texts is empty. Unless a
+  /// text is empty, sets the booleans that are not null, also for an unknown name: `*isExternal` if
+  /// the program must be checked before it runs, `*needsSafePathEnvironment` if it needs a "PATH".
   std::optional<std::string> trustedPathForApplicationPath(
       std::string_view applicationPath, std::string_view utilityName, bool* isExternal = nullptr,
       bool* needsSafePathEnvironment = nullptr) const;

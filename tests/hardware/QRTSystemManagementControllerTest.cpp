@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 
@@ -16,7 +17,8 @@ namespace {
 using Controller = QRTSystemManagementController;
 using test::ModelSMC;
 
-/// A number's text tells of which kind it is, and a structure is its fields in their order.
+/// A boolean, an integer or a fraction by its form; a structure as "prefix{field=value
+/// field=value}".
 std::string shown(const std::optional<PropertyValue>& value) {
   if (!value) return "none";
   if (const auto* text = value->string()) return *text;
@@ -26,80 +28,88 @@ std::string shown(const std::optional<PropertyValue>& value) {
     const bool isFraction = std::holds_alternative<double>(kind);
     return isFraction ? std::to_string(number->asDouble()) : std::to_string(number->asInt64());
   }
-  std::string fields;
-  for (const auto& [name, field] : *value->dictionary()) fields += name + "=" + shown(field) + " ";
-  return fields;
+  const auto& fields = *value->dictionary();
+  const auto& first = fields.begin()->first;
+  const auto& last = fields.rbegin()->first;
+  const auto prefix = std::mismatch(first.begin(), first.end(), last.begin(), last.end()).first;
+  std::string text(first.begin(), prefix);
+  for (const auto& [name, field] : fields) {
+    text += (name == first ? '{' : ' ') + name.substr(prefix - first.begin()) + '=' + shown(field);
+  }
+  return text + '}';
+}
+
+Data bytesOf(std::string_view hexadecimal) {
+  Data bytes;
+  for (std::size_t i = 0; i < hexadecimal.size(); i += 2) {
+    bytes.push_back(
+        static_cast<std::uint8_t>(std::stoi(std::string(hexadecimal.substr(i, 2)), nullptr, 16)));
+  }
+  return bytes;
 }
 
 TEST(SMCValueDecoding, EveryTypeHasItsValueAndItsSize) {
-  const auto check = [](SMCCode type, const Data& bytes, const std::string& wanted) {
-    SCOPED_TRACE(Controller::stringFromSMCKey(type));
-    EXPECT_EQ(shown(decodedSMCValue(type, bytes)), wanted);
-    if (type == smcCode("ch8*") || type == smcCode("hex_")) return;
-    Data longer = bytes;
-    longer.insert(longer.end(), 8, 'x');
-    EXPECT_FALSE(decodedSMCValue(type, longer));
-    EXPECT_FALSE(decodedSMCValue(type, {bytes.data(), bytes.size() - 1}));
+  const std::tuple<SMCCode, const char*, std::string> cases[] = {
+      {smcCode("byte"), "c8", "200"},
+      {smcCode("ui8 "), "c8", "200"},
+      {smcCode("ui8\0"), "c8", "200"},
+      {smcCode("{lsm"), "c8", "200"},
+      {smcCode("{lss"), "c8", "200"},
+      {smcCode("{msp"), "c8", "200"},
+      {smcCode("{mss"), "c8", "200"},
+      {smcCode("ui6 "), "0100", "256"},
+      {smcCode("ui6\0"), "0100", "256"},
+      {smcCode("{pwm"), "0100", "256"},
+      {smcCode("ui16"), "fffe", "65534"},
+      {smcCode("ui32"), "f0090002", "4027121666"},
+      {smcCode("si16"), "8000", "-32768"},
+      {smcCode("flag"), "02", "true"},
+      {smcCode("char"), "e9", "\xC3\xA9"},
+      {smcCode("si8 "), "41", "A"},
+      {smcCode("si8 "), "ff", "none"},
+      {smcCode("si8\0"), "00", ""},
+      {smcCode("ch8*"), "6dc3a900", std::string("m\xC3\xA9\0", 4)},
+      {smcCode("ch8*"), "6de9", "6d e9 "},
+      {smcCode("hex_"), "00ab10", "00 ab 10 "},
+      {smcCode("{rev"), "020b0f630104", "2.11f260"},
+      {smcCode("{ala"), "0012fff68000",
+       "SMCAmbientLightLuxFunction{Region=32768 Slope=18 YIntercept=-10}"},
+      {smcCode("{alc"), "010009090002000300040005ffff06ff",
+       "SMCAmbientLight{ADCTime=256 BezelReflection=65535 HighRoomLux=5 I2CTime=256 LidDelay=255 "
+       "LowRoomLux=4 PowerLightMax=2 PowerLightMin=3 SensorCount=6}"},
+      {smcCode("{ali"), "ff0100",
+       "SMCAmbientLightSensor{IsControllingPowerLight=false IsValidWhenLidClosed=true Type=-1}"},
+      {smcCode("{alr"), "fff000091234ffff0050",
+       "SMCAmbientLight{HighTempBoundary=80 InflectionVoltage=4660 LowTempBoundary=-1 "
+       "TemperatureBaseline=-16 TemperatureCoefficient=1.125000}"},
+      {smcCode("{alt"), "00100200", "SMCAmbientLightLuxThreshold{HighGain=512 LowGain=16}"},
+      {smcCode("{alv"), "010001020304090900016000",
+       "SMCAmbientLight{Channel0=258 Channel1=772 IsHighGain=false IsValid=true RoomLux=5.500000}"},
+      {smcCode("{fds"), "ffff01094ce966740068696464656e00",
+       "SMCFan{Function=L\xC3\xA9"
+       "ft Location=1 Type=-1 Zone=255}"},
+      {smcCode("{lsc"), "000100024000fe030104",
+       "SMCPowerLight{BreathePWM=1 IsSwitchOverridingBrightness=true MinimumTicksToTarget=4 "
+       "PWMChangePerTick=2 RampDuration=3 ScaleMode=-2 Scaling=0.500000}"},
+      {smcCode("{lsd"), "0001000200030104",
+       "SMCPowerLightFadeConfig{EndTicks=260 MidToEndRatio=2 MidToStartRatio=1 StartTicks=3}"},
+      {smcCode("{lsf"), "000100020003", "SMCPowerLightFlareConfig{Adjust=3 Ceiling=1 MinChange=2}"},
+      {smcCode("{lso"), "8002", "SMCPowerLightOverride{Ramp=true TargetBehavior=-128}"},
   };
-  for (const auto type : {smcCode("byte"), smcCode("ui8 "), smcCode("ui8\0"), smcCode("{lsm"),
-                          smcCode("{lss"), smcCode("{msp"), smcCode("{mss")}) {
-    check(type, {200}, "200");
+  for (const auto& [type, hexadecimal, wanted] : cases) {
+    SCOPED_TRACE(Controller::stringFromSMCKey(type));
+    auto bytes = bytesOf(hexadecimal);
+    EXPECT_EQ(shown(decodedSMCValue(type, bytes)), wanted);
+    if (type == smcCode("ch8*") || type == smcCode("hex_")) continue;
+    EXPECT_FALSE(decodedSMCValue(type, {bytes.data(), bytes.size() - 1}));
+    bytes.insert(bytes.end(), 8, 'x');
+    EXPECT_FALSE(decodedSMCValue(type, bytes));
   }
-  for (const auto type : {smcCode("ui6 "), smcCode("ui6\0"), smcCode("{pwm")}) {
-    check(type, {1, 0}, "256");
-  }
-  check(smcCode("ui16"), {0xFF, 0xFE}, "65534");
-  check(smcCode("ui32"), {0xF0, 9, 0, 2}, "4027121666");
-  check(smcCode("si16"), {0x80, 0}, "-32768");
-  check(smcCode("flag"), {2}, "true");
-  check(smcCode("char"), {0xE9}, "\xC3\xA9");
-  check(smcCode("si8 "), {'A'}, "A");
-  check(smcCode("si8 "), {0xFF}, "none");
-  check(smcCode("si8\0"), {0}, "");
-  check(smcCode("ch8*"), {'m', 0xC3, 0xA9, 0}, std::string("m\xC3\xA9\0", 4));
-  check(smcCode("ch8*"), {'m', 0xE9}, "6d e9 ");
-  check(smcCode("hex_"), {0, 0xAB, 0x10}, "00 ab 10 ");
-  check(smcCode("{rev"), {2, 11, 0x0F, 99, 1, 4}, "2.11f260");
-  check(smcCode("{ala"), {0, 18, 0xFF, 0xF6, 0x80, 0},
-        "SMCAmbientLightLuxFunctionRegion=32768 SMCAmbientLightLuxFunctionSlope=18 "
-        "SMCAmbientLightLuxFunctionYIntercept=-10 ");
-  check(smcCode("{alc"), {1, 0, 9, 9, 0, 2, 0, 3, 0, 4, 0, 5, 0xFF, 0xFF, 6, 255},
-        "SMCAmbientLightADCTime=256 SMCAmbientLightBezelReflection=65535 "
-        "SMCAmbientLightHighRoomLux=5 SMCAmbientLightI2CTime=256 SMCAmbientLightLidDelay=255 "
-        "SMCAmbientLightLowRoomLux=4 SMCAmbientLightPowerLightMax=2 SMCAmbientLightPowerLightMin=3 "
-        "SMCAmbientLightSensorCount=6 ");
-  check(smcCode("{ali"), {0xFF, 1, 0},
-        "SMCAmbientLightSensorIsControllingPowerLight=false "
-        "SMCAmbientLightSensorIsValidWhenLidClosed=true SMCAmbientLightSensorType=-1 ");
-  check(smcCode("{alr"), {0xFF, 0xF0, 0, 9, 0x12, 0x34, 0xFF, 0xFF, 0, 80},
-        "SMCAmbientLightHighTempBoundary=80 SMCAmbientLightInflectionVoltage=4660 "
-        "SMCAmbientLightLowTempBoundary=-1 SMCAmbientLightTemperatureBaseline=-16 "
-        "SMCAmbientLightTemperatureCoefficient=1.125000 ");
-  check(smcCode("{alt"), {0, 16, 2, 0},
-        "SMCAmbientLightLuxThresholdHighGain=512 SMCAmbientLightLuxThresholdLowGain=16 ");
-  check(smcCode("{alv"), {1, 0, 1, 2, 3, 4, 9, 9, 0, 1, 0x60, 0},
-        "SMCAmbientLightChannel0=258 SMCAmbientLightChannel1=772 SMCAmbientLightIsHighGain=false "
-        "SMCAmbientLightIsValid=true SMCAmbientLightRoomLux=5.500000 ");
-  check(smcCode("{fds"), {0xFF, 255, 1, 9, 'L', 0xE9, 'f', 't', 0, 'h', 'i', 'd', 'd', 'e', 'n', 0},
-        "SMCFanFunction=L\xC3\xA9"
-        "ft SMCFanLocation=1 SMCFanType=-1 SMCFanZone=255 ");
-  check(smcCode("{lsc"), {0, 1, 0, 2, 0x40, 0, 0xFE, 3, 1, 4},
-        "SMCPowerLightBreathePWM=1 SMCPowerLightIsSwitchOverridingBrightness=true "
-        "SMCPowerLightMinimumTicksToTarget=4 SMCPowerLightPWMChangePerTick=2 "
-        "SMCPowerLightRampDuration=3 SMCPowerLightScaleMode=-2 SMCPowerLightScaling=0.500000 ");
-  check(smcCode("{lsd"), {0, 1, 0, 2, 0, 3, 1, 4},
-        "SMCPowerLightFadeConfigEndTicks=260 SMCPowerLightFadeConfigMidToEndRatio=2 "
-        "SMCPowerLightFadeConfigMidToStartRatio=1 SMCPowerLightFadeConfigStartTicks=3 ");
-  check(smcCode("{lsf"), {0, 1, 0, 2, 0, 3},
-        "SMCPowerLightFlareConfigAdjust=3 SMCPowerLightFlareConfigCeiling=1 "
-        "SMCPowerLightFlareConfigMinChange=2 ");
-  check(smcCode("{lso"), {0x80, 2},
-        "SMCPowerLightOverrideRamp=true SMCPowerLightOverrideTargetBehavior=-128 ");
   EXPECT_EQ(shown(decodedSMCValue(smcCode("{zzz"), {})), "<decoding is currently not implemented>");
   EXPECT_EQ(Controller::valueDecodingNotImplementedMarker(), smcUnknownTypeMarker);
 }
 
-TEST(SMCValueDecoding, FixedPointCodesAreExactlyThose) {
+TEST(SMCValueDecoding, ExactlyTheFixedPointCodesHaveADivisor) {
   int recognized = 0;
   for (const auto prefix : {smcCode("fp\0\0"), smcCode("sp\0\0"), smcCode("sf\0\0")}) {
     for (SMCCode rest = 0; rest < 0x10000; ++rest) {
@@ -108,7 +118,6 @@ TEST(SMCValueDecoding, FixedPointCodesAreExactlyThose) {
       ++recognized;
       const auto digit = rest & 0xFF;
       EXPECT_EQ(divisor, 1 << (digit <= '9' ? digit - '0' : digit - 'a' + 10));
-      // Negative in signed types.
       const std::uint8_t bytes[] = {0xC0, 0};
       EXPECT_EQ(decodedSMCValue(prefix | rest, bytes),
                 (prefix == smcCode("sp\0\0") ? -16384 : 49152) / divisor);
@@ -116,30 +125,28 @@ TEST(SMCValueDecoding, FixedPointCodesAreExactlyThose) {
     }
   }
   EXPECT_EQ(recognized, 31);
-}
 
-TEST(SMCValueDecoding, FixedPointNumbersAreEncodedByTruncation) {
-  const auto encode = [](double value, const char* type) {
-    std::uint16_t encoded = 0xABCD;
+  constexpr int refused = -1;
+  const std::tuple<double, const char*, int> encodings[] = {
+      {1.999, "fp88", 0x01FF}, {-1.999, "sp78", 0xFE01}, {70000, "spf0", 70000 & 0xFFFF},
+      {1e300, "fp88", 0xFFFF}, {-1e300, "fp88", 0},      {std::nan(""), "fp88", 0},
+      {1, "", refused},        {1, "ui16", refused},     {1, "fp00", refused}};
+  for (const auto& [value, type, wanted] : encodings) {
+    std::uint16_t encoded = 0;
     const bool isEncoded = Controller::getSMCShort(&encoded, value, type);
-    return isEncoded ? int{encoded} : encoded == 0xABCD ? -1 : -2;
-  };
-  EXPECT_EQ(encode(1.999, "fp88"), 0x01FF);
-  EXPECT_EQ(encode(-1.999, "sp78"), 0xFE01);
-  EXPECT_EQ(encode(70000, "spf0"), 70000 & 0xFFFF);
-  EXPECT_EQ(encode(1e300, "fp88"), 0xFFFF);
-  EXPECT_EQ(encode(-1e300, "fp88"), 0);
-  EXPECT_EQ(encode(std::nan(""), "fp88"), 0);
-  for (const auto* type : {"", "ui16", "fp00"}) EXPECT_EQ(encode(1, type), -1) << type;
+    EXPECT_EQ(isEncoded ? int{encoded} : refused, wanted) << value << type;
+  }
   EXPECT_TRUE(Controller::getSMCShort(nullptr, 1, "fp88"));
 }
 
-TEST(SMCCodes, PackAndUnpack) {
-  EXPECT_EQ(Controller::smcKeyFromString("REV "), 0x52455620u);
-  EXPECT_EQ(Controller::smcKeyFromString("REV"), 0u);
-  EXPECT_EQ(Controller::smcKeyFromString("REV  "), 0u);
-  // Bytes behind the first are signed. Four characters may be more bytes.
-  EXPECT_EQ(Controller::smcKeyFromString("\xC3\xA9zzz"), 0xC3000000u | 0xFFA90000u | 0x7A7A);
+TEST(SMCCodes, ATextOfFourCharactersHasACode) {
+  const std::pair<const char*, SMCCode> cases[] = {
+      {"REV ", 0x52455620u},
+      {"REV", 0},
+      {"REV  ", 0},
+      // Bytes after the first are signed. Four characters may be more bytes.
+      {"\xC3\xA9zzz", 0xC3000000u | 0xFFA90000u | 0x7A7A}};
+  for (const auto& [text, code] : cases) EXPECT_EQ(Controller::smcKeyFromString(text), code);
   EXPECT_EQ(Controller::stringFromSMCKey(0x75003820), "u   ");
 }
 
@@ -149,7 +156,7 @@ class SMC : public testing::Test {
     ASSERT_TRUE(controller);
     model.exchanges.clear();
   }
-  /// Has each exchange with that command fail.
+  /// Each exchange with that command fails.
   void fail(int command, ModelSMC::Fault fault) {
     model.fault = [=](auto& input, auto) {
       return input.command == command ? std::optional(fault) : std::nullopt;
@@ -167,7 +174,7 @@ class SMC : public testing::Test {
   const std::unique_ptr<Controller> controller = Controller::init(model, log);
 };
 
-TEST_F(SMC, TellsOfEveryKey) {
+TEST_F(SMC, EveryKeyHasItsTypeAndAValue) {
   EXPECT_EQ(controller->availableKeys().size(), model.keys.size());
   for (const auto& [key, type, bytes, isWriteOnly] : model.keys) {
     const auto name = Controller::stringFromSMCKey(key);
@@ -176,20 +183,35 @@ TEST_F(SMC, TellsOfEveryKey) {
   }
   std::string zeros;
   for (int i = 0; i < 255; ++i) zeros += "00 ";
-  const std::pair<const char*, std::string> cases[] = {
-      {"$Num", "200"},
-      {"Xbad", "<received 1 bytes for type 'ui16': mismatch detected>"},
-      {"Xfp0", "<received 2 bytes for type 'fp00': mismatch detected>"},
-      {"ZWch", std::string(255, '\0')},
-      {"ZWhx", zeros},
-      {"ZWnw", "<decoding is currently not implemented>"},
-      {"ZWui", "<write-only property>"}};
-  for (const auto& [key, value] : cases) {
+  const struct {
+    const char* key;
+    std::string value;
+    double delta = -1;
+    int digits = 0;
+  } cases[] = {{"$Num", "200"},
+               {"Xbad", "<received 1 bytes for type 'ui16': mismatch detected>"},
+               {"Xfp0", "<received 2 bytes for type 'fp00': mismatch detected>"},
+               {"ZWch", std::string(255, '\0')},
+               {"ZWhx", zeros},
+               {"ZWnw", "<decoding is currently not implemented>"},
+               {"ZWui", "<write-only property>"},
+               {"fp88", "192.000000", 1.0 / 256, 8},
+               {"fp1f", "1.500000", 1.0 / 32768, 6},
+               {"sp78", "-64.000000", 1.0 / 256, 0},
+               {"spf0", "-16384.000000", 1, 0}};
+  for (const auto& [key, value, delta, digits] : cases) {
     EXPECT_EQ(shown(controller->valueForPropertyWithKey(key)), value) << key;
+    EXPECT_EQ(controller->precisionDeltaOfNumericPropertyWithKey(key), delta) << key;
+    EXPECT_EQ(controller->maximumFractionDigitsOfNumericPropertyWithKey(key), digits) << key;
   }
+  EXPECT_EQ(controller->softwareVersion(), "2.11f260");
+  EXPECT_EQ(controller->softwareBranchAndBuildGeneration(), std::string("m\xC3\xA9\0 (11)", 9));
+  for (auto& key : model.keys) key.type = smcCode("flag");
+  EXPECT_EQ(controller->softwareVersion(), "<received 6 bytes for type 'flag': mismatch detected>");
+  EXPECT_EQ(controller->softwareBranchAndBuildGeneration(), "<?>");
 }
 
-TEST_F(SMC, FailuresAtEveryStepOfListingLeaveNoController) {
+TEST_F(SMC, AFailureWhileKeysAreListedLeavesNoController) {
   SharedSMCController shared(model, log);
   const auto steps = 2 + model.keys.size();
   for (std::size_t step = 0; step < steps; ++step) {
@@ -214,7 +236,7 @@ TEST_F(SMC, FailuresAtEveryStepOfListingLeaveNoController) {
   EXPECT_FALSE(Controller::init(model, log));
 }
 
-TEST_F(SMC, FailedReadsAreNoValueAndRefusedOnesAreWriteOnly) {
+TEST_F(SMC, AFailedReadHasNoValueAndARefusedOneIsWriteOnly) {
   const auto check = [&](int command, ModelSMC::Fault fault, const char* value, int loggedCode) {
     fail(command, fault);
     const auto lines = log.lines().size();
@@ -231,11 +253,11 @@ TEST_F(SMC, FailedReadsAreNoValueAndRefusedOnesAreWriteOnly) {
   check(smc_command::keyInfo, {{}, 0x85}, smcUnknownTypeMarker, 0);
   check(smc_command::readKey, {KernelReturn::noSpace}, "none", -536870181);
   check(smc_command::readKey, {{}, 1}, "<write-only property>", 0);
-  // The driver's own code for it comes with an answer, if an empty one.
+  // The same code from the exchange comes with an empty value.
   check(smc_command::readKey, {KernelReturn::internalError}, "0", 0);
 }
 
-TEST_F(SMC, UnknownKeysHaveNothingAndAskNothing) {
+TEST_F(SMC, AnUnknownKeyIsNotRead) {
   for (const auto* key : {"", "nope", "BRSCx", "REV"}) {
     EXPECT_FALSE(controller->valueForPropertyWithKey(key));
     EXPECT_FALSE(controller->typeCodeOfPropertyWithKey(key));
@@ -247,8 +269,8 @@ TEST_F(SMC, UnknownKeysHaveNothingAndAskNothing) {
   EXPECT_TRUE(model.exchanges.empty());
 }
 
-TEST_F(SMC, WritesOnlyWhatFitsTheKey) {
-  // It need not be listed.
+TEST_F(SMC, WritesOnlyBytesThatFitTheKey) {
+  // Not listed.
   model.keys.push_back({smcCode("Long"), smcCode("hex_"), Data(40)});
   const Data bytes(600, 0x5A);
   const auto write = [&](const char* key, std::size_t length, const std::vector<int>& commands) {
@@ -272,7 +294,7 @@ TEST_F(SMC, WritesOnlyWhatFitsTheKey) {
   EXPECT_FALSE(controller->writeRawBytes(nullptr, 2, "BRSC", log));
 }
 
-TEST_F(SMC, FailedWritesAreTold) {
+TEST_F(SMC, AFailedExchangeOfAWriteIsLogged) {
   const std::uint8_t bytes[2] = {};
   const std::pair<int, ModelSMC::Fault> faults[] = {{9, {KernelReturn::error}},
                                                     {9, {{}, 0x84}},
@@ -288,7 +310,7 @@ TEST_F(SMC, FailedWritesAreTold) {
   EXPECT_EQ(log.lines().back().level, LogLevel::error);
 }
 
-TEST_F(SMC, ReadsAnewUnlessSomebodyFilledTheCache) {
+TEST_F(SMC, ReadsEachTimeUnlessTheCacheWasFilled) {
   controller->valueForPropertyWithKey("BRSC");
   controller->valueForPropertyWithKey("BRSC");
   EXPECT_EQ(takeCommands(), (std::vector<int>{9, 5, 9, 5}));
@@ -305,24 +327,6 @@ TEST_F(SMC, ReadsAnewUnlessSomebodyFilledTheCache) {
   EXPECT_EQ(controller->typeCodeOfPropertyWithKey("BRSC"), "sf7b");
   EXPECT_TRUE(controller->isWriteOnlyPropertyWithKey("BRSC"));
   EXPECT_EQ(controller->maximumFractionDigitsOfNumericPropertyWithKey("BRSC"), 2);
-}
-
-TEST_F(SMC, TellsItsSoftware) {
-  EXPECT_EQ(controller->softwareVersion(), "2.11f260");
-  EXPECT_EQ(controller->softwareBranchAndBuildGeneration(), std::string("m\xC3\xA9\0 (11)", 9));
-  for (auto& key : model.keys) key.type = smcCode("flag");
-  EXPECT_EQ(controller->softwareVersion(), "<received 6 bytes for type 'flag': mismatch detected>");
-  EXPECT_EQ(controller->softwareBranchAndBuildGeneration(), "<?>");
-}
-
-TEST_F(SMC, PrecisionComesFromTheType) {
-  const std::tuple<const char*, double, int> cases[] = {
-      {"fp88", 1.0 / 256, 8}, {"fp1f", 1.0 / 32768, 6}, {"sp78", 1.0 / 256, 0},
-      {"spf0", 1.0, 0},       {"$Num", -1.0, 0},        {"Xfp0", -1.0, 0}};
-  for (const auto& [key, delta, digits] : cases) {
-    EXPECT_EQ(controller->precisionDeltaOfNumericPropertyWithKey(key), delta) << key;
-    EXPECT_EQ(controller->maximumFractionDigitsOfNumericPropertyWithKey(key), digits) << key;
-  }
 }
 
 }  // namespace

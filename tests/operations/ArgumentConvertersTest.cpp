@@ -17,36 +17,35 @@ TEST(ArgumentConverters, BooleansAreExactlyZeroAndOne) {
   EXPECT_TRUE(getBool(nullptr, "1"));
 }
 
-TEST(ArgumentConverters, ValuesByType) {
+TEST(ArgumentConverters, ATextHasOneValueOfEachType) {
   using enum CoreFoundationType;
-  using Value = std::optional<PropertyValue>;
-  const Value none;
-  const auto check = [](CoreFoundationType type, std::optional<std::string> text, Value wanted) {
-    EXPECT_EQ(copyCoreFoundationValueWithType(type, text), wanted) << text.value_or("nothing");
-  };
-  check(boolean, "true", true);
-  check(boolean, "false", false);
-  check(boolean, "1", none);
-  check(number, " \n-7 rest", -7);
-  check(number, "+-5", 0);
-  check(number, "", 0);
-  check(number, "99999999999999999999", INT64_MAX);
-  check(number, "-99999999999999999999", INT64_MIN);
-  check(string, "%41", "%41");
-  check(data, "%-1", none);
-  check(data, " %41", none);
-  check(data, "%4", none);
-  check(data, "%100", none);
-  check(data, "%0x41%42", none);
-  check(data, "% \t41", Data({0x41}));
-  // Any number of digits; one byte for each three characters, what follows is not looked at.
-  check(data, "%1%2%3", Data({1, 2}));
-  check(data, "%0041%42", Data({0x41, 0x42}));
-  // Characters count, not their bytes.
-  check(data, "%41\xc3\xa9\xc3\xa9", Data({0x41}));
-  check(data, "%41\xc3\xa9\xc3\xa9\xc3\xa9", none);
-  check(other, "true", none);
-  check(string, std::nullopt, none);
+  const std::optional<PropertyValue> none;
+  const std::tuple<CoreFoundationType, std::optional<std::string>, std::optional<PropertyValue>>
+      cases[] = {{boolean, "true", true},
+                 {boolean, "false", false},
+                 {boolean, "1", none},
+                 {number, " \n-7 rest", -7},
+                 {number, "+-5", 0},
+                 {number, "", 0},
+                 {number, "99999999999999999999", INT64_MAX},
+                 {number, "-99999999999999999999", INT64_MIN},
+                 {string, "%41", "%41"},
+                 {data, "%-1", none},
+                 {data, " %41", none},
+                 {data, "%4", none},
+                 {data, "%100", none},
+                 {data, "%0x41%42", none},
+                 {data, "% \t41", Data{0x41}},
+                 // Any number of digits, at most one byte for three characters of the text.
+                 {data, "%1%2%3", Data{1, 2}},
+                 {data, "%0041%42", Data{0x41, 0x42}},
+                 {data, "%41\xc3\xa9\xc3\xa9", Data{0x41}},
+                 {data, "%41\xc3\xa9\xc3\xa9\xc3\xa9", none},
+                 {other, "true", none},
+                 {string, std::nullopt, none}};
+  for (const auto& [type, text, value] : cases) {
+    EXPECT_EQ(copyCoreFoundationValueWithType(type, text), value) << text.value_or("nothing");
+  }
 }
 
 }  // namespace

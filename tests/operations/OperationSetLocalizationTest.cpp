@@ -2,7 +2,6 @@
 #include "operations/QRTPrivilegedOperationSet.h"
 #include "operations/StringTables.h"
 #include "platform/NativePlatform.h"
-#include "platform/Platform.h"
 #include "platform/PropertyLists.h"
 #include "support/PlantedFile.h"
 
@@ -14,17 +13,12 @@ class OperationSetLocalization : public testing::Test {
   using Set = QRTPrivilegedOperationSet;
 
   void plant(const std::string& file, const std::string& contents) {
-    test::plant(bundle, "Resources/" + file, contents);
+    test::plant(bundle, "Resources/" + file + ".strings", contents);
   }
-
   Localization localization(bool isPolite = false) {
-    // Tables are cached, so each answer is given by a new reader.
+    // Tables are cached, so each call gets new ones.
     tables = std::make_unique<StringTables>(bundle.path(), "de", native.facilities().files);
     return {*tables, isPolite};
-  }
-  std::string text(const std::string& key, std::string_view table, bool isPolite = false) {
-    return Set::localizedUIPolitenessAgnosticStringForKey(key, "value", table,
-                                                          localization(isPolite));
   }
   Outcome localized(const Outcome& error) {
     return Set::localizedErrorForPrivilegedOperationError(error, localization());
@@ -35,62 +29,64 @@ class OperationSetLocalization : public testing::Test {
   std::unique_ptr<StringTables> tables;
 };
 
-TEST_F(OperationSetLocalization, LooksInTheLanguageThenInTheBundleThenFallsBack) {
-  plant("T.strings", "\"key\" = \"common\"; \"only here\" = \"common\";");
-  EXPECT_EQ(text("key", "T"), "common");
-  plant("de.lproj/T.strings", "\"key\" = \"deutsch\"; \"number\" = ( 1 );");
-  EXPECT_EQ(text("key", "T"), "deutsch");
-  EXPECT_EQ(text("only here", "T"), "value") << "a language's table stands alone";
-  EXPECT_EQ(text("number", "T"), "value");
-  EXPECT_EQ(text("key", "Absent"), "value");
-  plant("Localizable.strings", "key = default;");
-  EXPECT_EQ(text("key", ""), "default");
-  plant("de.lproj/Broken.strings", "\"key\" = ");
-  EXPECT_EQ(text("key", "Broken"), "value");
+TEST_F(OperationSetLocalization, ATextIsOfTheLanguageElseOfTheBundleElseTheValue) {
+  plant("Common", "key = common;");
+  plant("T", "key = common; \"only here\" = common;");
+  plant("de.lproj/T", "key = deutsch; number = ( 1 );");
+  plant("de.lproj/Broken", "key = ");
+  plant("Localizable", "key = default;");
+  plant("Localizable-Polite", "key = \"polite default\";");
+  plant("de.lproj/P", "key = plain; other = plain;");
+  plant("de.lproj/P-Polite", "key = polite;");
+  const struct {
+    const char *key, *table, *plain, *polite;
+  } cases[] = {{"key", "Common", "common", "common"},    {"key", "T", "deutsch", "deutsch"},
+               {"only here", "T", "value", "value"},     {"number", "T", "value", "value"},
+               {"key", "Broken", "value", "value"},      {"key", "Absent", "value", "value"},
+               {"key", "", "default", "polite default"}, {"key", "P", "plain", "polite"},
+               {"other", "P", "plain", "value"}};
+  for (const auto& [key, table, plain, polite] : cases) {
+    const auto text = [&, key = key, table = table](bool isPolite) {
+      return Set::localizedUIPolitenessAgnosticStringForKey(key, "value", table,
+                                                            localization(isPolite));
+    };
+    EXPECT_EQ(text(false), plain) << key << table;
+    EXPECT_EQ(text(true), polite) << key << table;
+  }
   EXPECT_EQ(Set::localizedUIPolitenessAgnosticStringForKey("absent", "", "T", localization()),
             "absent");
 }
 
-TEST_F(OperationSetLocalization, PoliteTablesTakeThePlaceOfPlainOnes) {
-  plant("de.lproj/T.strings", "key = plain; other = plain;");
-  EXPECT_EQ(text("key", "T", true), "plain") << "no polite table";
-  plant("de.lproj/T-Polite.strings", "key = polite;");
-  EXPECT_EQ(text("key", "T", true), "polite");
-  EXPECT_EQ(text("other", "T", true), "value") << "not the plain table's";
-  EXPECT_EQ(text("key", "T", false), "plain");
-  plant("Localizable-Polite.strings", "key = \"polite default\";");
-  EXPECT_EQ(text("key", "", true), "polite default");
-}
-
-TEST_F(OperationSetLocalization, TemplatesTakeTheirParametersOneAfterAnother) {
-  plant("de.lproj/PrivilegedOperationErrors.strings", "\"$1$ of $2$\" = \"von $2$: $1$\";");
-  const auto expand = [this](PropertyValue text, PropertyValue parameters, std::string wanted) {
-    const Dictionary userInfo{{"QRTLocalizedDescriptionTemplate", text},
-                              {"QRTLocalizedDescriptionParameters", parameters}};
-    const auto error = localized(Error{"d", 1, userInfo});
+TEST_F(OperationSetLocalization, ATemplateTakesItsParametersOneAfterAnother) {
+  plant("de.lproj/PrivilegedOperationErrors", "\"$1$ of $2$\" = \"von $2$: $1$\";");
+  const std::tuple<PropertyValue, PropertyValue, std::string> cases[] = {
+      {"$1$ of $2$", Array{"eins", "zwei"}, "von zwei: eins"},
+      {"$1$ and $2$", Array{"a"}, "a and $2$"},
+      {"$1$ $2$", Array{"$2$", "b"}, "b b"},
+      {"$1$ $2$", Array{"$1$", "$1$"}, "$1$ $1$"},
+      {"$2$1$", Array{"x", "y"}, "$2x"},
+      {"$10$ $1$", Array{"a"}, "$10$ a"},
+      {"A $1$ $2$", Array{1, "y"}, "A  y"},
+      // Incomplete or of the wrong kind.
+      {"A $1$", Array(), "none"},
+      {"A $1$", "x", "none"},
+      {"", Array{"x"}, "none"},
+      {5, Array{"x"}, "none"}};
+  for (const auto& [text, parameters, wanted] : cases) {
+    const auto error = localized(Error{"d",
+                                       1,
+                                       {{"QRTLocalizedDescriptionTemplate", text},
+                                        {"QRTLocalizedDescriptionParameters", parameters}}});
     const auto* expanded = stringIn(error->userInfo, "NSLocalizedDescription");
     EXPECT_EQ(expanded ? *expanded : "none", wanted);
-  };
-  expand("$1$ of $2$", Array{"eins", "zwei"}, "von zwei: eins");
-  expand("$1$ and $2$", Array{"a"}, "a and $2$");
-  expand("$1$ $2$", Array{"$2$", "b"}, "b b");
-  expand("$1$ $2$", Array{"$1$", "$1$"}, "$1$ $1$");
-  expand("$2$1$", Array{"x", "y"}, "$2x");
-  expand("$10$ $1$", Array{"a"}, "$10$ a");
-  expand("A $1$ $2$", Array{1, "y"}, "A  y");
-  // Incomplete or foreign.
-  expand("A $1$", Array(), "none");
-  expand("A $1$", "x", "none");
-  expand("", Array{"x"}, "none");
-  expand(5, Array{"x"}, "none");
+  }
 }
 
-TEST_F(OperationSetLocalization, Errors) {
-  plant("de.lproj/PrivilegedOperationErrors.strings",
+TEST_F(OperationSetLocalization, ErrorsAreLocalizedWithThoseUnderneath) {
+  plant("de.lproj/PrivilegedOperationErrors",
         "Failed = Gescheitert; \"See $1$\" = \"Siehe $1$\"; Deep = Tief;");
   EXPECT_EQ(localized(success), success);
   EXPECT_EQ(localized(posixError(PosixCode::busy)), posixError(PosixCode::busy));
-
   const auto errorOver = [](const char* deepText) {
     return withUnderlyingError(
         privilegedOperationError(3, "Failed", "See $1$", {"/x"}),
@@ -100,18 +96,16 @@ TEST_F(OperationSetLocalization, Errors) {
   expected.userInfo.insert_or_assign("NSLocalizedDescription", "Gescheitert");
   expected.userInfo.insert_or_assign("NSLocalizedRecoverySuggestion", "Siehe /x");
   EXPECT_EQ(localized(errorOver("Deep")), expected);
-}
 
-TEST_F(OperationSetLocalization, ErrorsNestedWithoutEndAreNotFollowedForever) {
-  Error error = privilegedOperationError(1, "Text", "Text");
+  Error nested = privilegedOperationError(1, "Text", "Text");
   for (int depth = 0; depth < 500; ++depth) {
-    error = withUnderlyingError(privilegedOperationError(1, "Text", "Text"), std::move(error));
+    nested = withUnderlyingError(privilegedOperationError(1, "Text", "Text"), std::move(nested));
   }
-  EXPECT_TRUE(localized(error));
+  EXPECT_TRUE(localized(nested));
 }
 
 /// The tables that are installed with the client.
-TEST_F(OperationSetLocalization, GermanTablesAreComplete) {
+TEST_F(OperationSetLocalization, TheGermanTablesAreComplete) {
   const auto table = [&](const std::string& name) {
     const auto text = test::contentsOf(QRT_TABLES + name + ".strings");
     return *readPropertyList(Data(text.begin(), text.end()))->dictionary();
@@ -120,19 +114,18 @@ TEST_F(OperationSetLocalization, GermanTablesAreComplete) {
   const auto polite = table("PrivilegedOperationErrors-Polite");
   EXPECT_EQ(plain.size(), 44u);
   EXPECT_EQ(polite.size(), 44u);
+  EXPECT_TRUE(plain.contains("Failure in macOS security services detected."));
   for (const auto& [key, text] : plain) {
-    SCOPED_TRACE(key);
-    ASSERT_TRUE(polite.contains(key));
+    ASSERT_TRUE(polite.contains(key)) << key;
     for (const auto* translation : {text.string(), polite.at(key).string()}) {
-      ASSERT_TRUE(translation);
-      EXPECT_NE(*translation, key);
+      ASSERT_TRUE(translation && *translation != key) << key;
       for (const auto* placeholder : {"$1$", "$2$"}) {
         EXPECT_EQ(translation->find(placeholder) == std::string::npos,
-                  key.find(placeholder) == std::string::npos);
+                  key.find(placeholder) == std::string::npos)
+            << key;
       }
     }
   }
-  EXPECT_TRUE(plain.contains("Failure in macOS security services detected."));
 }
 
 }  // namespace

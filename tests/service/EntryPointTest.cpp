@@ -13,56 +13,53 @@
 namespace qrt {
 namespace {
 
-constexpr const char* needsRoot = "This program needs root privileges.";
-constexpr const char* shuttingDown = "Privileged helper is shutting down.";
+using Texts = std::vector<std::string>;
 
-class EntryPointTest : public testing::Test {
- protected:
-  using Texts = std::vector<std::string>;
-
-  test::ServicePlatform doubles_;
-  Dictionary info_ = *readPropertyList(infoPropertyList).value().dictionary();
-  std::ostringstream output_, error_;
-
-  /// Without a handler for one of the codes.
-  std::optional<std::uint64_t> forgotten_;
+/// A start of the program and its results.
+struct Start {
+  test::ServicePlatform doubles;
+  Dictionary info = *readPropertyList(infoPropertyList)->dictionary();
+  /// The code of an operation without a handler.
+  std::optional<std::uint64_t> forgotten;
+  std::ostringstream output, error;
 
   int enter(std::vector<const char*> arguments = {}) {
     const auto registerHandlers = [this](QRTPrivilegedOperationSet& set, const Platform&) {
       set.handlers() = HandlerTable();
       for (std::uint64_t code = 0; code <= 27; ++code) {
-        if (code == forgotten_) continue;
+        if (code == forgotten) continue;
         for (const bool feedback : {false, true}) {
           set.handlers().add(
               set.nameOfSelectorForExecutionOfPrivilegedOperationWithCode(code, feedback),
-              [](const Platform&, const Array&, FeedbackConnection*) -> Outcome {
-                return success;
-              });
+              [](const Platform&, const Array&, FeedbackConnection*) { return Outcome(); });
         }
       }
     };
-    return EntryPoint{doubles_.platform, info_, registerHandlers, output_, error_}.enter(arguments);
+    return EntryPoint{doubles.platform, info, registerHandlers, output, error}.enter(arguments);
   }
 };
 
-TEST_F(EntryPointTest, TellsItsVersionToAnybodyAndTakesNoOtherArguments) {
-  doubles_.self.userID = 501;
-  for (const char* asked : {"v", "version"}) EXPECT_EQ(enter({asked}), 0);
+TEST(EntryPointTest, PrintsItsVersionForAnyUserAndTakesNoOtherArguments) {
+  Start start;
+  start.doubles.self.userID = 501;
+  for (const char* argument : {"v", "version"}) EXPECT_EQ(start.enter({argument}), 0);
   for (const auto& other : std::vector<std::vector<const char*>>{{"-v"}, {""}, {"V"}, {"v", "v"}}) {
-    EXPECT_EQ(enter(other), 1);
+    EXPECT_EQ(start.enter(other), 1);
   }
-  EXPECT_EQ(output_.str(), "1.6 (Build 171004)\n1.6 (Build 171004)\n");
-  EXPECT_EQ(error_.str(), "");
-  EXPECT_TRUE(doubles_.log.texts().empty());
+  EXPECT_EQ(start.output.str(), "1.6 (Build 171004)\n1.6 (Build 171004)\n");
+  EXPECT_EQ(start.error.str(), "");
+  EXPECT_TRUE(start.doubles.log.texts().empty());
 }
 
-/// The lists are data, so nothing but this keeps them in step with the operation set.
-TEST_F(EntryPointTest, ItsPropertyListsNameTheServiceAndItsRequestor) {
-  const QRTPrivilegedOperationSetVK2 set(doubles_.log, doubles_.authority);
+/// Only this test keeps the lists in step with the operation set.
+TEST(EntryPointTest, ItsPropertyListsNameTheServiceAndItsRequestor) {
+  Start start;
+  auto& doubles = start.doubles;
+  const QRTPrivilegedOperationSetVK2 set(doubles.log, doubles.authority);
   const auto service = set.serviceIdentifierForHelper();
-  EXPECT_EQ(*stringIn(info_, "CFBundleIdentifier"), service);
-  EXPECT_EQ(*stringIn(info_, "CFBundleName"), service);
-  const auto& clients = *info_.at("SMAuthorizedClients").array();
+  EXPECT_EQ(*stringIn(start.info, "CFBundleIdentifier"), service);
+  EXPECT_EQ(*stringIn(start.info, "CFBundleName"), service);
+  const auto& clients = *start.info.at("SMAuthorizedClients").array();
   ASSERT_EQ(clients.size(), 1u);
   EXPECT_NE(clients[0].string()->find('"' + set.nameOfXPCRequestorForHelper() + '"'),
             std::string::npos);
@@ -70,55 +67,52 @@ TEST_F(EntryPointTest, ItsPropertyListsNameTheServiceAndItsRequestor) {
             (Dictionary{{"Label", service}, {"MachServices", Dictionary{{service, true}}}}));
 }
 
-TEST_F(EntryPointTest, NeedsItsPrincipalClass) {
-  info_.insert_or_assign("NSPrincipalClass", "QRTPrivilegedOperationSet");
-  EXPECT_EQ(enter(), 1);
-  info_.erase("NSPrincipalClass");
-  EXPECT_EQ(enter(), 1);
-  const std::string problem =
-      "Internal implementation error: The principal class is either not set or not implemented.\n";
-  EXPECT_EQ(error_.str(), problem + problem);
-  EXPECT_TRUE(doubles_.log.texts().empty());
-}
-
-TEST_F(EntryPointTest, RefusesAnotherVersionAndAnotherUser) {
-  info_.insert_or_assign("CFBundleShortVersionString", "1.6.0");
-  const char* mismatch =
-      "Executable version (1.6.0) does not match implementation version of privileged command set "
-      "(1.6).";
-  EXPECT_EQ(enter(), 1);
-  doubles_.self.userID = 501;
-  EXPECT_EQ(enter(), 1);
-  EXPECT_EQ(error_.str(), needsRoot);
-  EXPECT_EQ(doubles_.log.texts(),
-            (Texts{mismatch, shuttingDown, mismatch, needsRoot, shuttingDown}));
-  EXPECT_TRUE(doubles_.transport.turnedAway);
-  EXPECT_FALSE(doubles_.transport.served);
-}
-
-TEST_F(EntryPointTest, RefusesToOfferWhatNothingPerforms) {
-  for (const std::uint64_t code : {0, 12, 27}) {
-    forgotten_ = code;
-    EXPECT_EQ(enter(), 1);
+TEST(EntryPointTest, ServesOrReportsTheReason) {
+  const std::string none =
+                        "Internal implementation error: The principal class is either not set "
+                        "or not implemented.\n",
+                    mismatch =
+                        "Executable version (1.6.0) does not match implementation version "
+                        "of privileged command set (1.6).",
+                    needsRoot = "This program needs root privileges.",
+                    activated = "Activated helper version 1.6, implementing operation set 'vk2'.",
+                    end = "Privileged helper is shutting down.";
+  const struct {
+    const char *key, *value;
+    std::uint32_t user;
+    std::optional<std::uint64_t> forgotten;
+    std::string error;
+    Texts log;
+  } refusals[] = {
+      {"NSPrincipalClass", "QRTPrivilegedOperationSet", 0, {}, none, {}},
+      {"NSPrincipalClass", "", 0, {}, none, {}},
+      {"CFBundleShortVersionString", "1.6.0", 0, {}, "", {mismatch, end}},
+      {"CFBundleShortVersionString", "1.6.0", 501, {}, needsRoot, {mismatch, needsRoot, end}},
+      {"", "", 501, {}, needsRoot, {needsRoot, end}},
+      {"", "", 0, 0, "", {"Privileged operation 0 has no implementation.", end}},
+      {"", "", 0, 27, "", {"Privileged operation 27 has no implementation.", end}}};
+  for (const auto& [key, value, user, forgotten, error, log] : refusals) {
+    Start start;
+    start.info.insert_or_assign(key, value);
+    start.doubles.self.userID = user;
+    start.forgotten = forgotten;
+    EXPECT_EQ(start.enter(), 1);
+    EXPECT_EQ(start.error.str(), error);
+    EXPECT_EQ(start.doubles.log.texts(), log);
+    EXPECT_EQ(start.doubles.transport.turnedAway, !log.empty());
+    EXPECT_FALSE(start.doubles.transport.served);
   }
-  EXPECT_EQ(doubles_.log.texts(),
-            (Texts{"Privileged operation 0 has no implementation.", shuttingDown,
-                   "Privileged operation 12 has no implementation.", shuttingDown,
-                   "Privileged operation 27 has no implementation.", shuttingDown}));
-  EXPECT_TRUE(doubles_.transport.turnedAway);
-  EXPECT_FALSE(doubles_.transport.served);
-}
-
-TEST_F(EntryPointTest, ServesOrSaysWhyItCannot) {
-  EXPECT_EQ(enter(), 0);
-  EXPECT_TRUE(doubles_.transport.served);
-  EXPECT_FALSE(doubles_.transport.turnedAway);
-  EXPECT_EQ(doubles_.log.lines().back(),
-            (test::RecordingLog::Line{LogLevel::standard, shuttingDown}));
-
-  doubles_.transport.resumeFailure = Error{"d", 9, {{"NSLocalizedDescription", "No socket."}}};
-  EXPECT_EQ(enter(), 1);
-  EXPECT_EQ(error_.str(), "No socket.\n");
+  for (const Outcome& failure :
+       {Outcome(), Outcome(Error{"d", 9, {{"NSLocalizedDescription", "No socket."}}})}) {
+    Start start;
+    start.doubles.transport.resumeFailure = failure;
+    EXPECT_EQ(start.enter(), failure ? 1 : 0);
+    EXPECT_EQ(start.error.str(), failure ? "No socket.\n" : "");
+    EXPECT_EQ(start.doubles.transport.served, !failure);
+    EXPECT_EQ(start.doubles.transport.turnedAway, failure.has_value());
+    EXPECT_EQ(start.doubles.log.texts(), (Texts{activated, end}));
+    EXPECT_EQ(start.doubles.log.lines().back().level, LogLevel::standard);
+  }
 }
 
 }  // namespace
