@@ -1,4 +1,4 @@
-// The arguments of a request on their way to its operation.
+// The arguments of a request before its operation runs.
 #pragma once
 
 #include <cstddef>
@@ -8,38 +8,38 @@
 
 namespace qrt {
 
-/// What a request says about the dialog that asks for its right.
+/// The texts of a request for the dialog about its right.
 struct RequestMetadata {
-  /// How many entries were sent.
+  /// The number of entries in the request.
   std::size_t entryCount = 0;
-  /// Those that a dialog may need.
+  /// The entries that a dialog may need.
   Dictionary entries;
 };
 
-/// As values the arguments can take ten times the memory that they arrived in. So a port may keep
-/// them as they arrived, checked but not decoded, until the operation is authorized.
+/// Decoded, arguments can take ten times the memory of their message. So a port may keep the
+/// message, checked but not decoded, until the operation is authorized.
 class RequestArguments {
  public:
-  /// How many arguments are metadata where there is metadata: its marker and its dictionary.
+  /// The number of arguments that are metadata, if there is any: its marker and its dictionary.
   static constexpr std::size_t metadataCount = 2;
 
   virtual ~RequestArguments() = default;
 
-  /// With the metadata.
+  /// Includes the metadata.
   virtual std::size_t count() const = 0;
 
-  /// False when the values are over the limits of a property list, or of another kind. Then only
+  /// False if the values exceed the limits of a property list or are of another kind. Then only
   /// their number is known.
   virtual bool areReadable() const { return true; }
 
-  /// None when the first two arguments are not the marker and a dictionary.
+  /// Nothing unless the first two arguments are the marker and a dictionary.
   virtual std::optional<RequestMetadata> metadata() const = 0;
 
-  /// All values, the metadata among them. Called once at most.
+  /// All values, with the metadata. Called at most once.
   virtual Array decode() = 0;
 };
 
-/// Arguments that arrived as values. Without values they are not readable.
+/// Arguments that the system has decoded. Without values they are not readable.
 class DecodedArguments : public RequestArguments {
  public:
   explicit DecodedArguments(Array values) : count_(values.size()), values_(std::move(values)) {}

@@ -5,7 +5,7 @@
 namespace qrt {
 namespace {
 
-TEST(CaseInsensitive, Orders) {
+TEST(CaseInsensitive, OrdersCharactersInLowerCase) {
   struct Case {
     const char *a, *b;
     std::weak_ordering order;

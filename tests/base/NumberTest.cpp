@@ -31,7 +31,7 @@ TEST(Number, DoublesTruncateAndSaturateAndIntegersKeepTheirBits) {
   }
 }
 
-TEST(Number, EqualityIsNumeric) {
+TEST(Number, EqualNumbersOfDifferentTypesAreEqual) {
   EXPECT_EQ(Number(true), Number(1.0));
   EXPECT_EQ(Number(7u), Number(7));
   EXPECT_FALSE(Number(-1) == Number(largestUnsigned));

@@ -253,7 +253,7 @@ TEST_F(SMC, AFailedReadHasNoValueAndARefusedOneIsWriteOnly) {
   check(smc_command::keyInfo, {{}, 0x85}, smcUnknownTypeMarker, 0);
   check(smc_command::readKey, {KernelReturn::noSpace}, "none", -536870181);
   check(smc_command::readKey, {{}, 1}, "<write-only property>", 0);
-  // The same code from the exchange comes with an empty value.
+  // The same code from the exchange leaves an empty value.
   check(smc_command::readKey, {KernelReturn::internalError}, "0", 0);
 }
 

@@ -10,8 +10,8 @@
 namespace qrt {
 namespace {
 
-/// With "!" for those that need no password, "%" for progress and ">" for live output.
-TEST(OperationCatalogue, IsTheContractThatClientsWereBuiltWith) {
+/// "!" marks an operation without a password, "%" progress and ">" live output.
+TEST(OperationCatalogue, HasTheCodesAndIdentifiersThatClientsUse) {
   std::string contract;
   for (const auto* record = privilegedOperationCatalogue; record->code != 9999; ++record) {
     contract += std::to_string(record->code) + " " + record->identifier +
@@ -19,7 +19,6 @@ TEST(OperationCatalogue, IsTheContractThatClientsWereBuiltWith) {
                 (record->capabilities.progressFeedback ? "%" : "") +
                 (record->capabilities.liveOutput ? ">" : "") + ", ";
     EXPECT_LE(record->authenticationPolicy, 1u);
-    // One sentence that the prompt can show as it is.
     const std::string presentation = record->userPresentation;
     EXPECT_TRUE(presentation.starts_with("Corvexa likes to ") && presentation.ends_with("."));
   }
@@ -73,7 +72,7 @@ TEST(QRTPrivilegedOperation, PoliciesAreRightDefinitions) {
   EXPECT_FALSE(operation("a", "") || operation("a", Dictionary()) || operation("a", 1));
 }
 
-TEST(QRTPrivilegedOperation, StemsKeepLettersAndCapitalizeWords) {
+TEST(QRTPrivilegedOperation, AStemHasTheLettersOfEachWordWithACapital) {
   const std::pair<const char*, const char*> cases[] = {
       {"delete-foldercontents", "DeleteFoldercontents"},
       {"1a-2bC", "ABc"},
@@ -103,7 +102,7 @@ class QRTPrivilegedOperationSetTest : public testing::Test {
   void SetUp() override { authority.takeCalls(); }
 };
 
-TEST_F(QRTPrivilegedOperationSetTest, CodesAndRightsOfOperations) {
+TEST_F(QRTPrivilegedOperationSetTest, OnlyCatalogueOperationsHaveCodesAndRights) {
   EXPECT_EQ(set.authorizationRightNameForOperationWithIdentifier("broken"), std::nullopt);
   EXPECT_EQ(operation("a")->authenticationRightNameForImplementationIdentifier(""), std::nullopt);
   EXPECT_EQ(set.nameOfXPCRequestorForHelper(), "com.vantor.xpc.privilegerequestor-vk2");
@@ -128,7 +127,7 @@ TEST_F(QRTPrivilegedOperationSetTest, InstallsOnlyRightsThatAreMissing) {
   EXPECT_TRUE(authority.calls().empty());
 }
 
-TEST_F(QRTPrivilegedOperationSetTest, GoesOnAfterARightThatIsRefused) {
+TEST_F(QRTPrivilegedOperationSetTest, ARightThatIsRefusedIsLoggedAndTheOthersAreSet) {
   authority.rightSetStatus = AuthorizationStatus::internal;
   set.setAuthorizationRightsForImplementedOperationsUsingAuthorization(authorization.get());
   authority.rightSetStatus = AuthorizationStatus::noError;

@@ -5,7 +5,7 @@
 namespace qrt {
 namespace {
 
-TEST(WireText, EachByteOutsideUtf8BecomesOneCharacterAndComesBack) {
+TEST(WireText, AnInvalidByteBecomesACharacterAndIsRestored) {
   const std::pair<std::string, std::string> cases[] = {
       {"", ""},
       {"gr\u00FC\u00DF \U0001F600 \uFFFF", "gr\u00FC\u00DF \U0001F600 \uFFFF"},
@@ -20,7 +20,7 @@ TEST(WireText, EachByteOutsideUtf8BecomesOneCharacterAndComesBack) {
   }
 }
 
-TEST(WireText, NoTextDecodesToAByteThatPathsAreMadeOf) {
+TEST(WireText, NoTextDecodesToASlashOrAZeroByte) {
   const std::string slash = "\xF4\x8F\xBC\xAF", zero = "\xF4\x8F\xBC\x80";
   EXPECT_EQ(decodeWireText(slash), slash);
   EXPECT_EQ(decodeWireText(zero), zero);

@@ -26,7 +26,7 @@ struct Start {
   int enter(std::vector<const char*> arguments = {}) {
     const auto registerHandlers = [this](QRTPrivilegedOperationSet& set, const Platform&) {
       set.handlers() = HandlerTable();
-      for (std::uint64_t code = 0; code <= 27; ++code) {
+      for (std::uint64_t code = 0; code <= lastCodeWithHandler; ++code) {
         if (code == forgotten) continue;
         for (const bool feedback : {false, true}) {
           set.handlers().add(

@@ -1,4 +1,4 @@
-// A platform whose transport and process a test controls.
+// A platform with doubles of what the service uses directly.
 #pragma once
 
 #include <memory>
@@ -14,7 +14,7 @@
 
 namespace qrt::test {
 
-/// What `exit` does in a test instead of ending the process.
+/// Thrown by `exit` in a test instead of ending the process.
 struct Exited {};
 
 struct FakeSelfProcess : SelfProcess {
@@ -25,7 +25,7 @@ struct FakeSelfProcess : SelfProcess {
   [[noreturn]] void exit(int) override { throw Exited(); }
 };
 
-/// Tells what became of the listener that it made.
+/// Records the calls of its listener.
 struct FakeTransport : Transport {
   struct FakeListener : Listener {
     FakeTransport& transport;
@@ -64,7 +64,7 @@ struct FakeJobControl : JobControl {
   }
 };
 
-/// The native platform with the facilities that the service itself stands on replaced.
+/// The native platform with the doubles in their places.
 struct ServicePlatform {
   NativePlatform native;
   RecordingLog log;

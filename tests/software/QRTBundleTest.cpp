@@ -10,7 +10,6 @@
 namespace qrt {
 namespace {
 
-/// A registry that a test fills.
 struct FakeRegistry : ApplicationRegistry {
   std::vector<ApplicationURL> urls;
   std::optional<Date> date;
@@ -48,7 +47,7 @@ class Bundles : public testing::Test {
   const Platform platform = test::platformWith({.applications = &registry}, native.facilities());
 };
 
-TEST_F(Bundles, LayoutAndKind) {
+TEST_F(Bundles, FilesDecideLayoutAndKind) {
   const auto check = [this](const char* name, const Files& files, int style, int type) {
     SCOPED_TRACE(name);
     const auto bundle = inspected(name, files);
@@ -82,18 +81,24 @@ TEST_F(Bundles, LayoutAndKind) {
   check("A.app/", {}, 0, 1);
 }
 
-TEST_F(Bundles, PathsInside) {
-  const auto application = inspected("A.app", {{contents, executable}});
+TEST_F(Bundles, PathsAndLocalizations) {
+  const auto application = inspected("A.app", {{contents, "{CFBundleDevelopmentRegion=de;}"},
+                                               {"Contents/Resources/zh-Hant.lproj/x", ""},
+                                               {"Contents/Resources/Base.lproj/x", ""},
+                                               {"Contents/Resources/x.LPROJ/x", ""}});
   EXPECT_EQ(application->resourcesPath(), root.path("A.app/Contents/Resources"));
   EXPECT_EQ(application->infoDictionaryPath(), root.path("A.app/Contents/Info.plist"));
   EXPECT_EQ(application->nonLocalizedName(), "A");
+  EXPECT_EQ(application->namesOfActiveLocalizations(), std::vector<std::string>{"zh-Hant"});
+  EXPECT_EQ(application->developmentLocalization(), "de");
   const auto flat = inspected("B.x", {{"Resources/Info.plist", executable}});
   EXPECT_EQ(flat->contentsPath(), root.path("B.x"));
   EXPECT_EQ(flat->resourcesPath(), root.path("B.x/Resources"));
-  const auto widget = inspected("C.wdgt", {{"Info.plist", mainHTML}});
-  EXPECT_EQ(widget->resourcesPath(), root.path("C.wdgt"));
+  EXPECT_TRUE(flat->namesOfActiveLocalizations().empty());
+  EXPECT_FALSE(flat->developmentLocalization());
+  EXPECT_EQ(inspected("C.wdgt", {{"Info.plist", mainHTML}})->resourcesPath(), root.path("C.wdgt"));
 
-  // They follow what becomes of the file.
+  // The file is read at each call.
   root.make("rm A.app/Contents/Info.plist; mkdir A.app/Contents/Info.plist");
   EXPECT_FALSE(application->infoDictionaryPath() || application->infoDictionary());
   const auto path = QRTBundle::infoPathForBundlePath;
@@ -102,20 +107,7 @@ TEST_F(Bundles, PathsInside) {
   EXPECT_FALSE(path("", static_cast<PackageStyle>(0)));
 }
 
-TEST_F(Bundles, Localizations) {
-  const auto bundle = inspected("A.app", {{contents, "{CFBundleDevelopmentRegion=de;}"},
-                                          {"Contents/Resources/zh-Hant.lproj/x", ""},
-                                          {"Contents/Resources/Base.lproj/x", ""},
-                                          {"Contents/Resources/x.LPROJ/x", ""},
-                                          {"Contents/Resources/other.txt", ""}});
-  EXPECT_EQ(bundle->namesOfActiveLocalizations(), std::vector<std::string>{"zh-Hant"});
-  EXPECT_EQ(bundle->developmentLocalization(), "de");
-  const auto plain = inspected("B.app", {{contents, "{}"}});
-  EXPECT_TRUE(plain->namesOfActiveLocalizations().empty());
-  EXPECT_FALSE(plain->developmentLocalization());
-}
-
-TEST_F(Bundles, Executables) {
+TEST_F(Bundles, AnExecutableIsAFileInItsPlace) {
   const auto check = [this](const char* name, const Files& files, const char* wanted) {
     const auto found = inspected(name, files)->executablePath();
     EXPECT_EQ(found.value_or("none"), wanted ? root.path(name) + wanted : "none") << name;
@@ -139,7 +131,7 @@ TEST_F(Bundles, Executables) {
         nullptr);
 }
 
-TEST_F(Bundles, WhatApplicationsHave) {
+TEST_F(Bundles, OnlyApplicationsHaveServicesAndSpecialKinds) {
   const Files files = {
       {contents, "{CFBundleExecutable=x; NSServices=({a=b;});}"},
       {"Contents/Resources/de.lproj/MRJApp.properties", ""},
@@ -157,7 +149,7 @@ TEST_F(Bundles, WhatApplicationsHave) {
   }
 }
 
-TEST_F(Bundles, Signatures) {
+TEST_F(Bundles, ASignatureHasItsSealInOneOfTwoPlaces) {
   const std::tuple<const char*, const char*, bool> cases[] = {
       {"A.app", "_CodeSignature/CodeResources", true},
       {"B.app", "Contents/CodeResources", true},
@@ -169,7 +161,7 @@ TEST_F(Bundles, Signatures) {
   }
 }
 
-TEST_F(Bundles, OrderAndDescription) {
+TEST_F(Bundles, NamesDecideTheOrder) {
   registry.date = Date{1614834367.9};
   const auto mail = inspected("x/mail.app", {{contents, executable}});
   const auto other = inspected("a/Mail.app", {{contents, executable}});
@@ -190,7 +182,7 @@ TEST_F(Bundles, OrderAndDescription) {
             std::string::npos);
 }
 
-TEST_F(Bundles, InstalledVersions) {
+TEST_F(Bundles, TheHighestInstalledVersionCounts) {
   const std::pair<const char*, const char*> applications[] = {
       {"A.app", "CFBundleShortVersionString=\"2.1.3\"; CFBundleGetInfoString=\"9.5 words\";"},
       {"B.app", "CFBundleShortVersionString=\"\"; CFBundleVersion=\"2.5\";"},
@@ -212,7 +204,7 @@ TEST_F(Bundles, InstalledVersions) {
   EXPECT_EQ(highest(""), 0);
 }
 
-TEST_F(Bundles, HostileOnesGetAnAnswer) {
+TEST_F(Bundles, HostilePackagesGetAnAnswer) {
   const std::tuple<const char*, const char*, bool> cases[] = {
       {"loop.app", "ln -s Info.plist Info.plist", false},
       {"up.app", "ln -s .. Info.plist", false},

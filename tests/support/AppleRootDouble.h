@@ -1,4 +1,4 @@
-// Signatures of a test's own root that pass for the maker's.
+// Signatures of a test's own root that count as the maker's.
 #pragma once
 
 #include <algorithm>
@@ -14,8 +14,8 @@ inline constexpr std::array<std::uint8_t, 20> appleRootDigest = {
     0x61, 0x1E, 0x5B, 0x66, 0x2C, 0x59, 0x3A, 0x08, 0xFF, 0x58,
     0xD1, 0x4A, 0xE2, 0x24, 0x52, 0xD1, 0x98, 0xDF, 0x6C, 0x60};
 
-/// Reads signatures with another facility. Where a chain ends at the test's root the digest is the
-/// one that the maker's root has; everything else stays as it is.
+/// Reads signatures with another facility and replaces the digest of the test's root by that of the
+/// maker's root.
 class AppleRootDouble : public CodeSigning {
  public:
   AppleRootDouble(CodeSigning& actual, Data rootDigest)
@@ -26,7 +26,7 @@ class AppleRootDouble : public CodeSigning {
     return code ? std::make_unique<Code>(std::move(code), *this) : nullptr;
   }
 
-  /// Whether the files of any code were looked at.
+  /// Whether the files of any code were checked.
   bool hasChecked() const { return hasChecked_; }
 
  private:

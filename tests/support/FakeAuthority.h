@@ -1,4 +1,4 @@
-// Authorization services that answer as a test tells them to.
+// Authorization services with the statuses that a test sets.
 #pragma once
 
 #include <map>
@@ -10,11 +10,10 @@
 
 namespace qrt::test {
 
-/// Every call is recorded, in order; every status can be scripted. Rights are kept in a map that
-/// stands for the database.
+/// Records every call in order. A map serves as the database of rights.
 class FakeAuthority : public Authority {
  public:
-  /// Name and bytes of the value, the terminating NUL included.
+  /// Name and bytes of the value with its zero byte.
   using Item = std::pair<std::string, std::string>;
   struct Call {
     /// "createFromExternalForm", "create", "copyRight", "free", "rightSet" or "rightRemove".

@@ -1,4 +1,4 @@
-// A requestor's feedback end that remembers what it was sent.
+// A requestor's end of feedback that records its messages.
 #pragma once
 
 #include <optional>
@@ -8,15 +8,14 @@
 
 namespace qrt::test {
 
-/// Stands for the endpoint and for the connection to it.
+/// Both the endpoint and the connection to it.
 class FakeFeedback : public FeedbackEndpoint {
  public:
-  /// What opening answers; nothing accepts the connection.
+  /// The result of opening the connection.
   std::optional<Error> refusal;
   std::vector<Dictionary> messages;
   bool suspended = false;
 
-  /// What it was connected for.
   RemoteInterface interface;
 
   std::unique_ptr<FeedbackConnection> connect(

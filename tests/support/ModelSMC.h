@@ -19,16 +19,16 @@ struct ModelKey {
   bool isWriteOnly = false;
 };
 
-/// Answers like a controller with those keys, remembers what it was asked, and can be made to fail.
+/// Replies like a controller with these keys, records the exchanges, and fails on request.
 class ModelSMC : public SMCExchange {
  public:
   struct Fault {
     KernelReturn code = KernelReturn::noError;
     std::uint8_t result = 0;
   };
-  /// Asked before an exchange is answered. `number` counts from 0.
+  /// Called before each exchange. `number` counts from 0.
   std::function<std::optional<Fault>(const SMCParameterRecord& input, std::size_t number)> fault;
-  /// The first tells how many there are.
+  /// The value of the first is their number.
   std::vector<ModelKey> keys = {
       {smcCode("#KEY"), smcCode("ui32"), {0, 0, 0, 17}},
       {smcCode("$Num"), smcCode("ui8 "), {200}},

@@ -5,7 +5,7 @@
 
 namespace qrt::test {
 
-/// What stands in for the facilities of another platform; null leaves the other's.
+/// The facilities that replace those of another platform; null keeps the other's.
 struct Doubles {
   Log* log = nullptr;
   SelfProcess* self = nullptr;

@@ -1,4 +1,4 @@
-// A log that a test can read.
+// A log for tests to read.
 #pragma once
 
 #include <mutex>

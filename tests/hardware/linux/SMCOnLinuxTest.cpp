@@ -14,7 +14,7 @@ class SMCOnLinux : public testing::Test {
  protected:
   using Answer = std::pair<KernelReturn, int>;
 
-  /// Whichever place of the list is asked for, the files show the same key.
+  /// The files have the same key for each index.
   SMCOnLinux() {
     root.make("mkdir -p " + folder);
     change(
@@ -24,10 +24,10 @@ class SMCOnLinux : public testing::Test {
   }
   /// Changes the driver's files by a shell script.
   void change(const std::string& script) { root.make("cd " + folder + "; " + script); }
-  /// The place of the list that is asked for.
-  std::string place() { return test::contentsOf(root.path(folder + "/key_at_index")); }
+  /// The index that was written.
+  std::string index() { return test::contentsOf(root.path(folder + "/key_at_index")); }
 
-  /// The driver's answer and what the controller says in it.
+  /// The codes of the driver and of the controller.
   Answer call(int command, SMCCode key = brsc) {
     SMCParameterRecord input;
     input.command = static_cast<std::uint8_t>(command);
@@ -49,30 +49,30 @@ class SMCOnLinux : public testing::Test {
 TEST_F(SMCOnLinux, AKeyIsFoundInTheSortedListAndRead) {
   EXPECT_EQ(call(smc_command::keyAtIndex, 0), done);
   EXPECT_EQ(answer.key, brsc);
-  EXPECT_EQ(place(), "2\n");
+  EXPECT_EQ(index(), "2\n");
   EXPECT_EQ(call(info), done);
   EXPECT_EQ(answer.dataType, smcCode("ui8\0"));
   EXPECT_EQ(answer.dataSize, 2u);
-  EXPECT_EQ(place(), "1\n");
+  EXPECT_EQ(index(), "1\n");
   EXPECT_EQ(call(read), done);
   EXPECT_EQ(answer.bytes[0] << 8 | answer.bytes[1], 0xFFFE);
-  // Keys that would stand in front and behind.
+  // Keys before and after those in the list.
   for (const auto command : {info, read}) {
     EXPECT_EQ(call(command, smcCode("    ")), notFound);
-    EXPECT_EQ(place(), "0\n");
+    EXPECT_EQ(index(), "0\n");
     EXPECT_EQ(call(command, smcCode("~~~~")), notFound);
-    EXPECT_EQ(place(), "2\n");
+    EXPECT_EQ(index(), "2\n");
   }
 }
 
-TEST_F(SMCOnLinux, WhatItCannotDoIsTold) {
+TEST_F(SMCOnLinux, AFailureHasItsCode) {
   const auto failed = [](KernelReturn code) { return Answer(code, 0); };
   EXPECT_EQ(call(smc_command::writeKey), failed(KernelReturn::notPrivileged));
   EXPECT_EQ(call(7), failed(KernelReturn::badArgument));
   change("head -c 5000 /dev/zero | tee key_at_index_type > key_at_index_data");
   EXPECT_EQ(call(info), failed(KernelReturn::inputOutput));
   EXPECT_EQ(call(read), Answer(KernelReturn::noError, smc_result::keyNotReadable));
-  // Another program moves the place whenever one looks.
+  // Another program changes the index.
   change("echo 77 > key_at_index");
   EXPECT_EQ(call(smc_command::keyAtIndex), failed(KernelReturn::busy));
   EXPECT_EQ(call(info), failed(KernelReturn::busy));

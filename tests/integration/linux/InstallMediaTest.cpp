@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::uint64_t createInstallmedia = 25;
 
-/// Tells what it was given, and goes on when that has arrived somewhere.
+/// Prints its arguments and ends after the test has received them.
 constexpr const char* tool = R"tool(#!/bin/sh
 echo "$@ PATH=$(/usr/bin/printenv PATH)"
 for i in 1 2 3 4 5 6 7 8 9 10; do
@@ -34,54 +34,51 @@ class InstallMediaTest : public test::DaemonFixture {
     start("", "trusting_daemon " + scratch_.file("digest", digest));
   }
 
-  /// Collects what the tool writes and calls `atMessage` for each message.
-  Outcome perform(
-      const std::string& installer, const std::string& volume,
-      const std::function<void()>& atMessage = [] {}) {
-    return DaemonFixture::perform(
-        *connect(), createInstallmedia, {installer, volume}, [&](const Dictionary& message) {
-          for (const auto& [key, value] : message) {
-            if (const auto* data = value.data()) {
-              (key == "ErrorData" ? errors_ : output_).append(data->begin(), data->end());
-            }
-          }
-          if (!output_.empty()) atMessage();
-        });
+  /// Collects the tool's output, and then creates the file that the tool waits for.
+  Outcome perform(const std::string& installer, const std::string& volume) {
+    return DaemonFixture::perform(*connect(), createInstallmedia, {installer, volume},
+                                  [&](const Dictionary& message) {
+                                    for (const auto& [key, value] : message) {
+                                      if (const auto* data = value.data())
+                                        output_.append(data->begin(), data->end());
+                                    }
+                                    if (!output_.empty()) test::plant(scratch_, "volume/arrived");
+                                  });
   }
 
   const test::ScratchFolder scratch_;
   const std::string installer_ = scratch_.path("Install.app"), volume_ = scratch_.folder("volume");
   const test::Mount mount_{test::Mount::Kind::ext4, volume_};
   const test::SigningChain chain_;
-  std::string output_, errors_;
+  std::string output_;
 };
 
 TEST_F(InstallMediaTest, TheToolsOutputArrivesWhileItRuns) {
-  EXPECT_EQ(perform(installer_, volume_, [&] { test::plant(scratch_, "volume/arrived"); }),
-            success);
+  EXPECT_EQ(perform(installer_, volume_), success);
   EXPECT_EQ(output_, "--applicationpath " + installer_ + " --volume " + volume_ +
-                         " --nointeraction PATH=\n");
-  EXPECT_EQ(errors_, "done\n");
+                         " --nointeraction PATH=\ndone\n");
 }
 
 TEST_F(InstallMediaTest, NothingRunsForAnotherVolumeOrInstaller) {
   scratch_.folder("volume/folder");
-  const auto check = [&](const std::string& installer, const std::string& volume, int code) {
+  test::run({"cp", "-R", installer_, scratch_.path("Changed.app")});
+  test::plant(scratch_, "Changed.app/Contents/Resources/added");
+  const std::tuple<std::string, std::string, int> cases[] = {
+      {installer_, volume_ + "/", 19},
+      {installer_, volume_ + "/folder", 19},
+      {installer_, scratch_.path() + "//volume", 19},
+      {installer_, scratch_.path("missing"), 19},
+      {installer_, "", 19},
+      {scratch_.path("missing.app"), volume_, 18},
+      {scratch_.path("Changed.app"), volume_, 18}};
+  for (const auto& [installer, volume, code] : cases) {
     const auto outcome = perform(installer, volume);
-    EXPECT_EQ(output_ + errors_, "");
+    EXPECT_EQ(output_, "");
     ASSERT_TRUE(outcome) << installer << " " << volume;
     EXPECT_EQ(outcome->domain, privilegedOperationErrorDomain);
     EXPECT_EQ(outcome->code, code) << volume;
-    const auto* path = stringIn(outcome->userInfo, filePathErrorKey);
-    EXPECT_EQ(path ? *path : "", code == 18 ? installer : volume);
-  };
-  for (const auto& volume : {volume_ + "/", volume_ + "/folder", scratch_.path() + "//volume",
-                             scratch_.path("missing"), std::string()}) {
-    check(installer_, volume, 19);
+    EXPECT_EQ(*stringIn(outcome->userInfo, filePathErrorKey), code == 18 ? installer : volume);
   }
-  check(scratch_.path("missing.app"), volume_, 18);
-  test::plant(scratch_, "Install.app/Contents/Resources/added");
-  check(installer_, volume_, 18);
 }
 
 }  // namespace

