@@ -49,17 +49,7 @@ Data bytesOf(std::string_view hexadecimal) {
 }
 
 TEST(SMCValueDecoding, EveryTypeHasItsValueAndItsSize) {
-  const std::tuple<SMCCode, const char*, std::string> cases[] = {
-      {smcCode("byte"), "c8", "200"},
-      {smcCode("ui8 "), "c8", "200"},
-      {smcCode("ui8\0"), "c8", "200"},
-      {smcCode("{lsm"), "c8", "200"},
-      {smcCode("{lss"), "c8", "200"},
-      {smcCode("{msp"), "c8", "200"},
-      {smcCode("{mss"), "c8", "200"},
-      {smcCode("ui6 "), "0100", "256"},
-      {smcCode("ui6\0"), "0100", "256"},
-      {smcCode("{pwm"), "0100", "256"},
+  std::vector<std::tuple<SMCCode, const char*, std::string>> cases = {
       {smcCode("ui16"), "fffe", "65534"},
       {smcCode("ui32"), "f0090002", "4027121666"},
       {smcCode("si16"), "8000", "-32768"},
@@ -96,6 +86,13 @@ TEST(SMCValueDecoding, EveryTypeHasItsValueAndItsSize) {
       {smcCode("{lsf"), "000100020003", "SMCPowerLightFlareConfig{Adjust=3 Ceiling=1 MinChange=2}"},
       {smcCode("{lso"), "8002", "SMCPowerLightOverride{Ramp=true TargetBehavior=-128}"},
   };
+  for (const auto type : {smcCode("byte"), smcCode("ui8 "), smcCode("ui8\0"), smcCode("{lsm"),
+                          smcCode("{lss"), smcCode("{msp"), smcCode("{mss")}) {
+    cases.emplace_back(type, "c8", "200");
+  }
+  for (const auto type : {smcCode("ui6 "), smcCode("ui6\0"), smcCode("{pwm")}) {
+    cases.emplace_back(type, "0100", "256");
+  }
   for (const auto& [type, hexadecimal, wanted] : cases) {
     SCOPED_TRACE(Controller::stringFromSMCKey(type));
     auto bytes = bytesOf(hexadecimal);
