@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "filesystem/OperationFixture.h"
-#include "support/Attack.h"
+#include "support/SteppedChild.h"
 
 namespace qrt {
 namespace {

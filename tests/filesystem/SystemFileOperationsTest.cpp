@@ -4,9 +4,9 @@
 
 #include "PortFileSystem.h"
 #include "filesystem/OperationFixture.h"
-#include "support/KillAtEveryCall.h"
 #include "support/Mounts.h"
 #include "support/PlantedFile.h"
+#include "support/SteppedChild.h"
 
 namespace qrt {
 namespace {

@@ -7,8 +7,8 @@
 #include "platform/ProcessTable.h"
 #include "service/ClientSet.h"
 #include "service/ObjectRemoval.h"
-#include "support/KillAtEveryCall.h"
 #include "support/PlantedFile.h"
+#include "support/SteppedChild.h"
 
 namespace qrt {
 namespace {

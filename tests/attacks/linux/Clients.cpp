@@ -1,9 +1,9 @@
 // What an ordinary local user can try against the daemon. Needs root: the attackers become another
 // user. Prints figures, and ends with 1 when one of them is over its limit.
 //
-//   attack_clients ATTACK [--rounds N] [--daemon PROGRAM]
+//   attack_clients ATTACK [ROUNDS]
 //
-// A round of half-sent or dialogs is a second. // PROGRAM is found from the folder of this one.
+// A round of half-sent or dialogs is a second.
 #include <dirent.h>
 #include <poll.h>
 #include <signal.h>
@@ -22,7 +22,6 @@
 #include <vector>
 
 #include "integration/linux/RawClient.h"
-#include "platform/linux/wire/WireConnection.h"
 #include "support/DaemonProcess.h"
 
 namespace qrt {
@@ -35,17 +34,9 @@ using test::RawClient;
 
 constexpr uid_t firstAttacker = 12345;
 
-struct Options {
-  int rounds = 0;
-  std::string daemon = "com.vantor.system.privilegedhelper-vk2";
-};
-
 /// Prints what was measured and remembers whether all of it was within its limits.
 class Figures {
  public:
-  void print(const char* what, double value, const char* unit) {
-    std::printf("%-50s %10.1f %s\n", what, value, unit);
-  }
   void atMost(const char* what, double value, double limit, const char* unit) {
     const bool isKept = value <= limit;
     std::printf("%-50s %10.1f %s (at most %.1f)%s\n", what, value, unit, limit,
@@ -58,7 +49,7 @@ class Figures {
   bool areKept_ = true;
 };
 
-/// Processes of other users that do the same until this goes.
+/// Processes of other users, which this kills at its end.
 class Attackers {
  public:
   void add(uid_t user, const std::function<void()>& act) {
@@ -69,7 +60,7 @@ class Attackers {
     }
     processes_.push_back(child);
   }
-  /// Waits until they have ended by themselves.
+  /// Waits for their own end.
   void join() {
     for (const auto process : processes_) waitpid(process, nullptr, 0);
     processes_.clear();
@@ -83,7 +74,7 @@ class Attackers {
   std::vector<pid_t> processes_;
 };
 
-/// Whether the daemon takes the client in, which refuses it before the handshake otherwise.
+/// Whether the daemon serves the client; else it closes the connection before the handshake.
 bool isServed(RawClient& client) {
   return client.send(RawClient::handshakeBytes()) && client.receiveHandshake();
 }
@@ -102,7 +93,7 @@ int openDescriptors(pid_t process) {
   return count;
 }
 
-/// Until connections that have ended are gone from it.
+/// The number after connections that have ended are closed.
 int settledDescriptors(pid_t process, int wanted) {
   int count = openDescriptors(process);
   for (int i = 0; i < 500 && count > wanted; ++i) {
@@ -146,38 +137,15 @@ int sendToTheDaemon(const DaemonProcess& daemon, int rounds) {
   return wrong;
 }
 
-int sendToAClient(int rounds) {
-  int wrong = 0;
-  for (int round = 0; round < rounds && wrong < enough; ++round) {
-    const MessageWithDescriptors message(round);
-    test::SocketPair pair;
-    RawClient helper(std::move(pair.second));
-    helper.send(
-        test::WireBytes().raw("OK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n").bytes());
-    {
-      auto wire = WireConnection::make(std::move(pair.first), WireConnection::Role::client);
-      if (!wire || !(*wire)->handshake()) return rounds;
-      helper.send(message.bytes, message.descriptors);
-      const bool isTaken = (*wire)->step() == WireConnection::Progress::made;
-      wrong += isTaken != message.isGood;
-    }
-    wrong += !helper.isClosedByPeer();
-  }
-  return wrong;
-}
-
-void sendDescriptors(const Options& options, Figures& figures) {
-  const DaemonProcess daemon("", options.daemon);
+void sendDescriptors(int wantedRounds, Figures& figures) {
+  const DaemonProcess daemon;
   { const auto first = client(daemon); }
-  const int rounds = options.rounds > 0 ? options.rounds : 600;
+  const int rounds = wantedRounds > 0 ? wantedRounds : 600;
   std::this_thread::sleep_for(100ms);
   const int before = openDescriptors(daemon.processID());
   figures.atMost("messages not answered as they should be", sendToTheDaemon(daemon, rounds), 0, "");
   figures.atMost("descriptors left in the daemon",
                  settledDescriptors(daemon.processID(), before) - before, 0, "");
-  const int mine = openDescriptors(getpid());
-  figures.atMost("messages not taken by a client as they should be", sendToAClient(rounds), 0, "");
-  figures.atMost("descriptors left in the client", openDescriptors(getpid()) - mine, 0, "");
 }
 
 // Connections in a loop.
@@ -213,7 +181,7 @@ void connectForEver(const std::string& path, std::size_t kept) {
   }
 }
 
-/// Places that other processes of the user have left become free only after a moment.
+/// The places of other processes of the user become free a moment after their end.
 void holdConnections(const DaemonProcess& daemon, std::size_t count) {
   std::vector<RawClient> held;
   while (held.size() < count) {
@@ -263,9 +231,9 @@ double callsOfARefusal(const DaemonProcess& daemon) {
   return static_cast<double>(calls) / refusals;
 }
 
-void connectInALoop(const Options& options, Figures& figures) {
-  const DaemonProcess daemon("", options.daemon);
-  const int rounds = options.rounds > 0 ? options.rounds : 300;
+void connectInALoop(int wantedRounds, Figures& figures) {
+  const DaemonProcess daemon;
+  const int rounds = wantedRounds > 0 ? wantedRounds : 300;
   const auto measure = [&](const char* what, const std::function<void()>& act) {
     Attackers attackers;
     for (int i = 0; i < 2; ++i) attackers.add(firstAttacker, act);
@@ -317,7 +285,7 @@ class Sampler {
   std::thread thread_;
 };
 
-/// What the daemon's memory grows by, at most, while `act` runs; in MiB.
+/// The largest growth of the daemon's memory while `act` runs, in MiB.
 double growthDuring(const DaemonProcess& daemon, const std::function<void()>& act) {
   const auto before = daemon.memory();
   long most = before;
@@ -370,10 +338,10 @@ double drip(const DaemonProcess& daemon) {
   return std::chrono::duration<double>(Clock::now() - begun).count();
 }
 
-void sendHalf(const Options& options, Figures& figures) {
-  const DaemonProcess daemon("", options.daemon);
+void sendHalf(int wantedRounds, Figures& figures) {
+  const DaemonProcess daemon;
   client(daemon).call("getVersionString");
-  const auto seconds = std::chrono::seconds(options.rounds > 0 ? options.rounds : 3);
+  const auto seconds = std::chrono::seconds(wantedRounds > 0 ? wantedRounds : 3);
   const auto growth = growthDuring(daemon, [&] {
     Attackers attackers;
     attackers.add(firstAttacker, [&] { sendAllButTheEnd(daemon); });
@@ -384,8 +352,8 @@ void sendHalf(const Options& options, Figures& figures) {
   figures.atMost("life of a connection that drips", drip(daemon), deadline + 2, "s");
 }
 
-void takeTurns(const Options& options, Figures& figures) {
-  const DaemonProcess daemon("", options.daemon);
+void takeTurns(int wantedRounds, Figures& figures) {
+  const DaemonProcess daemon;
   constexpr int requests = 60;
   Attackers attackers;
   attackers.add(firstAttacker, [&] {
@@ -402,7 +370,7 @@ void takeTurns(const Options& options, Figures& figures) {
   std::this_thread::sleep_for(2s);
   const auto message = requestWith(20, mebibyte / 10);
   double worst = 0;
-  for (int round = 0; round < std::max(options.rounds, 5); ++round) {
+  for (int round = 0; round < std::max(wantedRounds, 5); ++round) {
     auto root = client(daemon);
     const auto begun = Clock::now();
     if (!root.send(message) || !root.receiveReply()) std::fprintf(stderr, "no answer\n");
@@ -437,11 +405,10 @@ void sendRequestsForDialogs(const DaemonProcess& daemon) {
   for (auto& thread : threads) thread.join();
 }
 
-void askForDialogs(const Options& options, Figures& figures) {
-  const DaemonProcess daemon(
-      "", options.daemon == Options().daemon ? "undecided_daemon" : options.daemon);
+void askForDialogs(int wantedRounds, Figures& figures) {
+  const DaemonProcess daemon("", "undecided_daemon");
   client(daemon).call("getVersionString");
-  const auto seconds = std::chrono::seconds(options.rounds > 0 ? options.rounds : 5);
+  const auto seconds = std::chrono::seconds(wantedRounds > 0 ? wantedRounds : 5);
   const auto growth = growthDuring(daemon, [&] {
     Attackers attackers;
     attackers.add(firstAttacker, [&] { sendRequestsForDialogs(daemon); });
@@ -454,7 +421,7 @@ void askForDialogs(const Options& options, Figures& figures) {
 
 struct Attack {
   const char* name;
-  void (*run)(const Options&, Figures&);
+  void (*run)(int rounds, Figures&);
 };
 
 constexpr Attack attacks[] = {{"descriptors", sendDescriptors},
@@ -463,26 +430,18 @@ constexpr Attack attacks[] = {{"descriptors", sendDescriptors},
                               {"turns", takeTurns},
                               {"dialogs", askForDialogs}};
 
-int usage() {
-  std::fprintf(stderr, "usage: attack_clients ATTACK [--rounds N] [--daemon PROGRAM]\nattacks:");
-  for (const auto& attack : attacks) std::fprintf(stderr, " %s", attack.name);
-  std::fprintf(stderr, "\n");
-  return 2;
-}
-
 int runAttack(int count, char** words) {
-  Options options;
-  for (int i = 2; i + 1 < count; i += 2) {
-    const std::string option = words[i];
-    if (option == "--rounds") options.rounds = std::atoi(words[i + 1]);
-    if (option == "--daemon") options.daemon = words[i + 1];
+  const std::string name = count > 1 ? words[1] : "";
+  const auto* const attack = std::find_if(std::begin(attacks), std::end(attacks),
+                                          [&](const Attack& each) { return name == each.name; });
+  if (attack == std::end(attacks)) {
+    std::fprintf(stderr, "usage: attack_clients ATTACK [ROUNDS]\nattacks:");
+    for (const auto& each : attacks) std::fprintf(stderr, " %s", each.name);
+    std::fprintf(stderr, "\n");
+    return 2;
   }
-  const auto* const attack = std::find_if(
-      std::begin(attacks), std::end(attacks),
-      [&](const Attack& one) { return count > 1 && words[1] == std::string(one.name); });
-  if (attack == std::end(attacks)) return usage();
   Figures figures;
-  attack->run(options, figures);
+  attack->run(count > 2 ? std::atoi(words[2]) : 0, figures);
   return figures.areKept() ? 0 : 1;
 }
 

@@ -25,8 +25,8 @@
 #include "filesystem/objects/QRTFileDeletionAdditions.h"
 #include "operations/HandlerTable.h"
 #include "platform/NativePlatform.h"
-#include "support/Attack.h"
 #include "support/PlantedFile.h"
+#include "support/SteppedChild.h"
 
 namespace qrt {
 namespace {

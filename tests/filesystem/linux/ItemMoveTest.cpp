@@ -9,11 +9,10 @@
 #include "PortFileSystem.h"
 #include "filesystem/FolderChain.h"
 #include "filesystem/objects/FileManager.h"
-#include "support/Attack.h"
 #include "support/ItemFixture.h"
-#include "support/KillAtEveryCall.h"
 #include "support/Mounts.h"
 #include "support/PlatformDouble.h"
+#include "support/SteppedChild.h"
 
 namespace qrt {
 namespace {

@@ -1,5 +1,5 @@
 #include "filesystem/OperationFixture.h"
-#include "support/KillAtEveryCall.h"
+#include "support/SteppedChild.h"
 
 namespace qrt {
 namespace {

@@ -137,6 +137,10 @@ TEST_F(AttributesTest, OnlyExactExternalFormsOfListsAreRead) {
     changed[at] = value;
     EXPECT_FALSE(lists_.internalized(changed)) << at;
   }
+  // libacl would put an array of all entries on the stack.
+  std::string huge = "u::rw,g::r,m::rwx,o::-";
+  for (int user = 1; user < 14'000; ++user) huge += ",u:" + std::to_string(user) + ":r";
+  EXPECT_FALSE(lists_.internalized(*lists_.externalized(list(huge))));
 }
 
 TEST_F(AttributesTest, AFileSystemWithoutListsGetsThePermissionsOnly) {

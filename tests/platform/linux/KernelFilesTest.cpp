@@ -23,6 +23,7 @@ TEST(LinuxVolumes, FindsTheMountPointOfAPath) {
     EXPECT_EQ(*point, place) << path;
   }
   EXPECT_NE(*volumes->mountPoint(scratch.path()), scratch.path());
+  EXPECT_EQ(volumes->mountPoint(std::string("/\0x", 3)).error(), PosixCode::noEntry);
 }
 
 TEST(MountTable, SkipsDamagedLines) {
