@@ -8,7 +8,7 @@ namespace {
 
 using AttributesContract = test::ContractTest;
 
-TEST_F(AttributesContract, ExtendedAttributesComeAndGo) {
+TEST_F(AttributesContract, ExtendedAttributesAreSetAndRemoved) {
   auto& attributes = platform().extendedAttributes;
   auto& files = platform().files;
   const auto file = *files.hold(scratch_.file("file").c_str(), Links::stay);

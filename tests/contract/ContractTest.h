@@ -10,13 +10,13 @@
 
 namespace qrt::test {
 
-/// Knows nothing of the port: whatever is asked for here, each must answer alike.
+/// Uses only the interfaces: every port must answer the same.
 class ContractTest : public testing::Test {
  protected:
   const Platform& platform() const { return native_.facilities(); }
 
-  /// For what is written to places of the system. A port that takes them from a root has them in
-  /// the scratch folder; for another they are the real ones, so tests clean up by the same calls.
+  /// For tests that write to places of the system. They are in the scratch folder where the port
+  /// takes a root, else the real ones, so the tests undo what they write.
   const Platform& sealedPlatform() {
     if (!sealed_) {
       run({"mkdir", "-p", scratch_.path() + getpwuid(geteuid())->pw_dir, scratch_.path("etc"),
@@ -33,7 +33,7 @@ class ContractTest : public testing::Test {
   std::unique_ptr<NativePlatform> sealed_;
 };
 
-/// Stands for this process's own test only.
+/// No other test has this name.
 inline std::string uniqueName() { return "com.vantor.contract-test-" + std::to_string(getpid()); }
 
 }  // namespace qrt::test

@@ -6,7 +6,6 @@
 #include "platform/CallerProcess.h"
 #include "platform/FileSystem.h"
 #include "platform/JobControl.h"
-#include "platform/Log.h"
 #include "platform/ProcessTable.h"
 #include "platform/SelfProcess.h"
 #include "platform/Subprocess.h"
@@ -18,7 +17,7 @@ namespace {
 
 using ProcessesContract = test::ContractTest;
 
-TEST_F(ProcessesContract, TheTableHasThisProcess) {
+TEST_F(ProcessesContract, TheProcessTableHasThisProcess) {
   const auto processes = platform().processes.processes();
   ASSERT_TRUE(processes);
   const auto own = std::find_if(processes->begin(), processes->end(),
@@ -47,7 +46,7 @@ TEST_F(ProcessesContract, UsersAreKnownListedOrNot) {
   EXPECT_FALSE(platform().users.isKnownUserID(1234567890));
 }
 
-TEST_F(ProcessesContract, SearchesAtTheSameTimeDoNotTakeUsersFromEachOthersLists) {
+TEST_F(ProcessesContract, ListingsAtTheSameTimeAreComplete) {
   const auto list = [this] { return platform().users.listedUserIDs(); };
   const auto listed = list();
   std::future<UserIDs> lists[8];
@@ -55,7 +54,7 @@ TEST_F(ProcessesContract, SearchesAtTheSameTimeDoNotTakeUsersFromEachOthersLists
   for (auto& each : lists) EXPECT_EQ(each.get(), listed);
 }
 
-TEST_F(ProcessesContract, ProgramsTellBothStreamsAndTheirStatus) {
+TEST_F(ProcessesContract, AChildReportsItsStreamsAndItsStatus) {
   auto child = Subprocess::prepare();
   ASSERT_TRUE(child);
   const std::vector<std::string> arguments{"-c", "echo \"$CONTRACT\"; echo wrong >&2; exit 3"};
@@ -80,15 +79,6 @@ TEST_F(ProcessesContract, JobsAreRemovedByAToolOfTheSystem) {
   const auto runs = platform().jobControl.removalRuns(test::uniqueName());
   ASSERT_FALSE(runs.empty());
   for (const auto& arguments : runs) EXPECT_TRUE(arguments.back().starts_with(test::uniqueName()));
-}
-
-/// Only a person can tell whether the lines arrive.
-TEST_F(ProcessesContract, LinesOfEveryLevelAreTaken) {
-  platform().log.write(LogLevel::standard, "before the log is open", {});
-  platform().log.open(test::uniqueName(), "contract");
-  for (const auto level : {LogLevel::standard, LogLevel::info, LogLevel::error, LogLevel::fault}) {
-    platform().log.write(level, "a line with 100 % and\na second one", {});
-  }
 }
 
 }  // namespace

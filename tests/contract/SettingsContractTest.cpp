@@ -41,13 +41,13 @@ TEST_F(SettingsContract, ConfigurationsAreChangedUnderTheLock) {
   unlink(("/Library/Preferences/SystemConfiguration/" + name).c_str());
 }
 
-TEST_F(SettingsContract, KernelSettingsThatDoNotExistAreNoEntry) {
+TEST_F(SettingsContract, AMissingKernelSettingIsNoEntry) {
   for (const char* name : {"", "no.such.setting"}) {
     EXPECT_EQ(platform().kernelSettings.write(name, 0), PosixCode::noEntry) << name;
   }
 }
 
-TEST_F(SettingsContract, FirmwareVariablesThatDoNotExistAreNone) {
+TEST_F(SettingsContract, AMissingFirmwareVariableHasNoValue) {
   const auto options = platform().nvram.options();
   ASSERT_TRUE(options);
   if (!*options) return;  // No variables on this computer, and it says so.

@@ -32,13 +32,13 @@ TEST_F(SystemContract, PropertyListsAreReadInEveryFormAndHeldToTheLimits) {
 
 TEST_F(SystemContract, TheVersionFileSaysWhichSystemThisIs) {
   const auto bytes = readSystemVersionFile("/");
-  if (!bytes) return;  // The system has none.
+  if (!bytes) return;  // The system has no such file.
   const auto list = readPropertyList(*bytes);
   ASSERT_TRUE(list && list->dictionary());
   EXPECT_TRUE(stringIn(*list->dictionary(), "ProductVersion"));
 }
 
-TEST_F(SystemContract, RightsAreKeptAndTakenAway) {
+TEST_F(SystemContract, RightsAreSetAndRemoved) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   auto& authority = sealedPlatform().authority;
   const auto name = test::uniqueName();
@@ -54,7 +54,7 @@ TEST_F(SystemContract, RightsAreKeptAndTakenAway) {
   EXPECT_FALSE(authority.createFromExternalForm({}, {}, platform().log));
 }
 
-TEST_F(SystemContract, AServiceThatNobodyOffersIsAnErrorOfTheConnection) {
+TEST_F(SystemContract, ConnectingWithoutAServiceIsAnError) {
   const auto connection = platform().helperConnector.connect(scratch_.path("nobody"));
   const auto answer = connection ? (*connection)->getVersionString() : connection.error();
   ASSERT_FALSE(answer);

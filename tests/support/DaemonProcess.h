@@ -8,7 +8,7 @@
 namespace qrt::test {
 
 /// Listens at a socket in a scratch folder and starts the daemon beside this program as soon as it
-/// is made, the way an activator does. Stops it and removes the folder when it goes.
+/// is made, as an activator does. The destructor stops it and removes the folder.
 class DaemonProcess {
  public:
   /// `launcher` is a command that runs another: "prlimit --nofile=48". `program` is one of this
@@ -22,8 +22,8 @@ class DaemonProcess {
   const std::string& folder() const { return folder_; }
   std::string socketPath() const { return folder_ + "/socket"; }
   pid_t processID() const { return process_; }
-  /// In KiB, without the libraries that come in when they are first used. 0 in a build that watches
-  /// itself at the price of memory.
+  /// In KiB, without libraries that are loaded at their first use. 0 in a build with sanitizers,
+  /// which need memory themselves.
   long memory() const;
 
   /// Waits for the daemon to end by itself and returns its exit status; -1 after ten seconds or

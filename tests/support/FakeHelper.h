@@ -1,4 +1,4 @@
-// A daemon that answers as a test tells it to.
+// A daemon whose answers a test sets.
 #pragma once
 
 #include <chrono>

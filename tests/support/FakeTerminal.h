@@ -18,11 +18,11 @@ class FakeTerminal : public Terminal {
   std::size_t width = 80;
   /// Streams whose reader has gone.
   std::set<StandardStream> deaf;
-  /// Streams whose reader makes everybody wait.
+  /// Streams whose reader is slow.
   std::set<StandardStream> slow;
   /// Is called before anything is written.
   std::function<void()> whileWriting;
-  /// What a person types; null when nobody is there.
+  /// The text that a person types; empty without a person.
   std::optional<std::string> typed;
 
   bool isTerminal(StandardStream stream) const override { return terminals.contains(stream); }

@@ -1,4 +1,4 @@
-// Files that stand for those of a system, below a folder that stands for its root.
+// Files of a system below a folder that replaces its root.
 #pragma once
 
 #include <fstream>

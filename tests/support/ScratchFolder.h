@@ -18,7 +18,7 @@
 
 namespace qrt::test {
 
-/// Runs a program and tells whether it ended with status 0. What it prints is lost.
+/// Runs a program and returns whether it ended with status 0. Its output is dropped.
 inline bool run(std::vector<std::string> arguments) {
   const auto child = fork();
   if (child == 0) {
@@ -56,8 +56,8 @@ inline struct stat statusOf(const std::string& path) {
   return status;
 }
 
-/// Makes trees below a new folder; names are relative to it. Flags that were set through it are
-/// cleared before the folder goes, whatever became of the test.
+/// Makes trees below a new folder; names are relative to it. The destructor clears flags that were
+/// set through it and removes the folder.
 class ScratchFolder {
  public:
   /// `where` is on a memory file system by default where there is one.

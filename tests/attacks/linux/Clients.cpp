@@ -268,7 +268,7 @@ void connectInALoop(int wantedRounds, Figures& figures) {
 constexpr std::uint64_t nop = 9998;
 constexpr std::size_t mebibyte = 1 << 20;
 
-/// Calls `sample` again and again until this goes.
+/// Calls `sample` every other millisecond until it is destroyed.
 class Sampler {
  public:
   explicit Sampler(std::function<void()> sample)

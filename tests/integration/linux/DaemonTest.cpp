@@ -367,7 +367,7 @@ TEST_F(DaemonTest, RefusesUnusableFeedbackEndpoints) {
   const std::pair<const char*, std::vector<int>> cases[] = {
       {"a pipe", {writing.get()}},
       {"two sockets", {pair.first.get(), another.first.get()}},
-      {"nobody shakes hands", {pair.first.get()}}};
+      {"no handshake comes", {pair.first.get()}}};
   auto peer = client();
   for (const auto& [name, sent] : cases) {
     const auto body = request(deleteFoldercontents, static_cast<std::uint32_t>(sent.size()),

@@ -1,4 +1,4 @@
-// Programs that write more than anybody wants to hold, run through the daemon's socket.
+// Programs that write more than memory can hold, run through the daemon's socket.
 #include <atomic>
 #include <thread>
 
@@ -20,7 +20,7 @@ class FloodTest : public test::DaemonFixture {
     return scratch_.path(name);
   }
 
-  /// Has the modes of a tree listed again and again: a line for each object, a thousand times.
+  /// Lists the modes of a tree a thousand times, with a line for each object.
   static Outcome listModes(HelperConnection& connection, const std::string& tree,
                            const FeedbackHandler& handler) {
     Array arguments{"/App", "chmod", "-Rv", "u+r"};
@@ -32,7 +32,7 @@ class FloodTest : public test::DaemonFixture {
   const test::ScratchFolder scratch_{"/dev/shm"};
 };
 
-/// Output that shall be one text again and again.
+/// Output that must repeat one text.
 struct RepeatedText {
   const std::string text;
   std::size_t taken = 0;
@@ -48,7 +48,7 @@ struct RepeatedText {
   }
 };
 
-TEST_F(FloodTest, AReaderThatStopsStopsItsOwnProgramOnlyAndNothingIsMixedLostOrKept) {
+TEST_F(FloodTest, AStalledReaderStopsOnlyItsProgramAndOthersGetAllOutput) {
   const auto stalledTree = makeTree("stalled");
   std::atomic<bool> hasStalled = false, mayGoOn = false;
   std::thread stalled([&] {
@@ -86,7 +86,7 @@ TEST_F(FloodTest, AReaderThatStopsStopsItsOwnProgramOnlyAndNothingIsMixedLostOrK
   for (auto& request : requests) request.join();
   EXPECT_LT(most - before, 8 << 10) << "KiB";
 
-  // The daemon ends when the request that was left behind has: its program went on, unheard.
+  // The daemon ends after the abandoned request, whose program continued without a reader.
   mayGoOn = true;
   mayGoOn.notify_all();
   stalled.join();

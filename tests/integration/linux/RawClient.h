@@ -1,4 +1,4 @@
-// A client that sends exactly the bytes it is told to.
+// A client that sends exactly the bytes that it is given.
 #pragma once
 
 #include <sys/socket.h>
@@ -17,7 +17,7 @@
 
 namespace qrt::test {
 
-/// Its peer has half a minute for each answer.
+/// The peer has half a minute for each reply.
 class RawClient {
  public:
   struct Reply {
@@ -124,7 +124,7 @@ class RawClient {
     return bytes;
   }
 
-  /// The arguments of a request that says it sends that many endpoints for feedback.
+  /// The arguments of a request that announces that many endpoints for feedback.
   template <class Write>
   static Data request(std::uint64_t code, const Data& form, std::uint32_t endpoints, Write write) {
     WireBytes body;

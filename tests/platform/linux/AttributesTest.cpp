@@ -114,8 +114,8 @@ TEST_F(AttributesTest, AListLeavesTheObjectItsOwnEntries) {
     for (const auto& [text, expected] : cases) {
       EXPECT_EQ(setList(file, text), PosixCode::success);
       EXPECT_EQ(aclOf(file), expected) << text;
-      const auto told = lists_.externalized(*lists_.list(hold(file)));
-      EXPECT_EQ(lists_.setList(hold(file), *lists_.internalized(*told)), PosixCode::success);
+      const auto form = lists_.externalized(*lists_.list(hold(file)));
+      EXPECT_EQ(lists_.setList(hold(file), *lists_.internalized(*form)), PosixCode::success);
       EXPECT_EQ(aclOf(file), expected) << text;
     }
   }

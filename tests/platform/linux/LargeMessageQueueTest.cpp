@@ -43,7 +43,7 @@ TEST_F(LargeMessageQueueTest, OneUserReadsOneAndKeepsTwoOfTheLargest) {
   EXPECT_TRUE(hasCome(third));
 }
 
-TEST_F(LargeMessageQueueTest, WhoWasServedLongestAgoIsNextAndRootWaitsForNoOther) {
+TEST_F(LargeMessageQueueTest, ServesUsersInTurnAndRootAtOnce) {
   std::vector<Turn> read;
   for (std::uint32_t user = 1; user <= 4; ++user) read.push_back(ask(user));
   std::vector<Turn> heavy;
@@ -56,7 +56,7 @@ TEST_F(LargeMessageQueueTest, WhoWasServedLongestAgoIsNextAndRootWaitsForNoOther
       {&others, "user 3 was served before user 4"},
       {&heavy[0], "user 4 was served before the newcomers came"},
       {&newcomers, "the others have been served since"},
-      {&small, "nobody overtook it or was overtaken by it"}};
+      {&small, "it was neither overtaken nor overtook another"}};
   for (const auto& [next, why] : order) {
     // The first two to leave are users 3 and 4, whose own limit they make room in as well.
     read.erase(read.begin() + (read.size() > 2 ? 2 : 0));
@@ -65,7 +65,7 @@ TEST_F(LargeMessageQueueTest, WhoWasServedLongestAgoIsNextAndRootWaitsForNoOther
   EXPECT_FALSE(hasCome(heavy[1]));
 }
 
-TEST_F(LargeMessageQueueTest, LeavingInAnyStateMakesRoomForOthers) {
+TEST_F(LargeMessageQueueTest, AMessageThatLeavesInAnyStateMakesRoom) {
   std::vector<std::thread> users;
   std::atomic<int> had = 0;
   for (std::uint32_t user = 0; user < 8; ++user) {

@@ -60,7 +60,7 @@ class LinuxRightsTest : public LinuxAuthorityTest {
 constexpr auto granted = AuthorizationStatus::noError;
 constexpr auto denied = AuthorizationStatus::denied;
 
-TEST_F(LinuxRightsTest, AreGrantedByUser) {
+TEST_F(LinuxRightsTest, RootHasAllRightsOtherUsersThoseThatAllow) {
   EXPECT_EQ(authority_.rightGet("everybodys"), denied);
   EXPECT_EQ(set("everybodys", "allow"), granted);
   EXPECT_EQ(set("admins", "authenticate-admin"), granted);
@@ -78,7 +78,7 @@ TEST_F(LinuxRightsTest, AreGrantedByUser) {
   EXPECT_EQ(ask(1000, "everybodys"), denied);
 }
 
-TEST_F(LinuxRightsTest, AreActionsOfPolkitAsWell) {
+TEST_F(LinuxRightsTest, EachRightIsAnActionOfPolkit) {
   ASSERT_EQ(set("com.example.open", "allow"), granted);
   ASSERT_EQ(set("com.example.shut", "authenticate-admin"), granted);
   const auto open = action("com.example.open"), shut = action("com.example.shut");
@@ -87,7 +87,7 @@ TEST_F(LinuxRightsTest, AreActionsOfPolkitAsWell) {
   EXPECT_THAT(contentsOf(shut), HasSubstr("<allow_any>auth_admin</allow_any>"));
   EXPECT_EQ(statusOf(open).st_mode, S_IFREG | 0644u);
 
-  // What an administrator changed stays; what is missing comes back.
+  // An administrator's change stays; a missing file is restored.
   scratch_.file("usr/share/polkit-1/actions/com.example.open.policy", "changed");
   unlink(shut.c_str());
   EXPECT_EQ(authority_.rightGet("com.example.shut"), denied);
@@ -163,7 +163,7 @@ TEST_F(LinuxAuthorityTest, AFormOfAnEarlierBootIsNotAccepted) {
   }
 }
 
-TEST_F(LinuxAuthorityTest, TheKeyIsRootsAndStaysTheSame) {
+TEST_F(LinuxAuthorityTest, TheKeyIsPrivateAndIsKept) {
   const auto form = *authority_.externalForm(self(0));
   const auto key = statusOf(state_ + "/authorization.key");
   EXPECT_EQ(key.st_mode, S_IFREG | 0600u);

@@ -43,7 +43,7 @@ TEST_F(LinuxLogTest, LevelsArePrioritiesOnStandardError) {
             "<5>Started 7.\n<6>Public 'a', private '<private>'.\n<3>Failed.\n<2>Broken.\n");
 }
 
-TEST_F(LinuxLogTest, NothingThatIsLoggedCanForgeALineOrSteerATerminal) {
+TEST_F(LinuxLogTest, EscapesControlCharactersAndInvalidBytes) {
   const std::pair<std::string, std::string> cases[] = {
       {"a\n<0>forged", "a\\x0a<0>forged"},
       {"\x1b[31mred\r\t\x7f", "\\x1b[31mred\\x0d\\x09\\x7f"},
@@ -79,7 +79,7 @@ class JournalTest : public testing::Test {
     ASSERT_EQ(bind(journal.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
   }
 
-  /// The fields of the next line, each behind a line feed.
+  /// The fields of the next line, each after a line feed.
   std::string received() {
     char datagram[1 << 16];
     const auto length = recv(journal.get(), datagram, sizeof datagram, MSG_DONTWAIT);
@@ -90,7 +90,7 @@ class JournalTest : public testing::Test {
   const FileDescriptor journal{socket(AF_UNIX, SOCK_DGRAM, 0)};
 };
 
-TEST_F(JournalTest, TakesFields) {
+TEST_F(JournalTest, GetsTheFieldsOfALine) {
   const auto log = makeLog("/", WithoutJournal::nowhere);
   log->error("Early.");
   log->open("com.example", "standard");

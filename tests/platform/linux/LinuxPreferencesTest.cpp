@@ -100,7 +100,7 @@ TEST_F(LinuxPreferencesTest, TheDomainNamesTheFileAndItsOwner) {
   }
 }
 
-TEST_F(LinuxPreferencesTest, WhatCannotBePartOfANameHasNoSettings) {
+TEST_F(LinuxPreferencesTest, RefusesNamesThatCannotBePartOfAFileName) {
   for (const auto& text : {std::string(), std::string("."), std::string(".."),
                            std::string("../app"), std::string("a\0b", 3)}) {
     const PreferenceSelector named{Kind::named, text};
@@ -139,7 +139,7 @@ TEST_F(LinuxPreferencesTest, AFileKeepsItsOwnerAndWhatIsNotChanged) {
   }
 }
 
-TEST_F(LinuxPreferencesTest, AKeyIsRemovedAndAnAbsentOneIsNone) {
+TEST_F(LinuxPreferencesTest, RemovingAKeyTwiceSucceeds) {
   EXPECT_TRUE(set("key", {}));
   EXPECT_FALSE(test::exists(home + "/GNUstep")) << "nothing was to be kept";
   const auto file = plantDefaults("{a = 1; b = 2;}", 0600, user, group);
@@ -160,7 +160,7 @@ TEST_F(LinuxPreferencesTest, SettingsThatCannotBeReadAreNotLost) {
   EXPECT_FALSE(set("key", "value")) << "its user could not have read it";
 }
 
-TEST_F(LinuxPreferencesTest, NothingPlantedLeadsAnywhereElse) {
+TEST_F(LinuxPreferencesTest, FollowsNoLinkThatTheUserPlanted) {
   const auto target = root.path("outside/Defaults/app.plist");
   root.make("mkdir -p outside/Defaults; printf precious > outside/Defaults/app.plist");
   root.make("chown -R nobody outside");
@@ -182,7 +182,7 @@ TEST_F(LinuxPreferencesTest, NothingPlantedLeadsAnywhereElse) {
     makeAtHome("rm -rf GNUstep; own .");
   }
   EXPECT_FALSE(test::exists(root.path("outside/.GNUstepDefaults.lck")));
-  // What lies at the temporary name is not written through either.
+  // A link at the temporary name is not followed either.
   makeAtHome(inDefaults + "ln -s $outside/Defaults/app.plist .app.plist.new; own .");
   EXPECT_TRUE(set("key", "value"));
   EXPECT_EQ(contentsOf(target), "precious");
@@ -202,7 +202,7 @@ TEST_F(LinuxPreferencesTest, ChangesAtTheSameTimeAreAllKept) {
   EXPECT_EQ(rmdir((defaults + "/.lck").c_str()), 0) << "a lock was left";
 }
 
-TEST_F(LinuxPreferencesTest, ALockIsWaitedForUnlessItWasAbandoned) {
+TEST_F(LinuxPreferencesTest, WaitsForALockAndRemovesAnAbandonedOne) {
   const auto lock = defaults + "/.lck/.GNUstepDefaults.lck";
   makeAtHome("mkdir -p " + lock + "; own GNUstep");
   auto change = std::async(std::launch::async, [this] { return set("key", 1); });
@@ -215,7 +215,7 @@ TEST_F(LinuxPreferencesTest, ALockIsWaitedForUnlessItWasAbandoned) {
   EXPECT_FALSE(test::exists(lock));
 }
 
-TEST_F(LinuxPreferencesTest, TheToolOfThoseDefaultsSeesThemAsItsUser) {
+TEST_F(LinuxPreferencesTest, TheDefaultsToolReadsThemAsTheUser) {
   if (!test::run({"defaults", "domains"})) GTEST_SKIP() << "needs GNUstep's defaults";
   // An account of its own, whose home the tool finds in the password database.
   const auto database = root.file(

@@ -32,7 +32,7 @@ TEST_F(LinuxKernelSettingsTest, DotsSeparateAndSlashesAreDots) {
   EXPECT_EQ(contentsOf(dotted), "9223372036854775807");
 }
 
-TEST_F(LinuxKernelSettingsTest, NothingOutsideIsReached) {
+TEST_F(LinuxKernelSettingsTest, ReachesNothingOutsideItsFolder) {
   const auto outside = test::plant(root, "proc/outside");
   test::plant(root, "proc/sys/kernel/limit");
   root.link("proc/sys/folderlink", root.path("proc"));
@@ -94,7 +94,7 @@ TEST_F(LinuxSystemConfigurationTest, ValuesAreKeptInTheFileThatIsNamed) {
   EXPECT_EQ(read("preferences.plist"), (Dictionary{{"key", Array{"a", 1}}, {"other", "b"}}));
   EXPECT_EQ(read("site.plist"), (Dictionary{{"key", true}}));
   EXPECT_TRUE(change("", "key", {}));
-  EXPECT_FALSE(change("", "key", {})) << "there is none any more";
+  EXPECT_FALSE(change("", "key", {})) << "it was removed before";
   EXPECT_EQ(read("preferences.plist"), (Dictionary{{"other", "b"}}));
 
   const auto session = configuration->open("client", "site.plist");
@@ -169,7 +169,7 @@ TEST_F(NetworkServicesTest, ANetworkServiceIsAnInterface) {
   EXPECT_FALSE(session->networkService("qrta")->supportsIPv6());
 }
 
-TEST_F(NetworkServicesTest, IPv6FollowsAndIsKept) {
+TEST_F(NetworkServicesTest, IPv6ChangesAtOnceAndAtTheNextStart) {
   root.make("ip link set qrta up; ip link set qrt.b up");
   const auto file = test::plant(root, "etc/sysctl.d/60-com.vantor.system.privilegedhelper-vk2.conf",
                                 "# by hand\nnet/ipv6/conf/qrt.b/disable_ipv6=0");

@@ -15,7 +15,7 @@ namespace {
 
 using test::RawClient;
 
-/// What becomes of a connection to whose server that message is sent.
+/// The progress of a server that gets that message.
 WireConnection::Progress progressAfter(const Data& message, LargeMessageQueue* queue) {
   test::SocketPair pair;
   auto wire = std::move(*WireConnection::make(std::move(pair.first), WireConnection::Role::server));
@@ -42,7 +42,7 @@ Data call(std::size_t fieldSize, std::size_t bodySize) {
   return bytes;
 }
 
-TEST(WireConnection, TakesLargeMessagesWhereTheyAreAwaitedAndNoLargeHeaders) {
+TEST(WireConnection, TakesLargeMessagesWithAQueueButNoLargeHeaders) {
   constexpr auto largest = LargeMessageQueue::largestWithout;
   const struct {
     const char* name;
@@ -50,7 +50,7 @@ TEST(WireConnection, TakesLargeMessagesWhereTheyAreAwaitedAndNoLargeHeaders) {
     bool takesLarge, isTaken;
   } cases[] = {{"small", call(largest / 4, largest / 4), false, true},
                {"large", call(1, largest), true, true},
-               {"large, to an end that takes none", call(1, largest), false, false},
+               {"large, without a queue", call(1, largest), false, false},
                {"large header", call(largest, 1), true, false}};
   for (const auto& [name, message, takesLarge, isTaken] : cases) {
     LargeMessageQueue queue;
@@ -74,7 +74,7 @@ void answerWithoutText(int listening) {
   caller.isClosedByPeer();
 }
 
-TEST(LinuxHelperConnection, TakesAnErrorWithoutATextByItsName) {
+TEST(LinuxHelperConnection, ReportsTheNameOfAnErrorWithoutText) {
   const test::ScratchFolder scratch;
   const auto path = scratch.path("socket");
   const FileDescriptor listening(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
@@ -93,7 +93,7 @@ TEST(LinuxHelperConnection, TakesAnErrorWithoutATextByItsName) {
   helper.join();
 }
 
-/// The peer does not read, so that a message waits here, and is gone when its call is read.
+/// The peer does not read, so a message waits here; it has left when its call is read.
 TEST(WireConnection, ReadsWhatAPeerSentBeforeItLeft) {
   test::SocketPair sockets;
   const auto wire =

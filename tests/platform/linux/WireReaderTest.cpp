@@ -49,7 +49,7 @@ TEST(WireReader, ReadsEveryKindOfValue) {
                            Array{7}, Dictionary{{"key", "value"}}, Error{"domain", 5, {}}}));
 }
 
-TEST(WireReader, BigEndianToo) {
+TEST(WireReader, ReadsBigEndianNumbers) {
   const std::uint8_t bytes[] = {0, 0, 0, 5, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0};
   WireReader from(bytes, /*bigEndian=*/true);
   EXPECT_EQ(from.uint32(), 5u);
@@ -108,7 +108,7 @@ TEST(WireReader, BoundsDepthAndNumber) {
   EXPECT_FALSE(from.ok());
 }
 
-TEST(EncodedArguments, AnswerAsDecodedOnesDo) {
+TEST(EncodedArguments, HaveTheMetadataOfDecodedOnes) {
   const auto metadata = [](WireBytes& values, std::size_t promptSize) -> WireBytes& {
     return values.signature("s").string("!QRTMETA!").signature("a{sv}").array(8, [&](auto& map) {
       map.align(8)

@@ -7,7 +7,7 @@
 
 namespace qrt::test {
 
-/// "user::rw-,user:77:rwx,...", a folder's default entries behind its own; "" without the tool.
+/// "user::rw-,user:77:rwx,...", a folder's default entries after its own; "" without the tool.
 inline std::string aclOf(const std::string& path) {
   auto text = printed("getfacl -nEcp '" + path + "' 2>/dev/null");
   std::replace(text.begin(), text.end(), '\n', ',');

@@ -15,7 +15,7 @@ const std::map<Mount::Kind, std::pair<std::string, const char*>> formats = {
     {Mount::Kind::xfs, {"mkfs.xfs -q", "320M"}},
     {Mount::Kind::btrfs, {"mkfs.btrfs -q", "128M"}}};
 
-/// A namespace that ends with the process: nothing stays behind, nobody else sees a mount.
+/// A namespace of this process, which takes all mounts with it; no other process sees them.
 bool ownNamespace() {
   static const bool own =
       unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
