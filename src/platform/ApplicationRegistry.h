@@ -1,4 +1,4 @@
-// What the system knows about the software on its disks.
+// The system's knowledge of installed software.
 #pragma once
 
 #include <memory>
@@ -26,13 +26,13 @@ class ApplicationRegistry {
  public:
   virtual ~ApplicationRegistry() = default;
 
-  /// Where applications with that bundle identifier are installed.
+  /// The places of all installed applications with that bundle identifier; empty without one.
   virtual std::vector<ApplicationURL> applicationURLs(const std::string& bundleIdentifier) = 0;
 
-  /// When a file or bundle was last used by a person.
+  /// When a user last opened a file or bundle; no value when the system has no record.
   virtual std::optional<Date> dateLastUsed(const std::string& path) = 0;
 
-  /// Null where the port has no such objects, or none for that path.
+  /// Null when the path is not a bundle, and on ports without such objects.
   virtual std::shared_ptr<const SystemBundle> systemBundle(const std::string& path) = 0;
 };
 

@@ -15,7 +15,7 @@ namespace qrt {
 
 class Log;
 
-/// Status of the authorization services.
+/// Status codes of the authorization services.
 enum class AuthorizationStatus : std::int32_t {
   noError = 0,
   invalidPointer = -60004,
@@ -41,7 +41,7 @@ inline constexpr std::uint32_t destroyRights = 8;
 
 using AuthorizationExternalForm = std::array<std::uint8_t, 32>;
 
-/// The records that the authorization services take. Names are constants; values are heap copies.
+/// Records for the authorization services. Names are constants; values are heap copies.
 struct AuthorizationItem {
   const char* name;
   std::size_t valueLength;
@@ -54,13 +54,13 @@ struct AuthorizationEnvironment {
   AuthorizationItem* items;
 };
 
-/// A reference to one client's authorization. Dropping it keeps the rights that were acquired
-/// through it; `free` says otherwise.
+/// A reference to one client's authorization. Its destructor keeps the rights that were acquired
+/// through it; `free` can destroy them.
 class Authorization {
  public:
   virtual ~Authorization() = default;
 
-  /// Asks for one right. May block for as long as a person takes to answer a dialog.
+  /// Asks for one right. Can block for as long as a user takes to answer a dialog.
   virtual AuthorizationStatus copyRight(const std::string& rightName,
                                         const AuthorizationEnvironment& environment,
                                         std::uint32_t flags) = 0;
@@ -74,16 +74,16 @@ class Authority {
  public:
   virtual ~Authority() = default;
 
-  /// A reference for the authorization that a client externalized. A dialog about one of its rights
-  /// lasts no longer than the connection of `caller`, who sent the form and need not have made it.
-  /// `log` gets the lines about it and outlives the reference.
+  /// A reference to the authorization that a client externalized. `caller` sent the form, but maybe
+  /// another process made it; a dialog about a right ends with the connection of `caller`. `log`
+  /// gets the lines about it and outlives the reference.
   virtual Result<std::unique_ptr<Authorization>, AuthorizationStatus> createFromExternalForm(
       const Caller& caller, const AuthorizationExternalForm& form, Log& log) = 0;
 
-  /// A fresh reference of this process, without rights.
+  /// A new reference of this process, without rights.
   virtual Result<std::unique_ptr<Authorization>, AuthorizationStatus> create() = 0;
 
-  /// The rights database. `rightGet` answers `denied` for a right that is not there.
+  /// The rights database. `rightGet` returns `denied` for an unknown right.
   virtual AuthorizationStatus rightGet(const std::string& name) = 0;
   virtual AuthorizationStatus rightSet(Authorization& authorization, const std::string& name,
                                        const PropertyValue& definition,

@@ -9,15 +9,15 @@
 
 namespace qrt {
 
-/// A device that is open for writing. What is written goes past the system's cache where the device
-/// lets it. For one thread at a time.
+/// A device that is open for writing. Writes bypass the system's cache where the device supports
+/// that. Not thread-safe.
 class BlockDevice {
  public:
   static constexpr std::size_t largestWrite = 1 << 20;
 
   virtual ~BlockDevice() = default;
 
-  /// In bytes: the size of each write must be a multiple of it. 1 where the system completes
+  /// The size of each write must be a multiple of this, in bytes. 1 where the system completes
   /// sectors by itself.
   virtual std::size_t writeUnit() const = 0;
 
@@ -26,7 +26,8 @@ class BlockDevice {
   /// at the same place, though some bytes after it may have been written.
   virtual PosixResult<std::size_t> writeZeros(std::size_t count) = 0;
 
-  /// Waits until what was written is on the device. Returns at once for one that keeps nothing.
+  /// Waits until the written bytes are on the device. Succeeds at once for a device that stores
+  /// nothing.
   virtual PosixCode synchronize() = 0;
 };
 

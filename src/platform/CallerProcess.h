@@ -12,18 +12,18 @@ namespace qrt {
 
 class CallerProcess {
  public:
-  /// Ends its own effect when it goes.
+  /// Restores the signal handling when it is destroyed.
   class InterruptionGuard {
    public:
     virtual ~InterruptionGuard() = default;
   };
 
-  /// Asks the person at the terminal for the passwords that this process's requests need. When it
-  /// goes, the terminal is as it was before, whatever was being typed.
+  /// Asks the user at the terminal for the passwords that this process's requests need. Its
+  /// destructor restores the terminal, also in the middle of a question.
   class TextAgent {
    public:
     virtual ~TextAgent() = default;
-    /// Gives up the question that is being asked. Async-signal-safe.
+    /// Cancels the current question. Async-signal-safe.
     virtual void dismiss() = 0;
   };
 
@@ -31,16 +31,17 @@ class CallerProcess {
 
   virtual std::int32_t processIdentifier() const = 0;
 
-  /// Absolute path of the current folder, without symbolic links.
+  /// The absolute path of the current folder, without symbolic links. `noEntry` when the folder was
+  /// removed or is outside of the process's root.
   virtual PosixResult<std::string> currentFolder() const = 0;
 
-  /// While the guard lives, an interruption (of the keyboard, or a request to end) calls `action`
-  /// instead of ending the process. It runs in a signal handler, on any thread, maybe more than
-  /// once. One guard at a time.
+  /// While the guard lives, a signal that asks the process to end (SIGINT, SIGQUIT, SIGTERM,
+  /// SIGHUP) calls `action` instead of ending it. `action` runs in a signal handler, on any thread,
+  /// maybe more than once. A signal that was ignored stays ignored. One guard at a time.
   virtual std::unique_ptr<InterruptionGuard> catchInterruptions(std::function<void()> action) = 0;
 
-  /// Null where nobody can be asked this way: this process is not in the foreground of a terminal,
-  /// or the system has no agent for terminals. An interruption makes it null as well.
+  /// Null when this process is not in the foreground of a terminal, when the system has no agent
+  /// for terminals, and after an interruption.
   virtual std::unique_ptr<TextAgent> startTextAgent() = 0;
 };
 

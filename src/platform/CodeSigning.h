@@ -13,7 +13,7 @@
 
 namespace qrt {
 
-/// Codes of `osStatusErrorDomain` that a validity check fails with; the same on every port.
+/// Codes of `osStatusErrorDomain` with which a validity check fails; the same on every port.
 namespace code_signing_status {
 /// Bytes of the executable are not those that were signed, or its signature names no hash for them.
 inline constexpr std::int32_t signatureFailed = -67061;
@@ -25,28 +25,28 @@ inline constexpr std::int32_t signatureUnsupported = -67059;
 inline constexpr std::int32_t infoPlistFailed = -67030;
 /// The list of sealed files is not the one that was signed, or cannot be read.
 inline constexpr std::int32_t resourcesInvalid = -67055;
-/// Files of the bundle are not as they were sealed; the user information says which.
+/// Files of the bundle differ from the seal; the user information lists them.
 inline constexpr std::int32_t badResource = -67054;
 }  // namespace code_signing_status
 
-/// Keys of a `badResource` error's user information. The value of each is an array with the paths
-/// of the files, strings, in no particular order. A key without files is not there. A long list may
-/// be cut short, but never to a single path.
+/// Keys of a `badResource` error's user information. Each value is an array of paths, strings in no
+/// particular order. A key without files is absent. A long list may be cut, but never to a single
+/// path.
 inline constexpr std::string_view resourceAddedKey = "SecCSResourceAdded";
 inline constexpr std::string_view resourceAlteredKey = "SecCSResourceAltered";
 inline constexpr std::string_view resourceMissingKey = "SecCSResourceMissing";
 
 struct SigningCertificate {
-  /// None when the certificate has none or it cannot be read.
+  /// No value when the certificate has no common name or it cannot be read.
   std::optional<std::string> commonName;
-  /// SHA-1 of the certificate as it is encoded.
+  /// SHA-1 of the encoded certificate.
   std::array<std::uint8_t, 20> digest{};
 
   friend bool operator==(const SigningCertificate&, const SigningCertificate&) = default;
 };
 
-/// What a signature says, whether or not it is valid. For programs of several processor types in
-/// one file it is that of the first.
+/// The contents of a signature, valid or not. In a file with programs for several processor types,
+/// the signature of the first program.
 struct SigningInformation {
   std::optional<std::string> identifier;
   std::optional<std::string> teamIdentifier;
@@ -63,7 +63,7 @@ class StaticCode {
  public:
   virtual ~StaticCode() = default;
 
-  /// None when there is no signature that can be read.
+  /// No value when there is no readable signature.
   virtual std::optional<SigningInformation> signingInformation() = 0;
 
   /// Success when the signature is intact and everything is as it was signed: the executable, the
@@ -75,13 +75,13 @@ class StaticCode {
   virtual Outcome checkValidity() = 0;
 };
 
-/// Thread-safe. Code that is examined is not trusted: whatever its files hold, each question is
-/// answered, with the memory and time that code of its size can rightly need.
+/// Thread-safe. The examined code is not trusted: whatever its files contain, each call returns,
+/// and takes no more memory and time than valid code of that size needs.
 class CodeSigning {
  public:
   virtual ~CodeSigning() = default;
 
-  /// The program or the bundle that a path leads to. Null when there is neither.
+  /// The program or bundle at a path. Null when the path is neither.
   virtual std::unique_ptr<StaticCode> staticCode(const std::string& path) = 0;
 };
 

@@ -10,13 +10,12 @@
 
 namespace qrt {
 
-/// Whether the attribute counts in which a file system keeps compressed contents.
+/// Whether the calls see the attribute in which a file system keeps compressed contents.
 enum class Compression { hidden, exposed };
 
-/// System calls on extended attributes, in contract numbers; a missing attribute is `noAttribute`.
-/// An empty name and one with a zero byte are `invalidArgument`. Access control lists that a system
-/// keeps as attributes do not appear here. Every call acts on the object that is held. Stateless
-/// and thread-safe.
+/// Extended attributes of held objects; errors are contract codes. A missing attribute is
+/// `noAttribute`; an empty name and a name with a zero byte are `invalidArgument`. Attributes in
+/// which a system keeps access control lists are hidden. Stateless and thread-safe.
 class ExtendedAttributes {
  public:
   virtual ~ExtendedAttributes() = default;
@@ -24,7 +23,7 @@ class ExtendedAttributes {
   virtual PosixResult<std::vector<std::string>> names(const HeldObject& object,
                                                       Compression compression) = 0;
   virtual PosixResult<Data> value(const HeldObject& object, const std::string& name) = 0;
-  /// Adds or replaces.
+  /// Adds the attribute or replaces its value.
   virtual PosixCode set(const HeldObject& object, const std::string& name, const Data& value) = 0;
   virtual PosixCode remove(const HeldObject& object, const std::string& name,
                            Compression compression) = 0;

@@ -5,7 +5,7 @@
 
 namespace qrt {
 
-/// Closes its descriptor when it goes. Moves, never copies. -1 means "none".
+/// Closes its descriptor in its destructor. -1 means that it owns no descriptor.
 class FileDescriptor {
  public:
   FileDescriptor() = default;

@@ -1,4 +1,4 @@
-// What the file system knows about one object.
+// The status of a file-system object.
 #pragma once
 
 #include <cstdint>
@@ -26,7 +26,7 @@ inline constexpr std::uint32_t all = 07777;
 inline constexpr std::uint32_t setID = 06000;
 }  // namespace permission_bits
 
-/// BSD file flags. A port maps what its file systems have onto these numbers.
+/// BSD file flags. A port maps the flags of its file systems to these numbers.
 namespace file_flag {
 inline constexpr std::uint32_t userImmutable = 0x2;
 inline constexpr std::uint32_t userAppendOnly = 0x4;
@@ -36,12 +36,12 @@ inline constexpr std::uint32_t systemAppendOnly = 0x40000;
 inline constexpr std::uint32_t restricted = 0x80000;
 inline constexpr std::uint32_t noUnlink = 0x100000;
 
-/// The flags against changes that the owner of an object can clear, and those that only the system
-/// can.
+/// Flags that forbid changes: the owner of an object can clear the first ones, only the system the
+/// second ones.
 inline constexpr std::uint32_t userProtection = userImmutable | userAppendOnly;
 inline constexpr std::uint32_t systemProtection = systemImmutable | systemAppendOnly;
 
-/// An object with one of these refuses any change of its flags, also one that changes nothing.
+/// With one of these, an object refuses every write of its flags, even of the same flags.
 inline constexpr std::uint32_t refusingChanges = systemProtection | restricted | noUnlink;
 }  // namespace file_flag
 
@@ -57,7 +57,7 @@ struct FileStatus {
   /// Logical size in bytes.
   std::uint64_t size = 0;
   Date modificationDate;
-  /// Another file system begins here. False where the system does not tell.
+  /// Another file system is mounted here. False where the system does not report it.
   bool isMountRoot = false;
 
   std::uint32_t type() const { return mode & file_type::mask; }

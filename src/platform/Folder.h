@@ -12,25 +12,25 @@
 namespace qrt {
 
 struct FolderEntry {
-  /// Zero-terminated, one component; valid until the folder's next entry is asked for.
+  /// One component, zero-terminated; valid until the next call of `Folder::next`.
   const char* name;
-  /// Type bits (`file_type`), or 0 where the file system does not tell. A whiteout may be told as
-  /// the device that stands for it; its status has the right bits.
+  /// Type bits (`file_type`), or 0 where the file system does not report them. A whiteout can have
+  /// the type of the device that represents it; its status has the right bits.
   std::uint32_t type;
 };
 
-/// Distinguishes a folder from every other one, also from a later one that reuses its number.
+/// Identifies a folder. Also differs from that of a later folder with the same inode number.
 struct FolderIdentity {
   std::uint64_t device = 0;
   std::uint64_t inode = 0;
-  /// When it was made, in nanoseconds since 1970; 0 where the file system does not record it.
+  /// Time of creation in nanoseconds since 1970; 0 where the file system does not record it.
   std::int64_t birth = 0;
 
   bool operator==(const FolderIdentity&) const = default;
 };
 
-/// Holds a folder by its descriptor: what happens to its path meanwhile does not matter. Objects in
-/// it are addressed as `FileAt{folder, name}`.
+/// Holds a folder by its descriptor, so changes of its path have no effect. Objects in it are
+/// addressed as `FileAt{folder, name}`.
 ///
 /// Thread-safety: any thread may use the folder as a base; one thread at a time reads its entries.
 class Folder {
@@ -43,14 +43,14 @@ class Folder {
   Folder& operator=(Folder&& other) noexcept;
   ~Folder();
 
-  /// The next entry in the order of the file system, without "." and ".."; none at the end.
+  /// The next entry in the order of the file system, without "." and ".."; no value at the end.
   PosixResult<std::optional<FolderEntry>> next();
 
-  /// The next folder among the entries that the system has told already and that are still to come;
-  /// null when none is known. Good until the next entry is asked for.
+  /// The next folder among the entries that were read ahead; null when there is none. Valid until
+  /// the next call of `next`.
   const char* upcomingFolder() const;
 
-  /// Makes the next entry the first one again, of the folder as it is by then.
+  /// Starts the listing again, with the folder's entries at that time.
   void rewind();
 
   PosixResult<FolderIdentity> identity() const;
@@ -58,11 +58,11 @@ class Folder {
   /// Closes the descriptor and remembers where the listing is. Until `resume`, the folder can be
   /// neither read nor used as a base.
   void suspend();
-  /// `reopened` is the same folder, opened again. The listing continues with the entry that would
-  /// have been next; an error is that the file system cannot do that.
+  /// `reopened` is the same folder, opened again. The listing continues with the next entry; an
+  /// error means that the file system cannot continue a listing.
   PosixCode resume(Folder reopened);
 
-  /// Whether the mount that the folder is on refuses changes. The system is asked once a folder.
+  /// Whether the folder's mount refuses changes. Asks the system once for each folder.
   bool isReadOnly() const;
 
   /// For system calls below this interface.
@@ -80,7 +80,7 @@ class Folder {
   mutable std::atomic<Mount> mount_ = Mount::notAsked;
 };
 
-/// Whether a name that is a link means the link itself or what it leads to.
+/// Whether a link's name means the object that it leads to (`follow`) or the link itself (`stay`).
 enum class Links { follow, stay };
 
 /// An object by its name in an open folder, or by a path when the folder is `Folder::ofProcess()`.

@@ -6,11 +6,11 @@
 namespace qrt {
 
 struct ForeignException {
-  /// Empty for one that nothing is known about.
+  /// Empty when nothing is known about the exception.
   std::string name, reason;
 };
 
-/// The exception that is being handled. Only within a handler.
+/// The exception that is being handled. Call it only within a `catch` block.
 ForeignException handledForeignException();
 
 }  // namespace qrt

@@ -1,4 +1,4 @@
-// A hold on a file-system object, whatever kind of object it is.
+// A hold on a file-system object of any kind.
 #pragma once
 
 #include <cstdint>
@@ -12,12 +12,10 @@
 
 namespace qrt {
 
-/// The very object that was found under a name, whatever has that name by now. To look at an object
-/// and then change it takes a hold: between two calls by name the object may be exchanged. See
-/// `FileSystem::hold`.
-///
-/// Taking hold reaches no driver, blocks on no FIFO and, where the system can, needs no right to
-/// read. Thread-safe.
+/// Refers to one object even when its name begins to mean another one. Code that looks at an object
+/// and then changes it needs a hold: between two calls by name the object can be exchanged. Made by
+/// `FileSystem::hold`, which calls no device driver, does not block on a FIFO and, where the system
+/// can, needs no right to read. Thread-safe.
 class HeldObject {
  public:
   /// By the object's own descriptor; or, where the system opens no objects of its kind, by that of
@@ -28,7 +26,8 @@ class HeldObject {
   PosixResult<FileStatus> status() const;
 
   PosixCode setOwner(std::uint32_t userID, std::uint32_t groupID) const;
-  /// Sets the twelve permission bits. Where links have none of their own they are `notSupported`.
+  /// Sets the twelve permission bits. `notSupported` for links on systems where links have no
+  /// permission bits.
   PosixCode setPermissions(std::uint32_t permissions) const;
   /// Gives it the BSD flags `wanted`, as `FileSystem::setFlags` does; `seen` is its status as just
   /// read.
@@ -37,7 +36,7 @@ class HeldObject {
   /// Sets the times of access and modification to now, or to those of another object.
   PosixCode touch() const;
   PosixCode setTimesOf(const HeldObject& model) const;
-  /// Sets the time of creation to that of another object, where a file system lets it be set.
+  /// Sets the time of creation to that of another object, where the file system supports that.
   PosixCode setCreationTimeOf(const HeldObject& model) const;
 
   /// For system calls below this interface.

@@ -1,4 +1,4 @@
-// What starts the daemon on demand, and how it is told to stop doing so.
+// How the job that starts the daemon on demand is removed from the system.
 #pragma once
 
 #include <string>
@@ -11,9 +11,9 @@ class JobControl {
  public:
   virtual ~JobControl() = default;
 
-  /// Absolute path of the system's own program that forgets a job.
+  /// The absolute path of the system's program that removes a job.
   virtual std::string removalTool() const = 0;
-  /// The arguments of each run of that program, in order; a run that fails does not end them.
+  /// The arguments of each run of that program, in order. The next run follows also when one fails.
   virtual std::vector<std::vector<std::string>> removalRuns(
       const std::string& serviceIdentifier) const = 0;
 };

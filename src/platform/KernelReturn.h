@@ -1,4 +1,4 @@
-// Codes that drivers answer with.
+// Codes that drivers return.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@ namespace qrt {
 /// A 32-bit code of the home platform's drivers; the same numbers on every port.
 enum class KernelReturn : std::uint32_t {
   noError = 0,
-  /// Nothing more is known, or there is no such driver.
+  /// There is no such driver, or no reason is known.
   error = 0xE00002BC,
   notPrivileged = 0xE00002C1,
   badArgument = 0xE00002C2,
@@ -17,12 +17,12 @@ enum class KernelReturn : std::uint32_t {
   inputOutput = 0xE00002CA,
   busy = 0xE00002D5,
   noSpace = 0xE00002DB,
-  /// Nothing to exchange.
+  /// There is nothing to exchange.
   cannotWire = 0xE00002DE,
   notFound = 0xE00002F0,
 };
 
-/// As people are shown it.
+/// As error messages show it.
 constexpr std::int32_t signedNumber(KernelReturn code) { return static_cast<std::int32_t>(code); }
 
 }  // namespace qrt

@@ -13,8 +13,7 @@ class KernelSettings {
  public:
   virtual ~KernelSettings() = default;
 
-  /// Sets the variable with that dotted name to a 64-bit integer. A name that cannot be one is
-  /// `noEntry`.
+  /// Sets the variable with that dotted name to a 64-bit integer. A malformed name is `noEntry`.
   virtual PosixCode write(const std::string& name, const Number& value) = 0;
 };
 

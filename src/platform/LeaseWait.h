@@ -5,9 +5,9 @@
 
 namespace qrt {
 
-/// A process may hold a lease on a file of its user's, and has a time of the system's to give it up
-/// when another process opens the file. An operation waits for that time once, however many of its
-/// files have leases: it passes the same object with each of them.
+/// A process can hold a lease on a file of its own user. When another process opens the file, the
+/// system gives the holder some time to release the lease. An operation waits for that time once
+/// for all its files: it passes the same object with each of them.
 struct LeaseWait {
   std::chrono::milliseconds waited{0};
 };

@@ -11,8 +11,8 @@ namespace qrt {
 
 enum class LogLevel { standard, info, error, fault };
 
-/// What a line is about, beside its text: the requestor and its operation. Lines of the service
-/// itself have no origin.
+/// The requestor and the operation that a line is about. Lines of the service itself have no
+/// origin.
 struct LogOrigin {
   /// Null without a requestor.
   const Caller* caller = nullptr;
@@ -20,15 +20,15 @@ struct LogOrigin {
   std::string_view operation;
 };
 
-/// Writes lines to the system's log. Thread-safe. Writing never fails as far as the caller can see.
+/// Writes lines to the system's log. Thread-safe. A failed write is not reported.
 class Log {
  public:
   virtual ~Log() = default;
 
-  /// Names the lines that follow. Lines written before belong to no subsystem.
+  /// Sets subsystem and category of the lines that follow. Earlier lines have neither.
   virtual void open(std::string_view subsystem, std::string_view category) = 0;
 
-  /// A system's log with fields shows the origin in fields of the line.
+  /// A log whose lines have fields gets the origin in fields.
   virtual void write(LogLevel level, std::string_view line, const LogOrigin& origin) = 0;
 
   template <class... Args>

@@ -18,7 +18,7 @@ struct LogConversion {
 
 namespace log_format {
 
-/// Reads the conversion behind a "%". Advances `rest` past it. A letter of 0 means "not a
+/// Reads the conversion after a "%". Advances `rest` past it. A letter of 0 means "not a
 /// conversion".
 constexpr LogConversion takeConversion(std::string_view& rest) {
   LogConversion conversion;
@@ -130,8 +130,8 @@ class LogFormat {
   std::string_view text_;
 };
 
-/// Renders a checked format. Strings without the public qualifier come out as "<private>"; numbers
-/// are always shown.
+/// Renders a checked format. Strings without the public qualifier become "<private>"; numbers are
+/// always shown.
 std::string formatLogLine(std::string_view format, const LogArgument* arguments);
 
 }  // namespace qrt

@@ -1,4 +1,4 @@
-// The one door to the port's own implementations.
+// The only way to the port's implementations.
 #pragma once
 
 #include <memory>
@@ -11,8 +11,8 @@ namespace qrt {
 class CallerProcess;
 class Terminal;
 
-/// Owns the facilities of the system this program runs on. The places that a facility reads lie
-/// below `root`: "/" in the programs, a folder of its own in a test.
+/// Owns the facilities of the system that this program runs on. Facilities look for the system's
+/// fixed places below `root`: "/" in the programs, a folder of its own in a test.
 class NativePlatform {
  public:
   explicit NativePlatform(const std::string& root = "/");
@@ -27,7 +27,7 @@ class NativePlatform {
   std::unique_ptr<Facilities> owned_;
 };
 
-/// What a command-line program has beside the facilities.
+/// What a command-line program needs beside the facilities.
 std::unique_ptr<Terminal> makeNativeTerminal();
 std::unique_ptr<CallerProcess> makeNativeCallerProcess();
 

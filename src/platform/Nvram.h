@@ -16,12 +16,12 @@ class NvramOptions {
  public:
   virtual ~NvramOptions() = default;
 
-  /// None when there is no such variable or it cannot be read, `invalidArgument` when its value is
-  /// of a type that no property list has.
+  /// No value when there is no such variable or it cannot be read; `invalidArgument` when its value
+  /// has a type that property lists do not have.
   virtual PosixResult<std::optional<PropertyValue>> value(const std::string& name) = 0;
 
-  /// Sets a variable, new or not, to a string or data, or to what else the port can keep.
-  /// `badArgument` for a name or a value that cannot be one.
+  /// Sets or creates a variable: a string, data, or another type that the port can store.
+  /// `badArgument` for an invalid name or value.
   virtual KernelReturn set(const std::string& name, const PropertyValue& value) = 0;
 };
 
@@ -30,7 +30,7 @@ class Nvram {
  public:
   virtual ~Nvram() = default;
 
-  /// Null on a computer whose firmware keeps none.
+  /// Null on a computer whose firmware has no variables.
   virtual Result<std::unique_ptr<NvramOptions>, KernelReturn> options() = 0;
 };
 

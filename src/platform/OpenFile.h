@@ -11,20 +11,19 @@
 
 namespace qrt {
 
-/// Holds a file by its descriptor: what happens to its name meanwhile does not matter. Belongs to
-/// one thread.
+/// Holds a file by its descriptor, so changes of its name have no effect. Not thread-safe.
 class OpenFile {
  public:
   explicit OpenFile(FileDescriptor descriptor) : descriptor_(std::move(descriptor)) {}
 
-  /// Writes all of it, from where the last write ended.
+  /// Writes all bytes, after those of the last write.
   PosixCode write(const Data& bytes);
 
   PosixCode setOwner(std::uint32_t userID, std::uint32_t groupID);
   /// The twelve permission bits.
   PosixCode setPermissions(std::uint32_t permissions);
 
-  /// The file as an object, for as long as the hold lasts.
+  /// The file as an object; the result may outlive this.
   PosixResult<HeldObject> hold() const;
 
   /// Returns when contents and attributes are safe from a loss of power.

@@ -8,7 +8,7 @@
 
 namespace qrt {
 
-/// One user or host among those that preferences can be kept for.
+/// The user or host that a setting is for.
 struct PreferenceSelector {
   enum class Kind { any, current, named };
 
@@ -19,7 +19,7 @@ struct PreferenceSelector {
 
 /// Where a setting is kept.
 struct PreferenceDomain {
-  /// None for the settings of every application.
+  /// No value for the settings of every application.
   std::optional<std::string> application;
   PreferenceSelector user;
   PreferenceSelector host;
@@ -30,9 +30,9 @@ class Preferences {
  public:
   virtual ~Preferences() = default;
 
-  /// Sets a key, or removes it when there is no value, and brings the change to where other
-  /// programs see it. A key to be removed need not be there. False when that was not possible; the
-  /// settings are then as they were.
+  /// Sets a key, or removes it when there is no value, and stores the change where other programs
+  /// see it. Removing an absent key succeeds. Returns false when it fails; the settings are then
+  /// unchanged.
   virtual bool setValue(const PreferenceDomain& domain, const std::string& key,
                         const std::optional<PropertyValue>& value) = 0;
 };

@@ -13,10 +13,10 @@ namespace qrt {
 
 struct ProcessRecord {
   std::int32_t identifier = 0;
-  /// The short command name, cut to what the kernel keeps.
+  /// The short command name, cut to `keptNameLength` bytes.
   std::string name;
   std::uint32_t effectiveUserID = 0;
-  /// It has ended, and its parent has not asked for its status yet.
+  /// It has ended, but its parent has not taken its status yet.
   bool isZombie = false;
 };
 
@@ -25,13 +25,13 @@ class ProcessTable {
  public:
   virtual ~ProcessTable() = default;
 
-  /// Every process (not every thread), or none when the table cannot be read.
+  /// Every process, but not every thread; no value when the table cannot be read.
   virtual std::optional<std::vector<ProcessRecord>> processes() = 0;
 
   /// Bytes of a command name that the kernel keeps.
   virtual std::size_t keptNameLength() const = 0;
 
-  /// `signal` is the platform's own number.
+  /// `signal` is the platform's number.
   virtual PosixCode sendSignal(std::int32_t process, std::int32_t signal) = 0;
 };
 

@@ -1,11 +1,11 @@
-// How a resolved path is shown to people and programs.
+// How a resolved path is reported to clients.
 #pragma once
 
 #include <string>
 
 namespace qrt {
 
-/// As the system's own programs show it. Objects are opened by the resolved path itself.
+/// The path as the system's programs show it. Only for reports: objects are opened by `resolved`.
 std::string reportedPath(const std::string& resolved);
 
 }  // namespace qrt

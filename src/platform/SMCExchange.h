@@ -11,9 +11,10 @@ class SMCExchange {
  public:
   virtual ~SMCExchange() = default;
 
-  /// One complete exchange: opens the driver, asks, closes it again. The code says whether the
-  /// driver was reached; what the controller made of the question is in `output.result`. `output`
-  /// comes zeroed and stays so when there is no answer. `KernelReturn::error` without a controller.
+  /// Does one complete exchange: opens the driver, sends `input`, closes the driver. The code says
+  /// whether the driver was reached; `output.result` has the controller's answer. The caller passes
+  /// a zeroed `output`, which does not change when there is no answer. `KernelReturn::error` on a
+  /// computer without a controller.
   virtual KernelReturn callSMC(const SMCParameterRecord& input, SMCParameterRecord& output) = 0;
 };
 

@@ -7,8 +7,8 @@
 
 namespace qrt {
 
-/// The same layout asks and answers, in the host's byte order; value bytes are in the controller's,
-/// which is big-endian. What a command does not name is zero.
+/// Question and answer have the same layout, in the host's byte order; value bytes are in the
+/// controller's order, big-endian. Members that a command does not use are zero.
 struct SMCParameterRecord {
   struct FirmwareVersion {
     std::uint8_t major = 0;

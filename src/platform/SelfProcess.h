@@ -11,10 +11,11 @@ class SelfProcess {
 
   virtual std::uint32_t realUserID() const = 0;
 
-  /// Prepares the process for serving: many descriptors, no signal for a peer that left.
+  /// Raises the limit of descriptors, ignores SIGPIPE and makes sure that the statuses of children
+  /// are kept. Called once, before there are other threads.
   virtual void prepareForService() = 0;
 
-  /// Ends the process at once, whatever other threads are doing.
+  /// Ends the process at once and destroys nothing that other threads may use.
   [[noreturn]] virtual void exit(int status) = 0;
 };
 

@@ -1,5 +1,5 @@
-// How the daemon of this port is started, reached and asked, in words for help texts and manual
-// pages.
+// Texts about the daemon of this port for help and manual pages: how it is started and reached, and
+// how it asks for rights.
 #pragma once
 
 #include <string_view>
@@ -13,9 +13,9 @@ struct ManualItem {
 };
 
 struct ServiceDescription {
-  /// What the client connects to, and the word for it in a synopsis.
+  /// The address that the client connects to, and the word for it in a synopsis.
   std::string_view address, addressValue, addressHelp;
-  /// Sentences of the client's page: who may do what, and where the daemon is found by default.
+  /// Sentences of the client's page: who may run which operation, and the default address.
   std::string_view clientRights, defaultAddress;
   /// The daemon's page.
   std::string_view synopsis, start, rights, wrongStart;

@@ -21,8 +21,8 @@ namespace qrt {
 
 class ProgramActivity;
 
-/// What a child's environment has different from this process's: a new value, or none for a
-/// variable that the child shall not have.
+/// How a child's environment differs from this process's: a new value for a variable, or no value
+/// to remove it.
 using EnvironmentChanges = std::map<std::string, std::optional<std::string>>;
 
 struct ProgramLaunch {
@@ -57,11 +57,11 @@ class Subprocess {
   int outputHandle() const { return output_.readingEnd.get(); }
   int errorHandle() const { return error_.readingEnd.get(); }
 
-  /// Starts the program. It inherits the three pipes and no other descriptor, and neither this
-  /// process's signal handling nor its raised limits nor what activated it ("LISTEN_...").
+  /// Starts the program. It inherits the three pipes and no other descriptor. It does not inherit
+  /// this process's signal handling, raised limits or activation variables ("LISTEN_...").
   PosixCode launch(const ProgramLaunch& program);
 
-  /// Passes output on until the program has ended. Its exit status, or the number of the signal
+  /// Passes output on until the program ends. Returns its exit status, or the number of the signal
   /// that killed it.
   std::int32_t waitUntilExit(const Sink& sink);
 

@@ -1,4 +1,4 @@
-// The configuration of the system, its network services among it.
+// The configuration of the system, with its network services.
 #pragma once
 
 #include <memory>
@@ -8,7 +8,7 @@
 
 namespace qrt {
 
-/// A network service of an open configuration, which outlives it.
+/// A network service. The open configuration that it belongs to outlives it.
 class NetworkService {
  public:
   virtual ~NetworkService() = default;
@@ -18,8 +18,8 @@ class NetworkService {
   virtual bool setIPv6Enabled(bool isEnabled) = 0;
 };
 
-/// An open configuration, for one thread. Each step returns false or null when it fails, without a
-/// reason. Changes are made under the lock, which is taken once.
+/// An open configuration. Not thread-safe. Each call returns false or null when it fails; the
+/// reason is not known. Call `lock` once, before the first change.
 class SystemConfigurationPreferences {
  public:
   virtual ~SystemConfigurationPreferences() = default;
@@ -29,15 +29,15 @@ class SystemConfigurationPreferences {
   virtual void unlock() = 0;
 
   virtual bool setValue(const std::string& key, const PropertyValue& value) = 0;
-  /// False as well when there is no such key.
+  /// Also false when there is no such key.
   virtual bool removeValue(const std::string& key) = 0;
 
   /// Null when there is no such service.
   virtual std::unique_ptr<NetworkService> networkService(const std::string& identifier) = 0;
 
-  /// Makes the running system follow the changes.
+  /// Applies the changes to the running system.
   virtual bool applyChanges() = 0;
-  /// Keeps the changes.
+  /// Stores the changes for later starts of the system.
   virtual bool commitChanges() = 0;
 };
 
@@ -46,8 +46,8 @@ class SystemConfiguration {
  public:
   virtual ~SystemConfiguration() = default;
 
-  /// Opens the configuration with that identifier, the default one when it is empty, on behalf of a
-  /// client that is named for the system's own records. Null when it cannot be opened.
+  /// Opens the configuration with that identifier; an empty one means the default. `clientName` is
+  /// for the system's records. Null when it cannot be opened.
   virtual std::unique_ptr<SystemConfigurationPreferences> open(const std::string& clientName,
                                                                const std::string& identifier) = 0;
 };

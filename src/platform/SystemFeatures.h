@@ -1,4 +1,4 @@
-// What the running system offers of the things that operations build on.
+// Features of the running system that operations depend on.
 #pragma once
 
 #include <string>
@@ -11,19 +11,19 @@ struct SystemFeature {
   /// Short, in lower case.
   std::string_view name;
   bool isPresent;
-  /// True when the helper does not do its work without it.
+  /// True when the daemon cannot work without it.
   bool isRequired;
-  /// What it is for, or what happens without it.
+  /// Its use, or what happens without it.
   std::string_view note;
 };
 
-/// Looked for now, in an order for people to read. Changes nothing.
+/// Examines the system at each call and changes nothing. In the order in which people read them.
 std::vector<SystemFeature> systemFeatures();
 
-/// Who decides about the rights of somebody who is not root.
+/// The authority that decides about the rights of users other than root.
 struct AuthorityInUse {
   std::string name;
-  /// False when a person without rights can never be asked for a password.
+  /// False when it never asks a user for a password.
   bool canAsk;
 };
 AuthorityInUse authorityInUse();

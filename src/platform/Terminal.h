@@ -15,24 +15,24 @@ class Terminal {
  public:
   virtual ~Terminal() = default;
 
-  /// True when a person may be looking at the stream.
+  /// True when the stream is a terminal, so that a user may read it.
   virtual bool isTerminal(StandardStream stream) const = 0;
 
-  /// Width of the terminal in characters; 80 when it does not tell.
+  /// The width of the terminal in characters; 80 when it is not known.
   virtual std::size_t columns() const = 0;
 
-  /// Writes all bytes, unbuffered, and waits for whoever reads them. False when nobody can read
-  /// them any more.
+  /// Writes all bytes, unbuffered, and waits for a slow reader. False when the reader has closed
+  /// the stream.
   virtual bool write(StandardStream stream, std::string_view bytes) = 0;
 
-  /// From now on nobody is waited for: what a reader is too slow for is not written, and that is
-  /// false as well. Async-signal-safe.
+  /// From now on `write` does not wait: bytes that the reader is too slow for are not written, and
+  /// `write` returns false. Async-signal-safe.
   virtual void stopWaiting() = 0;
 
-  /// True when a person can read a question on standard error and type the answer.
+  /// True when a user can read a question on standard error and type the answer.
   virtual bool canAsk() const = 0;
 
-  /// The line that is typed, without its end; none when nothing more will be typed.
+  /// Reads a line of standard input, without its end; no value at the end of the input.
   virtual std::optional<std::string> readLine() = 0;
 };
 

@@ -1,4 +1,4 @@
-// The users that the system knows.
+// The users of the system.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@ namespace qrt {
 
 using UserIDs = std::unordered_set<std::uint32_t>;
 
-/// Thread-safe. A call may take as long as a directory server on the network does.
+/// Thread-safe. A call can take as long as a directory server on the network takes to answer.
 class UserDirectory {
  public:
   virtual ~UserDirectory() = default;
@@ -16,11 +16,11 @@ class UserDirectory {
   /// The ids of the users that can be listed, hidden ones included: all of the password database
   /// (setpwent, getpwent, endpwent, one thread at a time) and, on macOS, those of the default
   /// identity authority (CSIdentityQuery for users with kCSIdentityQueryIncludeHiddenIdentities).
-  /// A source that cannot be read adds none; directory services often list nobody.
+  /// An unreadable source adds no users; directory services often list none.
   virtual UserIDs listedUserIDs() = 0;
 
-  /// Whether one user is known, listed or not (getpwuid_r on both ports). A lookup that fails
-  /// counts as known: a silent server makes nobody's files ownerless.
+  /// Whether a user exists, listed or not (getpwuid_r on both ports). A lookup that fails counts as
+  /// "exists": files must not become ownerless because a server does not answer.
   virtual bool isKnownUserID(std::uint32_t userID) = 0;
 };
 

@@ -5,7 +5,7 @@
 
 namespace qrt {
 
-/// Absolute path of the utility that changes owners.
+/// The absolute path of the utility that changes owners.
 extern const std::string_view pathOfChown;
 
 }  // namespace qrt

@@ -12,7 +12,8 @@ class Volumes {
  public:
   virtual ~Volumes() = default;
 
-  /// Where the file system is mounted that holds what the path leads to, as the system writes it.
+  /// The mount point of the file system that contains the object at a path, as the system spells
+  /// it.
   virtual PosixResult<std::string> mountPoint(const std::string& path) = 0;
 };
 

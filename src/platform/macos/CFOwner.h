@@ -7,14 +7,14 @@
 
 namespace qrt {
 
-/// Releases its object when it goes. Moves, never copies. Null means "none".
+/// Releases its object in its destructor. Null means that it owns no object.
 template <class T>
 class CFOwner {
  public:
   CFOwner() = default;
-  /// Takes over what a function with "Create" or "Copy" in its name has answered.
+  /// Takes over the result of a function with "Create" or "Copy" in its name.
   explicit CFOwner(T object) : object_(object) {}
-  /// Becomes a further owner of an object that somebody else holds.
+  /// Becomes an additional owner of an object.
   static CFOwner sharing(T object) {
     if (object) CFRetain(object);
     return CFOwner(object);
@@ -34,7 +34,7 @@ class CFOwner {
     object_ = object;
   }
 
-  /// Where a function puts an object that the caller is to release.
+  /// For a function that stores an object for its caller to release.
   T* receiver() {
     reset();
     return &object_;

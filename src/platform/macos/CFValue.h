@@ -1,4 +1,4 @@
-// Values of this system as Core Foundation's, and back. The one place that converts.
+// The conversions between values and Core Foundation objects.
 #pragma once
 
 #include <optional>
@@ -13,11 +13,11 @@ namespace qrt {
 
 /// Null when the text is not valid UTF-8.
 CFOwner<CFStringRef> cfString(std::string_view text);
-/// UTF-8, with three bytes for half of a surrogate pair: no file has such a name, and different
-/// texts stay different.
+/// In UTF-8. A surrogate without its partner becomes three bytes, so that different texts stay
+/// different; no file has such a name.
 std::string textFrom(CFStringRef string);
 
-/// Null for what cannot be a path in this form: text that is not valid UTF-8 or has a zero byte.
+/// Null for a path that is not valid UTF-8 or has a zero byte.
 CFOwner<CFStringRef> cfPath(const std::string& path);
 /// A file's or folder's URL; null as above.
 CFOwner<CFURLRef> cfFileURL(const std::string& path, bool isFolder);
@@ -30,16 +30,16 @@ Data dataFrom(CFDataRef data);
 /// The date of a `CFDateRef`.
 Date dateFrom(CFDateRef date);
 
-/// Null when text somewhere in the value is not valid UTF-8.
+/// Null when a text in the value is not valid UTF-8.
 CFOwner<CFTypeRef> cfValue(const PropertyValue& value);
 
-/// None for an object that is no property list, an error aside, and for a list that is beyond what
-/// a reader of property lists accepts; objects that are shared count wherever they are met.
+/// The value of a property list or an error object. No value for other objects and for a list
+/// beyond the limits of property lists; an object with several references counts once for each.
 std::optional<PropertyValue> valueFrom(CFTypeRef object);
 
-/// Null when text in the error is not valid UTF-8.
+/// Null when a text in the error is not valid UTF-8.
 CFOwner<CFErrorRef> cfError(const Error& error);
-/// What cannot be converted in the user information is left out.
+/// Leaves out the parts of the user information that cannot be converted.
 Error errorFrom(CFErrorRef error);
 
 }  // namespace qrt

@@ -17,7 +17,7 @@ bool openPipe(int (&ends)[2]) {
 }
 
 int replaceImage(const char* path, char* const arguments[], char* const environment[]) {
-  // The system's own frameworks open descriptors that nobody marked. The few bytes that are
+  // The system's frameworks open descriptors without the close-on-exec mark. The few bytes that are
   // allocated here are safe: the allocator is put in order by fork itself.
   posix_spawnattr_t attributes;
   posix_spawnattr_init(&attributes);

@@ -1,4 +1,4 @@
-// Owners of what the I/O Kit hands out.
+// Owners of handles of the I/O Kit.
 #pragma once
 
 #include <IOKit/IOKitLib.h>
@@ -12,7 +12,7 @@ namespace qrt {
 /// The system's own codes are those of the contract.
 inline KernelReturn kernelReturn(kern_return_t code) { return static_cast<KernelReturn>(code); }
 
-/// Gives its handle back through `close` when it goes. Moves, never copies.
+/// Releases its handle with `close` in its destructor.
 template <class Handle, kern_return_t (*close)(Handle)>
 class IOOwner {
  public:
@@ -30,7 +30,7 @@ class IOOwner {
   explicit operator bool() const { return handle_ != IO_OBJECT_NULL; }
   Handle get() const { return handle_; }
 
-  /// Where a function puts its handle. Only for an owner of nothing.
+  /// For a function that stores a handle. The owner must be empty.
   Handle* receiver() { return &handle_; }
 
  private:

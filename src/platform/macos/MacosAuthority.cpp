@@ -50,7 +50,7 @@ class MacosAuthorization : public Authorization {
   AuthorizationRef reference_;
 };
 
-/// All references there are were made here.
+/// Every reference is a `MacosAuthorization`, made by this file.
 AuthorizationRef referenceOf(Authorization& authorization) {
   return static_cast<MacosAuthorization&>(authorization).reference();
 }
@@ -58,7 +58,7 @@ AuthorizationRef referenceOf(Authorization& authorization) {
 using Made = Result<std::unique_ptr<Authorization>, AuthorizationStatus>;
 
 Made made(OSStatus status, AuthorizationRef reference) {
-  // A reference that came with a failure is freed as well.
+  // A failed call can also return a reference, which must be freed.
   auto authorization = std::make_unique<MacosAuthorization>(reference);
   if (status != errAuthorizationSuccess) {
     authorization->free(authorization_flag::destroyRights);

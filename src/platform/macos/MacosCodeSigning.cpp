@@ -45,7 +45,7 @@ T entry(const CFOwner<CFDictionaryRef>& dictionary, CFStringRef key, CFTypeID ty
   return castObject<T>(CFDictionaryGetValue(dictionary.get(), key), typeID);
 }
 
-/// A file that a check complains of: a URL as a rule.
+/// A file that a check reports, usually as a URL.
 PropertyValue fileValue(CFTypeRef object) {
   if (const auto* url = castObject<CFURLRef>(object, CFURLGetTypeID())) return pathFrom(url);
   if (auto value = valueFrom(object)) return std::move(*value);
@@ -53,7 +53,7 @@ PropertyValue fileValue(CFTypeRef object) {
   return textFrom(description.get());
 }
 
-/// Files in an array even when there is only one. Other entries keep what they hold.
+/// An array of files stays an array, also with one file. Other entries become one value.
 PropertyValue complaintValue(CFTypeRef object) {
   const auto* files = castObject<CFArrayRef>(object, CFArrayGetTypeID());
   if (!files) return fileValue(object);
@@ -89,7 +89,7 @@ class SecurityStaticCode final : public StaticCode {
     if (status != errSecSuccess || !information) return std::nullopt;
     const auto identifier =
         entry<CFStringRef>(information, kSecCodeInfoIdentifier, CFStringGetTypeID());
-    // So code without a signature is told.
+    // Code without a signature has no identifier.
     if (!identifier) return std::nullopt;
     SigningInformation copy;
     copy.identifier = textFrom(identifier);
@@ -113,7 +113,7 @@ class SecurityStaticCode final : public StaticCode {
   const CFOwner<SecStaticCodeRef> code_;
 };
 
-/// Signatures as the system itself judges them.
+/// Signatures as the system's Security framework reads and checks them.
 class MacosCodeSigning final : public CodeSigning {
  public:
   std::unique_ptr<StaticCode> staticCode(const std::string& path) override {

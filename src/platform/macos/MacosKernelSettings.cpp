@@ -9,10 +9,11 @@
 namespace qrt {
 namespace {
 
-/// Kernel variables on macOS.
+/// Sets kernel variables with `sysctlbyname`.
 class MacosKernelSettings : public KernelSettings {
  public:
   PosixCode write(const std::string& name, const Number& value) override {
+    // The system would read the name up to the zero byte, and change another variable.
     if (holdsZeroByte(name)) return PosixCode::noEntry;
     auto integer = value.asInt64();
     const int result = sysctlbyname(name.c_str(), nullptr, nullptr, &integer, sizeof integer);

@@ -11,14 +11,14 @@
 namespace qrt {
 namespace {
 
-/// Processes on macOS.
+/// Reads the process table with `sysctl`.
 class MacosProcessTable : public ProcessTable {
  public:
-  /// None as well when a process was started while the table was asked for.
+  /// Also no value when more processes start meanwhile than the spare room is for.
   std::optional<std::vector<ProcessRecord>> processes() override {
     int name[] = {CTL_KERN, KERN_PROC, KERN_PROC_ALL};
     std::size_t bytes = 0;
-    // The kernel answers with some room to spare.
+    // The kernel adds some spare room to the size.
     if (sysctl(name, std::size(name), nullptr, &bytes, nullptr, 0) != 0) return std::nullopt;
     std::vector<kinfo_proc> table(bytes / sizeof(kinfo_proc));
     bytes = table.size() * sizeof(kinfo_proc);

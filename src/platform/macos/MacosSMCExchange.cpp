@@ -12,10 +12,10 @@ namespace {
 constexpr const char* driverName = "AppleSMC";
 constexpr std::uint32_t connectionType = 1;
 
-/// What the driver is asked to do.
+/// The driver's functions.
 enum Selector : std::uint32_t { openClient = 0, closeClient = 1, exchangeRecords = 2 };
 
-/// Nothing is taken or answered but the code.
+/// Calls a function without arguments and results.
 kern_return_t call(const IOConnection& connection, Selector selector) {
   return IOConnectCallScalarMethod(connection.get(), selector, nullptr, 0, nullptr, nullptr);
 }
@@ -54,7 +54,7 @@ Result<IOConnection, KernelReturn> openDriver() {
   return connection;
 }
 
-/// The System Management Controller behind its own driver.
+/// Calls the driver of the System Management Controller.
 class MacosSMCExchange final : public SMCExchange {
  public:
   KernelReturn callSMC(const SMCParameterRecord& input, SMCParameterRecord& output) override {

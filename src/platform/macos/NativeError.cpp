@@ -7,8 +7,8 @@
 
 namespace qrt {
 
-// The contract's numbers are this system's own. It has two for what is not supported, which say the
-// same and are met in each other's place.
+// The contract's numbers are this system's own. The system uses two numbers for "not supported";
+// the contract has one.
 PosixCode contractCode(int nativeError) {
   return static_cast<PosixCode>(nativeError == EOPNOTSUPP ? ENOTSUP : nativeError);
 }

@@ -8,7 +8,7 @@
 
 namespace qrt {
 
-/// What other processes are told of it holds for as long as this object lives.
+/// Its external form is valid as long as this object lives.
 class OwnAuthorization {
  public:
   OwnAuthorization() = default;

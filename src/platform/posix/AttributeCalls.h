@@ -1,4 +1,4 @@
-// What the calls for extended attributes have in common on both ports.
+// Helpers for the calls on extended attributes, for both ports.
 #pragma once
 
 #include <cerrno>
@@ -10,13 +10,13 @@
 
 namespace qrt {
 
-/// Whether a text can be handed to the system as an attribute's name.
+/// Whether a text can be an attribute's name in a system call.
 inline bool isAttributeName(std::string_view name) {
   return !name.empty() && name.find('\0') == std::string_view::npos;
 }
 
-/// What a call delivers that tells the length when it is given no room. The length may have grown
-/// by the time of the second call; then it is asked for again.
+/// The whole result of a call that returns the needed length when it gets no buffer. Asks again
+/// when the result has grown between the two calls.
 template <class Bytes, class Call>
 PosixResult<Bytes> delivered(Call call) {
   for (;;) {

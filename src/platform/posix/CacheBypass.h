@@ -1,11 +1,10 @@
-// Writing past the system's cache.
+// Writes that bypass the system's cache.
 #pragma once
 
 namespace qrt {
 
-/// Makes writes to a block device go past the cache, or through it again. False when the device
-/// does not have that. Bypassing writes may be refused as invalid where they do not fit the
-/// device's sectors.
+/// Makes writes to a block device bypass the cache, or use it again. False when the device does not
+/// support that. A bypassing write fails as invalid when it does not fit the device's sectors.
 bool setCacheBypass(int descriptor, bool bypass);
 
 }  // namespace qrt

@@ -1,20 +1,20 @@
-// What the ports do differently between this process and a child.
+// The steps of starting a child that differ between the ports.
 #pragma once
 
 #include <memory>
 
 namespace qrt {
 
-/// Makes a pipe, reading end first, that no child inherits. False, with `errno`, when there is
-/// none.
+/// Makes a pipe that no child inherits, reading end first. Sets `errno` and returns false when it
+/// fails.
 bool openPipe(int (&ends)[2]);
 
-/// In a forked child: becomes another program that inherits the standard streams and no other
-/// descriptor. Comes back only when that fails, with the native error.
+/// In a forked child: replaces it by a program that inherits the standard streams and no other
+/// descriptor. Returns only when that fails, with the native error.
 int replaceImage(const char* path, char* const arguments[], char* const environment[]);
 
-/// The system's activity "Running external program.", which what is logged meanwhile belongs to.
-/// Lasts as long as the object, on one thread. Null where the system has no activities.
+/// The system's activity "Running external program.". Lines that its thread logs while the object
+/// lives belong to it. Null where the system has no activities.
 class ProgramActivity {
  public:
   virtual ~ProgramActivity() = default;

@@ -13,13 +13,13 @@
 namespace qrt {
 namespace {
 
-/// Where data lie.
+/// A range of positions that contains data.
 struct Stretch {
   off_t begin;
   off_t end;
 };
 
-/// The first stretch at or after `from`; an empty one at `size` when there is none.
+/// The first stretch at or after `from`; an empty stretch at `size` when no data follow.
 template <class Seek>
 Stretch nextStretch(int file, off_t from, off_t size, NoData noData, Seek seek) {
   const auto begin = seek(file, from, SEEK_DATA);

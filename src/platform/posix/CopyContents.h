@@ -7,15 +7,15 @@
 
 namespace qrt {
 
-/// What it means when the system finds no data from some place of a file on.
+/// What it means when the system finds no data after some position of a file.
 enum class NoData {
   isHole,
-  /// It may not know of data that the file shares with another.
+  /// The system may not see data that the file shares with another file.
   isUnknown
 };
 
-/// Copies what a regular file holds into an empty one. Holes stay holes where the file system knows
-/// them. `seek` is a test's in the place of the system's.
+/// Copies the contents of a regular file to an empty one. Keeps holes where the file system reports
+/// them. A test passes its own `seek`.
 PosixCode copyContents(int from, int to, NoData noData, off_t (*seek)(int, off_t, int) = ::lseek);
 
 }  // namespace qrt

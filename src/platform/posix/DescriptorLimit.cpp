@@ -19,7 +19,7 @@ void raiseDescriptorLimit() {
   limitAtStart = limit;
   limit.rlim_cur = limit.rlim_max;
 #ifdef OPEN_MAX
-  // More than this is refused there, whatever the hard limit says.
+  // That system refuses more than this, even below the hard limit.
   limit.rlim_cur = std::min<rlim_t>(limit.rlim_cur, OPEN_MAX);
 #endif
   setrlimit(RLIMIT_NOFILE, &limit);

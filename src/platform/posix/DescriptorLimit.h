@@ -3,10 +3,10 @@
 
 namespace qrt {
 
-/// Raises this process's limit as far as it may. Called once, before there are other threads.
+/// Raises this process's limit to the maximum. Called once, before there are other threads.
 void raiseDescriptorLimit();
 
-/// In a forked child: the limit that this process was started with.
+/// In a forked child: restores the limit that this process was started with.
 void restoreDescriptorLimit();
 
 }  // namespace qrt

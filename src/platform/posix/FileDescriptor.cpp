@@ -5,7 +5,8 @@
 namespace qrt {
 
 void FileDescriptor::reset(int descriptor) {
-  // After EINTR the descriptor is gone on both ports; closing again could hit another thread's.
+  // Both ports have closed the descriptor even after EINTR; a second close could hit another
+  // thread's descriptor.
   if (descriptor_ >= 0) ::close(descriptor_);
   descriptor_ = descriptor;
 }

@@ -1,10 +1,10 @@
-// From the system's cache to the medium.
+// Flushing the system's cache to the medium.
 #pragma once
 
 namespace qrt {
 
-/// Returns when what was written to an open file or device is safe from a loss of power. As the
-/// native calls do: 0, or -1 with `errno`.
+/// Returns when the bytes written to an open file or device are safe from a loss of power. Returns
+/// 0, or -1 and sets `errno`.
 int flushToMedium(int descriptor);
 
 }  // namespace qrt

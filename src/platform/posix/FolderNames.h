@@ -1,9 +1,9 @@
-// Names that every folder holds.
+// The names that every folder contains.
 #pragma once
 
 namespace qrt {
 
-/// The folder itself and the one that holds it, which no listing is to show.
+/// "." and "..", which no listing shows.
 constexpr bool isDotOrDots(const char* name) {
   return name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0));
 }

@@ -1,4 +1,4 @@
-// What symbolic links hold.
+// The texts of symbolic links.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace qrt {
 
-/// Of the link at a path from an open folder, or from AT_FDCWD.
+/// The text of the link at `path`, relative to an open folder or to AT_FDCWD.
 PosixResult<std::string> linkTarget(int folder, const char* path);
 
 }  // namespace qrt

@@ -35,7 +35,7 @@ class SignalGuard : public CallerProcess::InterruptionGuard {
     handling.sa_handler = handleInterruption;
     for (std::size_t i = 0; i < interruptingSignals.size(); ++i) {
       ::sigaction(interruptingSignals[i], nullptr, &previous_[i]);
-      // What the parent told us to ignore (as nohup does) stays ignored.
+      // A signal that the parent has set to be ignored (as nohup does) stays ignored.
       if (previous_[i].sa_handler == SIG_IGN) continue;
       ::sigaction(interruptingSignals[i], &handling, nullptr);
     }

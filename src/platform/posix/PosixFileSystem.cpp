@@ -15,8 +15,7 @@
 namespace qrt {
 namespace {
 
-/// How a folder is opened that is only a base. Where the system can, that needs no right to read
-/// it.
+/// How a folder is opened that is used as a base only. With O_PATH this needs no right to read it.
 #ifdef O_PATH
 constexpr int baseAccess = O_PATH;
 #else
@@ -47,7 +46,7 @@ SplitPath split(std::string path) {
 
 bool endsInSlash(const std::string& path) { return path.size() > 1 && path.back() == '/'; }
 
-/// What the system refuses about a path as it is written. Nothing may be there yet.
+/// The system's error for a path as it is written. An absent object is no error.
 PosixCode refusalOf(const std::string& path) {
   struct stat status;
   const auto code = codeFor(::lstat(path.c_str(), &status));
@@ -58,12 +57,12 @@ PosixCode removed(FileAt object, int flags) {
   return codeFor(::unlinkat(object.folder.descriptor(), object.name, flags));
 }
 
-/// What nothing is made with but a folder that is about to get its permissions. Its owner can open
-/// it, and nobody works in such a folder or leaves it so.
+/// The permissions of a new folder until it gets its own. Its owner can open it. No other program
+/// creates folders with these or keeps them.
 constexpr mode_t justMade = 0400;
 
-/// Whether the object belongs to whom new ones of this process belong to, with no permissions but
-/// those of `justMade`: the rest of them is up to the folder that it is in.
+/// Whether the object's owner is this process's effective user and its permissions are those of
+/// `justMade`. The set-group bit does not count: the parent folder decides about it.
 bool showsJustMade(int object) {
   struct stat status;
   constexpr mode_t others = S_IRWXU | S_IRWXG | S_IRWXO | S_ISVTX | S_ISUID;
@@ -71,8 +70,8 @@ bool showsJustMade(int object) {
          (status.st_mode & others & ~justMade) == 0;
 }
 
-/// Whether the file system keeps owners and permissions, as a new file beside the object shows,
-/// which is open from the first moment. In doubt it does.
+/// Whether the file system keeps owners and permissions. Creates a file beside the object to see
+/// that, and returns true when it cannot.
 bool keepsOwners(FileAt object) {
   std::random_device random;
   const std::string path = object.name;
@@ -95,9 +94,9 @@ PosixResult<bool> isEmpty(const Folder& folder) {
   return !*entry;
 }
 
-/// Whether a folder that was opened by its name is the one that was just made there. Somebody may
-/// have put another in its place, which would get rights or contents that are not for it. Where a
-/// file system keeps no owners there are none to be told apart, and no rights to be got.
+/// Whether a folder that was opened by its name is the one that was just made there. If another
+/// process replaced it, the replacement would get rights or contents that are not meant for it. On
+/// a file system without owners every folder passes: there are no rights to get.
 PosixResult<bool> isJustMade(const Folder& folder, FileAt object) {
   if (!showsJustMade(folder.descriptor())) return !keepsOwners(object);
   return isEmpty(folder);

@@ -1,4 +1,4 @@
-// What the file systems of both ports have in common.
+// The part of the file system that both ports share.
 #pragma once
 
 #include <cstdint>

@@ -16,15 +16,15 @@ class PosixSelfProcess : public SelfProcess {
   std::uint32_t realUserID() const override { return getuid(); }
 
   void prepareForService() override {
-    // A walk holds a stream for every level it is in, and several walk at the same time.
+    // A walk has a stream open for each level of its path, and several walks run at the same time.
     raiseDescriptorLimit();
     std::signal(SIGPIPE, SIG_IGN);
-    // A parent that ignored its children's ends would have us lose the statuses of ours.
+    // An ignored SIGCHLD is inherited from the parent, and the system then keeps no statuses.
     std::signal(SIGCHLD, SIG_DFL);
   }
 
   [[noreturn]] void exit(int status) override {
-    // Other threads may be at work: nothing is torn down under them.
+    // Other threads still run: destroying objects could crash them.
     _exit(status);
   }
 };

@@ -26,18 +26,19 @@ int descriptorOf(StandardStream stream) {
 /// Standard streams as file descriptors.
 class PosixTerminal : public Terminal {
  public:
-  /// From here on a reader that has gone makes `write` fail instead of ending the process, and a
-  /// stream that came closed fails instead of being whatever is opened next.
+  /// From now on, `write` fails when the reader has closed the stream, instead of ending the
+  /// process. A stream that was closed at the start fails too, instead of being the next opened
+  /// file.
   PosixTerminal() {
     ::signal(SIGPIPE, SIG_IGN);
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-      // Opened the wrong way round, so that whoever uses it is told.
+      // Opened in the wrong direction, so that each use of it fails.
       if (::fcntl(stream, F_GETFD) < 0) {
         ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
       }
     }
     int ends[2];
-    if (!openPipe(ends)) return;  // Then it stays patient.
+    if (!openPipe(ends)) return;  // `stopWaiting` then has no effect.
     isImpatient_.reset(ends[0]);
     makeImpatient_.reset(ends[1]);
   }
@@ -61,7 +62,7 @@ class PosixTerminal : public Terminal {
     const int descriptor = descriptorOf(stream);
     while (!bytes.empty()) {
       if (!waitUntilWritable(descriptor)) return false;
-      // A pipe that has room takes so much without making anybody wait.
+      // A pipe that is writable takes this much without blocking.
       const auto written =
           ::write(descriptor, bytes.data(), std::min<std::size_t>(bytes.size(), PIPE_BUF));
       if (written >= 0) {
@@ -94,7 +95,7 @@ class PosixTerminal : public Terminal {
     return entries[0].revents != 0;
   }
 
-  /// A pipe, into which something is written once nobody is to be waited for.
+  /// A pipe; a byte in it means that `write` no longer waits.
   FileDescriptor isImpatient_;
   FileDescriptor makeImpatient_;
 };

@@ -29,7 +29,7 @@ class PosixUserDirectory : public UserDirectory {
   bool isKnownUserID(std::uint32_t userID) override;
 
  private:
-  /// The database has one position, and not every service that it asks is made for two threads.
+  /// The database has one position, and not all of its sources are thread-safe.
   std::mutex mutex_;
 };
 

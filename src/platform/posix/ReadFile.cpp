@@ -18,7 +18,7 @@ PosixResult<Data> readFile(int folder, const char* path, std::size_t limit) {
 }
 
 PosixResult<Data> readFile(int file, std::size_t limit) {
-  // Files that the kernel makes up do not tell their size.
+  // The kernel reports no size for the files that it generates.
   constexpr std::size_t firstPiece = 4096;
   Data contents;
   for (std::size_t length = 0;;) {

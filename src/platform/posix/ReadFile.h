@@ -1,4 +1,4 @@
-// Whole small files.
+// Reading whole small files.
 #pragma once
 
 #include <cstddef>
@@ -9,11 +9,11 @@
 namespace qrt {
 
 /// The contents of a file of at most `limit` bytes; a larger one is `noSpace`. `folder` is an open
-/// folder or AT_FDCWD. Made for files of the system: links are followed.
-/// A file that would have its reader wait is `tryAgain`.
+/// folder or AT_FDCWD. For files of the system: follows links. A file whose reader would have to
+/// wait is `tryAgain`.
 PosixResult<Data> readFile(int folder, const char* path, std::size_t limit);
 
-/// The same from an open file, from where it stands to its end.
+/// The rest of an open file, from its current position.
 PosixResult<Data> readFile(int file, std::size_t limit);
 
 }  // namespace qrt

@@ -33,7 +33,7 @@ bool clearOfStandardStreams(FileDescriptor& end) {
   return static_cast<bool>(end);
 }
 
-/// Strings as the system calls want them: an array of pointers that ends with null.
+/// Strings in the form that system calls take: an array of pointers that ends with null.
 class StringVector {
  public:
   explicit StringVector(std::vector<std::string> strings) : strings_(std::move(strings)) {
@@ -106,7 +106,7 @@ void resetSignals() {
   _exit(notStarted);
 }
 
-/// Waits for a change of the child's state. 0 when there was none yet.
+/// Waits for the child. Returns 0 when it still runs and `options` say not to wait.
 pid_t waitFor(pid_t child, int* status, int options) {
   for (;;) {
     const auto result = waitpid(child, status, options);
@@ -181,7 +181,7 @@ PosixCode Subprocess::launch(const ProgramLaunch& program) {
 std::int32_t Subprocess::waitUntilExit(const Sink& sink) {
   for (;;) {
     int status = 0;
-    // Without a stream to listen to there is nothing else to wait for.
+    // When both streams have ended, only the exit is left to wait for.
     const auto result = waitFor(child_, &status, bothEnded() ? 0 : WNOHANG);
     if (result != 0) {
       child_ = 0;

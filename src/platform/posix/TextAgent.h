@@ -1,4 +1,4 @@
-// Who asks for passwords on a terminal.
+// The agent that asks for passwords on a terminal.
 #pragma once
 
 #include <memory>

@@ -1,11 +1,12 @@
-// What the size of a write must be a multiple of.
+// The unit of writes to a device.
 #pragma once
 
 #include <cstddef>
 
 namespace qrt {
 
-/// In bytes, for an open file or device. 1 where any size can be written.
+/// The size of each write to an open file or device must be a multiple of this, in bytes. 1 where
+/// every size can be written.
 std::size_t writeUnitOf(int descriptor);
 
 }  // namespace qrt

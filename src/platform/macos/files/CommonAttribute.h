@@ -1,4 +1,4 @@
-// Setting one of the attributes that objects of all kinds have.
+// Setting an attribute that objects of all kinds have.
 #pragma once
 
 #include <sys/attr.h>
@@ -26,7 +26,7 @@ inline PosixCode attributeCode(int result) {
   return code == PosixCode::invalidArgument ? PosixCode::notSupported : code;
 }
 
-/// By a value of the attribute's type. `options` are those of the call.
+/// `value` has the attribute's type; `options` are those of the call.
 template <class Value>
 PosixCode set(int folder, const char* name, std::uint32_t options, attrgroup_t attribute,
               Value value) {
@@ -41,15 +41,15 @@ PosixCode set(int object, attrgroup_t attribute, Value value) {
   return attributeCode(::fsetattrlist(object, &list, &value, sizeof value, 0));
 }
 
-/// The flags to be written for an object to have those that are wanted. Some say how the system
-/// keeps its contents: no object gets them from another.
+/// The flags to write so that an object has the flags `wanted`. Flags that describe how the system
+/// stores the contents stay as they are.
 inline std::uint32_t flagsToWrite(const FileStatus& current, std::uint32_t wanted) {
   constexpr std::uint32_t ofContents = UF_COMPRESSED | UF_TRACKED | UF_DATAVAULT | SF_DATALESS;
   return (wanted & ~ofContents) | (current.flags & ofContents);
 }
 
-/// The outcome of writing `flags`. A file system that cannot keep flags lets the call succeed:
-/// `look` reads the object's status again when there was a flag to set.
+/// The outcome of writing `flags`. On a file system that cannot keep flags the call succeeds
+/// without effect, so `look` reads the status again when there was a flag to set.
 template <class Look>
 PosixCode confirmed(PosixCode code, const FileStatus& current, std::uint32_t flags, Look look) {
   const auto set = flags & ~current.flags;

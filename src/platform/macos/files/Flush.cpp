@@ -11,7 +11,7 @@ namespace qrt {
 
 int flushToMedium(int descriptor) {
   if (fcntl(descriptor, F_FULLFSYNC) == 0) return 0;
-  // The cache of the medium itself is left then. Where there is none, there is no such call.
+  // This leaves the medium's own cache; where the call is missing, the medium has none.
   if (fsync(descriptor) != 0) return -1;
   if (ioctl(descriptor, DKIOCSYNCHRONIZECACHE) == 0) return 0;
   return errno == ENOTTY || errno == ENOTSUP ? 0 : -1;

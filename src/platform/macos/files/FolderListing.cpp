@@ -13,7 +13,7 @@
 namespace qrt {
 
 /// Owns the folder's descriptor until `suspend()`; its number stays what it was. The stream shows
-/// one entry at a time, so some are read ahead for callers that want to know what comes.
+/// one entry at a time, so some entries are read ahead for `upcomingFolder`.
 class Folder::Listing {
  public:
   struct Entry {
@@ -30,8 +30,8 @@ class Folder::Listing {
 
   bool isOpen() const { return stream_ != nullptr; }
 
-  /// Reads the rest and closes the descriptor: a stream cannot continue where another one was. The
-  /// names that are left are kept in memory.
+  /// Reads the rest into memory and closes the descriptor: a new stream cannot continue at the
+  /// position of this one.
   void suspend() {
     entries_.erase(entries_.begin(), entries_.begin() + static_cast<std::ptrdiff_t>(position_));
     position_ = 0;

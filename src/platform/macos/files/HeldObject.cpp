@@ -35,7 +35,7 @@ PosixCode HeldObject::setPermissions(std::uint32_t permissions) const {
   return codeFor(::fchmodat(descriptor(), name_.c_str(), mode, AT_SYMLINK_NOFOLLOW));
 }
 
-/// Flags that are as wanted are written as well: the call alone tells whether the file system
+/// Writes flags also when they do not change: only the call shows whether the file system
 /// accepts changes.
 PosixCode HeldObject::setFlags(const FileStatus& seen, std::uint32_t wanted) const {
   const auto flags = common_attribute::flagsToWrite(seen, wanted);

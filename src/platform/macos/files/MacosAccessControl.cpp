@@ -53,8 +53,8 @@ OptionalList listOf(AclOwner list) {
       AccessControlList::Content{std::move(list)}));
 }
 
-/// The length must be the one that the number of entries makes: the system's reader goes by that
-/// number alone.
+/// The length must fit the number of entries: the system's reader trusts that number and does not
+/// know the length.
 bool isComplete(const Data& externalForm) {
   if (externalForm.size() < KAUTH_FILESEC_SIZE(0)) return false;
   std::uint32_t bigEndianCount = 0;
@@ -72,7 +72,7 @@ PosixCode removeList(const HeldObject& object) {
   return codeFor(::fchmodx_np(object.descriptor(), security.get()));
 }
 
-/// `copy` is one of the calls that write a list down. No list becomes one without entries.
+/// `copy` is one of the calls that write a list as bytes. "No list" becomes a list without entries.
 PosixResult<Data> formOf(const OptionalList& list, ssize_t (*copy)(void*, acl_t, ssize_t)) {
   const AclOwner source(list ? ::acl_dup(list->content().list.get()) : ::acl_init(0));
   if (!source) return lastError();
@@ -100,7 +100,7 @@ PosixCode setListByName(const HeldObject& object, const OptionalList& list) {
   const auto code = common_attribute::attributeCode(
       ::setattrlistat(object.descriptor(), object.name().c_str(), &attribute, value.data(),
                       value.size(), FSOPT_NOFOLLOW));
-  // An object that cannot have a list has none.
+  // An object that cannot have a list has no list to remove.
   return !list && code == PosixCode::notSupported ? PosixCode::success : code;
 }
 

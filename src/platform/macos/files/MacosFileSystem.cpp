@@ -27,13 +27,13 @@ static_assert(file_flag::systemAppendOnly == SF_APPEND);
 static_assert(file_flag::restricted == SF_RESTRICTED);
 static_assert(file_flag::noUnlink == SF_NOUNLINK);
 
-/// True when two names mean one entry of a folder, which happens where case does not count.
+/// True when two names mean one entry of a folder, as on a file system that ignores case.
 bool areOneEntry(const FileStatus& a, const FileStatus& b) {
   const bool hasOneName = a.isFolder() || a.linkCount == 1;
   return hasOneName && a.isSameObjectAs(b);
 }
 
-/// Without opening the object. A link leads elsewhere and is not meant.
+/// Holds an object without opening it. Not for links.
 PosixResult<HeldObject> heldIn(const Folder& folder, const std::string& name) {
   const auto found = objectStatus(folder.descriptor(), name.c_str(), Links::stay);
   if (!found) return found.error();
@@ -43,7 +43,8 @@ PosixResult<HeldObject> heldIn(const Folder& folder, const std::string& name) {
   return HeldObject(std::move(ownFolder), name);
 }
 
-/// For calls that take no folder. By its number nobody can exchange the folder.
+/// For calls that take no folder. The path names the folder by its number, so that no other process
+/// can exchange it.
 PosixResult<std::string> pathOf(FileAt object) {
   if (&object.folder == &Folder::ofProcess()) return std::string(object.name);
   struct stat folder;
@@ -73,7 +74,7 @@ PosixResult<HeldObject> MacosFileSystem::holdByName(FileAt object) {
 
 PosixResult<Folder> MacosFileSystem::openFolder(FileAt object, Links links) {
   auto folder = PosixFileSystem::openFolder(object, links);
-  // So a link that is not followed is told here.
+  // The error for a link that is not followed.
   const bool mayBeLink =
       links == Links::stay && !folder && folder.error() == PosixCode::tooManyLinks;
   if (!mayBeLink) return folder;
@@ -82,7 +83,7 @@ PosixResult<Folder> MacosFileSystem::openFolder(FileAt object, Links links) {
 }
 
 PosixResult<std::string> MacosFileSystem::linkTarget(const HeldObject& link) {
-  // The system reads links by their paths alone.
+  // The system reads links only by their paths.
   char path[MAXPATHLEN];
   if (::fcntl(link.descriptor(), F_GETPATH, path) != 0) {
     const auto code = lastError();
@@ -98,7 +99,7 @@ PosixResult<std::string> MacosFileSystem::linkTarget(const HeldObject& link) {
 
 PosixCode MacosFileSystem::setFlags(FileAt object, const FileStatus& seen, std::uint32_t wanted) {
   // Only folders can be mount points, so anything else shares the mount of its folder. Elsewhere
-  // the call is made without need: it alone tells whether the file system accepts changes.
+  // the call is made without need: only the call shows whether the file system accepts changes.
   const bool sharesMountOfFolder = !seen.isFolder() && &object.folder != &Folder::ofProcess();
   const bool mayRefuse = (seen.flags & file_flag::refusingChanges) != 0;
   if (wanted == seen.flags && !mayRefuse && sharesMountOfFolder && !object.folder.isReadOnly()) {

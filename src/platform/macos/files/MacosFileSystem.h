@@ -15,13 +15,13 @@ class MacosFileSystem : public PosixFileSystem {
   PosixResult<HeldObject> holdOpen(FileAt object) override { return hold(object, Links::stay); }
   PosixResult<Folder> openFolder(FileAt object, Links links) override;
   using PosixFileSystem::openFolder;
-  /// Not of a link whose path is longer than the system tells: `nameTooLong`.
+  /// `nameTooLong` for a link whose path is longer than the system reports.
   PosixResult<std::string> linkTarget(const HeldObject& link) override;
   using PosixFileSystem::linkTarget;
   PosixCode setFlags(FileAt object, const FileStatus& seen, std::uint32_t wanted) override;
   PosixResult<Data> readFile(FileAt object, std::size_t limit) override;
-  /// Sockets come only from whoever listens at them: `notSupported`, as on volumes that do not know
-  /// their folders by number.
+  /// `notSupported` for sockets, which only their listeners can make, and on volumes where folders
+  /// cannot be opened by number.
   PosixCode createSpecialFile(FileAt object, const HeldObject& model) override;
   PosixCode rename(FileAt object, FileAt newObject) override;
   /// Files have no leases here.

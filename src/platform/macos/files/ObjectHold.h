@@ -1,4 +1,4 @@
-// Taking hold of objects.
+// Making holds on objects.
 #pragma once
 
 #include "base/Result.h"
@@ -6,8 +6,9 @@
 
 namespace qrt {
 
-/// By a descriptor for reading. A link that is not followed is held itself. Taking hold blocks on
-/// no FIFO; sockets and devices are `notSupported`, because a driver would notice.
+/// Holds an object by a descriptor for reading; a link that is not followed is held itself. Does
+/// not block on a FIFO. Sockets and devices are `notSupported`, because opening them calls a
+/// driver.
 PosixResult<HeldObject> holdByDescriptor(FileAt object, Links links);
 
 }  // namespace qrt

@@ -33,7 +33,7 @@ FileStatus statusOf(const struct stat& answer) {
   return status;
 }
 
-/// `ask` is one of the calls for attributes without the list and what comes behind it.
+/// `ask` is one of the calls for attributes, without its list and the arguments after it.
 template <class Ask>
 bool isMountRoot(Ask ask) {
   attrlist wanted{};

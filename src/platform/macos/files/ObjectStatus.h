@@ -1,4 +1,4 @@
-// An object's status as this system tells it.
+// An object's status as this system reports it.
 #pragma once
 
 #include <sys/stat.h>

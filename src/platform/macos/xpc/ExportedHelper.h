@@ -1,4 +1,4 @@
-// What a peer's calls arrive at.
+// The object that receives a peer's calls.
 #pragma once
 
 #include "platform/macos/xpc/XPCProtocols.h"

@@ -32,7 +32,7 @@
 
 - (void)connectWithEndpointUsingReply:(void (^)(NSXPCListenerEndpoint*))reply {
   const auto endpoint = _helper->connectWithEndpoint(self.caller);
-  // All endpoints there are were made by this port.
+  // Every endpoint was made by this port.
   const auto* native = static_cast<const qrt::MacosListenerEndpoint*>(endpoint.get());
   reply(native ? native->endpoint : nil);
 }

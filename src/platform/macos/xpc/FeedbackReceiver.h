@@ -10,7 +10,7 @@
 
 namespace qrt {
 
-/// Offers an endpoint, and hands every message that arrives there to the handler, on the thread
+/// Offers an endpoint and passes every message that arrives there to the handler, on the thread
 /// that waits at the mailbox. Used by that thread only.
 class FeedbackReceiver {
  public:
@@ -22,8 +22,8 @@ class FeedbackReceiver {
 
   NSXPCListenerEndpoint* endpoint() const { return listener_.endpoint; }
 
-  /// After the reply: returns when all that the daemon sent before it was handed out, or when the
-  /// mailbox was interrupted.
+  /// After the reply: returns when the handler has received everything that the daemon sent before
+  /// it, or when the mailbox is interrupted.
   void receiveRest();
 
  private:

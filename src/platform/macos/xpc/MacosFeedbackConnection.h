@@ -12,9 +12,9 @@
 
 namespace qrt {
 
-/// The daemon's end. The system queues what its requestor has not taken yet and does not tell when
-/// it has: progress is sent now and then only, the newest that was held back before anything else
-/// that follows.
+/// The daemon's end. The system queues messages that the requestor has not taken yet and does not
+/// report when it takes them. So progress is sent at intervals only; another message is sent after
+/// the newest progress that was held back.
 class MacosFeedbackConnection : public FeedbackConnection {
  public:
   static constexpr std::chrono::milliseconds progressInterval{20};

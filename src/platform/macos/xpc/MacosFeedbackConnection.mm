@@ -8,7 +8,7 @@
 namespace qrt {
 namespace {
 
-/// Written by the connection's queue, at a time that nobody knows.
+/// Written on the connection's queue, at any time.
 struct FirstFailure {
   std::mutex mutex;
   Outcome outcome;

@@ -15,8 +15,7 @@ class MacosTransport : public Transport {
         [[NSXPCListener alloc] initWithMachServiceName:@(serviceIdentifier.c_str())]);
   }
 
-  /// Nothing to do: launchd lets some seconds pass before it starts a job again that has just
-  /// ended.
+  /// Does nothing: launchd waits some seconds before it starts a job again that has just ended.
   void turnAway() override {}
 };
 

@@ -1,4 +1,4 @@
-// What other threads want done by one that waits.
+// Tasks that other threads leave for a waiting thread.
 #pragma once
 
 #include <atomic>
@@ -18,20 +18,20 @@ class Mailbox {
 
   Mailbox();
 
-  /// False when there were no descriptors for it; it cannot be waited at then.
+  /// False when there were no descriptors for it; then no thread can wait at it.
   explicit operator bool() const { return readingEnd_ && writingEnd_; }
 
   /// From any thread.
   void post(Task task);
 
-  /// Ends the waiting, or else the next one before it begins. Async-signal-safe.
+  /// Ends the current wait; without one, the next wait ends at once. Async-signal-safe.
   void interrupt();
 
-  /// Performs what is posted, in order and on this thread, until `isOver` holds. False when it was
+  /// Performs the posted tasks, in order and on this thread, until `isOver` holds. False when it is
   /// interrupted before.
   bool performUntil(const std::function<bool()>& isOver);
 
-  /// The same for no longer than `limit`; false as well when that is over.
+  /// The same for no longer than `limit`; also false after that time.
   bool performUntil(const std::function<bool()>& isOver, std::chrono::milliseconds limit);
 
  private:

@@ -16,7 +16,7 @@ namespace qrt {
 
 class XPCHelperConnection : public HelperConnection {
  public:
-  /// Takes the connection over and resumes it. Nil is one that cannot be opened.
+  /// Takes the connection over and resumes it. Nil means that it could not be opened.
   static Result<std::unique_ptr<HelperConnection>> over(NSXPCConnection* connection);
 
   ~XPCHelperConnection() override;

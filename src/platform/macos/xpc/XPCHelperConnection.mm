@@ -42,8 +42,8 @@ XPCHelperConnection::XPCHelperConnection(NSXPCConnection* connection,
 
 XPCHelperConnection::~XPCHelperConnection() { [connection_ invalidate]; }
 
-/// Sends a call and waits for its answer or for the failure of the connection; exactly one of them
-/// comes, maybe when nobody waits any more.
+/// Sends a call and waits for its answer or for the failure of the connection. The system delivers
+/// exactly one of them, maybe after an interruption has ended the wait.
 template <class T>
 Result<T> XPCHelperConnection::call(const std::function<void(Helper, Answer<T>)>& send) {
   const auto received = std::make_shared<std::optional<Result<T>>>();
@@ -93,7 +93,7 @@ Outcome XPCHelperConnection::unregisterClientWithPID(std::int32_t identifier) {
 
 void XPCHelperConnection::unregisterClientWithPIDLater(std::int32_t identifier) {
   [Helper(connection_.remoteObjectProxy) unregisterClientWithPID:identifier];
-  // The system sends on a queue of its own, and does not tell when it has.
+  // The system sends on its own queue and does not report when it has sent.
   std::this_thread::sleep_for(timeToSend);
 }
 

@@ -7,7 +7,7 @@
 
 namespace qrt {
 
-/// The system serves each connection that was accepted on a serial queue of its own.
+/// The system serves each accepted connection on its own serial queue.
 class XPCListener : public Listener {
  public:
   explicit XPCListener(NSXPCListener* listener);

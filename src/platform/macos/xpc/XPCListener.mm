@@ -71,7 +71,7 @@ Outcome XPCListener::resume() {
 }
 
 void XPCListener::runLoop() {
-  // A run loop without anything to wait for would end.
+  // A run loop without a source would end.
   [NSRunLoop.currentRunLoop addPort:[NSMachPort port] forMode:NSDefaultRunLoopMode];
   [NSRunLoop.currentRunLoop run];
 }

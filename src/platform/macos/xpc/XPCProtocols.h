@@ -5,7 +5,7 @@
 
 #include "protocol/RemoteInterface.h"
 
-/// Replies come exactly once; methods without a reply go one way.
+/// Each reply is sent exactly once; methods without a reply go one way.
 @protocol QRTPrivilegedHelperProtocol
 - (void)connectWithEndpointUsingReply:(void (^)(NSXPCListenerEndpoint* endpoint))reply;
 - (void)getVersionStringUsingReply:(void (^)(NSString* version))reply;

@@ -1,4 +1,4 @@
-// Values of this system as the transport's objects, and back.
+// The conversions between values and the transport's objects.
 #pragma once
 
 #import <Foundation/Foundation.h>
@@ -8,17 +8,16 @@
 
 namespace qrt {
 
-/// Bytes of a text that are no valid UTF-8 travel as characters that stand for them.
+/// Bytes that are not valid UTF-8 travel as characters of a private range.
 NSDictionary* xpcDictionary(const Dictionary& dictionary);
 NSArray* xpcArray(const Array& array);
 /// Nil for success.
 NSError* xpcError(const Outcome& outcome);
 
-/// The classes that may be in a collection may come in its place as well: what a peer sent is of
-/// its declared class only when it turns out to be.
+// A peer can send any of the classes that are allowed inside of a collection in the collection's
+// place, so these functions check the class of their argument.
 
-/// None for nil, for another class, and for a collection that is larger than what a reader of
-/// property lists accepts.
+/// No value for nil, for another class, and for a collection beyond the limits of property lists.
 std::optional<Array> arrayFrom(NSArray* array);
 std::optional<Dictionary> dictionaryFrom(NSDictionary* dictionary);
 /// Success for nil, POSIX error 22 for another class.

@@ -20,8 +20,8 @@ using Bytes = std::span<const std::uint8_t>;
 template <class T>
 using Read = Result<T, Problem>;
 
-// The end of the file: 6 bytes of no meaning here, the widths of an offset and of a reference, then
-// three 8-byte numbers.
+// The trailer at the end of the file: 6 bytes that are not used here, the widths of an offset and
+// of a reference, then three 8-byte numbers.
 constexpr std::size_t trailerSize = 32;
 constexpr std::size_t offsetWidthAt = 6;
 constexpr std::size_t referenceWidthAt = 7;
@@ -128,7 +128,7 @@ class BinaryReader {
   struct Collection {
     Bytes keys;  ///< References; empty in an array.
     Bytes values;
-    std::size_t next = 0;  ///< Where the next item's references lie.
+    std::size_t next = 0;  ///< Offset of the next item's references.
   };
 
   PropertyListCheck readTrailer() {
@@ -150,7 +150,8 @@ class BinaryReader {
     return {};
   }
 
-  /// What a walk does when the list is measured, before anything is made.
+  /// The first walk adds up what the list would take, and stores nothing: a hundred bytes can
+  /// describe a million objects.
   struct Measuring {
     const BinaryReader& reader;
     PropertyListTally tally;
@@ -168,7 +169,7 @@ class BinaryReader {
     }
   };
 
-  /// What it does when the list is made.
+  /// The second walk builds the list.
   struct Building {
     const BinaryReader& reader;
     PropertyListBuilder& builder;
@@ -293,7 +294,7 @@ class BinaryReader {
     return slice(object.content, 1, std::size_t{1} << object.detail);
   }
 
-  /// The content of an object that says how many units of `width` bytes it has.
+  /// The content of an object that begins with its number of units; `width` is a unit's bytes.
   Read<Bytes> counted(const Object& object, std::size_t width) const {
     if (object.detail != countFollows) return slice(object.content, object.detail, width);
     const auto number = objectStartingAt(object.content);
@@ -324,7 +325,7 @@ class BinaryReader {
   }
 
   Bytes bytes_;
-  Bytes objects_;  ///< What lies before the offset table.
+  Bytes objects_;  ///< The bytes before the offset table.
   Bytes offsets_;
   std::uint64_t objectCount_ = 0;
   std::size_t offsetWidth_ = 0;

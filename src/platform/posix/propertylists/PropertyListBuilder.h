@@ -1,4 +1,4 @@
-// Puts a property list together from what a reader meets, within the limits.
+// Builds a property list from the elements that a reader finds, and enforces the limits.
 #pragma once
 
 #include <optional>
@@ -13,14 +13,14 @@
 
 namespace qrt {
 
-/// The collections that are still open lie in a vector, so that nesting costs no stack. After a
-/// problem the builder is of no further use.
+/// Open collections are in a vector, so nesting uses no stack. After a problem the builder must not
+/// be used any more.
 class PropertyListBuilder {
  public:
   [[nodiscard]] PropertyListCheck beginArray() { return begin(Array()); }
   [[nodiscard]] PropertyListCheck beginDictionary() { return begin(Dictionary()); }
-  /// Names the next value of the innermost collection, which must be a dictionary. A key that is
-  /// there already gets the new value.
+  /// Sets the key of the next value in the innermost collection, which must be a dictionary. The
+  /// last value of a repeated key is kept.
   [[nodiscard]] PropertyListCheck key(std::string name);
   /// `value` is not a collection.
   [[nodiscard]] PropertyListCheck add(PropertyValue value);

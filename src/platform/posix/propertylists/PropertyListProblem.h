@@ -8,15 +8,15 @@
 
 namespace qrt {
 
-/// For people; the reader adds where it was met.
+/// A text for people; the reader adds the place.
 struct PropertyListProblem {
   const char* text;
 };
 
-/// Nothing when all is well.
+/// No value when there is no problem.
 using PropertyListCheck = std::optional<PropertyListProblem>;
 
-/// `place` says where: "line 3".
+/// `place` is for instance "line 3".
 Error unreadablePropertyList(PropertyListProblem problem, std::string_view place);
 Error unreadablePropertyList(PropertyListProblem problem);
 Error unwritablePropertyList(PropertyListProblem problem);

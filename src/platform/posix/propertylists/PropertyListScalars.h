@@ -1,4 +1,4 @@
-// How property lists spell numbers, dates and data.
+// The spelling of numbers, dates and data in property lists.
 #pragma once
 
 #include <optional>
@@ -12,7 +12,7 @@ namespace qrt {
 /// Blanks of XML, which surround values and break lines of data.
 inline constexpr char propertyListBlanks[] = " \t\r\n";
 
-/// Each reader takes blanks around the value and answers nothing when the text is something else.
+/// Each reader accepts blanks around the value and returns no value for any other text.
 
 /// Decimal or, after "0x", hexadecimal, with a sign or without. Signed where 64 bits allow it, else
 /// unsigned.
@@ -25,7 +25,7 @@ std::string textFromReal(double value);
 
 /// "2001-02-03T04:05:06Z", whole seconds of the years 0 to 9999.
 std::optional<Date> dateFromIsoText(std::string_view text);
-/// Fractions of a second are dropped. Nothing for other years than 0 to 9999.
+/// Drops fractions of a second. No value outside of the years 0 to 9999.
 std::optional<std::string> isoTextFromDate(Date date);
 /// "2001-02-03 04:05:06 +0000".
 std::optional<Date> dateFromZonedText(std::string_view text);

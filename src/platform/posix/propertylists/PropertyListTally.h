@@ -1,4 +1,4 @@
-// Holds a property list to the limits while it is read or written.
+// Enforces the limits of a property list while it is read or written.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 
 namespace qrt {
 
-/// Keys count as objects. After a problem the tally is of no further use.
+/// Keys count as objects. After a problem the tally must not be used any more.
 class PropertyListTally {
  public:
   /// A key or a value that is not a collection; `bytes` of text or data.

@@ -19,7 +19,7 @@ constexpr std::string_view utf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view bigEndianMark = "\xFE\xFF";
 constexpr std::string_view littleEndianMark = "\xFF\xFE";
 
-/// Old-style data begins with "<" as well, but no name here could be its digits.
+/// Old-style data begins with "<" too, but its hexadecimal digits spell none of these names.
 constexpr std::string_view xmlBeginnings[] = {"<?xml",  "<!DOCTYPE", "<!--",    "<plist",   "<dict",
                                               "<array", "<key",      "<string", "<integer", "<real",
                                               "<date",  "<data",     "<true",   "<false"};
@@ -33,7 +33,7 @@ std::string_view withoutLeadingBlanks(std::string_view text) {
   return text.substr(std::min(text.find_first_not_of(propertyListBlanks), text.size()));
 }
 
-/// Either textual form; `marked` when a byte order mark told the encoding.
+/// Reads either text form. `marked` when a byte order mark announced the encoding.
 Result<PropertyValue> readText(std::string_view text, bool marked) {
   const auto content = withoutLeadingBlanks(text);
   if (isXml(content)) {

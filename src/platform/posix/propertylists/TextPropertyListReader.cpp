@@ -22,11 +22,11 @@ constexpr std::string_view blanks = " \t\n\v\f\r";
 constexpr std::string_view unquotedCharacters =
     "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789!#$%&*+-./:?@^_|~";
 
-/// What follows a string that was left out, which is then the empty one.
+/// Characters after an omitted string, which counts as the empty string.
 constexpr std::string_view afterOmittedKey = "=";
 constexpr std::string_view afterOmittedValue = ";,)}";
 
-/// Letters after a backslash and what they stand for; any other character stands for itself.
+/// Letters after a backslash and the characters that they mean; another character means itself.
 constexpr std::string_view escapeLetters = "abfnrtv";
 constexpr std::string_view escapedCharacters = "\a\b\f\n\r\t\v";
 
@@ -36,7 +36,7 @@ Read<PropertyValue> valueFrom(std::optional<T> value) {
   return Problem{"malformed data between < and >"};
 }
 
-/// What stands between "<*" and ">": a letter for the kind, then the value with quotes or without.
+/// Reads the content between "<*" and ">": a letter for the kind, then the value, maybe in quotes.
 Read<PropertyValue> typedValue(std::string_view content) {
   const char kind = content.empty() ? '\0' : content.front();
   content.remove_prefix(std::min<std::size_t>(content.size(), 1));
@@ -75,7 +75,7 @@ class TextReader {
   PropertyListCheck readRoot() {
     skipBlanks();
     if (text_.empty()) return Problem{"there is no value"};
-    // A table that has nothing but comments is an empty table.
+    // A text of comments and blanks is an empty table.
     auto problem = atEnd() || isStringTable() ? readStringTable() : readValue();
     skipBlanks();
     return problem;
@@ -100,7 +100,7 @@ class TextReader {
     return builder_.end();
   }
 
-  /// As deep as the builder lets collections be nested.
+  /// Recursive; the builder limits the depth.
   PropertyListCheck readValue() {
     if (take('{')) return readDictionary();
     if (take('(')) return readArray();
@@ -182,7 +182,7 @@ class TextReader {
     return Problem{"a string without end"};
   }
 
-  /// What follows a backslash; there is something.
+  /// Reads the rest of an escape, after its backslash. The text has not ended.
   PropertyListCheck readEscape(std::string& result) {
     if (const auto byte = takeNumber(8, 3)) {
       appendUtf8(result, characterFromNextStep(static_cast<std::uint8_t>(*byte)));
@@ -210,7 +210,7 @@ class TextReader {
     return {};
   }
 
-  /// The number that the next digits make, at most `most` of them; nothing when there is none.
+  /// Reads a number of at most `most` digits; no value when the next character is no digit.
   std::optional<char32_t> takeNumber(int base, std::size_t most) {
     const auto digits = text_.substr(position_, most);
     std::uint32_t number = 0;
@@ -227,7 +227,7 @@ class TextReader {
     return builder_.add(std::move(*value));
   }
 
-  /// Also skips comments. One without an end reaches to the end of the text.
+  /// Also skips comments. A comment without an end extends to the end of the text.
   void skipBlanks() {
     while (true) {
       position_ = std::min(text_.find_first_not_of(blanks, position_), text_.size());

@@ -16,10 +16,10 @@ constexpr char32_t characterFromSurrogates(char32_t high, char32_t low) {
   return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
 }
 
-/// A surrogate takes three bytes, which are not valid UTF-8.
+/// A surrogate becomes three bytes that are not valid UTF-8.
 void appendUtf8(std::string& text, char32_t character);
 
-/// Nothing when half a unit is left over or a surrogate has no partner.
+/// No value when the bytes end inside a unit or a surrogate has no partner.
 std::optional<std::string> utf8FromUtf16(std::span<const std::uint8_t> bytes, std::endian order);
 
 }  // namespace qrt

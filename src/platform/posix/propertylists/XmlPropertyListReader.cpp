@@ -33,7 +33,7 @@ Scalar constant(std::string text) {
 /// An element that holds text and no elements.
 struct Leaf {
   std::string_view name;
-  /// None for the one that is a name and no value.
+  /// Null for `key`, which is not a value.
   Scalar (*value)(std::string text);
 };
 
@@ -55,7 +55,7 @@ const Leaf* leafNamed(std::string_view name) {
   return nullptr;
 }
 
-/// Takes the parser's events. Elements are balanced: the parser sees to that.
+/// Receives the parser's events. The parser guarantees that elements are balanced.
 class XmlReader {
  public:
   explicit XmlReader(XmlEncoding encoding)
@@ -105,7 +105,7 @@ class XmlReader {
     take(reader, &XmlReader::refuseEntity, name);
   }
 
-  /// Events go on for a while after the parser was stopped; the first problem is the one to tell.
+  /// The parser sends more events after it was stopped; only the first problem is reported.
   static void take(void* reader, Step step, std::string_view text) {
     auto& self = *static_cast<XmlReader*>(reader);
     if (self.problem_) return;

@@ -14,8 +14,8 @@ enum class XmlEncoding {
 };
 
 /// The root is a `plist` element with one value, or the value's own element. A document type may be
-/// named, but its external part is never loaded and one with declarations of its own is refused:
-/// entities and default attributes let a small text stand for a very large one.
+/// named, but its external part is never loaded. One with declarations is refused, because with
+/// entities and default attributes a small text expands to a very large one.
 Result<PropertyValue> readXmlPropertyList(std::string_view text, XmlEncoding encoding);
 
 }  // namespace qrt

@@ -22,7 +22,7 @@ constexpr std::string_view prologue =
     "<plist version=\"1.0\">\n";
 constexpr std::string_view epilogue = "</plist>\n";
 
-/// Gives a line of 76 characters.
+/// For lines of 76 characters.
 constexpr std::size_t dataBytesPerLine = 57;
 
 bool xmlCanHold(Utf8Character character) {
@@ -34,7 +34,7 @@ bool xmlCanHold(Utf8Character character) {
   return character.codePoint != 0xFFFE && character.codePoint != 0xFFFF;
 }
 
-/// How the character is written when it cannot stand for itself, else empty.
+/// The escape sequence of a character; empty when the character needs none.
 std::string_view escaped(char32_t character) {
   switch (character) {
     case '&':
