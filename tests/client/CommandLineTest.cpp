@@ -106,7 +106,7 @@ TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeTheHelperIsAsked) {
 }
 
 TEST_F(CommandLineTest, ArgumentsThatDoNotFitIntoAMessageAreRefused) {
-  Words words(200, std::string(100000, '\xFF'));
+  Words words(60, std::string(100000, '\xFF'));
   words.insert(words.begin(), "delete-foldercontents");
   EXPECT_EQ(run(words), 2) << "each such byte is sent as four";
   EXPECT_THAT(terminal.errors(), testing::HasSubstr("The arguments are larger than 15.5 MiB"));

@@ -47,6 +47,7 @@ std::optional<Number> numberIn(std::string_view text) {
 
 UsageResult<Data> contentsOfFile(const std::string& path) {
   const bool isStandardInput = path == "-";
+  const auto name = isStandardInput ? "Standard input" : path;
   // A C stream reports the end of standard input and its failure as different states.
   const auto close = [](std::FILE* file) { return file == stdin ? 0 : std::fclose(file); };
   const std::unique_ptr<std::FILE, decltype(close)> file(
@@ -54,9 +55,9 @@ UsageResult<Data> contentsOfFile(const std::string& path) {
   Data contents(largestArguments + 1);
   contents.resize(file ? std::fread(contents.data(), 1, contents.size(), file.get()) : 0);
   if (!file || std::ferror(file.get()) != 0) {
-    return UsageError{fmt::format("{} cannot be read", isStandardInput ? "Standard input" : path)};
+    return UsageError{fmt::format("{} cannot be read", name)};
   }
-  if (contents.size() > largestArguments) return UsageError{fmt::format(tooLarge, path + " is")};
+  if (contents.size() > largestArguments) return UsageError{fmt::format(tooLarge, name + " is")};
   return contents;
 }
 

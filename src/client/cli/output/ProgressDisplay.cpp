@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -73,7 +72,7 @@ class PlainProgress : public ProgressDisplay {
       : terminal_(terminal), label_(std::move(label)) {}
 
   void setFraction(double fraction) override {
-    const int tenth = fraction > 0 ? static_cast<int>(std::min(fraction, 1.0) * 10) : 0;
+    const int tenth = static_cast<int>(fraction * 10);
     if (tenth <= shownTenth_) return;
     shownTenth_ = tenth;
     terminal_.write(StandardStream::error, fmt::format("{}: {} %\n", label_, tenth * 10));

@@ -12,6 +12,7 @@ class ProgressDisplay {
  public:
   virtual ~ProgressDisplay() = default;
 
+  /// From 0 to 1.
   virtual void setFraction(double fraction) = 0;
   /// Removes the line before other output. The next tick draws it again.
   virtual void makeRoom() = 0;

@@ -33,8 +33,7 @@ ProgressLine::ProgressLine(Terminal& terminal, std::string label, TimePoint star
       nextDraw_(start + shortestInterval) {}
 
 void ProgressLine::setFraction(double fraction, TimePoint now) {
-  // A value that is not a number fails the comparison.
-  fraction_ = fraction > 0 ? std::min(fraction, 1.0) : 0;
+  fraction_ = fraction;
   tick(now);
 }
 

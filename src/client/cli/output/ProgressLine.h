@@ -20,7 +20,7 @@ class ProgressLine {
 
   ProgressLine(Terminal& terminal, std::string label, TimePoint start);
 
-  /// From 0 to 1. Other values count as the nearer end, and a value that is not a number as 0.
+  /// From 0 to 1.
   void setFraction(double fraction, TimePoint now);
 
   /// Updates the elapsed time.

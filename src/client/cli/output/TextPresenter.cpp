@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <string_view>
 #include <utility>
@@ -69,7 +70,8 @@ class TextPresenter : public Presenter {
 
   void setFraction(double fraction) {
     if (!progress_) progress_ = makeProgressDisplay(terminal_, label_);
-    progress_->setFraction(fraction);
+    // A value that is not a number fails the comparison and counts as 0.
+    progress_->setFraction(fraction > 0 ? std::min(fraction, 1.0) : 0);
   }
 
   bool writeRecords(const Array& records) {
