@@ -20,7 +20,9 @@ class HardwareOperationsTest : public test::DaemonFixture {
 
 TEST_F(HardwareOperationsTest, WithoutTheHardwareOnlyTheControllerIsMissed) {
   EXPECT_EQ(answer(eraseDiskblocks, {"full", 1}), "NSPOSIXErrorDomain 28");
-  if (!test::exists("/sys/firmware/efi")) EXPECT_EQ(answer(modifyNvram, {"name", "value"}), "");
+  if (!test::exists("/sys/firmware/efi")) {
+    EXPECT_EQ(answer(modifyNvram, {"name", "value"}), "");
+  }
   if (!test::exists("/sys/devices/platform/applesmc.768")) {
     EXPECT_EQ(answer(writeSmcvalue, {"F0Mn", Data(2)}), "com.vantor.error.privileged-operation 20");
   }

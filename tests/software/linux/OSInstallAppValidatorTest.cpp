@@ -103,6 +103,7 @@ TEST(OSInstallAppValidator, TheSignatureDecides) {
       {{.info = mavericks, .team = team, .hasMakersRoot = false}, false},
       {{.info = mavericks, .team = team, .change = image}, true},
       {{.info = mavericks, .team = team, .change = image + "touch SharedSupport/second"}, false},
+      {{.info = mavericks, .team = team, .change = "touch SharedSupport/second; " + image}, false},
       {{.info = mavericks, .team = team, .change = image + "rm Resources/resource"}, false},
       {{.info = mavericks, .team = team, .change = "touch InstallESD.dmg"}, false},
       // The first identifier is that of the file with the description, the second the bundle's.
