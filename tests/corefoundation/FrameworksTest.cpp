@@ -1,14 +1,9 @@
-#include <CoreServices/CoreServices.h>
 #include <Security/Security.h>
-#include <SystemConfiguration/SystemConfiguration.h>
 #include <gmock/gmock.h>
 
-#include "platform/ApplicationRegistry.h"
 #include "platform/Authority.h"
 #include "platform/CodeSigning.h"
 #include "platform/Preferences.h"
-#include "platform/SystemConfiguration.h"
-#include "platform/UserDirectory.h"
 #include "platform/macos/CFValue.h"
 #include "platform/macos/MacosFacilities.h"
 #include "platform/macos/OwnAuthorization.h"
@@ -23,33 +18,6 @@ using Objects = std::vector<CFTypeRef>;
 CFOwner<CFArrayRef> arrayOf(Objects objects) {
   return CFOwner<CFArrayRef>(CFArrayCreate(
       nullptr, objects.data(), static_cast<CFIndex>(objects.size()), &kCFTypeArrayCallBacks));
-}
-
-TEST(MacosSystemConfiguration, ChangesReachThePreferences) {
-  const auto configuration = makeSystemConfiguration();
-  EXPECT_FALSE(configuration->open("client", ""));
-  EXPECT_FALSE(configuration->open("\xFF", ""));
-  const CFOwner<CFMutableDictionaryRef> values(CFDictionaryCreateMutable(
-      nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
-  fakeConfiguration.values = values.get();
-  EXPECT_FALSE(configuration->open("client", "another file"));
-  const auto session = configuration->open("client", "");
-  ASSERT_TRUE(session && session->lock());
-  EXPECT_TRUE(session->setValue("key", Array{1, "a"}));
-  EXPECT_EQ(valueFrom(values.get()), PropertyValue(Dictionary{{"key", Array{1, "a"}}}));
-  EXPECT_FALSE(session->setValue("key", "\xFF"));
-  EXPECT_TRUE(session->removeValue("key"));
-  EXPECT_FALSE(session->removeValue("key"));
-  EXPECT_FALSE(session->networkService("none"));
-  const auto service = session->networkService("service");
-  ASSERT_TRUE(service && service->supportsIPv6());
-  EXPECT_TRUE(service->setIPv6Enabled(true) && service->setIPv6Enabled(false));
-  EXPECT_TRUE(session->applyChanges() && session->commitChanges());
-  session->unlock();
-  EXPECT_EQ(fakeConfiguration.calls, "l10acu");
-  fakeConfiguration.hasIPv6 = false;
-  const auto withoutIPv6 = session->networkService("service");
-  EXPECT_FALSE(withoutIPv6->supportsIPv6() || withoutIPv6->setIPv6Enabled(true));
 }
 
 TEST(MacosPreferences, ValuesAreSetReplacedAndRemoved) {
@@ -70,41 +38,6 @@ TEST(MacosPreferences, ValuesAreSetReplacedAndRemoved) {
   }
   EXPECT_FALSE(preferences->setValue(domain, "key", "\xFF"));
   EXPECT_FALSE(preferences->setValue({"\xFF", {Kind::any}, {Kind::named, "h"}}, "key", 1));
-}
-
-TEST(MacosApplicationRegistry, ApplicationsBundlesAndDates) {
-  const auto registry = makeApplicationRegistry();
-  EXPECT_TRUE(registry->applicationURLs("com.vantor.app").empty());
-  const auto file = cfFileURL("/Applications/A.app", true);
-  const CFOwner<CFURLRef> other(CFURLCreateWithString(nullptr, CFSTR("http://h/x"), nullptr));
-  const auto urls = arrayOf({file.get(), kCFNull, other.get()});
-  fakeServices.applications = urls.get();
-  const auto found = registry->applicationURLs("com.vantor.app");
-  ASSERT_EQ(found.size(), 2u);
-  EXPECT_EQ(found[0].scheme + found[0].path, "file/Applications/A.app");
-  EXPECT_EQ(found[1].scheme + found[1].path, "http");
-  EXPECT_TRUE(registry->applicationURLs("\xFF").empty());
-
-  EXPECT_FALSE(registry->dateLastUsed("/some"));
-  const CFOwner<CFDateRef> date(CFDateCreate(nullptr, -kCFAbsoluteTimeIntervalSince1970 + 5));
-  fakeServices.lastUsed = date.get();
-  EXPECT_EQ(registry->dateLastUsed("/some"), Date{5});
-  EXPECT_FALSE(registry->dateLastUsed("/none"));
-  fakeServices.lastUsed = kCFNull;
-  EXPECT_FALSE(registry->dateLastUsed("/some"));
-
-  const test::ScratchFolder scratch;
-  EXPECT_TRUE(registry->systemBundle(scratch.path()));
-  EXPECT_FALSE(registry->systemBundle(scratch.path("none")));
-}
-
-TEST(MacosUserDirectory, TheAuthoritysUsersJoinThoseOfTheDatabase) {
-  EXPECT_EQ(makeUserDirectory()->listedUserIDs().count(4242), 0u);
-  const auto number = cfValue(4242);
-  const auto identities = arrayOf({number.get(), kCFNull});
-  fakeServices.identities = identities.get();
-  const auto ids = makeUserDirectory()->listedUserIDs();
-  EXPECT_EQ(ids.count(4242) + ids.count(0), 2u);
 }
 
 TEST(MacosCodeSigning, InformationAndComplaintsAreCopied) {

@@ -8,13 +8,13 @@
 namespace qrt {
 namespace {
 
-/// Knows data in the first half of a file of 8 bytes only.
+/// Reports data only in the first half of a file of 8 bytes.
 off_t seekHalf(int, off_t from, int whence) {
   if (whence == SEEK_HOLE) return 4;
   return from < 4 ? from : (errno = ENXIO, -1);
 }
 
-TEST(CopyContents, DataThatTheSystemDoesNotKnowAreCopiedWhereItMayNotKnowThem) {
+TEST(CopyContents, CopiesDataAfterTheLastThatTheSystemReportsWhereHolesAreUncertain) {
   const test::ScratchFolder scratch;
   const FileDescriptor from(open(scratch.file("from", "12345678").c_str(), O_RDONLY));
   const std::pair<NoData, std::string> rows[] = {{NoData::isHole, std::string("1234\0\0\0\0", 8)},

@@ -14,7 +14,7 @@
 namespace qrt {
 namespace {
 
-/// Lets a descriptor of this process lead elsewhere for a while.
+/// Redirects a descriptor of this process while it lives.
 class Redirection {
  public:
   Redirection(int descriptor, int elsewhere) : descriptor_(descriptor), before_(dup(descriptor)) {
@@ -40,7 +40,7 @@ TEST(PosixTerminal, WritesEverythingToASlowReaderOfANonBlockingStream) {
   EXPECT_EQ(test::contentsOf(scratch.path("received")), text);
 }
 
-TEST(PosixTerminal, TellsWhenTheReaderHasGone) {
+TEST(PosixTerminal, WriteFailsWhenTheReaderHasClosedTheStream) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   close(ends[0]);
@@ -73,7 +73,7 @@ TEST(PosixTerminal, StopsWaitingForASlowReader) {
   EXPECT_TRUE(terminal->write(StandardStream::error, "end"));
 }
 
-TEST(PosixTerminal, AStreamThatCameClosedIsNothingElse) {
+TEST(PosixTerminal, AStreamThatWasClosedAtTheStartFails) {
   const FileDescriptor before(dup(STDOUT_FILENO));
   close(STDOUT_FILENO);
   const auto terminal = makeNativeTerminal();

@@ -1,13 +1,16 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <ctime>
 #include <limits>
 
+#include "platform/posix/propertylists/PropertyListBuilder.h"
 #include "support/PropertyListText.h"
 
 namespace qrt {
 namespace {
 
+using test::bigEndian;
 using test::parsed;
 using test::shown;
 
@@ -23,18 +26,34 @@ void expectRefused(const std::string& bytes) {
   EXPECT_TRUE(stringIn(list.error().userInfo, localizedDescriptionKey));
 }
 
-std::string utf16(std::u16string_view text, bool bigEndian) {
+std::string utf16(std::u16string_view text, bool isBigEndian) {
   std::string bytes;
   for (const char16_t unit : text) {
     const char high = static_cast<char>(unit >> 8), low = static_cast<char>(unit & 0xFF);
-    bytes += bigEndian ? std::string{high, low} : std::string{low, high};
+    bytes += isBigEndian ? std::string{high, low} : std::string{low, high};
   }
   return bytes;
 }
 
+/// Texts with two blanks or a line end between them.
+std::vector<std::string> cells(std::string_view text) {
+  std::vector<std::string> found;
+  while (!text.empty()) {
+    const auto end = std::min({text.find("  "), text.find('\n'), text.size()});
+    if (end > 0) found.emplace_back(text.substr(0, end));
+    text.remove_prefix(std::min(text.size(), text.find_first_not_of(" \n", end)));
+  }
+  return found;
+}
+
+template <std::size_t size>
+std::string raw(const char (&bytes)[size]) {
+  return {bytes, size - 1};
+}
+
 PropertyValue date(double seconds) { return Date{seconds}; }
 
-TEST(PropertyList, TellsTheFormsApart) {
+TEST(PropertyList, ReadsEachFormInEachEncoding) {
   const std::u16string text = u"\uFEFF( \"\u00FC\U0001F600\" )";
   const std::u16string xml =
       u"\uFEFF <?xml version='1.0' encoding='UTF-16'?>"
@@ -56,12 +75,11 @@ TEST(PropertyList, TellsTheFormsApart) {
       {"<data>2nA=</data>", Data{0xDA, 0x70}},
       {"bplist01", "bplist01"},
   });
-  const std::string malformed16[] = {utf16(u"\uFEFF\xD800", true),
-                                     utf16(u"\uFEFF\xDC00\xD800", true),
-                                     utf16(u"\uFEFFa", false) + "b"};
-  for (const auto& bytes : malformed16) expectRefused(bytes);
-  for (const auto* bytes : {"", "\"\xFC\""}) expectRefused(bytes);
-  expectRefused({"\"\0\"", 3});
+  for (const auto& bytes :
+       {utf16(u"\uFEFF\xD800", true), utf16(u"\uFEFF\xDC00\xD800", true),
+        utf16(u"\uFEFFa", false) + "b", std::string(), std::string("\"\xFC\""), raw("\"\0\"")}) {
+    expectRefused(bytes);
+  }
 }
 
 TEST(PropertyList, ReadsXmlElements) {
@@ -84,21 +102,17 @@ TEST(PropertyList, ReadsXmlElements) {
 }
 
 TEST(PropertyList, RefusesXmlThatIsNoPropertyList) {
-  const std::vector<std::string> contents[] = {
-      {"", "<true/><true/>", "<true>x</true>", "<plist><true/></plist>", "<set/>"},
-      {"<array><true/>", "<array>text</array>", "<string>a<dict/></string>"},
-      {"<string>&unknown;</string>", "<string>&#0;</string>", "<string>\xFF</string>"},
-      {"<array><key>a</key></array>", "<dict><key>a</key></dict>", "<dict><true/></dict>"},
-      {"<key>a</key>", "<dict><key>a</key><key>b</key><true/></dict>"},
-      {"<integer/>", "<integer>1.5</integer>", "<integer>--1</integer>"},
-      {"<integer>18446744073709551616</integer>", "<integer>-9223372036854775809</integer>"},
-      {"<real/>", "<real>1,5</real>", "<real>+-1</real>"},
-      {"<date>2023-02-29T00:00:00Z</date>", "<date>2023-02-28T24:00:00Z</date>"},
-      {"<date>2023-02-28</date>", "<data>AAE</data>", "<data>A*==</data>"},
-  };
-  for (const auto& group : contents) {
-    for (const auto& content : group) expectRefused("<plist>" + content + "</plist>");
+  for (const auto& content : cells(R"(
+<true/><true/>  <true>x</true>  <plist><true/></plist>  <set/>  <array><true/>  <array>text</array>
+<string>a<dict/></string>  <string>&unknown;</string>  <string>&#0;</string>  <dict><true/></dict>
+<array><key>a</key></array>  <dict><key>a</key></dict>  <key>a</key>  <integer/>  <real/>
+<dict><key>a</key><key>b</key><true/></dict>  <integer>1.5</integer>  <integer>--1</integer>
+<integer>18446744073709551616</integer>  <integer>-9223372036854775809</integer>  <real>1,5</real>
+<real>+-1</real>  <date>2023-02-29T00:00:00Z</date>  <date>2023-02-28T24:00:00Z</date>
+<date>2023-02-28</date>  <data>AAE</data>  <data>A*==</data>)")) {
+    expectRefused("<plist>" + content + "</plist>");
   }
+  for (const auto* content : {"<plist></plist>", "<string>\xFF</string>"}) expectRefused(content);
   for (const std::string type : {"[<!ENTITY e 'x'>]", "[<!ENTITY e SYSTEM '/etc/passwd'>]",
                                  "SYSTEM '/etc/passwd'", "[<!ATTLIST plist a CDATA 'b'>]"}) {
     expectRefused("<!DOCTYPE plist " + type + "><plist><string>&e;</string></plist>");
@@ -134,27 +148,18 @@ TEST(PropertyList, ReadsOldStyleText) {
 }
 
 TEST(PropertyList, RefusesTextThatIsNoPropertyList) {
-  const std::vector<std::string> texts[] = {
-      {"hello world", "a = b", "a = b; c", "a;;", "\xC3\xBC", "}", "a, b", "(a, /* b"},
-      {"{", "{a", "{a}", "{a=", "{a=b", "{a=b;", "{a=b;};", "{a==b}", "{a=b;;}", "{(a)=b;}"},
-      {"(", "(a", "(a,", "(a b)", "(a;)", "(a))", "(=)"},
-      {"\"a", "'a", "\"a\\", R"("\U")", R"("\u")", R"("\Ud800")", R"("\Ud800\U0041")",
-       R"("\Udc00")"},
-      {"<0", "<0>", "<0 1>", "<[AA>", "<*>", "<*X1>", "<*I>", "<*RX>", "<*BX>", "<*D2001-01-01>"},
-  };
-  for (const auto& group : texts) {
-    for (const auto& text : group) expectRefused(text);
+  for (const auto& text : cells(R"(
+hello world  a = b  a = b; c  a;;  }  a, b  (a, /* b  {  {a  {a}  {a=  {a=b  {a=b;  {a=b;};  {a==b}
+{a=b;;}  {(a)=b;}  (  (a  (a,  (a b)  (a;)  (a))  (=)  "a  'a  "a\  "\U"  "\u"  "\Ud800"  "\Udc00"
+"\Ud800\U0041"  <0  <0>  <0 1>  <[AA>  <*>  <*X1>  <*I>  <*RX>  <*BX>  <*D2001-01-01>)")) {
+    expectRefused(text);
   }
+  expectRefused("\xC3\xBC");
 }
 
 /// Its references are one byte wide.
 std::string binary(const std::vector<std::string>& objects, std::uint64_t root = 0) {
   return test::binaryList(objects, 1, root);
-}
-
-template <std::size_t size>
-std::string raw(const char (&bytes)[size]) {
-  return {bytes, size - 1};
 }
 
 TEST(PropertyList, ReadsBinaryObjects) {
@@ -184,19 +189,11 @@ TEST(PropertyList, ReadsBinaryObjects) {
 TEST(PropertyList, RefusesMalformedBinaryTrailers) {
   const std::string whole = binary({"\x09"});
   ASSERT_TRUE(parsed(whole));
-  const struct {
-    const char* what;
-    std::size_t fromEnd;
-    char byte;
-  } changes[] = {
-      {"no offset width", 26, 0},           {"wide references", 25, 9},
-      {"more objects than offsets", 17, 2}, {"a number of objects that overflows", 24, '\x80'},
-      {"a root that is not there", 9, 1},   {"offsets in the magic number", 1, 7},
-      {"offsets beyond the end", 1, 100},   {"an object in the magic number", 33, 0},
-      {"an object in the offsets", 33, 9},
-  };
-  for (const auto& [what, fromEnd, byte] : changes) {
-    SCOPED_TRACE(what);
+  // Widths, numbers and offsets, each at a distance from the end, with a value that does not fit.
+  const std::pair<std::size_t, char> changes[] = {{26, 0}, {25, 9}, {17, 2},  {24, '\x80'}, {9, 1},
+                                                  {1, 7},  {33, 0}, {1, 100}, {33, 9}};
+  for (const auto& [fromEnd, byte] : changes) {
+    SCOPED_TRACE(fromEnd);
     std::string bytes = whole;
     bytes[bytes.size() - fromEnd] = byte;
     expectRefused(bytes);
@@ -206,28 +203,24 @@ TEST(PropertyList, RefusesMalformedBinaryTrailers) {
 }
 
 TEST(PropertyList, RefusesMalformedBinaryObjects) {
-  const std::string hugeCount = "\x4F\x13\x7F" + std::string(7, '\xFF');
-  const std::string wide(16, '\xFF');
-  using Objects = std::vector<std::string>;
-  const std::pair<const char*, std::vector<Objects>> groups[] = {
-      {"null", {{raw("\0")}}},
-      {"cut short",
-       {{"\x13\1"}, {"\x42z"}, {"\x62zzz"}, {"\xA1"}, {"\xD1\1"}, {"\x5F"}, {"\x5F\x10"}}},
-      {"unknown width", {{"\x15" + wide + wide}, {"\x21\1\1"}, {raw("\x32\0\0\0\0")}}},
-      {"integer of 128 bits", {{"\x14" + wide}}},
-      {"infinite date", {{raw("\x33\x7F\xF0\0\0\0\0\0\0")}}},
-      {"not of its encoding", {{"\x51\x80"}, {raw("\x61\xD8\0")}}},
-      {"array of no object", {{"\xA1\1"}}},
-      {"key that is no string", {{"\xD1\1\1", "\x10\1"}}},
-      {"count that is no small integer", {{"\x5F\x51x"}, {"\x5F\x14" + wide}, {hugeCount}}},
-  };
-  for (const auto& [what, files] : groups) {
-    SCOPED_TRACE(what);
-    for (const auto& objects : files) expectRefused(binary(objects));
+  const std::string wide(16, '\xFF'), sevenBytes(7, '\xFF');
+  const std::string hugeCount = "\x4F\x13\x7F" + sevenBytes,
+                    infinite = raw("\x33\x7F\xF0\0\0\0\0\0\0");
+  const std::string null = raw("\0"), shortDate = raw("\x32\0\0\0\0"), half = raw("\x61\xD8\0");
+  const std::string wideInteger = "\x15" + wide + wide, bigInteger = "\x14" + wide;
+  const std::string countOfText = "\x5F\x51x", bigCount = "\x5F\x14" + wide;
+  for (const auto& object : {null, hugeCount, infinite, shortDate, half, wideInteger, bigInteger,
+                             countOfText, bigCount}) {
+    expectRefused(binary({object}));
   }
+  for (const auto* object : {"\x13\1", "\x42z", "\x62zzz", "\xA1", "\xD1\1", "\x5F", "\x5F\x10",
+                             "\x21\1\1", "\x51\x80", "\xA1\1"}) {
+    expectRefused(binary({object}));
+  }
+  expectRefused(binary({"\xD1\1\1", "\x10\1"}));  // A key that is no string.
 }
 
-TEST(PropertyList, TellsWhereTheProblemIs) {
+TEST(PropertyList, AnErrorNamesTheLineOrTheObject) {
   for (const auto& [bytes, place] : std::vector<std::pair<std::string, std::string>>{
            {"<array>\n<true/>\n<set/>", "line 3"},
            {"{\n  a\n}", "line 3"},
@@ -305,6 +298,137 @@ TEST(PropertyList, RefusesToWriteWhatXmlCannotHold) {
     ASSERT_FALSE(text) << what;
     EXPECT_EQ(text.error().domain, cocoaErrorDomain) << what;
     EXPECT_EQ(text.error().code, 3851) << what;
+  }
+}
+
+constexpr std::size_t mebibyte = 1 << 20;
+
+#ifdef __OPTIMIZE__
+constexpr double soon = 0.1;
+#else
+constexpr double soon = 10;  // With checks of every access: that it ends at all.
+#endif
+
+/// In this process's own time, because other tests run meanwhile.
+double secondsSince(std::clock_t begin) {
+  return static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
+}
+
+std::string repeated(std::string_view piece, std::size_t bytes) {
+  std::string text;
+  while (text.size() < bytes) text += piece;
+  return text;
+}
+
+std::string arrayOf(const std::vector<std::uint64_t>& references) {
+  std::string object = "\xAF\x12" + bigEndian(references.size(), 4);
+  for (const auto reference : references) object += bigEndian(reference, 4);
+  return object;
+}
+
+/// References are four bytes wide.
+std::string wideBinary(const std::vector<std::string>& objects) {
+  return test::binaryList(objects, 4);
+}
+
+/// Every array holds the next one `width` times, the last one `leaf`.
+std::string sharedArrays(std::size_t levels, std::size_t width, const std::string& leaf) {
+  std::vector<std::string> objects;
+  for (std::size_t i = 1; i <= levels; ++i) {
+    objects.push_back(arrayOf(std::vector<std::uint64_t>(width, i)));
+  }
+  objects.push_back(leaf);
+  return wideBinary(objects);
+}
+
+/// Attributes with different names, each followed by `rest`.
+std::string attributes(const std::string& rest, std::size_t bytes) {
+  std::string text;
+  for (int i = 0; text.size() < bytes; ++i) text += " a" + std::to_string(i) + rest;
+  return text;
+}
+
+std::string entityBomb() {
+  std::string text = "<!DOCTYPE plist [<!ENTITY e0 'lol'>";
+  for (int i = 1; i < 10; ++i) {
+    const auto inner = "&e" + std::to_string(i - 1) + ";";
+    text += "<!ENTITY e" + std::to_string(i) + " '" + repeated(inner, 10 * inner.size()) + "'>";
+  }
+  return text + "]><plist><string>&e9;</string></plist>";
+}
+
+/// Default attributes would be created for every element.
+std::string attributeBomb() {
+  return "<!DOCTYPE plist [<!ATTLIST true" + attributes(" CDATA ''", mebibyte / 2) +
+         ">]><plist><array>" + repeated("<true/>", mebibyte / 2) + "</array></plist>";
+}
+
+TEST(PropertyListHostility, ASmallInputThatMeansMuchWorkIsRefusedSoon) {
+  std::vector<std::string> chain;
+  for (std::uint64_t i = 1; chain.size() < mebibyte / 14; ++i) chain.push_back(arrayOf({i}));
+
+  const std::pair<const char*, std::string> inputs[] = {
+      {"nested XML", repeated("<array>", mebibyte)},
+      {"nested XML dictionaries", repeated("<dict><key>a</key>", mebibyte)},
+      {"unknown XML", "<?xml version='1.0'?>" + repeated("<a>", mebibyte)},
+      {"XML attributes", "<plist" + attributes("=''", mebibyte / 4) + "><set/></plist>"},
+      {"entities", entityBomb()},
+      {"default attributes", attributeBomb()},
+      {"nested text", repeated("(", mebibyte)},
+      {"nested text dictionaries", repeated("{a=", mebibyte)},
+      {"text pairs", repeated("a=(", mebibyte)},
+      {"text without end", "\"" + repeated("\\U0041", mebibyte)},
+      {"comments without end", "(" + repeated("/* ", mebibyte)},
+      {"nested binary", wideBinary(chain)},
+      {"binary in itself", sharedArrays(0, 0, arrayOf({0}))},
+      {"binary in itself often", sharedArrays(0, 0, arrayOf({0, 0, 0, 0, 0, 0, 0, 0}))},
+      {"shared objects", sharedArrays(20, 2, "\x09")},
+      {"shared empty arrays", sharedArrays(3, 200, "\xA0")},
+      {"shared strings", sharedArrays(12, 4, "\x5F\x11\x04\x01" + std::string(1025, 'a'))},
+      {"shared data",
+       sharedArrays(1, 17, "\x4F\x12" + bigEndian(mebibyte, 4) + std::string(mebibyte, 'a'))},
+      {"count of objects", "bplist00\x09\x08" + std::string(6, '\0') + "\x01\x01" +
+                               bigEndian(~0ull, 8) + bigEndian(0, 8) + bigEndian(9, 8)},
+      {"count of items", wideBinary({"\xAF\x13" + bigEndian(~0ull >> 1, 8)})},
+      {"count of pairs", wideBinary({"\xDF\x13" + bigEndian(1ull << 61, 8)})},
+      {"count of characters", wideBinary({"\x6F\x13" + bigEndian(1ull << 63, 8)})},
+      {"too many bytes", std::string(maximumPropertyListBytes + 1, ' ')},
+  };
+  for (const auto& [name, bytes] : inputs) {
+    const auto begin = std::clock();
+    const auto shown = test::shown(test::parsed(bytes));
+    EXPECT_LT(secondsSince(begin), soon) << name;
+    EXPECT_TRUE(shown.starts_with("error 3840")) << name << ": " << shown.substr(0, 200);
+  }
+}
+
+/// Exactly the limit is still read, one more is not.
+TEST(PropertyListHostility, DepthIsLimitedInEveryForm) {
+  const auto nested = [](std::string_view open, std::string_view close, std::size_t levels) {
+    return repeated(open, levels * open.size()) + repeated(close, levels * close.size());
+  };
+  const auto forms = [&](std::size_t levels) {
+    return std::vector{nested("<array>", "</array>", levels), nested("(", ")", levels),
+                       sharedArrays(levels - 1, 1, "\xA0")};
+  };
+  const std::size_t most = maximumPropertyListDepth;
+  for (const auto& bytes : forms(most)) EXPECT_TRUE(test::parsed(bytes)) << bytes.front();
+  for (const auto& bytes : forms(most + 1)) EXPECT_FALSE(test::parsed(bytes)) << bytes.front();
+}
+
+TEST(PropertyListHostility, ObjectsAndBytesAreLimited) {
+  PropertyListBuilder items;
+  ASSERT_FALSE(items.beginArray());
+  for (std::size_t i = 1; i < maximumPropertyListObjects; ++i) ASSERT_FALSE(items.add(true));
+  EXPECT_TRUE(items.add(true));
+
+  for (const PropertyValue& more : {PropertyValue("a"), PropertyValue(Data{0})}) {
+    PropertyListBuilder bytes;
+    ASSERT_FALSE(bytes.beginDictionary());
+    ASSERT_FALSE(bytes.key("a"));
+    ASSERT_FALSE(bytes.add(Data(maximumPropertyListBytes - 2)));
+    ASSERT_FALSE(bytes.key("b"));
+    EXPECT_TRUE(bytes.add(more));
   }
 }
 

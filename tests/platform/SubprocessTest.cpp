@@ -61,7 +61,7 @@ TEST(Subprocess, StatusAndStreamsArrive) {
   }
 }
 
-TEST(Subprocess, WhatAProgramLeavesBehindHoldsNobodyUp) {
+TEST(Subprocess, AProcessThatKeepsTheStreamsOpenDelaysTheEndByTwoSeconds) {
   const auto start = std::chrono::steady_clock::now();
   const auto finished = runScript("sleep 60 & echo $!; exit 6");
   const auto time = std::chrono::steady_clock::now() - start;
@@ -70,14 +70,14 @@ TEST(Subprocess, WhatAProgramLeavesBehindHoldsNobodyUp) {
   kill(std::stoi(finished.output), SIGKILL);
 }
 
-TEST(Subprocess, AProgramThatIsNotWaitedForIsReapedAllTheSame) {
-  // With nobody to read what it writes it ends at once.
+TEST(Subprocess, TheDestructorReapsAProgramThatWasNotWaitedFor) {
+  // It ends at once when its reader is gone.
   const ProgramLaunch endless{"/bin/sh", {"-c", "while :; do echo x; done"}, {}};
   EXPECT_EQ((*Subprocess::prepare())->launch(endless), PosixCode::success);
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
 }
 
-TEST(Subprocess, ProgramsThatCannotBeLaunchedTellWhy) {
+TEST(Subprocess, ReportsWhyAProgramCannotBeLaunched) {
   const test::ScratchFolder folder;
   folder.make("touch data; touch tool; printf '#!/absent\n' > script; chmod +x tool script");
   const std::pair<std::string, std::int32_t> cases[] = {
@@ -97,7 +97,7 @@ TEST(Subprocess, AProgramInheritsItsStreamsAndNothingElse) {
   EXPECT_EQ(finished.output, "0\n1\n2\n3\n");
 }
 
-TEST(Subprocess, ItWorksWhenTheStandardStreamsAreClosed) {
+TEST(Subprocess, WorksWhenTheStandardStreamsAreClosed) {
   const auto child = fork();
   if (child == 0) {
     for (const int stream : {0, 1, 2}) close(stream);
@@ -115,13 +115,13 @@ TEST(Subprocess, SignalsAreAsInAFreshProcess) {
   sigaddset(&blocked, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &blocked, &before);
   const auto handling = signal(SIGPIPE, SIG_IGN);
-  // A signal that is blocked or ignored would let the script go on.
+  // A signal that is blocked or ignored would not end the script.
   const auto blockedOne = runScript("kill -TERM $$; echo alive");
   const auto ignoredOne = runScript("kill -PIPE $$; echo alive");
   signal(SIGPIPE, handling);
   pthread_sigmask(SIG_SETMASK, &before, &after);
   EXPECT_TRUE(sigismember(&after, SIGTERM) == 1 && sigismember(&after, SIGUSR1) == 0)
-      << "the thread's own mask was not put back";
+      << "the thread's own mask was not restored";
   EXPECT_EQ(blockedOne.output + ignoredOne.output, "");
 }
 
