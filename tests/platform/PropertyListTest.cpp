@@ -104,8 +104,8 @@ TEST(PropertyList, ReadsXmlElements) {
 TEST(PropertyList, RefusesXmlThatIsNoPropertyList) {
   for (const auto& content : cells(R"(
 <true/><true/>  <true>x</true>  <plist><true/></plist>  <set/>  <array><true/>  <array>text</array>
-<string>a<dict/></string>  <string>&unknown;</string>  <string>&#0;</string>  <dict><true/></dict>
-<array><key>a</key></array>  <dict><key>a</key></dict>  <key>a</key>  <integer/>  <real/>
+<string>a<dict/></string>  <string><string/></string>  <string>&unknown;</string>  <string>&#0;</string>
+<dict><true/></dict>  <array><key>a</key></array>  <dict><key>a</key></dict>  <key>a</key>  <integer/>  <real/>
 <dict><key>a</key><key>b</key><true/></dict>  <integer>1.5</integer>  <integer>--1</integer>
 <integer>18446744073709551616</integer>  <integer>-9223372036854775809</integer>  <real>1,5</real>
 <real>+-1</real>  <date>2023-02-29T00:00:00Z</date>  <date>2023-02-28T24:00:00Z</date>
