@@ -150,14 +150,6 @@ TEST_F(DeletionTest, WhatGoesByItselfIsNoErrorWhatWasNeverThereIs) {
 #define NEEDS_FLAGS(change) \
   if (!(change)) GTEST_SKIP() << "needs the right to set flags on a file system that has them"
 
-TEST_F(DeletionTest, NothingThere) {
-  const auto deeper = scratch_.path("missing/deeper");
-  EXPECT_EQ(remove("", singly), invalid);
-  EXPECT_EQ(remove("", recursively), invalid);
-  EXPECT_EQ(remove(deeper, singly), posixError(PosixCode::noEntry));
-  EXPECT_EQ(remove(deeper, recursively), success);
-}
-
 TEST_F(DeletionTest, AWantOfMemoryDoesNotPassForAMissingObject) {
   const auto file = scratch_.file("file");
   files_.statusAnswer = PosixCode::outOfMemory;
@@ -239,17 +231,6 @@ TEST_F(DeletionTest, RecursivelyAllFlagsAreClearedBeforeAnythingGoesAndTheFirstE
   EXPECT_LE(attempts, workers);
 }
 
-TEST_F(DeletionTest, RecursivelyLinksGoAndTheirTargetsStay) {
-  scratch_.make("mkdir target top; touch target/file; ln -s ../target/file top");
-  scratch_.make("ln -s target toFolder; ln -s target/file toFile");
-  NEEDS_FLAGS(scratch_.changeFlags("target/file", "+i"));
-  for (const char* name : {"toFolder", "toFile", "top"}) {
-    EXPECT_EQ(remove(scratch_.path(name), recursively), success);
-    EXPECT_FALSE(test::exists(scratch_.path(name)));
-    EXPECT_EQ(flagsOf(scratch_.path("target/file")), userImmutable);
-  }
-}
-
 TEST_F(DeletionTest, RecursivelyAFailedFlagPassChangesNothing) {
   scratch_.make("mkdir top; touch top/file");
   const auto top = scratch_.path("top");
@@ -321,11 +302,6 @@ TEST_F(DeletionOperationsTest, EveryPathIsTriedUnlessTheFirstErrorStopsIt) {
   EXPECT_TRUE(test::exists(c));
 }
 
-TEST_F(DeletionOperationsTest, NobodyNeedsToListen) {
-  EXPECT_EQ(perform("DeleteFileobjects", {"1", "1", scratch_.folder("a")}, false), success);
-  EXPECT_EQ(perform("DeleteFoldercontents", {scratch_.path()}, false), success);
-}
-
 TEST_F(DeletionOperationsTest, FoldersAreEmptiedAndStay) {
   scratch_.make(
       "mkdir -p a/inner b; touch a/.hidden b/file; ln -s nowhere a/dangling; ln -s b toB");
@@ -334,17 +310,6 @@ TEST_F(DeletionOperationsTest, FoldersAreEmptiedAndStay) {
             success);
   EXPECT_THAT(fractions(), ElementsAre(0.0, 1.0 / 3, 2.0 / 3, 1.0));
   scratch_.make("rm a/dangling; rmdir a b");
-}
-
-TEST_F(DeletionOperationsTest, EmptyingStopsAtTheFirstError) {
-  scratch_.make("mkdir -p a/b/c; touch a/b/c/file");
-  const auto folder = scratch_.path("a"), file = scratch_.path("a/b/c/file");
-  EXPECT_EQ(deleteContents({scratch_.file("file"), folder}), posixError(PosixCode::notDirectory));
-  EXPECT_THAT(fractions(), ElementsAre(0.0));
-  EXPECT_TRUE(test::exists(file));
-
-  NEEDS_FLAGS(scratch_.changeFlags("a/b/c/file", "+a"));
-  EXPECT_EQ(deleteContents({folder}), fileWriteError(PosixCode::notPermitted, file));
 }
 
 TEST_F(DeletionOperationsTest, AFolderThatCannotBeListedIsAFileManagersError) {

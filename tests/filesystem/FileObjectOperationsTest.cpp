@@ -30,24 +30,6 @@ TEST_F(FileObjectOperationsTest, CreatedObjectsBelongToRootAndHaveTheirExactMode
   }
 }
 
-TEST_F(FileObjectOperationsTest, CreationIsRefusedWithTheRightError) {
-  const auto create = [&](const std::string& path, const char* code) {
-    return perform("CreateFileobject", {path, code});
-  };
-  const auto missing = scratch_.path("missing/new");
-  const auto dangling = scratch_.link("dangling", "nowhere");
-  for (const char* code : {"", "FF", "d", "\xc3\xa9"}) {
-    EXPECT_EQ(create(scratch_.path("new"), code), invalid_) << code;
-  }
-  EXPECT_EQ(create("", "F"), invalid_);
-  EXPECT_EQ(create(scratch_.path(), "F"), posixError(PosixCode::exists));
-  EXPECT_EQ(create(scratch_.path(), "D"), posixError(PosixCode::exists));
-  for (const auto& blocked : {dangling, missing}) expectError(create(blocked, "X"), 4, blocked);
-  EXPECT_EQ(create(dangling, "D")->code, 516);
-  EXPECT_EQ(create(missing, "D")->code, 4);
-  EXPECT_FALSE(test::exists(scratch_.path("nowhere")));
-}
-
 TEST_F(FileObjectOperationsTest, InspectionAnswersWithAValue) {
   const std::pair<std::string, int> rows[] = {{scratch_.folder("folder"), 1},
                                               {scratch_.link("toFolder", "folder"), 1},
@@ -61,55 +43,6 @@ TEST_F(FileObjectOperationsTest, InspectionAnswersWithAValue) {
         << path;
   }
   EXPECT_EQ(perform("InspectFileobject", {""}), invalid_);
-}
-
-TEST_F(FileObjectOperationsTest, TouchingFollowsLinksAndCreatesNothing) {
-  scratch_.make("touch file; ln -s file link; ln -s nowhere dangling");
-  scratch_.age("file", 48);
-  scratch_.age("link", 48);
-  const auto linkTime = statusOf(scratch_.path("link")).st_mtime;
-  EXPECT_EQ(perform("TouchFileobject", {scratch_.path("link")}), success);
-  EXPECT_NEAR(static_cast<double>(statusOf(scratch_.path("file")).st_mtime),
-              static_cast<double>(time(nullptr)), 60);
-  EXPECT_EQ(statusOf(scratch_.path("link")).st_mtime, linkTime);
-
-  EXPECT_EQ(perform("TouchFileobject", {""}), invalid_);
-  EXPECT_EQ(perform("TouchFileobject", {scratch_.path("dangling")}),
-            posixError(PosixCode::noEntry));
-  EXPECT_FALSE(test::exists(scratch_.path("nowhere")));
-  if (!scratch_.changeFlags("file", "+i")) GTEST_SKIP() << "needs the right to set flags";
-  EXPECT_EQ(perform("TouchFileobject", {scratch_.path("file")}),
-            posixError(PosixCode::notPermitted));
-}
-
-TEST_F(FileObjectOperationsTest, LinksAreMadeAsTheyAreWritten) {
-  const auto file = scratch_.file("file"), hard = scratch_.path("hard"),
-             soft = scratch_.path("soft"), hardToSoft = scratch_.path("hardToSoft");
-  EXPECT_EQ(perform("CreateLink", {soft, "../no/where", 0}), success);
-  EXPECT_EQ(*platform_.files.linkTarget(soft.c_str()), "../no/where");
-  EXPECT_EQ(perform("CreateLink", {hard, file, 1}), success);
-  EXPECT_EQ(statusOf(hard).st_ino, statusOf(file).st_ino);
-  EXPECT_EQ(perform("CreateLink", {hardToSoft, soft, 1}), success);
-  EXPECT_TRUE(S_ISLNK(statusOf(hardToSoft).st_mode));
-
-  scratch_.make("mkdir -p folder/inner; chmod 0750 folder; touch folder/inner/f; ln -s x folder/l");
-  EXPECT_EQ(perform("CreateLink", {scratch_.path("linked"), scratch_.path("folder"), 1}), success);
-  EXPECT_EQ(statusOf(scratch_.path("linked")).st_mode, S_IFDIR | 0750u);
-  EXPECT_EQ(statusOf(scratch_.path("linked/inner/f")).st_ino,
-            statusOf(scratch_.path("folder/inner/f")).st_ino);
-  EXPECT_EQ(*platform_.files.linkTarget(scratch_.path("linked/l").c_str()), "x");
-  EXPECT_EQ(statusOf(soft).st_nlink, 1u);
-
-  const auto fresh = scratch_.path("new");
-  const std::pair<Array, int> refused[] = {{{soft, "x", 0}, 516},
-                                           {{soft, file, 1}, 516},
-                                           {{fresh, scratch_.path("missing"), 1}, 4},
-                                           {{fresh, scratch_.path(), 1}, 512},
-                                           {{fresh, "", 0}, 4},
-                                           {{"", "x", 0}, 4}};
-  for (const auto& [arguments, code] : refused) {
-    EXPECT_EQ(perform("CreateLink", arguments)->code, code) << *arguments[1].string();
-  }
 }
 
 TEST_F(FileObjectOperationsTest, ClassicAttributesAreTheRecordThatOthersRead) {
@@ -168,24 +101,6 @@ TEST_F(ProtectionTest, OneObjectOrAllBelowItUntilOneFails) {
   EXPECT_EQ(protect(scratch_.path("dangling"), true, true), posixError(PosixCode::noEntry));
   EXPECT_EQ(protect("/dev/null", true), posixError(PosixCode::notSupported));
   EXPECT_EQ(protect("/dev/null", false), success);
-}
-
-TEST_F(ProtectionTest, AHierarchyWithTheTargetsOfItsLinks) {
-  scratch_.make(
-      "mkdir -p outside tree/folder; touch outside/file; ln -s tree top; cd tree;"
-      "ln -s nowhere dangling; ln -s loop loop; ln -s ../outside out");
-  const auto longName = "tree/folder/" + std::string(255, 'n');
-  scratch_.file(longName);
-  const auto oddName = std::string("tree/odd ") + test::oddByte;
-  scratch_.file(oddName);
-  for (const bool value : {true, false}) {
-    EXPECT_EQ(protect(scratch_.path("top"), value, true), success);
-    for (const std::string& name : {std::string("tree"), std::string("tree/folder"), longName,
-                                    oddName, std::string("outside")}) {
-      EXPECT_EQ(isImmutable(name), value) << name;
-    }
-    EXPECT_FALSE(isImmutable("outside/file"));
-  }
 }
 
 TEST_F(ProtectionTest, AnotherFileSystemCanBeLeftAlone) {

@@ -58,20 +58,6 @@ TEST_F(EnumeratorTest, OnlyAnExistingFolderIsABase) {
   EXPECT_THAT(log_.lines(), ElementsAre(line, line, line));
 }
 
-TEST_F(EnumeratorTest, AFoundFolderAndItsObjectsAreReachedWithoutTheirPaths) {
-  scratch_.make("mkdir -p top/a; printf '12345' > top/a/file; ln -s a top/link");
-  const auto base = platform_.files.locate(scratch_.path("top/a"));
-  ASSERT_EQ(rename(scratch_.path("top").c_str(), scratch_.path("moved").c_str()), 0);
-  const auto in = [&](const char* name) {
-    return QRTDirectoryEnumerator::enumeratorAtObject(platform_.files, log_, {base->parent, name},
-                                                      "/elsewhere", true);
-  };
-  const auto walk = in("a");
-  EXPECT_EQ(walk->nextObject(), "file");
-  EXPECT_EQ(platform_.files.status(walk->object(), Links::stay)->size, 5u);
-  EXPECT_EQ(in("link"), nullptr);
-}
-
 TEST_F(EnumeratorTest, ALinkAsBaseStaysOnTheFileSystemOfTheLinkItself) {
   const test::Mount mount(test::Mount::Kind::memory, scratch_.folder("volume"));
   if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount";

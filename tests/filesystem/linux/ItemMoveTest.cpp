@@ -45,30 +45,6 @@ class ItemMoveTest : public test::ItemFixture {
   }
 };
 
-TEST_F(ItemMoveTest, RefusalsChangeNothingAndSayWhy) {
-  const auto file = scratch_.file("file"), folder = scratch_.folder("folder"),
-             dangling = scratch_.link("dangling", "nowhere"), fresh = scratch_.path("new");
-  const std::tuple<std::string, std::string, int, int> cases[] = {
-      {scratch_.path("missing"), fresh, 4, 2},
-      {"", fresh, 4, 2},
-      {file, scratch_.path("missing/new"), 4, 2},
-      {file, folder, 516, 17},
-      {file, dangling, 516, 17},
-      {file, file, 516, 17},
-      {file, scratch_.path(std::string(256, 'n')), 514, 63},
-      {folder, folder + "/inside", 512, 22}};
-  for (const auto& [from, to, code, cause] : cases) {
-    const auto error = move(from, to);
-    ASSERT_TRUE(error) << to;
-    EXPECT_EQ(error->domain, cocoaErrorDomain);
-    EXPECT_EQ(error->code, code) << to;
-    EXPECT_EQ(causeOf(error), cause) << to;
-    EXPECT_EQ(*stringIn(error->userInfo, filePathErrorKey), from);
-    EXPECT_EQ(*stringIn(error->userInfo, destinationFilePathErrorKey), to);
-  }
-  EXPECT_TRUE(test::exists(file) && test::exists(folder) && test::exists(dangling));
-}
-
 class VolumeMoveTest : public ItemMoveTest, public testing::WithParamInterface<Mount::Kind> {};
 
 TEST_P(VolumeMoveTest, EverythingArrivesAndComesBack) {
@@ -266,13 +242,6 @@ TEST_F(AcrossTest, AnAttributeThatOnlyTheSystemSetsDoesNotEndAMove) {
       [&] { return seteuid(1234) == 0 && move(from_ + "/file", to_) == success; });
   EXPECT_TRUE(child.finish());
   EXPECT_TRUE(test::exists(to_));
-}
-
-TEST_F(AcrossTest, ATakenPathStaysAsItIs) {
-  scratch_.link("volume/tree", "nowhere");
-  EXPECT_EQ(move(from_, to_)->code, 516);
-  EXPECT_EQ(namesOnVolume(), "tree\n");
-  EXPECT_TRUE(S_ISLNK(test::statusOf(to_).st_mode) && test::exists(from_));
 }
 
 TEST_F(AcrossTest, ATreeDoesNotGoIntoItselfByAnotherMount) {

@@ -40,30 +40,6 @@ class PermissionOperationsTest : public test::OperationFixture {
   test::RecordingLog log_;
 };
 
-TEST_F(PermissionOperationsTest, FoldersGetAllBitsAndOthersKeepTheirExecuteBits) {
-  if (geteuid() != 0) GTEST_SKIP() << "needs root";
-  scratch_.make("mkdir -p top/folder; touch top/file");
-  ASSERT_EQ(mknod(scratch_.path("top/socket").c_str(), S_IFSOCK | 0666, 0), 0);
-  const struct {
-    int options;
-    mode_t top, folderBefore, folderAfter, fileBefore, fileAfter;
-  } cases[] = {
-      {owner, 0700, 0555, 0755, 0444, 0644},    {group, 0070, 05707, 05777, 0111, 0171},
-      {others, 0005, 0772, 0775, 04772, 04774}, {owner | others, 0, 0777, 0070, 0777, 0171},
-      {0, 0, 0751, 0751, 0642, 0642},           {group, 07020, 0, 0020, 01000, 01020}};
-  for (const auto& row : cases) {
-    changeMode("top", row.top);
-    changeMode("top/folder", row.folderBefore);
-    changeMode("top/socket", row.folderBefore);
-    changeMode("top/file", row.fileBefore);
-    EXPECT_EQ(propagate(scratch_.path("top"), row.options), success);
-    EXPECT_EQ(modeOf("top"), row.top);
-    EXPECT_EQ(modeOf("top/folder"), row.folderAfter) << row.options;
-    EXPECT_EQ(modeOf("top/socket"), row.folderAfter) << row.options;
-    EXPECT_EQ(modeOf("top/file"), row.fileAfter) << row.options;
-  }
-}
-
 TEST_F(PermissionOperationsTest, OnePassGivesOwnerBitsAndListOnEveryFileSystem) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   scratch_.make("mkdir outside volume; touch outside/target");
