@@ -5,6 +5,7 @@
 
 namespace qrt {
 
+/// Adds the handlers of the operations on files.
 void registerFileSystemHandlers(HandlerTable& table);
 
 }  // namespace qrt

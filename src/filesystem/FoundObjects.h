@@ -1,4 +1,4 @@
-// What a search has found, on its way to whoever searches.
+// What a search has found, on its way to the client.
 #pragma once
 
 #include <functional>
@@ -14,10 +14,10 @@ class FeedbackConnection;
 /// Takes one feedback message.
 using FeedbackBlock = std::function<void(Dictionary message)>;
 
-/// A block that sends to the connection, or to nobody when it is null.
+/// A block that sends to the connection; it drops the messages if that is null.
 FeedbackBlock sendingTo(FeedbackConnection* feedback);
 
-/// Collects records and sends them in messages that are neither huge nor countless.
+/// Collects records and sends them in messages of a moderate size.
 class FoundObjects {
  public:
   FoundObjects(const std::string& base, FeedbackBlock send);
@@ -25,10 +25,10 @@ class FoundObjects {
   /// `path` is relative to the base of the search.
   void add(const std::string& path, const FileStatus& status);
 
-  /// To be called after each object that was looked at: sends the records if there are enough.
+  /// Sends the records if there are enough. To be called after each visited object.
   void sendIfEnough(double fraction);
 
-  /// Sends what is left and that the search is over.
+  /// Sends the remaining records and the end of the search.
   void finish();
 
  private:

@@ -41,16 +41,16 @@ Error protectedError(const std::string& path, Error cause) {
   return withUnderlyingError(withFilePath(std::move(error), path), std::move(cause));
 }
 
-/// With these no file can be moved.
+/// A file with one of these cannot be moved.
 constexpr std::uint32_t fixingFlags = file_flag::userProtection | file_flag::systemProtection;
 
-/// True for what a system answers to a link that the file system cannot have.
+/// Whether a system reports this for a link that the file system cannot have.
 bool meansNoLinks(PosixCode code) {
   return code == PosixCode::notPermitted || code == PosixCode::notSupported ||
          code == PosixCode::tooManyNames;
 }
 
-/// True for what a move of a file in a protected place would fail with as well.
+/// Whether a move of a file in a protected place would fail with this as well.
 bool meansProtected(PosixCode code) {
   return code == PosixCode::notPermitted || code == PosixCode::permissionDenied ||
          code == PosixCode::readOnlyFileSystem;
@@ -64,7 +64,7 @@ struct KeptAttributes {
   FinderInfo classic;
 };
 
-/// The new file until it gets its name. It goes unless it did.
+/// The new file until it gets its name. Removed at the end unless it got one.
 class TemporaryFile {
  public:
   static PosixResult<TemporaryFile> create(FileSystem& files, const Folder& folder,
@@ -106,7 +106,7 @@ class TemporaryFile {
   OpenFile file_;
 };
 
-/// One replacement. The folder that holds file and backup is held open all the way.
+/// One replacement. The folder of file and backup stays open from beginning to end.
 class Replacement {
  public:
   Replacement(const Platform& platform, const Location& file, std::string path)
@@ -138,7 +138,7 @@ class Replacement {
 
  private:
   static constexpr std::string_view extension = ".backup";
-  /// With it even simple file systems take the temporary name.
+  /// Keeps the temporary name within the limits of simple file systems.
   static constexpr std::size_t longestNamePart = 100;
 
   FileAt backup() const { return {file_.parent, backupName_.c_str()}; }
@@ -207,14 +207,14 @@ class Replacement {
     return code;
   }
 
-  /// Contents that could not be written are not reported. The old file then has both names.
+  /// A failed write is not reported. The old file then has both names.
   Outcome keepOld() {
     if (auto error = clearBackupPlace()) return error;
     platform_.files.createHardLink(backup(), file_.at());
     return success;
   }
 
-  /// The path leads to the old file until it leads to the new one, but where there are no links.
+  /// The path leads to the old file and then to the new one, without a gap if there are links.
   Outcome putInPlace(TemporaryFile& newFile, const FileStatus& old) {
     auto& files = platform_.files;
     if (auto error = clearBackupPlace()) return error;
@@ -239,7 +239,7 @@ class Replacement {
   const TemporaryName temporaryName_;
 };
 
-/// The place of a path that has no links in it. One that was put there meanwhile is an error.
+/// The place of a path without links. A link that was put there in the meantime is an error.
 PosixResult<Location> locateWithoutLinks(FileSystem& files, const std::string& path) {
   auto folder = files.openFolder("/", Links::stay);
   std::string_view rest = path;

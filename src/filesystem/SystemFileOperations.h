@@ -13,11 +13,11 @@ namespace qrt::SystemFileOperations {
 /// classic attributes. Links are followed; the backup is beside the target.
 ///
 /// The new file is completed under a temporary name first. Whenever the process ends, the path
-/// leads to the old file or to the new one, whole, but on a file system without links, where it may
-/// lead to nothing while the old file is the backup. A temporary file that is left goes with the
-/// next replacement of the same file. Contents that could not be written are no error: the old file
-/// then stays and is the backup as well, whether or not the backup was to be removed. With any
-/// other failure the old file stays and there is no backup.
+/// leads to the old file or to the new one, whole. On a file system without links it may lead to
+/// nothing while the old file is the backup. The next replacement of the same file removes a
+/// temporary file that was left. A failed write is not an error: the old file then stays and is the
+/// backup as well, even if the backup was to be removed. After any other failure the old file stays
+/// and there is no backup.
 Outcome overwriteSystemFileAtPath(const Platform& platform, const std::string& path,
                                   const Data* withContent, bool removeBackup);
 

@@ -1,4 +1,4 @@
-// The record that tells a requestor about a file-system object.
+// The record of a file-system object that a client receives.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +22,7 @@ Dictionary fileObjectInfo(const std::string& path, const FileStatus& status);
 void addFileSystemObjectInfoDictionaryToArray(FileSystem& files, Array* array,
                                               const std::string& ifPossibleForObjectAtPath);
 
-/// The same for an object whose folder is open; the path is only told.
+/// The same for an object whose folder is open; `path` is only for the record.
 void addFileSystemObjectInfoDictionaryToArray(FileSystem& files, Array* array, FileAt object,
                                               const std::string& path);
 

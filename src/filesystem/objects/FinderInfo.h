@@ -8,15 +8,15 @@
 
 namespace qrt {
 
-/// A record of 32 bytes, big-endian; what this program does not know in it is kept.
+/// A record of 32 bytes, big-endian. Bits that this class does not know stay as they are.
 class FinderInfo {
  public:
-  /// A record that says nothing, which is the same as none.
+  /// An empty record, which counts as no record.
   FinderInfo() : record_(size) {}
 
-  /// The object's record; one that says nothing when it has none.
+  /// The object's record; an empty one if it has no record.
   static PosixResult<FinderInfo> read(ExtendedAttributes& attributes, const HeldObject& object);
-  /// Removes the object's record when this one says nothing.
+  /// Removes the object's record if this one is empty.
   PosixCode write(ExtendedAttributes& attributes, const HeldObject& object) const;
 
   std::uint32_t typeCode() const;
@@ -27,8 +27,8 @@ class FinderInfo {
   void setCreatorCode(std::uint32_t code);
   void setHidden(bool isHidden);
 
-  /// Type, creator and whether the name is shown without its extension; neither what the object
-  /// looks like nor whether it is hidden.
+  /// Type, creator and whether the name is shown without its extension; without position, look and
+  /// whether the object is hidden.
   FinderInfo withoutPlaceAndLook() const;
 
   bool isEmpty() const;

@@ -40,8 +40,8 @@ std::optional<TreeFailure> emptyFolder(FileSystem& files, const HeldObject& held
   return removeContents(files, *folder);
 }
 
-/// Removes an object with all that is in it, but nothing that has taken its name since: another
-/// object there is `noEntry`, and only an empty folder could go unseen in its place.
+/// Removes an object with its contents, but no other object that has taken its name since: that is
+/// `noEntry`. Only an empty folder in its place could be removed unseen.
 std::optional<TreeFailure> removeObject(FileSystem& files, FileAt item, const HeldObject& held) {
   const auto status = held.status();
   if (!status) return failure(status.error());
@@ -58,30 +58,30 @@ std::optional<TreeFailure> removeObject(FileSystem& files, FileAt item, const He
   return failure(status->isFolder() ? files.removeFolder(item) : files.removeFile(item));
 }
 
-/// A folder beside the new object, closed to everybody else, in which the copy is made. It goes
-/// with what is left in it.
-class Staging {
+/// A folder beside the new object, closed to other users, in which the copy is made. Removed at the
+/// end with everything left in it.
+class StagingFolder {
  public:
-  static PosixResult<Staging> beside(const Platform& platform, const Folder& parent) {
+  static PosixResult<StagingFolder> beside(const Platform& platform, const Folder& parent) {
     constexpr int attempts = 16;
     auto code = PosixCode::exists;
     for (int i = 0; i < attempts && code == PosixCode::exists; ++i) {
       auto name = TemporaryName(".move-").make();
       auto folder = platform.files.createFolder({parent, name.c_str()}, ownerOnly);
-      if (folder) return Staging(platform, parent, std::move(name), std::move(*folder));
+      if (folder) return StagingFolder(platform, parent, std::move(name), std::move(*folder));
       code = folder.error();
     }
     return code;
   }
 
-  Staging(Staging&&) = default;
-  Staging(const Staging&) = delete;
-  Staging& operator=(const Staging&) = delete;
-  // Only want of memory throws here, and then nothing better can be done than to end.
+  StagingFolder(StagingFolder&&) = default;
+  StagingFolder(const StagingFolder&) = delete;
+  StagingFolder& operator=(const StagingFolder&) = delete;
+  // Only a lack of memory throws here, and then the process may as well end.
   // NOLINTNEXTLINE(bugprone-exception-escape)
-  ~Staging() {
+  ~StagingFolder() {
     if (!folder_) return;
-    // What was in the way a moment ago, such as a want of memory, may be over.
+    // The obstacle may be gone a moment later, for example a lack of memory.
     constexpr int attempts = 6;
     auto pause = std::chrono::milliseconds(1);
     for (int attempt = 1; !remove() && attempt < attempts; ++attempt, pause *= 4) {
@@ -93,7 +93,7 @@ class Staging {
   const Folder& folder() const { return *folder_; }
 
  private:
-  Staging(const Platform& platform, const Folder& parent, std::string name, Folder folder)
+  StagingFolder(const Platform& platform, const Folder& parent, std::string name, Folder folder)
       : platform_(platform),
         parent_(parent),
         name_(std::move(name)),
@@ -101,7 +101,8 @@ class Staging {
     dropInheritance();
   }
 
-  /// What the folder was born with would pass on to the copies.
+  /// A new folder inherits rights and attributes from its parent, and would pass them to the
+  /// copies.
   void dropInheritance() {
     const auto held = platform_.files.hold({*folder_, "."}, Links::stay);
     if (!held) return;
@@ -112,7 +113,7 @@ class Staging {
       platform_.extendedAttributes.remove(*held, name, Compression::hidden);
   }
 
-  /// False when something of it is still there.
+  /// False if a part of it is still there.
   bool remove() {
     auto& files = platform_.files;
     const auto held = files.hold(item(), Links::stay);
@@ -124,17 +125,17 @@ class Staging {
   const Platform& platform_;
   const Folder& parent_;
   std::string name_;
-  /// Null after the staging was moved.
+  /// Null in an object that was moved from.
   std::unique_ptr<Folder> folder_;
 };
 
-/// Copies the object to where nothing is yet. Afterwards the copy is complete and safe from a loss
-/// of power, or nothing is left of it.
+/// Copies the object to a free path. Afterwards the copy is complete and safe from a loss of power,
+/// or nothing is left of it.
 std::optional<TreeFailure> copyAcross(const Platform& platform, const HeldObject& item,
                                       FileAt toItem) {
   auto& files = platform.files;
   if (files.status(toItem, Links::stay)) return failure(PosixCode::exists);
-  const auto staging = Staging::beside(platform, toItem.folder);
+  const auto staging = StagingFolder::beside(platform, toItem.folder);
   if (!staging) return failure(staging.error());
   if (auto failed = copyTree(platform, item, staging->item())) return failed;
   auto code = files.synchronize(staging->folder());

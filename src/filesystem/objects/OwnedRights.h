@@ -1,4 +1,4 @@
-// Whose an object is, together with who may do what with it.
+// Owner and access rights of an object, read together.
 #pragma once
 
 #include "platform/AccessControl.h"
@@ -6,9 +6,9 @@
 
 namespace qrt {
 
-/// Both of one time. Separately read, the owner could be the one from before the object was given
-/// to another user, and the permissions those that this user has chosen since: together they would
-/// be a program that runs as the old owner with the new one's contents.
+/// Both belong to one moment. Read separately, the owner could be the former one and the
+/// permissions could be those that the new owner has chosen: together they make a program that runs
+/// as the former owner with the new owner's contents.
 struct OwnedRights {
   FileStatus status;
   AccessRights rights;

@@ -7,7 +7,7 @@ namespace {
 
 using namespace propagation_option;
 
-/// Whoever has this type bit gets all permissions like a folder: sockets and block devices as well.
+/// Objects with this type bit get all permissions like a folder: sockets and block devices as well.
 constexpr std::uint32_t folderBit = 0x4000;
 
 struct PermissionClass {

@@ -17,7 +17,7 @@
 namespace qrt {
 namespace {
 
-/// What a failure is told as.
+/// How a failure is reported.
 struct Step {
   std::int64_t code;
   std::string_view description;
@@ -40,7 +40,7 @@ constexpr Step settingPermissions{
     "The operating system was unable to establish new permission settings for a file or folder."};
 
 struct Failure {
-  /// Null for an object that is refused.
+  /// Null for a refused object.
   const Step* step;
   PosixCode code;
 };
@@ -58,7 +58,7 @@ Error errorFor(const Failure& failure, const std::string& path) {
       posixError(failure.code));
 }
 
-/// Counts what is done and tells about it now and then. Thread-safe.
+/// Counts the objects and sends the progress after every 100 of them. Thread-safe.
 class Progress {
  public:
   Progress(FeedbackConnection* feedback, std::uint64_t expectedCount)
@@ -67,10 +67,10 @@ class Progress {
 
   void count() {
     if (++done_ % objectsBetweenMessages != 0) return;
-    // Whichever thread comes first tells the smaller number.
+    // The first thread to get here sends the smaller number.
     const std::lock_guard lock(mutex_);
-    told_ += objectsBetweenMessages;
-    send(static_cast<double>(told_) / expectedCount_);
+    sent_ += objectsBetweenMessages;
+    send(static_cast<double>(sent_) / expectedCount_);
   }
 
   void finish() { send(1.0); }
@@ -86,7 +86,7 @@ class Progress {
   const double expectedCount_;
   std::atomic<std::uint64_t> done_ = 0;
   std::mutex mutex_;
-  std::uint64_t told_ = 0;
+  std::uint64_t sent_ = 0;
 };
 
 class Propagation : public TreeVisitor {
@@ -148,7 +148,7 @@ class Propagation : public TreeVisitor {
     return failureOf(settingList, platform_.accessControl.setList(**target, model_.list()));
   }
 
-  /// Looked at after the list was set, which is a part of the permissions on some systems.
+  /// Reads the status after the list was set, because the list changes permissions on some systems.
   std::optional<Failure> changeStatus(const HeldObject& object) const {
     const auto status = object.status();
     if (!status) return Failure{&looking, status.error()};
@@ -197,7 +197,7 @@ Outcome propagatePermissions(const Platform& platform, const std::string& folder
   const auto opened = platform.files.openFolder(path->c_str(), Links::follow);
   if (!opened && isExhaustion(opened.error())) return posixError(opened.error());
   if (!opened) {
-    // There is nothing to be seen below it.
+    // An unreadable folder counts as empty.
     progress.finish();
     return success;
   }

@@ -42,8 +42,8 @@ Outcome refined(const Platform& platform, FileAt object, const std::string& path
   return error;
 }
 
-/// Of a link's target, which is found once: the flags of one must not be given to another that the
-/// link is made to lead to meanwhile.
+/// The target is resolved once: its flags must not reach another object that the link is changed to
+/// in the meantime.
 PosixCode changeImmutableFlagOfTarget(FileSystem& files, bool flag, FileAt link,
                                       bool checkingExistence) {
   const auto target = files.hold(link, Links::follow);
@@ -71,8 +71,8 @@ PosixCode clearImmutableFlags(FileSystem& files, FileAt top, const FileStatus& s
   return failure ? failure->code : PosixCode::success;
 }
 
-/// What cannot be looked at counts as missing, which is no error. A want of descriptors or memory
-/// says nothing about it.
+/// An object without a readable status counts as missing, which is not an error. A lack of
+/// descriptors or memory proves nothing about the object.
 Outcome unlessMissing(PosixCode code) { return isExhaustion(code) ? posixOutcome(code) : success; }
 
 Outcome enforceSingleRemoval(const Platform& platform, FileAt object, const std::string& path) {

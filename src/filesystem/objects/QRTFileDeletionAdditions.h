@@ -13,7 +13,7 @@ namespace qrt {
 struct Platform;
 
 /// Success, or an error of the file-deletion, POSIX or Cocoa domain. Paths are resolved once, up to
-/// the folder that holds the object; what follows is done through that folder. Flags that were
+/// the folder that holds the object; everything else uses that folder. Flags that were
 /// cleared stay cleared when the removal fails. Thread-safe.
 namespace QRTFileDeletionAdditions {
 
@@ -45,7 +45,7 @@ Outcome enforceRecursiveRemovalOfFileSystemObject(const Platform& platform, File
                                                   const std::string& path);
 
 /// Sets or clears the user immutable flag, of a link's target when the object is a link. A link
-/// that leads nowhere is POSIX 2 when its target is checked, else passed over. A file system
+/// that leads nowhere is POSIX 2 when its target is checked, otherwise skipped. A file system
 /// without flags counts as cleared.
 Outcome setImmutableFlag(FileSystem& files, bool flag, const std::string& path,
                          bool checkingExistenceOfLinkTarget);

@@ -1,4 +1,4 @@
-// Moving a folder aside, with something like it in its place.
+// Moving a folder aside, with an empty substitute in its place.
 #pragma once
 
 #include <string>
@@ -12,9 +12,9 @@ namespace qrt {
 /// Thread-safe.
 namespace QRTFolderStashAdditions {
 
-/// Gives a folder a new name in the folder that holds it, and may leave an empty one of the same
-/// owner, permissions, access control list, flags and extended attributes behind. An empty path or
-/// name is POSIX 22, anything but a folder (links followed) POSIX 20, a name that is taken
+/// Gives a folder a new name in the folder that holds it, and may create an empty one in its place
+/// with the same owner, permissions, access control list, flags and extended attributes. An empty
+/// path or name is POSIX 22, anything but a folder (links followed) POSIX 20, a name that is taken
 /// POSIX 17. When the substitute cannot be made the folder stays moved.
 Outcome moveFolderAtPath(const Platform& platform, const std::string& path,
                          const std::string& newName, bool creatingEmptySubstitute);
@@ -28,7 +28,7 @@ struct FolderMetadata {
 };
 
 /// Changes what differs from the saved metadata. What cannot be changed stays as it is. The folder
-/// is an open one, because metadata must not go to what somebody puts in its place.
+/// is open, because metadata must not reach an object that another process puts in its place.
 void enforceFolderMetadata(const Platform& platform, const FolderMetadata& metadata,
                            const Folder& ifNecessaryIgnoringErrorsForItem);
 

@@ -1,4 +1,4 @@
-// Names of objects that are there only while an operation works on them.
+// Names of objects that exist only during an operation.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 
 namespace qrt {
 
-/// A prefix that says what the object is for, and a random part that cannot be guessed and so taken
-/// before.
+/// A prefix for the purpose of the object, and a random part, so that no other process can guess
+/// the name and take it first.
 class TemporaryName {
  public:
   static constexpr std::size_t randomPartLength = 16;

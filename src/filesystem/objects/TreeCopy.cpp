@@ -30,14 +30,14 @@ PosixCode ifSupported(PosixCode code) {
   return code == PosixCode::notSupported ? PosixCode::success : code;
 }
 
-/// The same for owners and permissions: of a new object, these are refused to its own maker only
-/// where there are none.
+/// The same for owners and permissions. A system refuses these to the creator of a new object only
+/// on file systems without them.
 PosixCode ifKept(PosixCode code) {
   return code == PosixCode::notPermitted ? PosixCode::success : ifSupported(code);
 }
 
-/// True for attributes that the system alone sets, or lets others set only with a right of its
-/// own. A move does without them.
+/// True for attributes that only the system sets, or programs with a special right. A move leaves
+/// them out.
 bool isSystemsOwn(std::string_view name) {
   constexpr std::string_view securityModules = "security.";
   constexpr std::string_view names[] = {"com.apple.macl", "com.apple.rootless",
@@ -99,8 +99,8 @@ class Copy {
     return isLinked ? platform_.files.createHardLink(to, from) : copyObject(*source, *status, to);
   }
 
-  /// Everything is taken from one hold: of an object that comes in the place of another meanwhile,
-  /// nothing gets into the other's copy.
+  /// Everything is read from one hold, so nothing of an object that takes the place of this one
+  /// gets into the copy.
   PosixCode copyObject(const HeldObject& from, const FileStatus& status, FileAt to) {
     if (isOtherVolume(status)) return PosixCode::busy;
     if (status.isFolder()) return enter(from, to, status);
@@ -110,7 +110,7 @@ class Copy {
     return code == PosixCode::success ? copyAttributes(from, to, status) : code;
   }
 
-  /// Where the system does not tell that a volume is mounted on a folder, its number does.
+  /// If the system does not report mount points, the number of the volume shows them.
   bool isOtherVolume(const FileStatus& status) const {
     if (levels_.empty()) return false;
     const auto own = levels_.front().status.device;
@@ -191,15 +191,15 @@ class Copy {
     return folder.device == place_.device && folder.inode == place_.inode;
   }
 
-  /// It is the whole that cannot be copied, whatever part of it was come upon.
+  /// Reports the top of the copy, because no part of it can be copied.
   PosixCode refuseTop(PosixCode code) {
     levels_.clear();
     name_.clear();
     return code;
   }
 
-  /// A folder's attributes come last: its times change with its contents, and a flag would forbid
-  /// them.
+  /// Sets a folder's attributes last: its times change with its contents, and a flag would forbid
+  /// changes.
   PosixCode leave() {
     const auto code = openParentLevel();
     if (code != PosixCode::success) return code;
@@ -211,7 +211,7 @@ class Copy {
     return copyAttributes(*source, {*level.to, "."}, level.status);
   }
 
-  /// The owner comes first: a change of it takes away permission bits and privileges. `seen` is the
+  /// Sets the owner first, because that clears permission bits and privileges. `seen` is the
   /// object's status from before its contents were copied.
   PosixCode copyAttributes(const HeldObject& from, FileAt to, const FileStatus& seen) {
     const auto copy = platform_.files.hold(to, Links::stay);
@@ -228,19 +228,21 @@ class Copy {
     }
     if (code == PosixCode::success) code = copy->setTimesOf(from);
     if (code == PosixCode::success) code = copy->setCreationTimeOf(from);
-    if (code == PosixCode::success && !comesLater(seen)) code = setFlags(*copy, seen.flags);
+    if (code == PosixCode::success && !getsFlagsLater(seen)) code = setFlags(*copy, seen.flags);
     return code;
   }
 
-  /// A protected file can get no other name. Its flags are noted where it may get some.
-  bool comesLater(const FileStatus& seen) {
+  /// A protected file cannot get another name. The flags of a file with several names are kept for
+  /// the end.
+  bool getsFlagsLater(const FileStatus& seen) {
     const auto first = linked_.find({seen.device, seen.inode});
     if (first == linked_.end() || first->second.path != path(longestPath)) return false;
     first->second.flags = seen.flags;
     return true;
   }
 
-  /// Nobody else can change the copy meanwhile, so its paths lead to what was copied.
+  /// No other user can change the copy before it is complete, so its paths lead to the copied
+  /// files.
   PosixCode setLateFlags() {
     for (const auto& [key, first] : linked_) {
       if (first.flags == 0) continue;

@@ -10,8 +10,8 @@ namespace qrt {
 
 /// Copies contents, owner, permissions with their access control lists, times, flags and extended
 /// attributes; links as links, hard links within the tree as hard links where they can be, holes as
-/// holes. Of what the new file system does not know nothing is copied, and nobody has more rights
-/// to the copy for that. Nobody else may be able to change the folder that the copy is made in.
+/// holes. What the new file system does not support is left out, which gives no user more rights to
+/// the copy. No other user may be able to change the folder that the copy is made in.
 ///
 /// A volume mounted below `from` is `busy`; a tree that holds the folder of its own copy, which
 /// another mount of it makes possible, is `invalidArgument`. The first error ends the copying; what

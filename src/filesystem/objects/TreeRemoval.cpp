@@ -5,8 +5,8 @@
 namespace qrt {
 namespace {
 
-/// How often a folder is emptied that was found not empty when it was to go: some file systems pass
-/// over entries while others are removed, and somebody may be adding some without end.
+/// How often a folder is emptied when its removal finds it not empty: some file systems skip
+/// entries while others are removed, and another process may add entries without end.
 constexpr unsigned maximumRounds = 16;
 
 PosixCode unlessGone(PosixCode code) {

@@ -8,9 +8,9 @@
 
 namespace qrt {
 
-/// Removes the object, never what a link points to. What has gone by itself meanwhile is no error.
-/// The first error ends it; what was removed by then stays removed. Mounted volumes are emptied as
-/// well.
+/// Removes the object, never the target of a link. An entry that vanishes by itself is not an
+/// error. The first error ends it; what was removed by then stays removed. Mounted volumes are
+/// emptied as well.
 std::optional<TreeFailure> removeTree(FileSystem& files, FileAt top);
 
 /// The same of everything in an open folder, which stays.

@@ -98,7 +98,7 @@ class Resolution {
   /// The folder that the next component is in.
   const Folder* base_;
   std::optional<Folder> folder_;
-  /// The components to come, the next one last.
+  /// The remaining components, the next one last.
   std::vector<std::string> rest_;
   std::optional<HeldObject> target_;
 

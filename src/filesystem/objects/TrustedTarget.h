@@ -1,4 +1,4 @@
-// What a link in a user's tree leads to, if its owner may have that changed.
+// The target of a link in a user's tree, if the owner of the link may have it changed.
 #pragma once
 
 #include <optional>
@@ -7,7 +7,7 @@
 
 namespace qrt {
 
-/// Holds what a link leads to, for work on a tree that acts on the targets of the links in it.
+/// Holds the target of a link, for operations on a tree that change the targets of its links.
 /// The owner of a tree can make a link to anything, so the target counts only when the link, and
 /// each further link on the way, belongs to root or to the owner of the target, and when link and
 /// target are on one file system. Empty for other links, and for those that lead nowhere. An object

@@ -10,8 +10,8 @@
 
 namespace qrt {
 
-/// Paths are without links. Folders that cannot be read and objects that cannot be looked at are
-/// passed over; an error is that descriptors or memory ran out.
+/// Paths are without links. Unreadable folders and objects without a readable status are
+/// skipped; an error is that descriptors or memory ran out.
 
 /// The number of objects that a `QRTDirectoryEnumerator` would return. Logs its limits as that
 /// does.

@@ -7,17 +7,17 @@
 namespace qrt {
 namespace {
 
-/// The folder that holds the top of the walk, and one more of the caller's.
+/// The folder that holds the top of the walk, and another one of the caller.
 constexpr std::size_t heldByCaller = 2;
-/// An object that is looked at or changed is held, and opened for a call that takes no hold.
+/// A visitor holds the object that it reads or changes, and opens it for calls that need that.
 constexpr std::size_t heldByVisitor = 2;
 
 constexpr std::size_t capacityFor(std::size_t workers) {
   return OpenFolders::maximumDescriptors - heldByCaller - heldByVisitor * workers;
 }
 
-/// Those that each worker uses are open already. Not all of the rest: when every worker wants a
-/// second one, one of them must get it.
+/// Each worker has one folder open. Not all of the rest may be kept: if every worker needs a second
+/// folder, one of them must get it.
 constexpr std::size_t keptForWaiting(std::size_t workers) {
   return (capacityFor(workers) - workers) / 2;
 }

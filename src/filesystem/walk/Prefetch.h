@@ -100,7 +100,7 @@ class PrefetchedFolder {
   std::vector<WalkEntry> entries_;
   std::size_t next_ = 0;
   /// Of the entries, each with its zero. The text may move while it grows, so an entry gets its
-  /// name when it is handed out.
+  /// name when `next` returns it.
   std::string names_;
   std::size_t nextName_ = 0;
   /// The entries point to these; never grows beyond its reserved size.

@@ -1,4 +1,4 @@
-// A folder that is closed while work goes on below it.
+// A folder that is closed during work below it.
 #pragma once
 
 #include <utility>
@@ -23,8 +23,8 @@ class ReopenableFolder {
   /// Keeps what is needed to recognise the folder and to continue its listing.
   PosixCode close();
 
-  /// Opens it through a folder in it. That one may have been moved elsewhere meanwhile: any other
-  /// folder than the one that was closed is `noEntry`.
+  /// Opens it through a folder in it. That folder may have been moved elsewhere: a parent other
+  /// than the folder that was closed is `noEntry`.
   PosixCode reopen(FileSystem& files, const Folder& subfolder);
 
  private:

@@ -164,7 +164,7 @@ TreeFolder* Worker::visit(TreeFolder& folder, const FolderEntry& entry) {
   return mayWait && walk_.waiting.offer(inner, index_) ? nullptr : inner;
 }
 
-/// 0 when the object has gone meanwhile.
+/// 0 if the object has vanished.
 std::uint32_t Worker::typeOf(const FolderEntry& entry, FileAt at) {
   if (entry.type != 0) return entry.type;
   const auto status = walk_.files.status(at, Links::stay);
@@ -213,8 +213,8 @@ bool Worker::leave(TreeFolder& folder) {
   return false;
 }
 
-/// Sees to it now and then that waiting folders have somebody to do them. Starting or waking the
-/// other thread takes about as long as visiting as many objects as lie between.
+/// Starts or wakes the second thread if folders wait. That takes about as long as visiting the
+/// objects between two calls.
 void Worker::callForHelp() {
   constexpr unsigned objectsBetweenCalls = 64;
   if (++seen_ % objectsBetweenCalls != 0 || !walk_.waiting.wake()) return;
@@ -223,7 +223,7 @@ void Worker::callForHelp() {
   try {
     helper_ = std::thread([&walk = walk_] { Worker(walk, 1).work(); });
   } catch (const std::system_error&) {
-    // No thread to be had: this one does it all.
+    // Without a second thread, this one does all the work.
   }
 }
 
@@ -240,7 +240,7 @@ void Worker::cannotRead(const TreeFolder& folder, PosixCode reason) {
   if (code != PosixCode::success) walk_.fail(code, object.relativePath());
 }
 
-/// The folder that holds it may be closed by now.
+/// The folder that holds it may already be closed.
 void Worker::cannotReadOn(TreeFolder& folder, PosixCode reason) {
   if (folder.parent == nullptr) return cannotRead(folder, reason);
   useParent(folder);
@@ -257,7 +257,8 @@ std::optional<TreeFailure> walkTree(FileSystem& files, FileAt top, TreeVisitor& 
     Worker worker(walk, 0);
     worker.work();
   }
-  // After a failure folders still wait; those that hold them go with the last of them.
+  // After a failure folders still wait. Releasing the last of them frees the folders that hold
+  // them.
   Worker rest(walk, 0);
   while (auto* folder = walk.waiting.takeRest()) rest.release(folder, nullptr);
   return std::move(walk.failure);

@@ -11,16 +11,16 @@ namespace qrt {
 
 struct TreeFolder;
 
-/// An object that a walk has come upon. Refers to the walk; good during the call it is passed to.
+/// An object that a walk visits. Refers to the walk; valid during the call that it is passed to.
 class TreeObject {
  public:
   TreeObject(const TreeFolder* holder, FileAt at, std::uint32_t type, unsigned worker)
       : at_(at), type_(type), worker_(worker), holder_(holder) {}
 
-  /// By the open folder that holds it: no exchange of a folder leads astray.
+  /// Relative to the open folder that holds it, so an exchanged folder cannot lead it astray.
   FileAt at() const { return at_; }
 
-  /// Type bits (`file_type`), never 0. An attacker may have put something else in its place since.
+  /// Type bits (`file_type`), never 0. An attacker may have replaced the object since.
   std::uint32_t type() const { return type_; }
   bool isFolder() const { return type_ == file_type::folder; }
   bool isLink() const { return type_ == file_type::link; }
@@ -46,16 +46,16 @@ class TreeVisitor {
 
   virtual ~TreeVisitor() = default;
 
-  /// Comes to each object below the top, to folders before anything in them. `enter` goes on into a
-  /// folder and means nothing for other objects. An error ends the walk.
+  /// Called for each object below the top, for folders before their contents. `enter` continues
+  /// with the contents of a folder and means nothing for other objects. An error ends the walk.
   virtual PosixResult<Next> visit(const TreeObject& object) = 0;
 
-  /// Comes to each entered folder, the top included, when everything below it is done. `again` has
-  /// the folder's contents visited once more; `round` counts from 0.
+  /// Called for each entered folder, the top included, after everything below it. `again` visits
+  /// the folder's contents another time; `round` counts from 0.
   virtual PosixResult<Leave> leave(const TreeObject& folder, unsigned round);
 
-  /// A folder (the top included) cannot be opened or read on. Success passes over it.
-  /// Running out of descriptors or memory is not asked about, it ends the walk.
+  /// Called for a folder (the top included) that cannot be opened or read further. Success skips
+  /// it. Running out of descriptors or memory ends the walk without this call.
   virtual PosixCode cannotRead(const TreeObject& folder, PosixCode reason);
 };
 
@@ -73,7 +73,7 @@ struct TreeFailure {
 /// `noEntry`.
 ///
 /// Starts on the calling thread and ends there. A second thread joins when enough has been seen and
-/// folders wait; the two share folders out, so that the order between siblings is nobody's.
+/// folders wait. The two share the folders, so siblings are visited in no particular order.
 std::optional<TreeFailure> walkTree(FileSystem& files, FileAt top, TreeVisitor& visitor);
 
 }  // namespace qrt

@@ -15,7 +15,7 @@ class WorkQueue {
  public:
   explicit WorkQueue(std::size_t enough) : enough_(enough) {}
 
-  /// Lets a piece wait. It wakes nobody: the worker that put it there comes back for it.
+  /// Adds a piece and wakes no worker: the worker that added it will take it.
   void put(Piece* piece, unsigned worker) {
     const std::lock_guard lock(mutex_);
     waiting_[worker].push_back(piece);
@@ -61,7 +61,7 @@ class WorkQueue {
     changed_.notify_all();
   }
 
-  /// A piece left in a closed queue; null when there is none.
+  /// A piece left in a closed queue; null if it is empty.
   Piece* takeRest() {
     const std::lock_guard lock(mutex_);
     for (auto& waiting : waiting_) {
