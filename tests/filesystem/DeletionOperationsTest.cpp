@@ -120,7 +120,7 @@ class DeletionTest : public testing::Test {
   const Platform platform_ = test::platformWith({.files = &files_}, native_.facilities());
 };
 
-TEST_F(DeletionTest, AFolderThatFillsUpAgainIsEmptiedAgainButNotForEver) {
+TEST_F(DeletionTest, AFolderThatFillsUpIsEmptiedALimitedNumberOfTimes) {
   const auto top = scratch_.path("top");
   const Outcome stillFull = fileWriteError(PosixCode::notEmpty, top);
   for (const int limit : {3, 1'000'000}) {
@@ -136,7 +136,7 @@ TEST_F(DeletionTest, AFolderThatFillsUpAgainIsEmptiedAgainButNotForEver) {
   }
 }
 
-TEST_F(DeletionTest, WhatGoesByItselfIsNoErrorWhatWasNeverThereIs) {
+TEST_F(DeletionTest, AVanishedEntryIsSkippedAMissingTopFails) {
   scratch_.make("mkdir top; touch top/file");
   files_.beforeRemoval = [&](FileAt object) -> FakedFiles::Answer {
     if (object.name == std::string("file")) unlink(scratch_.path("top/file").c_str());
@@ -150,13 +150,13 @@ TEST_F(DeletionTest, WhatGoesByItselfIsNoErrorWhatWasNeverThereIs) {
 #define NEEDS_FLAGS(change) \
   if (!(change)) GTEST_SKIP() << "needs the right to set flags on a file system that has them"
 
-TEST_F(DeletionTest, AWantOfMemoryDoesNotPassForAMissingObject) {
+TEST_F(DeletionTest, ALackOfMemoryDoesNotPassForAMissingObject) {
   const auto file = scratch_.file("file");
   files_.statusAnswer = PosixCode::outOfMemory;
   EXPECT_EQ(remove(file, recursively), posixError(PosixCode::outOfMemory));
 }
 
-TEST_F(DeletionTest, SinglyBothUserFlagsAreCleared) {
+TEST_F(DeletionTest, SingleRemovalClearsBothUserFlags) {
   for (const char* flags : {"+i", "+a", "+ia"}) {
     scratch_.make("touch file; mkdir folder");
     for (const char* name : {"file", "folder"}) {
@@ -166,7 +166,7 @@ TEST_F(DeletionTest, SinglyBothUserFlagsAreCleared) {
   }
 }
 
-TEST_F(DeletionTest, SinglySystemFlagsWhiteoutsAndFlagsThatStayAreTold) {
+TEST_F(DeletionTest, SingleRemovalReportsSystemFlagsWhiteoutsAndFlagsThatStay) {
   const auto file = scratch_.file("file");
   NEEDS_FLAGS(scratch_.changeFlags("file", "+i"));
   for (const auto flag : {file_flag::systemImmutable, file_flag::systemAppendOnly}) {
@@ -216,7 +216,7 @@ TEST_F(DeletionTest, SystemIntegrityProtectionExplainsARefusal) {
   EXPECT_EQ(remove(file, singly), posixError(PosixCode::notPermitted));
 }
 
-TEST_F(DeletionTest, RecursivelyAllFlagsAreClearedBeforeAnythingGoesAndTheFirstErrorEndsIt) {
+TEST_F(DeletionTest, RecursiveRemovalClearsAllFlagsFirstAndEndsAtTheFirstError) {
   scratch_.make("mkdir top; cd top; for i in $(seq 40); do mkdir $i; touch $i/1 $i/2 $i/3; done");
   NEEDS_FLAGS(scratch_.changeFlags("top/7/3", "+i"));
   std::atomic<int> attempts = 0;
@@ -231,7 +231,7 @@ TEST_F(DeletionTest, RecursivelyAllFlagsAreClearedBeforeAnythingGoesAndTheFirstE
   EXPECT_LE(attempts, workers);
 }
 
-TEST_F(DeletionTest, RecursivelyAFailedFlagPassChangesNothing) {
+TEST_F(DeletionTest, RecursiveRemovalChangesNothingIfAFlagStays) {
   scratch_.make("mkdir top; touch top/file");
   const auto top = scratch_.path("top");
   files_.setFlagsAnswer = PosixCode::inputOutput;
@@ -241,7 +241,7 @@ TEST_F(DeletionTest, RecursivelyAFailedFlagPassChangesNothing) {
   EXPECT_EQ(remove(top, recursively), success);
 }
 
-TEST_F(DeletionTest, ObjectsThatRefuseChangesAreAskedBeforeAnythingIsRemoved) {
+TEST_F(DeletionTest, FindsObjectsThatRefuseChangesBeforeItRemovesAny) {
   files_.mayRefuseChanges = true;
   for (const auto flag : {file_flag::restricted, file_flag::noUnlink, file_flag::systemImmutable,
                           file_flag::systemAppendOnly}) {
@@ -256,7 +256,7 @@ TEST_F(DeletionTest, ObjectsThatRefuseChangesAreAskedBeforeAnythingIsRemoved) {
   }
 }
 
-TEST_F(DeletionTest, TheImmutableFlagOfADanglingLinkIsNoneUnlessOneInsists) {
+TEST_F(DeletionTest, ADanglingLinkIsAnErrorOnlyIfItsTargetIsChecked) {
   const auto dangling = scratch_.link("dangling", "nowhere");
   const auto set = [this](const std::string& path, bool checking) {
     return additions::setImmutableFlag(files_, true, path, checking);
@@ -289,7 +289,7 @@ TEST_F(DeletionOperationsTest, ArgumentsAreChecked) {
   EXPECT_TRUE(test::exists(file));
 }
 
-TEST_F(DeletionOperationsTest, EveryPathIsTriedUnlessTheFirstErrorStopsIt) {
+TEST_F(DeletionOperationsTest, TriesEveryPathOrStopsAtTheFirstError) {
   scratch_.make("mkdir full; touch full/file a b c");
   const auto full = scratch_.path("full"), missing = scratch_.path("missing"),
              a = scratch_.path("a"), b = scratch_.path("b"), c = scratch_.path("c");
@@ -322,7 +322,7 @@ TEST_F(DeletionOperationsTest, AFolderThatCannotBeListedIsAFileManagersError) {
   EXPECT_EQ(error, fileReadError(PosixCode::permissionDenied, locked));
 }
 
-TEST_F(DeletionOperationsTest, ErrorsOfTheFileDeletionDomainAreTranslated) {
+TEST_F(DeletionOperationsTest, TranslatesErrorsOfTheFileDeletionDomain) {
   const auto translated = DeletionOperations::privilegedOperationErrorForFileDeletionError;
   const Dictionary about{{"NSFilePath", "/x"},
                          {"NSUnderlyingError", posixError(PosixCode::notPermitted)}};

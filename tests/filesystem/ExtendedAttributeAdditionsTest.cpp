@@ -22,7 +22,7 @@ class ExtendedAttributeAdditionsTest : public test::ItemFixture {
   const Data value_{'v'};
 };
 
-TEST_F(ExtendedAttributeAdditionsTest, EmptyArgumentsAreInvalidAndMissingObjectsAreTold) {
+TEST_F(ExtendedAttributeAdditionsTest, RefusesEmptyArgumentsAndMissingObjects) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   const auto file = scratch_.file("file");
   const auto invalid = posixError(PosixCode::invalidArgument);
@@ -42,7 +42,7 @@ TEST_F(ExtendedAttributeAdditionsTest, EmptyArgumentsAreInvalidAndMissingObjects
   }
 }
 
-TEST_F(ExtendedAttributeAdditionsTest, ALinksNamesComeWithItsTargetsValues) {
+TEST_F(ExtendedAttributeAdditionsTest, ReturnsTheNamesOfALinkWithTheValuesOfItsTarget) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   scratch_.make(
       "touch file; ln -s file link;"

@@ -89,7 +89,7 @@ class ProtectionTest : public test::OperationFixture {
   }
 };
 
-TEST_F(ProtectionTest, OneObjectOrAllBelowItUntilOneFails) {
+TEST_F(ProtectionTest, ChangesOneObjectOrAllBelowItUntilTheFirstFailure) {
   scratch_.make("mkdir folder; mkfifo folder/fifo; ln -s folder link; ln -s nowhere dangling");
   EXPECT_EQ(protect(scratch_.path("link"), true), success);
   EXPECT_TRUE(isImmutable("folder"));
@@ -103,7 +103,7 @@ TEST_F(ProtectionTest, OneObjectOrAllBelowItUntilOneFails) {
   EXPECT_EQ(protect("/dev/null", false), success);
 }
 
-TEST_F(ProtectionTest, AnotherFileSystemCanBeLeftAlone) {
+TEST_F(ProtectionTest, CanStayOnOneFileSystem) {
   scratch_.make("mkdir -p tree/volume; touch tree/file");
   const Mount mount(Mount::Kind::ext4, scratch_.path("tree/volume"));
   if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount and mkfs.ext4";

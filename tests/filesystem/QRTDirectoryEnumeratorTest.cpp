@@ -113,7 +113,7 @@ TEST_F(EnumeratorTest, ANameOf255BytesBelowTheFirstLevelAddsNothing) {
                                                   longName + "/" + longName, longName + "/file"));
 }
 
-TEST_F(EnumeratorTest, RunningOutOfDescriptorsEndsTheWalkAndIsTold) {
+TEST_F(EnumeratorTest, RunningOutOfDescriptorsEndsTheWalkWithAnError) {
   makeChain(scratch_.path(), "d", 40);
   const auto walk = at(scratch_.path());
   EXPECT_LT(withDescriptors(10, [&] { return walk->allObjects(); }).size(), 12u);
@@ -168,7 +168,7 @@ class PrefetchTest : public EnumeratorTest {
   }
 };
 
-TEST_F(PrefetchTest, EverythingComesOnceAndInOrder) {
+TEST_F(PrefetchTest, ReturnsEverythingOnceAndInOrder) {
   for (const auto skips : {never, nowAndThen}) {
     const auto paths = expected(skips);
     for (const bool areStatusesExpected : {false, true}) {
@@ -192,7 +192,7 @@ TEST_F(PrefetchTest, EverythingComesOnceAndInOrder) {
   }
 }
 
-TEST_F(PrefetchTest, WhatWasListedLongAgoIsListedAgain) {
+TEST_F(PrefetchTest, ListsAFolderAgainAfterASecond) {
   const auto walk = at(scratch_.path());
   std::set<std::string> begun;
   for (int i = 0; i < 1000 && walk->advance(); ++i) begun.insert(walk->objectPath());
@@ -209,7 +209,7 @@ TEST_F(PrefetchTest, WhatWasListedLongAgoIsListedAgain) {
   EXPECT_THAT(seen, testing::IsSupersetOf(added));
 }
 
-TEST_F(PrefetchTest, TheWalkItselfIsFirstToHaveDescriptors) {
+TEST_F(PrefetchTest, GivesItsDescriptorsToTheWalk) {
   const auto paths = expected(never);
   for (const rlim_t room : {8u, 12u, 20u, 60u}) {
     const auto [seen, failure] = withDescriptors(room, [&] {

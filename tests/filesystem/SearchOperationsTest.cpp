@@ -87,7 +87,7 @@ Array operator+(Array arguments, const Array& more) {
   return arguments;
 }
 
-TEST_F(SearchOperationsTest, WhatCannotBeginIsRefusedBeforeAnyFeedback) {
+TEST_F(SearchOperationsTest, RefusesBadFoldersAndPatternsBeforeAnyFeedback) {
   const std::pair<const char*, Array> searches[] = {
       {"SearchAgedfiles", {0, false}},       {"SearchFilenames", {"", "", false}},
       {"SearchPatterns", {"0", "0", "x"}},   {"SearchFileorphans", {false}},
@@ -145,7 +145,7 @@ TEST_F(SearchOperationsTest, AFailedListingCountsAsEmptyAndOneForWantOfMemoryIsA
   EXPECT_EQ(fractions(), std::vector<double>{1.0});
 }
 
-TEST_F(SearchOperationsTest, FindingsComeTwentyAtATime) {
+TEST_F(SearchOperationsTest, SendsFindingsInGroupsOfTwenty) {
   std::vector<std::string> names;
   Array patterns{"0"};
   for (int i = 0; i < 45; ++i) {
@@ -168,7 +168,7 @@ TEST_F(SearchOperationsTest, FindingsComeTwentyAtATime) {
   }
 }
 
-TEST_F(SearchOperationsTest, AnOrphanedFolderStandsForItsContents) {
+TEST_F(SearchOperationsTest, ReportsAnOrphanedFolderInPlaceOfItsContents) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   scratch_.make(
       "mkdir -p all/inner some/empty some/rest kept; ln -s listed kept/link;"
@@ -193,7 +193,7 @@ TEST_F(SearchOperationsTest, AnOrphanedFolderStandsForItsContents) {
   EXPECT_EQ(fractions().back(), 1.0);
 }
 
-TEST_F(SearchOperationsTest, TheFolderTestItself) {
+TEST_F(SearchOperationsTest, IsFolderAtPathComparesWithTheGivenUsers) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   scratch_.make("mkdir empty mixed; touch mixed/file; chown 4321 mixed/file; ln -s mixed toMixed");
   const std::tuple<const char*, UserIDs, bool> rows[] = {
@@ -208,7 +208,7 @@ TEST_F(SearchOperationsTest, TheFolderTestItself) {
 }
 
 /// The same hierarchy with a volume below it on every kind of file system there is.
-TEST_F(SearchOperationsTest, EveryFileSystemAndTheVolumeBelow) {
+TEST_F(SearchOperationsTest, SearchesEveryFileSystemAndTheVolumeBelow) {
   int tried = 0;
   for (const auto kind : {Mount::Kind::memory, Mount::Kind::ext4, Mount::Kind::ext4WithoutTypes,
                           Mount::Kind::xfs, Mount::Kind::btrfs}) {
@@ -244,7 +244,7 @@ TEST_F(SearchOperationsTest, EveryFileSystemAndTheVolumeBelow) {
   if (tried == 0) GTEST_SKIP() << "needs the right to mount";
 }
 
-TEST_F(SearchOperationsTest, DeepHierarchies) {
+TEST_F(SearchOperationsTest, SearchesADeepTreeToTheLimitAndMeasuresAllOfIt) {
   test::makeChain(scratch_.path(), "d", 600, [](int folder) {
     const FileDescriptor file(openat(folder, "x", O_WRONLY | O_CREAT, 0644));
     ASSERT_EQ(ftruncate(file.get(), 1'000'000'000), 0);

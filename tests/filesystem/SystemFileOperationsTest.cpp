@@ -53,7 +53,7 @@ TEST_F(SystemFileOperationsTest, NewContentsGetTheOldAttributes) {
   EXPECT_FALSE(test::exists(file + ".backup"));
 }
 
-TEST_F(SystemFileOperationsTest, TypeCreatorAndHiddenExtensionAreKeptAndOtherAttributesAreNot) {
+TEST_F(SystemFileOperationsTest, KeepsTypeCreatorAndHiddenExtensionAndNoOtherAttribute) {
   const auto file = scratch_.file("file");
   // "TYPE", "CREA", hidden with a hidden extension, and what else there may be.
   const auto record = "54595045435245414010" + std::string(44, '7');
@@ -65,7 +65,7 @@ TEST_F(SystemFileOperationsTest, TypeCreatorAndHiddenExtensionAreKeptAndOtherAtt
   EXPECT_EQ(scratch_.printedBy("attributes file").find("other"), std::string::npos);
 }
 
-TEST_F(SystemFileOperationsTest, WhatCannotBeReplacedIsRefused) {
+TEST_F(SystemFileOperationsTest, RefusesPathsThatAreNotFiles) {
   scratch_.folder("folder");
   const std::pair<std::string, PosixCode> refused[] = {
       {"", PosixCode::invalidArgument},
@@ -174,7 +174,7 @@ TEST_F(SystemFileOperationsTest, WithoutLinksTheOldFileIsMovedAside) {
   EXPECT_EQ(contentsOf(scratch_.path("file")), "new");
 }
 
-TEST_F(SystemFileOperationsTest, OnlyLeftoversOfItsOwnAreRemoved) {
+TEST_F(SystemFileOperationsTest, RemovesOnlyItsOwnLeftovers) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   const std::string name = ".file.new-0123456789abcdef";
   const std::string kept[] = {"mkdir $NAME",

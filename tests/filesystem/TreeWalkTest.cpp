@@ -88,7 +88,7 @@ TEST_F(TreeWalkTest, TwoWorkersVisitEverythingOnceAndInOrder) {
   }
 }
 
-TEST_F(TreeWalkTest, TheVisitorSaysWhatAnUnreadableFolderMeans) {
+TEST_F(TreeWalkTest, TheVisitorDecidesAboutAnUnreadableFolder) {
   scratch_.link("link", "/");
   EXPECT_FALSE(walk("link"));
   EXPECT_FALSE(walk("missing"));
@@ -140,7 +140,7 @@ TEST_F(TreeWalkTest, AnyDepthIsWalkedWithTheSameDescriptors) {
   EXPECT_EQ(openDescriptors(), before);
 }
 
-TEST_F(TreeWalkTest, AFolderThatIsMovedAwayMeanwhileEndsTheWalk) {
+TEST_F(TreeWalkTest, AMovedFolderEndsTheWalk) {
   constexpr std::size_t moved = 100, seenBefore = 300;
   test::makeChain(scratch_.path(), "d", 400);
   std::string path = "d";

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <functional>
+#include <utility>
 
 #include "filesystem/OperationFixture.h"
 #include "support/SteppedChild.h"
@@ -233,6 +234,103 @@ TEST_F(ExchangedItemTest, ANewFolderIsTheOneThatWasMade) {
           return !isOther(platform_.files.createFolder(folder.c_str(), 0700));
         });
   }
+}
+
+/// An exchanged folder: the owner of a tree puts a link to root's folder "precious", which has
+/// files of the same names, in the place of a folder in the tree.
+class ExchangedFolderTest : public ExchangedItemTest {
+ protected:
+  static constexpr const char* make =
+      "unflag .; rm -rf *; mkdir -p tree/folder/inner precious/inner; ln -s $PWD/precious link;"
+      "for name in 1 2 inner/3 inner/4; do touch tree/folder/$name precious/$name; done;";
+
+  /// A careless action on each file of the folder: its path may lead elsewhere at the next call.
+  template <class Action>
+  auto byPath(Action action) const {
+    return [this, action] {
+      for (const std::string name : {"/1", "/2", "/inner/3", "/inner/4"}) {
+        if (!S_ISLNK(test::statusOf(folder_).st_mode)) action(folder_ + name);
+      }
+      return true;
+    };
+  }
+  /// Whether root's files all exist and look right.
+  template <class Look>
+  auto preciousFiles(Look looksRight) const {
+    return [this, looksRight] {
+      for (const std::string name : {"/1", "/2", "/inner/3", "/inner/4"}) {
+        const auto path = scratch_.path("precious" + name);
+        const auto status = platform_.files.status(path.c_str(), Links::stay);
+        if (!status || !looksRight(*status)) return false;
+      }
+      return true;
+    };
+  }
+  static bool isImmutable(const FileStatus& status) {
+    return status.flags == file_flag::userImmutable;
+  }
+
+  const std::string tree_ = scratch_.path("tree"), folder_ = tree_ + "/folder";
+};
+
+TEST_F(ExchangedFolderTest, RemovalStaysInTheTree) {
+  expectSafety({"tree/folder", "link", make, preciousFiles([](const FileStatus&) { return true; })},
+               byPath([](const std::string& path) { unlink(path.c_str()); }),
+               performing("DeleteFileobjects", {"1", "0", tree_}));
+}
+
+TEST_F(ExchangedFolderTest, ClearingFlagsStaysInTheTree) {
+  scratch_.file("probe");
+  if (!scratch_.changeFlags("probe", "+i")) GTEST_SKIP() << "needs a file system with flags";
+  scratch_.changeFlags("probe", "-i");
+  const auto protect = make + std::string(
+                                  "flag i tree/folder/inner/3; for name in 1 2 inner/3 inner/4; do "
+                                  "flag i precious/$name; done");
+  const auto unprotect = byPath([&](const std::string& path) {
+    (void)perform("ModifyProtection", {path, false, false, false});
+  });
+  for (const auto& [stem, arguments] :
+       {std::pair<std::string, Array>{"DeleteFileobjects", {"1", "0", tree_}},
+        {"ModifyProtection", {tree_, false, true, false}}}) {
+    expectSafety({"tree/folder", "link", protect, preciousFiles(isImmutable)}, unprotect,
+                 performing(stem, arguments));
+  }
+  scratch_.make("unflag .");
+}
+
+TEST_F(ExchangedFolderTest, PropagationStaysInTheTree) {
+  constexpr int allButTheList = 0x3e;
+  expectSafety({"tree/folder", "link", make + std::string("chown 1234:1234 tree; chmod 0770 tree"),
+                preciousFiles([](const FileStatus& status) {
+                  return status.userID == 0 && status.groupID == 0 && status.mode == 0100644;
+                })},
+               byPath([](const std::string& path) { give(path, user); }),
+               performing("PropPermissions", {tree_, 0, false, allButTheList}));
+}
+
+TEST_F(ExchangedFolderTest, SearchesStayInTheTree) {
+  // Larger than everything else that may be found together.
+  constexpr std::int64_t preciousSize = 1LL << 40;
+  std::int64_t found = 0;  // Each process that is attacked has its own.
+  const auto look = byPath([&](const std::string& path) { found += test::statusOf(path).st_size; });
+  expectSafety(
+      {"tree/folder", "link",
+       make + std::string("truncate -s 1T precious/1 precious/2 precious/inner/*"),
+       [] { return true; }},
+      [&] { return look() && found < preciousSize; },
+      [&] {
+        for (const auto& [stem, arguments] :
+             {std::pair<std::string, Array>{"SearchAgedfiles", {tree_, 0, false}},
+              {"SearchPatterns", {tree_, "0", "1", "1"}}}) {
+          if (perform(stem, arguments) != success) return false;
+          for (const auto& record : records()) {
+            found += record.dictionary()->at("Size").number()->asInt64();
+          }
+        }
+        const auto answer = perform("InspectStoragesize", {tree_});
+        found += answer->userInfo.at("Size").number()->asInt64();
+        return found < preciousSize;
+      });
 }
 
 }  // namespace

@@ -119,7 +119,7 @@ TEST_F(AcrossTest, AFullVolumeKeepsTheOldTreeAndNothingOfTheNew) {
   EXPECT_EQ(namesOnVolume(), "");
 }
 
-TEST_F(AcrossTest, WhatCouldNotBeRemovedIsNotCopied) {
+TEST_F(AcrossTest, DoesNotCopyAnObjectThatItCannotRemove) {
   using namespace file_flag;  // No volume of this system keeps the flags of the rows.
   const auto parent = platform_.files.openFolder(from_.c_str(), Links::stay);
   for (const auto flag : {systemImmutable, systemAppendOnly, restricted, noUnlink}) {
@@ -133,6 +133,7 @@ TEST_F(AcrossTest, WhatCouldNotBeRemovedIsNotCopied) {
     scratch_.file("tree/inner/file");
     EXPECT_EQ(causeOf(move(from_, to_)), number(PosixCode::busy));
     EXPECT_EQ(causeOf(move(from_, from_ + "/inner/tree")), number(PosixCode::busy));
+    EXPECT_EQ(causeOf(move(from_ + "/inner", to_)), number(PosixCode::busy));
     EXPECT_EQ(printed("ls -A '" + from_ + "/inner'"), "file\n");
   }
   if (!scratch_.changeFlags("tree", "+i")) GTEST_SKIP() << "needs the right to set flags";
@@ -152,11 +153,34 @@ class SlowToRemove : public test::PortFileSystem {
   bool isReady_ = false;
 };
 
-TEST_F(AcrossTest, ACleanUpThatFailsIsTriedAgain) {
+TEST_F(AcrossTest, AFailedCleanUpIsRepeated) {
   SlowToRemove files;
   const auto platform = test::platformWith({.files = &files}, platform_);
   EXPECT_EQ(FileManager::moveItemAtPath(platform, scratch_.file("file"), to_), success);
   EXPECT_EQ(namesOnVolume(), "tree\n");
+}
+
+/// Another file takes the name of the moved one as soon as the copy is complete.
+class ExchangedAfterCopy : public test::PortFileSystem {
+ public:
+  explicit ExchangedAfterCopy(std::string folder) : folder_(std::move(folder)) {}
+  PosixCode synchronize(const Folder& folder) override {
+    (void)!::rename((folder_ + "/other").c_str(), (folder_ + "/file").c_str());
+    return test::PortFileSystem::synchronize(folder);
+  }
+
+ private:
+  const std::string folder_;
+};
+
+TEST_F(AcrossTest, AFileThatTookTheNameOfTheMovedOneStays) {
+  ExchangedAfterCopy files(from_);
+  const auto platform = test::platformWith({.files = &files}, platform_);
+  scratch_.make("touch tree/file; printf other > tree/other");
+  const auto error = FileManager::moveItemAtPath(platform, from_ + "/file", to_);
+  ASSERT_TRUE(error);
+  EXPECT_EQ(causeOf(error), number(PosixCode::noEntry));
+  EXPECT_EQ(printed("cat '" + from_ + "/file'"), "other");
 }
 
 /// A process of the user's that holds leases on its files.
@@ -218,7 +242,7 @@ class LeaseTest : public AcrossTest {
   int limit_ = 45;
 };
 
-TEST_F(LeaseTest, AMoveWaitsForALeaseAsLongAsTheSystemGivesOneButOnce) {
+TEST_F(LeaseTest, AMoveWaitsForLeasesOnlyOnce) {
   const auto first = ownFile("first");
   for (const bool keeps : {false, true}) {
     const LeaseHolder holder({ownFile("first")}, keeps);
@@ -233,7 +257,7 @@ TEST_F(LeaseTest, AMoveWaitsForALeaseAsLongAsTheSystemGivesOneButOnce) {
   EXPECT_EQ(namesOnVolume(), "");
 }
 
-TEST_F(AcrossTest, AnAttributeThatOnlyTheSystemSetsDoesNotEndAMove) {
+TEST_F(AcrossTest, AMoveLeavesOutAnAttributeThatOnlyTheSystemSets) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   scratch_.make(
       "touch tree/file; setfattr -n security.note -v 1 tree/file; chown -R 1234 tree; chmod 0777 "
@@ -244,7 +268,7 @@ TEST_F(AcrossTest, AnAttributeThatOnlyTheSystemSetsDoesNotEndAMove) {
   EXPECT_TRUE(test::exists(to_));
 }
 
-TEST_F(AcrossTest, ATreeDoesNotGoIntoItselfByAnotherMount) {
+TEST_F(AcrossTest, RefusesToMoveATreeIntoItselfByAnotherMount) {
   scratch_.make("mkdir -p tree/top/inner bound; mount --bind tree bound");
   const auto error = move(from_ + "/top", scratch_.path("bound/top/inner/new"));
   scratch_.make("umount bound");
@@ -336,7 +360,7 @@ class ExchangedInCopyTest : public AcrossTest, public testing::WithParamInterfac
   const Look roots_{0, 0755, "root"}, evil_{1234, 06777, "evil"};
 };
 
-TEST_P(ExchangedInCopyTest, NothingOfOneGetsIntoTheCopyOfTheOther) {
+TEST_P(ExchangedInCopyTest, AnExchangeMixesNoObjects) {
   const auto old = from_ + "/object", other = scratch_.path("other"), copy = to_ + "/object";
   const auto attack = [&](auto copyTree) {
     return test::attackAtEveryCall(
@@ -372,7 +396,7 @@ INSTANTIATE_TEST_SUITE_P(Types, ExchangedInCopyTest,
                          testing::Values(file_type::regular, file_type::folder, file_type::link));
 
 /// A file of root's that is given to a user while it is copied, and that this user changes at once.
-TEST_F(AcrossTest, AFileThatIsGivenAwayMeanwhileIsNotRootsWithTheUsersContents) {
+TEST_F(AcrossTest, AFileGivenAwayDuringItsCopyDoesNotRunAsRoot) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   const auto file = scratch_.file("file");
   std::vector<int> lostStops;
@@ -400,7 +424,7 @@ TEST_F(AcrossTest, AFileThatIsGivenAwayMeanwhileIsNotRootsWithTheUsersContents) 
   EXPECT_THAT(lostStops, IsEmpty());
 }
 
-TEST_F(AcrossTest, WhatTakesTheNameOfAMovedObjectIsNotRemoved) {
+TEST_F(AcrossTest, AnExchangedFolderIsNotRemoved) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   const auto old = from_ + "/object", other = from_ + "/roots";
   const auto attacks = test::attackAtEveryCall(
@@ -421,7 +445,7 @@ TEST_F(AcrossTest, WhatTakesTheNameOfAMovedObjectIsNotRemoved) {
   EXPECT_GT(attacks.exchanges, 40);
 }
 
-TEST_F(AcrossTest, ACompleteTreeIsAtOneOfThePathsWheneverTheProcessIsKilled) {
+TEST_F(AcrossTest, AKillLeavesACompleteTreeAtOneOfThePaths) {
   const auto treeAt = [](const std::string& path) {
     return printed("cd '" + path +
                    "' 2>/dev/null && find . -printf '%p %M\\n' -type f -exec cat {} +");

@@ -30,7 +30,7 @@ class LinksInTreesTest : public test::OperationFixture {
   }
 };
 
-TEST_F(LinksInTreesTest, OnlyTargetsOfTheLinksOwnersAreChanged) {
+TEST_F(LinksInTreesTest, ChangesOnlyTargetsOfTheLinksOwners) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   const struct {
     const char* links;
@@ -49,6 +49,7 @@ TEST_F(LinksInTreesTest, OnlyTargetsOfTheLinksOwnersAreChanged) {
       {"tree/a>../others:77", "others", false},
       {"tree/a>../b:0 b>roots:77", "roots", false},
       {"tree/a>../b:77 b>users:88", "users", false},
+      {"tree/a>../b:88 b>users:77", "users", false},
       {"tree/a>../b/../roots:0 b>folder:77", "roots", false},
       {"tree/a>../users/:77", "users", false},
       {"tree/a>../volume/users:77", "volume/users", false},

@@ -73,7 +73,7 @@ TEST_F(PermissionOperationsTest, OnePassGivesOwnerBitsAndListOnEveryFileSystem) 
   }
 }
 
-TEST_F(PermissionOperationsTest, TheFirstFailureEndsItAndIsTold) {
+TEST_F(PermissionOperationsTest, TheFirstFailureEndsItAndIsReported) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   scratch_.make("mkdir -p top/folder; touch top/folder/program; chmod 2755 top/folder/program");
   const auto top = scratch_.path("top");
@@ -90,7 +90,7 @@ TEST_F(PermissionOperationsTest, TheFirstFailureEndsItAndIsTold) {
   expectFailure(propagate(top, 0x20), 14, 1, program);
 }
 
-TEST_F(PermissionOperationsTest, ProgressIsToldNowAndThenAndVolumesCanBeLeftAlone) {
+TEST_F(PermissionOperationsTest, SendsProgressAndCanStayOnOneVolume) {
   scratch_.make("mkdir -p top/volume; cd top; touch $(seq 199)");
   const test::Mount mount(test::Mount::Kind::memory, scratch_.path("top/volume"));
   if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount";
@@ -106,7 +106,7 @@ TEST_F(PermissionOperationsTest, ProgressIsToldNowAndThenAndVolumesCanBeLeftAlon
   EXPECT_EQ(perform("PropPermissions", unheard, false), success);
 }
 
-TEST_F(PermissionOperationsTest, AHierarchyThatIsTooDeepIsDoneToItsLimit) {
+TEST_F(PermissionOperationsTest, ATooDeepTreeIsChangedDownToTheLimit) {
   auto deep = scratch_.folder("top");
   for (int level = 1; level <= 501; ++level) ASSERT_EQ(mkdir((deep += "/d").c_str(), 0755), 0);
   changeMode("top", 0700);
@@ -120,7 +120,7 @@ TEST_F(PermissionOperationsTest, AHierarchyThatIsTooDeepIsDoneToItsLimit) {
   EXPECT_THAT(log_.lines(), testing::ElementsAre(line));
 }
 
-TEST_F(PermissionOperationsTest, AListIsGivenToWhatThePathLeadsTo) {
+TEST_F(PermissionOperationsTest, AListGoesToTheTargetOfALink) {
   const auto file = scratch_.file("file");
   const auto given = *platform_.accessControl.externalized(
       *platform_.accessControl.fromText("u::-,u:77:rw,g::-,m::rw,o::-"));

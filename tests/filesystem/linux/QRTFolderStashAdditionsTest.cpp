@@ -55,7 +55,7 @@ TEST_F(QRTFolderStashAdditionsTest, ALinkToAFolderIsMovedItself) {
   EXPECT_EQ(statusOf("link").st_mode, S_IFDIR | 0711u);
 }
 
-TEST_F(QRTFolderStashAdditionsTest, WhatCannotBeMovedIsRefused) {
+TEST_F(QRTFolderStashAdditionsTest, RefusesMissingFoldersAndTakenNames) {
   const auto folder = scratch_.folder("folder"), file = scratch_.file("file");
   EXPECT_EQ(stash("", "aside", true), invalid_);
   EXPECT_EQ(stash(folder, "", true), invalid_);
