@@ -156,14 +156,14 @@ TEST_F(AnswerTest, StringTablesTranslateAFailure) {
   EXPECT_THAT(terminal.errors(),
               testing::StartsWith("qrtctl nop: N\xC3\xB6.\nSo: /a\\x0a\\xff!\nCause: "));
   EXPECT_EQ(run({"nop", "--json"}), 1);
-  EXPECT_THAT(
-      terminal.output(),
-      testing::AllOf(
-          testing::StartsWith(R"({"done":false,"error":{"domain":"com.vantor.error.privileged-operation",)"
-                              "\"code\":16,\"description\":\"N\xC3\xB6.\",\"suggestion\":\"So: "
-                              "/a\\n\xF4\x8F\xBF\xBF!\",\"userInfo\":{"),
-          HasSubstr(R"("NSUnderlyingError":{"domain":"NSPOSIXErrorDomain","code":30,)"
-                    R"json("description":"Read-only file system (POSIX error 30)",)json")));
+  EXPECT_THAT(terminal.output(),
+              testing::AllOf(
+                  testing::StartsWith(
+                      R"({"done":false,"error":{"domain":"com.vantor.error.privileged-operation",)"
+                      "\"code\":16,\"description\":\"N\xC3\xB6.\",\"suggestion\":\"So: "
+                      "/a\\n\xF4\x8F\xBF\xBF!\",\"userInfo\":{"),
+                  HasSubstr(R"("NSUnderlyingError":{"domain":"NSPOSIXErrorDomain","code":30,)"
+                            R"json("description":"Read-only file system (POSIX error 30)",)json")));
 }
 
 }  // namespace
