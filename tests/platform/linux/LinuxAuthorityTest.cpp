@@ -65,6 +65,8 @@ TEST_F(LinuxRightsTest, RootHasAllRightsOtherUsersThoseThatAllow) {
   EXPECT_EQ(set("everybodys", "allow"), granted);
   EXPECT_EQ(set("admins", "authenticate-admin"), granted);
   EXPECT_EQ(set("default", Dictionary{{"rule", "default"}}), granted);
+  EXPECT_EQ(set("tooLarge", std::string(1 << 20, 'x')), AuthorizationStatus::internal)
+      << "the database could not be read again";
   const struct {
     std::uint32_t user;
     const char* right;
