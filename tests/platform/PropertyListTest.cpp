@@ -77,6 +77,9 @@ TEST(PropertyList, ReadsEachFormInEachEncoding) {
   });
   for (const auto& bytes :
        {utf16(u"\uFEFF\xD800", true), utf16(u"\uFEFF\xDC00\xD800", true),
+        utf16(u"\uFEFF\"\xD800"
+              u"b\"",
+              true),
         utf16(u"\uFEFFa", false) + "b", std::string(), std::string("\"\xFC\""), raw("\"\0\"")}) {
     expectRefused(bytes);
   }
@@ -208,7 +211,8 @@ TEST(PropertyList, RefusesMalformedBinaryObjects) {
                     infinite = raw("\x33\x7F\xF0\0\0\0\0\0\0");
   const std::string null = raw("\0"), shortDate = raw("\x32\0\0\0\0"), half = raw("\x61\xD8\0");
   const std::string wideInteger = "\x15" + wide + wide, bigInteger = "\x14" + wide;
-  const std::string countOfText = "\x5F\x51x", bigCount = "\x5F\x14" + wide;
+  const std::string countOfText = "\x5F\x51x",
+                    bigCount = raw("\x5F\x14\0\0\0\0\0\0\0\1\0\0\0\0\0\0\0\1x");
   for (const auto& object : {null, hugeCount, infinite, shortDate, half, wideInteger, bigInteger,
                              countOfText, bigCount}) {
     expectRefused(binary({object}));
