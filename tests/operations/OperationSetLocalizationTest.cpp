@@ -84,7 +84,7 @@ TEST_F(OperationSetLocalization, ATemplateTakesItsParametersOneAfterAnother) {
 
 TEST_F(OperationSetLocalization, ErrorsAreLocalizedWithThoseUnderneath) {
   plant("de.lproj/PrivilegedOperationErrors",
-        "Failed = Gescheitert; \"See $1$\" = \"Siehe $1$\"; Deep = Tief;");
+        "Failed = Gescheitert; \"See $1$\" = \"Siehe $1$\"; Deep = Tief; Text = Neu;");
   EXPECT_EQ(localized(success), success);
   EXPECT_EQ(localized(posixError(PosixCode::busy)), posixError(PosixCode::busy));
   const auto errorOver = [](const char* deepText) {
@@ -101,7 +101,14 @@ TEST_F(OperationSetLocalization, ErrorsAreLocalizedWithThoseUnderneath) {
   for (int depth = 0; depth < 500; ++depth) {
     nested = withUnderlyingError(privilegedOperationError(1, "Text", "Text"), std::move(nested));
   }
-  EXPECT_TRUE(localized(nested));
+  const auto outcome = localized(nested);
+  int localizedLevels = 0;
+  for (const Error* level = &*outcome;
+       *stringIn(level->userInfo, "NSLocalizedDescription") == "Neu";
+       level = level->userInfo.at("NSUnderlyingError").error()) {
+    ++localizedLevels;
+  }
+  EXPECT_EQ(localizedLevels, 33);
 }
 
 /// The tables that are installed with the client.
