@@ -91,8 +91,10 @@ TEST_F(DaemonTest, AForgedFormIsRefused) {
   const auto connection = connect();
   auto forged = *connection->createExternalForm();
   forged[20] ^= 1;
-  EXPECT_EQ(connection->performPrivilegedOperation(nop, forged, nullptr, {}),
-            (Error{"com.vantor.error.privileged-operation", 87654321, {}}));
+  const auto outcome = connection->performPrivilegedOperation(nop, forged, nullptr, {});
+  ASSERT_TRUE(outcome);
+  EXPECT_EQ(outcome->domain, "com.vantor.error.privileged-operation");
+  EXPECT_EQ(outcome->code, 87654321);
 }
 
 TEST_F(DaemonTest, MalformedMessagesDoNotAffectOtherConnections) {
