@@ -5,6 +5,7 @@
 #include <limits>
 #include <thread>
 
+#include "platform/Authority.h"
 #include "platform/ForeignException.h"
 #include "platform/macos/MacosFacilities.h"
 #include "platform/macos/xpc/ExportedHelper.h"
@@ -187,9 +188,9 @@ TEST_F(XPCTransportTest, TheDaemonAcceptsWhatAClientShowsOfItsAuthorization) {
   AuthorizationExternalForm form;
   ASSERT_EQ(data->size(), form.size());
   std::copy(data->begin(), data->end(), form.begin());
-  EXPECT_TRUE(MacosAuthority().createFromExternalForm({}, form, log));
+  EXPECT_TRUE(makeAuthority()->createFromExternalForm({}, form, log));
   form.fill(0);
-  EXPECT_FALSE(MacosAuthority().createFromExternalForm({}, form, log));
+  EXPECT_FALSE(makeAuthority()->createFromExternalForm({}, form, log));
 }
 
 TEST_F(XPCTransportTest, AnEndpointOpensAnotherConnection) {
