@@ -308,16 +308,16 @@ TEST_F(AcrossTest, ADeepTreeTakesLittleMemoryAndFewDescriptors) {
 }
 #endif
 
-/// Two objects that somebody exchanges while one of them is copied. The parameter is their type.
+struct Look {
+  uid_t owner;
+  mode_t mode;
+  /// The contents of the object, and its label.
+  std::string text;
+};
+
+/// Two objects are exchanged while one of them is copied. The parameter is their type.
 class ExchangedInCopyTest : public AcrossTest, public testing::WithParamInterface<std::uint32_t> {
  protected:
-  struct Look {
-    uid_t owner;
-    mode_t mode;
-    /// What the object holds and what its label says.
-    std::string text;
-  };
-
   void SetUp() override {
     if (geteuid() != 0) GTEST_SKIP() << "needs root";
     AcrossTest::SetUp();
@@ -395,33 +395,46 @@ TEST_P(ExchangedInCopyTest, AnExchangeMixesNoObjects) {
 INSTANTIATE_TEST_SUITE_P(Types, ExchangedInCopyTest,
                          testing::Values(file_type::regular, file_type::folder, file_type::link));
 
-/// A file of root's that is given to a user while it is copied, and that this user changes at once.
+/// A file changes its owner, contents and rights while it is copied.
 TEST_F(AcrossTest, AFileGivenAwayDuringItsCopyDoesNotRunAsRoot) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  const struct {
+    Look before, after;
+    /// A user who gets the file may set these bits, and root's contents may have them.
+    bool isEvilBySetID;
+  } cases[] = {{{0, 0755, "root"}, {1234, 06755, "evil"}, true},
+               {{1234, 0755, "evil"}, {0, 06755, "root"}, false}};
   const auto file = scratch_.file("file");
-  std::vector<int> lostStops;
-  bool isOver = false;
-  for (int stop = 1; !isOver; ++stop) {
-    scratch_.make("rm -rf volume/*; printf root > file; chown 0:0 file; chmod 0755 file");
-    test::SteppedChild child([&] {
-      (void)move(file, to_);
-      return true;
-    });
-    isOver = !child.step(stop);
-    const int opened = open(file.c_str(), O_WRONLY);
-    if (!isOver && opened >= 0) {
-      (void)!fchown(opened, 1234, 1234);
-      (void)!pwrite(opened, "evil", 4, 0);
-      (void)!fchmod(opened, 06755);
-      close(opened);
+  const auto change = [&](const Look& look) {
+    const int opened = open(file.c_str(), O_WRONLY | O_CREAT, 0600);
+    if (opened < 0) return;
+    (void)!fchown(opened, look.owner, look.owner);
+    (void)!pwrite(opened, look.text.data(), look.text.size(), 0);
+    (void)!fchmod(opened, look.mode);
+    close(opened);
+  };
+  for (const auto& [before, after, isEvilBySetID] : cases) {
+    std::vector<int> lostStops;
+    bool isOver = false;
+    for (int stop = 1; !isOver; ++stop) {
+      scratch_.make("rm -rf volume/* file");
+      change(before);
+      test::SteppedChild child([&] {
+        (void)move(file, to_);
+        return true;
+      });
+      isOver = !child.step(stop);
+      if (!isOver && test::exists(file)) change(after);
+      EXPECT_TRUE(child.finish());
+      if (!test::exists(to_)) continue;
+      const auto status = test::statusOf(to_);
+      const bool hasSetID = (status.st_mode & 06000) != 0;
+      const bool isEvil = test::printed("cat " + to_) == "evil" ? hasSetID || isEvilBySetID
+                                                                : hasSetID && isEvilBySetID;
+      if (isEvil && (status.st_uid == 0 || status.st_gid == 0)) lostStops.push_back(stop);
     }
-    EXPECT_TRUE(child.finish());
-    if (!test::exists(to_)) continue;
-    const auto status = test::statusOf(to_);
-    const bool isEvil = test::printed("cat " + to_) == "evil" || (status.st_mode & 06000) != 0;
-    if (isEvil && (status.st_uid == 0 || status.st_gid == 0)) lostStops.push_back(stop);
+    EXPECT_THAT(lostStops, IsEmpty()) << before.text;
   }
-  EXPECT_THAT(lostStops, IsEmpty());
 }
 
 TEST_F(AcrossTest, AnExchangedFolderIsNotRemoved) {
