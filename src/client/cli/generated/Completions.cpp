@@ -107,8 +107,8 @@ std::string zshGeneralOptions() {
   std::string lines;
   for (const auto& option : generalOptions()) {
     const auto value = option.flag ? "" : fmt::format(":{}:_files", option.value);
-    const auto specification = fmt::format("{}[{}]{}", option.name, zshText(option.help), value);
-    lines += fmt::format("    {}\n", quoted(specification));
+    const auto entry = fmt::format("{}[{}]{}", option.name, zshText(option.help), value);
+    lines += fmt::format("    {}\n", quoted(entry));
   }
   return lines;
 }
