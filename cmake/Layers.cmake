@@ -19,16 +19,8 @@ function(qrt_test_program name)
   add_executable(test_${name} ${sources})
   target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(test_${name} PRIVATE ${PROGRAM_LINK} qrt_test_support GTest::gmock_main)
-  # Compiling a test costs more than running it: little is optimized, and GoogleTest's headers are parsed once. ccache
-  # would cache nothing that uses a precompiled header, and the macOS port has tests in two languages.
+  # Compiling a test costs more than running it, so little is optimized.
   target_compile_options(test_${name} PRIVATE $<$<CONFIG:Release>:-O1>)
-  if(port STREQUAL linux AND NOT CCACHE)
-    if(TARGET test_base AND NOT name STREQUAL base)
-      target_precompile_headers(test_${name} REUSE_FROM test_base)
-    else()
-      target_precompile_headers(test_${name} PRIVATE <gmock/gmock.h>)
-    endif()
-  endif()
   if(NOT CMAKE_CROSSCOMPILING)
     gtest_discover_tests(test_${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
   endif()
