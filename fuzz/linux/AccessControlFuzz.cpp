@@ -9,10 +9,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   // A copy of its own, so that a read behind its end is found.
   const auto list = lists->internalized(qrt::Data(bytes, bytes + size));
   if (!list) return 0;
-  // What was read can be told, and is then read the same way.
-  const auto told = lists->externalized(*list);
-  if (!told) std::abort();
-  const auto again = lists->internalized(*told);
+  // A list that was read can be written, and is then read the same way.
+  const auto form = lists->externalized(*list);
+  if (!form) std::abort();
+  const auto again = lists->internalized(*form);
   if (!again || again->has_value() != list->has_value()) std::abort();
   return 0;
 }

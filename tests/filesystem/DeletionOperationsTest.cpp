@@ -199,9 +199,9 @@ TEST_F(DeletionTest, SystemIntegrityProtectionExplainsARefusal) {
   files_.setFlagsAnswer = PosixCode::inputOutput;
   EXPECT_EQ(remove(file, recursively), because(posixError(PosixCode::inputOutput)));
 
-  Outcome told = success;
-  EXPECT_TRUE(additions::isSIPRestrictedObjectAtPath(platform_, file, &told));
-  EXPECT_EQ(told, refused);
+  Outcome reason = success;
+  EXPECT_TRUE(additions::isSIPRestrictedObjectAtPath(platform_, file, &reason));
+  EXPECT_EQ(reason, refused);
   EXPECT_FALSE(additions::isSIPRestrictedObjectAtPath(platform_, ""));
   EXPECT_FALSE(additions::isSIPRestrictedObjectAtPath(platform_, scratch_.path("missing")));
 

@@ -21,7 +21,7 @@ class OperationFixture : public ItemFixture {
   /// Has operations work with doubles, for the rest of the test.
   void use(const Doubles& doubles) { withDoubles_.emplace(platformWith(doubles, platform_)); }
 
-  /// `stem` names the operation. What it tells meanwhile is kept until the next one.
+  /// `stem` names the operation. The feedback it sends is kept until the next one.
   Outcome perform(const std::string& stem, const Array& arguments, bool isHeard = true) {
     feedback_.messages.clear();
     const auto connection = isHeard ? feedback_.connect() : nullptr;

@@ -115,10 +115,10 @@ TEST_F(SearchOperationsTest, RefusesBadFoldersAndPatternsBeforeAnyFeedback) {
                                                         {{"0", "0", "x", "1", ""}, begun},
                                                         {{"0", "0", "x"}, counting}};
   const Array empty{scratch_.folder("empty")};
-  for (const auto& [patterns, told] : rows) {
-    const auto code = told == counting ? PosixCode::noEntry : PosixCode::invalidArgument;
+  for (const auto& [patterns, sent] : rows) {
+    const auto code = sent == counting ? PosixCode::noEntry : PosixCode::invalidArgument;
     EXPECT_EQ(search("SearchPatterns", empty + patterns), posixError(code)) << patterns.size();
-    EXPECT_EQ(fractions(), told) << patterns.size();
+    EXPECT_EQ(fractions(), sent) << patterns.size();
   }
 }
 
@@ -156,9 +156,9 @@ TEST_F(SearchOperationsTest, SendsFindingsInGroupsOfTwenty) {
       {"SearchAgedfiles", {0, false}, {0.0, 0.0, 1.0}},
       {"SearchFilenames", {"", "", false}, {0.0, 0.0, 1.0}},
       {"SearchPatterns", patterns, {0.0, 0.01, 19.0 / 45, 39.0 / 45, 1.0}}};
-  for (const auto& [stem, rest, told] : rows) {
+  for (const auto& [stem, rest, sent] : rows) {
     EXPECT_THAT(found(stem, Array{scratch_.path()} + rest), UnorderedElementsAreArray(names));
-    EXPECT_EQ(fractions(), told) << stem;
+    EXPECT_EQ(fractions(), sent) << stem;
     std::vector<std::size_t> batches;
     for (const auto& message : feedback_.messages) {
       if (isProgressOnly(message)) continue;
@@ -251,9 +251,9 @@ TEST_F(SearchOperationsTest, SearchesADeepTreeToTheLimitAndMeasuresAllOfIt) {
   });
   // 500 folders of one byte are within the length of a path, and the counted total is the walk's.
   EXPECT_EQ(found("SearchPatterns", {scratch_.path(), "0", "0", "x"}).size(), 500u);
-  const auto told = fractions();
-  EXPECT_LT(told[told.size() - 2], 1.0);
-  EXPECT_GT(told[told.size() - 2], 0.95);
+  const auto sent = fractions();
+  EXPECT_LT(sent[sent.size() - 2], 1.0);
+  EXPECT_GT(sent[sent.size() - 2], 0.95);
   // Both walks of both searches, the heard and the unheard one, log what they leave out.
   EXPECT_EQ(log_.lines().size(), 4u);
   // Measuring has no such limits.

@@ -26,7 +26,7 @@ class PermissionOperationsTest : public test::OperationFixture {
     ASSERT_EQ(chmod(scratch_.path(name).c_str(), mode), 0) << name;
   }
 
-  /// Ends with code and cause, and tells the object and the end of the work.
+  /// Ends with code and cause, and reports the object and the end of the work.
   void expectFailure(const Outcome& outcome, int code, int cause, const std::string& name) {
     ASSERT_TRUE(outcome);
     EXPECT_EQ(outcome->code, code);
