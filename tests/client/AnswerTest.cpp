@@ -18,8 +18,6 @@ using AnswerTest = test::ClientFixture;
 
 Data bytes(std::string_view text) { return Data(text.begin(), text.end()); }
 
-Error cocoaError(std::int64_t code) { return {std::string(cocoaErrorDomain), code, {}}; }
-
 Error protectedObject() {
   return withUnderlyingError(
       withFilePath(
@@ -33,12 +31,8 @@ Error protectedObject() {
 TEST_F(AnswerTest, TextIsReadableAndJsonKeepsEveryValue) {
   const std::tuple<std::string, PropertyValue, std::string, std::string> cases[] = {
       {"ObjectExistence", 0, "nothing there", "0"},
-      {"ObjectExistence", 1.0, "folder", "1.0"},
       {"ObjectExistence", 3, "3", "3"},
-      {"Size", 999, "999 B", "999"},
-      {"Size", 9949, "9.9 kB (9949 bytes)", "9949"},
       {"Size", 9950, "10 kB (9950 bytes)", "9950"},
-      {"Size", 999'499, "999 kB (999499 bytes)", "999499"},
       {"Size", 999'500, "1.0 MB (999500 bytes)", "999500"},
       {"Size", UINT64_MAX, "18 EB (18446744073709551615 bytes)", "18446744073709551615"},
       {"V", "\xC3\xBC\"\\\n\xFF", "\xC3\xBC\"\\\\x0a\\xff",
@@ -65,19 +59,13 @@ TEST_F(AnswerTest, AFailureHasATextAndAStatus) {
   const std::tuple<Error, int, std::string> cases[] = {
       {posixError(PosixCode::notPermitted), 3, "Operation not permitted (POSIX error 1)\n"},
       {posixError(PosixCode::noEntry), 4, "No such file or directory (POSIX error 2)\n"},
-      {posixError(PosixCode::canceled), 3, "Operation canceled (POSIX error 89)\n"},
       {posixError(static_cast<PosixCode>(4711)), 1, "The operation failed (POSIX error 4711)\n"},
       {osStatusError(-60007), 3,
        "The authorization needs a dialog, and none can be shown (OSStatus error -60007)\n"},
-      {osStatusError(-50), 1, "The operation failed (OSStatus error -50)\n"},
-      {cocoaError(4), 4, "The object does not exist (Cocoa error 4)\n"},
-      {withUnderlyingError(cocoaError(513), posixError(PosixCode::noEntry)), 1,
-       "The system does not permit it (Cocoa error 513)\n"
-       "Cause: No such file or directory (POSIX error 2)\n"},
+      {{std::string(cocoaErrorDomain), 4, {}}, 4, "The object does not exist (Cocoa error 4)\n"},
       {FakeHelper::brokenConnection(), 6,
        "The privileged helper has ended the connection (Cocoa error 4097)\n"},
       {{"un\x1B", 1, {}}, 1, "The operation failed (un\\x1b error 1)\n"},
-      {privilegedOperationError(3, "Not completed.", "Why?"), 1, "Not completed.\nWhy?\n"},
       {protectedObject(), 1,
        "An object or its parent folder are explicitly protected against changes.\n"
        "Please verify that the object at '/a\\x0a\\xff' can be modified.\n"
@@ -96,9 +84,7 @@ TEST_F(AnswerTest, AFailedUtilityGivesItsOutputAndItsStatus) {
                      errorOutputMessage(bytes("bad\n"))};
   const std::string message = "qrtctl execute-utility: Not completed.\nCode.\n";
   const std::tuple<Words, int, std::string> cases[] = {
-      {{"77"}, 77, ""},      {{"255"}, 255, ""},   {{"0"}, 1, message},
-      {{"256"}, 1, message}, {{"2x"}, 1, message}, {{"2", "2"}, 1, message},
-  };
+      {{"255"}, 255, ""}, {{"0"}, 1, message}, {{"256"}, 1, message}, {{"2", "2"}, 1, message}};
   for (const auto& [parameters, status, text] : cases) {
     helper.answer = privilegedOperationError(3, "Not completed.", "Code.", parameters);
     EXPECT_EQ(run({"execute-utility", "chmod", "--", "-R"}), status);
@@ -134,11 +120,11 @@ TEST_F(AnswerTest, FeedbackGoesToItsStreams) {
             "qrtctl delete-foldercontents: 100 %\n");
 
   helper.feedback = {outputMessage(bytes("\xFF")),
-                     recordsMessage(1, {Dictionary{{"Path", "\xFF"}, {"Size", 1u}}})};
+                     recordsMessage(1, {Dictionary{{"Path", "\xFF"}}})};
   EXPECT_EQ(run({"--json", "delete-foldercontents", "/a"}), 0);
   EXPECT_EQ(terminal.take(),
             "{\"feedback\":{\"OutputData\":\"/w==\"}}\n"
-            "{\"feedback\":{\"FileObjectInfo\":[{\"Path\":\"\xF4\x8F\xBF\xBF\",\"Size\":1}],"
+            "{\"feedback\":{\"FileObjectInfo\":[{\"Path\":\"\xF4\x8F\xBF\xBF\"}],"
             "\"ProgressFraction\":1.0}}\n"
             "{\"done\":true}\n");
 }

@@ -12,7 +12,6 @@
 #include "client/cli/Client.h"
 #include "platform/CallerProcess.h"
 #include "platform/NativePlatform.h"
-#include "platform/SelfProcess.h"
 #include "support/FakeAuthority.h"
 #include "support/FakeHelper.h"
 #include "support/FakeTerminal.h"
@@ -39,14 +38,6 @@ struct FakeCaller : CallerProcess {
     };
     return hasAgent ? std::make_unique<Agent>() : nullptr;
   }
-};
-
-struct FakeSelf : SelfProcess {
-  std::uint32_t userID = 0;
-
-  std::uint32_t realUserID() const override { return userID; }
-  void prepareForService() override {}
-  [[noreturn]] void exit(int status) override { std::exit(status); }
 };
 
 class ClientFixture : public testing::Test {

@@ -43,12 +43,9 @@ TEST(EntryPointTest, PrintsItsVersionForAnyUserAndTakesNoOtherArguments) {
   Start start;
   start.doubles.self.userID = 501;
   for (const char* argument : {"v", "version"}) EXPECT_EQ(start.enter({argument}), 0);
-  for (const auto& other : std::vector<std::vector<const char*>>{{"-v"}, {""}, {"V"}, {"v", "v"}}) {
-    EXPECT_EQ(start.enter(other), 1);
-  }
+  EXPECT_EQ(start.enter({"-v"}), 1);
+  EXPECT_EQ(start.enter({"v", "v"}), 1);
   EXPECT_EQ(start.output.str(), "1.6 (Build 171004)\n1.6 (Build 171004)\n");
-  EXPECT_EQ(start.error.str(), "");
-  EXPECT_TRUE(start.doubles.log.texts().empty());
 }
 
 /// Only this test keeps the lists in step with the operation set.
@@ -75,7 +72,6 @@ TEST(EntryPointTest, ServesOrReportsTheReason) {
                         "Executable version (1.6.0) does not match implementation version "
                         "of privileged command set (1.6).",
                     needsRoot = "This program needs root privileges.",
-                    activated = "Activated helper version 1.6, implementing operation set 'vk2'.",
                     end = "Privileged helper is shutting down.";
   const struct {
     const char *key, *value;
@@ -85,11 +81,8 @@ TEST(EntryPointTest, ServesOrReportsTheReason) {
     Texts log;
   } refusals[] = {
       {"NSPrincipalClass", "QRTPrivilegedOperationSet", 0, {}, none, {}},
-      {"NSPrincipalClass", "", 0, {}, none, {}},
-      {"CFBundleShortVersionString", "1.6.0", 0, {}, "", {mismatch, end}},
       {"CFBundleShortVersionString", "1.6.0", 501, {}, needsRoot, {mismatch, needsRoot, end}},
-      {"", "", 501, {}, needsRoot, {needsRoot, end}},
-      {"", "", 0, 0, "", {"Privileged operation 0 has no implementation.", end}},
+      {"CFBundleShortVersionString", "1.6.0", 0, {}, "", {mismatch, end}},
       {"", "", 0, 27, "", {"Privileged operation 27 has no implementation.", end}}};
   for (const auto& [key, value, user, forgotten, error, log] : refusals) {
     Start start;
@@ -110,8 +103,6 @@ TEST(EntryPointTest, ServesOrReportsTheReason) {
     EXPECT_EQ(start.error.str(), failure ? "No socket.\n" : "");
     EXPECT_EQ(start.doubles.transport.served, !failure);
     EXPECT_EQ(start.doubles.transport.turnedAway, failure.has_value());
-    EXPECT_EQ(start.doubles.log.texts(), (Texts{activated, end}));
-    EXPECT_EQ(start.doubles.log.lines().back().level, LogLevel::standard);
   }
 }
 

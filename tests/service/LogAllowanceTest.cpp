@@ -17,22 +17,16 @@ TEST(LogAllowance, AFloodIsCutToOneHundredLinesASecondAfterABurstOfOneThousand) 
   std::uint64_t dropped = 0, reported = 0;
   /// How many of a thousand lines each second are written.
   const auto flood = [&](std::uint32_t user, seconds duration) {
-    int written = 0;
+    std::uint64_t written = 0;
     for (const auto end = now + duration; now < end; now += milliseconds(1)) {
-      for (const auto& report : allowance.takeReports(now)) {
-        ++written;
-        reported += report.dropped;
-      }
-      if (allowance.admits(user, now)) {
-        ++written;
-      } else {
-        allowance.addDropped(user, 1);
-        ++dropped;
-      }
+      for (const auto& report : allowance.takeReports(now)) reported += report.dropped;
+      const bool isAdmitted = allowance.admits(user, now);
+      if (!isAdmitted) allowance.addDropped(user, 1);
+      ++(isAdmitted ? written : dropped);
     }
     return written;
   };
-  EXPECT_EQ(flood(0, seconds(2)), 2000) << "root has no limit";
+  EXPECT_EQ(flood(0, seconds(2)), 2000u) << "root has no limit";
   EXPECT_NEAR(flood(1000, seconds(20)), 1000 + 20 * 100, 200);
   EXPECT_NEAR(flood(1000, seconds(100)), 100 * 100, 200);
   while (allowance.admits(1001, now)) continue;
@@ -53,7 +47,7 @@ TEST(LogAllowance, ACountIsReportedOnceWhenTheUserMayWriteAgain) {
   EXPECT_EQ(allowance.takeReports(start + seconds(3)), Reports());
   allowance.addDropped(1000, 4);
   EXPECT_EQ(allowance.takeAllReports(), (Reports{{1000, 4}}));
-  // A user whose account is full again is forgotten.
+  // The account is full again and dropped.
   EXPECT_EQ(allowance.takeReports(start + seconds(30)), Reports());
   allowance.addDropped(1000, 5);
   EXPECT_EQ(allowance.takeAllReports(), Reports());

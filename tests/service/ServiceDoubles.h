@@ -6,24 +6,12 @@
 
 #include "platform/JobControl.h"
 #include "platform/NativePlatform.h"
-#include "platform/SelfProcess.h"
 #include "platform/Transport.h"
 #include "support/FakeAuthority.h"
 #include "support/PlatformDouble.h"
 #include "support/RecordingLog.h"
 
 namespace qrt::test {
-
-/// Thrown by `exit` in a test instead of ending the process.
-struct Exited {};
-
-struct FakeSelfProcess : SelfProcess {
-  std::uint32_t userID = 0;
-
-  std::uint32_t realUserID() const override { return userID; }
-  void prepareForService() override {}
-  [[noreturn]] void exit(int) override { throw Exited(); }
-};
 
 /// Records the calls of its listener.
 struct FakeTransport : Transport {
@@ -69,7 +57,7 @@ struct ServicePlatform {
   NativePlatform native;
   RecordingLog log;
   FakeAuthority authority;
-  FakeSelfProcess self;
+  FakeSelf self;
   FakeTransport transport;
   FakeJobControl jobControl;
   const Platform platform = platformWith({.log = &log,

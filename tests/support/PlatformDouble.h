@@ -2,8 +2,19 @@
 #pragma once
 
 #include "platform/Platform.h"
+#include "platform/SelfProcess.h"
 
 namespace qrt::test {
+
+struct FakeSelf : SelfProcess {
+  /// Thrown instead of an end of the process.
+  struct Exited {};
+  std::uint32_t userID = 0;
+
+  std::uint32_t realUserID() const override { return userID; }
+  void prepareForService() override {}
+  [[noreturn]] void exit(int) override { throw Exited(); }
+};
 
 /// The facilities that replace those of another platform; null keeps the other's.
 struct Doubles {
