@@ -2,11 +2,7 @@
 #pragma once
 
 #include <functional>
-#include <optional>
-#include <string>
-#include <vector>
 
-#include "base/PropertyValue.h"
 #include "support/SigningChain.h"
 
 namespace qrt::test {
@@ -16,6 +12,9 @@ struct ProgramForm {
   bool isBigEndian = false;
 };
 
+/// In which forms the signer lists the code directories.
+enum class Lists { none, older, newer, both };
+
 struct SigningOptions {
   std::string identifier = "com.example.app";
   std::optional<std::string> team = std::nullopt;
@@ -23,8 +22,7 @@ struct SigningOptions {
   std::vector<ProgramForm> programs{{}};
   /// The kinds of the code directories. The first directory is what is signed.
   std::vector<unsigned> digests{1, 2};
-  /// In which forms the signer lists the directories, and how many of them.
-  enum Lists { none, older, newer, both } lists = both;
+  Lists lists = Lists::both;
   std::size_t listedDirectories = 9;
   /// Hashes without a signer.
   bool isAdHoc = false;
@@ -40,13 +38,12 @@ struct SigningOptions {
 
 struct SignedProgramFile {
   Data bytes;
-  /// Of the last program: the hash that names it, and offsets in the bytes.
+  /// Of the last program: the hash that names it, and the place of its first directory.
   Data directoryHash;
   std::size_t directoryOffset = 0;
-  std::size_t cmsOffset = 0;
 };
 
-/// An executable of some pages of code. The sealed parts may be null.
+/// An executable of some pages of code, with the files that it seals or null.
 SignedProgramFile signedProgram(const SigningChain& chain, const SigningOptions& options,
                                 const Data* infoPlist, const Data* resourceList);
 
@@ -56,7 +53,7 @@ SignedProgramFile signBundle(const std::string& bundle, const SigningChain& chai
                              const SigningOptions& options = {},
                              const std::vector<std::pair<std::string, Data>>& code = {});
 
-/// Makes an unsigned application with some resources.
-void makeApplication(const std::string& path, const Dictionary& info);
+/// Makes an unsigned application with some resources. `info` completes its information file.
+void makeApplication(const std::string& path, Dictionary info = {});
 
 }  // namespace qrt::test

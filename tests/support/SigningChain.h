@@ -10,15 +10,6 @@
 
 namespace qrt::test {
 
-/// A signed statement beside the content of a CMS signature.
-struct SignedAttribute {
-  /// Dotted numbers.
-  std::string type;
-  /// The DER of a sequence when `isEncoded`, else the contents of an octet string.
-  Data value;
-  bool isEncoded = false;
-};
-
 /// A new root, an authority below it and a certificate that signs code.
 class SigningChain {
  public:
@@ -31,24 +22,23 @@ class SigningChain {
     bool authorityMayIssue = true;
     /// Whether the message contains the root.
     bool includesRoot = true;
-    bool isExpired = false;
-    /// Marks the last certificate as a store's.
-    bool isStores = false;
+    /// Marks the last certificate as a store's; all expired long ago.
+    bool isOldStores = false;
   };
 
   SigningChain() : SigningChain(Options()) {}
   explicit SigningChain(const Options& options);
-  ~SigningChain();
 
   /// SHA-1 of the root's encoding.
   Data rootDigest() const;
 
-  /// The detached CMS signature of the content.
-  Data sign(const Data& content, const std::vector<SignedAttribute>& attributes) const;
+  /// The detached CMS signature of the content, with the signer's lists of code directories: the
+  /// older one, or nothing, and the encoded pairs of the newer one.
+  Data sign(const Data& content, const Data& olderList, const std::vector<Data>& newerList) const;
 
  private:
   struct Parts;
-  std::unique_ptr<Parts> parts_;
+  std::shared_ptr<Parts> parts_;
 };
 
 /// `kind` as signatures number them: 1 SHA-1, 2 SHA-256, 3 SHA-256 cut to 20 bytes, 4 SHA-384.
