@@ -1,7 +1,5 @@
 #include "platform/linux/files/LinuxFileSystem.h"
 
-#include <sys/fsuid.h>
-
 #include "platform/linux/files/InodeFlags.h"
 #include "platform/linux/files/ObjectHold.h"
 #include "support/Mounts.h"
@@ -11,7 +9,6 @@ namespace {
 
 using file_flag::userAppendOnly;
 using file_flag::userImmutable;
-using test::statusOf;
 using Kind = test::Mount::Kind;
 
 class LinuxFileSystemTest : public testing::Test {
@@ -28,17 +25,6 @@ class LinuxFileSystemTest : public testing::Test {
   test::ScratchFolder scratch_;
   LinuxFileSystem files_;
 };
-
-TEST_F(LinuxFileSystemTest, MakesAFolderThatBelongsToAnotherUser) {
-  if (geteuid() != 0) GTEST_SKIP() << "needs root";
-  scratch_.make("mkdir open; chmod 0777 open");
-  setfsuid(1234);
-  const auto folder = files_.createFolder(scratch_.path("open/folder").c_str(), 0750);
-  setfsuid(0);
-  ASSERT_TRUE(folder);
-  EXPECT_EQ(statusOf(scratch_.path("open/folder")).st_mode & 0777, 0750u);
-  EXPECT_EQ(test::printed("ls -A " + scratch_.path("open")), "folder\n");
-}
 
 TEST_F(LinuxFileSystemTest, BothWaysToRenameReturnTheSameCodes) {
   const auto folder = scratch_.folder("folder");
@@ -57,19 +43,6 @@ TEST_F(LinuxFileSystemTest, BothWaysToRenameReturnTheSameCodes) {
   }
 }
 
-TEST_F(LinuxFileSystemTest, ReturnsLongLinkTargetsAndResolvedPaths) {
-  const std::string target(4000, 't');
-  EXPECT_EQ(*files_.linkTarget(scratch_.link("long", target).c_str()), target);
-  EXPECT_EQ(files_.linkTarget(scratch_.file("file").c_str()).error(), PosixCode::invalidArgument);
-
-  EXPECT_EQ(files_.readFile("/proc/self/mem", 5).error(), PosixCode::inputOutput);
-  const auto folder = *files_.resolvedPath(scratch_.folder("folder"));
-  scratch_.link("link", "folder");
-  EXPECT_EQ(*files_.resolvedPath(scratch_.path("link/../link/.")), folder);
-  EXPECT_EQ(files_.resolvedPath(scratch_.path("missing")).error(), PosixCode::noEntry);
-  EXPECT_EQ(files_.resolvedPath(std::string("/tmp\0x", 6)).error(), PosixCode::noEntry);
-}
-
 PosixCode writeFlagsByDescriptor(FileAt object, inode_flags::Change change) {
   return inode_flags::writeByDescriptor(*holdObject(object, Links::stay), change);
 }
@@ -78,34 +51,28 @@ PosixCode writeFlagsOfHeld(FileAt object, inode_flags::Change change) {
   return inode_flags::write(*holdObject(object, Links::stay), change);
 }
 
-class FlaggedFileSystems : public LinuxFileSystemTest, public testing::WithParamInterface<Kind> {};
-
-TEST_P(FlaggedFileSystems, SetAndClearTheTwoFlagsAndKeepOthers) {
-  const test::Mount mount(GetParam(), scratch_.folder("mount"));
-  if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount and the file system's tools";
-  const auto file = scratch_.file("mount/file");
-  const auto folder = scratch_.folder("mount/folder");
-  ASSERT_TRUE(test::run({"chattr", "+d", file}));
-  const auto all = [&file] { return test::printed("lsattr " + file); };
-  const auto before = all();
-  ASSERT_NE(before, "");
-
-  for (const auto& write :
-       {&inode_flags::writeByName, &writeFlagsByDescriptor, &writeFlagsOfHeld}) {
-    const auto none = write(file.c_str(), {0, 0});
-    if (none == PosixCode::notImplemented) continue;  // An older kernel.
-    for (const auto wanted : {userImmutable, userAppendOnly, userImmutable | userAppendOnly, 0u}) {
-      for (const auto& path : {file, folder}) {
-        ASSERT_EQ(write(path.c_str(), {flagsOf(path), wanted}), PosixCode::success);
-        EXPECT_EQ(flagsOf(path), wanted);
+TEST_F(LinuxFileSystemTest, EachWayToSetTheTwoFlagsKeepsOthers) {
+  for (const auto kind : {Kind::memory, Kind::ext4, Kind::xfs, Kind::btrfs}) {
+    const test::ScratchFolder scratch;
+    const test::Mount mount(kind, scratch.path());
+    if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount and the file system's tools";
+    const auto file = scratch.file("file"), folder = scratch.folder("folder");
+    ASSERT_TRUE(test::run({"chattr", "+d", file}));
+    const auto before = test::printed("lsattr " + file);
+    for (const auto& write :
+         {&inode_flags::writeByName, &writeFlagsByDescriptor, &writeFlagsOfHeld}) {
+      if (write(file.c_str(), {0, 0}) == PosixCode::notImplemented) continue;  // An older kernel.
+      for (const auto wanted :
+           {userImmutable, userAppendOnly, userImmutable | userAppendOnly, 0u}) {
+        for (const auto& path : {file, folder}) {
+          ASSERT_EQ(write(path.c_str(), {flagsOf(path), wanted}), PosixCode::success);
+          EXPECT_EQ(flagsOf(path), wanted);
+        }
       }
+      EXPECT_EQ(test::printed("lsattr " + file), before);
     }
-    EXPECT_EQ(all(), before);
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(All, FlaggedFileSystems,
-                         testing::Values(Kind::memory, Kind::ext4, Kind::xfs, Kind::btrfs));
 
 TEST_F(LinuxFileSystemTest, ObjectsWithoutFlagsCanOnlyBeCleared) {
   scratch_.make("ln -s nowhere link; mkfifo fifo; mkdir mount");

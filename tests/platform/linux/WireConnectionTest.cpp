@@ -3,29 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <future>
-#include <thread>
 
 #include "integration/linux/RawClient.h"
-#include "platform/HelperConnection.h"
-#include "platform/linux/LinuxFacilities.h"
-#include "support/ScratchFolder.h"
 
 namespace qrt {
 namespace {
 
 using test::RawClient;
-
-/// The progress of a server that gets that message.
-WireConnection::Progress progressAfter(const Data& message, LargeMessageQueue* queue) {
-  test::SocketPair pair;
-  auto wire = std::move(*WireConnection::make(std::move(pair.first), WireConnection::Role::server));
-  if (queue) wire->takeLargeMessages(*queue, 1);
-  RawClient peer(std::move(pair.second));
-  EXPECT_TRUE(peer.send(RawClient::handshakeBytes()));
-  EXPECT_TRUE(wire->handshake());
-  EXPECT_TRUE(peer.send(message));
-  return wire->step();
-}
 
 /// A method call with an unknown header field and a body of those sizes.
 Data call(std::size_t fieldSize, std::size_t bodySize) {
@@ -53,44 +37,15 @@ TEST(WireConnection, TakesLargeMessagesWithAQueueButNoLargeHeaders) {
                {"large, without a queue", call(1, largest), false, false},
                {"large header", call(largest, 1), true, false}};
   for (const auto& [name, message, takesLarge, isTaken] : cases) {
+    test::SocketPair pair;
     LargeMessageQueue queue;
-    const auto progress = progressAfter(message, takesLarge ? &queue : nullptr);
-    EXPECT_EQ(progress == WireConnection::Progress::made, isTaken) << name;
+    const auto wire =
+        std::move(*WireConnection::make(std::move(pair.first), WireConnection::Role::server));
+    if (takesLarge) wire->takeLargeMessages(queue, 1);
+    RawClient peer(std::move(pair.second));
+    EXPECT_TRUE(peer.send(RawClient::handshakeBytes()) && wire->handshake() && peer.send(message));
+    EXPECT_EQ(wire->step() == WireConnection::Progress::made, isTaken) << name;
   }
-}
-
-/// A helper whose answer to the first call is an error without a text.
-void answerWithoutText(int listening) {
-  RawClient caller(FileDescriptor(accept4(listening, nullptr, nullptr, SOCK_CLOEXEC)));
-  const auto* const lines = "OK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n";
-  EXPECT_TRUE(caller.send(test::WireBytes().raw(lines).bytes()) && caller.receiveHandshake());
-  EXPECT_TRUE(caller.receiveReply()) << "the call, in fact";
-  test::WireBytes error;
-  error.byte('l').byte(3).byte(1).byte(1).u32(0).u32(1).array(8, [](test::WireBytes& fields) {
-    fields.align(8).byte(4).signature("s").string("some.Error");
-    fields.align(8).byte(5).signature("u").u32(1);
-  });
-  EXPECT_TRUE(caller.send(error.align(8).bytes()));
-  caller.isClosedByPeer();
-}
-
-TEST(LinuxHelperConnection, ReportsTheNameOfAnErrorWithoutText) {
-  const test::ScratchFolder scratch;
-  const auto path = scratch.path("socket");
-  const FileDescriptor listening(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_un name{AF_UNIX, {}};
-  path.copy(name.sun_path, sizeof name.sun_path - 1);
-  ASSERT_EQ(bind(listening.get(), reinterpret_cast<sockaddr*>(&name), sizeof name), 0);
-  ASSERT_EQ(listen(listening.get(), 1), 0);
-  std::thread helper([&] { answerWithoutText(listening.get()); });
-  {
-    const auto connection = makeHelperConnector()->connect(path);
-    ASSERT_TRUE(connection);
-    const auto version = (*connection)->getVersionString();
-    ASSERT_FALSE(version);
-    EXPECT_EQ(descriptionOf(version.error()), "some.Error");
-  }
-  helper.join();
 }
 
 /// The peer does not read, so a message waits here; it has left when its call is read.

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <functional>
+#include <map>
 
 #include "base/Error.h"
 #include "platform/linux/wire/EncodedArguments.h"
@@ -109,44 +110,42 @@ TEST(WireReader, BoundsDepthAndNumber) {
 }
 
 TEST(EncodedArguments, HaveTheMetadataOfDecodedOnes) {
-  const auto metadata = [](WireBytes& values, std::size_t promptSize) -> WireBytes& {
-    return values.signature("s").string("!QRTMETA!").signature("a{sv}").array(8, [&](auto& map) {
-      map.align(8)
-          .string("QRTAuthorizationPrompt")
-          .signature("s")
-          .string(std::string(promptSize, 'p'));
+  const auto text = [](WireBytes& to, const char* value) -> WireBytes& {
+    return to.signature("s").string(value);
+  };
+  const auto metadata = [](WireBytes& to, std::size_t promptSize) -> WireBytes& {
+    return to.signature("a{sv}").array(8, [&](WireBytes& map) {
+      map.align(8).string("QRTAuthorizationPrompt").signature("s");
+      map.string(std::string(promptSize, 'p'));
       map.align(8).string("QRTAuthorizationIcon").signature("y").byte(1);
-      map.align(8).string("Other").signature("s").string("x");
     });
   };
   constexpr auto longest = EncodedArguments::longestText;
+  constexpr const char* marker = "!QRTMETA!";
   const struct {
-    const char* name;
     std::function<void(WireBytes&)> write;
     std::optional<std::size_t> promptSize;
   } cases[] = {
-      {"nothing", [](WireBytes&) {}, {}},
-      {"the marker alone", [](WireBytes& a) { a.signature("s").string("!QRTMETA!"); }, {}},
-      {"a string after the marker",
-       [](WireBytes& a) { a.signature("s").string("!QRTMETA!").signature("s").string("x"); },
-       {}},
-      {"metadata", [&](WireBytes& a) { metadata(a, 7).signature("y").byte(3); }, 7},
-      {"a text that no dialog shows", [&](WireBytes& a) { metadata(a, longest + 1); }, 0},
+      {[](WireBytes&) {}, {}},
+      {[&](WireBytes& to) { text(to, marker); }, {}},
+      {[&](WireBytes& to) { text(text(to, marker), "x"); }, {}},
+      {[&](WireBytes& to) { text(metadata(text(to, marker), 7), "x"); }, 7},
+      // No dialog shows a longer text.
+      {[&](WireBytes& to) { metadata(text(to, marker), longest + 1); }, 0},
   };
-  for (const auto& c : cases) {
-    const auto bytes = WireBytes().array(1, c.write).bytes();
-    WireReader whole(bytes, /*bigEndian=*/false);
-    const auto values = whole.array();
+  for (const auto& [write, promptSize] : cases) {
+    const auto bytes = WireBytes().array(1, write).bytes();
+    const auto values = WireReader(bytes, /*bigEndian=*/false).array();
     EncodedArguments encoded({bytes}, 0, values.size());
     const auto mine = encoded.metadata(), decoded = DecodedArguments(values).metadata();
-    ASSERT_EQ(mine.has_value(), c.promptSize.has_value()) << c.name;
-    ASSERT_EQ(decoded.has_value(), c.promptSize.has_value()) << c.name;
+    ASSERT_EQ(mine.has_value(), promptSize.has_value());
+    ASSERT_EQ(decoded.has_value(), promptSize.has_value());
     if (mine) {
       const auto* prompt = stringIn(mine->entries, "QRTAuthorizationPrompt");
-      EXPECT_EQ(prompt ? prompt->size() : 0, *c.promptSize) << c.name;
-      EXPECT_EQ(mine->entryCount, decoded->entryCount) << c.name;
+      EXPECT_EQ(prompt ? prompt->size() : 0, *promptSize);
+      EXPECT_EQ(mine->entryCount, decoded->entryCount);
     }
-    EXPECT_EQ(encoded.decode(), values) << c.name;
+    EXPECT_EQ(encoded.decode(), values);
   }
 }
 
@@ -171,40 +170,29 @@ TEST(MessageFrame, MeasuresOrRefuses) {
 }
 
 TEST(MessageFrame, TakesTheDescriptorCountOrRefusesTheFields) {
-  const auto path = [](WireBytes& f) { f.align(8).byte(1).signature("o").string("/a"); };
-  const auto count = [](WireBytes& f) { f.align(8).byte(9).signature("u").u32(3); };
-  const auto ofType = [](const char* type) {
-    return [type](WireBytes& f) { f.align(8).byte(77).signature(type).u64(0); };
+  using Fields = std::map<char, std::function<void(WireBytes&)>>;
+  const Fields fields{
+      {'p', [](WireBytes& to) { to.align(8).byte(1).signature("o").string("/a"); }},
+      {'3', [](WireBytes& to) { to.align(8).byte(9).signature("u").u32(3); }},
+      {'i', [](WireBytes& to) { to.align(8).byte(9).signature("i").u32(3); }},
+      {'c', [](WireBytes& to) { to.align(8).byte(9).signature("u").byte(3); }},
+      {'x', [](WireBytes& to) { to.align(8).byte(77).signature("x").u64(0); }},
+      {'a', [](WireBytes& to) { to.align(8).byte(77).signature("ay").u64(0); }},
+      {'d', [](WireBytes& to) { to.byte(1).signature("y").byte(1).byte(9); }},
   };
-  using Fields = std::vector<std::function<void(WireBytes&)>>;
-  const struct {
-    const char* name;
-    Fields fields;
-    std::optional<std::uint32_t> count;
-  } cases[] = {
-      {"no fields", {}, 0},
-      {"no count", {path}, 0},
-      {"first", {count, path}, 3},
-      {"last", {path, count}, 3},
-      {"after an unknown field", {ofType("x"), count}, 3},
-      {"twice", {count, path, count}, {}},
-      {"of another type", {[](WireBytes& f) { f.align(8).byte(9).signature("i").u32(3); }}, {}},
-      {"cut", {[](WireBytes& f) { f.align(8).byte(9).signature("u").byte(3); }}, {}},
-      {"after a field that is made of others", {ofType("ay"), count}, {}},
-      {"dirty padding",
-       {[](WireBytes& f) { f.byte(1).signature("y").byte(1).byte(9); }, count},
-       {}},
-  };
-  for (const auto& c : cases) {
+  const std::pair<std::string, std::optional<std::uint32_t>> cases[] = {
+      {"", 0},     {"p", 0},  {"3p", 3}, {"p3", 3},  {"x3", 3},
+      {"3p3", {}}, {"i", {}}, {"c", {}}, {"a3", {}}, {"d3", {}}};
+  for (const auto& [names, count] : cases) {
     WireBytes message;
-    message.byte('l').byte(1).byte(0).byte(1).u32(0).u32(1).array(8, [&](WireBytes& fields) {
-      for (const auto& write : c.fields) write(fields);
+    message.byte('l').byte(1).byte(0).byte(1).u32(0).u32(1).array(8, [&](WireBytes& to) {
+      for (const auto name : names) fields.at(name)(to);
     });
     auto header = message.align(8).bytes();
     const auto frame = MessageFrame::parse(std::span(header).first<MessageFrame::prefixLength>());
-    ASSERT_TRUE(frame) << c.name;
-    EXPECT_EQ(frame->takeDescriptorCount(header), c.count) << c.name;
-    EXPECT_EQ(frame->takeDescriptorCount(header), c.count ? 0 : c.count) << c.name;
+    ASSERT_TRUE(frame) << names;
+    EXPECT_EQ(frame->takeDescriptorCount(header), count) << names;
+    EXPECT_EQ(frame->takeDescriptorCount(header), count ? 0 : count) << names << ", taken";
   }
 }
 
