@@ -30,21 +30,6 @@ TEST_F(FileObjectOperationsTest, CreatedObjectsBelongToRootAndHaveTheirExactMode
   }
 }
 
-TEST_F(FileObjectOperationsTest, InspectionAnswersWithAValue) {
-  const std::pair<std::string, int> rows[] = {{scratch_.folder("folder"), 1},
-                                              {scratch_.link("toFolder", "folder"), 1},
-                                              {scratch_.file("not\xff utf8"), 2},
-                                              {"/dev/null", 2},
-                                              {scratch_.link("dangling", "nowhere"), 0},
-                                              {std::string("/etc\0x", 6), 0}};
-  for (const auto& [path, existence] : rows) {
-    EXPECT_EQ(perform("InspectFileobject", {path}),
-              privilegedOperationAnswer({{"ObjectExistence", existence}}))
-        << path;
-  }
-  EXPECT_EQ(perform("InspectFileobject", {""}), invalid_);
-}
-
 TEST_F(FileObjectOperationsTest, ClassicAttributesAreTheRecordThatOthersRead) {
   const Mount mount(Mount::Kind::ext4, scratch_.folder("volume"));
   if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount and mkfs.ext4";
@@ -64,7 +49,6 @@ TEST_F(FileObjectOperationsTest, ClassicAttributesAreTheRecordThatOthersRead) {
   EXPECT_EQ(perform("ModifyHfsattr", {plain, 0, 0, 0}), success);
   EXPECT_EQ(record(plain), "");
 
-  EXPECT_EQ(perform("ModifyHfsattr", {"", type, creator, 1}), invalid_);
   EXPECT_EQ(perform("ModifyHfsattr", {scratch_.path("missing"), type, creator, 1})->code, 4);
 }
 
@@ -97,7 +81,6 @@ TEST_F(ProtectionTest, ChangesOneObjectOrAllBelowItUntilTheFirstFailure) {
   EXPECT_EQ(protect(scratch_.path("folder"), false, true), success);
   EXPECT_FALSE(isImmutable("folder"));
 
-  EXPECT_EQ(protect("", true), invalid_);
   EXPECT_EQ(protect(scratch_.path("dangling"), true, true), posixError(PosixCode::noEntry));
   EXPECT_EQ(protect("/dev/null", true), posixError(PosixCode::notSupported));
   EXPECT_EQ(protect("/dev/null", false), success);

@@ -8,6 +8,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <cstdlib>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -50,12 +53,15 @@ class SteppedChild {
     return isStopped();
   }
 
+  /// Continues without stops, and does not wait.
+  void resume() const {
+    if (isStopped()) continueToTheEnd();
+  }
+
   /// Continues without stops. True when the action succeeded.
   bool finish() {
-    if (isStopped()) {
-      continueToTheEnd();
-      wait();
-    }
+    resume();
+    if (isStopped()) wait();
     return WIFEXITED(status_) && WEXITSTATUS(status_) == 0;
   }
 
@@ -82,50 +88,44 @@ class SteppedChild {
   int status_ = 0;
 };
 
+/// The action as one that succeeds, whatever it returns.
+template <class Action>
+auto anyhow(Action action) {
+  return [action] {
+    (void)action();
+    return true;
+  };
+}
+
 /// Kills `action` at every stop, each time after `prepare`, and calls `check` to examine what is
 /// left. Returns the number of kills.
 template <class Prepare, class Action, class Check>
 int killAtEveryCall(Prepare prepare, Action action, Check check) {
-  constexpr int unreasonablyMany = 20000;
-  for (int stop = 1; stop < unreasonablyMany; ++stop) {
+  for (int stop = 1;; ++stop) {
     prepare();
     bool isOver = false;
     {
-      SteppedChild child([&] {
-        action();
-        return true;
-      });
+      SteppedChild child(anyhow(action));
       isOver = !child.step(stop);
       EXPECT_TRUE(!isOver || child.finish()) << "at stop " << stop;
     }
     check(stop);
     if (isOver || testing::Test::HasFailure()) return stop - 1;
   }
-  ADD_FAILURE() << "the action does not end";
-  return 0;
-}
-
-inline bool exchange(const std::string& first, const std::string& second) {
-#ifdef __APPLE__
-  return renamex_np(first.c_str(), second.c_str(), RENAME_SWAP) == 0;
-#else
-  return renameat2(AT_FDCWD, first.c_str(), AT_FDCWD, second.c_str(), RENAME_EXCHANGE) == 0;
-#endif
 }
 
 struct Attacks {
-  /// How often the objects were exchanged. They may be protected at some stops.
-  int exchanges = 0;
-  /// The stops at which the attacker won.
+  /// How often the attacker could do what it wanted.
+  int strikes = 0;
+  /// The stops at which it won; 0 for a random moment.
   std::vector<int> lostStops;
 };
 
-/// Exchanges `first` and `second` at each stop of `action` in turn, each time after `prepare`:
-/// first for good, then until the next stop only. The attacker has won when `action` fails or
-/// `isSafe` is false at its end.
-template <class Prepare, class Action, class IsSafe>
-Attacks attackAtEveryCall(const std::string& first, const std::string& second, Prepare prepare,
-                          Action action, IsSafe isSafe) {
+/// Runs `action` again and again, each time after `prepare`. The attacker calls `strike`, which
+/// returns whether it worked: at each stop, for good or once more at the next stop. It has won when
+/// `action` fails or `isSafe` is false at its end.
+template <class Prepare, class Action, class Strike, class IsSafe>
+Attacks attackAtEveryCall(Prepare prepare, Action action, Strike strike, IsSafe isSafe) {
   Attacks attacks;
   for (const bool forGood : {true, false}) {
     bool isOver = false;
@@ -133,16 +133,57 @@ Attacks attackAtEveryCall(const std::string& first, const std::string& second, P
       prepare();
       SteppedChild child(action);
       isOver = !child.step(stop);
-      const bool isExchanged = !isOver && exchange(first, second);
-      attacks.exchanges += isExchanged;
-      if (isExchanged && !forGood) {
+      const bool isStruck = !isOver && strike();
+      attacks.strikes += isStruck;
+      if (isStruck && !forGood) {
         child.step(1);
-        exchange(first, second);
+        strike();
       }
       if (!child.finish() || !isSafe()) attacks.lostStops.push_back(stop);
     }
   }
   return attacks;
+}
+
+/// The same at random moments, with all threads of the action running. QRT_ATTACK_ROUNDS in the
+/// environment sets the number of rounds.
+template <class Prepare, class Action, class Strike, class IsSafe>
+Attacks attackAtRandomMoments(Prepare prepare, Action action, Strike strike, IsSafe isSafe) {
+  using Clock = std::chrono::steady_clock;
+  const char* const wanted = getenv("QRT_ATTACK_ROUNDS");
+  std::mt19937 random(std::random_device{}());
+  const auto pause = [&](Clock::duration limit) {
+    const auto end = Clock::now() + limit * (random() % 1000) / 1000;
+    while (Clock::now() < end) continue;
+  };
+  Attacks attacks;
+  Clock::duration span = std::chrono::milliseconds(1);
+  for (int round = wanted != nullptr ? atoi(wanted) : 25; round > 0; --round) {
+    prepare();
+    SteppedChild child(action);
+    const auto begin = Clock::now();
+    child.resume();
+    pause(span);
+    attacks.strikes += strike();
+    if (round % 2 == 0) {
+      pause(span / 4);
+      strike();
+    }
+    if (!child.finish() || !isSafe()) attacks.lostStops.push_back(0);
+    span = (span * 7 + (Clock::now() - begin)) / 8;
+  }
+  return attacks;
+}
+
+/// A strike that exchanges two objects.
+inline auto exchanging(const std::string& first, const std::string& second) {
+  return [first, second] {
+#ifdef __APPLE__
+    return renamex_np(first.c_str(), second.c_str(), RENAME_SWAP) == 0;
+#else
+    return renameat2(AT_FDCWD, first.c_str(), AT_FDCWD, second.c_str(), RENAME_EXCHANGE) == 0;
+#endif
+  };
 }
 
 }  // namespace qrt::test

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <sys/xattr.h>
 
 #include <fstream>
 
@@ -11,6 +12,7 @@
 #include "filesystem/objects/FileManager.h"
 #include "support/ItemFixture.h"
 #include "support/Mounts.h"
+#include "support/PlantedFile.h"
 #include "support/PlatformDouble.h"
 #include "support/SteppedChild.h"
 
@@ -141,25 +143,6 @@ TEST_F(AcrossTest, DoesNotCopyAnObjectThatItCannotRemove) {
   EXPECT_EQ(namesOnVolume(), "");
 }
 
-/// Where each removal fails once.
-class SlowToRemove : public test::PortFileSystem {
- public:
-  PosixCode removeFolder(FileAt object) override {
-    return std::exchange(isReady_, !isReady_) ? test::PortFileSystem::removeFolder(object)
-                                              : PosixCode::outOfMemory;
-  }
-
- private:
-  bool isReady_ = false;
-};
-
-TEST_F(AcrossTest, AFailedCleanUpIsRepeated) {
-  SlowToRemove files;
-  const auto platform = test::platformWith({.files = &files}, platform_);
-  EXPECT_EQ(FileManager::moveItemAtPath(platform, scratch_.file("file"), to_), success);
-  EXPECT_EQ(namesOnVolume(), "tree\n");
-}
-
 /// Another file takes the name of the moved one as soon as the copy is complete.
 class ExchangedAfterCopy : public test::PortFileSystem {
  public:
@@ -183,74 +166,33 @@ TEST_F(AcrossTest, AFileThatTookTheNameOfTheMovedOneStays) {
   EXPECT_EQ(printed("cat '" + from_ + "/file'"), "other");
 }
 
-/// A process of the user's that holds leases on its files.
-class LeaseHolder {
- public:
-  /// `keeps` them when asked to give them up, or lets go after a moment.
-  LeaseHolder(const std::vector<std::string>& files, bool keeps) {
-    int ready[2];
-    EXPECT_EQ(pipe(ready), 0);
-    process_ = fork();
-    if (process_ == 0) {
-      (void)!seteuid(user);
-      if (keeps) signal(SIGIO, SIG_IGN);
-      bool isHolding = true;
-      for (const auto& file : files) {
-        isHolding &= fcntl(open(file.c_str(), O_RDONLY), F_SETLEASE, F_WRLCK) == 0;
-      }
-      (void)!write(ready[1], &isHolding, 1);
-      pause();
+TEST_F(AcrossTest, AMoveWaitsForLeasesOnlyOnce) {
+  constexpr const char* limitFile = "/proc/sys/fs/lease-break-time";
+  struct Limit {
+    Limit() {
+      std::ifstream(limitFile) >> before;
+      std::ofstream(limitFile) << 1;
     }
-    EXPECT_EQ(read(ready[0], &isHolding_, 1), 1);
-    close(ready[0]);
-    close(ready[1]);
-  }
-  LeaseHolder(const LeaseHolder&) = delete;
-  LeaseHolder& operator=(const LeaseHolder&) = delete;
-  ~LeaseHolder() {
-    kill(process_, SIGKILL);
-    waitpid(process_, nullptr, 0);
-  }
-
-  bool isHolding() const { return isHolding_; }
-
-  static constexpr uid_t user = 1234;
-
- private:
-  pid_t process_;
-  bool isHolding_ = false;
-};
-
-class LeaseTest : public AcrossTest {
- protected:
-  void SetUp() override {
-    AcrossTest::SetUp();
-    std::ifstream(limitFile) >> limit_;
-    std::ofstream(limitFile) << 1;
-    if (access(limitFile, W_OK) != 0)
-      GTEST_SKIP() << "needs the right to change the system's limit";
-  }
-  ~LeaseTest() override { std::ofstream(limitFile) << limit_; }
-
-  std::string ownFile(const std::string& name) const {
-    const auto path = scratch_.file("tree/" + name, "contents");
-    EXPECT_EQ(chown(path.c_str(), LeaseHolder::user, 0), 0);
-    return path;
-  }
-
-  static constexpr const char* limitFile = "/proc/sys/fs/lease-break-time";
-  int limit_ = 45;
-};
-
-TEST_F(LeaseTest, AMoveWaitsForLeasesOnlyOnce) {
-  const auto first = ownFile("first");
-  for (const bool keeps : {false, true}) {
-    const LeaseHolder holder({ownFile("first")}, keeps);
-    ASSERT_TRUE(holder.isHolding());
+    ~Limit() { std::ofstream(limitFile) << before; }
+    int before = 0;
+  } const limit;
+  if (access(limitFile, W_OK) != 0) GTEST_SKIP() << "needs the right to change the system's limit";
+  static int first = -1;
+  const auto lease = [&](const char* name) {
+    FileDescriptor file(open(scratch_.file(name).c_str(), O_RDONLY));
+    EXPECT_EQ(fcntl(file.get(), F_SETLEASE, F_WRLCK), 0);
+    return file;
+  };
+  for (const bool isKept : {false, true}) {
+    const auto held = lease("tree/first");
+    first = held.get();
+    // Who holds a lease is asked by a signal to give it up.
+    signal(
+        SIGIO, isKept ? SIG_IGN : [](int) { fcntl(first, F_SETLEASE, F_UNLCK); });
     EXPECT_EQ(move(from_, to_), success);
     ASSERT_EQ(move(to_, from_), success);
   }
-  const LeaseHolder holder({first, ownFile("second")}, true);
+  const FileDescriptor leases[] = {lease("tree/first"), lease("tree/second")};
   const auto error = move(from_, to_);
   ASSERT_TRUE(error);
   EXPECT_EQ(causeOf(error), number(PosixCode::tryAgain));
@@ -280,19 +222,9 @@ TEST_F(AcrossTest, RefusesToMoveATreeIntoItselfByAnotherMount) {
 
 // Sanitizers do not give memory back at once.
 #ifndef QRT_SANITIZED
-/// In KiB.
-long memoryPeak() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-#ifdef __APPLE__
-  usage.ru_maxrss /= 1024;
-#endif
-  return usage.ru_maxrss;
-}
-
 TEST_F(AcrossTest, ADeepTreeTakesLittleMemoryAndFewDescriptors) {
   constexpr int levels = 1500;
-  constexpr long muchLessThanItsPaths = 60000;
+  constexpr long muchLessThanItsPaths = 60000;  // KiB
   test::makeChain(from_, std::string(255, 'n'), levels, [](int folder) {
     close(openat(folder, "first", O_WRONLY | O_CREAT, 0600));
     EXPECT_EQ(linkat(folder, "first", folder, "second", 0), 0);
@@ -300,96 +232,83 @@ TEST_F(AcrossTest, ADeepTreeTakesLittleMemoryAndFewDescriptors) {
   test::SteppedChild child([&] {
     constexpr rlimit descriptors{128, 128};
     setrlimit(RLIMIT_NOFILE, &descriptors);
-    const auto before = memoryPeak();
-    return move(from_, to_) == success && memoryPeak() - before < muchLessThanItsPaths;
+    rusage before{}, after{};
+    getrusage(RUSAGE_SELF, &before);
+    const bool isMoved = move(from_, to_) == success;
+    getrusage(RUSAGE_SELF, &after);
+    return isMoved && after.ru_maxrss - before.ru_maxrss < muchLessThanItsPaths;
   });
   EXPECT_TRUE(child.finish());
   EXPECT_FALSE(test::exists(from_));
 }
 #endif
 
+/// The contents of an object are a text; its label is the same text in an attribute.
 struct Look {
   uid_t owner;
   mode_t mode;
-  /// The contents of the object, and its label.
-  std::string text;
+  std::string text, label = text;
+  bool operator==(const Look&) const = default;
 };
 
 /// Two objects are exchanged while one of them is copied. The parameter is their type.
 class ExchangedInCopyTest : public AcrossTest, public testing::WithParamInterface<std::uint32_t> {
  protected:
-  void SetUp() override {
-    if (geteuid() != 0) GTEST_SKIP() << "needs root";
-    AcrossTest::SetUp();
-  }
-
-  std::string holderOf(const std::string& path) const {
+  static bool isLink() { return GetParam() == file_type::link; }
+  static std::string holderOf(const std::string& path) {
     return GetParam() == file_type::folder ? path + "/in" : path;
   }
-  void make(const std::string& path, const Look& look) const {
+  static void make(const std::string& path, const Look& look) {
     if (GetParam() == file_type::folder) mkdir(path.c_str(), 0700);
-    if (GetParam() == file_type::link) {
-      (void)!symlink(look.text.c_str(), path.c_str());
-    } else {
-      std::ofstream(holderOf(path)) << look.text;
-    }
+    if (isLink()) (void)!symlink(look.text.c_str(), path.c_str());
+    if (!isLink()) std::ofstream(holderOf(path)) << look.text;
     (void)!lchown(path.c_str(), look.owner, look.owner);
-    if (GetParam() != file_type::link) (void)!chmod(path.c_str(), look.mode);
-    (void)platform_.extendedAttributes.set(*platform_.files.hold(path.c_str(), Links::stay), label,
-                                           Data(look.text.begin(), look.text.end()));
+    if (!isLink()) (void)!chmod(path.c_str(), look.mode);
+    lsetxattr(path.c_str(), "trusted.label", look.label.data(), look.label.size(), 0);
   }
-  std::string labelOf(const std::string& path) const {
-    const auto object = platform_.files.hold(path.c_str(), Links::stay);
-    const auto text = object ? platform_.extendedAttributes.value(*object, label) : object.error();
-    return text ? std::string(text->begin(), text->end()) : std::string();
-  }
-  std::string contentsOf(const std::string& path) const {
-    char text[9] = {};
-    if (GetParam() == file_type::link) (void)!readlink(path.c_str(), text, sizeof text - 1);
-    if (GetParam() != file_type::link) std::ifstream(holderOf(path)) >> text;
-    return text;
-  }
-  bool is(const std::string& path, const Look& look) const {
+  /// Each call looks for the name again.
+  static Look lookAt(const std::string& path) {
     const auto status = test::statusOf(path);
-    const bool hasMode = GetParam() == file_type::link || (status.st_mode & 07777) == look.mode;
-    return status.st_uid == look.owner && hasMode && labelOf(path) == look.text &&
-           contentsOf(path) == look.text;
+    char label[9] = {}, text[9] = {};
+    lgetxattr(path.c_str(), "trusted.label", label, sizeof label - 1);
+    if (isLink()) (void)!readlink(path.c_str(), text, sizeof text - 1);
+    if (!isLink()) std::ifstream(holderOf(path)) >> text;
+    return {status.st_uid, status.st_mode & 07777, text, label};
   }
-
-  static constexpr const char* label = "trusted.label";
-  const Look roots_{0, 0755, "root"}, evil_{1234, 06777, "evil"};
 };
 
 TEST_P(ExchangedInCopyTest, AnExchangeMixesNoObjects) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
   const auto old = from_ + "/object", other = scratch_.path("other"), copy = to_ + "/object";
-  const auto attack = [&](auto copyTree) {
-    return test::attackAtEveryCall(
-        old, other,
-        [&] {
-          for (const auto& path : {from_, to_, other}) {
-            (void)FileManager::removeItemAtPath(platform_.files, path);
-          }
-          mkdir(from_.c_str(), 0755);
-          make(old, roots_);
-          make(other, evil_);
-        },
-        [&] {
-          copyTree();
-          return true;
-        },
-        [&] { return !test::exists(copy) || is(copy, roots_) || is(copy, evil_); });
+  const auto strike = test::exchanging(old, other);
+  Look roots, evil;
+  const auto prepare = [&] {
+    for (const auto& path : {from_, to_, other}) {
+      (void)FileManager::removeItemAtPath(platform_.files, path);
+    }
+    mkdir(from_.c_str(), 0755);
+    make(old, {0, 0755, "root"});
+    make(other, {1234, 06777, "evil"});
+    roots = lookAt(old);
+    evil = lookAt(other);
   };
-  // How not to do it: each call looks for the name again.
-  const auto lost = attack([&] {
-    const auto status = test::statusOf(old);
-    const mode_t mode = status.st_mode & 07777;
+  const auto isSafe = [&] {
+    if (!test::exists(copy)) return true;
+    const auto look = lookAt(copy);
+    return look == roots || look == evil;
+  };
+  const auto careless = [&] {
     mkdir(to_.c_str(), 0755);
-    make(copy, {status.st_uid, mode, labelOf(old)});
-  });
+    make(copy, lookAt(old));
+    return true;
+  };
+  const auto careful = test::anyhow([&] { return move(from_, to_); });
+  const auto lost = test::attackAtEveryCall(prepare, careless, strike, isSafe);
   EXPECT_THAT(lost.lostStops, Not(IsEmpty()));
-  const auto won = attack([&] { (void)move(from_, to_); });
+  const auto won = test::attackAtEveryCall(prepare, careful, strike, isSafe);
   EXPECT_THAT(won.lostStops, IsEmpty());
-  EXPECT_GT(won.exchanges, 100);
+  EXPECT_GT(won.strikes, 100);
+  EXPECT_THAT(test::attackAtRandomMoments(prepare, careful, strike, isSafe).lostStops, IsEmpty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Types, ExchangedInCopyTest,
@@ -405,75 +324,61 @@ TEST_F(AcrossTest, AFileGivenAwayDuringItsCopyDoesNotRunAsRoot) {
   } cases[] = {{{0, 0755, "root"}, {1234, 06755, "evil"}, true},
                {{1234, 0755, "evil"}, {0, 06755, "root"}, false}};
   const auto file = scratch_.file("file");
-  const auto change = [&](const Look& look) {
-    const int opened = open(file.c_str(), O_WRONLY | O_CREAT, 0600);
-    if (opened < 0) return;
-    (void)!fchown(opened, look.owner, look.owner);
-    (void)!pwrite(opened, look.text.data(), look.text.size(), 0);
-    (void)!fchmod(opened, look.mode);
-    close(opened);
+  const auto change = [&](const Look& look, int flags) {
+    const FileDescriptor opened(open(file.c_str(), O_WRONLY | flags, 0600));
+    return fchown(opened.get(), look.owner, look.owner) == 0 &&
+           pwrite(opened.get(), look.text.data(), look.text.size(), 0) > 0 &&
+           fchmod(opened.get(), look.mode) == 0;
   };
   for (const auto& [before, after, isEvilBySetID] : cases) {
-    std::vector<int> lostStops;
-    bool isOver = false;
-    for (int stop = 1; !isOver; ++stop) {
-      scratch_.make("rm -rf volume/* file");
-      change(before);
-      test::SteppedChild child([&] {
-        (void)move(file, to_);
-        return true;
-      });
-      isOver = !child.step(stop);
-      if (!isOver && test::exists(file)) change(after);
-      EXPECT_TRUE(child.finish());
-      if (!test::exists(to_)) continue;
-      const auto status = test::statusOf(to_);
-      const bool hasSetID = (status.st_mode & 06000) != 0;
-      const bool isEvil = test::printed("cat " + to_) == "evil" ? hasSetID || isEvilBySetID
-                                                                : hasSetID && isEvilBySetID;
-      if (isEvil && (status.st_uid == 0 || status.st_gid == 0)) lostStops.push_back(stop);
-    }
-    EXPECT_THAT(lostStops, IsEmpty()) << before.text;
+    const auto attacks = test::attackAtEveryCall(
+        [&] {
+          scratch_.make("rm -rf volume/* file");
+          change(before, O_CREAT);
+        },
+        test::anyhow([&] { return move(file, to_); }), [&] { return change(after, 0); },
+        [&] {
+          if (!test::exists(to_)) return true;
+          const auto status = test::statusOf(to_);
+          const bool hasSetID = (status.st_mode & 06000) != 0;
+          const bool isEvil = test::contentsOf(to_) == "evil" ? hasSetID || isEvilBySetID
+                                                              : hasSetID && isEvilBySetID;
+          return !isEvil || (status.st_uid != 0 && status.st_gid != 0);
+        });
+    EXPECT_THAT(attacks.lostStops, IsEmpty()) << before.text;
+    EXPECT_GT(attacks.strikes, 20);
   }
 }
 
 TEST_F(AcrossTest, AnExchangedFolderIsNotRemoved) {
-  if (geteuid() != 0) GTEST_SKIP() << "needs root";
   const auto old = from_ + "/object", other = from_ + "/roots";
-  const auto attacks = test::attackAtEveryCall(
-      old, other,
-      [&] {
-        scratch_.make(
-            "rm -rf tree/* volume/*; mkdir tree/object tree/roots; touch tree/roots/file");
-      },
-      [&] {
-        (void)move(old, to_);
-        return true;
-      },
-      [&] {
-        return test::exists(old + "/file") || test::exists(other + "/file") ||
-               test::exists(to_ + "/file");
-      });
+  const auto prepare = [&] {
+    scratch_.make("rm -rf tree/* volume/*; mkdir tree/object tree/roots; touch tree/roots/file");
+  };
+  const auto careful = test::anyhow([&] { return move(old, to_); });
+  const auto isSafe = [&] {
+    return test::exists(old + "/file") || test::exists(other + "/file") ||
+           test::exists(to_ + "/file");
+  };
+  const auto strike = test::exchanging(old, other);
+  const auto attacks = test::attackAtEveryCall(prepare, careful, strike, isSafe);
   EXPECT_THAT(attacks.lostStops, IsEmpty());
-  EXPECT_GT(attacks.exchanges, 40);
+  EXPECT_GT(attacks.strikes, 40);
+  EXPECT_THAT(test::attackAtRandomMoments(prepare, careful, strike, isSafe).lostStops, IsEmpty());
 }
 
 TEST_F(AcrossTest, AKillLeavesACompleteTreeAtOneOfThePaths) {
-  const auto treeAt = [](const std::string& path) {
-    return printed("cd '" + path +
-                   "' 2>/dev/null && find . -printf '%p %M\\n' -type f -exec cat {} +");
-  };
   const auto make = [&] {
     scratch_.make(
         "rm -rf tree volume/tree; mkdir -p tree/folder; printf contents > tree/folder/file;"
-        "chmod 604 tree/folder/file");
+        "chmod 604 tree/folder/file; touch -d @1 tree/folder/file tree/folder tree");
   };
   make();
-  const auto before = treeAt(from_);
+  const auto before = description(from_);
   const auto kills = test::killAtEveryCall(
       make, [&] { (void)move(from_, to_); },
       [&](int stop) {
-        EXPECT_TRUE(treeAt(from_) == before || treeAt(to_) == before) << "killed at stop " << stop;
+        EXPECT_TRUE(description(from_) == before || description(to_) == before) << stop;
       });
   EXPECT_GT(kills, 60);
 }
