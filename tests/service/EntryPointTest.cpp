@@ -2,38 +2,28 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
 #include <sstream>
 
 #include "ServiceDoubles.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "platform/PropertyLists.h"
+#include "service/AllHandlers.h"
 #include "service/EmbeddedPropertyLists.h"
 
 namespace qrt {
 namespace {
 
-using Texts = std::vector<std::string>;
-
 /// A start of the program and its results.
 struct Start {
   test::ServicePlatform doubles;
   Dictionary info = *readPropertyList(infoPropertyList)->dictionary();
-  /// The code of an operation without a handler.
-  std::optional<std::uint64_t> forgotten;
+  bool hasHandlers = true;
   std::ostringstream output, error;
 
   int enter(std::vector<const char*> arguments = {}) {
-    const auto registerHandlers = [this](QRTPrivilegedOperationSet& set, const Platform&) {
+    const auto registerHandlers = [this](QRTPrivilegedOperationSet& set, const Platform& platform) {
       set.handlers() = HandlerTable();
-      for (std::uint64_t code = 0; code <= lastCodeWithHandler; ++code) {
-        if (code == forgotten) continue;
-        for (const bool feedback : {false, true}) {
-          set.handlers().add(
-              set.nameOfSelectorForExecutionOfPrivilegedOperationWithCode(code, feedback),
-              [](const Platform&, const Array&, FeedbackConnection*) { return Outcome(); });
-        }
-      }
+      if (hasHandlers) registerAllHandlers(set, platform);
     };
     return EntryPoint{doubles.platform, info, registerHandlers, output, error}.enter(arguments);
   }
@@ -65,33 +55,31 @@ TEST(EntryPointTest, ItsPropertyListsNameTheServiceAndItsRequestor) {
 }
 
 TEST(EntryPointTest, ServesOrReportsTheReason) {
-  const std::string none =
-                        "Internal implementation error: The principal class is either not set "
-                        "or not implemented.\n",
-                    mismatch =
-                        "Executable version (1.6.0) does not match implementation version "
-                        "of privileged command set (1.6).",
-                    needsRoot = "This program needs root privileges.",
-                    end = "Privileged helper is shutting down.";
+  const std::string needsRoot = "This program needs root privileges.";
   const struct {
     const char *key, *value;
     std::uint32_t user;
-    std::optional<std::uint64_t> forgotten;
-    std::string error;
-    Texts log;
+    bool hasHandlers;
+    std::string error, firstLine;
   } refusals[] = {
-      {"NSPrincipalClass", "QRTPrivilegedOperationSet", 0, {}, none, {}},
-      {"CFBundleShortVersionString", "1.6.0", 501, {}, needsRoot, {mismatch, needsRoot, end}},
-      {"CFBundleShortVersionString", "1.6.0", 0, {}, "", {mismatch, end}},
-      {"", "", 0, 27, "", {"Privileged operation 27 has no implementation.", end}}};
-  for (const auto& [key, value, user, forgotten, error, log] : refusals) {
+      {"NSPrincipalClass", "QRTPrivilegedOperationSet", 0, true,
+       "Internal implementation error: The principal class is either not set or not "
+       "implemented.\n",
+       ""},
+      {"CFBundleShortVersionString", "1.6.0", 0, true, "",
+       "Executable version (1.6.0) does not match implementation version of privileged command "
+       "set (1.6)."},
+      {"", "", 501, true, needsRoot, needsRoot},
+      {"", "", 0, false, "", "Privileged operation 0 has no implementation."}};
+  for (const auto& [key, value, user, hasHandlers, error, firstLine] : refusals) {
     Start start;
     start.info.insert_or_assign(key, value);
     start.doubles.self.userID = user;
-    start.forgotten = forgotten;
+    start.hasHandlers = hasHandlers;
     EXPECT_EQ(start.enter(), 1);
     EXPECT_EQ(start.error.str(), error);
-    EXPECT_EQ(start.doubles.log.texts(), log);
+    const auto log = start.doubles.log.texts();
+    EXPECT_EQ(log.empty() ? "" : log.front(), firstLine);
     EXPECT_EQ(start.doubles.transport.turnedAway, !log.empty());
     EXPECT_FALSE(start.doubles.transport.served);
   }

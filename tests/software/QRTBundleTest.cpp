@@ -12,10 +12,9 @@ namespace {
 
 struct FakeRegistry : ApplicationRegistry {
   std::vector<ApplicationURL> urls;
-  std::optional<Date> date;
 
   std::vector<ApplicationURL> applicationURLs(const std::string&) override { return urls; }
-  std::optional<Date> dateLastUsed(const std::string&) override { return date; }
+  std::optional<Date> dateLastUsed(const std::string&) override { return {}; }
   std::shared_ptr<const SystemBundle> systemBundle(const std::string&) override { return {}; }
 };
 
@@ -56,7 +55,6 @@ TEST_F(Bundles, FilesDecideLayoutAndKind) {
   check("A.app", {{contents, executable}}, 0, 1);
   check("B.app", {{contentsForMacOS, executable}}, 3, 1);
   check("D.app", {{"Resources/Info.plist", executable}}, 1, 0);
-  check("F.app", {{contents, executable}, {"Info.plist", mainHTML}}, 0, 1);
   check("G.app", {{"Info.plist", executable}}, -1, 0);
   check("A.wdgt", {{"Info.plist", mainHTML}}, 2, 2);
   check("A.saver", {{contents, "{}"}}, 0, 3);
@@ -70,24 +68,6 @@ TEST_F(Bundles, FilesDecideLayoutAndKind) {
   check("A.asset", {{"Info.plist", asset}, {"AssetData/x", ""}, {"META-INF", ""}}, 2, 7);
   check("B.asset", {{"Info.plist", asset}, {"META-INF", ""}}, 2, 0);
   check("nothing.app", {}, -1, 0);
-}
-
-TEST_F(Bundles, PathsAndLocalizations) {
-  const auto application = inspected("A.app", {{contents, "{CFBundleDevelopmentRegion=de;}"},
-                                               {"Contents/Resources/zh-Hant.lproj/x", ""},
-                                               {"Contents/Resources/Base.lproj/x", ""},
-                                               {"Contents/Resources/x.LPROJ/x", ""}});
-  EXPECT_EQ(application->resourcesPath(), root.path("A.app/Contents/Resources"));
-  EXPECT_EQ(application->namesOfActiveLocalizations(), std::vector<std::string>{"zh-Hant"});
-  EXPECT_EQ(application->developmentLocalization(), "de");
-  const auto flat = inspected("B.x", {{"Resources/Info.plist", executable}});
-  EXPECT_EQ(flat->contentsPath(), root.path("B.x"));
-  EXPECT_EQ(flat->resourcesPath(), root.path("B.x/Resources"));
-  EXPECT_FALSE(flat->developmentLocalization());
-
-  // The file is read at each call.
-  root.make("rm A.app/Contents/Info.plist; mkdir A.app/Contents/Info.plist");
-  EXPECT_FALSE(application->infoDictionaryPath() || application->infoDictionary());
 }
 
 TEST_F(Bundles, AnExecutableIsAFileInItsPlace) {
@@ -109,53 +89,20 @@ TEST_F(Bundles, AnExecutableIsAFileInItsPlace) {
   check("C.wdgt", {{"Info.plist", "{MainHTML=x; Plugin=\".\";}"}, {"MacOS/x", ""}}, nullptr);
 }
 
-TEST_F(Bundles, OnlyApplicationsHaveServicesAndSpecialKinds) {
-  const Files files = {{contents, "{CFBundleExecutable=x; NSServices=({a=b;});}"},
-                       {"Contents/Resources/de.lproj/MRJApp.properties", ""},
-                       {"Contents/PlugIns/b_support.bundle/Contents/Info.plist",
-                        "{CFBundleIdentifier=\"com.runrev.x\";}"}};
-  for (const auto* name : {"A.app", "A.component"}) {
-    const auto bundle = inspected(name, files);
-    const bool isApplication = name == std::string("A.app");
-    EXPECT_EQ(bundle->servicesEntries().size(), isApplication ? 1u : 0u);
-    EXPECT_EQ(bundle->isMRJApplication(), isApplication);
-    EXPECT_EQ(bundle->isRevolutionApplication(), isApplication);
-  }
-}
-
-TEST_F(Bundles, ADescriptionHasVersionIdentifierAndDate) {
-  registry.date = Date{1614834367.9};
-  const auto zip = inspected("ZIP.app", {{contents,
-                                          "{CFBundleExecutable=x; CFBundleVersion=345; "
-                                          "CFBundleShortVersionString=\"1.2\";}"}});
-  EXPECT_EQ(zip->description(), "QRTBundle: '" + zip->bundlePath() +
-                                    "' style: 0 type: 1 version: '1.2 (345)' identifier: '(null)' "
-                                    "last used: 2021-03-04 05:06:07 +0000\n");
-  registry.date = Date{-1e300};
-  const auto mail = inspected("mail.app", {{contents, executable}});
-  EXPECT_NE(mail->description().find("used: -32767-01"), std::string::npos);
-  EXPECT_TRUE(mail->compare(&*zip) < 0 && mail->compare(nullptr) > 0);
-}
-
 TEST_F(Bundles, TheHighestInstalledVersionCounts) {
   const std::pair<const char*, const char*> applications[] = {
       {"A.app", "CFBundleShortVersionString=\"2.1.3\"; CFBundleGetInfoString=\"9.5 words\";"},
       {"B.app", "CFBundleShortVersionString=\"\"; CFBundleVersion=\"2.5\";"},
-      {"C.app", ""},
-      {"D.app", "CFBundleVersion=88;"}};
-  const auto highest = [&](const char* identifier) {
-    return QRTBundle::versionNumberForApplicationWithIdentifier(identifier, platform);
-  };
-  EXPECT_EQ(highest("org.example"), 0);
+      {"C.app", ""}};
+  const auto highest = QRTBundle::versionNumberForApplicationWithIdentifier;
+  EXPECT_EQ(highest("org.example", platform), 0);
   for (const auto& [name, info] : applications) {
     inspected(name, {{contents, std::string("{CFBundleExecutable=x;") + info + "}"}});
-    registry.urls.push_back({name == std::string("D.app") ? "http" : "file", root.path(name)});
+    registry.urls.push_back({"file", root.path(name)});
   }
-  registry.urls.push_back({"file", ""});
+  EXPECT_EQ(highest("org.example", platform), 2.5f);
+  EXPECT_EQ(highest("com.apple.Safari", platform), 9.5f);
   EXPECT_DOUBLE_EQ(QRTBundle::versionNumberFromString("Version 2.1.3 (45)"), 2.13);
-  EXPECT_EQ(highest("org.example"), 2.5f);
-  EXPECT_EQ(highest("com.apple.Safari"), 9.5f);
-  EXPECT_EQ(highest(""), 0);
 }
 
 TEST_F(Bundles, HostilePackagesGetAnAnswer) {

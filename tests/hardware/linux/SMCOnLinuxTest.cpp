@@ -7,7 +7,7 @@
 namespace qrt {
 namespace {
 
-constexpr int read = smc_command::readKey, info = smc_command::keyInfo;
+constexpr std::uint8_t read = smc_command::readKey, info = smc_command::keyInfo;
 constexpr SMCCode brsc = smcCode("BRSC");
 
 class SMCOnLinux : public testing::Test {
@@ -23,12 +23,11 @@ class SMCOnLinux : public testing::Test {
         "echo 2 > key_at_index_data_length");
   }
   void change(const std::string& script) { root.make("cd " + folder + "; " + script); }
-  /// The index that was written.
-  std::string index() { return test::contentsOf(root.path(folder + "/key_at_index")); }
-
-  Answer call(int command, SMCCode key = brsc) {
+  std::string writtenIndex() { return test::contentsOf(root.path(folder + "/key_at_index")); }
+  /// The codes of the driver and of the controller.
+  Answer call(std::uint8_t command, SMCCode key = brsc) {
     SMCParameterRecord input;
-    input.command = static_cast<std::uint8_t>(command);
+    input.command = command;
     input.key = key;
     input.index = 2;
     answer = {};
@@ -45,24 +44,24 @@ class SMCOnLinux : public testing::Test {
 TEST_F(SMCOnLinux, AKeyIsFoundInTheSortedListAndRead) {
   EXPECT_EQ(call(smc_command::keyAtIndex, 0).first, KernelReturn::noError);
   EXPECT_EQ(answer.key, brsc);
-  EXPECT_EQ(index(), "2\n");
+  EXPECT_EQ(writtenIndex(), "2\n");
   EXPECT_EQ(call(info).first, KernelReturn::noError);
   EXPECT_EQ(answer.dataType, smcCode("ui8\0"));
   EXPECT_EQ(answer.dataSize, 2u);
-  EXPECT_EQ(index(), "1\n");
+  EXPECT_EQ(writtenIndex(), "1\n");
   EXPECT_EQ(call(read).first, KernelReturn::noError);
   EXPECT_EQ(answer.bytes[0] << 8 | answer.bytes[1], 0xFFFE);
   // Before and after the keys of the list.
   EXPECT_EQ(call(read, smcCode("    ")).second, smc_result::keyNotFound);
-  EXPECT_EQ(index(), "0\n");
+  EXPECT_EQ(writtenIndex(), "0\n");
   EXPECT_EQ(call(read, smcCode("~~~~")).second, smc_result::keyNotFound);
-  EXPECT_EQ(index(), "2\n");
+  EXPECT_EQ(writtenIndex(), "2\n");
 }
 
 TEST_F(SMCOnLinux, AFailureHasItsCode) {
   using enum KernelReturn;
   EXPECT_EQ(call(smc_command::writeKey), Answer(notPrivileged, 0));
-  const std::tuple<const char*, int, Answer> cases[] = {
+  const std::tuple<const char*, std::uint8_t, Answer> cases[] = {
       {"head -c 5000 /dev/zero > key_at_index_data", read, {noError, smc_result::keyNotReadable}},
       {"head -c 5000 /dev/zero > key_at_index_type", info, {inputOutput, 0}},
       // Another program changes the index.
