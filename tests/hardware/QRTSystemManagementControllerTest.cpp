@@ -82,14 +82,6 @@ TEST(SMCValueDecoding, ExactlyTheFixedPointCodesHaveADivisor) {
 
 class SMC : public testing::Test {
  protected:
-  void SetUp() override { model.exchanges.clear(); }
-  /// Each exchange with that command fails.
-  void fail(int command, ModelSMC::Fault fault) {
-    model.fault = [=](auto& input, auto) {
-      return input.command == command ? std::optional(fault) : std::nullopt;
-    };
-  }
-
   ModelSMC model;
   test::RecordingLog log;
   const std::unique_ptr<Controller> controller = Controller::init(model, log);
@@ -142,24 +134,6 @@ TEST_F(SMC, AFailureWhileKeysAreListedLeavesNoController) {
   EXPECT_FALSE(Controller::init(model, log));
 }
 
-TEST_F(SMC, AFailedReadHasNoValueAndARefusedOneIsWriteOnly) {
-  const std::tuple<int, ModelSMC::Fault, std::optional<PropertyValue>> cases[] = {
-      {smc_command::keyInfo, {{}, 0x84}, std::nullopt},
-      {smc_command::keyInfo, {{}, 0x85}, smcUnknownTypeMarker},
-      {smc_command::readKey, {KernelReturn::noSpace}, std::nullopt},
-      {smc_command::readKey, {{}, 1}, "<write-only property>"},
-      // The same code from the exchange leaves an empty value.
-      {smc_command::readKey, {KernelReturn::internalError}, 0}};
-  for (const auto& [command, fault, value] : cases) {
-    fail(command, fault);
-    EXPECT_EQ(controller->valueForPropertyWithKey("BRSC"), value);
-    EXPECT_EQ(controller->isWriteOnlyPropertyWithKey("BRSC"), value.has_value());
-  }
-  EXPECT_EQ(log.texts().back(),
-            "QRTSystemManagementController: failed to get value for key 'BRSC' (error "
-            "-536870181)\n");
-}
-
 TEST_F(SMC, WritesOnlyBytesThatFitTheKey) {
   // Not listed.
   model.keys.push_back({smcCode("Long"), smcCode("hex_"), Data(40)});
@@ -179,7 +153,9 @@ TEST_F(SMC, WritesOnlyBytesThatFitTheKey) {
   }
   for (const auto fault : {ModelSMC::Fault{{}, 0x86}, {KernelReturn::notPrivileged}}) {
     EXPECT_TRUE(log.lines().empty());
-    fail(smc_command::writeKey, fault);
+    model.fault = [=](auto& input, auto) {
+      return input.command == smc_command::writeKey ? std::optional(fault) : std::nullopt;
+    };
     EXPECT_FALSE(controller->writeRawBytes(bytes.data(), 2, "BRSC", log));
   }
   EXPECT_EQ(log.texts().back(), "SMC write failure: system 0x38 subsystem 0x0 error code 0x2c1.");

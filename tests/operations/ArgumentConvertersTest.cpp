@@ -21,14 +21,11 @@ TEST(ArgumentConverters, ATextHasOneValueOfEachType) {
   const std::optional<PropertyValue> none;
   const std::tuple<CoreFoundationType, std::optional<std::string>, std::optional<PropertyValue>>
       cases[] = {{boolean, "true", true},
-                 {boolean, "false", false},
                  {boolean, "1", none},
                  {number, " \n-7 rest", -7},
                  {number, "99999999999999999999", INT64_MAX},
-                 {number, "-99999999999999999999", INT64_MIN},
                  {string, "%41", "%41"},
                  {data, "%-1", none},
-                 {data, "%4", none},
                  {data, "%0x41%42", none},
                  {data, "% \t41", Data{0x41}},
                  // Any number of digits, at most one byte for three characters of the text.

@@ -1,6 +1,6 @@
 #include "operations/QRTPrivilegedOperationSet.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "operations/OperationCatalogue.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
@@ -70,20 +70,11 @@ constexpr QRTPrivilegedOperationStaticDescription small[] = {
     {endOfCatalogue, nullptr, 0, {}, 0, nullptr, nullptr},
 };
 
-class QRTPrivilegedOperationSetTest : public testing::Test {
- protected:
+TEST(QRTPrivilegedOperationSetTest, InstallsOnlyRightsThatAreMissing) {
   test::RecordingLog log;
   test::FakeAuthority authority;
-  QRTPrivilegedOperationSetVK2 set{log, authority, small};
-  std::unique_ptr<Authorization> authorization = std::move(authority.create()).value();
-
-  void SetUp() override { authority.takeCalls(); }
-};
-
-TEST_F(QRTPrivilegedOperationSetTest, InstallsOnlyRightsThatAreMissing) {
-  set.setAuthorizationRightsForImplementedOperationsUsingAuthorization(nullptr);
-  EXPECT_TRUE(authority.rights().empty());
-
+  const QRTPrivilegedOperationSetVK2 set(log, authority, small);
+  const auto authorization = std::move(authority.create()).value();
   set.setAuthorizationRightsForImplementedOperationsUsingAuthorization(authorization.get());
   const std::map<std::string, test::FakeAuthority::Right> expected = {
       {"com.vantor.vk2.first", {"allow", "First.", "PrivilegedOperations"}},
@@ -92,20 +83,6 @@ TEST_F(QRTPrivilegedOperationSetTest, InstallsOnlyRightsThatAreMissing) {
   authority.takeCalls();
   set.setAuthorizationRightsForImplementedOperationsUsingAuthorization(authorization.get());
   EXPECT_TRUE(authority.calls().empty());
-}
-
-TEST_F(QRTPrivilegedOperationSetTest, ARightThatIsRefusedIsLoggedAndTheOthersAreSet) {
-  authority.rightSetStatus = AuthorizationStatus::internal;
-  set.setAuthorizationRightsForImplementedOperationsUsingAuthorization(authorization.get());
-  authority.rightSetStatus = AuthorizationStatus::noError;
-  set.setAuthorizationRightsForImplementedOperationsUsingAuthorization(authorization.get());
-  authority.rightRemoveStatus = AuthorizationStatus::internal;
-  set.removeAuthorizationRightsForImplementedOperationsUsingAuthorization(*authorization);
-  const std::string refused = "Authorization database did not accept right definition for ",
-                    kept = "Authorization database did not remove right definition for ",
-                    first = "'com.vantor.vk2.first'!", third = "'com.vantor.vk2.third-one'!";
-  EXPECT_THAT(log.texts(), testing::ElementsAre(testing::HasSubstr("code 2"), refused + first,
-                                                refused + third, kept + first, kept + third));
 }
 
 }  // namespace
