@@ -1,9 +1,11 @@
 // What the client prints for answers, failures and feedback, and its exit status.
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 
 #include "ClientFixture.h"
+#include "client/cli/output/ProgressLine.h"
 #include "operations/PrivilegedOperationError.h"
 #include "protocol/FeedbackMessage.h"
 #include "support/PlantedFile.h"
@@ -22,7 +24,8 @@ Error protectedObject() {
   const auto error = privilegedOperationError(
       16, "An object or its parent folder are explicitly protected against changes.",
       "Please verify that the object at '$1$' can be modified.", {"/a\n\xFF"});
-  return withUnderlyingError(error, posixError(PosixCode::readOnlyFileSystem, "/b"));
+  return withUnderlyingError(withFilePath(error, "/a\n\xFF"),
+                             posixError(PosixCode::readOnlyFileSystem, "/b"));
 }
 
 TEST_F(AnswerTest, TextIsReadableAndJsonKeepsEveryValue) {
@@ -140,7 +143,49 @@ TEST_F(AnswerTest, StringTablesTranslateAFailure) {
   EXPECT_EQ(run({"nop", "--json"}), 1);
   EXPECT_THAT(terminal.output(),
               HasSubstr("\"code\":16,\"description\":\"N\xC3\xB6.\",\"suggestion\":\"So: "
-                        "/a\n\xF4\x8F\xBF\xBF!\",\"userInfo\":{"));
+                        "/a\\n\xF4\x8F\xBF\xBF!\",\"userInfo\":{"));
+}
+
+using std::chrono::hours;
+using std::chrono::milliseconds;
+
+const ProgressLine::TimePoint start{hours(5)};
+
+TEST(ProgressLine, IsRedrawnInPlaceWhenItChanges) {
+  const std::tuple<int, std::optional<double>, const char*> steps[] = {
+      {99, 0.1, ""},           {100, std::nullopt, "\rnop  [##..................]   10 %  0:00"},
+      {199, 0.5, ""},          {200, std::nullopt, "\rnop  [##########..........]   50 %  0:00"},
+      {999, std::nullopt, ""}, {1000, std::nullopt, "\rnop  [##########..........]   50 %  0:01"}};
+  test::FakeTerminal terminal;
+  terminal.width = 41;
+  ProgressLine line(terminal, "nop", start);
+  for (const auto& [time, fraction, drawn] : steps) {
+    if (fraction) line.setFraction(*fraction, start + milliseconds(time));
+    line.tick(start + milliseconds(time));
+    EXPECT_EQ(terminal.take(), drawn) << time;
+  }
+  line.hide();
+  EXPECT_EQ(terminal.take(), "\r" + std::string(40, ' ') + "\r");
+  line.finish(start + milliseconds(1150));
+  EXPECT_EQ(terminal.take(), "\rnop  [####################]  100 %  0:01\n");
+}
+
+TEST(ProgressLine, NeverReachesTheLastColumn) {
+  for (std::size_t width = 1; width < 120; ++width) {
+    test::FakeTerminal terminal;
+    terminal.width = width;
+    ProgressLine line(terminal, "delete-foldercontents", start);
+    line.setFraction(0.5, start + hours(30));
+    const auto drawn = terminal.take();
+    EXPECT_LE(drawn.size() - 1, std::max<std::size_t>(width, 2) - 1) << width;
+    const bool hasRoomForFigures = width >= 16;
+    EXPECT_EQ(drawn.find(" 50 %  30:00:00") != std::string::npos, hasRoomForFigures) << width;
+
+    terminal.width = width / 2;
+    line.tick(start + hours(31));
+    EXPECT_LE(terminal.take().size(), std::max<std::size_t>(width / 2, 2))
+        << "narrower than before";
+  }
 }
 
 }  // namespace
