@@ -15,40 +15,33 @@ namespace {
 using Controller = QRTSystemManagementController;
 using test::ModelSMC;
 
-Data bytesOf(const std::string& hexadecimal) {
-  Data bytes;
-  for (std::size_t i = 0; i < hexadecimal.size(); i += 2) {
-    bytes.push_back(static_cast<std::uint8_t>(std::stoi(hexadecimal.substr(i, 2), nullptr, 16)));
-  }
-  return bytes;
-}
-
 TEST(SMCValueDecoding, EveryTypeHasItsValueAndItsSize) {
-  const std::tuple<SMCCode, const char*, std::optional<PropertyValue>> cases[] = {
-      {smcCode("ui8 "), "c8", 200},
-      {smcCode("ui32"), "f0090002", 4027121666},
-      {smcCode("si16"), "8000", -32768},
-      {smcCode("flag"), "02", true},
-      {smcCode("char"), "e9", "\xC3\xA9"},
-      {smcCode("si8 "), "41", "A"},
-      {smcCode("si8 "), "ff", std::nullopt},
-      {smcCode("ch8*"), "6de9", "6d e9 "},
-      {smcCode("hex_"), "00ab10", "00 ab 10 "},
-      {smcCode("{rev"), "020b0f630104", "2.11f260"},
-      {smcCode("{alr"), "fff000091234ffff0050",
+  const std::tuple<SMCCode, Data, std::optional<PropertyValue>> cases[] = {
+      {smcCode("ui8 "), {200}, 200},
+      {smcCode("ui32"), {0xF0, 9, 0, 2}, 0xF0090002},
+      {smcCode("si16"), {0x80, 0}, -32768},
+      {smcCode("flag"), {2}, true},
+      {smcCode("char"), {0xE9}, "\u00E9"},
+      {smcCode("si8 "), {'A'}, "A"},
+      {smcCode("si8 "), {0xFF}, std::nullopt},
+      {smcCode("ch8*"), {'m', 0xE9}, "6d e9 "},
+      {smcCode("hex_"), {0, 0xAB, 0x10}, "00 ab 10 "},
+      {smcCode("{rev"), {2, 11, 0x0F, 99, 1, 4}, "2.11f260"},
+      {smcCode("{alr"),
+       {0xFF, 0xF0, 0, 9, 0x12, 0x34, 0xFF, 0xFF, 0, 80},
        Dictionary{{"SMCAmbientLightTemperatureBaseline", -16},
                   {"SMCAmbientLightTemperatureCoefficient", 1.125},
-                  {"SMCAmbientLightInflectionVoltage", 4660},
+                  {"SMCAmbientLightInflectionVoltage", 0x1234},
                   {"SMCAmbientLightLowTempBoundary", -1},
                   {"SMCAmbientLightHighTempBoundary", 80}}},
-      {smcCode("{fds"), "ffff01094ce966740068696464656e00",
+      {smcCode("{fds"),
+       {0xFF, 255, 1, 9, 'L', 0xE9, 'f', 't', 0, 'h', 'i', 'd', 'd', 'e', 'n', 0},
        Dictionary{{"SMCFanType", -1},
                   {"SMCFanZone", 255},
                   {"SMCFanLocation", 1},
                   {"SMCFanFunction", "L\u00E9ft"}}}};
-  for (const auto& [type, hexadecimal, wanted] : cases) {
+  for (auto [type, bytes, wanted] : cases) {
     SCOPED_TRACE(Controller::stringFromSMCKey(type));
-    auto bytes = bytesOf(hexadecimal);
     EXPECT_EQ(decodedSMCValue(type, bytes), wanted);
     if (type == smcCode("ch8*") || type == smcCode("hex_")) continue;
     EXPECT_FALSE(decodedSMCValue(type, {bytes.data(), bytes.size() - 1}));

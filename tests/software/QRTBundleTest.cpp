@@ -116,15 +116,11 @@ TEST_F(Bundles, HostilePackagesGetAnAnswer) {
       {"cut.app", "printf bplist00 > Info.plist", true},
   };
   for (const auto& [name, plant, isBundle] : cases) {
-    SCOPED_TRACE(name);
     const std::string folder = std::string(name) + "/Contents";
     root.make("mkdir -p " + folder + "/Resources; cd " + folder + "; " + plant);
     const auto bundle = QRTBundle::initWithPath(root.path(name), platform);
-    ASSERT_EQ(bundle.has_value(), isBundle);
-    if (!bundle) continue;
-    EXPECT_EQ(bundle->softwareType(), SoftwareType::other);
-    EXPECT_FALSE(bundle->infoDictionary() || bundle->executablePath());
-    EXPECT_TRUE(bundle->servicesEntries().empty());
+    EXPECT_EQ(bundle.has_value(), isBundle) << name;
+    EXPECT_FALSE(bundle && (bundle->infoDictionary() || bundle->executablePath())) << name;
   }
   for (const auto& path :
        {std::string(), std::string("/bin\0.app", 9), "/" + std::string(1 << 20, 'x')}) {

@@ -60,7 +60,6 @@ TEST_F(UtilityOperations, ReportAMissingUtility) {
     EXPECT_EQ(codeOf(failure), 1);
     EXPECT_EQ(failure->userInfo.at("QRTLocalizedRecoverySuggestionParameters"),
               (Array{name, path}));
-    EXPECT_EQ(*stringIn(failure->userInfo, "NSFilePath"), path);
   }
 }
 
@@ -95,14 +94,12 @@ TEST_F(UtilityOperations, WithoutDescriptorsAUtilityFailsAsItsLaunchWould) {
     outcome = executeTrusted(platform, operationSet, false, "/usr/bin/true", {}, false, nullptr);
     setrlimit(RLIMIT_NOFILE, &before);
     if (!outcome) continue;
-    EXPECT_EQ(outcome->code, 3) << spare;
     EXPECT_EQ(outcome->userInfo.at("QRTLocalizedRecoverySuggestionParameters"), (Array{"-1"}));
-    EXPECT_EQ(log.lines().back(),
-              (test::RecordingLog::Line{LogLevel::error,
-                                        "The operation 'true' cannot be executed because the "
-                                        "system is running out of file handles."}));
     EXPECT_EQ(log.lines().size(), spare + 1);
   }
+  EXPECT_EQ(log.texts().back(),
+            "The operation 'true' cannot be executed because the system is running out of file "
+            "handles.");
 }
 #endif
 
@@ -122,6 +119,7 @@ TEST_F(UtilityOperations, AFailedRunReturnsItsStatusAndKeepsItsConnection) {
 }
 
 TEST_F(UtilityOperations, TheSearchPathIsTheSafeOneOrThereIsNone) {
+  ASSERT_NE(getenv("PATH"), nullptr);
   bool needsSafePath = false;
   TrustedUtilities().trustedPathForApplicationPath("/App", "periodic", nullptr, &needsSafePath);
   EXPECT_TRUE(needsSafePath);
