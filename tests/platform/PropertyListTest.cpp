@@ -3,6 +3,7 @@
 #include <cmath>
 #include <ctime>
 #include <limits>
+#include <sstream>
 
 #include "platform/posix/propertylists/PropertyListBuilder.h"
 #include "support/PropertyListText.h"
@@ -19,11 +20,7 @@ void expectEach(const std::vector<std::pair<std::string, PropertyValue>>& cases)
 }
 
 void expectRefused(const std::string& bytes) {
-  const auto list = parsed(bytes);
-  ASSERT_FALSE(list) << bytes << " is " << shown(list);
-  EXPECT_EQ(list.error().domain, cocoaErrorDomain);
-  EXPECT_EQ(list.error().code, 3840);
-  EXPECT_TRUE(stringIn(list.error().userInfo, localizedDescriptionKey));
+  EXPECT_TRUE(shown(parsed(bytes)).starts_with("error 3840: ")) << bytes;
 }
 
 std::string utf16(std::u16string_view text, bool isBigEndian) {
@@ -35,23 +32,17 @@ std::string utf16(std::u16string_view text, bool isBigEndian) {
   return bytes;
 }
 
-/// Texts with two blanks or a line end between them.
-std::vector<std::string> cells(std::string_view text) {
-  std::vector<std::string> found;
-  while (!text.empty()) {
-    const auto end = std::min({text.find("  "), text.find('\n'), text.size()});
-    if (end > 0) found.emplace_back(text.substr(0, end));
-    text.remove_prefix(std::min(text.size(), text.find_first_not_of(" \n", end)));
-  }
-  return found;
+/// Refuses each text between two bars, after `before` and before `after`.
+void expectEachRefused(const std::string& texts, const std::string& before = "",
+                       const std::string& after = "") {
+  std::istringstream all(texts);
+  for (std::string text; std::getline(all, text, '|');) expectRefused(before + text + after);
 }
 
 template <std::size_t size>
 std::string raw(const char (&bytes)[size]) {
   return {bytes, size - 1};
 }
-
-PropertyValue date(double seconds) { return Date{seconds}; }
 
 TEST(PropertyList, ReadsEachFormInEachEncoding) {
   const std::u16string text = u"\uFEFF( \"\u00FC\U0001F600\" )";
@@ -68,19 +59,14 @@ TEST(PropertyList, ReadsEachFormInEachEncoding) {
        "<string>\u00FC&#x1F600;</string></array></plist>",
        greeting},
       {"<?xml version='1.0' encoding='ISO-8859-1'?><string>\xFC</string>", "\u00FC"},
-      {" \n<!-- here --><true/>", true},
       {"<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" \"x.dtd\"><plist><true/></plist>",
        true},
       {"<da7a>", Data{0xDA, 0x7A}},
-      {"<data>2nA=</data>", Data{0xDA, 0x70}},
       {"bplist01", "bplist01"},
   });
-  for (const auto& bytes :
-       {utf16(u"\uFEFF\xD800", true), utf16(u"\uFEFF\xDC00\xD800", true),
-        utf16(u"\uFEFF\"\xD800"
-              u"b\"",
-              true),
-        utf16(u"\uFEFFa", false) + "b", std::string(), std::string("\"\xFC\""), raw("\"\0\"")}) {
+  for (const auto& bytes : {utf16(u"\uFEFF\xD800", true), utf16(u"\uFEFF\xDC00\xD800", true),
+                            utf16(u"\uFEFF'\xD800'", true), utf16(u"\uFEFFa", false) + "b",
+                            std::string(), std::string("\"\xFC\""), raw("\"\0\"")}) {
     expectRefused(bytes);
   }
 }
@@ -95,8 +81,7 @@ TEST(PropertyList, ReadsXmlElements) {
       {plist("<integer>9223372036854775808</integer>"), std::uint64_t{1} << 63},
       {plist("<array><real>-1.5e3</real><real>+nan</real></array>"), Array{-1500.0, std::nan("")}},
       {plist("<array><real>-Infinity</real><real>+inf</real></array>"), Array{-infinity, infinity}},
-      {plist("<array><true> </true><false/></array>"), Array{true, false}},
-      {plist("<date>2024-02-29T01:02:03Z</date>"), date(1709168523)},
+      {plist("<date>2024-02-29T01:02:03Z</date>"), Date{1709168523}},
       {plist("<data>\n\tAAEC\n\t/w==\n</data>"), Data{0, 1, 2, 0xFF}},
       {plist("<array><data/><array/><dict/></array>"), Array{Data{}, Array{}, Dictionary{}}},
       {plist("<dict><key>a</key><integer>1</integer><key>a</key><integer>2</integer></dict>"),
@@ -105,16 +90,15 @@ TEST(PropertyList, ReadsXmlElements) {
 }
 
 TEST(PropertyList, RefusesXmlThatIsNoPropertyList) {
-  for (const auto& content : cells(R"(
-<true/><true/>  <true>x</true>  <plist><true/></plist>  <set/>  <array><true/>  <array>text</array>
-<string>a<dict/></string>  <string><string/></string>  <string>&unknown;</string>  <string>&#0;</string>
-<dict><true/></dict>  <array><key>a</key></array>  <dict><key>a</key></dict>  <key>a</key>  <integer/>  <real/>
-<dict><key>a</key><key>b</key><true/></dict>  <integer>1.5</integer>  <integer>--1</integer>
-<integer>18446744073709551616</integer>  <integer>-9223372036854775809</integer>  <real>1,5</real>
-<real>+-1</real>  <date>2023-02-29T00:00:00Z</date>  <date>2023-02-28T24:00:00Z</date>
-<date>2023-02-28</date>  <data>AAE</data>  <data>A*==</data>)")) {
-    expectRefused("<plist>" + content + "</plist>");
-  }
+  const auto* const contents =
+      R"(<true/><true/>|<true>x</true>|<plist><true/></plist>|<set/>|<array><true/>
+|<array>text</array>|<string>a<dict/></string>|<string><string/></string>|<string>&unknown;</string>|<string>&#0;</string>
+|<dict><true/></dict>|<array><key>a</key></array>|<dict><key>a</key></dict>|<key>a</key>|<integer/>|<real/>
+|<dict><key>a</key><key>b</key><true/></dict>|<integer>1.5</integer>|<integer>--1</integer>
+|<integer>18446744073709551616</integer>|<integer>-9223372036854775809</integer>|<real>1,5</real>|<real>+-1</real>
+|<date>2023-02-29T00:00:00Z</date>|<date>2023-02-28T24:00:00Z</date>|<date>2023-02-28</date>
+|<data>AAE</data>|<data>A*==</data>)";
+  expectEachRefused(contents, "<plist>", "</plist>");
   for (const auto* content : {"<plist></plist>", "<string>\xFF</string>"}) expectRefused(content);
   for (const std::string type : {"[<!ENTITY e 'x'>]", "[<!ENTITY e SYSTEM '/etc/passwd'>]",
                                  "SYSTEM '/etc/passwd'", "[<!ATTLIST plist a CDATA 'b'>]"}) {
@@ -125,18 +109,15 @@ TEST(PropertyList, RefusesXmlThatIsNoPropertyList) {
 TEST(PropertyList, ReadsOldStyleText) {
   expectEach({
       {"/usr/bin:http://a.b/c_$-d", "/usr/bin:http://a.b/c_$-d"},
-      {"42", "42"},
       {R"("a \"b\" \\ \a\b\f\n\r\t\v \q 'c'")", "a \"b\" \\ \a\b\f\n\r\t\v q 'c'"},
       {R"('a "b" \'')", "a \"b\" '"},
-      {"\"two\nlines\"", "two\nlines"},
       {R"("\101\1018\351\251\777")", "AA8\u00D8'\uFFFD"},
       {R"("\U00fc\ud83d\Ude00\U41 \u41g\u00E90")", "\u00FC\U0001F600A Ag\u00E90"},
-      {"<>", Data{}},
       {"< 00 01\n02fF >", Data{0, 1, 2, 0xFF}},
       {"<[AAEC/w==]>", Data{0, 1, 2, 0xFF}},
       {"(<*I-5>, <*I\"7\">, <*R1.5>, <*BY>, <*BN>)", Array{-5, 7, 1.5, true, false}},
       {"(<*D1970-01-01 01:00:00 +0100>, <*D1970-01-01 00:00:01 -0030>)",
-       Array{date(0), date(1801)}},
+       Array{Date{0}, Date{1801}}},
       {"(a, (b), {c = d;},)", Array{"a", Array{"b"}, Dictionary{{"c", "d"}}}},
       {"{ a = 1; 'b c' = (); short; a = 2; }",
        Dictionary{{"a", "2"}, {"b c", Array{}}, {"short", "short"}}},
@@ -145,18 +126,15 @@ TEST(PropertyList, ReadsOldStyleText) {
       {"/* Title */\n\"key\" = \"value\";\nshort;\nd = {e = f;};\n",
        Dictionary{{"key", "value"}, {"short", "short"}, {"d", Dictionary{{"e", "f"}}}}},
       {" ", Dictionary()},
-      {"// nothing\n/* else */", Dictionary()},
       {"\"a\" = b; /* no end", Dictionary{{"a", "b"}}},
   });
 }
 
 TEST(PropertyList, RefusesTextThatIsNoPropertyList) {
-  for (const auto& text : cells(R"(
-hello world  a = b  a = b; c  a;;  }  a, b  (a, /* b  {  {a  {a}  {a=  {a=b  {a=b;  {a=b;};  {a==b}
-{a=b;;}  {(a)=b;}  (  (a  (a,  (a b)  (a;)  (a))  (=)  "a  'a  "a\  "\U"  "\u"  "\Ud800"  "\Udc00"
-"\Ud800\U0041"  <0  <0>  <0 1>  <[AA>  <*>  <*X1>  <*I>  <*RX>  <*BX>  <*D2001-01-01>)")) {
-    expectRefused(text);
-  }
+  expectEachRefused(
+      R"(hello world|a = b|a = b; c|a;;|}|a, b|(a, /* b|{|{a|{a}|{a=|{a=b|{a=b;|{a=b;};|{a==b}|{a=b;;}
+|{(a)=b;}|(|(a|(a,|(a b)|(a;)|(a))|(=)|"a|'a|"a\|"\U"|"\u"|"\Ud800"|"\Udc00"|"\Ud800\U0041"
+|<0|<0>|<0 1>|<[AA>|<*>|<*X1>|<*I>|<*RX>|<*BX>|<*D2001-01-01>)");
   expectRefused("\xC3\xBC");
 }
 
@@ -166,23 +144,19 @@ std::string binary(const std::vector<std::string>& objects, std::uint64_t root =
 }
 
 TEST(PropertyList, ReadsBinaryObjects) {
-  const std::string fifteen = "abcdefghijklmno";
   expectEach({
-      {binary({"\x08"}), false},
       {binary({"\x09"}), true},
-      {binary({"\x10\xFF"}), 255},
       {binary({"\x11\xFF\xFE"}), 65534},
       {binary({"\x13" + std::string(8, '\xFF')}), -1},
       {binary({"\x14" + std::string(8, '\0') + std::string(8, '\xFF')}),
        std::numeric_limits<std::uint64_t>::max()},
       {binary({raw("\x22\xBF\xC0\0\0")}), -1.5},
       {binary({raw("\x23\x3F\xF8\0\0\0\0\0\0")}), 1.5},
-      {binary({raw("\x33\0\0\0\0\0\0\0\0")}), date(978307200)},
+      {binary({raw("\x33\0\0\0\0\0\0\0\0")}), Date{978307200}},
       {binary({raw("\x43\0\x80\xFF")}), Data{0, 0x80, 0xFF}},
       {binary({"\x52hi"}), "hi"},
-      {binary({raw("\x5F\x10\x0F") + fifteen}), fifteen},
+      {binary({"\x5F\x10\x0F" + std::string(15, 'a')}), std::string(15, 'a')},
       {binary({raw("\x63\0\xFC\xD8\x3D\xDE\0")}), "\u00FC\U0001F600"},
-      {binary({raw("\xA2\1\1"), "\x51x"}), Array{"x", "x"}},
       {binary({raw("\xC1\1"), "\x51x"}), Array{"x"}},
       {binary({raw("\xD2\1\2\2\1"), "\x51x", "\x51y"}), Dictionary{{"x", "y"}, {"y", "x"}}},
       {binary({"\x08", "\x09"}, 1), true},
@@ -190,82 +164,67 @@ TEST(PropertyList, ReadsBinaryObjects) {
 }
 
 TEST(PropertyList, RefusesMalformedBinaryTrailers) {
-  const std::string whole = binary({"\x09"});
-  ASSERT_TRUE(parsed(whole));
+  const auto whole = binary({"\x09"});
   // Widths, numbers and offsets, each at a distance from the end, with a value that does not fit.
   const std::pair<std::size_t, char> changes[] = {{26, 0}, {25, 9}, {17, 2},  {24, '\x80'}, {9, 1},
                                                   {1, 7},  {33, 0}, {1, 100}, {33, 9}};
   for (const auto& [fromEnd, byte] : changes) {
-    SCOPED_TRACE(fromEnd);
-    std::string bytes = whole;
+    auto bytes = whole;
     bytes[bytes.size() - fromEnd] = byte;
     expectRefused(bytes);
   }
-  expectRefused("bplist00");
   expectRefused(whole.substr(0, whole.size() - 1));
 }
 
 TEST(PropertyList, RefusesMalformedBinaryObjects) {
-  const std::string wide(16, '\xFF'), sevenBytes(7, '\xFF');
-  const std::string hugeCount = "\x4F\x13\x7F" + sevenBytes,
-                    infinite = raw("\x33\x7F\xF0\0\0\0\0\0\0");
-  const std::string null = raw("\0"), shortDate = raw("\x32\0\0\0\0"), half = raw("\x61\xD8\0");
-  const std::string wideInteger = "\x15" + wide + wide, bigInteger = "\x14" + wide;
-  const std::string countOfText = "\x5F\x51x",
+  const std::string null = raw("\0"), half = raw("\x61\xD8\0"), shortDate = raw("\x32\0\0\0\0"),
+                    infinite = raw("\x33\x7F\xF0\0\0\0\0\0\0"),
+                    bigInteger = "\x14" + std::string(16, '\xFF'),
+                    wideInteger = "\x15" + std::string(32, '\xFF'),
                     bigCount = raw("\x5F\x14\0\0\0\0\0\0\0\1\0\0\0\0\0\0\0\1x");
-  for (const auto& object : {null, hugeCount, infinite, shortDate, half, wideInteger, bigInteger,
-                             countOfText, bigCount}) {
+  for (const auto& object : {null, half, shortDate, infinite, bigInteger, wideInteger, bigCount}) {
     expectRefused(binary({object}));
   }
   for (const auto* object : {"\x13\1", "\x42z", "\x62zzz", "\xA1", "\xD1\1", "\x5F", "\x5F\x10",
-                             "\x21\1\1", "\x51\x80", "\xA1\1"}) {
+                             "\x5F\x51x", "\x21\1\1", "\x51\x80", "\xA1\1"}) {
     expectRefused(binary({object}));
   }
   expectRefused(binary({"\xD1\1\1", "\x10\1"}));  // A key that is no string.
 }
 
 TEST(PropertyList, AnErrorNamesTheLineOrTheObject) {
-  for (const auto& [bytes, place] : std::vector<std::pair<std::string, std::string>>{
-           {"<array>\n<true/>\n<set/>", "line 3"},
-           {"{\n  a\n}", "line 3"},
-           {binary({"\x80\1"}), "a UID object"},
-           {"{\n a = \"b\n\\n;\n}\n", "line 2"},
-           {binary({raw("\xA2\1\2"), "\x09", raw("\0")}), "object 2"}}) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"<array>\n<true/>\n<set/>", "line 3"},
+      {"{\n a = \"b\n\\n;\n}\n", "line 2"},
+      {binary({raw("\xA2\1\2"), "\x09", raw("\0")}), "object 2"}};
+  for (const auto& [bytes, place] : rows) {
     EXPECT_NE(shown(parsed(bytes)).find(place), std::string::npos) << shown(parsed(bytes));
   }
 }
 
 TEST(PropertyList, WritesXml) {
+  const auto most = std::numeric_limits<std::uint64_t>::max();
   const PropertyValue value =
-      Dictionary{{"z", Array{true, false, -1, std::numeric_limits<std::uint64_t>::max(), 0.1}},
-                 {"a<b", "\t\n\r&<>\"'\u00FC\U0001F600"},
-                 {"d", Data(58, 'M')},
-                 {"e", Array{Array{}, Dictionary{}, Data{}, "", Date{-0.5}}}};
+      Dictionary{{"a<b", Array{"\t\n\r&<>\"'\u00FC\U0001F600", Data(58, 'M'), Data{}, Array{},
+                               Dictionary{}, Date{-0.5}, true, -1, most, 0.1}}};
   const std::string expected = R"(<?xml version="1.0" encoding="UTF-8"?>
 <!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
 <plist version="1.0">
 <dict>
 	<key>a&lt;b</key>
-	<string>	
-&#13;&amp;&lt;&gt;"'ü😀</string>
-	<key>d</key>
-	<data>
-	TU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1N
-	TQ==
-	</data>
-	<key>e</key>
 	<array>
-		<array/>
-		<dict/>
+		<string>	
+&#13;&amp;&lt;&gt;"'ü😀</string>
+		<data>
+		TU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU1N
+		TQ==
+		</data>
 		<data>
 		</data>
-		<string></string>
+		<array/>
+		<dict/>
 		<date>1969-12-31T23:59:59Z</date>
-	</array>
-	<key>z</key>
-	<array>
 		<true/>
-		<false/>
 		<integer>-1</integer>
 		<integer>18446744073709551615</integer>
 		<real>0.1</real>
@@ -278,30 +237,17 @@ TEST(PropertyList, WritesXml) {
 }
 
 TEST(PropertyList, RefusesToWriteWhatXmlCannotHold) {
-  PropertyValue deep = Array{};
-  for (std::size_t i = 0; i < maximumPropertyListDepth; ++i) deep = Array{std::move(deep)};
-  Dictionary wide;
-  for (std::size_t i = 0; i < maximumPropertyListObjects / 2; ++i) {
-    wide.emplace(std::to_string(i), true);
-  }
   const std::pair<const char*, PropertyValue> cases[] = {
       {"error", Dictionary{{"a", Array{posixError(PosixCode::busy)}}}},
       {"no UTF-8", "\xFF"},
-      {"null character", std::string(1, '\0')},
       {"control character in a key", Dictionary{{"\x1F", true}}},
       {"noncharacter", "\xEF\xBF\xBE"},
       {"date that is no number", Date{std::nan("")}},
-      {"date of the far past", Date{-1e300}},
       {"date of the year 10000", Date{253402300800.0}},
-      {"depth", deep},
-      {"objects", wide},
       {"bytes", Data(maximumPropertyListBytes)},
   };
   for (const auto& [what, value] : cases) {
-    const auto text = writeXmlPropertyList(value);
-    ASSERT_FALSE(text) << what;
-    EXPECT_EQ(text.error().domain, cocoaErrorDomain) << what;
-    EXPECT_EQ(text.error().code, 3851) << what;
+    EXPECT_TRUE(shown(value).starts_with("error 3851")) << what;
   }
 }
 
@@ -312,11 +258,6 @@ constexpr double soon = 0.1;
 #else
 constexpr double soon = 10;  // With checks of every access: that it ends at all.
 #endif
-
-/// In this process's own time, because other tests run meanwhile.
-double secondsSince(std::clock_t begin) {
-  return static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
-}
 
 std::string repeated(std::string_view piece, std::size_t bytes) {
   std::string text;
@@ -330,11 +271,6 @@ std::string arrayOf(const std::vector<std::uint64_t>& references) {
   return object;
 }
 
-/// References are four bytes wide.
-std::string wideBinary(const std::vector<std::string>& objects) {
-  return test::binaryList(objects, 4);
-}
-
 /// Every array holds the next one `width` times, the last one `leaf`.
 std::string sharedArrays(std::size_t levels, std::size_t width, const std::string& leaf) {
   std::vector<std::string> objects;
@@ -342,29 +278,7 @@ std::string sharedArrays(std::size_t levels, std::size_t width, const std::strin
     objects.push_back(arrayOf(std::vector<std::uint64_t>(width, i)));
   }
   objects.push_back(leaf);
-  return wideBinary(objects);
-}
-
-/// Attributes with different names, each followed by `rest`.
-std::string attributes(const std::string& rest, std::size_t bytes) {
-  std::string text;
-  for (int i = 0; text.size() < bytes; ++i) text += " a" + std::to_string(i) + rest;
-  return text;
-}
-
-std::string entityBomb() {
-  std::string text = "<!DOCTYPE plist [<!ENTITY e0 'lol'>";
-  for (int i = 1; i < 10; ++i) {
-    const auto inner = "&e" + std::to_string(i - 1) + ";";
-    text += "<!ENTITY e" + std::to_string(i) + " '" + repeated(inner, 10 * inner.size()) + "'>";
-  }
-  return text + "]><plist><string>&e9;</string></plist>";
-}
-
-/// Default attributes would be created for every element.
-std::string attributeBomb() {
-  return "<!DOCTYPE plist [<!ATTLIST true" + attributes(" CDATA ''", mebibyte / 2) +
-         ">]><plist><array>" + repeated("<true/>", mebibyte / 2) + "</array></plist>";
+  return test::binaryList(objects, 4);
 }
 
 TEST(PropertyListHostility, ASmallInputThatMeansMuchWorkIsRefusedSoon) {
@@ -372,52 +286,36 @@ TEST(PropertyListHostility, ASmallInputThatMeansMuchWorkIsRefusedSoon) {
   for (std::uint64_t i = 1; chain.size() < mebibyte / 14; ++i) chain.push_back(arrayOf({i}));
 
   const std::pair<const char*, std::string> inputs[] = {
-      {"nested XML", repeated("<array>", mebibyte)},
-      {"nested XML dictionaries", repeated("<dict><key>a</key>", mebibyte)},
-      {"unknown XML", "<?xml version='1.0'?>" + repeated("<a>", mebibyte)},
-      {"XML attributes", "<plist" + attributes("=''", mebibyte / 4) + "><set/></plist>"},
-      {"entities", entityBomb()},
-      {"default attributes", attributeBomb()},
-      {"nested text", repeated("(", mebibyte)},
-      {"nested text dictionaries", repeated("{a=", mebibyte)},
-      {"text pairs", repeated("a=(", mebibyte)},
       {"text without end", "\"" + repeated("\\U0041", mebibyte)},
       {"comments without end", "(" + repeated("/* ", mebibyte)},
-      {"nested binary", wideBinary(chain)},
-      {"binary in itself", sharedArrays(0, 0, arrayOf({0}))},
-      {"binary in itself often", sharedArrays(0, 0, arrayOf({0, 0, 0, 0, 0, 0, 0, 0}))},
+      {"nested binary", test::binaryList(chain, 4)},
+      {"binary in itself", sharedArrays(0, 0, arrayOf({0, 0, 0, 0, 0, 0, 0, 0}))},
       {"shared objects", sharedArrays(20, 2, "\x09")},
-      {"shared empty arrays", sharedArrays(3, 200, "\xA0")},
       {"shared strings", sharedArrays(12, 4, "\x5F\x11\x04\x01" + std::string(1025, 'a'))},
       {"shared data",
        sharedArrays(1, 17, "\x4F\x12" + bigEndian(mebibyte, 4) + std::string(mebibyte, 'a'))},
       {"count of objects", "bplist00\x09\x08" + std::string(6, '\0') + "\x01\x01" +
                                bigEndian(~0ull, 8) + bigEndian(0, 8) + bigEndian(9, 8)},
-      {"count of items", wideBinary({"\xAF\x13" + bigEndian(~0ull >> 1, 8)})},
-      {"count of pairs", wideBinary({"\xDF\x13" + bigEndian(1ull << 61, 8)})},
-      {"count of characters", wideBinary({"\x6F\x13" + bigEndian(1ull << 63, 8)})},
+      {"count of items", binary({"\xAF\x13" + bigEndian(~0ull >> 1, 8)})},
+      {"count of characters", binary({"\x6F\x13" + bigEndian(1ull << 63, 8)})},
       {"too many bytes", std::string(maximumPropertyListBytes + 1, ' ')},
   };
   for (const auto& [name, bytes] : inputs) {
-    const auto begin = std::clock();
+    const auto begin = std::clock();  // Of this process, because other tests run meanwhile.
     const auto shown = test::shown(test::parsed(bytes));
-    EXPECT_LT(secondsSince(begin), soon) << name;
+    EXPECT_LT(static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC, soon) << name;
     EXPECT_TRUE(shown.starts_with("error 3840")) << name << ": " << shown.substr(0, 200);
   }
 }
 
-/// Exactly the limit is still read, one more is not.
 TEST(PropertyListHostility, DepthIsLimitedInEveryForm) {
-  const auto nested = [](std::string_view open, std::string_view close, std::size_t levels) {
-    return repeated(open, levels * open.size()) + repeated(close, levels * close.size());
-  };
-  const auto forms = [&](std::size_t levels) {
-    return std::vector{nested("<array>", "</array>", levels), nested("(", ")", levels),
-                       sharedArrays(levels - 1, 1, "\xA0")};
-  };
-  const std::size_t most = maximumPropertyListDepth;
-  for (const auto& bytes : forms(most)) EXPECT_TRUE(test::parsed(bytes)) << bytes.front();
-  for (const auto& bytes : forms(most + 1)) EXPECT_FALSE(test::parsed(bytes)) << bytes.front();
+  for (const std::size_t tooMany : {0, 1}) {
+    const auto levels = maximumPropertyListDepth + tooMany;
+    const std::string lists[] = {repeated("<array>", 7 * levels) + repeated("</array>", 8 * levels),
+                                 repeated("(", levels) + repeated(")", levels),
+                                 sharedArrays(levels - 1, 1, "\xA0")};
+    for (const auto& list : lists) EXPECT_EQ(!parsed(list), tooMany == 1) << list.front();
+  }
 }
 
 TEST(PropertyListHostility, ObjectsAndBytesAreLimited) {

@@ -15,18 +15,15 @@ namespace {
 using namespace std::chrono_literals;
 
 struct Finished {
-  PosixCode launched = PosixCode::success;
   std::int32_t status = -1;
-  std::string output;
-  std::string error;
+  std::string output, error;
 };
 
 Finished runProgram(const std::string& path, const std::vector<std::string>& arguments,
                     const EnvironmentChanges& environment = {}) {
   Finished finished;
   const auto subprocess = std::move(*Subprocess::prepare());
-  finished.launched = subprocess->launch({path, arguments, environment});
-  if (finished.launched != PosixCode::success) return finished;
+  EXPECT_EQ(subprocess->launch({path, arguments, environment}), PosixCode::success);
   const auto receive = [&finished](StandardStream stream, std::span<const std::uint8_t> piece) {
     auto& text = stream == StandardStream::output ? finished.output : finished.error;
     text.append(piece.begin(), piece.end());
@@ -39,12 +36,7 @@ Finished runProgram(const std::string& path, const std::vector<std::string>& arg
 Finished runScript(const std::string& script) { return runProgram("/bin/sh", {"-c", script}); }
 
 TEST(Subprocess, StatusAndStreamsArrive) {
-  const struct {
-    const char* script;
-    std::int32_t status;
-    const char *output, *error;
-  } cases[] = {
-      {"printf 1; printf a >&2; printf 2; printf b >&2; exit 255", 255, "12", "ab"},
+  const std::tuple<const char*, std::int32_t, const char*, const char*> cases[] = {
       {"echo before; kill -KILL $$", SIGKILL, "before\n", ""},
       // The input is open and silent until the exit.
       {"exec 3<&0; cat <&3 & sleep 0.3; kill $!; wait $! 2>/dev/null", 128 + SIGTERM, "", ""},
@@ -53,11 +45,11 @@ TEST(Subprocess, StatusAndStreamsArrive) {
       {"(sleep 0.2; echo late) & exit 4", 4, "late\n", ""},
       {"(sleep 0.2; echo late >&2) >&- & exit 5", 5, "", "late\n"},
   };
-  for (const auto& c : cases) {
-    const auto finished = runScript(c.script);
-    EXPECT_EQ(finished.status, c.status) << c.script;
-    EXPECT_EQ(finished.output, c.output) << c.script;
-    EXPECT_EQ(finished.error, c.error) << c.script;
+  for (const auto& [script, status, output, error] : cases) {
+    const auto finished = runScript(script);
+    EXPECT_EQ(std::tie(finished.status, finished.output, finished.error),
+              std::tuple(status, output, error))
+        << script;
   }
 }
 
@@ -70,14 +62,7 @@ TEST(Subprocess, AProcessThatKeepsTheStreamsOpenDelaysTheEndByTwoSeconds) {
   kill(std::stoi(finished.output), SIGKILL);
 }
 
-TEST(Subprocess, TheDestructorReapsAProgramThatWasNotWaitedFor) {
-  // It ends at once when its reader is gone.
-  const ProgramLaunch endless{"/bin/sh", {"-c", "while :; do echo x; done"}, {}};
-  EXPECT_EQ((*Subprocess::prepare())->launch(endless), PosixCode::success);
-  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
-}
-
-TEST(Subprocess, ReportsWhyAProgramCannotBeLaunched) {
+TEST(Subprocess, AFailedLaunchReportsItsReasonAndNoProgramRemains) {
   const test::ScratchFolder folder;
   folder.make("touch data; touch tool; printf '#!/absent\n' > script; chmod +x tool script");
   const std::pair<std::string, std::int32_t> cases[] = {
@@ -85,16 +70,18 @@ TEST(Subprocess, ReportsWhyAProgramCannotBeLaunched) {
       {folder.path("tool"), 8}, {folder.path("script"), 2}, {std::string("/bin/sh\0", 8), 22},
   };
   for (const auto& [path, code] : cases) {
-    EXPECT_EQ(number(runProgram(path, {}).launched), code) << path;
+    EXPECT_EQ(number((*Subprocess::prepare())->launch({path, {}, {}})), code) << path;
   }
+  // It ends at once when its reader is gone.
+  const ProgramLaunch endless{"/bin/sh", {"-c", "while :; do echo x; done"}, {}};
+  EXPECT_EQ((*Subprocess::prepare())->launch(endless), PosixCode::success);
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child was left";
 }
 
 TEST(Subprocess, AProgramInheritsItsStreamsAndNothingElse) {
   const FileDescriptor inherited(open("/dev/null", O_RDONLY));
-  const auto finished = runProgram("/bin/ls", {"/dev/fd"});
   // The listing itself holds one more.
-  EXPECT_EQ(finished.output, "0\n1\n2\n3\n");
+  EXPECT_EQ(runProgram("/bin/ls", {"/dev/fd"}).output, "0\n1\n2\n3\n");
 }
 
 TEST(Subprocess, WorksWhenTheStandardStreamsAreClosed) {
@@ -110,8 +97,7 @@ TEST(Subprocess, WorksWhenTheStandardStreamsAreClosed) {
 }
 
 TEST(Subprocess, SignalsAreAsInAFreshProcess) {
-  sigset_t blocked, before, after;
-  sigemptyset(&blocked);
+  sigset_t blocked{}, before, after;
   sigaddset(&blocked, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &blocked, &before);
   const auto handling = signal(SIGPIPE, SIG_IGN);
@@ -120,22 +106,19 @@ TEST(Subprocess, SignalsAreAsInAFreshProcess) {
   const auto ignoredOne = runScript("kill -PIPE $$; echo alive");
   signal(SIGPIPE, handling);
   pthread_sigmask(SIG_SETMASK, &before, &after);
-  EXPECT_TRUE(sigismember(&after, SIGTERM) == 1 && sigismember(&after, SIGUSR1) == 0)
-      << "the thread's own mask was not restored";
+  EXPECT_TRUE(sigismember(&after, SIGTERM) == 1 && sigismember(&after, SIGUSR1) == 0);
   EXPECT_EQ(blockedOne.output + ignoredOne.output, "");
 }
 
 TEST(Subprocess, TheDescriptorLimitIsTheOneAtStart) {
-  rlimit before;
+  rlimit before, raised;
   getrlimit(RLIMIT_NOFILE, &before);
-  rlimit lower = before;
-  lower.rlim_cur = 123;
+  const rlimit lower{123, before.rlim_max};
   setrlimit(RLIMIT_NOFILE, &lower);
   raiseDescriptorLimit();
-  getrlimit(RLIMIT_NOFILE, &lower);
-  EXPECT_EQ(lower.rlim_cur, std::min(before.rlim_max, test::mostDescriptors));
-  const auto hard = test::printed("ulimit -Hn");
-  EXPECT_EQ(runScript("ulimit -Sn; ulimit -Hn").output, "123\n" + hard);
+  getrlimit(RLIMIT_NOFILE, &raised);
+  EXPECT_EQ(raised.rlim_cur, std::min(before.rlim_max, test::mostDescriptors));
+  EXPECT_EQ(runScript("ulimit -Sn; ulimit -Hn").output, "123\n" + test::printed("ulimit -Hn"));
   setrlimit(RLIMIT_NOFILE, &before);
 }
 
