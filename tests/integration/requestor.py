@@ -7,7 +7,6 @@ import threading
 import gi
 
 gi.require_version("Gio", "2.0")
-gi.require_version("GLib", "2.0")
 from gi.repository import Gio, GLib  # noqa: E402
 
 PATH = "/com/vantor/QRTPrivilegedHelper"
@@ -28,10 +27,7 @@ def from_wire(text):
 
 
 def variant(value):
-    for kind, signature in ((bool, "b"), (int, "x"), (str, "s"), (bytes, "ay")):
-        if isinstance(value, kind):
-            return GLib.Variant(signature, value)
-    raise TypeError(value)
+    return GLib.Variant({bool: "b", int: "x", str: "s", bytes: "ay"}[type(value)], value)
 
 
 class FeedbackReceiver:
@@ -69,20 +65,18 @@ class FeedbackReceiver:
 class Requestor:
     def __init__(self, address):
         flags = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
-        self._bus = Gio.DBusConnection.new_for_address_sync(address, flags, None, None)
+        self.bus = Gio.DBusConnection.new_for_address_sync(address, flags)
 
     def call(self, interface, method, arguments=None, reply="()", descriptors=None):
-        answer, _ = self._bus.call_with_unix_fd_list_sync(
-            None, PATH, interface, method, arguments, GLib.VariantType(reply),
-            Gio.DBusCallFlags.NONE, GLib.MAXINT, descriptors, None)
+        answer, _ = self.bus.call_with_unix_fd_list_sync(
+            None, PATH, interface, method, arguments, GLib.VariantType(reply), 0, GLib.MAXINT, descriptors)
         return answer.unpack()
 
     def notify(self, method, process):
         """Registers or unregisters a process without waiting for the reply."""
-        self._bus.call(None, PATH, HELPER, method, GLib.Variant("(i)", (process,)), None,
-                       Gio.DBusCallFlags.NONE, GLib.MAXINT, None, None)
+        self.bus.call(None, PATH, HELPER, method, GLib.Variant("(i)", (process,)), None, 0, GLib.MAXINT)
         try:
-            self._bus.flush_sync(None)
+            self.bus.flush_sync()
         except GLib.Error:
             pass  # The daemon has already ended.
 
@@ -92,10 +86,8 @@ class Requestor:
     def perform(self, code, arguments, receiver=None):
         """Returns the outcome (domain, code, user information) and the messages of the receiver."""
         endpoints = [receiver.theirs.detach()] if receiver else []
-        request = GLib.Variant.new_tuple(
-            GLib.Variant("t", code), GLib.Variant("ay", self.external_form()),
-            GLib.Variant("ah", list(range(len(endpoints)))),
-            GLib.Variant("av", [variant(value) for value in arguments]))
+        request = GLib.Variant("(tayahav)", (code, self.external_form(), list(range(len(endpoints))),
+                                             [variant(value) for value in arguments]))
         outcome = self.call(HELPER, "performPrivilegedOperation", request, "(sxa{sv})",
                             Gio.UnixFDList.new_from_array(endpoints))
         if receiver:

@@ -13,11 +13,8 @@ constexpr std::uint64_t createInstallmedia = 25;
 /// Prints its arguments and ends after the test has received them.
 constexpr const char* tool = R"tool(#!/bin/sh
 echo "$@ PATH=$(/usr/bin/printenv PATH)"
-for i in 1 2 3 4 5 6 7 8 9 10; do
-  [ -e "$4/arrived" ] && { echo done >&2; exit 0; }
-  /bin/sleep 1
-done
-exit 9
+until [ -e "$4/arrived" ]; do /bin/sleep 0.1; done
+echo done >&2
 )tool";
 
 class InstallMediaTest : public test::DaemonFixture {
@@ -38,11 +35,10 @@ class InstallMediaTest : public test::DaemonFixture {
   Outcome perform(const std::string& installer, const std::string& volume) {
     return DaemonFixture::perform(*connect(), createInstallmedia, {installer, volume},
                                   [&](const Dictionary& message) {
-                                    for (const auto& [key, value] : message) {
-                                      if (const auto* data = value.data())
-                                        output_.append(data->begin(), data->end());
-                                    }
-                                    if (!output_.empty()) test::plant(scratch_, "volume/arrived");
+                                    const auto* piece = message.begin()->second.data();
+                                    if (!piece) return;
+                                    output_.append(piece->begin(), piece->end());
+                                    test::plant(scratch_, "volume/arrived");
                                   });
   }
 
@@ -66,7 +62,6 @@ TEST_F(InstallMediaTest, NothingRunsForAnotherVolumeOrInstaller) {
   const std::tuple<std::string, std::string, int> cases[] = {
       {installer_, volume_ + "/", 19},
       {installer_, volume_ + "/folder", 19},
-      {installer_, scratch_.path() + "//volume", 19},
       {installer_, scratch_.path("missing"), 19},
       {installer_, "", 19},
       {scratch_.path("missing.app"), volume_, 18},
@@ -74,9 +69,7 @@ TEST_F(InstallMediaTest, NothingRunsForAnotherVolumeOrInstaller) {
   for (const auto& [installer, volume, code] : cases) {
     const auto outcome = perform(installer, volume);
     EXPECT_EQ(output_, "");
-    ASSERT_TRUE(outcome) << installer << " " << volume;
-    EXPECT_EQ(outcome->domain, privilegedOperationErrorDomain);
-    EXPECT_EQ(outcome->code, code) << volume;
+    ASSERT_EQ(codeOf(outcome), code) << installer << " " << volume;
     EXPECT_EQ(*stringIn(outcome->userInfo, filePathErrorKey), code == 18 ? installer : volume);
   }
 }

@@ -25,10 +25,9 @@ class RawClient {
     bool bigEndian;
     Data body;
 
-    WireReader arguments() const { return {body, bigEndian}; }
     /// Domain and code of an answered operation.
     std::pair<std::string, std::int64_t> outcome() const {
-      auto reader = arguments();
+      WireReader reader(body, bigEndian);
       auto domain = reader.string();
       return {domain, reader.int64()};
     }
@@ -90,9 +89,7 @@ class RawClient {
 
   std::optional<Reply> call(const std::string& member, const std::string& signature = "",
                             const Data& body = {}, const std::vector<int>& descriptors = {}) {
-    if (!send(methodCall(member, signature, body, descriptors.size()), descriptors)) {
-      return std::nullopt;
-    }
+    send(methodCall(member, signature, body, descriptors.size()), descriptors);
     return receiveReply();
   }
 
