@@ -86,6 +86,13 @@ TEST_F(EnumeratorTest, TheRelativePathIsLimited) {
   EXPECT_THAT(log_.lines(), ElementsAre(line, line));
 }
 
+TEST_F(EnumeratorTest, ANameOf255BytesBelowTheFirstLevelAddsNothing) {
+  const std::string longName(255, 'n');
+  makeChain(scratch_.path(), longName, 3);
+  EXPECT_THAT(allAt(scratch_.path()),
+              ElementsAre(longName, longName + "/" + longName, longName + "/" + longName));
+}
+
 TEST_F(EnumeratorTest, RunningOutOfDescriptorsEndsTheWalkWithAnError) {
   makeChain(scratch_.path(), "d", 40);
   const auto walk = at(scratch_.path());

@@ -1,12 +1,12 @@
 """The file operations as their documentation has them, on a tree of objects in memory: the model of random_trees.
 
 A rule takes the world, which it changes, and the arguments of its operation. It returns the possible outcomes (a domain
-and a code, or an answer and its value), searches also the records by path. A `Refusal` is the only outcome.
+and a code, or an answer and its value; None is success), searches also the records by path. A `Refusal` is the only
+outcome.
 """
 
 import array
 import fcntl
-import functools
 import os
 import pwd
 import stat
@@ -17,15 +17,17 @@ POSIX, COCOA, ERROR = "NSPOSIXErrorDomain", "NSCocoaErrorDomain", "com.vantor.er
 EPERM, ENOENT, EEXIST, ENOTDIR, EINVAL, ENOTSUP, ELOOP, ENAMETOOLONG, ENOTEMPTY = 1, 2, 17, 20, 22, 45, 62, 63, 66
 WRITE_ERRORS = {ENOENT: 4, EPERM: 513, EEXIST: 516, ENAMETOOLONG: 514}
 GET_FLAGS, SET_FLAGS, IMMUTABLE, APPEND_ONLY = 0x80086601, 0x40086602, 0x10, 0x20
-MOST_LINKS, LONGEST_NAME, MOST_LEVELS, LONGEST_PATH = 40, 255, 499, 1024
+MOST_LINKS, LONGEST_NAME, LONGEST_PATH = 40, 255, 1024
 TYPES = {stat.S_IFREG: "NSFileTypeRegular", stat.S_IFDIR: "NSFileTypeDirectory",
          stat.S_IFLNK: "NSFileTypeSymbolicLink", stat.S_IFSOCK: "NSFileTypeSocket"}
 
 
 class Refusal(Exception):
-    """Its one argument is a POSIX code."""
-    posix = property(lambda self: (POSIX, self.args[0]))
-    cocoa = property(lambda self: (COCOA, WRITE_ERRORS.get(self.args[0], 512)))
+    def __init__(self, code, of_manager=False):
+        self.code, self.of_manager = code, of_manager
+
+    def outcome(self):
+        return (COCOA, WRITE_ERRORS.get(self.code, 512)) if self.of_manager else (POSIX, self.code)
 
 
 def refuse(code, when):
@@ -51,28 +53,24 @@ def flags_of(path, value=None):
 
 
 class Node:
-    """One object. A field that may have several values afterwards is a set of them; an object that may
-    be gone afterwards is not `certain`."""
+    """One object. Of a `loose` one nothing is known after a failure, but that append-only objects are still there."""
 
-    def __init__(self, mode, target=None, status=None):
-        self.kind, self.mode, self.target, self.certain = stat.S_IFMT(mode), stat.S_IMODE(mode), target, True
+    def __init__(self, mode, target=None):
+        self.kind, self.mode, self.target = stat.S_IFMT(mode), stat.S_IMODE(mode), target
         self.uid = self.gid = self.device = 0
         self.identity = self.size = self.mtime = NOW
-        self.immutable = self.append_only = False
+        self.immutable = self.append_only = self.loose = False
         self.entries = {} if self.kind == stat.S_IFDIR else None
-        if status:
-            self.uid, self.gid, self.device, self.size = status.st_uid, status.st_gid, status.st_dev, status.st_size
-            self.identity, self.mtime = (status.st_dev, status.st_ino), status.st_mtime_ns
 
     is_folder = property(lambda self: self.entries is not None)
     is_link = property(lambda self: self.kind == stat.S_IFLNK)
     takes_flags = property(lambda self: self.kind in (stat.S_IFREG, stat.S_IFDIR))
-    is_fixed = property(lambda self: bool(self.immutable or self.append_only))
+    is_fixed = property(lambda self: self.immutable or self.append_only)
 
-    def below(self):
+    def tree(self):
+        yield self
         for child in (self.entries or {}).values():
-            yield child
-            yield from child.below()
+            yield from child.tree()
 
 
 def read(path, known):
@@ -80,7 +78,9 @@ def read(path, known):
     identity = (status.st_dev, status.st_ino)
     if identity in known:
         return known[identity]
-    node = known[identity] = Node(status.st_mode, os.readlink(path) if stat.S_ISLNK(status.st_mode) else None, status)
+    node = known[identity] = Node(status.st_mode, os.readlink(path) if stat.S_ISLNK(status.st_mode) else None)
+    node.identity, node.mtime, node.size = identity, status.st_mtime_ns, status.st_size
+    node.uid, node.gid, node.device = status.st_uid, status.st_gid, status.st_dev
     if node.takes_flags:
         flags = flags_of(path)
         node.immutable, node.append_only = bool(flags & IMMUTABLE), bool(flags & APPEND_ONLY)
@@ -93,15 +93,20 @@ class World:
     """Everything below one folder, which has a path without links. Nothing else exists."""
 
     def __init__(self, place):
-        self.place, self.top = place, read(place, {})
+        self.place, self.top, self.passed = place, read(place, {}), []
 
-    def find(self, path, follow=True, passed=lambda link: None):
-        """The nodes from the top to the object, as the kernel resolves paths; the last is None for a missing object."""
-        refuse(ENOENT, when=not path)
-        links = 0
-        rest, chain = self._start(path) if path.startswith(b"/") else (path.split(b"/")[::-1], [])
+    def find(self, path, follow=True):
+        """The nodes from the top to the object, as the kernel resolves paths; the last is None for a missing object.
+        `passed` are then the links on the way."""
+        rest, chain, self.passed = [path], [], []
         while rest:
             name = rest.pop()
+            if b"/" in name or not chain:
+                if not chain or name.startswith(b"/"):
+                    refuse(ENOENT, when=name != self.place and not name.startswith(self.place + b"/"))
+                    name, chain = name[len(self.place) + 1:], [self.top]
+                rest += name.split(b"/")[::-1]
+                continue
             refuse(ENOTDIR, when=not chain[-1].is_folder)
             if name in (b"", b"."):
                 continue
@@ -113,26 +118,18 @@ class World:
             if node is None:
                 refuse(ENOENT, when=any(rest))
                 return [*chain, None]
-            if not node.certain:
+            if node.loose:
                 raise Undetermined
-            if not node.is_link or not (rest or follow):
+            if node.is_link and (rest or follow):
+                self.passed.append(node)
+                refuse(ELOOP, when=len(self.passed) > MOST_LINKS)
+                rest.append(node.target)
+            else:
                 chain.append(node)
-                continue
-            links += 1
-            passed(node)
-            refuse(ELOOP, when=links > MOST_LINKS)
-            more = node.target.split(b"/")[::-1]
-            if node.target.startswith(b"/"):
-                more, chain = self._start(node.target)
-            rest += more
         return chain
 
-    def _start(self, path):
-        refuse(ENOENT, when=path != self.place and not path.startswith(self.place + b"/"))
-        return path[len(self.place) + 1:].split(b"/")[::-1], [self.top]
-
-    def object(self, path, follow=True, passed=lambda link: None):
-        node = self.find(path, follow, passed)[-1]
+    def object(self, path, follow=True):
+        node = self.find(path, follow)[-1]
         refuse(ENOENT, when=node is None)
         return node
 
@@ -148,14 +145,16 @@ class World:
         try:
             return self.object(path)
         except Refusal as refusal:
-            is_no_folder = path.endswith(b"/") and refusal.args[0] == ENOTDIR
+            is_no_folder = path.endswith(b"/") and refusal.code == ENOTDIR
             raise Refusal(ENOTDIR if is_no_folder else ENOENT) from None
 
-    def real_path(self, path):
+    def folder(self, path):
+        """A folder to be searched, and its path without links."""
+        refuse(ENOTDIR, when=not self.named(path).is_folder)
         chain = self.find(path)
         names = [next(name for name, child in parent.entries.items() if child is node)
                  for parent, node in zip(chain, chain[1:])]
-        return b"/".join([self.place, *names])
+        return chain[-1], b"/".join([self.place, *names])
 
     def location(self, path):
         """The folder, the name and the object (None when it is missing), the last link not followed."""
@@ -163,12 +162,11 @@ class World:
             try:
                 self.object(path)
             except Refusal as refusal:
-                if refusal.args[0] != ENOENT:
-                    raise
+                refuse(refusal.code, when=refusal.code != ENOENT)
         parent, _, name = path.rstrip(b"/").rpartition(b"/")
         folder = self.object(parent + b"/")
         node = folder.entries.get(name)
-        if node is not None and not node.certain:
+        if node is not None and node.loose:
             raise Undetermined
         return folder, name, node
 
@@ -176,32 +174,15 @@ class World:
 def differences(wanted, found, started, path=b"."):
     for field in ("kind", "mode", "uid", "gid", "target", "immutable", "append_only", "identity", "mtime"):
         mine, real = getattr(wanted, field), getattr(found, field)
-        if field == "mtime" and mine is NOW:
-            is_right = real >= started
-        elif isinstance(mine, frozenset):
-            is_right = real in mine
-        else:
-            is_right = mine in (real, ...) or field == "identity" and mine is NOW
-        if not is_right:
+        is_right = mine == real or mine is NOW and (field == "identity" or field == "mtime" and real >= started)
+        if not is_right and not wanted.loose:
             yield path, field, mine, real
     for name in (wanted.entries or {}).keys() | (found.entries or {}).keys():
         child, real = (node.entries.get(name) if node.is_folder else None for node in (wanted, found))
         if child and real:
             yield from differences(child, real, started, path + b"/" + name)
-        elif not child or child.certain:
+        elif not child or not child.loose or any(node.append_only for node in child.tree()):
             yield path + b"/" + name, "wanted" if child else "not wanted"
-
-
-def file_manager(rule):
-    """Its errors are the file manager's."""
-    @functools.wraps(rule)
-    def rule_of_manager(*arguments):
-        try:
-            rule(*arguments)
-        except Refusal as refusal:
-            return {refusal.cocoa}
-        return {DONE}
-    return rule_of_manager
 
 
 def check_itself(world, path):
@@ -212,121 +193,109 @@ def check_itself(world, path):
 
 
 def remove_one(world, path):
-    refuse(EINVAL, when=not path)
     check_itself(world, path)
     folder, name, node = world.location(path)
     if path.endswith(b"/") or node is None:
         world.object(path, follow=False)
     refuse(ENOTDIR, when=path.endswith(b"/") and node.is_link)
     node.immutable = node.append_only = False
-    if folder.is_fixed or node.entries:
-        raise Refusal(EPERM if folder.is_fixed else ENOTEMPTY)
+    refuse(EPERM, when=folder.is_fixed)
+    refuse(ENOTEMPTY, when=node.entries)
     del folder.entries[name]
     folder.mtime = NOW
-    return DONE
 
 
 def remove_all(world, path):
-    refuse(EINVAL, when=not path)
-    if world.get(path) is None:
-        return DONE
-    check_itself(world, path)
-    return remove_entry(*world.location(path)[:2])
+    if world.get(path):
+        check_itself(world, path)
+        remove_entry(*world.location(path)[:2])
 
 
 def remove_entry(folder, name):
     """Clears the immutable flags of everything first. What is append-only stays, with the folders above it; what
     else then stays depends on the order."""
-    node = folder.entries[name]
-    tree = [node, *node.below()]
+    tree = list(folder.entries[name].tree())
     for item in tree:
         item.immutable = False
-    if not folder.is_fixed and not any(item.append_only for item in tree):
-        del folder.entries[name]
-        folder.mtime = NOW
-        return DONE
-    mark_rest(node, folder.is_fixed)
-    return Refusal(EPERM).cocoa
-
-
-def mark_rest(node, is_kept):
-    is_kept |= node.append_only
-    for child in (node.entries or {}).values():
-        is_kept |= mark_rest(child, node.append_only)
-    node.certain &= is_kept
-    node.mtime = ... if node.is_folder else node.mtime
-    return is_kept
+    if folder.is_fixed or any(item.append_only for item in tree):
+        for item in tree:
+            item.loose = True
+        raise Refusal(EPERM, of_manager=True)
+    del folder.entries[name]
+    folder.mtime = NOW
 
 
 def delete_objects(world, recursive, stop, *paths):
     last = DONE
     for path in paths:
         try:
-            outcome = remove_all(world, path) if recursive == "1" else remove_one(world, path)
+            refuse(EINVAL, when=not path)
+            (remove_all if recursive == "1" else remove_one)(world, path)
         except Refusal as refusal:
-            outcome = refusal.posix
-        last = last if outcome == DONE else outcome
-        if stop == "1" and last != DONE:
-            break
+            last = refusal.outcome()
+            if stop == "1":
+                break
     return {last}
 
 
 def delete_contents(world, *paths):
     for path in paths:
         try:
-            folder = world.named(path)
+            folder, base = world.folder(path)
         except Refusal as refusal:
-            if refusal.args[0] == ENOTDIR:
-                raise
+            refuse(ENOTDIR, when=refusal.code == ENOTDIR)
             continue
-        refuse(ENOTDIR, when=not folder.is_folder)
-        base, entries = world.real_path(path), dict(folder.entries)
-        before = {node: node.immutable for node in folder.below()}
-        outcomes = {remove_entry(folder, name) for name in entries if world.get(base + b"/" + name)} - {DONE}
+        entries, outcomes = dict(folder.entries), set()
+        for name in entries:
+            try:
+                if world.get(base + b"/" + name):
+                    remove_entry(folder, name)
+            except Refusal as refusal:
+                outcomes.add(refusal.outcome())
         if outcomes:  # The entries after the first that fails are left alone.
-            for name in entries.keys() - folder.entries.keys():
-                mark_rest(entries[name], False)
-            for node, immutable in before.items():
-                node.immutable = frozenset({immutable, False})
-            folder.entries, folder.mtime = entries, ...
+            folder.entries = entries
+            for item in folder.tree():
+                item.loose = True
             return outcomes
-    return {DONE}
+    return None
 
 
 def create(world, path, code):
     modes = {"F": stat.S_IFREG | 0o644, "X": stat.S_IFREG | 0o755, "D": stat.S_IFDIR | 0o755}
-    if not path or code not in modes or world.get(path):
-        raise Refusal(EEXIST if path and code in modes else EINVAL)
-    outcomes = file_manager(add)(world, path, Node(modes[code]), code == "D")
-    return outcomes if code == "D" or outcomes == {DONE} else {(ERROR, 4)}
+    refuse(EINVAL, when=not path or code not in modes)
+    refuse(EEXIST, when=world.get(path))
+    try:
+        add(world, path, Node(modes[code]), code == "D")
+    except Refusal as refusal:
+        refusal.of_manager = True
+        return {refusal.outcome() if code == "D" else (ERROR, 4)}
+    return None
 
 
 def add(world, path, new, slash_is_good=False):
     folder, name, node = world.location(path)
     refuse(ENOENT, when=path.endswith(b"/") and not slash_is_good)
-    if len(name) > LONGEST_NAME or node:
-        raise Refusal(EEXIST if node else ENAMETOOLONG)
+    refuse(ENAMETOOLONG, when=len(name) > LONGEST_NAME)
+    refuse(EEXIST, when=node)
     refuse(EPERM, when=folder.immutable or (new.identity and new.is_fixed))
     folder.entries[name], folder.mtime = new, NOW
 
 
-@file_manager
 def rename(world, path, new_path):
     folder, name, node = world.location(path)
     to_folder, to_name, there = world.location(new_path)
     if to_folder.device != folder.device:
         raise Undetermined
     refuse(ENOTDIR, when=(path.endswith(b"/") or new_path.endswith(b"/")) and node and not node.is_folder)
-    if node is None or len(to_name) > LONGEST_NAME:
-        raise Refusal(ENAMETOOLONG if len(to_name if node else name) > LONGEST_NAME else ENOENT)
-    if there or to_folder in (node, *node.below()):
-        raise Refusal(EEXIST if there else EINVAL)
+    refuse(ENAMETOOLONG, when=len(to_name if node else name) > LONGEST_NAME)
+    refuse(ENOENT, when=node is None)
+    refuse(EEXIST, when=there)
+    refuse(EINVAL, when=to_folder in node.tree())
     refuse(EPERM, when=folder.is_fixed or node.is_fixed or to_folder.immutable)
     to_folder.entries[to_name] = folder.entries.pop(name)
     folder.mtime = to_folder.mtime = NOW
 
 
-@file_manager
 def link(world, path, target, hard):
     if not hard:
         if not target:
@@ -339,7 +308,7 @@ def link(world, path, target, hard):
         world.object(target, follow=False)
     if node.is_folder or folder.device != node.device:
         raise Undetermined
-    add(world, path, Node(stat.S_IFLNK | 0o777, node.target) if node.is_link else node)
+    return add(world, path, Node(stat.S_IFLNK | 0o777, node.target) if node.is_link else node)
 
 
 def inspect(world, path):
@@ -352,61 +321,43 @@ def touch(world, path):
     node = world.named(path)
     refuse(EPERM, when=node.immutable)
     node.mtime = NOW
-    return {DONE}
 
 
 def trusted_target(world, path):
     """The target of a link that everything on the way to it trusts: root's links, or those of the target's owner,
     on its file system."""
-    owners, device = set(), world.object(path, follow=False).device
-    try:
-        target = world.object(path, passed=lambda link: owners.add(link.uid))
-    except Refusal:
-        return None
-    return target if target.device == device and owners <= {0, target.uid} else None
+    device, target = world.object(path, follow=False).device, world.get(path)
+    owners = {passed.uid for passed in world.passed}
+    return target if target and target.device == device and owners <= {0, target.uid} else None
 
 
 def protect(world, path, value, recursive, stay):
     top = world.named(path)
     changed = {top}
     if recursive and top.is_folder:
-        device = world.object(path, follow=False).device if stay else None
-        for at, node in items(world.real_path(path), top, device):
+        base, device = world.folder(path)[1], world.object(path, follow=False).device if stay else None
+        for at, _, node in entered(base, top, device):
             changed.add(trusted_target(world, at) if node.is_link else node)
     changed.discard(None)
     refusing = {node for node in changed if value and not node.takes_flags}
-    for node in changed - refusing if top not in refusing else ():
-        certainly = node is top or not refusing
-        node.immutable = value if certainly else frozenset({node.immutable, value})
-    return {(POSIX, ENOTSUP) if refusing else DONE}
+    refuse(ENOTSUP, when=top in refusing)
+    for node in changed - refusing:
+        node.immutable, node.loose = value, bool(refusing) and node is not top
+    refuse(ENOTSUP, when=refusing)
 
 
-def items(path, top, device=None):
-    """The paths and nodes below a folder, those on other devices passed over."""
+def entered(base, top, device=None, skipped=(), is_limited=False, relative=b""):
+    """Path, name and node of what is below a folder, with what is on other devices and in skipped folders left out. A
+    limited walk, a search's, reports but does not enter them: the part of a path below the folder is at most 1,024
+    bytes long, and a name of 255 bytes below the first level adds nothing to it."""
     for name, node in top.entries.items():
-        if device in (None, node.device):
-            yield path + b"/" + name, node
-            if node.is_folder:
-                yield from items(path + b"/" + name, node, device)
-
-
-def enumerated(path, top, device=None, skipped=(), relative=b"", level=1):
-    """The paths that a search reports below a folder, with the nodes; enters the folders on the device that are not
-    skipped. The part of a path below the folder is at most 1,024 bytes long, and a name of 255 bytes below the first
-    level adds nothing to it."""
-    for name, node in top.entries.items():
-        joined = relative + (b"/" if relative else b"") + name
-        yield path + b"/" + joined, name, node
-        fits = len(relative) + 1 + len(name) <= LONGEST_PATH and level <= MOST_LEVELS
-        if node.is_folder and device in (None, node.device) and fits and node not in skipped:
-            below = relative if level > 1 and len(name) == LONGEST_NAME else joined
-            yield from enumerated(path, node, device, skipped, below, level + 1)
-
-
-def search_folder(world, path):
-    top = world.named(path)
-    refuse(ENOTDIR, when=not top.is_folder)
-    return world.real_path(path), top
+        is_here, joined = device in (None, node.device), relative + (b"/" if relative else b"") + name
+        if is_here or is_limited:
+            yield base + b"/" + joined, name, node
+        fits = not is_limited or len(relative) + 1 + len(name) <= LONGEST_PATH
+        if node.is_folder and is_here and fits and node not in skipped:
+            below = relative if is_limited and relative and len(name) == LONGEST_NAME else joined
+            yield from entered(base, node, device, skipped, is_limited, below)
 
 
 def record(node):
@@ -414,8 +365,8 @@ def record(node):
 
 
 def search(world, path, stay, is_wanted, skipped=()):
-    base, top = search_folder(world, path)
-    found = enumerated(base, top, top.device if stay else None, skipped)
+    top, base = world.folder(path)
+    found = entered(base, top, top.device if stay else None, skipped, is_limited=True)
     return {DONE}, [(at, record(node)) for at, name, node in found if is_wanted(name, node)]
 
 
@@ -429,7 +380,7 @@ def extension(name):
 
 
 def search_names(world, path, prefix, wanted_extension, folders):
-    base, top = search_folder(world, path)
+    top, base = world.folder(path)
     targets = {name: world.get(base + b"/" + name) for name in top.entries}
     return {DONE}, [(base + b"/" + name, record(top.entries[name])) for name, target in targets.items()
                     if name.startswith(prefix) and wanted_extension in (b"", extension(name))
@@ -439,11 +390,9 @@ def search_names(world, path, prefix, wanted_extension, folders):
 def search_patterns(world, path, stay, *pairs):
     tests = {"0": bytes.__eq__, "1": bytes.startswith, "2": lambda name, text: extension(name) == text}
     refuse(EINVAL, when=stay not in ("0", "1"))
-    _, top = search_folder(world, path)
-    patterns = list(zip(pairs[::2], pairs[1::2]))
-    are_good = all(kind in tests and text for kind, text in patterns)
-    if not are_good or not top.entries:
-        raise Refusal(ENOENT if are_good else EINVAL)
+    top, patterns = world.folder(path)[0], list(zip(pairs[::2], pairs[1::2]))
+    refuse(EINVAL, when=not all(kind in tests and text for kind, text in patterns))
+    refuse(ENOENT, when=not top.entries)
     return search(world, path, stay == "1", lambda name, _: any(tests[kind](name, text) for kind, text in patterns))
 
 
@@ -452,7 +401,7 @@ def search_orphans(world, path, stay):
     known, skipped = {0, *(user.pw_uid for user in pwd.getpwall())}, set()
 
     def is_wanted(_, node):
-        inside = [child for _, child in items(b"", node, node.device)] if node.is_folder else []
+        inside = [child for _, _, child in entered(b"", node, node.device)] if node.is_folder else []
         if any(item.uid in known for item in (node, *inside)):
             return False
         skipped.add(node)
@@ -462,27 +411,30 @@ def search_orphans(world, path, stay):
 
 
 def size(world, path):
-    return {("Size", sum(node.size for node in search_folder(world, path)[1].below()))}
+    top, _ = world.folder(path)
+    return {("Size", sum(node.size for node in top.tree() if node is not top))}
 
 
 def propagate(world, path, _expected, stay, options):
     """Execute bits are for folders, and for sockets, whose type has the folders' bit. Nothing is refused that would
     change nothing."""
-    base, top = search_folder(world, path)
-    changes, refusals = {}, {}
-    for _, _, node in enumerated(base, top, top.device if stay else None):
+    top, base = world.folder(path)
+    changes, refusals = {}, set()
+    for _, _, node in entered(base, top, top.device if stay else None, is_limited=True):
         mode, bits = node.mode, 0o777 if node.kind & stat.S_IFDIR else 0o666
         for option, those in ((8, 0o700), (4, 0o070), (2, 0o007)):
             if options & option and not node.is_link:
                 mode = top.mode & bits & those | mode & ~(bits & those)
         owner = (top.uid if options & 0x20 else node.uid, top.gid if options & 0x10 else node.gid)
         if options & 0x30 and node.mode & 0o6000:
-            refusals[node] = POSIX, EINVAL
+            refusals.add((POSIX, EINVAL))
         elif node.is_fixed and (owner != (node.uid, node.gid) or mode != node.mode):
-            refusals[node] = ERROR, 14 if owner != (node.uid, node.gid) else 15
+            refusals.add((ERROR, 14 if owner != (node.uid, node.gid) else 15))
         else:
-            changes[node] = {"uid": owner[0], "gid": owner[1], "mode": mode}
-    for node, new in changes.items():
-        for field, value in new.items():
-            setattr(node, field, frozenset({value, getattr(node, field)}) if refusals else value)
-    return set(refusals.values()) or {DONE}
+            changes[node] = *owner, mode
+    for node, (node.uid, node.gid, node.mode) in changes.items():
+        node.loose = bool(refusals)
+    return refusals or {DONE}
+
+
+MANAGERS = (rename, link)  # Their errors are the file manager's.
