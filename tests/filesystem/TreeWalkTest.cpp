@@ -1,14 +1,8 @@
 #include "filesystem/walk/TreeWalk.h"
 
-#include <gmock/gmock.h>
-
 #include <algorithm>
 #include <atomic>
 #include <functional>
-#include <map>
-#include <mutex>
-#include <set>
-#include <thread>
 
 #include "filesystem/FolderChain.h"
 #include "support/ItemFixture.h"
@@ -16,59 +10,7 @@
 namespace qrt {
 namespace {
 
-using testing::ElementsAre;
-
-/// Keeps what it was called with, in order, and takes its time for files.
-class Recorder : public TreeVisitor {
- public:
-  PosixResult<Next> visit(const TreeObject& object) override {
-    note("visit", object);
-    if (!object.isFolder()) std::this_thread::sleep_for(std::chrono::microseconds(20));
-    return Next::enter;
-  }
-  PosixResult<Leave> leave(const TreeObject& folder, unsigned) override {
-    note("leave", folder);
-    return Leave::done;
-  }
-  std::vector<std::string> calls;
-  std::set<unsigned> workers;
-  std::set<std::thread::id> threads;
-
- private:
-  void note(const std::string& call, const TreeObject& object) {
-    const std::lock_guard lock(mutex_);
-    calls.push_back(call + " " + object.relativePath());
-    workers.insert(object.worker());
-    threads.insert(std::this_thread::get_id());
-  }
-  std::mutex mutex_;
-};
-
 using TreeWalkTest = test::ItemFixture;
-
-TEST_F(TreeWalkTest, TwoWorkersVisitEverythingOnceAndInOrder) {
-  if (std::thread::hardware_concurrency() < 2) GTEST_SKIP() << "needs two processors";
-  // 20 folders with 20 folders each, with four files each.
-  scratch_.make(
-      "for i in $(seq 0 399); do echo $((i / 20))/$((i % 20)); done | xargs mkdir -p;"
-      "for i in */*; do : > $i/1; : > $i/2; : > $i/3; : > $i/4; done");
-  Recorder recorder;
-  EXPECT_FALSE(walkTree(platform_.files, scratch_.path().c_str(), recorder));
-  EXPECT_THAT(recorder.workers, ElementsAre(0u, 1u));
-  EXPECT_EQ(recorder.threads.size(), 2u);
-
-  std::map<std::string, std::size_t> position;
-  for (const auto& call : recorder.calls) {
-    EXPECT_TRUE(position.emplace(call, position.size()).second) << call;
-  }
-  EXPECT_EQ(position.size(), 20u * (1 + 20 * (1 + 4)) + 20 * 21 + 1);
-  for (const auto& [call, at] : position) {
-    if (!call.starts_with("visit") || call.find('/') == std::string::npos) continue;
-    const auto parent = call.substr(6, call.rfind('/') - 6);
-    EXPECT_LT(at, position.at("leave " + parent)) << call;
-    EXPECT_GT(at, position.at("visit " + parent)) << call;
-  }
-}
 
 std::size_t openDescriptors() {
   std::size_t count = 0;

@@ -11,24 +11,7 @@ constexpr int list = 0x01;
 
 /// Links in a tree whose owner chooses where they lead. Work on the tree that acts on their targets
 /// must not let that owner reach what belongs to others.
-class LinksInTreesTest : public test::OperationFixture {
- protected:
-  /// Makes each link of "NAME>TEXT:UID ...", below the scratch folder.
-  void makeLinks(const std::string& links) const {
-    std::istringstream words(links);
-    for (std::string word; words >> word;) {
-      const auto arrow = word.find('>'), colon = word.rfind(':');
-      auto text = word.substr(arrow + 1, colon - arrow - 1);
-      if (text[0] == '/') text.insert(0, scratch_.path());
-      const auto link = scratch_.link(word.substr(0, arrow), text);
-      const auto user = static_cast<uid_t>(std::stoi(word.substr(colon + 1)));
-      ASSERT_EQ(lchown(link.c_str(), user, user), 0);
-    }
-  }
-  bool isProtected(const std::string& name) const {
-    return platform_.files.status(scratch_.path(name).c_str(), Links::stay)->flags != 0;
-  }
-};
+using LinksInTreesTest = test::OperationFixture;
 
 TEST_F(LinksInTreesTest, ChangesOnlyTargetsOfTheLinksOwners) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
@@ -63,14 +46,23 @@ TEST_F(LinksInTreesTest, ChangesOnlyTargetsOfTheLinksOwners) {
     const test::Mount volume(test::Mount::Kind::memory, scratch_.path("volume"));
     ASSERT_TRUE(volume.isMounted());
     scratch_.make("touch volume/users; chown 77 volume/users");
-    makeLinks(links);
-    if (HasFatalFailure()) return;
+    std::istringstream words(links);
+    for (std::string word; words >> word;) {  // NAME>TEXT:UID
+      const auto arrow = word.find('>'), colon = word.rfind(':');
+      auto text = word.substr(arrow + 1, colon - arrow - 1);
+      if (text[0] == '/') text.insert(0, scratch_.path());
+      const auto link = scratch_.link(word.substr(0, arrow), text);
+      const auto user = static_cast<uid_t>(std::stoi(word.substr(colon + 1)));
+      ASSERT_EQ(lchown(link.c_str(), user, user), 0);
+    }
     EXPECT_EQ(perform("PropPermissions", {scratch_.path("tree"), 0, false, list}), success);
     EXPECT_EQ(test::aclOf(scratch_.path(target)).find("user:9:") != std::string::npos, isChanged)
         << links;
     for (const bool value : {true, false}) {
       EXPECT_EQ(perform("ModifyProtection", {scratch_.path("tree"), value, true, false}), success);
-      EXPECT_EQ(isProtected(target), value && isChanged) << links;
+      EXPECT_EQ(platform_.files.status(scratch_.path(target).c_str(), Links::stay)->flags != 0,
+                value && isChanged)
+          << links;
     }
     scratch_.make("rm -r tree folder roots users others volume/users; rm -f b");
   }
