@@ -13,6 +13,7 @@ TEST(LoopDevice, ExactlyTheBlocksAreErasedUpToTheEndOfTheDevice) {
     int code;
   } cases[] = {{512, 2049, 4 << 20, 2049, 0},
                {4096, 5000, 4 << 20, 5000, 0},
+               {4096, 3, 4 << 20, 3, 0},
                {512, 17, 8704, 17, 0},
                {512, -1, 8704, 17, 28}};
   for (const auto& [sectorSize, blocks, size, erased, code] : cases) {

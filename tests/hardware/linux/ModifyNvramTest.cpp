@@ -19,7 +19,8 @@ class ModifyNvram : public testing::Test {
   }
   /// The code of a refusal by the system.
   PropertyValue refusal(const std::string& name, const std::string& text) {
-    return modify(name, text)->userInfo.at("QRTLocalizedRecoverySuggestionParameters");
+    const auto failure = modify(name, text);
+    return failure ? failure->userInfo.at("QRTLocalizedRecoverySuggestionParameters") : Array();
   }
 
   static inline const std::string folder = "sys/firmware/efi/efivars/";
