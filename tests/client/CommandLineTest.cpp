@@ -20,44 +20,36 @@ using CommandLineTest = test::ClientFixture;
 TEST_F(CommandLineTest, WordsBecomeTheValuesOfTheRequest) {
   const test::ScratchFolder scratch;
   const auto contents = scratch.file("contents", std::string("\0\xFF\n", 3));
-  const std::tuple<Words, std::string, Array> cases[] = {
-      {{"nop"}, "9998", {}},
-      {{"delete-fileobjects", "--recursive", "/a", "../b/"}, "3", {"1", "0", "/a", "/here/../b/"}},
-      {{"delete-fileobjects", "a", "--stop-on-first-error"}, "3", {"0", "1", "/here/a"}},
-      {{"modify-kernelsetting", "a", "18446744073709551615"}, "15", {"a", UINT64_MAX}},
-      {{"modify-kernelsetting", "a", "-0x10"}, "15", {"a", -16}},
-      {{"signal-process", "1234", "sigusr1"}, "19", {1234, SIGUSR1}},
-      {{"modify-protection", "/a", "off", "--recursive"}, "7", {"/a", false, true, false}},
+  const std::pair<Words, Array> cases[] = {
+      {{"delete-fileobjects", "--recursive", "/a", "../b/"}, {"1", "0", "/a", "/here/../b/"}},
+      {{"delete-fileobjects", "a", "--stop-on-first-error"}, {"0", "1", "/here/a"}},
+      {{"modify-kernelsetting", "a", "18446744073709551615"}, {"a", UINT64_MAX}},
+      {{"modify-kernelsetting", "a", "-0x10"}, {"a", -16}},
+      {{"signal-process", "1234", "sigusr1"}, {1234, SIGUSR1}},
+      {{"modify-protection", "/a", "off", "--recursive"}, {"/a", false, true, false}},
       {{"prop-permissions", "/", "--copy", "owner", "--copy", "acl", "--copy", "acl"},
-       "21",
        {"/", 0, false, 9}},
       {{"search-patterns", "/", "--name", "core", "--name", "x"},
-       "12",
        {"/", "0", "0", "core", "0", "x"}},
-      {{"modify-systemfile", "a", contents}, "0", {"/here/a", Data{0, 0xFF, '\n'}, false}},
-      {{"modify-sysconf", "k", "--file", "site"}, "18", {"qrtctl", "site", "k", ""}},
-      {{"perform-uninstall", "/a", "/b"}, "9994", {42, "/a", "/b"}},
+      {{"modify-systemfile", "a", contents}, {"/here/a", Data{0, 0xFF, '\n'}, false}},
+      {{"modify-sysconf", "k", "--file", "site"}, {"qrtctl", "site", "k", ""}},
+      {{"perform-uninstall", "/a", "/b"}, {42, "/a", "/b"}},
       {{"execute-utility", "chmod", "--", "-Rv", "/a b", "--", "--json"},
-       "22",
        {"qrtctl", "chmod", "-Rv", "/a b", "--", "--json"}},
       // Words with a meaning for the parser.
       {{"delete-foldercontents", "nop", "version", "[a,b]", "++", "{}", "%%", "-", "\x01x", "\xFF"},
-       "4",
        {"/here/nop", "/here/version", "/here/[a,b]", "/here/++", "/here/{}", "/here/%%", "/here/-",
         "/here/\x01x", "/here/\xFF"}},
       {{"delete-foldercontents", "a", "--", "--json", "-x", "--", "[b]", "++"},
-       "4",
        {"/here/a", "/here/--json", "/here/-x", "/here/--", "/here/[b]", "/here/++"}},
       // An empty path never becomes the current folder.
-      {{"delete-foldercontents", ""}, "4", {""}},
+      {{"delete-foldercontents", ""}, {""}},
       {{"--prompt", "[p]", "nop", "--icon=i.png"},
-       "9998",
        {"!QRTMETA!",
         Dictionary{{"QRTAuthorizationPrompt", "[p]"}, {"QRTAuthorizationIcon", "/here/i.png"}}}},
   };
-  for (const auto& [words, code, values] : cases) {
+  for (const auto& [words, values] : cases) {
     EXPECT_EQ(run(words), 0) << testing::PrintToString(words) << terminal.errors();
-    EXPECT_THAT(helper.calls, testing::Contains("perform " + code));
     // JSON distinguishes 0 and false; the values' own equality does not.
     EXPECT_EQ(jsonOf(helper.arguments).dump(), jsonOf(values).dump());
   }

@@ -4,28 +4,22 @@
 #include "daemon/DaemonWith.h"
 #include "support/FakeAuthority.h"
 
-namespace {
-
 using namespace qrt;
 
-class UndecidedAuthority : public test::FakeAuthority {
- public:
+struct Dialog : Authorization {
+  AuthorizationStatus copyRight(const std::string&, const AuthorizationEnvironment&,
+                                std::uint32_t) override {
+    for (;;) pause();
+  }
+  void free(std::uint32_t) override {}
+};
+
+struct UndecidedAuthority : test::FakeAuthority {
   Result<std::unique_ptr<Authorization>, AuthorizationStatus> createFromExternalForm(
       const Caller&, const AuthorizationExternalForm&, Log&) override {
     return std::unique_ptr<Authorization>(std::make_unique<Dialog>());
   }
-
- private:
-  struct Dialog : Authorization {
-    AuthorizationStatus copyRight(const std::string&, const AuthorizationEnvironment&,
-                                  std::uint32_t) override {
-      for (;;) pause();
-    }
-    void free(std::uint32_t) override {}
-  };
 };
-
-}  // namespace
 
 int main() {
   const NativePlatform native;
