@@ -45,8 +45,9 @@ class UtilityOperations : public testing::Test {
 
 TEST_F(UtilityOperations, RefuseNamesThatAreNotInTheTable) {
   const auto tool = makeTool("touch " + scratch.path("ran"));
-  for (const Array& arguments : {Array{"/App"}, Array{"", "tool"}, Array{"/App", ""},
-                                 Array{"/App", "tool "}, Array{"/App", tool}}) {
+  for (const Array& arguments :
+       {Array{"/App"}, Array{"", "tool"}, Array{"/App", ""}, Array{"/App", "tool "},
+        Array{"/App", tool}, Array{"/App", "../tool"}}) {
     EXPECT_EQ(execute(tool, arguments), posixError(PosixCode::invalidArgument));
   }
   EXPECT_FALSE(test::exists(scratch.path("ran")));

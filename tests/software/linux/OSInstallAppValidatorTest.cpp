@@ -88,6 +88,7 @@ TEST(OSInstallAppValidator, TheSignatureDecides) {
       {{.chain = otherRoot}, false},
       {{.hasMakersRoot = false}, false},
       {{.change = "touch Resources/new"}, false},
+      {{.change = image}, false},
       {{.info = highSierra, .team = "ANY"}, true},
       {{.info = highSierra, .chain = otherLeaf}, false},
       {{.info = mavericks, .team = team}, true},
@@ -96,6 +97,7 @@ TEST(OSInstallAppValidator, TheSignatureDecides) {
       {{.info = mavericks, .team = team, .change = image}, true},
       {{.info = mavericks, .team = team, .change = image + "touch SharedSupport/second"}, false},
       {{.info = mavericks, .team = team, .change = "touch SharedSupport/second; " + image}, false},
+      {{.info = mavericks, .team = team, .change = image + "rm Resources/resource"}, false},
       {{.info = mavericks, .team = team, .change = "touch InstallESD.dmg"}, false},
       // The first identifier is that of the file with the description, the second the bundle's.
       {{.info = mavericks, .installInfo = version14, .team = team}, false},
