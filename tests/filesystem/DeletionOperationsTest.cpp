@@ -19,18 +19,6 @@ using test::PortFileSystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(FileManagerError, HasTheCodesOfTheCocoaDomain) {
-  const std::tuple<PosixCode, int, int> rows[] = {{PosixCode::noEntry, 260, 4},
-                                                  {PosixCode::permissionDenied, 257, 513},
-                                                  {PosixCode::nameTooLong, 258, 514},
-                                                  {PosixCode::quotaExceeded, 256, 640},
-                                                  {PosixCode::readOnlyFileSystem, 256, 642}};
-  for (const auto& [cause, reading, writing] : rows) {
-    EXPECT_EQ(fileReadError(cause, "/x").code, reading);
-    EXPECT_EQ(fileWriteError(cause, "/x").code, writing);
-  }
-}
-
 /// Files with flags and failures of a test's choice.
 class FakedFiles : public PortFileSystem {
  public:
@@ -126,9 +114,6 @@ TEST_F(DeletionTest, AFolderThatFillsUpIsEmptiedALimitedNumberOfTimes) {
   }
 }
 
-#define NEEDS_FLAGS(change) \
-  if (!(change)) GTEST_SKIP() << "needs the right to set flags on a file system that has them"
-
 TEST_F(DeletionTest, ALackOfMemoryDoesNotPassForAMissingObject) {
   const auto file = scratch_.file("file");
   files_.statusAnswer = PosixCode::outOfMemory;
@@ -137,7 +122,7 @@ TEST_F(DeletionTest, ALackOfMemoryDoesNotPassForAMissingObject) {
 
 TEST_F(DeletionTest, SingleRemovalReportsSystemFlagsWhiteoutsAndFlagsThatStay) {
   const auto file = scratch_.file("file");
-  NEEDS_FLAGS(scratch_.changeFlags("file", "+i"));
+  if (!scratch_.changeFlags("file", "+i")) GTEST_SKIP() << "needs the right to set flags";
   for (const auto flag : {file_flag::systemImmutable, file_flag::systemAppendOnly}) {
     files_.plantFlags(file, flag);
     EXPECT_EQ(remove(file, singly), fileDeletionError(Code::systemFlags, file));
@@ -160,28 +145,22 @@ TEST_F(DeletionTest, SystemIntegrityProtectionExplainsARefusal) {
     return error;
   };
   const auto refusal = posixError(PosixCode::notPermitted), busy = posixError(PosixCode::busy);
-  const struct {
-    const char* version;
-    std::uint32_t flags;
-    PosixCode answer;
-    bool isRecursive;
-    Error outcome;
-  } rows[] = {{"10.11", file_flag::restricted, PosixCode::notPermitted, singly, because(refusal)},
-              {"10.11", file_flag::restricted, PosixCode::notPermitted, recursively,
-               because(fileWriteError(PosixCode::notPermitted, file))},
-              // Of another refusal, before there was such a protection, and without the flags it
-              // says nothing.
-              {"10.11", file_flag::restricted, PosixCode::busy, singly, busy},
-              {"10.10.15", file_flag::restricted, PosixCode::notPermitted, singly, refusal},
-              {"10.11", 0, PosixCode::notPermitted, singly, refusal}};
-  for (const auto& row : rows) {
+  const auto flag = file_flag::restricted;
+  const std::tuple<const char*, std::uint32_t, PosixCode, bool, Error> rows[] = {
+      {"10.11", flag, PosixCode::notPermitted, singly, because(refusal)},
+      {"10.11", flag, PosixCode::notPermitted, recursively,
+       because(fileWriteError(PosixCode::notPermitted, file))},
+      {"10.11", flag, PosixCode::busy, singly, busy},
+      {"10.10.15", flag, PosixCode::notPermitted, singly, refusal},
+      {"10.11", 0, PosixCode::notPermitted, singly, refusal}};
+  for (const auto& [version, flags, answer, isRecursive, outcome] : rows) {
     const test::ScratchFolder root;
     test::plant(root, "System/Library/CoreServices/SystemVersion.plist",
-                std::string("{ ProductVersion = \"") + row.version + "\"; }");
+                std::string("{ ProductVersion = \"") + version + "\"; }");
     NSProcessInfoQRTAdditions::updateVersionInfo(NativePlatform(root.path() + "/").facilities());
-    files_.plantFlags(file, row.flags);
-    files_.beforeRemoval = [&](FileAt) { return row.answer; };
-    EXPECT_EQ(remove(file, row.isRecursive), row.outcome) << row.version << " " << row.flags;
+    files_.plantFlags(file, flags);
+    files_.beforeRemoval = [code = answer](FileAt) { return code; };
+    EXPECT_EQ(remove(file, isRecursive), outcome) << version << " " << flags;
   }
   EXPECT_FALSE(additions::isSIPRestrictedObjectAtPath(platform_, ""));
   EXPECT_FALSE(additions::isSIPRestrictedObjectAtPath(platform_, scratch_.path("missing")));

@@ -1,13 +1,13 @@
 #include "filesystem/objects/ExtendedAttributeAdditions.h"
 
-#include "support/ItemFixture.h"
+#include "filesystem/OperationFixture.h"
 
 namespace qrt {
 namespace {
 
 using namespace ExtendedAttributeAdditions;
 
-using ExtendedAttributeAdditionsTest = test::ItemFixture;
+using ExtendedAttributeAdditionsTest = test::OperationFixture;
 
 TEST_F(ExtendedAttributeAdditionsTest, ReturnsTheNamesOfALinkWithTheValuesOfItsTarget) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";

@@ -8,13 +8,17 @@
 
 #include "filesystem/FileSystemHandlers.h"
 #include "operations/PrivilegedOperationError.h"
+#include "platform/AccessControl.h"
+#include "platform/ExtendedAttributes.h"
+#include "platform/FileSystem.h"
+#include "platform/NativePlatform.h"
 #include "support/FakeFeedback.h"
-#include "support/ItemFixture.h"
 #include "support/PlatformDouble.h"
+#include "support/ScratchFolder.h"
 
 namespace qrt::test {
 
-class OperationFixture : public ItemFixture {
+class OperationFixture : public testing::Test {
  protected:
   OperationFixture() { registerFileSystemHandlers(handlers_); }
 
@@ -60,6 +64,9 @@ class OperationFixture : public ItemFixture {
     EXPECT_EQ(error->userInfo.at("QRTLocalizedRecoverySuggestionParameters"), Array{path});
   }
 
+  ScratchFolder scratch_;
+  const NativePlatform native_;
+  const Platform& platform_ = native_.facilities();
   const Outcome invalid_ = posixError(PosixCode::invalidArgument);
   FakeFeedback feedback_;
 

@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "filesystem/FolderChain.h"
-#include "support/ItemFixture.h"
+#include "filesystem/OperationFixture.h"
 #include "support/Mounts.h"
 #include "support/RecordingLog.h"
 
@@ -35,7 +35,7 @@ auto withDescriptors(rlim_t room, Action action) {
   return answer;
 }
 
-class EnumeratorTest : public test::ItemFixture {
+class EnumeratorTest : public test::OperationFixture {
  protected:
   auto at(const std::string& path, bool stay = false) {
     return QRTDirectoryEnumerator::enumeratorAtPath(platform_.files, log_, path, stay);

@@ -5,12 +5,12 @@
 #include <functional>
 
 #include "filesystem/FolderChain.h"
-#include "support/ItemFixture.h"
+#include "filesystem/OperationFixture.h"
 
 namespace qrt {
 namespace {
 
-using TreeWalkTest = test::ItemFixture;
+using TreeWalkTest = test::OperationFixture;
 
 std::size_t openDescriptors() {
   std::size_t count = 0;

@@ -9,8 +9,8 @@
 
 #include "PortFileSystem.h"
 #include "filesystem/FolderChain.h"
+#include "filesystem/OperationFixture.h"
 #include "filesystem/objects/FileManager.h"
-#include "support/ItemFixture.h"
 #include "support/Mounts.h"
 #include "support/PlantedFile.h"
 #include "support/PlatformDouble.h"
@@ -36,7 +36,7 @@ std::string description(const std::string& path) {
         awk '{gsub(/[^ia]/, "", $1); print}')");
 }
 
-class ItemMoveTest : public test::ItemFixture {
+class ItemMoveTest : public test::OperationFixture {
  protected:
   Outcome move(const std::string& from, const std::string& to) {
     return FileManager::moveItemAtPath(platform_, from, to);
