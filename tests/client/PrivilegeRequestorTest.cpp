@@ -55,23 +55,20 @@ TEST_F(PrivilegeRequestorTest, SendsARequestOnce) {
   }
 }
 
-TEST_F(PrivilegeRequestorTest, SendsNothingWithoutACodeOrAnAuthorization) {
-  const auto requestor = connect();
-  EXPECT_EQ((*requestor)->perform("format-planet", {}), posixError(PosixCode::invalidArgument));
-  helper.externalForm = posixError(PosixCode::permissionDenied);
-  EXPECT_EQ((*requestor)->perform("nop", {}), posixError(PosixCode::permissionDenied));
-  EXPECT_EQ(helper.calls.back(), "createExternalForm");
-}
-
-TEST_F(PrivilegeRequestorTest, AnInterruptedRequestorPerformsNothingMore) {
+TEST_F(PrivilegeRequestorTest, SendsNothingWithoutACodeOrAnAuthorizationOrAfterAnInterruption) {
   {
-    const auto requestor = connect();
-    helper.whileItRuns = [&] { (*requestor)->interrupt(); };
-    EXPECT_EQ((*requestor)->perform("nop", {}), posixError(PosixCode::interrupted));
-    EXPECT_EQ((*requestor)->perform("nop", {}), posixError(PosixCode::interrupted));
+    const auto requestor = std::move(connect()).value();
+    EXPECT_EQ(requestor->perform("format-planet", {}), posixError(PosixCode::invalidArgument));
+    helper.externalForm = posixError(PosixCode::permissionDenied);
+    EXPECT_EQ(requestor->perform("nop", {}), posixError(PosixCode::permissionDenied));
+    helper.externalForm = Data(32, 0xAB);
+    helper.whileItRuns = [&] { requestor->interrupt(); };
+    EXPECT_EQ(requestor->perform("nop", {}), posixError(PosixCode::interrupted));
+    EXPECT_EQ(requestor->perform("nop", {}), posixError(PosixCode::interrupted));
   }
-  EXPECT_THAT(helper.calls, ElementsAre("connect /socket", "register 42", "createExternalForm",
-                                        "perform 9998", "unregister later 42"));
+  EXPECT_THAT(helper.calls,
+              ElementsAre("connect /socket", "register 42", "createExternalForm",
+                          "createExternalForm", "perform 9998", "unregister later 42"));
 }
 
 }  // namespace

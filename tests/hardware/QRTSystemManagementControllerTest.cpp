@@ -51,22 +51,17 @@ TEST(SMCValueDecoding, EveryTypeHasItsValueAndItsSize) {
 }
 
 TEST(SMCValueDecoding, ExactlyTheFixedPointCodesHaveADivisor) {
-  int recognized = 0;
-  for (const auto prefix : {smcCode("fp\0\0"), smcCode("sp\0\0"), smcCode("sf\0\0")}) {
-    for (SMCCode rest = 0; rest < 0x10000; ++rest) {
-      const auto divisor = Controller::divisorForFloatingPointCode(prefix | rest);
-      if (divisor == -1.0) continue;
-      ++recognized;
-      const auto digit = rest & 0xFF;
-      EXPECT_EQ(divisor, 1 << (digit <= '9' ? digit - '0' : digit - 'a' + 10));
-      const std::uint8_t bytes[] = {0xC0, 0};
-      EXPECT_EQ(decodedSMCValue(prefix | rest, bytes),
-                (prefix == smcCode("sp\0\0") ? -16384 : 49152) / divisor);
-      EXPECT_FALSE(decodedSMCValue(prefix | rest, {bytes, 1}));
-    }
+  const std::uint8_t bytes[] = {0xC0, 0};
+  const std::tuple<SMCCode, double, std::optional<PropertyValue>> cases[] = {
+      {smcCode("fp88"), 256, 192},         {smcCode("fp1f"), 32768, 1.5},
+      {smcCode("sp78"), 256, -64},         {smcCode("spf0"), 1, -16384},
+      {smcCode("fp00"), -1, std::nullopt}, {smcCode("fp89"), -1, std::nullopt},
+      {smcCode("sp88"), -1, std::nullopt}, {smcCode("fpg0"), -1, std::nullopt}};
+  for (const auto& [code, divisor, value] : cases) {
+    EXPECT_EQ(Controller::divisorForFloatingPointCode(code), divisor);
+    EXPECT_EQ(decodedSMCValue(code, bytes), value);
+    EXPECT_FALSE(decodedSMCValue(code, {bytes, 1}));
   }
-  EXPECT_EQ(recognized, 31);
-
   std::uint16_t encoded = 0;
   EXPECT_TRUE(Controller::getSMCShort(&encoded, -1.999, "sp78"));
   EXPECT_EQ(encoded, 0xFE01);

@@ -41,8 +41,7 @@ TEST(EntryPointTest, PrintsItsVersionForAnyUserAndTakesNoOtherArguments) {
 /// Only this test keeps the lists in step with the operation set.
 TEST(EntryPointTest, ItsPropertyListsNameTheServiceAndItsRequestor) {
   Start start;
-  auto& doubles = start.doubles;
-  const QRTPrivilegedOperationSetVK2 set(doubles.log, doubles.authority);
+  const QRTPrivilegedOperationSetVK2 set(start.doubles.log, start.doubles.authority);
   const auto service = set.serviceIdentifierForHelper();
   EXPECT_EQ(*stringIn(start.info, "CFBundleIdentifier"), service);
   EXPECT_EQ(*stringIn(start.info, "CFBundleName"), service);
