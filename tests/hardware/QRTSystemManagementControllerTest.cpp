@@ -113,7 +113,7 @@ TEST_F(SMC, AFailureWhileKeysAreListedLeavesNoController) {
   }
   EXPECT_EQ(log.texts().front(),
             "QRTSystemManagementController: could not determine available keys on this platform\n");
-  EXPECT_EQ(log.texts().back(), "QRTSystemManagementController: could not get key at index 16\n");
+  EXPECT_EQ(log.texts().back(), "QRTSystemManagementController: could not get key at index 10\n");
   model.fault = nullptr;
   EXPECT_TRUE(shared.controller());
   model.keys.front().type = smcCode("ui16");

@@ -19,7 +19,10 @@ TEST(LogAllowance, AFloodIsCutToOneHundredLinesASecondAfterABurstOfOneThousand) 
   const auto flood = [&](std::uint32_t user, seconds duration) {
     std::uint64_t written = 0;
     for (const auto end = now + duration; now < end; now += milliseconds(1)) {
-      for (const auto& report : allowance.takeReports(now)) reported += report.dropped;
+      for (const auto& report : allowance.takeReports(now)) {
+        ++written;
+        reported += report.dropped;
+      }
       const bool isAdmitted = allowance.admits(user, now);
       if (!isAdmitted) allowance.addDropped(user, 1);
       ++(isAdmitted ? written : dropped);

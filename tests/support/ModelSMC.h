@@ -30,23 +30,17 @@ class ModelSMC : public SMCExchange {
   std::function<std::optional<Fault>(const SMCParameterRecord& input, std::size_t number)> fault;
   /// The value of the first is their number.
   std::vector<ModelKey> keys = {
-      {smcCode("#KEY"), smcCode("ui32"), {0, 0, 0, 17}},
+      {smcCode("#KEY"), smcCode("ui32"), {0, 0, 0, 11}},
       {smcCode("$Num"), smcCode("ui8 "), {200}},
       {smcCode("BRSC"), smcCode("ui16"), {0xFF, 0xFE}},
-      {smcCode("F0ID"), smcCode("{fds"), Data(16)},
       {smcCode("RBr "), smcCode("ch8*"), {'m', 0xC3, 0xA9, 0}},
       {smcCode("REV "), smcCode("{rev"), {2, 11, 0x0F, 99, 1, 4}},
       {smcCode("RSvn"), smcCode("ui32"), {0, 0, 0, 11}},
       {smcCode("Xbad"), smcCode("ui16"), {1}},
-      {smcCode("Xfp0"), smcCode("fp00"), {1, 1}},
-      {smcCode("ZWch"), smcCode("ch8*"), {1}, true},
-      {smcCode("ZWhx"), smcCode("hex_"), {1}, true},
       {smcCode("ZWnw"), smcCode("zzzz"), {1}, true},
       {smcCode("ZWui"), smcCode("ui8 "), {1}, true},
       {smcCode("fp1f"), smcCode("fp1f"), {0xC0, 0}},
-      {smcCode("fp88"), smcCode("fp88"), {0xC0, 0}},
       {smcCode("sp78"), smcCode("sp78"), {0xC0, 0}},
-      {smcCode("spf0"), smcCode("spf0"), {0xC0, 0}},
   };
   std::vector<SMCParameterRecord> exchanges;
 
