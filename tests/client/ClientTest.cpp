@@ -131,6 +131,8 @@ TEST_F(ClientTest, OnlyRootChangesTheRights) {
   authority.rightSetStatus = AuthorizationStatus::denied;
   EXPECT_EQ(run({"install-rights"}), 1);
   EXPECT_THAT(terminal.errors(), HasSubstr("33 rights could not be installed."));
+  EXPECT_THAT(log.texts(), testing::Contains("Authorization database did not accept right "
+                                             "definition for 'com.vantor.vk2.nop'!"));
   authority.createStatus = AuthorizationStatus::denied;
   EXPECT_EQ(run({"install-rights"}), 3);
   self.userID = 1000;

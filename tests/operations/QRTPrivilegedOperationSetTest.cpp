@@ -47,11 +47,15 @@ TEST(QRTPrivilegedOperation, AcceptsOnlyConsistentRecords) {
       {{7, "a", 1, none, NSNotFound, "S", "Text."}, false},
       {{7, "a", 1, both, 0, nullptr, "Text."}, false},
       {{7, "a", 1, none, 0, nullptr, ""}, false}};
+  test::RecordingLog log;
   for (const auto& [record, isAccepted] : records) {
-    test::RecordingLog log;
     const auto operation = QRTPrivilegedOperation::initWithStaticDescription(record, log);
     EXPECT_EQ(operation.has_value(), isAccepted);
   }
+  const std::string line =
+      "(null): implementation error - static description with code 7 contains inconsistent data "
+      "and was not accepted.";
+  EXPECT_EQ(log.texts(), std::vector<std::string>(4, line));
 }
 
 std::optional<QRTPrivilegedOperation> operation(const PropertyValue& policy) {

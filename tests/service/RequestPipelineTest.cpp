@@ -153,6 +153,8 @@ TEST_F(RequestPipelineTest, AuthorizesBeforeItLooksAtTheArguments) {
   EXPECT_EQ(codeOf(perform(nop, {})), 87654321);
   EXPECT_THAT(log_.texts(),
               IsSupersetOf({"Operation could not be authorized, rejected with error code 1.",
+                            "Privileged helper received failure status -60007 during an attempt "
+                            "to interactively extend rights.",
                             "OS failure detected: valid authorization (07, 07, 07, 07, ...) not "
                             "internalized, got ref 0x0 with error -60010."}));
   const AuthorizationCheck check(operations_, authority_, log_);
@@ -183,6 +185,8 @@ TEST_F(RequestPipelineTest, ExceptionsAndMissingHandlersAreErrors) {
   EXPECT_THAT(log_.texts(),
               IsSupersetOf({"The exception 'NSInvalidArgumentException' occurred while trying to "
                             "execute the privileged operation: Couldn't posix_spawn: error 13",
+                            "The exception '<nil>' occurred while trying to execute the privileged "
+                            "operation: <nil>",
                             "Privileged operation signal-process could not be performed because no "
                             "implementation found."}));
 }

@@ -73,7 +73,13 @@ TEST_F(SelfUninstallTest, RemovesEverythingAndEnds) {
   EXPECT_TRUE(doubles_.authority.rights().empty());
   EXPECT_EQ(doubles_.authority.calls().back(), (test::FakeAuthority::Call{"free", {}, 0}));
   EXPECT_EQ(test::contentsOf(called_), "forget com.vantor.system.privilegedhelper-vk2\n");
-  EXPECT_EQ(doubles_.log.texts().back(), "Removed associated right definitions.");
+  const std::string deleting = "Deleting file system object '<private>'.";
+  EXPECT_EQ(doubles_.log.texts(),
+            (std::vector<std::string>{
+                deleting, deleting,
+                "Processing uninstall request for PID 4711. The executable files have been "
+                "deleted, the point of no return was passed.",
+                "Removed associated right definitions."}));
 }
 
 TEST_F(SelfUninstallTest, ARefusalChangesNothing) {

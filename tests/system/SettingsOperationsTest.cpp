@@ -1,8 +1,9 @@
 // Operations that change settings, against doubles of the system's.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <algorithm>
 
+#include "operations/PrivilegedOperationError.h"
 #include "platform/NativePlatform.h"
 #include "platform/Preferences.h"
 #include "platform/SystemConfiguration.h"
@@ -86,49 +87,63 @@ class SettingsOperations : public testing::Test {
 };
 
 TEST_F(SettingsOperations, TakeTheirStepsInOrderAndStopAtAFailure) {
+  const Error preference = privilegedOperationError(
+      10, "A preference setting could not be updated successfully.",
+      "The operating system was unable to change a preference setting. Please ensure to "
+      "authenticate as administrator.");
+  const Error configuration = privilegedOperationError(
+      11, "The system configuration could not be updated successfully.",
+      "The operating system was unable to change a preference setting in the system "
+      "configuration. The reason is unknown.");
   const struct {
     HandlerFunction* handler;
     Array arguments;
     Steps steps;
-    std::int64_t code;
+    Error failure;
   } cases[] = {
       {prefer,
        {"k", "NSGlobalDomain", "kCFPreferencesAnyUser", "kCFPreferencesAnyHost", "1"},
        {"k|every|any|any|1"},
-       10},
-      {prefer, {"k", "app", "ann", "box", "1"}, {"k|app|named ann|named box|1"}, 10},
+       preference},
+      {prefer, {"k", "app", "ann", "box", "1"}, {"k|app|named ann|named box|1"}, preference},
       {prefer,
        {"k", "kCFPreferencesAnyApplication", "kCFPreferencesCurrentUser",
         "kCFPreferencesCurrentHost", ""},
        {"k|every|current|current|nothing"},
-       10},
+       preference},
       {modify,
        {"me", "site", "key", "value"},
        {"open me/site", "lock", "set key=value", "apply", "commit"},
-       11},
-      {modify, {"me", "", "key", ""}, {"open me/", "lock", "remove key", "apply", "commit"}, 11},
+       configuration},
+      {modify,
+       {"me", "", "key", ""},
+       {"open me/", "lock", "remove key", "apply", "commit"},
+       configuration},
       {enable,
        {"me", "eth0", 0},
        {"open me/", "lock", "service eth0", "protocol", "disable", "apply", "commit"},
-       10},
+       preference},
       {enable,
        {"me", "eth0", 0.5},
        {"open me/", "lock", "service eth0", "protocol", "enable", "apply", "commit"},
-       10}};
-  for (const auto& [handler, arguments, steps, code] : cases) {
+       preference}};
+  for (const auto& [handler, arguments, steps, failure] : cases) {
     for (std::size_t last = 0; last <= steps.size(); ++last) {
       recorder.steps.clear();
       recorder.failing = last < steps.size() ? steps[last] : "none";
-      const auto failure = recorder.failing == "lock" ? 16 : code;
-      EXPECT_EQ(codeOf(handler(platform, arguments, nullptr)), last < steps.size() ? failure : 0);
+      const auto outcome = handler(platform, arguments, nullptr);
+      const auto refusal = recorder.failing == "lock" ? posixError(PosixCode::busy) : failure;
+      EXPECT_EQ(outcome, last < steps.size() ? Outcome(refusal) : success);
       Steps taken(steps.begin(), steps.begin() + std::min<long>(last + 1, steps.size()));
       if (last > 1) taken.push_back("unlock");
       if (last > 0 && handler != prefer) taken.push_back("close");
       EXPECT_EQ(recorder.steps, taken);
     }
   }
-  EXPECT_EQ(log.texts().front(), "Network preferences locked by other application.");
-  EXPECT_EQ(log.texts().back(), "IPv6 protocol is not supported by selected network service.");
+  EXPECT_THAT(log.texts(), testing::IsSupersetOf(
+                               {"Network preferences locked by other application.",
+                                "Network service with identifier 'eth0' doesn't exist.",
+                                "IPv6 protocol is not supported by selected network service."}));
 }
 
 TEST_F(SettingsOperations, RefuseIncompleteRequests) {

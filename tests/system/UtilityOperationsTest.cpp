@@ -57,10 +57,11 @@ TEST_F(UtilityOperations, ReportAMissingUtility) {
   const auto folder = scratch.folder("folder");
   for (const auto& path : {scratch.path("absent"), folder}) {
     const auto name = path.substr(path.rfind('/') + 1);
-    const auto failure = execute(path, {"/App", name});
-    EXPECT_EQ(codeOf(failure), 1);
-    EXPECT_EQ(failure->userInfo.at("QRTLocalizedRecoverySuggestionParameters"),
-              (Array{name, path}));
+    const auto missing = privilegedOperationError(
+        1, "A required component of macOS is missing in your system installation.",
+        "Please verify that the UNIX program $1$ is present at its standard path '$2$'.",
+        {name, path});
+    EXPECT_EQ(execute(path, {"/App", name}), withFilePath(missing, path));
   }
 }
 

@@ -1,6 +1,7 @@
 #include <sys/sysmacros.h>
 
 #include "hardware/HardwareOperations.h"
+#include "operations/PrivilegedOperationError.h"
 #include "platform/NativePlatform.h"
 #include "support/PlantedFile.h"
 
@@ -17,10 +18,12 @@ class ModifyNvram : public testing::Test {
   Outcome modify(const std::string& name, const std::string& text) {
     return performOperationModifyNvramWithArguments(native.facilities(), {name, text}, nullptr);
   }
-  /// The code of a refusal by the system.
-  PropertyValue refusal(const std::string& name, const std::string& text) {
-    const auto failure = modify(name, text);
-    return failure ? failure->userInfo.at("QRTLocalizedRecoverySuggestionParameters") : Array();
+  static Outcome refused(const char* code) {
+    return privilegedOperationError(
+        9, "It was not possible to modify a NVRAM setting.",
+        "The operating system could not change a value in the non-volatile memory of this "
+        "computer. The error code is $1$.",
+        {code});
   }
 
   static inline const std::string folder = "sys/firmware/efi/efivars/";
@@ -65,16 +68,16 @@ TEST_F(ModifyNvram, ReturnsTheReasonOfAFailure) {
       {"a\0b"s, "x", "-536870206"},
       {"kept", "", "-536870206"},  // The system would remove a variable without contents.
       {"link", "x", "-536870212"}};
-  for (const auto& [name, text, code] : cases) EXPECT_EQ(refusal(name, text), Array{code}) << name;
+  for (const auto& [name, text, code] : cases) EXPECT_EQ(modify(name, text), refused(code)) << name;
   EXPECT_EQ(test::contentsOf(kept), "\7\0\0\0old"s);
   EXPECT_EQ(test::contentsOf(target), "untouched");
 
   const auto full = root.path(fileOf("full"));
   const bool isMade = mknod(full.c_str(), S_IFCHR | 0600, makedev(1, 7)) == 0;
   if (!isMade || access(full.c_str(), W_OK) != 0) GTEST_SKIP() << "needs a device node";
-  EXPECT_EQ(refusal("full", "x"), Array{"-536870181"});
+  EXPECT_EQ(modify("full", "x"), refused("-536870181"));
   if (!root.changeFlags(folder, "+i")) GTEST_SKIP() << "needs flags";
-  EXPECT_EQ(refusal("name", "x"), Array{"-536870207"});
+  EXPECT_EQ(modify("name", "x"), refused("-536870207"));
 }
 
 }  // namespace
