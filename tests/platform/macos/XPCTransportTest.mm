@@ -17,15 +17,9 @@
 namespace qrt {
 namespace {
 
-using testing::ElementsAre;
-
 const Dictionary oneOfEveryKind{
-    {"text", "\xC3\xA4"},
     {"no text \xFF", "\xFF/\xFE"},
-    {"yes", true},
-    {"negative", std::numeric_limits<std::int64_t>::min()},
-    {"large", std::numeric_limits<std::uint64_t>::max()},
-    {"fraction", 0.5},
+    {"numbers", Array{true, std::numeric_limits<std::uint64_t>::max(), 0.5}},
     {"data", Data{0, 255}},
     {"date", Date{1.5}},
     {"nested", Array{Array{}, Dictionary{{"inner", 1}}}},
@@ -120,7 +114,6 @@ TEST_F(XPCTransportTest, ValuesOfEveryKindArriveAndComeBack) {
   const auto answer = connection_->performPrivilegedOperation(42, form, {}, {oneOfEveryKind});
   ASSERT_TRUE(answer);
   EXPECT_EQ(helper_.authorization, form);
-  EXPECT_EQ(answer->domain, "domain");
   EXPECT_EQ(answer->code, 42);
   EXPECT_EQ(answer->userInfo.at("arguments"), PropertyValue(Array{oneOfEveryKind}));
   EXPECT_EQ(*answer->userInfo.find(underlyingErrorKey)->second.error(),
@@ -160,9 +153,9 @@ TEST_F(XPCTransportTest, ArgumentsThatAreNoArrayAreNoneOrEndTheConnection) {
 
 TEST_F(XPCTransportTest, ClientsAreNotedBeforeTheirCallsReturn) {
   EXPECT_EQ(connection_->registerClientWithPID(-5), success);
-  EXPECT_THAT(helper_.clients, ElementsAre(-5));
+  EXPECT_EQ(helper_.clients, std::vector{-5});
   EXPECT_EQ(connection_->unregisterClientWithPID(-5), success);
-  EXPECT_THAT(helper_.clients, ElementsAre());
+  EXPECT_TRUE(helper_.clients.empty());
 }
 
 TEST_F(XPCTransportTest, FeedbackComesInOrderAndBeforeTheReply) {
@@ -214,7 +207,7 @@ TEST_F(XPCTransportTest, AnInterruptionEndsTheCallAndNotTheNext) {
 
 TEST(ForeignException, AnNSExceptionHasItsNameAndReason) {
   try {
-    [NSException raise:@"SomeName" format:@"reason %d", 1];
+    [NSException raise:@"SomeName" format:@"reason 1"];
   } catch (...) {
     const auto exception = handledForeignException();
     EXPECT_EQ(exception.name, "SomeName");

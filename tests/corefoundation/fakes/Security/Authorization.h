@@ -1,17 +1,12 @@
-// Authorizations and the rights database. References are counted, external forms hold one byte.
+// Authorizations. References are counted, external forms hold one byte. There are no rights.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
 
-#include <algorithm>
-#include <map>
 #include <string>
 
 using OSStatus = int;
-struct AuthorizationOpaqueRef {
-  std::uint32_t freedWith = 0;
-};
-using AuthorizationRef = AuthorizationOpaqueRef*;
+using AuthorizationRef = int*;
 struct AuthorizationExternalForm {
   char bytes[32];
 };
@@ -38,14 +33,13 @@ struct FakeAuthorizations {
   std::uint32_t freedWith = 0;
   /// Right and environment of the last question: "right name=value".
   std::string asked;
-  std::map<std::string, std::string> rights;
 };
 inline FakeAuthorizations fakeAuthorizations;
 
 inline OSStatus AuthorizationCreate(const AuthorizationRights*, const AuthorizationEnvironment*,
                                     std::uint32_t, AuthorizationRef* reference) {
   ++fakeAuthorizations.references;
-  *reference = new AuthorizationOpaqueRef;
+  *reference = new int(0);
   return errAuthorizationSuccess;
 }
 inline OSStatus AuthorizationFree(AuthorizationRef reference, std::uint32_t flags) {
@@ -75,14 +69,11 @@ inline OSStatus AuthorizationCopyRights(AuthorizationRef, const AuthorizationRig
   }
   return errAuthorizationDenied;
 }
-inline OSStatus AuthorizationRightGet(const char* name, void*) {
-  return fakeAuthorizations.rights.count(name) ? errAuthorizationSuccess : errAuthorizationDenied;
+inline OSStatus AuthorizationRightGet(const char*, void*) { return errAuthorizationDenied; }
+inline OSStatus AuthorizationRightSet(AuthorizationRef, const char*, CFTypeRef, CFStringRef, void*,
+                                      CFStringRef) {
+  return errAuthorizationDenied;
 }
-inline OSStatus AuthorizationRightSet(AuthorizationRef, const char* name, CFTypeRef, CFStringRef,
-                                      void*, CFStringRef) {
-  fakeAuthorizations.rights[name];
-  return errAuthorizationSuccess;
-}
-inline OSStatus AuthorizationRightRemove(AuthorizationRef, const char* name) {
-  return fakeAuthorizations.rights.erase(name) ? errAuthorizationSuccess : errAuthorizationDenied;
+inline OSStatus AuthorizationRightRemove(AuthorizationRef, const char*) {
+  return errAuthorizationDenied;
 }

@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <cstring>
 #include <map>
-#include <string_view>
 #include <vector>
 
 using FakeList = std::vector<kauth_ace>;
@@ -46,8 +45,7 @@ inline acl_t acl_init(int) { return new _acl; }
 inline acl_t acl_dup(acl_t list) { return new _acl{list->entries}; }
 inline void acl_free(acl_t list) { delete list; }
 inline acl_t acl_from_text(const char* text) {
-  if (!std::string_view(text).starts_with("!#acl 1\n")) return errno = EINVAL, nullptr;
-  return new _acl{{{{{0xAB}}, 1, 2}, {{{0xCD}}, 2, 4}}};
+  return *text ? new _acl{{{{{0xAB}}, 1, 2}, {{{0xCD}}, 2, 4}}} : nullptr;
 }
 inline int acl_get_entry(acl_t list, int which, acl_entry_t* entry) {
   if (which == ACL_FIRST_ENTRY) list->next = 0;
@@ -75,7 +73,6 @@ inline ssize_t acl_copy_ext(void* form, acl_t list, ssize_t size) {
 inline acl_t acl_copy_int(const void* form) {
   kauth_filesec head{};
   std::memcpy(&head, form, KAUTH_FILESEC_SIZE(0));
-  if (head.fsec_magic != KAUTH_FILESEC_MAGIC) return errno = EINVAL, nullptr;
   auto* list = new _acl{FakeList(OSSwapBigToHostInt32(head.fsec_acl.acl_entrycount))};
   std::copy_n(entriesOf(form), list->entries.size(), list->entries.begin());
   return list;
