@@ -1,8 +1,7 @@
 // Walking, searching, changing and deleting trees: 200,000 files in 20,000 folders.
 //
 //   TreeBench [options of the benchmark library]     measures in this process
-//   TreeBench ACTION PATH                            does it once, for a comparison with other
-//                                                    programs; see `actions`
+//   TreeBench ACTION PATH                            does it once, for a profiler; see `actions`
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -84,8 +83,7 @@ bool searchAged(const std::string& top) {
   return !performOperationSearchAgedfilesWithArguments(platform(), {top, 30, false}, nullptr);
 }
 
-/// Gives everything below a folder rights that it does not have yet when the comparison's other
-/// program was here before.
+/// Gives everything below a new tree other rights.
 bool propagate(const std::string& top, const char* list, std::uint8_t options) {
   const auto held = files().hold(top.c_str(), qrt::Links::stay);
   if (!held || held->setOwner(1234, 4321) != qrt::PosixCode::success) return false;
@@ -99,7 +97,6 @@ bool propagateMode(const std::string& top) { return propagate(top, "", 0x0e); }
 
 bool propagateAll(const std::string& top) { return propagate(top, "u:77:rwx,g:88:rx", 0x3f); }
 
-/// The comparison's other program takes the protection off again.
 bool protect(const std::string& top) {
   return !qrt::AdvancedOpsAdditions::setUserImmutableAtPath(files(), top, true, true, false);
 }
