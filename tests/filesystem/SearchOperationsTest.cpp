@@ -6,6 +6,7 @@
 #include "filesystem/FolderChain.h"
 #include "filesystem/OperationFixture.h"
 #include "filesystem/OrphanedFolder.h"
+#include "filesystem/PatternSearch.h"
 #include "filesystem/objects/FileObjectInfo.h"
 #include "filesystem/walk/QRTDirectoryEnumerator.h"
 #include "protocol/FeedbackMessage.h"
@@ -119,6 +120,9 @@ TEST_F(SearchOperationsTest, RefusesBadFoldersAndPatternsBeforeAnyFeedback) {
     EXPECT_EQ(search("SearchPatterns", empty + patterns), posixError(code)) << patterns.size();
     EXPECT_EQ(fractions(), sent) << patterns.size();
   }
+  const auto withoutPatterns = AdvancedOpsAdditions::searchForFileNamesAtPath(
+      files_, log_, scratch_.path("empty"), false, {}, [](const Dictionary&) {});
+  EXPECT_EQ(withoutPatterns, invalid_);
 }
 
 TEST_F(SearchOperationsTest, AFailedListingCountsAsEmptyAndOneForWantOfMemoryIsAnError) {
