@@ -162,6 +162,7 @@ TEST_F(DaemonTest, PlacesOfDeadPeersBecomeFreeAndIdlePeersStay) {
     moreThanIsAnswered.insert(moreThanIsAnswered.end(), another.begin(), another.end());
   }
   const std::pair<Data, Data> lastWords[] = {{{}, Data(call.begin(), call.begin() + 7)},
+                                             {{}, Data(call.begin(), call.end() - 1)},
                                              {moreThanIsAnswered, call}};
   const auto diesAfterTakingAllPlaces = [&] {
     for (std::size_t i = 0; i < ConnectionQuota::maximumOfOneUser; ++i) {
