@@ -15,22 +15,17 @@ class ContractTest : public testing::Test {
  protected:
   const Platform& platform() const { return native_.facilities(); }
 
-  /// For tests that write to places of the system. They are in the scratch folder where the port
+  /// For tests that write to places of the system. They are in a scratch folder where the port
   /// takes a root, else the real ones, so the tests undo what they write.
-  const Platform& sealedPlatform() {
-    if (!sealed_) {
-      run({"mkdir", "-p", scratch_.path() + getpwuid(geteuid())->pw_dir, scratch_.path("etc"),
-           scratch_.path("usr/share"), scratch_.path("var/lib")});
-      sealed_ = std::make_unique<NativePlatform>(scratch_.path() + "/");
-    }
-    return sealed_->facilities();
-  }
+  const Platform& sealedPlatform() const { return sealed_.facilities(); }
 
-  ScratchFolder scratch_;
+  const ScratchFolder scratch_;
 
  private:
-  NativePlatform native_;
-  std::unique_ptr<NativePlatform> sealed_;
+  const ScratchFolder root_;
+  const bool hasFolders_ = run({"mkdir", "-p", root_.path() + getpwuid(geteuid())->pw_dir,
+                                root_.path("etc"), root_.path("usr/share"), root_.path("var/lib")});
+  const NativePlatform native_, sealed_{root_.path() + "/"};
 };
 
 /// No other test has this name.

@@ -33,16 +33,16 @@ class FilesContract : public test::ContractTest {
 };
 
 TEST_F(FilesContract, StatusHasTypeAndSizeAndLinksHaveTargets) {
-  const auto file = scratch_.file("file", "12345"), link = scratch_.link("link", "file");
+  const std::string target(1000, 't');
+  const auto file = scratch_.file("file", "12345"), link = scratch_.link("link", target);
   const std::pair<std::string, std::uint32_t> types[] = {
       {file, file_type::regular},           {link, file_type::link},
       {fifoAt("fifo"), file_type::fifo},    {socketAt("socket"), file_type::socket},
       {scratch_.path(), file_type::folder}, {"/dev/null", file_type::characterDevice}};
   for (const auto& [path, type] : types) EXPECT_EQ(statusOf(path)->type(), type) << path;
-  EXPECT_EQ(statusOf(link, Links::follow)->size, 5u);
-  EXPECT_EQ(*files().linkTarget(link.c_str()), "file");
-  EXPECT_EQ(*files().linkTarget(*files().hold(link.c_str(), Links::stay)), "file");
-  EXPECT_EQ(statusOf(scratch_.path("none")).error(), PosixCode::noEntry);
+  EXPECT_EQ(statusOf(scratch_.link("second", "file"), Links::follow)->size, 5u);
+  EXPECT_EQ(*files().linkTarget(link.c_str()), target);
+  EXPECT_EQ(*files().linkTarget(*files().hold(link.c_str(), Links::stay)), target);
   EXPECT_EQ(statusOf(file + "/below").error(), PosixCode::notDirectory);
   EXPECT_TRUE(statusOf("/")->isMountRoot);
   EXPECT_FALSE(statusOf(scratch_.path())->isMountRoot);
@@ -61,11 +61,9 @@ TEST_F(FilesContract, AFolderListsItsEntriesAgainAfterARewind) {
               (std::map<std::string, std::uint32_t>{
                   {"a", file_type::regular}, {"b", file_type::folder}, {"c", file_type::link}}));
   }
-  const Folder moved = std::move(*folder);
-  EXPECT_TRUE(files().status({moved, "a"}, Links::stay));
-  EXPECT_FALSE(moved.isReadOnly());
-  EXPECT_EQ(files().openFolder({moved, "c"}, Links::stay).error(), PosixCode::notDirectory);
-  EXPECT_TRUE(files().openFolder({moved, "c"}, Links::follow));
+  EXPECT_FALSE(folder->isReadOnly());
+  EXPECT_EQ(files().openFolder({*folder, "c"}, Links::stay).error(), PosixCode::notDirectory);
+  EXPECT_TRUE(files().openFolder({*folder, "c"}, Links::follow));
 }
 
 TEST_F(FilesContract, LocatesAnObjectByItsFolder) {
@@ -77,21 +75,19 @@ TEST_F(FilesContract, LocatesAnObjectByItsFolder) {
                {scratch_.path("link/"), scratch_.path(), "link"},
                {scratch_.path("link/new"), folder, "new"},
                {"//", "/", "."},
-               {"/etc", "/", "etc"},
                {"plain", ".", "plain"},
-               {folder + "/.", folder, "."},
                {folder + "/..", scratch_.path(), "."}};
   for (const auto& c : cases) {
     const auto location = files().locate(c.path);
     ASSERT_TRUE(location) << c.path;
     EXPECT_EQ(location->name, c.name) << c.path;
-    EXPECT_EQ(files().status({location->parent, "."}, Links::stay)->inode,
-              statusOf(c.parent)->inode)
-        << c.path;
+    const auto parent = files().status({location->parent, "."}, Links::stay);
+    EXPECT_EQ(parent->inode, statusOf(c.parent)->inode) << c.path;
   }
-  EXPECT_EQ(files().locate(scratch_.path("missing/x")).error(), PosixCode::noEntry);
-  EXPECT_EQ(files().locate("").error(), PosixCode::noEntry);
-  EXPECT_EQ(files().locate(std::string("/etc\0x", 6)).error(), PosixCode::noEntry);
+  for (const auto& path : {scratch_.path("missing/x"), std::string(), std::string("/etc\0x", 6)}) {
+    EXPECT_EQ(files().locate(path).error(), PosixCode::noEntry) << path;
+  }
+  EXPECT_EQ(files().resolvedPath(std::string("/tmp\0x", 6)).error(), PosixCode::noEntry);
 }
 
 TEST_F(FilesContract, EntriesMayBeRemovedWhileTheyAreRead) {
@@ -104,12 +100,8 @@ TEST_F(FilesContract, EntriesMayBeRemovedWhileTheyAreRead) {
     EXPECT_EQ(files().removeFile({folder, (*entry)->name}), PosixCode::success);
   }
   EXPECT_EQ(seen, count);
-}
-
-TEST_F(FilesContract, ReadingABaseOrARemovedFolderFails) {
-  EXPECT_FALSE(files().locate(scratch_.path("x"))->parent.next());  // Only a base.
-  auto folder = std::move(*files().openFolder(scratch_.folder("gone").c_str(), Links::stay));
-  ASSERT_EQ(rmdir(scratch_.path("gone").c_str()), 0);
+  ASSERT_EQ(rmdir(scratch_.path().c_str()), 0);
+  folder.rewind();
   EXPECT_EQ(folder.next().error(), PosixCode::noEntry);
 }
 
@@ -132,12 +124,9 @@ TEST_F(FilesContract, ATakenNameStaysAsItIs) {
 }
 
 TEST_F(FilesContract, NewFilesHaveTheGivenModeAndCanBeRenamed) {
-  const auto created = scratch_.path("created"), taken = scratch_.file("taken", "kept");
-  ASSERT_TRUE(files().createFile(created.c_str(), 0666));
-  EXPECT_EQ(statusOf(created)->mode, file_type::regular | 0666u);
-  EXPECT_EQ(files().rename(created.c_str(), scratch_.path("new").c_str()), PosixCode::success);
-  EXPECT_EQ(files().replace(scratch_.path("new").c_str(), scratch_.file("old").c_str()),
-            PosixCode::success);
+  const auto made = scratch_.path("made"), taken = scratch_.file("taken", "kept");
+  ASSERT_TRUE(files().createFile(made.c_str(), 0666));
+  EXPECT_EQ(files().replace(made.c_str(), scratch_.file("old").c_str()), PosixCode::success);
   EXPECT_EQ(statusOf(scratch_.path("old"))->mode, file_type::regular | 0666u);
   // Another spelling of the own name is free, whether or not case counts.
   EXPECT_EQ(files().rename(taken.c_str(), scratch_.path("TAKEN").c_str()), PosixCode::success);
@@ -147,8 +136,7 @@ TEST_F(FilesContract, NewFilesHaveTheGivenModeAndCanBeRenamed) {
 TEST_F(FilesContract, ReadsRegularFilesUpToALimit) {
   const auto file = scratch_.file("file", "12345");
   const auto link = scratch_.link("link", "file");
-  EXPECT_EQ(*files().readFile(link.c_str(), 5), (Data{'1', '2', '3', '4', '5'}));
-  EXPECT_EQ(files().readFile(scratch_.path("none").c_str(), 4).error(), PosixCode::noEntry);
+  EXPECT_EQ(files().readFile(link.c_str(), 5)->size(), 5u);
   EXPECT_EQ(files().readFile(file.c_str(), 4).error(), PosixCode::noSpace);
   for (const auto& path :
        {fifoAt("fifo"), socketAt("socket"), scratch_.path(), std::string("/dev/null")}) {
@@ -157,27 +145,23 @@ TEST_F(FilesContract, ReadsRegularFilesUpToALimit) {
 }
 
 TEST_F(FilesContract, CopiesContentsTimesAndSpecialFiles) {
-  const auto source = scratch_.file("source", "begin");
+  const auto source = scratch_.file("source", "begin"), copy = scratch_.path("copy");
   ASSERT_EQ(truncate(source.c_str(), 1 << 20), 0);
   const timespec times[] = {{1000, 0}, {2000, 500000000}};
   ASSERT_EQ(utimensat(AT_FDCWD, source.c_str(), times, 0), 0);
-  const auto copy = scratch_.path("copy");
   const auto held = files().hold(source.c_str(), Links::stay);
   auto file = files().createFile(copy.c_str(), 0600);
   ASSERT_TRUE(held && file);
   LeaseWait leases;
   EXPECT_EQ(files().copyContents(*held, *file, leases), PosixCode::success);
   EXPECT_EQ(file->synchronize(), PosixCode::success);
-  const auto heldCopy = file->hold();
-  EXPECT_EQ(heldCopy->setTimesOf(*held), PosixCode::success);
-  EXPECT_EQ(heldCopy->setCreationTimeOf(*held), PosixCode::success);
-  EXPECT_EQ(statusOf(copy)->size, 1u << 20);
+  EXPECT_EQ(file->hold()->setTimesOf(*held), PosixCode::success);
+  EXPECT_EQ(file->hold()->setCreationTimeOf(*held), PosixCode::success);
   EXPECT_EQ(statusOf(copy)->modificationDate, (Date{2000.5}));
   EXPECT_EQ(*files().readFile(copy.c_str(), 1 << 20), *files().readFile(source.c_str(), 1 << 20));
 
-  const auto fifo = fifoAt("fifo");
   const auto folder = files().openFolder(scratch_.path().c_str(), Links::stay);
-  const auto model = files().hold(fifo.c_str(), Links::stay);
+  const auto model = files().hold(fifoAt("fifo").c_str(), Links::stay);
   EXPECT_EQ(files().createSpecialFile({*folder, "fifo2"}, *model), PosixCode::success);
   EXPECT_EQ(statusOf(scratch_.path("fifo2"))->mode, file_type::fifo | 0600u);
   EXPECT_EQ(files().synchronize(*folder), PosixCode::success);
@@ -207,7 +191,6 @@ TEST_F(FilesContract, HoldsObjectsOfEveryKind) {
                            scratch_.link("link", "none")}) {
     const auto held = files().hold(path.c_str(), Links::stay);
     ASSERT_TRUE(held) << path;
-    EXPECT_EQ(held->status()->inode, statusOf(path)->inode) << path;
     EXPECT_EQ(held->setOwner(geteuid(), getegid()), PosixCode::success) << path;
     if (statusOf(path)->isLink()) continue;
     EXPECT_EQ(held->setPermissions(0640), PosixCode::success) << path;

@@ -8,7 +8,6 @@
 #include "platform/JobControl.h"
 #include "platform/ProcessTable.h"
 #include "platform/SelfProcess.h"
-#include "platform/Subprocess.h"
 #include "platform/Terminal.h"
 #include "platform/UserDirectory.h"
 
@@ -40,38 +39,14 @@ TEST_F(ProcessesContract, ThisProcessIsKnown) {
 }
 
 TEST_F(ProcessesContract, UsersAreKnownListedOrNot) {
-  const auto ids = platform().users.listedUserIDs();
-  EXPECT_EQ(ids.count(0), 1u);
-  for (const auto id : ids) EXPECT_TRUE(platform().users.isKnownUserID(id)) << id;
-  EXPECT_FALSE(platform().users.isKnownUserID(1234567890));
-}
-
-TEST_F(ProcessesContract, ListingsAtTheSameTimeAreComplete) {
   const auto list = [this] { return platform().users.listedUserIDs(); };
   const auto listed = list();
-  std::future<UserIDs> lists[8];
-  for (auto& each : lists) each = std::async(std::launch::async, list);
-  for (auto& each : lists) EXPECT_EQ(each.get(), listed);
-}
-
-TEST_F(ProcessesContract, AChildReportsItsStreamsAndItsStatus) {
-  auto child = Subprocess::prepare();
-  ASSERT_TRUE(child);
-  const std::vector<std::string> arguments{"-c", "echo \"$CONTRACT\"; echo wrong >&2; exit 3"};
-  const EnvironmentChanges environment{{"CONTRACT", "kept"}};
-  ASSERT_EQ((*child)->launch({"/bin/sh", arguments, environment}), PosixCode::success);
-  std::string output;
-  std::string errors;
-  const auto sink = [&](StandardStream stream, std::span<const std::uint8_t> bytes) {
-    (stream == StandardStream::output ? output : errors).append(bytes.begin(), bytes.end());
-  };
-  EXPECT_EQ((*child)->waitUntilExit(sink), 3);
-  (*child)->drain(sink);
-  EXPECT_EQ(output, "kept\n");
-  EXPECT_EQ(errors, "wrong\n");
-
-  auto missing = Subprocess::prepare();
-  EXPECT_EQ((*missing)->launch({"/no/such/program", {}, environment}), PosixCode::noEntry);
+  EXPECT_EQ(listed.count(0), 1u);
+  for (const auto id : listed) EXPECT_TRUE(platform().users.isKnownUserID(id)) << id;
+  EXPECT_FALSE(platform().users.isKnownUserID(1234567890));
+  std::future<UserIDs> atTheSameTime[8];
+  for (auto& each : atTheSameTime) each = std::async(std::launch::async, list);
+  for (auto& each : atTheSameTime) EXPECT_EQ(each.get(), listed);
 }
 
 TEST_F(ProcessesContract, JobsAreRemovedByAToolOfTheSystem) {

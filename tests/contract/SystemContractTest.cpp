@@ -13,23 +13,6 @@ namespace {
 
 using SystemContract = test::ContractTest;
 
-std::span<const std::uint8_t> bytesOf(std::string_view text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
-TEST_F(SystemContract, PropertyListsAreReadInEveryFormAndHeldToTheLimits) {
-  const PropertyValue value = Dictionary{{"a", Array{"b", "c"}}, {"d", "e"}};
-  EXPECT_EQ(*readPropertyList(bytesOf("{a = (b, \"c\"); d = e;}")), value);
-  EXPECT_EQ(*readPropertyList(bytesOf(*writeXmlPropertyList(value))), value);
-  for (const char* open : {"(", "<array>"}) {
-    std::string deep;
-    for (int level = 0; level < 200'000; ++level) deep += open;
-    const auto list = readPropertyList(bytesOf(deep));
-    ASSERT_FALSE(list) << open;
-    EXPECT_EQ(list.error().code, 3840) << open;
-  }
-}
-
 TEST_F(SystemContract, TheVersionFileSaysWhichSystemThisIs) {
   const auto bytes = readSystemVersionFile("/");
   if (!bytes) return;  // The system has no such file.
@@ -78,7 +61,6 @@ TEST_F(SystemContract, ApplicationsAreFoundWhereTheyAreRegistered) {
   EXPECT_FALSE(applications.systemBundle(scratch_.path("none")));
   for (const auto& url : applications.applicationURLs("com.apple.finder")) {
     EXPECT_EQ(url.scheme, "file");
-    EXPECT_EQ(url.path.substr(0, 1), "/");
     EXPECT_TRUE(applications.systemBundle(url.path)) << url.path;
   }
 }
@@ -93,16 +75,14 @@ TEST_F(SystemContract, CodeIsSignedOrNot) {
   auto& signing = platform().codeSigning;
   EXPECT_FALSE(signing.staticCode(scratch_.path("none")));
   const auto unsignedCode = signing.staticCode(scratch_.file("script", "#!/bin/sh\n"));
-  if (unsignedCode) {
-    EXPECT_FALSE(unsignedCode->signingInformation());
-    EXPECT_EQ(codeOf(unsignedCode->checkValidity()), code_signing_status::notSigned);
-  }
+  ASSERT_TRUE(unsignedCode);
+  EXPECT_FALSE(unsignedCode->signingInformation());
+  EXPECT_EQ(codeOf(unsignedCode->checkValidity()), code_signing_status::notSigned);
   const auto finder = signing.staticCode("/System/Library/CoreServices/Finder.app");
   if (!finder) return;  // The system has no signed programs of its own.
   const auto information = finder->signingInformation();
-  ASSERT_TRUE(information);
+  ASSERT_TRUE(information && !information->certificates.empty());
   EXPECT_EQ(information->identifier, "com.apple.finder");
-  ASSERT_FALSE(information->certificates.empty());
   EXPECT_EQ(information->certificates.back().commonName, "Apple Root CA");
   EXPECT_EQ(finder->checkValidity(), success);
 }

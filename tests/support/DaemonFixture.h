@@ -25,7 +25,6 @@ class DaemonFixture : public testing::Test {
     if (!daemon_ || daemon_->processID() < 0) return;
     const auto connection = connect();
     ASSERT_TRUE(connection);
-    EXPECT_EQ(connection->getVersionString().value(), "1.6");
     EXPECT_EQ(connection->registerClientWithPID(getpid()), success);
     EXPECT_EQ(connection->unregisterClientWithPID(getpid()), success);
     EXPECT_EQ(daemon_->waitForEnd(), 0);

@@ -1,8 +1,17 @@
 // A daemon of its own for a test or a measurement.
 #pragma once
 
-#include <sys/types.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
 #include <string>
 
 namespace qrt::test {
@@ -14,23 +23,77 @@ class DaemonProcess {
   /// `launcher` is a command that runs another: "prlimit --nofile=48". `program` is one of this
   /// build, and the words that it gets.
   explicit DaemonProcess(const std::string& launcher = "",
-                         const std::string& program = "com.vantor.system.privilegedhelper-vk2");
-  ~DaemonProcess();
+                         const std::string& program = "com.vantor.system.privilegedhelper-vk2") {
+    const bool hasFolder = mkdtemp(folder_.data()) != nullptr && chmod(folder_.c_str(), 0755) == 0;
+    const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un name{AF_UNIX, {}};
+    socketPath().copy(name.sun_path, sizeof name.sun_path - 1);
+    if (!hasFolder || bind(listening, reinterpret_cast<sockaddr*>(&name), sizeof name) != 0 ||
+        chmod(name.sun_path, 0666) != 0 || listen(listening, SOMAXCONN) != 0) {
+      std::perror("the daemon's socket");
+    }
+    const auto script = "mkdir -m 0700 $0; LISTEN_FDS=1 STATE_DIRECTORY=$0 exec " + launcher +
+                        " sh -c 'LISTEN_PID=$$ exec " + folderOfPrograms() + program +
+                        "' >/dev/null 2>&1";
+    const auto state = folder_ + "/state";
+    process_ = fork();
+    if (process_ == 0) {
+      dup2(listening, 3);
+      fcntl(3, F_SETFD, 0);
+      execl("/bin/sh", "sh", "-c", script.c_str(), state.c_str(), static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    close(listening);
+  }
+  ~DaemonProcess() {
+    if (process_ > 0) {
+      kill(process_, SIGKILL);
+      waitpid(process_, nullptr, 0);
+    }
+    if (std::system(("rm -rf " + folder_).c_str()) != 0) std::perror("rm");
+  }
   DaemonProcess(const DaemonProcess&) = delete;
   DaemonProcess& operator=(const DaemonProcess&) = delete;
 
   const std::string& folder() const { return folder_; }
   std::string socketPath() const { return folder_ + "/socket"; }
   pid_t processID() const { return process_; }
+
   /// In KiB, without libraries that are loaded at their first use. 0 in a build with sanitizers,
   /// which need memory themselves.
-  long memory() const;
+  long memory() const {
+#ifndef QRT_SANITIZED
+    std::ifstream status("/proc/" + std::to_string(process_) + "/status");
+    for (std::string line; std::getline(status, line);) {
+      if (line.starts_with("RssAnon:")) return std::stol(line.substr(8));
+    }
+#endif
+    return 0;
+  }
 
   /// Waits for the daemon to end by itself and returns its exit status; -1 after ten seconds or
   /// when a signal ended it.
-  int waitForEnd();
+  int waitForEnd() {
+    for (int tries = 0; tries < 1000; ++tries) {
+      int status = 0;
+      if (waitpid(process_, &status, WNOHANG) == process_) {
+        process_ = -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+      }
+      usleep(10'000);
+    }
+    return -1;
+  }
 
  private:
+  /// With a slash at its end.
+  static std::string folderOfPrograms() {
+    char path[4096];
+    const auto length = readlink("/proc/self/exe", path, sizeof path);
+    const std::string program(path, length > 0 ? static_cast<std::size_t>(length) : 0);
+    return program.substr(0, program.rfind('/') + 1);
+  }
+
   // In memory: what is measured is the daemon, not a disk.
   std::string folder_ = "/dev/shm/qrt-daemon-XXXXXX";
   pid_t process_ = -1;
