@@ -1,7 +1,6 @@
 // Signatures of a test's own root that count as the maker's.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <memory>
 
@@ -40,10 +39,7 @@ class AppleRootDouble : public CodeSigning {
       auto information = actual->signingInformation();
       if (!information || information->certificates.empty()) return information;
       auto& digest = information->certificates.back().digest;
-      const auto& rootDigest = owner.rootDigest_;
-      if (std::equal(digest.begin(), digest.end(), rootDigest.begin(), rootDigest.end())) {
-        digest = appleRootDigest;
-      }
+      if (Data(digest.begin(), digest.end()) == owner.rootDigest_) digest = appleRootDigest;
       return information;
     }
     Outcome checkValidity() override {

@@ -40,17 +40,11 @@ class FakeAuthority : public Authority {
   std::vector<Call> takeCalls() { return std::exchange(calls_, {}); }
   const std::map<std::string, Right>& rights() const { return rights_; }
 
-  Result<std::unique_ptr<Authorization>, AuthorizationStatus> createFromExternalForm(
-      const Caller&, const AuthorizationExternalForm&, Log&) override {
-    calls_.push_back({"createFromExternalForm"});
-    return reference(createFromExternalFormStatus);
+  using Made = Result<std::unique_ptr<Authorization>, AuthorizationStatus>;
+  Made createFromExternalForm(const Caller&, const AuthorizationExternalForm&, Log&) override {
+    return reference("createFromExternalForm", createFromExternalFormStatus);
   }
-
-  Result<std::unique_ptr<Authorization>, AuthorizationStatus> create() override {
-    calls_.push_back({"create"});
-    return reference(createStatus);
-  }
-
+  Made create() override { return reference("create", createStatus); }
   AuthorizationStatus rightGet(const std::string& name) override {
     return rights_.contains(name) ? AuthorizationStatus::noError : AuthorizationStatus::denied;
   }
@@ -72,31 +66,26 @@ class FakeAuthority : public Authority {
   }
 
  private:
-  class Reference : public Authorization {
-   public:
-    explicit Reference(FakeAuthority& authority) : authority_(authority) {}
+  struct Reference : Authorization {
+    FakeAuthority& authority;
 
+    explicit Reference(FakeAuthority& itsAuthority) : authority(itsAuthority) {}
     AuthorizationStatus copyRight(const std::string& rightName,
                                   const AuthorizationEnvironment& environment,
                                   std::uint32_t flags) override {
       Call call{"copyRight", rightName, flags};
       for (std::uint32_t i = 0; i < environment.count; ++i) {
-        const auto& item = environment.items[i];
-        call.environment.push_back(
-            {item.name, {static_cast<const char*>(item.value), item.valueLength}});
+        const auto& [name, length, value, reserved] = environment.items[i];
+        call.environment.push_back({name, {static_cast<const char*>(value), length}});
       }
-      authority_.calls_.push_back(std::move(call));
-      return authority_.copyRightStatus;
+      authority.calls_.push_back(std::move(call));
+      return authority.copyRightStatus;
     }
-
-    void free(std::uint32_t flags) override { authority_.calls_.push_back({"free", {}, flags}); }
-
-   private:
-    FakeAuthority& authority_;
+    void free(std::uint32_t flags) override { authority.calls_.push_back({"free", {}, flags}); }
   };
 
-  Result<std::unique_ptr<Authorization>, AuthorizationStatus> reference(
-      AuthorizationStatus status) {
+  Made reference(const char* function, AuthorizationStatus status) {
+    calls_.push_back({function});
     if (status != AuthorizationStatus::noError) return status;
     return std::unique_ptr<Authorization>(std::make_unique<Reference>(*this));
   }

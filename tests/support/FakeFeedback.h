@@ -25,21 +25,19 @@ class FakeFeedback : public FeedbackEndpoint {
   }
 
  private:
-  class Connection : public FeedbackConnection {
-   public:
-    explicit Connection(FakeFeedback& owner) : owner_(owner) {}
+  struct Connection : FeedbackConnection {
+    FakeFeedback& owner;
+
+    explicit Connection(FakeFeedback& itsOwner) : owner(itsOwner) {}
     Outcome open(Dictionary firstMessage) override {
-      if (owner_.refusal) return *owner_.refusal;
-      owner_.messages.push_back(std::move(firstMessage));
+      if (owner.refusal) return *owner.refusal;
+      owner.messages.push_back(std::move(firstMessage));
       return success;
     }
     void processPrivilegedOperationFeedback(Dictionary message) override {
-      owner_.messages.push_back(std::move(message));
+      owner.messages.push_back(std::move(message));
     }
-    void suspend() override { owner_.suspended = true; }
-
-   private:
-    FakeFeedback& owner_;
+    void suspend() override { owner.suspended = true; }
   };
 };
 

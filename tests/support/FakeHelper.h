@@ -53,52 +53,49 @@ class FakeHelper : public HelperConnector {
     return first;
   }
 
-  class Connection : public HelperConnection {
-   public:
-    explicit Connection(FakeHelper& helper) : helper_(helper) {}
+  struct Connection : HelperConnection {
+    FakeHelper& helper;
+    bool isInterrupted = false;
 
+    explicit Connection(FakeHelper& itsHelper) : helper(itsHelper) {}
     Result<std::string> getVersionString() override {
-      helper_.calls.push_back("version");
-      return helper_.version;
+      helper.calls.push_back("version");
+      return helper.version;
     }
     Outcome registerClientWithPID(std::int32_t identifier) override {
-      helper_.calls.push_back("register " + std::to_string(identifier));
-      return takeFirst(helper_.registrationFailures);
+      helper.calls.push_back("register " + std::to_string(identifier));
+      return takeFirst(helper.registrationFailures);
     }
     Outcome unregisterClientWithPID(std::int32_t identifier) override {
-      helper_.calls.push_back("unregister " + std::to_string(identifier));
+      helper.calls.push_back("unregister " + std::to_string(identifier));
       return success;
     }
     void unregisterClientWithPIDLater(std::int32_t identifier) override {
-      helper_.calls.push_back("unregister later " + std::to_string(identifier));
+      helper.calls.push_back("unregister later " + std::to_string(identifier));
     }
     Result<Data> createExternalForm() override {
-      helper_.calls.push_back("createExternalForm");
-      if (helper_.whileItAuthorizes) helper_.whileItAuthorizes();
-      if (isInterrupted_) return posixError(PosixCode::interrupted);
-      return helper_.externalForm;
+      helper.calls.push_back("createExternalForm");
+      if (helper.whileItAuthorizes) helper.whileItAuthorizes();
+      if (isInterrupted) return posixError(PosixCode::interrupted);
+      return helper.externalForm;
     }
     Result<std::unique_ptr<HelperConnection>> connectWithEndpoint() override {
       return invalidConnection();
     }
     Outcome performPrivilegedOperation(std::uint64_t code, const Data& form,
                                        const FeedbackHandler& handler, const Array& sent) override {
-      helper_.calls.push_back("perform " + std::to_string(code) +
-                              (form == *helper_.externalForm ? "" : " unauthorized"));
-      helper_.arguments = sent;
-      helper_.wasFeedbackWanted = handler != nullptr;
-      for (const auto& message : helper_.feedback) {
+      helper.calls.push_back("perform " + std::to_string(code) +
+                             (form == *helper.externalForm ? "" : " unauthorized"));
+      helper.arguments = sent;
+      helper.wasFeedbackWanted = handler != nullptr;
+      for (const auto& message : helper.feedback) {
         if (handler) handler(message);
       }
-      if (helper_.whileItRuns) helper_.whileItRuns();
-      if (isInterrupted_) return posixError(PosixCode::interrupted);
-      return helper_.answer;
+      if (helper.whileItRuns) helper.whileItRuns();
+      if (isInterrupted) return posixError(PosixCode::interrupted);
+      return helper.answer;
     }
-    void interrupt() override { isInterrupted_ = true; }
-
-   private:
-    FakeHelper& helper_;
-    bool isInterrupted_ = false;
+    void interrupt() override { isInterrupted = true; }
   };
 };
 

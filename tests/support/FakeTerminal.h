@@ -1,7 +1,6 @@
 // Standard streams that a test can read.
 #pragma once
 
-#include <functional>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -18,10 +17,6 @@ class FakeTerminal : public Terminal {
   std::size_t width = 80;
   /// Streams whose reader has gone.
   std::set<StandardStream> deaf;
-  /// Streams whose reader is slow.
-  std::set<StandardStream> slow;
-  /// Is called before anything is written.
-  std::function<void()> whileWriting;
   /// The text that a person types; empty without a person.
   std::optional<std::string> typed;
 
@@ -29,9 +24,8 @@ class FakeTerminal : public Terminal {
   std::size_t columns() const override { return width; }
   bool canAsk() const override { return typed.has_value(); }
   std::optional<std::string> readLine() override { return typed; }
-  void stopWaiting() override { deaf = slow; }
+  void stopWaiting() override {}
   bool write(StandardStream stream, std::string_view bytes) override {
-    if (whileWriting) whileWriting();
     const std::lock_guard lock(mutex_);
     if (deaf.contains(stream)) return false;
     (stream == StandardStream::output ? output_ : errors_) += bytes;

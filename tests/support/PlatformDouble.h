@@ -21,7 +21,6 @@ struct Doubles {
   Log* log = nullptr;
   SelfProcess* self = nullptr;
   FileSystem* files = nullptr;
-  ProcessTable* processes = nullptr;
   JobControl* jobControl = nullptr;
   Preferences* preferences = nullptr;
   SystemConfiguration* systemConfiguration = nullptr;
@@ -44,7 +43,7 @@ inline Platform platformWith(const Doubles& doubles, const Platform& rest) {
           .files = either(doubles.files, rest.files),
           .extendedAttributes = rest.extendedAttributes,
           .accessControl = rest.accessControl,
-          .processes = either(doubles.processes, rest.processes),
+          .processes = rest.processes,
           .users = either(doubles.users, rest.users),
           .kernelSettings = rest.kernelSettings,
           .jobControl = either(doubles.jobControl, rest.jobControl),

@@ -172,12 +172,6 @@ TEST_F(LinuxAuthorityTest, TheKeyIsPrivateAndIsKept) {
   }
 }
 
-TEST_F(LinuxAuthorityTest, ADamagedDatabaseGrantsNothing) {
-  authority_.externalForm(self(0));
-  scratch_.file("state/rights.plist", "{ \"everybodys\" = ");
-  EXPECT_EQ(ask(1000, "everybodys"), denied);
-}
-
 TEST(PeerIdentity, IsTheSameWithAndWithoutTheKernelsHandle) {
   const test::SocketPair pair;
   const PeerIdentity self{getuid(), getpid(), *startTimeOfProcess(getpid())};

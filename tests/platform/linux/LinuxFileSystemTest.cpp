@@ -74,21 +74,6 @@ TEST_F(LinuxFileSystemTest, EachWayToSetTheTwoFlagsKeepsOthers) {
   }
 }
 
-TEST_F(LinuxFileSystemTest, ObjectsWithoutFlagsCanOnlyBeCleared) {
-  scratch_.make("ln -s nowhere link; mkfifo fifo; mkdir mount");
-  const test::Mount mount(Kind::plainMemory, scratch_.path("mount"));
-  if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount";
-  const auto onPlainMemory = scratch_.file("mount/file");
-  for (const auto& path :
-       {scratch_.path("link"), scratch_.path("fifo"), std::string("/dev/null"), onPlainMemory}) {
-    EXPECT_EQ(setFlags(path, 0), PosixCode::success) << path;
-    EXPECT_EQ(setFlags(path, userImmutable), PosixCode::notSupported) << path;
-  }
-  EXPECT_EQ(setFlags(scratch_.file("file"), file_flag::systemImmutable), PosixCode::notSupported);
-  EXPECT_EQ(writeFlagsByDescriptor(onPlainMemory.c_str(), {0, userImmutable}),
-            PosixCode::notSupported);
-}
-
 TEST_F(LinuxFileSystemTest, AReadOnlyFileSystemRefusesFlagsThatAreSetAlready) {
   const auto root = scratch_.folder("mount");
   const test::Mount mount(Kind::memory, root);

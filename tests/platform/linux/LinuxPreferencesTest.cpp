@@ -180,26 +180,19 @@ TEST_F(LinuxPreferencesTest, TheDefaultsToolReadsThemAsTheUser) {
                          mount("none", "/etc/GNUstep", "tmpfs", 0, nullptr) == 0;
   if (!isPlanted) GTEST_SKIP() << "needs GNUstep's defaults and the right to mount";
   ASSERT_EQ(chown(home.c_str(), 47110, 47110), 0);
-
   const PreferenceSelector townsman{Kind::named, "qrttest"};
-  const auto modify = [&](const PreferenceDomain& domain, const std::string& key,
-                          const std::optional<PropertyValue>& value) {
-    return makePreferences("/")->setValue(domain, key, value);
-  };
-  const PreferenceDomain town{"Town", townsman, {any}};
-  const std::string tool = "setpriv --reuid 47110 --regid 47110 --clear-groups defaults ";
-  EXPECT_TRUE(modify(town, "streets", Array{"Main St", Dictionary{{"length", 12}}}));
-  EXPECT_EQ(test::printed(tool + "read Town streets | tr -d ' \\n\\t'"),
-            "Townstreets'(\"MainSt\",{length=12;})'");
-  EXPECT_TRUE(test::run({"sh", "-c", tool + "write Town mayor Ann"}));
-  EXPECT_TRUE(modify(town, "river", "Elbe"));
-  EXPECT_EQ(test::printed(tool + "read Town mayor; " + tool + "read Town river"),
-            "Town mayor Ann\nTown river Elbe\n");
-  // Settings of every application: the tool's name for any user's is that of its configuration.
-  EXPECT_TRUE(modify({std::nullopt, townsman, {any}}, "own", "1"));
-  EXPECT_TRUE(modify({std::nullopt, {any}, {any}}, "common", "2"));
-  EXPECT_EQ(test::printed(tool + "read NSGlobalDomain own; " + tool + "read GSConfigDomain common"),
-            "NSGlobalDomain own 1\nGSConfigDomain common 2\n");
+  const std::pair<PreferenceDomain, PropertyValue> values[] = {
+      {{"Town", townsman, {any}}, Array{"Main St", Dictionary{{"length", 12}}}},
+      {{std::nullopt, townsman, {any}}, "1"},
+      {{std::nullopt, {any}, {any}}, "2"}};
+  for (const auto& [domain, value] : values) {
+    EXPECT_TRUE(makePreferences("/")->setValue(domain, "key", value));
+  }
+  // The tool's name for settings of any user is that of its configuration.
+  EXPECT_EQ(test::printed("for domain in Town NSGlobalDomain GSConfigDomain; do setpriv"
+                          " --reuid 47110 --regid 47110 --clear-groups defaults read $domain key;"
+                          " done | tr -d ' \\n\\t'"),
+            "Townkey'(\"MainSt\",{length=12;})'NSGlobalDomainkey1GSConfigDomainkey2");
   umount2("/etc/GNUstep", MNT_DETACH);
   umount2("/etc/passwd", MNT_DETACH);
 }

@@ -129,13 +129,6 @@ TEST_F(NetworkServicesTest, IPv6ChangesAtOnceAndAtTheNextStart) {
   EXPECT_EQ(contentsOf(file),
             "# by hand\nnet/ipv6/conf/qrt.b/disable_ipv6 = 1\n"
             "net/ipv6/conf/qrta/disable_ipv6 = 0\n");
-
-  // The next start of the system.
-  const std::string starter = "/usr/lib/systemd/systemd-sysctl";
-  if (!test::exists(starter)) return;
-  root.make("echo 0 > /proc/sys/net/ipv6/conf/qrt.b/disable_ipv6");
-  EXPECT_TRUE(test::run({starter, file}));
-  EXPECT_EQ(contentsOf("/proc/sys/net/ipv6/conf/qrt.b/disable_ipv6"), "1\n");
 }
 
 }  // namespace

@@ -27,9 +27,6 @@ setrecord() { setfattr -n user.com.apple.FinderInfo -v "0x$1" "$2"; }
 record() { getfattr --absolute-names -n user.com.apple.FinderInfo -e hex "$1" | sed -n 's/.*=0x//p'; }
 )sh";
 
-/// A byte that is no UTF-8, as part of a file's name.
-inline constexpr const char* oddByte = "\xFF";
-
 /// Whatever the hard limit says.
 inline constexpr rlim_t mostDescriptors = RLIM_INFINITY;
 

@@ -25,9 +25,6 @@ record() {
 }
 )sh";
 
-/// File systems refuse names that are no UTF-8.
-inline constexpr const char* oddByte = "\xC3\xBF";
-
 inline constexpr rlim_t mostDescriptors = OPEN_MAX;
 
 inline constexpr int openForNames = O_EVTONLY;
