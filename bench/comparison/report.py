@@ -120,7 +120,7 @@ with the usual tool and with the fastest peer that Debian packages. A ratio belo
   time; the column "Pause" shows it.
 - Each run has its own daemon. "Peak MiB" is the largest resident memory (VmHWM) of a daemon in all runs of the row.
 - All runs of a round are in random order. The numbers are medians of the rounds; rows with 1,000,000 objects have at
-  most three.
+  most three, on ext4 one.
 - The tree has {objects:,} objects: empty files, ten in a folder, a hundred folders in each outer folder. Flat folders
   have {divisor}the number of files in their name. A device has {mebibytes} MiB.
 - Warm: the objects were just made or read. One core: `taskset -c 0` for daemon, client and tool.

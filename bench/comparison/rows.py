@@ -11,6 +11,7 @@ PAUSE = 0.25  # seconds that an operation with feedback waits before it closes t
 
 MEMORY, ONE_CORE, WARM, COLD = "tmpfs", "tmpfs, one core", "ext4, warm", "ext4, cold"
 PLACES = (MEMORY, ONE_CORE, WARM, COLD)
+MANY = 1000
 
 # What an operation works on. A number is that of the files in a flat folder.
 TREE, DEVICE, NOTHING = "tree", "device", "nothing"
@@ -35,8 +36,7 @@ class Row:
     before: str = ""  # Prepares the folder of a row that changes it, for qrtctl.
     values: dict = dataclasses.field(default_factory=dict)  # Two of each, in turn, so that each run changes everything.
     remains: str = ""  # What exists after a run that consumes: "" or "top".
-    places: tuple = PLACES
-    rounds: int = 1000  # At most.
+    rounds: dict = dataclasses.field(default_factory=lambda: dict.fromkeys(PLACES, MANY))  # At most, at each place.
 
 
 ROWS = [
@@ -78,10 +78,10 @@ ROWS = [
     }),
     Row("empty 1,000,000", LARGE, CONSUME, "delete-foldercontents {top}", {
         "find -delete": "find {top} -mindepth 1 -delete",
-    }, remains="top", places=(MEMORY, WARM), rounds=3),
+    }, remains="top", rounds={MEMORY: 3, WARM: 1}),
     Row("delete 1,000,000", LARGE, CONSUME, "delete-fileobjects --recursive {top}", {
         "rm -rf": "rm -rf {top}",
-    }, places=(MEMORY, WARM), rounds=3),
+    }, rounds={MEMORY: 3, WARM: 1}),
     Row("mode", TREE, CHANGE, f"prop-permissions {RIGHTS[0]} {{top}}", {
         "chmod -R": "chmod -R {mode} {top}",
         "xargs -P chmod": OBJECTS + " chmod {mode}",
@@ -98,10 +98,10 @@ ROWS = [
     Row("erase blocks", DEVICE, CONSUME, "erase-diskblocks {device} {blocks}", {
         "dd bs=1M": "dd if=/dev/zero of={top} bs=1M count={mebibytes} conv=fdatasync,notrunc status=none",
         "blkdiscard -z": "blkdiscard -z {top}",
-    }, pause=0, remains="top", places=(MEMORY, WARM)),
+    }, pause=0, remains="top", rounds={MEMORY: MANY, WARM: MANY}),
 ]
 
-NOP = Row("nop", NOTHING, READ, "nop", {"bare sd-bus call": ""}, pause=0, places=(MEMORY, ONE_CORE))
+NOP = Row("nop", NOTHING, READ, "nop", {"bare sd-bus call": ""}, pause=0, rounds={MEMORY: MANY, ONE_CORE: MANY})
 
 # Whose time and memory for each object are measured from 10^3 to 10^6 objects.
 SCALED = ("aged search", "names and patterns", "storage size", "delete a tree")
