@@ -2,8 +2,23 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 
 namespace qrt {
+namespace {
+
+/// The part of the text before its first byte that is not ASCII, rounded down to whole words.
+std::size_t lengthOfAscii(std::string_view text) {
+  constexpr std::uint64_t highBits = 0x8080808080808080;
+  std::size_t length = 0;
+  for (std::uint64_t word; length + sizeof word <= text.size(); length += sizeof word) {
+    std::memcpy(&word, text.data() + length, sizeof word);
+    if ((word & highBits) != 0) break;
+  }
+  return length;
+}
+
+}  // namespace
 
 Utf8Character firstUtf8Character(std::string_view text) {
   const auto lead = static_cast<std::uint8_t>(text.front());
@@ -33,6 +48,7 @@ Utf8Character firstUtf8Character(std::string_view text) {
 }
 
 bool isValidUtf8(std::string_view text) {
+  text.remove_prefix(lengthOfAscii(text));
   while (!text.empty()) {
     const auto character = firstUtf8Character(text);
     if (character.length == 0) return false;

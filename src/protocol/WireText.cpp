@@ -20,12 +20,14 @@ void appendByteCharacter(std::string& text, char byte) {
 
 }  // namespace
 
-std::string encodeWireText(std::string_view bytes) {
+bool isWireText(std::string_view bytes) {
   const bool special = bytes.find(rangePrefix) != std::string_view::npos ||
                        bytes.find('\0') != std::string_view::npos;
-  if (!special && isValidUtf8(bytes)) {
-    return std::string(bytes);
-  }
+  return !special && isValidUtf8(bytes);
+}
+
+std::string encodeWireText(std::string_view bytes) {
+  if (isWireText(bytes)) return std::string(bytes);
   std::string text;
   text.reserve(bytes.size() + 16);
   while (!bytes.empty()) {
@@ -46,6 +48,7 @@ std::string encodeWireText(std::string_view bytes) {
 }
 
 std::string decodeWireText(std::string_view text) {
+  if (text.find(rangePrefix) == std::string_view::npos) return std::string(text);
   std::string bytes;
   bytes.reserve(text.size());
   while (!text.empty()) {

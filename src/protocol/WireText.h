@@ -12,6 +12,9 @@ namespace qrt {
 /// name holds: it is encoded but never decoded.
 std::string encodeWireText(std::string_view bytes);
 
+/// Whether `encodeWireText` would change nothing.
+bool isWireText(std::string_view bytes);
+
 /// U+10FF00 to U+10FF7F stay characters: no text gains a "/" or a zero byte after it was checked.
 std::string decodeWireText(std::string_view text);
 

@@ -35,6 +35,7 @@ std::span<const std::uint8_t> WireReader::bytes(std::size_t count) {
 }
 
 void WireReader::align(std::size_t boundary) {
+  if (position_ % boundary == 0) return;
   const auto padding = bytes((boundary - position_ % boundary) % boundary);
   if (std::any_of(padding.begin(), padding.end(), [](auto byte) { return byte != 0; })) fail();
 }
@@ -143,7 +144,7 @@ Dictionary WireReader::dictionary() {
     align(8);
     auto key = string();
     auto element = variant();
-    if (stores_) entries.insert_or_assign(std::move(key), std::move(element));
+    if (stores_) entries.insert_or_assign(entries.end(), std::move(key), std::move(element));
   }
   if (position_ > end) fail();
   return entries;
@@ -183,20 +184,7 @@ PropertyValue WireReader::variant() {
 
 PropertyValue WireReader::value(std::string_view signature) {
   if (!ok_) return 0;
-  if (signature == "s") return string();
-  if (signature == "b") {
-    const auto flag = uint32();
-    if (flag > 1) fail();
-    return flag == 1;
-  }
-  if (signature == "y") return byte();
-  if (signature == "n") return static_cast<std::int16_t>(fixed(2));
-  if (signature == "q") return static_cast<std::uint16_t>(fixed(2));
-  if (signature == "i") return int32();
-  if (signature == "u") return uint32();
-  if (signature == "x") return int64();
-  if (signature == "t") return uint64();
-  if (signature == "d") return real();
+  if (signature.size() == 1) return basicValue(signature.front());
   if (signature == "ay") return data();
   if (signature == "(d)") {
     align(8);
@@ -207,6 +195,37 @@ PropertyValue WireReader::value(std::string_view signature) {
   if (signature == "(sxa{sv})") return error();
   fail();
   return 0;
+}
+
+PropertyValue WireReader::basicValue(char type) {
+  switch (type) {
+    case 's':
+      return string();
+    case 'b': {
+      const auto flag = uint32();
+      if (flag > 1) fail();
+      return flag == 1;
+    }
+    case 'y':
+      return byte();
+    case 'n':
+      return static_cast<std::int16_t>(fixed(2));
+    case 'q':
+      return static_cast<std::uint16_t>(fixed(2));
+    case 'i':
+      return int32();
+    case 'u':
+      return uint32();
+    case 'x':
+      return int64();
+    case 't':
+      return uint64();
+    case 'd':
+      return real();
+    default:
+      fail();
+      return 0;
+  }
 }
 
 }  // namespace qrt

@@ -78,6 +78,7 @@ class WireReader {
   void forEachElement(Take take);
   PropertyValue variant();
   PropertyValue value(std::string_view signature);
+  PropertyValue basicValue(char type);
 
   std::span<const std::uint8_t> body_;
   bool bigEndian_;
