@@ -7,7 +7,6 @@
 #include "filesystem/objects/FileObjectInfo.h"
 #include "platform/ReportedPath.h"
 #include "protocol/FeedbackConnection.h"
-#include "protocol/FeedbackMessage.h"
 
 namespace qrt {
 namespace {
@@ -17,7 +16,7 @@ constexpr std::size_t enough = 20;
 }  // namespace
 
 FeedbackBlock sendingTo(FeedbackConnection* feedback) {
-  return [feedback](Dictionary message) {
+  return [feedback](FeedbackMessage message) {
     if (feedback) feedback->processPrivilegedOperationFeedback(std::move(message));
   };
 }
@@ -28,17 +27,17 @@ FoundObjects::FoundObjects(const std::string& base, FeedbackBlock send)
 }
 
 void FoundObjects::add(const std::string& path, const FileStatus& status) {
-  records_.emplace_back(fileObjectInfo(path::below(base_, path), status));
+  records_.add(fileObjectRecord(path::below(base_, path), status));
 }
 
 void FoundObjects::sendIfEnough(double fraction) {
-  if (records_.size() >= enough) send(fraction);
+  if (records_.count() >= enough) send(fraction);
 }
 
 void FoundObjects::finish() { send(1.0); }
 
 void FoundObjects::send(double fraction) {
-  send_(recordsMessage(fraction, std::exchange(records_, {})));
+  send_(RecordsMessage{fraction, std::exchange(records_, {})});
   records_.reserve(enough);
 }
 

@@ -4,15 +4,15 @@
 #include <functional>
 #include <string>
 
-#include "base/PropertyValue.h"
 #include "platform/FileStatus.h"
+#include "protocol/FeedbackMessage.h"
 
 namespace qrt {
 
 class FeedbackConnection;
 
 /// Takes one feedback message.
-using FeedbackBlock = std::function<void(Dictionary message)>;
+using FeedbackBlock = std::function<void(FeedbackMessage message)>;
 
 /// A block that sends to the connection; it drops the messages if that is null.
 FeedbackBlock sendingTo(FeedbackConnection* feedback);
@@ -36,7 +36,7 @@ class FoundObjects {
 
   const std::string base_;
   const FeedbackBlock send_;
-  Array records_;
+  FileObjectRecords records_;
 };
 
 }  // namespace qrt

@@ -5,6 +5,7 @@
 
 #include "base/Error.h"
 #include "base/PropertyValue.h"
+#include "protocol/FeedbackMessage.h"
 #include "protocol/RemoteInterface.h"
 
 namespace qrt {
@@ -21,7 +22,7 @@ class FeedbackConnection {
   virtual Outcome open(Dictionary firstMessage) = 0;
 
   /// Sends a message, without a reply.
-  virtual void processPrivilegedOperationFeedback(Dictionary message) = 0;
+  virtual void processPrivilegedOperationFeedback(FeedbackMessage message) = 0;
 
   /// Sends the waiting messages and ends the connection.
   virtual void suspend() = 0;

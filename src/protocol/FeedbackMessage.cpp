@@ -3,6 +3,13 @@
 #include "protocol/Names.h"
 
 namespace qrt {
+namespace {
+
+bool holds(const Dictionary& entries, std::string_view key) {
+  return entries.find(key) != entries.end();
+}
+
+}  // namespace
 
 Dictionary progressMessage(double fraction) {
   return {{std::string(progressFractionKey), fraction}};
@@ -26,8 +33,23 @@ Dictionary recordsMessage(double fraction, Array records) {
 
 Dictionary finalMessage() { return {{std::string(finalFeedbackMessageKey), true}}; }
 
-bool isProgressOnly(const Dictionary& message) {
-  return message.size() == 1 && message.find(progressFractionKey) != message.end();
+bool isProgressOnly(const FeedbackMessage& message) {
+  const auto* entries = std::get_if<Dictionary>(&message);
+  return entries && entries->size() == 1 && holds(*entries, progressFractionKey);
+}
+
+bool isFinalMessage(const FeedbackMessage& message) {
+  const auto* entries = std::get_if<Dictionary>(&message);
+  return entries && holds(*entries, finalFeedbackMessageKey);
+}
+
+Dictionary dictionaryOf(FeedbackMessage message) {
+  if (auto* entries = std::get_if<Dictionary>(&message)) return std::move(*entries);
+  const auto& [fraction, records] = std::get<RecordsMessage>(message);
+  Array values;
+  values.reserve(records.count());
+  for (std::size_t i = 0; i < records.count(); ++i) values.emplace_back(dictionaryOf(records[i]));
+  return recordsMessage(fraction, std::move(values));
 }
 
 }  // namespace qrt

@@ -25,6 +25,15 @@ inline constexpr std::string_view errorDataKey = "ErrorData";
 inline constexpr std::string_view fileObjectInfoKey = "FileObjectInfo";
 inline constexpr std::string_view finalFeedbackMessageKey = "FinalFeedbackMessage";
 
+/// Keys of the record of a file-system object.
+namespace file_object_key {
+inline constexpr std::string_view mode = "Mode";
+inline constexpr std::string_view modificationDate = "ModificationDate";
+inline constexpr std::string_view path = "Path";
+inline constexpr std::string_view size = "Size";
+inline constexpr std::string_view type = "Type";
+}  // namespace file_object_key
+
 /// The remote interfaces as D-Bus names.
 namespace wire {
 inline constexpr const char* helperPath = "/com/vantor/QRTPrivilegedHelper";

@@ -121,7 +121,7 @@ TEST_F(SearchOperationsTest, RefusesBadFoldersAndPatternsBeforeAnyFeedback) {
     EXPECT_EQ(fractions(), sent) << patterns.size();
   }
   const auto withoutPatterns = AdvancedOpsAdditions::searchForFileNamesAtPath(
-      files_, log_, scratch_.path("empty"), false, {}, [](const Dictionary&) {});
+      files_, log_, scratch_.path("empty"), false, {}, [](const FeedbackMessage&) {});
   EXPECT_EQ(withoutPatterns, invalid_);
 }
 

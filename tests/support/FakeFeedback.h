@@ -34,8 +34,8 @@ class FakeFeedback : public FeedbackEndpoint {
       owner.messages.push_back(std::move(firstMessage));
       return success;
     }
-    void processPrivilegedOperationFeedback(Dictionary message) override {
-      owner.messages.push_back(std::move(message));
+    void processPrivilegedOperationFeedback(FeedbackMessage message) override {
+      owner.messages.push_back(dictionaryOf(std::move(message)));
     }
     void suspend() override { owner.suspended = true; }
   };

@@ -28,12 +28,13 @@ std::string_view fileTypeName(std::uint32_t type) {
   return "NSFileTypeUnknown";
 }
 
-Dictionary fileObjectInfo(const std::string& path, const FileStatus& status) {
-  return {{"Path", path},
-          {"Type", fileTypeName(status.type())},
-          {"Size", status.size},
-          {"ModificationDate", status.modificationDate},
-          {"Mode", status.permissions()}};
+FileObjectRecord fileObjectRecord(std::string_view path, const FileStatus& status) {
+  return {path, fileTypeName(status.type()), status.size, status.modificationDate,
+          status.permissions()};
+}
+
+Dictionary fileObjectInfo(std::string_view path, const FileStatus& status) {
+  return dictionaryOf(fileObjectRecord(path, status));
 }
 
 void addFileSystemObjectInfoDictionaryToArray(FileSystem& files, Array* array,

@@ -7,15 +7,18 @@
 
 #include "base/PropertyValue.h"
 #include "platform/FileSystem.h"
+#include "protocol/FileObjectRecords.h"
 
 namespace qrt {
 
 /// The platform's name for the type bits of a mode.
 std::string_view fileTypeName(std::uint32_t type);
 
-/// The record's entries: "Path" as given, "Type", "Size" in bytes, "ModificationDate" and "Mode"
-/// (the twelve permission bits). `status` is of the object itself, also when it is a link.
-Dictionary fileObjectInfo(const std::string& path, const FileStatus& status);
+/// The record of an object, with `path` as given. `status` is of the object itself, also when it is
+/// a link.
+FileObjectRecord fileObjectRecord(std::string_view path, const FileStatus& status);
+/// The same as a value.
+Dictionary fileObjectInfo(std::string_view path, const FileStatus& status);
 
 /// Appends the record of the object at a path. Does nothing without an array, for an empty path,
 /// and for an object whose status cannot be read. Thread-safe for different arrays.

@@ -33,7 +33,14 @@ bool isConnectedStream(int socket) {
          peer.sun_family == AF_UNIX;
 }
 
-/// Roughly the memory of a value that waits.
+std::size_t weight(const PropertyValue& value);
+
+std::size_t weight(const Dictionary& entries) {
+  std::size_t bytes = 0;
+  for (const auto& [key, element] : entries) bytes += key.size() + weight(element);
+  return bytes;
+}
+
 std::size_t weight(const PropertyValue& value) {
   std::size_t bytes = sizeof value;
   if (const auto* text = value.string()) bytes += text->size();
@@ -41,10 +48,15 @@ std::size_t weight(const PropertyValue& value) {
   if (const auto* array = value.array()) {
     for (const auto& element : *array) bytes += weight(element);
   }
-  if (const auto* dictionary = value.dictionary()) {
-    for (const auto& [key, element] : *dictionary) bytes += key.size() + weight(element);
-  }
+  if (const auto* dictionary = value.dictionary()) bytes += weight(*dictionary);
   return bytes;
+}
+
+/// Roughly the memory of a message that waits.
+std::size_t weight(const FeedbackMessage& message) {
+  const auto* records = std::get_if<RecordsMessage>(&message);
+  const auto content = records ? records->records.bytes() : weight(std::get<Dictionary>(message));
+  return sizeof message + content;
 }
 
 }  // namespace
@@ -87,7 +99,7 @@ Outcome LinuxFeedbackConnection::open(Dictionary firstMessage) {
   return success;
 }
 
-bool LinuxFeedbackConnection::send(const Dictionary& message) {
+bool LinuxFeedbackConnection::send(const FeedbackMessage& message) {
   // A library that has a name takes a call without one for a broadcast, which it does not dispatch.
   const char* destination = wire_->wasGreeted() ? wire::peerName : nullptr;
   sd_bus_message* made = nullptr;
@@ -96,7 +108,7 @@ bool LinuxFeedbackConnection::send(const Dictionary& message) {
                                      method_.interface.c_str(), method_.name.c_str());
   const BusMessage call(made);
   if (result >= 0) result = sd_bus_message_set_expect_reply(made, 0);
-  if (result >= 0) result = wire::appendDictionary(made, message);
+  if (result >= 0) result = wire::appendFeedback(made, message);
   if (result >= 0) result = sd_bus_send(wire_->bus(), made, nullptr);
   return result >= 0;
 }
@@ -106,7 +118,7 @@ bool LinuxFeedbackConnection::isFull(std::size_t further) const {
          (waiting_.size() >= maximumWaiting || waitingBytes_ + further > maximumWaitingBytes);
 }
 
-void LinuxFeedbackConnection::enqueue(Dictionary message, bool canBeLost) {
+void LinuxFeedbackConnection::enqueue(FeedbackMessage message, bool canBeLost) {
   const auto bytes = weight(message);
   waitingBytes_ += bytes;
   waiting_.push_back({std::move(message), bytes, canBeLost});
@@ -114,9 +126,9 @@ void LinuxFeedbackConnection::enqueue(Dictionary message, bool canBeLost) {
 
 void LinuxFeedbackConnection::wakeThread() { eventfd_write(wake_.get(), 1); }
 
-void LinuxFeedbackConnection::processPrivilegedOperationFeedback(Dictionary message) {
+void LinuxFeedbackConnection::processPrivilegedOperationFeedback(FeedbackMessage message) {
   const bool isProgress = isProgressOnly(message);
-  const bool isFinal = message.contains(finalFeedbackMessageKey);
+  const bool isFinal = isFinalMessage(message);
   const auto bytes = weight(message);
   {
     std::unique_lock lock(mutex_);

@@ -33,7 +33,7 @@ class LinuxFeedbackConnection : public FeedbackConnection {
   ~LinuxFeedbackConnection() override;
 
   Outcome open(Dictionary firstMessage) override;
-  void processPrivilegedOperationFeedback(Dictionary message) override;
+  void processPrivilegedOperationFeedback(FeedbackMessage message) override;
   void suspend() override;
 
  private:
@@ -44,17 +44,17 @@ class LinuxFeedbackConnection : public FeedbackConnection {
     std::string path, interface, name;
   };
   struct Waiting {
-    Dictionary message;
+    FeedbackMessage message;
     std::size_t bytes;
     bool canBeLost;
   };
 
   Outcome connect();
-  bool send(const Dictionary& message);
+  bool send(const FeedbackMessage& message);
   void run();
   bool sendWaiting();
   bool waitForEvents();
-  void enqueue(Dictionary message, bool canBeLost);
+  void enqueue(FeedbackMessage message, bool canBeLost);
   bool isFull(std::size_t further) const;
   void wakeThread();
 
@@ -70,7 +70,7 @@ class LinuxFeedbackConnection : public FeedbackConnection {
   std::deque<Waiting> waiting_;
   std::size_t waitingBytes_ = 0;
   /// The newest progress that found no place. It replaces older progress.
-  std::optional<Dictionary> newestProgress_;
+  std::optional<FeedbackMessage> newestProgress_;
   bool lostRequestor_ = false;
   std::optional<Clock::time_point> closingSince_;
   /// The message that is being written must arrive, however long its reader takes.

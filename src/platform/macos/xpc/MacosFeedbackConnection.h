@@ -23,7 +23,7 @@ class MacosFeedbackConnection : public FeedbackConnection {
   ~MacosFeedbackConnection() override;
 
   Outcome open(Dictionary firstMessage) override;
-  void processPrivilegedOperationFeedback(Dictionary message) override;
+  void processPrivilegedOperationFeedback(FeedbackMessage message) override;
   void suspend() override;
 
  private:

@@ -43,14 +43,14 @@ Outcome MacosFeedbackConnection::open(Dictionary firstMessage) {
   return failure->outcome;
 }
 
-void MacosFeedbackConnection::processPrivilegedOperationFeedback(Dictionary message) {
+void MacosFeedbackConnection::processPrivilegedOperationFeedback(FeedbackMessage message) {
   const std::lock_guard lock(mutex_);
   if (!isProgressOnly(message)) {
     sendNewestProgress();
-    send(message);
+    send(dictionaryOf(std::move(message)));
     return;
   }
-  newestProgress_ = std::move(message);
+  newestProgress_ = dictionaryOf(std::move(message));
   const auto now = Clock::now();
   if (now < nextProgress_) return;
   nextProgress_ = now + progressInterval;
