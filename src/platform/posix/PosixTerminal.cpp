@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,6 +22,11 @@ namespace {
 
 int descriptorOf(StandardStream stream) {
   return stream == StandardStream::output ? STDOUT_FILENO : STDERR_FILENO;
+}
+
+bool isFile(int descriptor) {
+  struct stat status;
+  return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
 /// Standard streams as file descriptors.
@@ -60,11 +66,11 @@ class PosixTerminal : public Terminal {
 
   bool write(StandardStream stream, std::string_view bytes) override {
     const int descriptor = descriptorOf(stream);
+    // A pipe that is writable takes this much without blocking. A file never blocks.
+    const auto most = isFile(descriptor) ? bytes.size() : std::size_t{PIPE_BUF};
     while (!bytes.empty()) {
       if (!waitUntilWritable(descriptor)) return false;
-      // A pipe that is writable takes this much without blocking.
-      const auto written =
-          ::write(descriptor, bytes.data(), std::min<std::size_t>(bytes.size(), PIPE_BUF));
+      const auto written = ::write(descriptor, bytes.data(), std::min(bytes.size(), most));
       if (written >= 0) {
         bytes.remove_prefix(static_cast<std::size_t>(written));
       } else if (errno != EINTR && errno != EAGAIN) {

@@ -1,13 +1,16 @@
 #include "client/cli/output/RecordText.h"
 
+#include <fmt/compile.h>
 #include <fmt/format.h>
 
 #include <cstdint>
 #include <ctime>
+#include <iterator>
 #include <string_view>
 
 #include "base/Printable.h"
 #include "client/cli/output/SizeText.h"
+#include "protocol/Names.h"
 
 namespace qrt {
 namespace {
@@ -37,9 +40,9 @@ char typeLetter(std::string_view type) {
 }
 
 std::string permissions(const Dictionary& record) {
-  const auto* type = stringIn(record, "Type");
+  const auto* type = stringIn(record, file_object_key::type);
   std::string text(1, typeLetter(type ? *type : ""));
-  const auto* mode = valueIn(record, "Mode");
+  const auto* mode = valueIn(record, file_object_key::mode);
   if (!mode || !mode->number()) return text;
   const auto bits = mode->number()->asUInt64();
   constexpr std::string_view letters = "rwxrwxrwx";
@@ -55,26 +58,29 @@ std::string permissions(const Dictionary& record) {
 }
 
 std::string size(const Dictionary& record) {
-  const auto* value = valueIn(record, "Size");
+  const auto* value = valueIn(record, file_object_key::size);
   return value && value->number() ? sizeText(value->number()->asUInt64()) : "-";
 }
 
 std::string lastChange(const Dictionary& record) {
-  const auto* value = valueIn(record, "ModificationDate");
+  const auto* value = valueIn(record, file_object_key::modificationDate);
   if (!value || !value->date()) return "-";
   const auto seconds = static_cast<std::time_t>(Number(value->date()->secondsSince1970).asInt64());
-  const auto* local = std::localtime(&seconds);
-  char text[32];
-  if (!local || std::strftime(text, sizeof text, "%Y-%m-%d %H:%M", local) == 0) return "-";
-  return text;
+  std::tm local;
+  // Unlike std::localtime and std::strftime, which look at the file of the time zone each time.
+  if (!localtime_r(&seconds, &local)) return "-";
+  constexpr std::int64_t firstYear = 1900;
+  return fmt::format(FMT_COMPILE("{}-{:02}-{:02} {:02}:{:02}"), local.tm_year + firstYear,
+                     local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min);
 }
 
 }  // namespace
 
-std::string recordText(const Dictionary& record) {
-  const auto* path = stringIn(record, "Path");
-  return fmt::format("{:10}  {:>6}  {:16}  {}\n", permissions(record), size(record),
-                     lastChange(record), path ? printable(*path) : "-");
+void appendRecordText(std::string& lines, const Dictionary& record) {
+  const auto* path = stringIn(record, file_object_key::path);
+  fmt::format_to(std::back_inserter(lines), FMT_COMPILE("{:10}  {:>6}  {:16}  {}\n"),
+                 permissions(record), size(record), lastChange(record),
+                 path ? printable(*path) : "-");
 }
 
 }  // namespace qrt

@@ -7,8 +7,8 @@
 
 namespace qrt {
 
-/// Type and permissions, size, local time of the last change and path, aligned. "-" replaces what
-/// the record does not have. Ends with a line feed.
-std::string recordText(const Dictionary& record);
+/// Appends a line: type and permissions, size, local time of the last change and path, aligned. "-"
+/// replaces what the record does not have. The time zone is that of the last `tzset`.
+void appendRecordText(std::string& lines, const Dictionary& record);
 
 }  // namespace qrt

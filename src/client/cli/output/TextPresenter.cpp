@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <ctime>
 #include <string_view>
 #include <utility>
 #include <variant>
@@ -27,7 +28,12 @@ std::string_view textOf(const Data& data) {
 class TextPresenter : public Presenter {
  public:
   TextPresenter(Terminal& terminal, std::string label, bool mayColor)
-      : terminal_(terminal), label_(std::move(label)), mayColor_(mayColor) {}
+      : terminal_(terminal),
+        label_(std::move(label)),
+        mayColor_(mayColor),
+        enough_(terminal.isTerminal(StandardStream::output) ? 0 : 64 << 10) {
+    tzset();  // The lines of records show local time.
+  }
 
   bool showFeedback(const Dictionary& message) override {
     bool isRead = true;
@@ -37,7 +43,7 @@ class TextPresenter : public Presenter {
 
   bool showAnswer(const Dictionary& answer) override {
     endProgress(true);
-    bool isRead = true;
+    bool isRead = writeCollected();
     for (const auto& [key, value] : answer) {
       // A single value is printed without its name.
       const auto name = answer.size() == 1 ? "" : printable(key) + ": ";
@@ -48,6 +54,7 @@ class TextPresenter : public Presenter {
 
   void showFailure(const Error& error) override {
     endProgress(false);
+    writeCollected();
     // The program has printed the reason itself.
     if (statusOfProgram(error)) return;
     const bool isColored = mayColor_ && terminal_.isTerminal(StandardStream::error);
@@ -58,7 +65,7 @@ class TextPresenter : public Presenter {
  private:
   bool show(std::string_view key, const PropertyValue& value) {
     if (key == outputDataKey && value.data()) {
-      return write(StandardStream::output, textOf(*value.data()));
+      return writeCollected() && write(StandardStream::output, textOf(*value.data()));
     }
     if (key == errorDataKey && value.data()) {
       return write(StandardStream::error, textOf(*value.data()));
@@ -75,11 +82,16 @@ class TextPresenter : public Presenter {
   }
 
   bool writeRecords(const Array& records) {
-    std::string lines;
     for (const auto& record : records) {
-      if (record.dictionary()) lines += recordText(*record.dictionary());
+      if (record.dictionary()) appendRecordText(lines_, *record.dictionary());
     }
-    return write(StandardStream::output, lines);
+    return lines_.size() < enough_ || writeCollected();
+  }
+
+  bool writeCollected() {
+    const bool isRead = write(StandardStream::output, lines_);
+    lines_.clear();
+    return isRead;
   }
 
   bool write(StandardStream stream, std::string_view bytes) {
@@ -96,6 +108,11 @@ class TextPresenter : public Presenter {
   Terminal& terminal_;
   std::string label_;
   bool mayColor_;
+  /// The bytes of lines that are written at once. A user at a terminal sees each batch as it
+  /// arrives.
+  const std::size_t enough_;
+  /// Of records, not written yet.
+  std::string lines_;
   std::unique_ptr<ProgressDisplay> progress_;
 };
 
