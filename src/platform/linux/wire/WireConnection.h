@@ -21,9 +21,9 @@
 namespace qrt {
 
 /// Between the socket and libsystemd. It reads the bytes, cuts them into messages, measures those,
-/// and passes them to libsystemd one at a time through a socket pair; libsystemd writes to the
-/// socket itself. So a peer cannot make the process hold more than the limits allow, handlers can
-/// read the marshalled arguments, and no message that follows the handshake is overlooked.
+/// and passes them to libsystemd one at a time through a pipe; libsystemd writes to the socket
+/// itself. So a peer cannot make the process hold more than the limits allow, handlers can read the
+/// marshalled arguments, and no message that follows the handshake is overlooked.
 ///
 /// Belongs to one thread. Handlers run inside `step()`, which waits for the turn of a large message
 /// and reads it within its time.
@@ -111,11 +111,14 @@ class WireConnection {
   Read receive(std::size_t wanted, int flags);
   bool collectDescriptors(msghdr& header);
   bool hasAnnouncedDescriptors(bool isHandshake);
+  bool feedThroughPipe();
   bool feed();
   bool process();
 
   FileDescriptor socket_;
   FileDescriptor feed_;
+  /// The descriptor that libsystemd, its owner, reads from: the other end of `feed_`.
+  int input_ = -1;
   /// The descriptor that libsystemd, its owner, writes to: a duplicate of the socket.
   int output_ = -1;
   Bus bus_;
