@@ -7,6 +7,7 @@
 #include <openssl/rand.h>
 
 #include <algorithm>
+#include <memory>
 #include <span>
 
 #include "platform/posix/ReadFile.h"
@@ -40,14 +41,22 @@ std::uint64_t get(const AuthorizationExternalForm& form, Field field) {
 
 using Bytes = std::span<const std::uint8_t>;
 
+struct HashingDeleter {
+  void operator()(EVP_MAC_CTX* hashing) const { EVP_MAC_CTX_free(hashing); }
+};
+
 /// Fills `hash` with a keyed hash of the text. Returns false when the library cannot compute it.
 bool computeHash(Bytes key, Bytes text, std::span<std::uint8_t> hash) {
+  // Looking the algorithm up takes as long as hashing.
+  static EVP_MAC* const algorithm = EVP_MAC_fetch(nullptr, OSSL_MAC_NAME_BLAKE2BMAC, nullptr);
   auto size = hash.size();
   const OSSL_PARAM parameters[] = {OSSL_PARAM_construct_size_t(OSSL_MAC_PARAM_SIZE, &size),
                                    OSSL_PARAM_construct_end()};
-  return EVP_Q_mac(nullptr, OSSL_MAC_NAME_BLAKE2BMAC, nullptr, nullptr, parameters, key.data(),
-                   key.size(), text.data(), text.size(), hash.data(), hash.size(),
-                   nullptr) != nullptr;
+  const std::unique_ptr<EVP_MAC_CTX, HashingDeleter> hashing(algorithm ? EVP_MAC_CTX_new(algorithm)
+                                                                       : nullptr);
+  return hashing && EVP_MAC_init(hashing.get(), key.data(), key.size(), parameters) == 1 &&
+         EVP_MAC_update(hashing.get(), text.data(), text.size()) == 1 &&
+         EVP_MAC_final(hashing.get(), hash.data(), &size, hash.size()) == 1;
 }
 
 /// Fills the second half with the keyed hash of the first.
