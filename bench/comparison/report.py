@@ -105,7 +105,8 @@ PAGE = """# Performance
 This page is written by `bench/compare --output docs`, as root on a quiet machine. It compares operations of the daemon
 with the usual tool and with the fastest peer that Debian packages. A ratio below 1 means that the daemon is faster.
 
-{machine}, on {date}; {rounds} rounds, seed {seed}{quick}.
+Machine: {machine}.
+Date: {date}, rounds: {rounds}, seed: {seed}{quick}.
 
 ## Ratios
 
