@@ -70,6 +70,7 @@ void WorkerThread::waitWhile(State state) {
   const auto end = Clock::now() + patience;
   do {
     if (state_ != state) return;
+    std::this_thread::yield();  // To a thread that sends records, or to their reader.
   } while (Clock::now() < end);
   std::unique_lock lock(mutex_);
   changed_.wait(lock, [&] { return state_ != state; });
