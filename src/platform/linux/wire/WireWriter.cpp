@@ -151,11 +151,10 @@ int appendDictionary(sd_bus_message* message, const Dictionary& dictionary) {
 int appendFeedback(sd_bus_message* message, const FeedbackMessage& feedback) {
   const auto* found = std::get_if<RecordsMessage>(&feedback);
   if (!found) return appendDictionary(message, std::get<Dictionary>(feedback));
-  const auto& [fraction, records] = *found;
   const auto appendList = [&] {
-    return inContainer(message, 'v', "av", [&] { return appendRecords(message, records); });
+    return inContainer(message, 'v', "av", [&] { return appendRecords(message, found->records); });
   };
-  const auto appendFraction = [&] { return appendVariant(message, fraction); };
+  const auto appendFraction = [&] { return appendVariant(message, found->fraction); };
   return inContainer(message, 'a', "{sv}", [&] {
     return sequence([&] { return appendEntry(message, fileObjectInfoKey, appendList); },
                     [&] { return appendEntry(message, progressFractionKey, appendFraction); });
