@@ -123,16 +123,6 @@ TEST_F(FilesContract, ATakenNameStaysAsItIs) {
   EXPECT_FALSE(test::exists(scratch_.path("nowhere")));
 }
 
-TEST_F(FilesContract, NewFilesHaveTheGivenModeAndCanBeRenamed) {
-  const auto made = scratch_.path("made"), taken = scratch_.file("taken", "kept");
-  ASSERT_TRUE(files().createFile(made.c_str(), 0666));
-  EXPECT_EQ(files().replace(made.c_str(), scratch_.file("old").c_str()), PosixCode::success);
-  EXPECT_EQ(statusOf(scratch_.path("old"))->mode, file_type::regular | 0666u);
-  // Another spelling of the own name is free, whether or not case counts.
-  EXPECT_EQ(files().rename(taken.c_str(), scratch_.path("TAKEN").c_str()), PosixCode::success);
-  EXPECT_EQ(*files().readFile(scratch_.path("TAKEN").c_str(), 4), (Data{'k', 'e', 'p', 't'}));
-}
-
 TEST_F(FilesContract, ReadsRegularFilesUpToALimit) {
   const auto file = scratch_.file("file", "12345");
   const auto link = scratch_.link("link", "file");

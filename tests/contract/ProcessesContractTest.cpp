@@ -3,12 +3,7 @@
 #include <future>
 
 #include "contract/ContractTest.h"
-#include "platform/CallerProcess.h"
-#include "platform/FileSystem.h"
-#include "platform/JobControl.h"
 #include "platform/ProcessTable.h"
-#include "platform/SelfProcess.h"
-#include "platform/Terminal.h"
 #include "platform/UserDirectory.h"
 
 namespace qrt {
@@ -30,14 +25,6 @@ TEST_F(ProcessesContract, TheProcessTableHasThisProcess) {
   EXPECT_EQ(platform().processes.sendSignal(INT_MAX, onlyAsk), PosixCode::noProcess);
 }
 
-TEST_F(ProcessesContract, ThisProcessIsKnown) {
-  EXPECT_EQ(platform().self.realUserID(), getuid());
-  const auto caller = makeNativeCallerProcess();
-  EXPECT_EQ(caller->processIdentifier(), getpid());
-  EXPECT_EQ(*caller->currentFolder(), *platform().files.resolvedPath("."));
-  EXPECT_GT(makeNativeTerminal()->columns(), 0u);
-}
-
 TEST_F(ProcessesContract, UsersAreKnownListedOrNot) {
   const auto list = [this] { return platform().users.listedUserIDs(); };
   const auto listed = list();
@@ -47,13 +34,6 @@ TEST_F(ProcessesContract, UsersAreKnownListedOrNot) {
   std::future<UserIDs> atTheSameTime[8];
   for (auto& each : atTheSameTime) each = std::async(std::launch::async, list);
   for (auto& each : atTheSameTime) EXPECT_EQ(each.get(), listed);
-}
-
-TEST_F(ProcessesContract, JobsAreRemovedByAToolOfTheSystem) {
-  EXPECT_EQ(platform().jobControl.removalTool().front(), '/');
-  const auto runs = platform().jobControl.removalRuns(test::uniqueName());
-  ASSERT_FALSE(runs.empty());
-  for (const auto& arguments : runs) EXPECT_TRUE(arguments.back().starts_with(test::uniqueName()));
 }
 
 }  // namespace

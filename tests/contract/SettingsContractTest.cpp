@@ -1,8 +1,5 @@
 #include "contract/ContractTest.h"
-#include "platform/KernelSettings.h"
-#include "platform/Nvram.h"
 #include "platform/Preferences.h"
-#include "platform/SMCExchange.h"
 #include "platform/SystemConfiguration.h"
 
 namespace qrt {
@@ -39,35 +36,6 @@ TEST_F(SettingsContract, ConfigurationsAreChangedUnderTheLock) {
   preferences->unlock();
   EXPECT_FALSE(preferences->networkService("no such service"));
   unlink(("/Library/Preferences/SystemConfiguration/" + name).c_str());
-}
-
-TEST_F(SettingsContract, AMissingKernelSettingIsNoEntry) {
-  for (const char* name : {"", "no.such.setting"}) {
-    EXPECT_EQ(platform().kernelSettings.write(name, 0), PosixCode::noEntry) << name;
-  }
-}
-
-TEST_F(SettingsContract, AMissingFirmwareVariableHasNoValue) {
-  const auto options = platform().nvram.options();
-  ASSERT_TRUE(options);
-  if (!*options) return;  // No variables on this computer, and it says so.
-  EXPECT_FALSE(*(*options)->value(test::uniqueName()));
-}
-
-TEST_F(SettingsContract, TheControllerKnowsItsFirstKeyByName) {
-  SMCParameterRecord question, answer;
-  question.command = smc_command::keyAtIndex;
-  const auto code = platform().smc.callSMC(question, answer);
-  if (code == KernelReturn::error) return;  // No such controller, and it says so.
-  ASSERT_EQ(code, KernelReturn::noError);
-  const std::pair<std::uint32_t, std::uint8_t> keys[] = {{answer.key, smc_result::success},
-                                                         {0x21212121, smc_result::keyNotFound}};
-  question.command = smc_command::keyInfo;
-  for (const auto& [key, result] : keys) {
-    question.key = key;
-    EXPECT_EQ(platform().smc.callSMC(question, answer), KernelReturn::noError);
-    EXPECT_EQ(answer.result, result);
-  }
 }
 
 }  // namespace

@@ -1,25 +1,12 @@
 #include "contract/ContractTest.h"
 #include "platform/ApplicationRegistry.h"
 #include "platform/Authority.h"
-#include "platform/BlockDevice.h"
 #include "platform/CodeSigning.h"
-#include "platform/HelperConnection.h"
-#include "platform/PropertyLists.h"
-#include "platform/SystemVersionFile.h"
-#include "platform/Volumes.h"
 
 namespace qrt {
 namespace {
 
 using SystemContract = test::ContractTest;
-
-TEST_F(SystemContract, TheVersionFileSaysWhichSystemThisIs) {
-  const auto bytes = readSystemVersionFile("/");
-  if (!bytes) return;  // The system has no such file.
-  const auto list = readPropertyList(*bytes);
-  ASSERT_TRUE(list && list->dictionary());
-  EXPECT_TRUE(stringIn(*list->dictionary(), "ProductVersion"));
-}
 
 TEST_F(SystemContract, RightsAreSetAndRemoved) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
@@ -37,23 +24,6 @@ TEST_F(SystemContract, RightsAreSetAndRemoved) {
   EXPECT_FALSE(authority.createFromExternalForm({}, {}, platform().log));
 }
 
-TEST_F(SystemContract, ConnectingWithoutAServiceIsAnError) {
-  const auto connection = platform().helperConnector.connect(scratch_.path("nobody"));
-  const auto answer = connection ? (*connection)->getVersionString() : connection.error();
-  ASSERT_FALSE(answer);
-  EXPECT_EQ(answer.error().domain, cocoaErrorDomain);
-  EXPECT_TRUE(answer.error().code == 4097 || answer.error().code == 4099) << answer.error().code;
-}
-
-TEST_F(SystemContract, DevicesAreOverwrittenByName) {
-  const auto device = openBlockDevice("/", "null");
-  ASSERT_TRUE(device);
-  EXPECT_EQ(*(*device)->writeZeros(512), 512u);
-  EXPECT_EQ((*device)->synchronize(), PosixCode::success);
-  EXPECT_EQ(openBlockDevice("/", "no such device").error(), PosixCode::noEntry);
-  EXPECT_EQ(openBlockDevice("/", "../etc/passwd").error(), PosixCode::invalidArgument);
-}
-
 TEST_F(SystemContract, ApplicationsAreFoundWhereTheyAreRegistered) {
   auto& applications = platform().applications;
   EXPECT_TRUE(applications.applicationURLs(test::uniqueName()).empty());
@@ -63,12 +33,6 @@ TEST_F(SystemContract, ApplicationsAreFoundWhereTheyAreRegistered) {
     EXPECT_EQ(url.scheme, "file");
     EXPECT_TRUE(applications.systemBundle(url.path)) << url.path;
   }
-}
-
-TEST_F(SystemContract, VolumesAreNamedByTheirMountPoints) {
-  EXPECT_EQ(*platform().volumes.mountPoint("/"), "/");
-  EXPECT_EQ(*platform().volumes.mountPoint("/dev/null"), "/dev");
-  EXPECT_EQ(platform().volumes.mountPoint(scratch_.path("none")).error(), PosixCode::noEntry);
 }
 
 TEST_F(SystemContract, CodeIsSignedOrNot) {

@@ -3,7 +3,6 @@
 
 #include "platform/AccessControl.h"
 #include "platform/macos/MacosFacilities.h"
-#include "platform/macos/files/CommonAttribute.h"
 #include "support/ScratchFolder.h"
 
 namespace qrt {
@@ -42,17 +41,6 @@ TEST(MacosAccessControl, ListsTravelInExternalForm) {
     form.resize(size);
     EXPECT_EQ(control->internalized(form).error(), PosixCode::invalidArgument) << size;
   }
-}
-
-TEST(CommonAttribute, FlagsThatAFileSystemDoesNotKeepAreNotSupported) {
-  FileStatus current, changed;
-  const auto confirmed = [&] {
-    return common_attribute::confirmed(PosixCode::success, current, 2,
-                                       [&]() -> PosixResult<FileStatus> { return changed; });
-  };
-  EXPECT_EQ(confirmed(), PosixCode::notSupported);
-  changed.flags = 2;
-  EXPECT_EQ(confirmed(), PosixCode::success);
 }
 
 }  // namespace

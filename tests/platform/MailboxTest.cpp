@@ -10,27 +10,6 @@
 namespace qrt {
 namespace {
 
-TEST(Mailbox, PerformsWhatEveryThreadPostsInItsOrder) {
-  constexpr int threads = 4, posts = 1000;
-  Mailbox mailbox;
-  ASSERT_TRUE(mailbox);
-  std::vector<int> last(threads, 0);
-  int performed = 0;
-  std::vector<std::thread> posting;
-  for (int thread = 0; thread < threads; ++thread) {
-    posting.emplace_back([&, thread] {
-      for (int number = 1; number <= posts; ++number) {
-        mailbox.post([&, thread, number] {
-          EXPECT_EQ(std::exchange(last[thread], number), number - 1);
-          ++performed;
-        });
-      }
-    });
-  }
-  EXPECT_TRUE(mailbox.performUntil([&] { return performed == threads * posts; }));
-  for (auto& thread : posting) thread.join();
-}
-
 TEST(Mailbox, AnInterruptionOrALimitEndsOneWait) {
   using namespace std::chrono_literals;
   const auto never = [] { return false; };

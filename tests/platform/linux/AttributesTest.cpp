@@ -32,30 +32,6 @@ class AttributesTest : public testing::Test {
   ExtendedAttributes& attributes_ = platform_.facilities().extendedAttributes;
 };
 
-TEST_F(AttributesTest, LinksAndSpecialFilesAreNotOpened) {
-  if (geteuid() != 0) GTEST_SKIP() << "needs root";
-  const auto file = scratch_.file("file");
-  scratch_.make("ln -s file link; mkfifo fifo");
-  const std::string name = "trusted.x";
-  const auto set = [this](const std::string& path, const std::string& attribute) {
-    return attributes_.set(hold(path), attribute, {'v'});
-  };
-  for (const auto& path : {scratch_.path("link"), scratch_.path("fifo")}) {
-    EXPECT_EQ(set(path, name), PosixCode::success);
-    EXPECT_EQ(test::printed("getfattr -h --absolute-names --only-values -n trusted.x " + path),
-              "v");
-    EXPECT_EQ(names(path), std::vector{name});
-  }
-  EXPECT_EQ(names(file), std::vector<std::string>{});
-  // As on a kernel that changes no permissions by descriptor.
-  const auto held = hold(file), link = hold(scratch_.path("link"));
-  EXPECT_EQ(object_permissions::writeByPath(held.descriptor(), 01700), PosixCode::success);
-  EXPECT_EQ(object_permissions::writeByPath(link.descriptor(), 0), PosixCode::notSupported);
-  EXPECT_EQ(held.status()->mode, S_IFREG | 01700u);
-  EXPECT_EQ(set(file, std::string("trusted.a\0b", 11)), PosixCode::invalidArgument);
-  EXPECT_EQ(set("/proc/self/stat", name), PosixCode::notSupported);
-}
-
 TEST_F(AttributesTest, AListLeavesTheObjectItsOwnEntries) {
   const std::pair<const char*, const char*> cases[] = {
       {"u::-,u:77:rwx,g::rwx,g:88:x,m::rx,o::rwx",

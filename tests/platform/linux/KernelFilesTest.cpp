@@ -23,13 +23,6 @@ TEST(LinuxVolumes, FindsTheMountPointOfAPath) {
   EXPECT_EQ(volumes->mountPoint(std::string("/\0x", 3)).error(), PosixCode::noEntry);
 }
 
-TEST(MountTable, SkipsDamagedLines) {
-  constexpr std::string_view table = "1 2 3:4 / /one rw\n12\n\n5 1 0:1 / /a\\040b\\9\\ rw - x y z";
-  EXPECT_EQ(mountPointIn(table, 5), "/a b\\9\\");
-  EXPECT_EQ(mountPointIn(table, 12), "");
-  EXPECT_EQ(mountPointIn(table, 2), std::nullopt);
-}
-
 TEST(ProcessFiles, CommandNamesMayHoldAnything) {
   EXPECT_EQ(commandNameInStat("1 (a) R 2 (\n)) S 0 1"), "a) R 2 (\n)");
   for (const char* damaged : {"", "1 (init", "1 )init(", "1 init) S"}) {

@@ -4,7 +4,6 @@
 
 #include "support/PlantedFile.h"
 #include "support/RecordingLog.h"
-#include "support/WirePair.h"
 
 namespace qrt {
 namespace {
@@ -170,13 +169,6 @@ TEST_F(LinuxAuthorityTest, TheKeyIsPrivateAndIsKept) {
     scratch_.make(script);
     EXPECT_FALSE(LinuxAuthority(scratch_.path(), state_).externalForm(self(0))) << script;
   }
-}
-
-TEST(PeerIdentity, IsTheSameWithAndWithoutTheKernelsHandle) {
-  const test::SocketPair pair;
-  const PeerIdentity self{getuid(), getpid(), *startTimeOfProcess(getpid())};
-  EXPECT_EQ(identityOfPeer(pair.first.get()), self);
-  EXPECT_EQ(identityOfPeer(pair.first.get(), /*askForHandle=*/false), self);
 }
 
 }  // namespace

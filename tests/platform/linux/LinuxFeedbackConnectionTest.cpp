@@ -118,18 +118,6 @@ TEST_F(LinuxFeedbackConnectionTest, ProgressIsNeverWaitedForAndTheNewestIsKept) 
   EXPECT_EQ(messages_.back(), finalMessage());
 }
 
-TEST_F(LinuxFeedbackConnectionTest, RecordsArriveAsTheirDictionary) {
-  RecordsMessage found{0.5, {}};
-  found.records.add({"/d/\xFF \xF4\x8F\xBF\xBE", "NSFileTypeRegular", 1u << 31, Date{-0.5}, 06755});
-  found.records.add({"/d", "NSFileTypeDirectory", 0, Date{1e10}, 0});
-  connection_->processPrivilegedOperationFeedback(found);
-  std::thread closing([this] { connection_->suspend(); });
-  readFor(5s);
-  closing.join();
-  ASSERT_EQ(messages_.size(), 2u);
-  EXPECT_EQ(messages_[1], dictionaryOf(found));
-}
-
 TEST_F(LinuxFeedbackConnectionTest, UnreadProgressDelaysTheEndByFiveSeconds) {
   // More than the kernel buffers, with time to write it: faster progress only replaces what waits.
   for (int i = 0; i < 20'000; ++i) {

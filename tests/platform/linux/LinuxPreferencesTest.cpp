@@ -1,14 +1,12 @@
 #include "platform/Preferences.h"
 
 #include <pwd.h>
-#include <sched.h>
-#include <sys/mount.h>
 
 #include <future>
 
+#include "platform/PropertyLists.h"
 #include "platform/linux/LinuxFacilities.h"
 #include "support/PlantedFile.h"
-#include "support/PropertyListText.h"
 
 namespace qrt {
 namespace {
@@ -39,7 +37,10 @@ class LinuxPreferencesTest : public testing::Test {
     root.make("outside=$PWD/outside; own() { chown -hR " + owner + " $1; }; cd " + home + "; " +
               script);
   }
-  PropertyValue read(const std::string& path) { return test::parsed(contentsOf(path)).value(); }
+  PropertyValue read(const std::string& path) {
+    const auto text = contentsOf(path);
+    return readPropertyList(Data(text.begin(), text.end())).value();
+  }
   bool set(const std::string& key, const std::optional<PropertyValue>& value) {
     return preferences->setValue({"app", nobody, {any}}, key, value);
   }
@@ -168,33 +169,6 @@ TEST_F(LinuxPreferencesTest, WaitsForALockAndRemovesAnAbandonedOne) {
   makeAtHome("mkdir " + lock + "; own GNUstep; touch -d '1 minute ago' " + lock);
   EXPECT_TRUE(set("key", 2));
   EXPECT_FALSE(test::exists(lock));
-}
-
-TEST_F(LinuxPreferencesTest, TheDefaultsToolReadsThemAsTheUser) {
-  // An account of its own, whose home the tool finds in the password database.
-  const auto database = root.file(
-      "passwd", contentsOf("/etc/passwd") + "qrttest:x:47110:47110::" + home + ":/bin/sh\n");
-  const bool isPlanted = test::run({"defaults", "domains"}) && unshare(CLONE_NEWNS) == 0 &&
-                         mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-                         mount(database.c_str(), "/etc/passwd", nullptr, MS_BIND, nullptr) == 0 &&
-                         mount("none", "/etc/GNUstep", "tmpfs", 0, nullptr) == 0;
-  if (!isPlanted) GTEST_SKIP() << "needs GNUstep's defaults and the right to mount";
-  ASSERT_EQ(chown(home.c_str(), 47110, 47110), 0);
-  const PreferenceSelector townsman{Kind::named, "qrttest"};
-  const std::pair<PreferenceDomain, PropertyValue> values[] = {
-      {{"Town", townsman, {any}}, Array{"Main St", Dictionary{{"length", 12}}}},
-      {{std::nullopt, townsman, {any}}, "1"},
-      {{std::nullopt, {any}, {any}}, "2"}};
-  for (const auto& [domain, value] : values) {
-    EXPECT_TRUE(makePreferences("/")->setValue(domain, "key", value));
-  }
-  // The tool's name for settings of any user is that of its configuration.
-  EXPECT_EQ(test::printed("for domain in Town NSGlobalDomain GSConfigDomain; do setpriv"
-                          " --reuid 47110 --regid 47110 --clear-groups defaults read $domain key;"
-                          " done | tr -d ' \\n\\t'"),
-            "Townkey'(\"MainSt\",{length=12;})'NSGlobalDomainkey1GSConfigDomainkey2");
-  umount2("/etc/GNUstep", MNT_DETACH);
-  umount2("/etc/passwd", MNT_DETACH);
 }
 
 }  // namespace

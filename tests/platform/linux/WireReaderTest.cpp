@@ -24,11 +24,8 @@ TEST(WireReader, ReadsEveryKindOfValue) {
     a.signature("s").string("name \xF4\x8F\xBF\xBF\xF4\x8F\xBF\xBE");
     a.signature("b").u32(1);
     a.signature("y").byte(200);
-    a.signature("n").align(2).byte(0xFE).byte(0xFF);
     a.signature("q").align(2).byte(0xFE).byte(0xFF);
-    a.signature("i").u32(0xFFFFFFFF);
     a.signature("u").u32(0xFFFFFFFF);
-    a.signature("x").u64(0xFFFFFFFFFFFFFFFF);
     a.signature("t").u64(0xFFFFFFFFFFFFFFFF);
     a.signature("d").u64(0x3FF8000000000000);
     a.signature("ay").array(1, [](WireBytes& data) { data.byte(1).byte(2); });
@@ -45,17 +42,9 @@ TEST(WireReader, ReadsEveryKindOfValue) {
   auto checked = reader(bytes);
   EXPECT_EQ(checked.checkArray(), values.size());
   EXPECT_TRUE(checked.atEnd());
-  EXPECT_EQ(values, (Array{"name \xFF\xFE", true, 200, -2, 65534, -1, 4294967295u, -1,
+  EXPECT_EQ(values, (Array{"name \xFF\xFE", true, 200, 65534, 4294967295u,
                            std::numeric_limits<std::uint64_t>::max(), 1.5, Data{1, 2}, Date{1.5},
                            Array{7}, Dictionary{{"key", "value"}}, Error{"domain", 5, {}}}));
-}
-
-TEST(WireReader, ReadsBigEndianNumbers) {
-  const std::uint8_t bytes[] = {0, 0, 0, 5, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0};
-  WireReader from(bytes, /*bigEndian=*/true);
-  EXPECT_EQ(from.uint32(), 5u);
-  EXPECT_EQ(from.uint64(), 256u);
-  EXPECT_TRUE(from.atEnd());
 }
 
 TEST(WireReader, RefusesWhatIsMalformed) {

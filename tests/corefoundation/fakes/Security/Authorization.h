@@ -3,7 +3,7 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
-#include <string>
+#include <cstdint>
 
 using OSStatus = int;
 using AuthorizationRef = int*;
@@ -31,8 +31,6 @@ inline const AuthorizationEnvironment* const kAuthorizationEmptyEnvironment = nu
 struct FakeAuthorizations {
   int references = 0;
   std::uint32_t freedWith = 0;
-  /// Right and environment of the last question: "right name=value".
-  std::string asked;
 };
 inline FakeAuthorizations fakeAuthorizations;
 
@@ -58,15 +56,8 @@ inline OSStatus AuthorizationCreateFromExternalForm(const AuthorizationExternalF
   AuthorizationCreate(nullptr, nullptr, 0, reference);
   return form->bytes[0] == 7 ? errAuthorizationSuccess : errAuthorizationInvalidRef;
 }
-inline OSStatus AuthorizationCopyRights(AuthorizationRef, const AuthorizationRights* rights,
-                                        const AuthorizationEnvironment* environment, std::uint32_t,
-                                        void*) {
-  fakeAuthorizations.asked = rights->items->name;
-  for (std::uint32_t i = 0; i < environment->count; ++i) {
-    const auto& item = environment->items[i];
-    fakeAuthorizations.asked += std::string(" ") + item.name + "=" +
-                                std::string(static_cast<char*>(item.value), item.valueLength);
-  }
+inline OSStatus AuthorizationCopyRights(AuthorizationRef, const AuthorizationRights*,
+                                        const AuthorizationEnvironment*, std::uint32_t, void*) {
   return errAuthorizationDenied;
 }
 inline OSStatus AuthorizationRightGet(const char*, void*) { return errAuthorizationDenied; }

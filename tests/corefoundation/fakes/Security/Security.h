@@ -16,8 +16,6 @@ struct FakeCode {
   /// Null when there is no code.
   CFDictionaryRef information = nullptr;
   OSStatus validity = errSecSuccess;
-  /// Comes with a failure unless it is null.
-  CFErrorRef error = nullptr;
 };
 inline FakeCode fakeCode;
 
@@ -32,8 +30,7 @@ inline OSStatus SecCodeCopySigningInformation(SecStaticCodeRef code, std::uint32
   return errSecSuccess;
 }
 inline OSStatus SecStaticCodeCheckValidityWithErrors(SecStaticCodeRef, std::uint32_t, void*,
-                                                     CFErrorRef* error) {
-  if (fakeCode.error) *error = static_cast<CFErrorRef>(const_cast<void*>(CFRetain(fakeCode.error)));
+                                                     CFErrorRef*) {
   return fakeCode.validity;
 }
 inline CFTypeID SecCertificateGetTypeID() { return CFDataGetTypeID(); }
