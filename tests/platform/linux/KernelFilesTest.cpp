@@ -16,10 +16,7 @@ TEST(LinuxVolumes, FindsTheMountPointOfAPath) {
   const test::Mount mount(test::Mount::Kind::memory, place);
   if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount";
   const auto volumes = makeVolumes("");
-  for (const auto& path : {place + "/", scratch.link("link", place)}) {
-    EXPECT_EQ(*volumes->mountPoint(path), place) << path;
-  }
-  EXPECT_NE(*volumes->mountPoint(scratch.path()), scratch.path());
+  EXPECT_EQ(*volumes->mountPoint(scratch.link("link", place)), place);
   EXPECT_EQ(volumes->mountPoint(std::string("/\0x", 3)).error(), PosixCode::noEntry);
 }
 

@@ -35,10 +35,7 @@ TEST_F(LinuxFileSystemTest, BothWaysToRenameReturnTheSameCodes) {
     const auto link = scratch_.link("link", "nowhere");
     EXPECT_EQ(rename(link, folder), PosixCode::exists);
     EXPECT_EQ(rename(link, scratch_.path("new")), PosixCode::success);
-    EXPECT_EQ(rename(link, scratch_.path("other")), PosixCode::noEntry);
     EXPECT_EQ(rename(folder, folder + "/inside"), PosixCode::invalidArgument);
-    EXPECT_EQ(rename(folder, scratch_.path("no/where")), PosixCode::noEntry);
-    EXPECT_EQ(rename(folder, "/proc/folder"), PosixCode::crossDevice);
     ASSERT_EQ(unlink(scratch_.path("new").c_str()), 0);
   }
 }
@@ -56,7 +53,7 @@ TEST_F(LinuxFileSystemTest, EachWayToSetTheTwoFlagsKeepsOthers) {
     const test::ScratchFolder scratch;
     const test::Mount mount(kind, scratch.path());
     if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount and the file system's tools";
-    const auto file = scratch.file("file"), folder = scratch.folder("folder");
+    const auto file = scratch.file("file");
     ASSERT_TRUE(test::run({"chattr", "+d", file}));
     const auto before = test::printed("lsattr " + file);
     for (const auto& write :
@@ -64,10 +61,8 @@ TEST_F(LinuxFileSystemTest, EachWayToSetTheTwoFlagsKeepsOthers) {
       if (write(file.c_str(), {0, 0}) == PosixCode::notImplemented) continue;  // An older kernel.
       for (const auto wanted :
            {userImmutable, userAppendOnly, userImmutable | userAppendOnly, 0u}) {
-        for (const auto& path : {file, folder}) {
-          ASSERT_EQ(write(path.c_str(), {flagsOf(path), wanted}), PosixCode::success);
-          EXPECT_EQ(flagsOf(path), wanted);
-        }
+        ASSERT_EQ(write(file.c_str(), {flagsOf(file), wanted}), PosixCode::success);
+        EXPECT_EQ(flagsOf(file), wanted);
       }
       EXPECT_EQ(test::printed("lsattr " + file), before);
     }

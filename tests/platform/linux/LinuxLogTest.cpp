@@ -4,7 +4,6 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-#include "base/Printable.h"
 #include "platform/FileDescriptor.h"
 #include "platform/linux/LinuxFacilities.h"
 #include "support/Mounts.h"
@@ -23,54 +22,32 @@ TEST(LinuxLogTest, LinesOnStandardErrorHavePrioritiesAndNoControlCharacters) {
   testing::internal::CaptureStderr();
   makeLog(withoutJournal.path(), WithoutJournal::nowhere)->fault("Not seen.");
   log->standard("Started %llu.", 7u);
-  log->info("Public '%{public}@', private '%@'.", "a\n<0>forged", "b");
+  log->info("Public '%{public}@', private '%@'.", "a\n<0>forged \u009b\xff \u00f6", "b");
   log->error("Failed.");
   log->fault("%{public}@", std::string(3 * maximumBytes, '\x01'));
   const auto written = testing::internal::GetCapturedStderr();
   const std::string lines =
-      "<5>Started 7.\n<6>Public 'a\\x0a<0>forged', private '<private>'.\n<3>Failed.\n<2>";
+      "<5>Started 7.\n<6>Public 'a\\x0a<0>forged \\xc2\\x9b\\xff \u00f6', private '<private>'.\n"
+      "<3>Failed.\n<2>";
   EXPECT_TRUE(written.starts_with(lines)) << written;
   EXPECT_TRUE(written.ends_with("\\x01\n")) << "a line is cut between characters";
   EXPECT_LE(written.size() - lines.size(), maximumBytes - 3);
   EXPECT_GT(written.size() - lines.size(), maximumBytes - 8);
 }
 
-TEST(LinuxLogTest, EscapesControlCharactersAndInvalidBytes) {
-  const struct {
-    std::string text, printed;
-    std::size_t limit = maximumBytes;
-  } cases[] = {{"\x1b[31mred\r\t\x7f", "\\x1b[31mred\\x0d\\x09\\x7f"},
-               {std::string("zero\0end", 8), "zero\\x00end"},
-               {"\u009b1m", "\\xc2\\x9b1m"},
-               {"sch\u00f6n \U0001f600", "sch\u00f6n \U0001f600"},
-               {"broken \xc3( \xff", "broken \\xc3( \\xff"},
-               {"\u00f6\u00f6", "\u00f6", 3},
-               {"\x01\x01", "\\x01", 7}};
-  for (const auto& [text, printed, limit] : cases) EXPECT_EQ(printable(text, limit), printed);
-}
-
-/// With a journal's socket of the test's own.
-class JournalTest : public testing::Test {
- protected:
-  void SetUp() override {
-    if (!run.isMounted()) GTEST_SKIP() << "needs the right to mount";
-    test::run({"mkdir", "-p", "/run/systemd/journal"});
-    const sockaddr_un address{AF_UNIX, "/run/systemd/journal/socket"};
-    ASSERT_EQ(bind(journal.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-  }
-
+TEST(JournalTest, GetsTheFieldsOfALine) {
+  const test::Mount run{test::Mount::Kind::memory, "/run"};
+  if (!run.isMounted()) GTEST_SKIP() << "needs the right to mount";
+  test::run({"mkdir", "-p", "/run/systemd/journal"});
+  const FileDescriptor journal{socket(AF_UNIX, SOCK_DGRAM, 0)};
+  const sockaddr_un address{AF_UNIX, "/run/systemd/journal/socket"};
+  ASSERT_EQ(bind(journal.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
   /// The fields of the next line, each after a line feed.
-  std::string received() {
+  const auto received = [&] {
     char datagram[1 << 16];
     const auto length = recv(journal.get(), datagram, sizeof datagram, MSG_DONTWAIT);
     return "\n" + std::string(datagram, static_cast<std::size_t>(std::max(length, ssize_t{0})));
-  }
-
-  const test::Mount run{test::Mount::Kind::memory, "/run"};
-  const FileDescriptor journal{socket(AF_UNIX, SOCK_DGRAM, 0)};
-};
-
-TEST_F(JournalTest, GetsTheFieldsOfALine) {
+  };
   const auto log = makeLog("/", WithoutJournal::nowhere);
   log->open("com.example", "standard");
   log->fault("Broken\nPRIORITY=7 %{public}@", std::string(1 << 20, 'x'));

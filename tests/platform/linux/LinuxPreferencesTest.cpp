@@ -58,8 +58,6 @@ TEST_F(LinuxPreferencesTest, TheDomainNamesTheFileAndItsOwner) {
   const auto common = root.path("etc/GNUstep/"), ofUser = defaults + "/";
   const std::pair<PreferenceDomain, std::string> cases[] = {
       {{"app", nobody, {any}}, ofUser + "app.plist"},
-      {{std::nullopt, nobody, {any}}, ofUser + "NSGlobalDomain.plist"},
-      {{"app.box", nobody, {any}}, ofUser + "app.box.plist"},
       {{"app", nobody, box}, ofUser + "ByHost/app.box.plist"},
       {{"a b", {any}, {any}}, common + "Defaults/a b.plist"},
       {{std::nullopt, {any}, {any}}, common + "GlobalDefaults.plist"},
@@ -111,7 +109,6 @@ TEST_F(LinuxPreferencesTest, AFileKeepsItsOwnerAndWhatIsNotChanged) {
       {"old = <0aff>;", Data{0x0a, 0xff}, 0664, 4321, group},
       {"", {}, 0600, user, group},
       {"{ open", {}, 0600, user, group},
-      {"( array )", {}, 0600, user, group},
       {"{ secret = 1; }", {}, 0600, 0, 0},
   };
   for (const auto& c : cases) {

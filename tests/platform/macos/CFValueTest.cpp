@@ -54,15 +54,5 @@ TEST(CFValue, RefusesWhatIsNoValue) {
   EXPECT_FALSE(valueFrom(cfValue(Array{std::move(nested)}).get()));
 }
 
-TEST(CFValue, PathsAreAbsoluteAndOfFileURLsAlone) {
-  const auto folder = cfFileURL("/base/folder", true);
-  const std::pair<const char*, std::string> rows[] = {
-      {"a%20b/c", "/base/folder/a b/c"}, {"/top", "/top"}, {"http://host/x", ""}};
-  for (const auto& [text, path] : rows) {
-    const CFOwner<CFURLRef> url(CFURLCreateWithString(nullptr, cfString(text).get(), folder.get()));
-    EXPECT_EQ(pathFrom(url.get()), path);
-  }
-}
-
 }  // namespace
 }  // namespace qrt
