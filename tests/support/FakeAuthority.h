@@ -34,7 +34,6 @@ class FakeAuthority : public Authority {
   AuthorizationStatus createStatus = AuthorizationStatus::noError;
   AuthorizationStatus copyRightStatus = AuthorizationStatus::noError;
   AuthorizationStatus rightSetStatus = AuthorizationStatus::noError;
-  AuthorizationStatus rightRemoveStatus = AuthorizationStatus::noError;
 
   const std::vector<Call>& calls() const { return calls_; }
   std::vector<Call> takeCalls() { return std::exchange(calls_, {}); }
@@ -61,8 +60,8 @@ class FakeAuthority : public Authority {
 
   AuthorizationStatus rightRemove(Authorization&, const std::string& name) override {
     calls_.push_back({"rightRemove", name});
-    if (rightRemoveStatus == AuthorizationStatus::noError) rights_.erase(name);
-    return rightRemoveStatus;
+    rights_.erase(name);
+    return AuthorizationStatus::noError;
   }
 
  private:

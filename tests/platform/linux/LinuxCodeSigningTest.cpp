@@ -10,7 +10,6 @@
 namespace qrt {
 namespace {
 
-using test::Lists;
 using test::SigningChain;
 using test::SigningOptions;
 
@@ -85,21 +84,21 @@ TEST(LinuxCodeSigning, JudgesWhoMaySignInWhichForm) {
     std::string verdict;
   } rows[] = {
       {"several programs", universal, {.team = "TEAM"}, valid},
-      {"older digest, no lists", {.digests = {1}, .lists = Lists::none}, {}, valid},
-      {"older list of directories", {.lists = Lists::older}, {}, valid},
-      {"newer list of directories", {.digests = {1, 2, 4}, .lists = Lists::newer}, {}, valid},
-      {"cut digest, older list", {.digests = {3, 2}, .lists = Lists::older}, {}, valid},
+      {"older digest, no lists", {.digests = {1}, .inOlderList = 0, .inNewerList = 0}, {}, valid},
+      {"older list of directories", {.inNewerList = 0}, {}, valid},
+      {"newer list of directories", {.digests = {1, 2, 4}, .inOlderList = 0}, {}, valid},
+      {"cut digest, older list", {.digests = {3, 2}, .inNewerList = 0}, {}, valid},
       {"older list of files", {.sealsNewerForm = false}, {}, valid},
       {"a store, long ago", thin, {.team = "Store", .isOldStores = true}, valid},
       {"another team", {.team = "OTHER"}, {.team = "TEAM"}, failed},
-      {"unlisted directory", {.lists = Lists::none}, {}, failed},
+      {"unlisted directory", {.inOlderList = 0, .inNewerList = 0}, {}, failed},
       {"certificate for another purpose", {}, {.purpose = "clientAuth"}, failed},
       {"certificate without a purpose", {}, {.purpose = ""}, failed},
       {"issuer without the right to issue", {}, {.authorityMayIssue = false}, failed},
       {"no root", {}, {.includesRoot = false}, failed},
       {"no signer", {.isAdHoc = true}, {}, failed},
-      {"cut older list", {.lists = Lists::older, .listedDirectories = 1}, {}, failed},
-      {"cut newer list", {.lists = Lists::newer, .listedDirectories = 1}, {}, failed},
+      {"cut older list", {.inOlderList = 1, .inNewerList = 0}, {}, failed},
+      {"cut newer list", {.inOlderList = 0, .inNewerList = 1}, {}, failed},
   };
   for (const auto& row : rows) {
     EXPECT_EQ(verdict(Application(row.options, row.chain).path), row.verdict) << row.name;
@@ -162,7 +161,7 @@ TEST(LinuxCodeSigning, TakesAFileForAProgram) {
 }
 
 TEST(LinuxCodeSigning, FindsEachChangedByteOfAProgram) {
-  const Application application, unlisted({.digests = {2}, .lists = Lists::none}, {});
+  const Application application, unlisted({.digests = {2}, .inOlderList = 0, .inNewerList = 0}, {});
   const auto directory = application.program.directoryOffset;
   const struct {
     const char* name;

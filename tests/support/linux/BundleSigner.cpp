@@ -91,14 +91,12 @@ Data signatureOf(const std::vector<Data>& directories, const SigningChain& chain
   static const std::map<unsigned, Data> types{{1, {6, 5, 0x2B, 0x0E, 3, 2, 0x1A}},
                                               {2, {6, 9, 0x60, 0x86, 0x48, 1, 0x65, 3, 4, 2, 1}},
                                               {4, {6, 9, 0x60, 0x86, 0x48, 1, 0x65, 3, 4, 2, 2}}};
-  const bool isOlder = options.lists == Lists::older || options.lists == Lists::both;
-  const bool isNewer = options.lists == Lists::newer || options.lists == Lists::both;
   Array names;
   std::vector<Data> pairs;
-  for (std::size_t i = 0; i < std::min(directories.size(), options.listedDirectories); ++i) {
+  for (std::size_t i = 0; i < directories.size(); ++i) {
     const auto kind = options.digests[i];
-    names.emplace_back(nameOf(kind, directories[i]));
-    if (!isNewer) continue;
+    if (i < options.inOlderList) names.emplace_back(nameOf(kind, directories[i]));
+    if (i >= options.inNewerList) continue;
     const auto hash = testDigest(kind, directories[i]);
     const auto& type = types.at(kind);
     auto& pair = pairs.emplace_back();
@@ -107,7 +105,7 @@ Data signatureOf(const std::vector<Data>& directories, const SigningChain& chain
     put(pair, {4, hash.size()}, 1);
     put(pair, hash);
   }
-  const auto xml = isOlder ? *writeXmlPropertyList(Dictionary{{"cdhashes", names}}) : "";
+  const auto xml = names.empty() ? "" : *writeXmlPropertyList(Dictionary{{"cdhashes", names}});
   return chain.sign(directories[0], {xml.begin(), xml.end()}, pairs);
 }
 

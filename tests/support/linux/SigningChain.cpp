@@ -1,10 +1,10 @@
-#include "support/SigningChain.h"
-
 #include <openssl/cms.h>
 #include <openssl/evp.h>
 #include <openssl/x509v3.h>
 
 #include <stdexcept>
+
+#include "support/BundleSigner.h"
 
 namespace qrt::test {
 namespace {
