@@ -11,10 +11,8 @@
 #include "base/Path.h"
 #include "base/Text.h"
 #include "platform/FileDescriptor.h"
-#include "platform/posix/CacheBypass.h"
-#include "platform/posix/Flush.h"
+#include "platform/posix/DeviceWrites.h"
 #include "platform/posix/NativeError.h"
-#include "platform/posix/WriteUnit.h"
 
 namespace qrt {
 namespace {

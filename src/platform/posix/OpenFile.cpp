@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstddef>
 
-#include "platform/posix/Flush.h"
+#include "platform/posix/DeviceWrites.h"
 #include "platform/posix/NativeError.h"
 
 namespace qrt {
