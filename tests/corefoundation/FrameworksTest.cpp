@@ -5,7 +5,7 @@
 #include "platform/CodeSigning.h"
 #include "platform/macos/CFValue.h"
 #include "platform/macos/MacosFacilities.h"
-#include "platform/macos/OwnAuthorization.h"
+#include "platform/macos/xpc/OwnAuthorization.h"
 #include "support/RecordingLog.h"
 
 namespace qrt {

@@ -1,4 +1,4 @@
-#include "platform/macos/OwnAuthorization.h"
+#include "platform/macos/xpc/OwnAuthorization.h"
 
 #include <iterator>
 
