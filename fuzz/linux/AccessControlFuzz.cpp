@@ -6,7 +6,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   static const auto lists = qrt::makeAccessControl();
-  // A copy of its own, so that a read behind its end is found.
+  // A copy of its own, so that a read past its end is found.
   const auto list = lists->internalized(qrt::Data(bytes, bytes + size));
   if (!list) return 0;
   // A list that was read can be written, and is then read the same way.

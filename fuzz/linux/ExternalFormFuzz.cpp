@@ -11,7 +11,7 @@
 
 namespace {
 
-/// A seal with a key of its own that nobody else knows.
+/// A seal with a key of its own, which the input cannot know.
 qrt::ExternalFormSeal& seal() {
   static char folder[] = "/tmp/qrt-fuzz-XXXXXX";
   static qrt::StateFolder state(mkdtemp(folder));

@@ -1,4 +1,4 @@
-// Reading numbers and parts out of bytes that nobody vouches for.
+// Reading numbers and parts out of untrusted bytes.
 #pragma once
 
 #include <concepts>
