@@ -17,7 +17,6 @@
 #include "filesystem/objects/QRTFileDeletionAdditions.h"
 #include "filesystem/walk/QRTDirectoryEnumerator.h"
 #include "platform/NativePlatform.h"
-#include "support/RecordingLog.h"
 
 namespace {
 
@@ -54,8 +53,7 @@ bool make(const std::string& top) {
 }
 
 std::size_t enumerate(const std::string& top) {
-  qrt::test::RecordingLog log;
-  const auto walk = qrt::QRTDirectoryEnumerator::enumeratorAtPath(files(), log, top);
+  const auto walk = qrt::QRTDirectoryEnumerator::enumeratorAtPath(platform(), top);
   std::size_t count = 0;
   while (walk && walk->advance()) count += walk->objectPath().empty() ? 0 : 1;
   return count;
@@ -98,7 +96,7 @@ bool propagateMode(const std::string& top) { return propagate(top, "", 0x0e); }
 bool propagateAll(const std::string& top) { return propagate(top, "u:77:rwx,g:88:rx", 0x3f); }
 
 bool protect(const std::string& top) {
-  return !qrt::AdvancedOpsAdditions::setUserImmutableAtPath(files(), top, true, true, false);
+  return !qrt::AdvancedOpsAdditions::setUserImmutableAtPath(platform(), top, true, true, false);
 }
 
 /// Where a tree is made: in memory where there is such a place.

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <string_view>
 
-#include "base/Path.h"
 #include "filesystem/objects/FileManager.h"
 #include "filesystem/objects/FileManagerError.h"
+#include "filesystem/objects/FolderEmptying.h"
 #include "filesystem/objects/PathAsWritten.h"
 #include "filesystem/objects/QRTFileDeletionAdditions.h"
 #include "operations/ArgumentConverters.h"
@@ -60,21 +60,14 @@ Outcome deleteContentsOfFolder(const Platform& platform, const std::string& path
   if (const auto code = slashRefusal(platform.files, path); code != PosixCode::success) {
     return posixError(code);
   }
-  auto folder = FileManager::openFolderAtPath(platform.files, path);
+  const auto folder = FileManager::openFolderAtPath(platform.files, path);
   if (!folder) {
     const auto reason = FileManager::reasonAtPath(platform.files, path, folder.error());
     if (reason == PosixCode::noEntry) return success;
     if (reason == PosixCode::notDirectory) return posixError(reason);
     return fileReadError(reason, path);
   }
-  const auto names = FileManager::contentsOfDirectory(*folder, path);
-  if (!names) return names.error();
-  for (const auto& name : *names) {
-    auto error = QRTFileDeletionAdditions::enforceRecursiveRemovalOfFileSystemObject(
-        platform, {*folder, name.c_str()}, path::below(path, name));
-    if (error) return privilegedOperationErrorForFileDeletionError(std::move(error));
-  }
-  return success;
+  return privilegedOperationErrorForFileDeletionError(emptyFolder(platform, *folder, path));
 }
 
 }  // namespace

@@ -121,7 +121,7 @@ Outcome performOperationModifyProtectionWithArguments(const Platform& platform,
                                                       const Array& arguments, FeedbackConnection*) {
   const auto [path, isImmutable, recursive, stayOnFileSystem] =
       unpack<std::string, bool, bool, bool>(arguments);
-  return AdvancedOpsAdditions::setUserImmutableAtPath(platform.files, path, isImmutable, recursive,
+  return AdvancedOpsAdditions::setUserImmutableAtPath(platform, path, isImmutable, recursive,
                                                       stayOnFileSystem);
 }
 

@@ -33,28 +33,27 @@ bool KnownUserIDs::contains(std::uint32_t userID) {
   return isKnown;
 }
 
-bool isFolderAtPath(FileSystem& files, Log& log, const std::string& path,
+bool isFolderAtPath(const Platform& platform, const std::string& path,
                     KnownUserIDs& emptyOrAllContentsNotOwnedByUsersInSet) {
-  const auto folder = files.resolvedPath(path);
+  const auto folder = platform.files.resolvedPath(path);
   if (!folder) return false;
   const auto answer =
-      isFolderAtObject(files, log, folder->c_str(), path, emptyOrAllContentsNotOwnedByUsersInSet);
+      isFolderAtObject(platform, folder->c_str(), path, emptyOrAllContentsNotOwnedByUsersInSet);
   return answer && *answer;
 }
 
-PosixResult<bool> isFolderAtObject(FileSystem& files, Log& log, FileAt folder,
-                                   const std::string& path,
+PosixResult<bool> isFolderAtObject(const Platform& platform, FileAt folder, const std::string& path,
                                    KnownUserIDs& emptyOrAllContentsNotOwnedByUsersInSet) {
   auto& users = emptyOrAllContentsNotOwnedByUsersInSet;
   if (users.isEmpty()) return false;
-  const auto count = numberOfEntries(files, folder);
+  const auto count = numberOfEntries(platform.files, folder);
   if (!count && isExhaustion(count.error())) return count.error();
   if (!count) return false;
   if (*count == 0) return true;
 
-  const auto walk = QRTDirectoryEnumerator::enumeratorAtObject(files, log, folder, path, true);
+  const auto walk = QRTDirectoryEnumerator::enumeratorAtObject(platform, folder, path, true);
   while (walk && walk->advance()) {
-    const auto status = files.status(walk->object(), Links::stay);
+    const auto status = platform.files.status(walk->object(), Links::stay);
     if (!status || users.contains(status->userID)) return false;
   }
   if (!walk) return false;

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/FileSystem.h"
-#include "platform/Log.h"
+#include "platform/Platform.h"
 #include "platform/UserDirectory.h"
 
 namespace qrt {
@@ -32,13 +32,12 @@ class KnownUserIDs {
 /// True for an empty folder, and for a folder that holds, on its own file system, only objects of
 /// users that are not in the set. False for an empty path, an empty set, and when the folder or an
 /// object in it cannot be read.
-bool isFolderAtPath(FileSystem& files, Log& log, const std::string& path,
+bool isFolderAtPath(const Platform& platform, const std::string& path,
                     KnownUserIDs& emptyOrAllContentsNotOwnedByUsersInSet);
 
 /// The same for a folder that a walk has found; its path is only for the log. The error is that
 /// descriptors or memory ran out.
-PosixResult<bool> isFolderAtObject(FileSystem& files, Log& log, FileAt folder,
-                                   const std::string& path,
+PosixResult<bool> isFolderAtObject(const Platform& platform, FileAt folder, const std::string& path,
                                    KnownUserIDs& emptyOrAllContentsNotOwnedByUsersInSet);
 
 }  // namespace qrt

@@ -8,6 +8,7 @@
 #include "filesystem/objects/PathAsWritten.h"
 #include "filesystem/walk/HierarchyTotals.h"
 #include "filesystem/walk/QRTDirectoryEnumerator.h"
+#include "platform/Platform.h"
 #include "protocol/FeedbackMessage.h"
 
 namespace qrt {
@@ -55,29 +56,29 @@ bool matchesOne(const Descriptors& descriptors, std::string_view name) {
 
 }  // namespace
 
-Outcome searchForFileNamesAtPath(FileSystem& files, Log& log, const std::string& path,
+Outcome searchForFileNamesAtPath(const Platform& platform, const std::string& path,
                                  bool stayOnFileSystem,
                                  const std::vector<std::string>& matchTypePatternPairs,
                                  const FeedbackBlock& feedbackBlock) {
   const auto& pairs = matchTypePatternPairs;
   if (pairs.empty() || pairs.size() % 2 != 0) return posixError(PosixCode::invalidArgument);
-  const auto base = resolvedSearchFolder(files, path);
+  const auto base = resolvedSearchFolder(platform.files, path);
   if (!base) return base.error();
 
   feedbackBlock(progressMessage(0.0));
   const auto descriptors = descriptorsOf(pairs);
   if (!descriptors) return posixError(PosixCode::invalidArgument);
   feedbackBlock(progressMessage(0.01));
-  const auto total = numberOfObjectsBelow(files, log, *base, stayOnFileSystem);
+  const auto total = numberOfObjectsBelow(platform, *base, stayOnFileSystem);
   if (!total) return posixError(total.error());
   if (*total == 0) return posixError(PosixCode::noEntry);
 
   FoundObjects found(*base, feedbackBlock);
-  const auto walk = QRTDirectoryEnumerator::enumeratorAtPath(files, log, *base, stayOnFileSystem);
+  const auto walk = QRTDirectoryEnumerator::enumeratorAtPath(platform, *base, stayOnFileSystem);
   for (std::uint64_t done = 0; walk && walk->advance(); ++done) {
     const auto object = walk->object();
     if (matchesOne(*descriptors, object.name)) {
-      const auto status = files.status(object, Links::stay);
+      const auto status = platform.files.status(object, Links::stay);
       if (status) found.add(walk->objectPath(), *status);
     }
     // The hierarchy may have grown since it was counted.

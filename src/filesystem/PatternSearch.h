@@ -8,10 +8,10 @@
 
 #include "base/Error.h"
 #include "filesystem/FoundObjects.h"
-#include "platform/FileSystem.h"
-#include "platform/Log.h"
 
 namespace qrt {
+
+struct Platform;
 
 /// One pattern of a search for names.
 class QRTFileNameMatchDescriptor {
@@ -38,7 +38,7 @@ namespace AdvancedOpsAdditions {
 /// "2" extension) and a pattern, in turn. No pair, half a pair, an unknown type or an empty pattern
 /// is POSIX 22, an empty folder POSIX 2. An unknown type, an empty pattern and an empty folder are
 /// found after the first progress was sent.
-Outcome searchForFileNamesAtPath(FileSystem& files, Log& log, const std::string& path,
+Outcome searchForFileNamesAtPath(const Platform& platform, const std::string& path,
                                  bool stayOnFileSystem,
                                  const std::vector<std::string>& matchTypePatternPairs,
                                  const FeedbackBlock& feedbackBlock);

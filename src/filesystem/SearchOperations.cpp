@@ -29,8 +29,7 @@ Outcome searchHierarchy(const Platform& platform, const std::string& folder, boo
   const auto base = resolvedSearchFolder(platform.files, folder);
   if (!base) return base.error();
   FoundObjects found(*base, sendingTo(feedback));
-  const auto walk = QRTDirectoryEnumerator::enumeratorAtPath(platform.files, platform.log, *base,
-                                                             stayOnFileSystem);
+  const auto walk = QRTDirectoryEnumerator::enumeratorAtPath(platform, *base, stayOnFileSystem);
   auto failure = PosixCode::success;
   if (walk) {
     walk->expectStatuses();
@@ -94,8 +93,7 @@ PosixCode findIn(FileSystem& files, const std::string& path, bool wantsFolders,
 PosixResult<bool> isReported(const Platform& platform, QRTDirectoryEnumerator& walk,
                              const FileStatus& status, KnownUserIDs& known) {
   if (!status.isFolder()) return true;
-  auto holdsOrphansOnly =
-      isFolderAtObject(platform.files, platform.log, walk.object(), walk.objectPath(), known);
+  auto holdsOrphansOnly = isFolderAtObject(platform, walk.object(), walk.objectPath(), known);
   // After a folder that was not entered, this would skip its neighbours.
   if (holdsOrphansOnly && *holdsOrphansOnly && walk.isInsideObject()) walk.skipDescendents();
   return holdsOrphansOnly;
@@ -147,8 +145,8 @@ Outcome performOperationSearchPatternsWithArguments(const Platform& platform,
   if (!isValid) return posixError(PosixCode::invalidArgument);
   const auto folder = std::move(strings->front());
   strings->erase(strings->begin(), strings->begin() + options);
-  return AdvancedOpsAdditions::searchForFileNamesAtPath(
-      platform.files, platform.log, folder, stayOnFileSystem, *strings, sendingTo(feedback));
+  return AdvancedOpsAdditions::searchForFileNamesAtPath(platform, folder, stayOnFileSystem,
+                                                        *strings, sendingTo(feedback));
 }
 
 Outcome performOperationSearchFileorphansWithArguments(const Platform& platform,
@@ -180,7 +178,7 @@ Outcome performOperationInspectStoragesizeWithArguments(const Platform& platform
   const auto [path] = unpack<std::string>(arguments);
   const auto folder = resolvedSearchFolder(platform.files, path);
   if (!folder) return folder.error();
-  const auto size = storageSizeBelow(platform.files, *folder);
+  const auto size = storageSizeBelow(platform, *folder);
   if (!size) return posixError(size.error());
   return privilegedOperationAnswer({{"Size", *size}});
 }

@@ -160,7 +160,7 @@ class Replacement {
     if (isBackupBlocked()) return backupBlockedError(backupPath_);
     const auto status = platform_.files.status(backup(), Links::stay);
     if (!status && status.error() == PosixCode::noEntry) return success;
-    return FileManager::removeItem(platform_.files, backup(), backupPath_);
+    return FileManager::removeItem(platform_, backup(), *status, backupPath_);
   }
 
   /// What a killed run may have left: a file of root's, or of the owner of the old file once it was

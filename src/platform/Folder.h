@@ -17,6 +17,8 @@ struct FolderEntry {
   /// Type bits (`file_type`), or 0 where the file system does not report them. A whiteout can have
   /// the type of the device that represents it; its status has the right bits.
   std::uint32_t type;
+  /// The object's number on its file system; on some, another number than its status has.
+  std::uint64_t inode;
 };
 
 /// Identifies a folder. Also differs from that of a later folder with the same inode number.
@@ -46,9 +48,9 @@ class Folder {
   /// The next entry in the order of the file system, without "." and ".."; no value at the end.
   PosixResult<std::optional<FolderEntry>> next();
 
-  /// The next folder among the entries that were read ahead; null when there is none. Valid until
-  /// the next call of `next`.
-  const char* upcomingFolder() const;
+  /// The next folder among the entries that were read ahead, or the next one after the folder
+  /// `previous`; null when there is none. Valid until the next call of `next`.
+  const char* upcomingFolder(const char* previous = nullptr) const;
 
   /// Starts the listing again, with the folder's entries at that time.
   void rewind();

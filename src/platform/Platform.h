@@ -1,7 +1,10 @@
 // Everything that the core asks of the system it runs on.
 #pragma once
 
+#include <cstdint>
 #include <string>
+
+#include "platform/WorkerPool.h"
 
 namespace qrt {
 
@@ -51,11 +54,13 @@ struct Platform {
   ApplicationRegistry& applications;
   CodeSigning& codeSigning;
   Volumes& volumes;
+  /// Of the user whose request is performed.
+  WorkerShare workers;
 
-  /// The same facilities with another log.
-  Platform withLog(Log& other) const {
+  /// The same facilities for a request of a user.
+  Platform forRequest(Log& itsLog, std::uint32_t user) const {
     return {root,
-            other,
+            itsLog,
             self,
             files,
             extendedAttributes,
@@ -73,7 +78,8 @@ struct Platform {
             nvram,
             applications,
             codeSigning,
-            volumes};
+            volumes,
+            {workers.pool, user}};
   }
 };
 

@@ -240,9 +240,10 @@ Outcome RequestPipeline::run(const Request& request) const {
 }
 
 Outcome RequestPipeline::dispatch(const Request& request) const {
+  const auto platform = platform_.forRequest(request.log, request.caller.userID);
   const auto internal = internalOperations_.find(request.code);
   if (internal != internalOperations_.end()) {
-    return internal->second(platform_.withLog(request.log), request.arguments, nullptr);
+    return internal->second(platform, request.arguments, nullptr);
   }
 
   const auto* handler = operationSet_.selectorForExecutionOfPrivilegedOperationWithCode(
@@ -255,7 +256,7 @@ Outcome RequestPipeline::dispatch(const Request& request) const {
   }
   request.log.info("Operation %{public}@ will be executed with feedback option %{public}s.",
                    request.identifier, request.feedback ? "enabled" : "disabled");
-  return (*handler)(platform_.withLog(request.log), request.arguments, request.feedback.get());
+  return (*handler)(platform, request.arguments, request.feedback.get());
 }
 
 void RequestPipeline::closeFeedback(Request& request) const {

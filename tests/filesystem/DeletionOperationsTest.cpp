@@ -108,7 +108,7 @@ TEST_F(DeletionTest, AFolderThatFillsUpIsEmptiedALimitedNumberOfTimes) {
       scratch_.file("top/new" + std::to_string(added++));
       return std::nullopt;
     };
-    EXPECT_EQ(FileManager::removeItemAtPath(files_, top),
+    EXPECT_EQ(FileManager::removeItemAtPath(platform_, top),
               limit == 3 ? success : Outcome(fileWriteError(PosixCode::notEmpty, top)));
     EXPECT_GE(added, 3);
   }
@@ -185,7 +185,7 @@ TEST_F(DeletionTest, FindsObjectsThatRefuseChangesBeforeItRemovesAny) {
     const auto outcome = remove(scratch_.path("top"), recursively);
     EXPECT_EQ(outcome, posixError(PosixCode::notPermitted)) << flag;
     EXPECT_TRUE(test::exists(scratch_.path("top/file"))) << flag;
-    EXPECT_EQ(AdvancedOpsAdditions::setUserImmutableAtPath(files_, scratch_.path("top"), false,
+    EXPECT_EQ(AdvancedOpsAdditions::setUserImmutableAtPath(platform_, scratch_.path("top"), false,
                                                            recursively, false),
               posixError(PosixCode::notPermitted));
   }

@@ -25,6 +25,8 @@ class OperationFixture : public testing::Test {
   /// Has operations work with doubles, for the rest of the test.
   void use(const Doubles& doubles) { withDoubles_.emplace(platformWith(doubles, platform_)); }
 
+  const Platform& used() const { return withDoubles_ ? *withDoubles_ : platform_; }
+
   /// `stem` names the operation. The feedback it sends is kept until the next one.
   Outcome perform(const std::string& stem, const Array& arguments, bool isHeard = true) {
     feedback_.messages.clear();
@@ -33,7 +35,7 @@ class OperationFixture : public testing::Test {
     const auto* handler = handlers_.find(name);
     if (handler == nullptr) handler = handlers_.find(name + "feedbackConnection:");
     if (handler == nullptr) throw std::invalid_argument("no operation " + stem);
-    return (*handler)(withDoubles_ ? *withDoubles_ : platform_, arguments, connection.get());
+    return (*handler)(used(), arguments, connection.get());
   }
 
   std::vector<double> fractions() const {

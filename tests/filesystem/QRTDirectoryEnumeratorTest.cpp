@@ -3,11 +3,13 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <set>
 #include <thread>
 
+#include "PortFileSystem.h"
 #include "filesystem/FolderChain.h"
 #include "filesystem/OperationFixture.h"
 #include "support/Mounts.h"
@@ -38,11 +40,12 @@ auto withDescriptors(rlim_t room, Action action) {
 class EnumeratorTest : public test::OperationFixture {
  protected:
   auto at(const std::string& path, bool stay = false) {
-    return QRTDirectoryEnumerator::enumeratorAtPath(platform_.files, log_, path, stay);
+    return QRTDirectoryEnumerator::enumeratorAtPath(withLog_, path, stay);
   }
   Paths allAt(const std::string& path, bool stay = false) { return at(path, stay)->allObjects(); }
 
   test::RecordingLog log_;
+  const Platform withLog_ = platform_.forRequest(log_, 0);
 };
 
 TEST_F(EnumeratorTest, ALinkAsBaseStaysOnTheFileSystemOfTheLinkItself) {
@@ -104,6 +107,24 @@ bool never(const std::string&) { return false; }
 bool nowAndThen(const std::string& path) { return std::hash<std::string>()(path) % 23 == 7; }
 
 /// Walks long enough that a second thread lists ahead of them.
+/// A disk that takes its time to open folders.
+class SlowFiles : public test::PortFileSystem {
+ public:
+  using test::PortFileSystem::openFolder;
+  PosixResult<Folder> openFolder(FileAt object, Links links) override {
+    const auto count = ++opening_;
+    if (count > mostAtOnce) mostAtOnce = count;
+    std::this_thread::sleep_for(std::chrono::microseconds(200));
+    --opening_;
+    return test::PortFileSystem::openFolder(object, links);
+  }
+
+  std::atomic<unsigned> mostAtOnce = 0;
+
+ private:
+  std::atomic<unsigned> opening_ = 0;
+};
+
 class PrefetchTest : public EnumeratorTest {
  protected:
   /// Folders of very different sizes, some of them nested.
@@ -140,11 +161,13 @@ class PrefetchTest : public EnumeratorTest {
 };
 
 TEST_F(PrefetchTest, ReturnsEverythingOnceAndInOrder) {
+  SlowFiles slow;
   for (const auto skips : {never, nowAndThen}) {
     Paths paths;
     list(scratch_.path().c_str(), {}, skips, paths);
     for (const bool areStatusesExpected : {false, true}) {
-      const auto walk = at(scratch_.path());
+      use({.log = &log_, .files = areStatusesExpected ? &slow : nullptr});
+      const auto walk = QRTDirectoryEnumerator::enumeratorAtPath(used(), scratch_.path());
       if (areStatusesExpected) walk->expectStatuses();
       Paths seen;
       while (walk->advance()) {
@@ -161,6 +184,9 @@ TEST_F(PrefetchTest, ReturnsEverythingOnceAndInOrder) {
       EXPECT_FALSE(walk->advance());
       EXPECT_EQ(seen, paths);
     }
+  }
+  if (std::thread::hardware_concurrency() > 1) {
+    EXPECT_GT(slow.mostAtOnce, 4u);
   }
 }
 

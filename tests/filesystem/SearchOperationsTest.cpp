@@ -121,7 +121,7 @@ TEST_F(SearchOperationsTest, RefusesBadFoldersAndPatternsBeforeAnyFeedback) {
     EXPECT_EQ(fractions(), sent) << patterns.size();
   }
   const auto withoutPatterns = AdvancedOpsAdditions::searchForFileNamesAtPath(
-      files_, log_, scratch_.path("empty"), false, {}, [](const FeedbackMessage&) {});
+      used(), scratch_.path("empty"), false, {}, [](const FeedbackMessage&) {});
   EXPECT_EQ(withoutPatterns, invalid_);
 }
 
@@ -195,10 +195,9 @@ TEST_F(SearchOperationsTest, IsFolderAtPathComparesWithTheGivenUsers) {
       {"empty", {}, false},          {"empty", {0}, true}, {"missing", {0}, false},
       {"mixed/file", {0}, false},    {"mixed", {0}, true}, {"toMixed", {0}, true},
       {"mixed", {0, nobodys}, false}};
-  test::RecordingLog log;
   for (const auto& [name, ids, answer] : rows) {
     KnownUserIDs users(ids);
-    EXPECT_EQ(isFolderAtPath(files_, log, scratch_.path(name), users), answer) << name;
+    EXPECT_EQ(isFolderAtPath(used(), scratch_.path(name), users), answer) << name;
   }
 }
 

@@ -56,7 +56,8 @@ inline Platform platformWith(const Doubles& doubles, const Platform& rest) {
           .nvram = rest.nvram,
           .applications = either(doubles.applications, rest.applications),
           .codeSigning = either(doubles.codeSigning, rest.codeSigning),
-          .volumes = rest.volumes};
+          .volumes = rest.volumes,
+          .workers = rest.workers};
 }
 
 }  // namespace qrt::test

@@ -13,16 +13,16 @@
 namespace qrt::AdvancedOpsAdditions {
 namespace {
 
-Outcome setUserImmutableBelow(FileSystem& files, const HeldObject& top, bool value,
+Outcome setUserImmutableBelow(const Platform& platform, const HeldObject& top, bool value,
                               std::optional<std::uint32_t> onlyFileSystem) {
-  const auto folder = files.openFolder(top);
+  const auto folder = platform.files.openFolder(top);
   if (!folder) return isExhaustion(folder.error()) ? posixOutcome(folder.error()) : success;
   const TreeFlagChange change{.flags = file_flag::userImmutable,
                               .value = value,
                               .ofLinks = TreeFlagChange::OfLinks::changeTrustedTarget,
                               .onlyWith = std::nullopt,
                               .onlyFileSystem = onlyFileSystem};
-  const auto failure = changeFlagsBelow(files, {*folder, "."}, change);
+  const auto failure = changeFlagsBelow(platform, {*folder, "."}, change);
   return failure ? posixOutcome(failure->code) : success;
 }
 
@@ -57,8 +57,9 @@ Outcome createLinkAtPath(const Platform& platform, const std::string& path,
   return FileManager::createSymbolicLinkAtPath(platform.files, path, toTarget);
 }
 
-Outcome setUserImmutableAtPath(FileSystem& files, const std::string& path, bool toValue,
+Outcome setUserImmutableAtPath(const Platform& platform, const std::string& path, bool toValue,
                                bool recursive, bool stayOnFileSystem) {
+  auto& files = platform.files;
   if (path.empty()) return posixError(PosixCode::invalidArgument);
   if (const auto code = slashRefusal(files, path); code != PosixCode::success) {
     return posixError(code);
@@ -71,7 +72,7 @@ Outcome setUserImmutableAtPath(FileSystem& files, const std::string& path, bool 
   if (!recursive || !status->isFolder()) return success;
   std::optional<std::uint32_t> onlyFileSystem;
   if (stayOnFileSystem) onlyFileSystem = fileSystemIDForPath(files, path);
-  return setUserImmutableBelow(files, *target, toValue, onlyFileSystem);
+  return setUserImmutableBelow(platform, *target, toValue, onlyFileSystem);
 }
 
 Outcome setMacAttributesAtPath(const Platform& platform, const std::string& path,

@@ -21,7 +21,7 @@ Outcome createLinkAtPath(const Platform& platform, const std::string& path,
 /// target changed if it is trusted (`holdTrustedTarget`), and lead to nothing else. What is on
 /// another file system than the path itself can be left alone. The first failure ends it; what was
 /// changed by then stays changed.
-Outcome setUserImmutableAtPath(FileSystem& files, const std::string& path, bool toValue,
+Outcome setUserImmutableAtPath(const Platform& platform, const std::string& path, bool toValue,
                                bool recursive, bool stayOnFileSystem);
 
 /// Sets type and creator, then whether the object is hidden, of a link's target when the object is

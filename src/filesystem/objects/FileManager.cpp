@@ -54,24 +54,17 @@ PosixCode reasonAtPath(FileSystem& files, const std::string& path, PosixCode fai
   return isThere ? failure : PosixCode::noEntry;
 }
 
-Result<std::vector<std::string>> contentsOfDirectory(Folder& folder, const std::string& path) {
-  std::vector<std::string> names;
-  for (;;) {
-    const auto entry = folder.next();
-    if (!entry) return fileReadError(entry.error(), path);
-    if (!*entry) return names;
-    names.emplace_back((*entry)->name);
-  }
+Outcome removeItemAtPath(const Platform& platform, const std::string& path) {
+  const auto location = platform.files.locate(path);
+  const auto status =
+      location ? platform.files.status(location->at(), Links::stay) : location.error();
+  if (!status) return fileWriteError(status.error(), path);
+  return removeItem(platform, location->at(), *status, path);
 }
 
-Outcome removeItemAtPath(FileSystem& files, const std::string& path) {
-  const auto location = files.locate(path);
-  if (!location) return fileWriteError(location.error(), path);
-  return removeItem(files, location->at(), path);
-}
-
-Outcome removeItem(FileSystem& files, FileAt item, const std::string& path) {
-  const auto failure = removeTree(files, item);
+Outcome removeItem(const Platform& platform, FileAt item, const FileStatus& seen,
+                   const std::string& path) {
+  const auto failure = removeTree(platform, item, seen);
   if (!failure) return success;
   return fileWriteError(failure->code, path::below(path, failure->relativePath));
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "base/Error.h"
 #include "platform/FileSystem.h"
@@ -29,14 +28,12 @@ PosixResult<Folder> openFolderAtPath(FileSystem& files, const std::string& path)
 /// is there (links are followed), otherwise `failure` itself.
 PosixCode reasonAtPath(FileSystem& files, const std::string& path, PosixCode failure);
 
-/// The names in an open folder, hidden ones included, in the order of the file system. `path` is
-/// for errors.
-Result<std::vector<std::string>> contentsOfDirectory(Folder& folder, const std::string& path);
-
 /// Removes an object, a folder with everything below it. Links are removed, not followed. The error
 /// names the object that could not be removed.
-Outcome removeItemAtPath(FileSystem& files, const std::string& path);
-Outcome removeItem(FileSystem& files, FileAt item, const std::string& path);
+Outcome removeItemAtPath(const Platform& platform, const std::string& path);
+/// `seen` is the item's status, just read.
+Outcome removeItem(const Platform& platform, FileAt item, const FileStatus& seen,
+                   const std::string& path);
 
 /// Gives a file a second path. A folder cannot have one: it gets a new folder at the second path,
 /// with second paths for the items in it. A symbolic link is not followed; the new one has the same

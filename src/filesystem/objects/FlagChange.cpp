@@ -70,10 +70,10 @@ PosixCode changeFlags(const HeldObject& object, const FileStatus& seen, std::uin
   return unlessClear(object.setFlags(seen, changed(seen.flags, flags, value)), value);
 }
 
-std::optional<TreeFailure> changeFlagsBelow(FileSystem& files, FileAt top,
+std::optional<TreeFailure> changeFlagsBelow(const Platform& platform, FileAt top,
                                             const TreeFlagChange& change) {
-  FlagVisitor visitor(files, change);
-  return walkTree(files, top, visitor);
+  FlagVisitor visitor(platform.files, change);
+  return walkTree(platform, top, visitor);
 }
 
 }  // namespace qrt

@@ -34,7 +34,7 @@ struct TreeFlagChange {
 
 /// Changes the flags of everything below `top`. The first failure ends the walk; what was changed
 /// by then stays changed.
-std::optional<TreeFailure> changeFlagsBelow(FileSystem& files, FileAt top,
+std::optional<TreeFailure> changeFlagsBelow(const Platform& platform, FileAt top,
                                             const TreeFlagChange& change);
 
 }  // namespace qrt

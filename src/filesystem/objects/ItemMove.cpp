@@ -28,21 +28,23 @@ std::optional<TreeFailure> failure(PosixCode code) {
 }
 
 /// Removes everything in the very folder that is held, protected objects as well.
-std::optional<TreeFailure> emptyFolder(FileSystem& files, const HeldObject& held) {
-  const auto folder = files.openFolder(held);
+std::optional<TreeFailure> emptyFolder(const Platform& platform, const HeldObject& held) {
+  const auto folder = platform.files.openFolder(held);
   if (!folder) return failure(folder.error());
   constexpr TreeFlagChange clearing{.flags = file_flag::userProtection,
                                     .value = false,
                                     .ofLinks = TreeFlagChange::OfLinks::change,
                                     .onlyWith = file_flag::userProtection,
                                     .onlyFileSystem = std::nullopt};
-  if (auto failed = changeFlagsBelow(files, {*folder, "."}, clearing)) return failed;
-  return removeContents(files, *folder);
+  if (auto failed = changeFlagsBelow(platform, {*folder, "."}, clearing)) return failed;
+  return removeContents(platform, *folder);
 }
 
 /// Removes an object with its contents, but no other object that has taken its name since: that is
 /// `noEntry`. Only an empty folder in its place could be removed unseen.
-std::optional<TreeFailure> removeObject(FileSystem& files, FileAt item, const HeldObject& held) {
+std::optional<TreeFailure> removeObject(const Platform& platform, FileAt item,
+                                        const HeldObject& held) {
+  auto& files = platform.files;
   const auto status = held.status();
   if (!status) return failure(status.error());
   if ((status->flags & file_flag::userProtection) != 0) {
@@ -50,7 +52,7 @@ std::optional<TreeFailure> removeObject(FileSystem& files, FileAt item, const He
     if (code != PosixCode::success) return failure(code);
   }
   if (status->isFolder()) {
-    if (auto failed = emptyFolder(files, held)) return failed;
+    if (auto failed = emptyFolder(platform, held)) return failed;
   }
   const auto now = files.status(item, Links::stay);
   if (!now) return failure(now.error());
@@ -117,7 +119,7 @@ class StagingFolder {
   bool remove() {
     auto& files = platform_.files;
     const auto held = files.hold(item(), Links::stay);
-    if (held) removeObject(files, item(), *held);
+    if (held) removeObject(platform_, item(), *held);
     const auto code = files.removeFolder({parent_, name_.c_str()});
     return code == PosixCode::success || code == PosixCode::noEntry;
   }
@@ -150,7 +152,7 @@ std::optional<TreeFailure> moveAcross(const Platform& platform, FileAt item, Fil
   const auto code = status ? checkRemovable(item.folder, *status) : status.error();
   if (code != PosixCode::success) return failure(code);
   if (auto failed = copyAcross(platform, *held, toItem)) return failed;
-  return removeObject(platform.files, item, *held);
+  return removeObject(platform, item, *held);
 }
 
 }  // namespace

@@ -107,7 +107,7 @@ class Propagation : public TreeVisitor {
   }
 
   Outcome run(const Folder& folder) {
-    const auto failure = walkTree(platform_.files, {folder, "."}, *this);
+    const auto failure = walkTree(platform_, {folder, "."}, *this);
     if (error_) return *error_;
     if (failure) return posixError(failure->code, pathOf(failure->relativePath));
     return success;

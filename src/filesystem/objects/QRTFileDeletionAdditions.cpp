@@ -58,16 +58,16 @@ PosixCode changeImmutableFlagOfTarget(FileSystem& files, bool flag, FileAt link,
   return status ? changeFlags(*target, *status, file_flag::userImmutable, flag) : status.error();
 }
 
-PosixCode clearImmutableFlags(FileSystem& files, FileAt top, const FileStatus& seen) {
+PosixCode clearImmutableFlags(const Platform& platform, FileAt top, const FileStatus& seen) {
   constexpr TreeFlagChange clearing{
       .flags = file_flag::userImmutable,
       .value = false,
       .ofLinks = TreeFlagChange::OfLinks::leave,
       .onlyWith = file_flag::userImmutable | file_flag::refusingChanges,
       .onlyFileSystem = std::nullopt};
-  const auto code = changeFlags(files, top, seen, clearing.flags, clearing.value);
+  const auto code = changeFlags(platform.files, top, seen, clearing.flags, clearing.value);
   if (code != PosixCode::success || !seen.isFolder()) return code;
-  const auto failure = changeFlagsBelow(files, top, clearing);
+  const auto failure = changeFlagsBelow(platform, top, clearing);
   return failure ? failure->code : PosixCode::success;
 }
 
@@ -129,10 +129,10 @@ Outcome enforceRecursiveRemovalOfFileSystemObject(const Platform& platform, File
     const auto target = files.status(object, Links::follow);
     if (!target) return unlessMissing(target.error());
   } else {
-    const auto code = clearImmutableFlags(files, object, *status);
+    const auto code = clearImmutableFlags(platform, object, *status);
     if (code != PosixCode::success) return refined(platform, object, path, posixError(code));
   }
-  auto error = FileManager::removeItem(files, object, path);
+  auto error = FileManager::removeItem(platform, object, *status, path);
   if (!error) return success;
   return refined(platform, object, path, std::move(error));
 }

@@ -51,21 +51,20 @@ class Removal : public TreeVisitor {
 
 }  // namespace
 
-std::optional<TreeFailure> removeTree(FileSystem& files, FileAt top) {
-  const auto status = files.status(top, Links::stay);
-  if (!status) return TreeFailure{status.error(), {}};
-  if (status->isFolder()) {
-    Removal removal(files);
-    return walkTree(files, top, removal);
+std::optional<TreeFailure> removeTree(const Platform& platform, FileAt top,
+                                      const FileStatus& seen) {
+  if (seen.isFolder()) {
+    Removal removal(platform.files);
+    return walkTree(platform, top, removal);
   }
-  const auto code = files.removeFile(top);
+  const auto code = platform.files.removeFile(top);
   if (code == PosixCode::success) return std::nullopt;
   return TreeFailure{code, {}};
 }
 
-std::optional<TreeFailure> removeContents(FileSystem& files, const Folder& folder) {
-  Removal removal(files);
-  return walkTree(files, {folder, Removal::openTop}, removal);
+std::optional<TreeFailure> removeContents(const Platform& platform, const Folder& folder) {
+  Removal removal(platform.files);
+  return walkTree(platform, {folder, Removal::openTop}, removal);
 }
 
 }  // namespace qrt

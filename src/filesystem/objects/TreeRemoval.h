@@ -8,12 +8,12 @@
 
 namespace qrt {
 
-/// Removes the object, never the target of a link. An entry that vanishes by itself is not an
-/// error. The first error ends it; what was removed by then stays removed. Mounted volumes are
-/// emptied as well.
-std::optional<TreeFailure> removeTree(FileSystem& files, FileAt top);
+/// Removes the object, whose status was just read, never the target of a link. An entry that
+/// vanishes by itself is not an error. The first error ends it; what was removed by then stays
+/// removed. Mounted volumes are emptied as well.
+std::optional<TreeFailure> removeTree(const Platform& platform, FileAt top, const FileStatus& seen);
 
 /// The same of everything in an open folder, which stays.
-std::optional<TreeFailure> removeContents(FileSystem& files, const Folder& folder);
+std::optional<TreeFailure> removeContents(const Platform& platform, const Folder& folder);
 
 }  // namespace qrt

@@ -67,11 +67,12 @@ void HierarchyCursor::leaveTo(std::size_t levels) {
   while (levels_.size() > levels) levels_.pop_back();
 }
 
-std::optional<UpcomingFolder> HierarchyCursor::upcomingFolder(std::size_t levels) const {
-  for (auto level = levels; level < levels_.size(); ++level) {
-    const auto& [folder, depth] = levels_[level];
-    const auto* name = folder->upcomingFolder();
-    if (name == nullptr || depth.limitFor(name) != WalkBounds::Limit::none) continue;
+std::optional<UpcomingFolder> HierarchyCursor::upcomingFolder(std::size_t level,
+                                                              const char* previous) const {
+  const auto& [folder, depth] = levels_[level];
+  const auto* name = folder->upcomingFolder(previous);
+  for (; name != nullptr; name = folder->upcomingFolder(name)) {
+    if (depth.limitFor(name) != WalkBounds::Limit::none) continue;
     UpcomingFolder found{folder, depth, name, path_};
     depth.lead(found.path, name);
     if (bounds_.includesContentsOf({*folder, name}, file_type::folder, found.path)) return found;

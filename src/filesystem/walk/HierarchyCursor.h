@@ -73,9 +73,14 @@ class HierarchyCursor {
   /// Leaves folders until the walk is in no more than so many.
   void leaveTo(std::size_t levels);
 
-  /// The next folder that the walk will enter, in the outermost folder that is more than `levels`
-  /// down. Knows only the part of a listing that the system has already returned.
-  std::optional<UpcomingFolder> upcomingFolder(std::size_t levels) const;
+  /// How many folders the walk is in.
+  std::size_t levels() const { return levels_.size(); }
+
+  /// The next folder that the walk will enter in the folder that is `level` down, 0 for the base;
+  /// after the folder `previous` if that is given. Knows only the part of a listing that the system
+  /// has already returned.
+  std::optional<UpcomingFolder> upcomingFolder(std::size_t level,
+                                               const char* previous = nullptr) const;
 
   /// The object at the cursor. Its name is valid until the next call of `advance`.
   const WalkEntry& entry() const { return entry_; }

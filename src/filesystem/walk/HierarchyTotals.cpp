@@ -4,6 +4,7 @@
 
 #include "filesystem/walk/TreeWalk.h"
 #include "filesystem/walk/WalkBounds.h"
+#include "filesystem/walk/Workers.h"
 
 namespace qrt {
 namespace {
@@ -14,7 +15,11 @@ class Total {
   void add(const TreeObject& object, std::uint64_t value) {
     parts_[object.worker()].value += value;
   }
-  std::uint64_t value() const { return parts_[0].value + parts_[1].value; }
+  std::uint64_t value() const {
+    std::uint64_t sum = 0;
+    for (const auto& part : parts_) sum += part.value;
+    return sum;
+  }
 
  private:
   /// Padded, so that the workers' processors do not share a cache line. Alignment would need an
@@ -23,7 +28,7 @@ class Total {
     std::uint64_t value = 0;
     std::uint64_t padding[7] = {};
   };
-  std::array<Part, 2> parts_;
+  std::array<Part, WorkerCount::maximum> parts_;
 };
 
 class ObjectCount : public TreeVisitor {
@@ -61,22 +66,23 @@ class SizeSum : public TreeVisitor {
 };
 
 template <class Visitor>
-PosixResult<std::uint64_t> totalOf(FileSystem& files, const std::string& path, Visitor visitor) {
-  if (const auto failure = walkTree(files, path.c_str(), visitor)) return failure->code;
+PosixResult<std::uint64_t> totalOf(const Platform& platform, const std::string& path,
+                                   Visitor visitor) {
+  if (const auto failure = walkTree(platform, path.c_str(), visitor)) return failure->code;
   return visitor.value();
 }
 
 }  // namespace
 
-PosixResult<std::uint64_t> numberOfObjectsBelow(FileSystem& files, Log& log,
-                                                const std::string& path, bool stayOnFileSystem) {
-  WalkBounds bounds(files, log, path);
+PosixResult<std::uint64_t> numberOfObjectsBelow(const Platform& platform, const std::string& path,
+                                                bool stayOnFileSystem) {
+  WalkBounds bounds(platform.files, platform.log, path);
   if (stayOnFileSystem) bounds.stayOnFileSystemOf(path.c_str());
-  return totalOf(files, path, ObjectCount(bounds));
+  return totalOf(platform, path, ObjectCount(bounds));
 }
 
-PosixResult<std::uint64_t> storageSizeBelow(FileSystem& files, const std::string& path) {
-  return totalOf(files, path, SizeSum(files));
+PosixResult<std::uint64_t> storageSizeBelow(const Platform& platform, const std::string& path) {
+  return totalOf(platform, path, SizeSum(platform.files));
 }
 
 }  // namespace qrt

@@ -1,12 +1,11 @@
-// Adding up what is below a folder, in no particular order, with both processors.
+// Adding up what is below a folder, in no particular order, with several threads.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
 #include "base/Result.h"
-#include "platform/FileSystem.h"
-#include "platform/Log.h"
+#include "platform/Platform.h"
 
 namespace qrt {
 
@@ -15,11 +14,11 @@ namespace qrt {
 
 /// The number of objects that a `QRTDirectoryEnumerator` would return. Logs its limits as that
 /// does.
-PosixResult<std::uint64_t> numberOfObjectsBelow(FileSystem& files, Log& log,
-                                                const std::string& path, bool stayOnFileSystem);
+PosixResult<std::uint64_t> numberOfObjectsBelow(const Platform& platform, const std::string& path,
+                                                bool stayOnFileSystem);
 
 /// The logical sizes in bytes of all objects, folders and links with their own; on every file
 /// system.
-PosixResult<std::uint64_t> storageSizeBelow(FileSystem& files, const std::string& path);
+PosixResult<std::uint64_t> storageSizeBelow(const Platform& platform, const std::string& path);
 
 }  // namespace qrt

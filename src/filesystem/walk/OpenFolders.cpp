@@ -35,9 +35,21 @@ OpenFolders::OpenFolders(FileSystem& files, std::size_t workers)
 
 bool OpenFolders::addSubfolder(TreeFolder& parent) {
   const std::lock_guard lock(mutex_);
-  ++parent.pending;
-  if (parent.waiting++ != 0) return true;
-  return ++keptForWaiting_ <= maximumKeptForWaiting_;
+  addWaiting(parent);
+  return keptForWaiting_ <= maximumKeptForWaiting_;
+}
+
+bool OpenFolders::addEntries(TreeFolder& parent) {
+  const std::lock_guard lock(mutex_);
+  if (parent.waiting == 0 && keptForWaiting_ >= maximumKeptForWaiting_) return false;
+  addWaiting(parent);
+  return true;
+}
+
+void OpenFolders::useForEntries(TreeFolder& parent) {
+  const std::lock_guard lock(mutex_);
+  ++parent.users;
+  stopWaiting(parent);
 }
 
 PosixCode OpenFolders::open(TreeFolder& folder, FileAt at) {
@@ -124,6 +136,11 @@ void OpenFolders::forget(const TreeFolder& folder) {
   if (found == open_.rend()) return;
   open_.erase(std::next(found).base());
   changed_.notify_one();
+}
+
+void OpenFolders::addWaiting(TreeFolder& parent) {
+  ++parent.pending;
+  if (parent.waiting++ == 0) ++keptForWaiting_;
 }
 
 void OpenFolders::stopWaiting(TreeFolder& parent) {

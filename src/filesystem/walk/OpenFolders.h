@@ -3,11 +3,13 @@
 
 #include <condition_variable>
 #include <cstddef>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "filesystem/walk/FolderEntries.h"
 #include "filesystem/walk/ReopenableFolder.h"
 
 namespace qrt {
@@ -25,15 +27,20 @@ struct TreeFolder {
   std::optional<ReopenableFolder> folder;
   /// How often its contents were visited.
   unsigned round = 0;
+  /// How many entries its listing has returned.
+  std::size_t listed = 0;
+  /// The next ones, if it is large.
+  std::unique_ptr<FolderEntries> ahead;
 
  private:
   friend class OpenFolders;
 
   /// How many workers use it.
   unsigned users = 0;
-  /// Its subfolders that were seen and not opened. They are found through it alone.
+  /// Its subfolders that were seen and not opened, and its entries that wait for a worker. They
+  /// are found through it alone.
   unsigned waiting = 0;
-  /// Its own listing and its subfolders that are not done.
+  /// Its own listing, its subfolders and its shared entries that are not done.
   std::size_t pending = 1;
 };
 
@@ -51,6 +58,12 @@ class OpenFolders {
   /// Notes a subfolder of a folder that the worker uses. False when the subfolder may not wait
   /// until another worker has time: too many folders must stay open for others that wait.
   bool addSubfolder(TreeFolder& parent);
+
+  /// Notes entries of a folder that the worker uses, for another worker. Nothing is noted and the
+  /// answer is false when they may not wait.
+  bool addEntries(TreeFolder& parent);
+  /// Begins with such entries: the worker uses their folder.
+  void useForEntries(TreeFolder& parent);
 
   /// Opens a folder, which the worker then uses. An error is left to `remove()`.
   PosixCode open(TreeFolder& folder, FileAt at);
@@ -76,6 +89,7 @@ class OpenFolders {
   PosixCode makeRoom(Lock& lock);
   bool closeOldest(PosixCode& code);
   void forget(const TreeFolder& folder);
+  void addWaiting(TreeFolder& parent);
   void stopWaiting(TreeFolder& parent);
   static bool isInUse(const TreeFolder& folder) { return folder.users + folder.waiting != 0; }
 

@@ -1,7 +1,9 @@
 #include "filesystem/walk/Prefetch.h"
 
+#include <algorithm>
 #include <cstring>
-#include <system_error>
+#include <new>
+#include <thread>
 #include <utility>
 
 namespace qrt {
@@ -9,76 +11,37 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// The bounds of one recording.
+/// The bounds of one recording, beside that of its folders.
 constexpr std::size_t maximumObjects = 1024;
-constexpr std::size_t maximumFolders = 128;
 constexpr std::size_t enoughNameBytes = 32 * 1024;
 constexpr std::chrono::seconds maximumAge{1};
 
-/// Shorter walks end before a second thread pays.
+/// Shorter walks end before another thread pays.
 constexpr unsigned foldersOfLongWalk = 64;
-/// Recordings take memory, and their folders stay open.
-constexpr std::size_t enoughFolders = 4;
+/// The folders that the walk is in and those that are listed ahead.
+constexpr std::size_t maximumStreams = 500;
+
+/// Waking a thread takes as long as listing a dozen folders, so threads poll for a short time
+/// before they sleep.
+template <class Condition>
+void poll(Condition isMet) {
+  constexpr std::chrono::microseconds patience{100};
+  const auto end = Clock::now() + patience;
+  while (!isMet() && Clock::now() < end) {
+    std::this_thread::yield();  // To a thread that sends records, or to their reader.
+  }
+}
 
 }  // namespace
 
-WorkerThread::~WorkerThread() {
-  if (!thread_.joinable()) return;
-  waitWhile(State::working);
-  become(State::over);
-  thread_.join();
-}
-
-void WorkerThread::begin(std::function<void()> work) {
-  work_ = std::move(work);
-  try {
-    if (!thread_.joinable()) thread_ = std::thread([this] { run(); });
-    become(State::working);
-  } catch (const std::system_error&) {
-    work_();
-  }
-}
-
-void WorkerThread::wait() {
-  waitWhile(State::working);
-  if (auto problem = std::exchange(problem_, nullptr)) std::rethrow_exception(problem);
-}
-
-void WorkerThread::run() {
-  for (;;) {
-    waitWhile(State::free);
-    if (state_ == State::over) return;
-    try {
-      work_();
-    } catch (...) {
-      problem_ = std::current_exception();
-    }
-    become(State::free);
-  }
-}
-
-void WorkerThread::become(State state) {
-  {
-    const std::lock_guard lock(mutex_);
-    state_ = state;
-  }
-  changed_.notify_one();
-}
-
-void WorkerThread::waitWhile(State state) {
-  constexpr std::chrono::microseconds patience{100};
-  const auto end = Clock::now() + patience;
-  do {
-    if (state_ != state) return;
-    std::this_thread::yield();  // To a thread that sends records, or to their reader.
-  } while (Clock::now() < end);
-  std::unique_lock lock(mutex_);
-  changed_.wait(lock, [&] { return state_ != state; });
-}
-
 PrefetchedFolder::PrefetchedFolder(FileSystem& files, const WalkBounds& bounds,
-                                   UpcomingFolder folder, Statuses statuses)
-    : files_(files), folder_(std::move(folder)), wanted_(statuses), cursor_(files, bounds) {
+                                   UpcomingFolder folder, Statuses statuses,
+                                   std::size_t maximumFolders)
+    : files_(files),
+      folder_(std::move(folder)),
+      wanted_(statuses),
+      maximumFolders_(maximumFolders),
+      cursor_(files, bounds) {
   entries_.reserve(maximumObjects);
   names_.reserve(enoughNameBytes);
   if (wanted_ == Statuses::read) statuses_.reserve(maximumObjects);
@@ -88,10 +51,18 @@ bool PrefetchedFolder::isOf(const WalkEntry& folder) const {
   return folder_.holder == folder.holder && folder_.name == folder.name;
 }
 
-void PrefetchedFolder::record(const std::atomic<bool>& isWanted) {
+void PrefetchedFolder::record() {
   begin_ = Clock::now();
+  try {
+    recordObjects();
+  } catch (const std::bad_alloc&) {
+    isBroken_ = true;
+  }
+}
+
+void PrefetchedFolder::recordObjects() {
   isEntered_ = cursor_.enterFolder(folder_);
-  for (std::size_t folders = 1; folders < maximumFolders && hasRoom() && !isWanted;) {
+  for (std::size_t folders = 1; folders < maximumFolders_ && hasRoom() && !isWanted;) {
     if (!cursor_.advance()) return;
     if (cursor_.isObjectToBeEntered()) cursor_.enterObject();
     keep(cursor_.entry());
@@ -113,8 +84,8 @@ void PrefetchedFolder::keep(const WalkEntry& entry) {
 }
 
 bool PrefetchedFolder::isUsable() const {
-  return isEntered_ && cursor_.failure() == PosixCode::success &&
-         Clock::now() - begin_ < maximumAge;
+  return state == State::done && isEntered_ && !isBroken_ &&
+         cursor_.failure() == PosixCode::success && Clock::now() - begin_ < maximumAge;
 }
 
 const WalkEntry* PrefetchedFolder::next() {
@@ -131,41 +102,148 @@ void PrefetchedFolder::skipTo(std::size_t levels) {
   while (!isAtEnd() && entries_[next_].depth.levels() > levels) next();
 }
 
+Prefetch::Prefetch(FileSystem& files, const WalkBounds& bounds, WorkerShare workers)
+    : files_(files), bounds_(bounds), count_(workers) {}
+
+Prefetch::~Prefetch() {
+  {
+    const std::lock_guard lock(mutex_);
+    isOver_ = true;
+    for (const auto& recording : recordings_) recording->isWanted = true;
+  }
+  changed_.notify_all();
+  helpers_.waitForAll();
+}
+
 void Prefetch::prepare(const HierarchyCursor& walk) {
-  static const bool hasTwoProcessors = std::thread::hardware_concurrency() > 1;
-  const bool isLongWalk = enteredFolders_ == foldersOfLongWalk;
-  if (!isLongWalk) ++enteredFolders_;
-  const bool hasRoom = worker_.isFree() && folders_.size() < enoughFolders;
-  if (!isLongWalk || !hasTwoProcessors || !hasRoom) return;
+  if (!isLongWalk()) return;
+  constexpr Width inMemory{.inOneFolder = 1, .recordings = 4, .folders = 100};
+  constexpr Width waiting{.inOneFolder = 12, .recordings = 32, .folders = 14};
+  const auto& width = count_.isWaiting() ? waiting : inMemory;
+  const auto streams = walk.levels() + width.recordings * width.folders;
+  if (streams > maximumStreams) return;
+  while (prepareOne(walk, width)) {
+  }
+}
 
-  const auto from = folders_.empty() ? 0 : folders_.back()->depth().levels();
-  auto folder = walk.upcomingFolder(from);
-  if (!folder) return;
+bool Prefetch::isLongWalk() {
+  if (meter_.isDue()) {
+    meter_.note();
+    enteredFolders_ = foldersOfLongWalk;
+  }
+  if (enteredFolders_ == foldersOfLongWalk) return true;
+  ++enteredFolders_;
+  return false;
+}
 
-  folders_.push_back(
-      std::make_unique<PrefetchedFolder>(files_, bounds_, std::move(*folder), statuses_));
-  worker_.begin([this, recording = folders_.back().get()] { recording->record(isWanted_); });
+/// Adds the upcoming folder of the outermost folder that has too few recordings.
+bool Prefetch::prepareOne(const HierarchyCursor& walk, const Width& width) {
+  const bool isBusy = !count_.isWaiting() && waiting_ != 0;
+  if (isBusy || recordings_.size() >= width.recordings) return false;
+  auto next = recordings_.begin();
+  for (std::size_t level = 0; level < walk.levels(); ++level) {
+    const auto first = next;
+    const auto isHere = [&](const auto& recording) {
+      return recording->folder().depth.levels() == level + 1;
+    };
+    next = std::find_if_not(first, recordings_.end(), isHere);
+    if (static_cast<std::size_t>(next - first) >= width.inOneFolder) continue;
+    const auto* last = first == next ? nullptr : (*first)->folder().name.c_str();
+    if (auto folder = walk.upcomingFolder(level, last)) {
+      add(first, std::move(*folder), width);
+      return true;
+    }
+  }
+  return false;
+}
+
+void Prefetch::add(Recordings::iterator before, UpcomingFolder folder, const Width& width) {
+  auto recording = std::make_unique<PrefetchedFolder>(files_, bounds_, std::move(folder), statuses_,
+                                                      width.folders);
+  {
+    const std::lock_guard lock(mutex_);
+    recordings_.insert(before, std::move(recording));
+    ++waiting_;
+  }
+  changed_.notify_one();
+  helpers_.addOne();
 }
 
 std::unique_ptr<PrefetchedFolder> Prefetch::take(const WalkEntry& folder) {
-  if (folders_.empty() || !folders_.back()->isOf(folder)) return nullptr;
+  // The walk has passed what is further down, in another folder, or before this folder.
+  forget(folder.depth.levels());
+  while (!recordings_.empty()) {
+    const auto& last = recordings_.back()->folder();
+    if (last.depth.levels() != folder.depth.levels() || last.holder == folder.holder) break;
+    takeLast();
+  }
+  const auto found = std::find_if(recordings_.begin(), recordings_.end(),
+                                  [&](const auto& recording) { return recording->isOf(folder); });
+  if (found == recordings_.end()) return nullptr;
+  while (!recordings_.back()->isOf(folder)) takeLast();
   auto recording = takeLast();
   return recording->isUsable() ? std::move(recording) : nullptr;
 }
 
 bool Prefetch::forget(std::size_t levels) {
-  const auto before = folders_.size();
-  while (!folders_.empty() && folders_.back()->depth().levels() > levels) takeLast();
-  return folders_.size() != before;
+  const auto before = recordings_.size();
+  while (!recordings_.empty() && recordings_.back()->folder().depth.levels() > levels) takeLast();
+  return recordings_.size() != before;
 }
 
 std::unique_ptr<PrefetchedFolder> Prefetch::takeLast() {
-  isWanted_ = true;
-  worker_.wait();
-  isWanted_ = false;
-  auto recording = std::move(folders_.back());
-  folders_.pop_back();
+  using State = PrefetchedFolder::State;
+  auto& last = *recordings_.back();
+  const auto isFree = [&] { return last.state != State::recording; };
+  last.isWanted = true;
+  if (!count_.isWaiting()) poll(isFree);
+  std::unique_lock lock(mutex_);
+  if (!isFree()) {
+    meter_.whileIdle([&] {
+      changed_.wait(lock, isFree);
+      return true;
+    });
+  }
+  if (last.state == State::waiting) --waiting_;
+  auto recording = std::move(recordings_.back());
+  recordings_.pop_back();
   return recording;
+}
+
+void Prefetch::help() {
+  WorkerMeter meter(count_);
+  const auto hasWork = [this] { return isOver_ || waiting_ != 0; };
+  while (!count_.hasTooMany()) {
+    if (!count_.isWaiting()) poll(hasWork);
+    if (!hasWork()) {
+      std::unique_lock lock(mutex_);
+      const auto wait = [&] { return changed_.wait_for(lock, Helpers::patience, hasWork); };
+      if (!meter.whileIdle(wait)) return;
+    }
+    if (isOver_) return;
+    auto* recording = nextToRecord();
+    if (recording == nullptr) continue;
+    recording->record();
+    if (meter.isDue()) meter.note();
+    {
+      const std::lock_guard lock(mutex_);
+      recording->state = PrefetchedFolder::State::done;
+    }
+    changed_.notify_all();
+  }
+}
+
+/// The one that the walk reaches first; null if none waits.
+PrefetchedFolder* Prefetch::nextToRecord() {
+  using State = PrefetchedFolder::State;
+  const std::lock_guard lock(mutex_);
+  const auto next =
+      std::find_if(recordings_.rbegin(), recordings_.rend(),
+                   [](const auto& recording) { return recording->state == State::waiting; });
+  if (next == recordings_.rend()) return nullptr;
+  (*next)->state = State::recording;
+  --waiting_;
+  return next->get();
 }
 
 }  // namespace qrt

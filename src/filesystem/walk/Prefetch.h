@@ -1,77 +1,44 @@
-// Lists folders before a walk reaches them, with a second thread.
+// Lists folders before a walk reaches them, with helpers.
 #pragma once
 
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
-#include <exception>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "filesystem/walk/HierarchyCursor.h"
+#include "filesystem/walk/Workers.h"
 
 namespace qrt {
 
-/// A thread that does one piece of work at a time for another thread, its owner. Waking a thread
-/// takes as long as listing a dozen folders, so each of the two polls for a short time before it
-/// sleeps.
-///
-/// The work sees what the owner wrote before `begin`; the owner sees what the work wrote once the
-/// worker is free.
-class WorkerThread {
- public:
-  WorkerThread() = default;
-  WorkerThread(const WorkerThread&) = delete;
-  WorkerThread& operator=(const WorkerThread&) = delete;
-  /// Waits for the work.
-  ~WorkerThread();
-
-  bool isFree() const { return state_ == State::free; }
-
-  /// Gives work to the worker, which must be free. If no thread can be started, the caller does it.
-  void begin(std::function<void()> work);
-
-  /// Returns when the worker is free, or throws what its work threw.
-  void wait();
-
- private:
-  enum class State { free, working, over };
-
-  void run();
-  void become(State state);
-  void waitWhile(State state);
-
-  std::atomic<State> state_ = State::free;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::function<void()> work_;
-  std::exception_ptr problem_;
-  std::thread thread_;
-};
-
-/// What one thread records of a folder, for another thread to hand out. Bounded in memory and open
-/// folders: its cursor continues where the recording ends. Belongs to one thread at a time.
+/// What a helper records of a folder, for the walk to return. Bounded in memory and open folders:
+/// its cursor continues where the recording ends. Belongs to the helper from `record` until the
+/// state is `done`, else to the walk.
 class PrefetchedFolder {
  public:
   enum class Statuses { leave, read };
+  enum class State { waiting, recording, done };
 
   /// Records nothing yet. `files` and `bounds` outlive it.
   PrefetchedFolder(FileSystem& files, const WalkBounds& bounds, UpcomingFolder folder,
-                   Statuses statuses);
+                   Statuses statuses, std::size_t maximumFolders);
   PrefetchedFolder(const PrefetchedFolder&) = delete;
   PrefetchedFolder& operator=(const PrefetchedFolder&) = delete;
 
+  const UpcomingFolder& folder() const { return folder_; }
   bool isOf(const WalkEntry& folder) const;
-  /// Of the folder that holds it.
-  const WalkBounds::Depth& depth() const { return folder_.depth; }
+
+  /// Guarded by the lock of the prefetch, except that the walk may look for `done` without it.
+  std::atomic<State> state = State::waiting;
+  /// The walk waits: the recording ends soon.
+  std::atomic<bool> isWanted = false;
 
   /// Records until there is enough, or until the walk wants the folder.
-  void record(const std::atomic<bool>& isWanted);
+  void record();
 
   /// False if the recording failed, or began so long ago that the folder may have changed since.
   bool isUsable() const;
@@ -87,14 +54,18 @@ class PrefetchedFolder {
  private:
   using Clock = std::chrono::steady_clock;
 
+  void recordObjects();
   bool hasRoom() const;
   void keep(const WalkEntry& entry);
 
   FileSystem& files_;
   const UpcomingFolder folder_;
   const Statuses wanted_;
+  const std::size_t maximumFolders_;
   HierarchyCursor cursor_;
   bool isEntered_ = false;
+  /// Memory ran out.
+  bool isBroken_ = false;
   Clock::time_point begin_;
 
   std::vector<WalkEntry> entries_;
@@ -107,18 +78,19 @@ class PrefetchedFolder {
   std::vector<FileStatus> statuses_;
 };
 
-/// The folders that are listed ahead of a walk. Belongs to the thread that walks. The worker thread
-/// starts when a walk proves to be long.
+/// The folders that are listed ahead of a walk. Belongs to the thread that walks. Helpers start
+/// when a walk proves to be long. While the listings are in memory, one recording in each folder
+/// that the walk is in is enough. While the helpers wait for a disk, many are read at a time.
 class Prefetch {
  public:
-  Prefetch(FileSystem& files, const WalkBounds& bounds) : files_(files), bounds_(bounds) {}
+  Prefetch(FileSystem& files, const WalkBounds& bounds, WorkerShare workers);
   Prefetch(const Prefetch&) = delete;
   Prefetch& operator=(const Prefetch&) = delete;
-  ~Prefetch() { isWanted_ = true; }
+  ~Prefetch();
 
   void expectStatuses() { statuses_ = PrefetchedFolder::Statuses::read; }
 
-  /// Starts listing a folder that the walk will reach, if that saves time. To be called whenever
+  /// Starts listing folders that the walk will reach, if that saves time. To be called whenever
   /// the walk has entered a folder.
   void prepare(const HierarchyCursor& walk);
 
@@ -129,17 +101,40 @@ class Prefetch {
   bool forget(std::size_t levels);
 
  private:
+  using Recordings = std::vector<std::unique_ptr<PrefetchedFolder>>;
+
+  /// How much is listed ahead.
+  struct Width {
+    std::size_t inOneFolder;
+    std::size_t recordings;
+    /// Of one recording.
+    std::size_t folders;
+  };
+
+  bool isLongWalk();
+  bool prepareOne(const HierarchyCursor& walk, const Width& width);
+  void add(Recordings::iterator before, UpcomingFolder folder, const Width& width);
   std::unique_ptr<PrefetchedFolder> takeLast();
+  void help();
+  PrefetchedFolder* nextToRecord();
+  bool hasWork();
 
   FileSystem& files_;
   const WalkBounds& bounds_;
   PrefetchedFolder::Statuses statuses_ = PrefetchedFolder::Statuses::leave;
   unsigned enteredFolders_ = 0;
-  std::atomic<bool> isWanted_ = false;
-  /// Each is further down than the one before, so the walk reaches the last one first. Only the
-  /// last one can still be recording.
-  std::vector<std::unique_ptr<PrefetchedFolder>> folders_;
-  WorkerThread worker_;
+
+  std::mutex mutex_;
+  /// A recording waits, or is done, or the walk is over.
+  std::condition_variable changed_;
+  /// In the order in which the walk reaches them, the next one last. Only the walk changes the
+  /// list.
+  Recordings recordings_;
+  std::atomic<std::size_t> waiting_ = 0;
+  std::atomic<bool> isOver_ = false;
+  WorkerCount count_;
+  WorkerMeter meter_{count_};
+  Helpers helpers_{count_, [this](std::size_t) { help(); }};
 };
 
 }  // namespace qrt

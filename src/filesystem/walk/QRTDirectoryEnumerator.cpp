@@ -5,28 +5,32 @@
 namespace qrt {
 
 std::unique_ptr<QRTDirectoryEnumerator> QRTDirectoryEnumerator::enumeratorAtPath(
-    FileSystem& files, Log& log, const std::string& path) {
-  return enumeratorAtPath(files, log, path, false);
+    const Platform& platform, const std::string& path) {
+  return enumeratorAtPath(platform, path, false);
 }
 
 std::unique_ptr<QRTDirectoryEnumerator> QRTDirectoryEnumerator::enumeratorAtPath(
-    FileSystem& files, Log& log, const std::string& path, bool stayOnFileSystem) {
+    const Platform& platform, const std::string& path, bool stayOnFileSystem) {
   if (path.empty()) return nullptr;
-  std::unique_ptr<QRTDirectoryEnumerator> made(new QRTDirectoryEnumerator(files, log, path));
+  std::unique_ptr<QRTDirectoryEnumerator> made(new QRTDirectoryEnumerator(platform, path));
   if (!made->initForBasePath(path.c_str(), Links::follow, stayOnFileSystem)) return nullptr;
   return made;
 }
 
 std::unique_ptr<QRTDirectoryEnumerator> QRTDirectoryEnumerator::enumeratorAtObject(
-    FileSystem& files, Log& log, FileAt object, const std::string& path, bool stayOnFileSystem) {
-  std::unique_ptr<QRTDirectoryEnumerator> made(new QRTDirectoryEnumerator(files, log, path));
+    const Platform& platform, FileAt object, const std::string& path, bool stayOnFileSystem) {
+  std::unique_ptr<QRTDirectoryEnumerator> made(new QRTDirectoryEnumerator(platform, path));
   if (!made->initForBasePath(object, Links::stay, stayOnFileSystem)) return nullptr;
   return made;
 }
 
-QRTDirectoryEnumerator::QRTDirectoryEnumerator(FileSystem& files, Log& log,
+QRTDirectoryEnumerator::QRTDirectoryEnumerator(const Platform& platform,
                                                const std::string& basePath)
-    : files_(files), log_(log), basePath_(basePath), bounds_(files, log, basePath) {}
+    : files_(platform.files),
+      log_(platform.log),
+      basePath_(basePath),
+      bounds_(files_, log_, basePath),
+      prefetch_(files_, bounds_, platform.workers) {}
 
 bool QRTDirectoryEnumerator::initForBasePath(FileAt base, Links links, bool stayOnFileSystem) {
   const auto status = holdsZeroByte(basePath_) ? PosixCode::noEntry : files_.status(base, links);

@@ -11,8 +11,7 @@
 #include "filesystem/walk/HierarchyCursor.h"
 #include "filesystem/walk/Prefetch.h"
 #include "filesystem/walk/WalkBounds.h"
-#include "platform/FileSystem.h"
-#include "platform/Log.h"
+#include "platform/Platform.h"
 
 namespace qrt {
 
@@ -28,16 +27,16 @@ namespace qrt {
 class QRTDirectoryEnumerator {
  public:
   /// Null for an empty path and for one that is not an existing folder (links followed); the latter
-  /// is logged. `files` and `log` outlive the enumerator.
-  static std::unique_ptr<QRTDirectoryEnumerator> enumeratorAtPath(FileSystem& files, Log& log,
+  /// is logged. The platform's facilities outlive the enumerator.
+  static std::unique_ptr<QRTDirectoryEnumerator> enumeratorAtPath(const Platform& platform,
                                                                   const std::string& path);
-  static std::unique_ptr<QRTDirectoryEnumerator> enumeratorAtPath(FileSystem& files, Log& log,
+  static std::unique_ptr<QRTDirectoryEnumerator> enumeratorAtPath(const Platform& platform,
                                                                   const std::string& path,
                                                                   bool stayOnFileSystem);
 
   /// The same for a folder that another walk has found: a link in its place is not followed.
   /// `path` is only for the log.
-  static std::unique_ptr<QRTDirectoryEnumerator> enumeratorAtObject(FileSystem& files, Log& log,
+  static std::unique_ptr<QRTDirectoryEnumerator> enumeratorAtObject(const Platform& platform,
                                                                     FileAt object,
                                                                     const std::string& path,
                                                                     bool stayOnFileSystem);
@@ -84,7 +83,7 @@ class QRTDirectoryEnumerator {
  private:
   static constexpr std::string_view className = "QRTDirectoryEnumerator";
 
-  QRTDirectoryEnumerator(FileSystem& files, Log& log, const std::string& basePath);
+  QRTDirectoryEnumerator(const Platform& platform, const std::string& basePath);
   bool initForBasePath(FileAt base, Links links, bool stayOnFileSystem);
 
   bool advanceInPrefetched();
@@ -96,7 +95,7 @@ class QRTDirectoryEnumerator {
   std::string basePath_;
   WalkBounds bounds_;
   HierarchyCursor cursor_{files_, bounds_};
-  Prefetch prefetch_{files_, bounds_};
+  Prefetch prefetch_;
   /// The recording that the walk returns objects from; the cursor is already past its end.
   std::unique_ptr<PrefetchedFolder> prefetched_;
   std::string pathInPrefetched_;

@@ -4,13 +4,12 @@
 #include <memory>
 #include <mutex>
 #include <string_view>
-#include <system_error>
-#include <thread>
 #include <utility>
 #include <vector>
 
 #include "filesystem/walk/OpenFolders.h"
 #include "filesystem/walk/WorkQueue.h"
+#include "filesystem/walk/Workers.h"
 
 namespace qrt {
 namespace {
@@ -43,13 +42,19 @@ PosixCode TreeVisitor::cannotRead(const TreeObject&, PosixCode) { return PosixCo
 
 namespace {
 
+/// What a worker takes: a folder that is to be opened and listed, or entries of an open folder.
+struct Piece {
+  TreeFolder* folder;
+  std::unique_ptr<FolderEntries> entries = nullptr;
+};
+
 /// What the workers of a walk share.
 struct Walk {
-  /// Subfolders that wait; with more, a worker enters the next one at once.
+  /// Pieces that wait for one worker; with more, it enters the next folder at once.
   static constexpr std::size_t enoughWaiting = 64;
 
-  Walk(FileSystem& theFiles, FileAt theTop, TreeVisitor& theVisitor)
-      : files(theFiles), top(theTop), visitor(theVisitor) {}
+  Walk(const Platform& platform, FileAt theTop, TreeVisitor& theVisitor)
+      : files(platform.files), top(theTop), visitor(theVisitor), count(platform.workers) {}
 
   void fail(PosixCode code, std::string relativePath) {
     const std::lock_guard lock(mutex);
@@ -61,10 +66,11 @@ struct Walk {
   FileSystem& files;
   const FileAt top;
   TreeVisitor& visitor;
-  const std::size_t workers = std::thread::hardware_concurrency() > 1 ? 2 : 1;
-  OpenFolders folders{files, workers};
-  WorkQueue<TreeFolder> waiting{enoughWaiting};
+  WorkerCount count;
+  OpenFolders folders{files, WorkerCount::maximum};
+  WorkQueue<Piece> waiting{WorkerCount::maximum, enoughWaiting};
   std::atomic<bool> isStopped = false;
+  std::atomic<bool> isReadingAhead = false;
   std::mutex mutex;
   std::optional<TreeFailure> failure;
 };
@@ -72,32 +78,40 @@ struct Walk {
 /// One thread's part of a walk.
 class Worker {
  public:
-  Worker(Walk& walk, unsigned index) : walk_(walk), index_(index) {}
-  Worker(const Worker&) = delete;
-  Worker& operator=(const Worker&) = delete;
-  ~Worker() {
-    if (helper_.joinable()) helper_.join();
-  }
+  Worker(Walk& walk, Helpers& helpers, std::size_t index)
+      : walk_(walk), helpers_(helpers), index_(index), meter_(walk.count) {}
 
   /// Returns when the walk is over.
-  void work() {
-    while (auto* folder = walk_.waiting.take(index_)) list(folder);
-  }
+  void work();
+  /// The same, or when the walk has too many workers or too little work.
+  void help();
 
   /// One thing less is pending in a folder that the worker uses. When it was the last, the folder
   /// is done, and that is one thing less in the folder that holds it, and so on up to `outer`,
   /// which the worker continues with. Returns a folder that is to be listed once more.
   TreeFolder* release(TreeFolder* folder, const TreeFolder* outer);
 
+  /// Frees a piece that no worker will take, and the folders that are done without it.
+  void drop(const Piece& piece);
+
  private:
-  void list(TreeFolder* first);
-  TreeFolder* nextToEnter(TreeFolder& folder);
+  /// Waking or starting a thread takes about as long as visiting so many objects.
+  static constexpr std::size_t objectsBetweenCalls = 64;
+  /// With fewer, reading them in another order saves nothing.
+  static constexpr std::size_t entriesOfLargeFolder = 10'000;
+
+  std::optional<Piece> nextPiece();
+  void perform(const Piece& piece);
+  TreeFolder* nextToEnter(TreeFolder& folder, FolderEntries* entries);
+  std::optional<FolderEntry> nextEntry(TreeFolder& folder);
   TreeFolder* visit(TreeFolder& folder, const FolderEntry& entry);
   std::uint32_t typeOf(const FolderEntry& entry, FileAt at);
   void open(TreeFolder& folder);
   void useParent(TreeFolder& folder);
   bool leave(TreeFolder& folder);
-  void callForHelp();
+  void readAhead(TreeFolder& folder);
+  void shareWork(TreeFolder& folder);
+  bool shareEntries(TreeFolder& folder);
 
   TreeObject objectOf(const TreeFolder& folder) const;
   void cannotRead(const TreeFolder& folder, PosixCode reason);
@@ -105,18 +119,51 @@ class Worker {
   bool isStopped() const { return walk_.isStopped.load(std::memory_order_relaxed); }
 
   Walk& walk_;
-  const unsigned index_;
-  unsigned seen_ = 0;
-  /// The other worker, started by the first one.
-  bool mayHaveHelp_ = index_ == 0 && walk_.workers > 1;
-  std::thread helper_;
+  Helpers& helpers_;
+  const std::size_t index_;
+  WorkerMeter meter_;
+  std::size_t seen_ = 0;
 };
 
-/// Lists a folder and the folders that are entered from it on the way.
-void Worker::list(TreeFolder* first) {
-  open(*first);
+void Worker::work() {
+  while (!walk_.waiting.isClosed()) {
+    if (const auto piece = nextPiece()) perform(*piece);
+  }
+}
+
+void Worker::help() {
+  while (!walk_.count.hasTooMany()) {
+    const auto piece = nextPiece();
+    if (!piece) return;
+    perform(*piece);
+  }
+  // Its own pieces may be all that other workers wait for.
+  walk_.waiting.wake();
+}
+
+/// Waits for one if necessary, but not for long.
+std::optional<Piece> Worker::nextPiece() {
+  auto piece = walk_.waiting.take(index_);
+  if (piece) return piece;
+  return meter_.whileIdle([&] { return walk_.waiting.waitFor(index_, Helpers::patience); });
+}
+
+void Worker::drop(const Piece& piece) {
+  if (piece.entries) walk_.folders.useForEntries(*piece.folder);
+  release(piece.folder, nullptr);
+}
+
+/// Visits what is in the piece, and in the folders that are entered on the way.
+void Worker::perform(const Piece& piece) {
+  auto* first = piece.folder;
+  auto* entries = piece.entries.get();
+  if (entries != nullptr) {
+    walk_.folders.useForEntries(*first);
+  } else {
+    open(*first);
+  }
   for (auto* folder = first; folder != nullptr;) {
-    if (auto* inner = nextToEnter(*folder)) {
+    if (auto* inner = nextToEnter(*folder, folder == first ? entries : nullptr)) {
       open(*inner);
       walk_.folders.stopUsing(*folder);
       folder = inner;
@@ -125,25 +172,48 @@ void Worker::list(TreeFolder* first) {
     auto* outer = folder == first ? nullptr : folder->parent;
     if (outer != nullptr) useParent(*folder);
     auto* again = release(folder, outer);
-    if (again != nullptr && outer == nullptr) first = again;
+    if (again != nullptr && outer == nullptr) {
+      first = again;
+      entries = nullptr;
+    }
     if (again != nullptr && outer != nullptr) walk_.folders.stopUsing(*outer);
     folder = again != nullptr ? again : outer;
   }
 }
 
-/// Visits a folder's objects until one is to be entered at once; null at the folder's end.
-TreeFolder* Worker::nextToEnter(TreeFolder& folder) {
+/// Visits the entries, or a folder's objects, until one is to be entered at once; null at the end.
+TreeFolder* Worker::nextToEnter(TreeFolder& folder, FolderEntries* entries) {
   while (folder.folder && !isStopped()) {
-    const auto entry = (*folder.folder)->next();
-    if (!entry) {
-      cannotReadOn(folder, entry.error());
-      return nullptr;
-    }
-    if (!*entry) return nullptr;
-    callForHelp();
-    if (auto* inner = visit(folder, **entry)) return inner;
+    const auto entry = entries != nullptr ? entries->next() : nextEntry(folder);
+    if (!entry) return nullptr;
+    if (auto* inner = visit(folder, *entry)) return inner;
   }
   return nullptr;
+}
+
+/// Of a folder that this worker lists; gets work to others now and then.
+std::optional<FolderEntry> Worker::nextEntry(TreeFolder& folder) {
+  const bool isTime = ++seen_ % objectsBetweenCalls == 0 || (folder.listed == 0 && meter_.isDue());
+  if (isTime) shareWork(folder);
+  if (folder.listed >= entriesOfLargeFolder) readAhead(folder);
+  if (auto entry = folder.ahead ? folder.ahead->next() : std::nullopt) return entry;
+  const auto entry = (*folder.folder)->next();
+  if (!entry) cannotReadOn(folder, entry.error());
+  if (!entry || !*entry) return std::nullopt;
+  ++folder.listed;
+  return *entry;
+}
+
+/// Brings the entries of a large folder into an order. One folder at a time may take that much
+/// memory.
+void Worker::readAhead(TreeFolder& folder) {
+  if (folder.ahead && !folder.ahead->isEmpty()) return;
+  if (!folder.ahead && walk_.isReadingAhead.exchange(true)) return;
+  folder.ahead =
+      std::make_unique<FolderEntries>(FolderEntries::read(**folder.folder, FolderEntries::many));
+  if (!folder.ahead->isEmpty()) return folder.ahead->orderByInode();
+  folder.ahead.reset();
+  walk_.isReadingAhead = false;
 }
 
 /// Returns the object when it is a folder to be entered at once.
@@ -161,7 +231,7 @@ TreeFolder* Worker::visit(TreeFolder& folder, const FolderEntry& entry) {
 
   auto* inner = new TreeFolder(&folder, entry.name);
   const bool mayWait = walk_.folders.addSubfolder(folder);
-  return mayWait && walk_.waiting.offer(inner, index_) ? nullptr : inner;
+  return mayWait && walk_.waiting.offer({inner}, index_) ? nullptr : inner;
 }
 
 /// 0 if the object has vanished.
@@ -213,18 +283,26 @@ bool Worker::leave(TreeFolder& folder) {
   return false;
 }
 
-/// Starts or wakes the second thread if folders wait. That takes about as long as visiting the
-/// objects between two calls.
-void Worker::callForHelp() {
-  constexpr unsigned objectsBetweenCalls = 64;
-  if (++seen_ % objectsBetweenCalls != 0 || !walk_.waiting.wake()) return;
-  if (!mayHaveHelp_) return;
-  mayHaveHelp_ = false;
-  try {
-    helper_ = std::thread([&walk = walk_] { Worker(walk, 1).work(); });
-  } catch (const std::system_error&) {
-    // Without a second thread, this one does all the work.
+/// Gets another worker to work if there is work for it.
+void Worker::shareWork(TreeFolder& folder) {
+  if (meter_.isDue()) meter_.note();
+  if (walk_.waiting.isEmpty()) {
+    const bool isLargeFolder = folder.listed >= objectsBetweenCalls;
+    const bool isWanted = walk_.waiting.hasIdleWorker() || walk_.count.wantsMore();
+    if (!isLargeFolder || !isWanted || !shareEntries(folder)) return;
   }
+  if (!walk_.waiting.wake()) helpers_.addOne();
+}
+
+/// Puts the next entries of a folder into the queue, none at its end. False if too much waits.
+bool Worker::shareEntries(TreeFolder& folder) {
+  constexpr std::size_t enough = 256;
+  if (!walk_.folders.addEntries(folder)) return false;
+  auto entries = folder.ahead && !folder.ahead->isEmpty()
+                     ? folder.ahead->take(enough)
+                     : FolderEntries::read(**folder.folder, enough);
+  walk_.waiting.put({&folder, std::make_unique<FolderEntries>(std::move(entries))}, index_);
+  return true;
 }
 
 TreeObject Worker::objectOf(const TreeFolder& folder) const {
@@ -250,17 +328,15 @@ void Worker::cannotReadOn(TreeFolder& folder, PosixCode reason) {
 
 }  // namespace
 
-std::optional<TreeFailure> walkTree(FileSystem& files, FileAt top, TreeVisitor& visitor) {
-  Walk walk(files, top, visitor);
-  walk.waiting.put(new TreeFolder(nullptr, ""), 0);
-  {
-    Worker worker(walk, 0);
-    worker.work();
-  }
-  // After a failure folders still wait. Releasing the last of them frees the folders that hold
-  // them.
-  Worker rest(walk, 0);
-  while (auto* folder = walk.waiting.takeRest()) rest.release(folder, nullptr);
+std::optional<TreeFailure> walkTree(const Platform& platform, FileAt top, TreeVisitor& visitor) {
+  Walk walk(platform, top, visitor);
+  walk.waiting.put({new TreeFolder(nullptr, "")}, 0);
+  Helpers helpers(walk.count, [&](std::size_t index) { Worker(walk, helpers, index).help(); });
+  Worker worker(walk, helpers, 0);
+  worker.work();
+  helpers.waitForAll();
+  // After a failure pieces still wait.
+  while (const auto piece = walk.waiting.takeRest()) worker.drop(*piece);
   return std::move(walk.failure);
 }
 

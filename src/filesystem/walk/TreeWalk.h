@@ -1,11 +1,13 @@
-// Acting on everything below a folder, with two threads where that pays.
+// Acting on everything below a folder, with several threads where that pays.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 
 #include "platform/FileSystem.h"
+#include "platform/Platform.h"
 
 namespace qrt {
 
@@ -14,7 +16,7 @@ struct TreeFolder;
 /// An object that a walk visits. Refers to the walk; valid during the call that it is passed to.
 class TreeObject {
  public:
-  TreeObject(const TreeFolder* holder, FileAt at, std::uint32_t type, unsigned worker)
+  TreeObject(const TreeFolder* holder, FileAt at, std::uint32_t type, std::size_t worker)
       : at_(at), type_(type), worker_(worker), holder_(holder) {}
 
   /// Relative to the open folder that holds it, so an exchanged folder cannot lead it astray.
@@ -25,8 +27,9 @@ class TreeObject {
   bool isFolder() const { return type_ == file_type::folder; }
   bool isLink() const { return type_ == file_type::link; }
 
-  /// Which of the walk's threads makes the call: 0 (the caller of the walk) or 1.
-  unsigned worker() const { return worker_; }
+  /// Which of the walk's threads makes the call: 0 is the caller of the walk, and all are below
+  /// `WorkerCount::maximum`.
+  std::size_t worker() const { return worker_; }
 
   /// From the top of the walk, which is "" itself.
   std::string relativePath() const;
@@ -34,11 +37,11 @@ class TreeObject {
  private:
   FileAt at_;
   std::uint32_t type_;
-  unsigned worker_;
+  std::size_t worker_;
   const TreeFolder* holder_;
 };
 
-/// What a walk does. Two threads may call it at the same time, for different objects.
+/// What a walk does. Several threads may call it at the same time, for different objects.
 class TreeVisitor {
  public:
   enum class Next { enter, pass };
@@ -72,8 +75,9 @@ struct TreeFailure {
 /// closed and opened again on the way back. A folder that has been moved elsewhere by then is
 /// `noEntry`.
 ///
-/// Starts on the calling thread and ends there. A second thread joins when enough has been seen and
-/// folders wait. The two share the folders, so siblings are visited in no particular order.
-std::optional<TreeFailure> walkTree(FileSystem& files, FileAt top, TreeVisitor& visitor);
+/// Starts on the calling thread and ends there. Helpers join when enough has been seen, as many as
+/// pay. They share the folders, and the entries of a large folder, so siblings are visited in no
+/// particular order.
+std::optional<TreeFailure> walkTree(const Platform& platform, FileAt top, TreeVisitor& visitor);
 
 }  // namespace qrt

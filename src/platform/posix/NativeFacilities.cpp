@@ -26,9 +26,11 @@ struct NativePlatform::Facilities {
                    .nvram = *owned.nvram,
                    .applications = *owned.applications,
                    .codeSigning = *owned.codeSigning,
-                   .volumes = *owned.volumes} {}
+                   .volumes = *owned.volumes,
+                   .workers = {workers}} {}
 
   const NativeFacilities owned;
+  WorkerPool workers;
   const Platform references;
 };
 

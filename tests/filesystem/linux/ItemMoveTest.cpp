@@ -284,7 +284,7 @@ TEST_P(ExchangedInCopyTest, AnExchangeMixesNoObjects) {
   Look roots, evil;
   const auto prepare = [&] {
     for (const auto& path : {from_, to_, other}) {
-      (void)FileManager::removeItemAtPath(platform_.files, path);
+      (void)FileManager::removeItemAtPath(platform_, path);
     }
     mkdir(from_.c_str(), 0755);
     make(old, {0, 0755, "root"});

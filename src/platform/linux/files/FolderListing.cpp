@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 
 #include "platform/Folder.h"
@@ -40,10 +41,13 @@ class Folder::Listing {
   /// Where the file system continues after the last entry that was returned.
   std::int64_t offset() const { return nextOffset_; }
 
-  const char* upcomingFolder() const {
+  const char* upcomingFolder(const char* previous) const {
+    bool isAfter = previous == nullptr;
     for (auto at = position_; at != filled_; at += recordAt(at).d_reclen) {
       const auto& record = recordAt(at);
-      if (record.d_type == DT_DIR && !isDotOrDots(record.d_name)) return record.d_name;
+      if (record.d_type != DT_DIR || isDotOrDots(record.d_name)) continue;
+      if (isAfter) return record.d_name;
+      isAfter = std::strcmp(record.d_name, previous) == 0;
     }
     return nullptr;
   }
@@ -97,12 +101,12 @@ PosixResult<std::optional<FolderEntry>> Folder::next() {
     listing_.reset();
     return std::optional<FolderEntry>();
   }
-  return std::optional(
-      FolderEntry{(*record)->d_name, static_cast<std::uint32_t>(DTTOIF((*record)->d_type))});
+  return std::optional(FolderEntry{
+      (*record)->d_name, static_cast<std::uint32_t>(DTTOIF((*record)->d_type)), (*record)->d_ino});
 }
 
-const char* Folder::upcomingFolder() const {
-  return listing_ ? listing_->upcomingFolder() : nullptr;
+const char* Folder::upcomingFolder(const char* previous) const {
+  return listing_ ? listing_->upcomingFolder(previous) : nullptr;
 }
 
 void Folder::rewind() {

@@ -19,6 +19,7 @@ class Folder::Listing {
   struct Entry {
     std::string name;
     std::uint32_t type;
+    std::uint64_t inode;
   };
 
   explicit Listing(int descriptor) : stream_(::fdopendir(descriptor)) {}
@@ -52,9 +53,12 @@ class Folder::Listing {
     return nullptr;
   }
 
-  const char* upcomingFolder() const {
+  const char* upcomingFolder(const char* previous) const {
+    bool isAfter = previous == nullptr;
     for (auto at = position_; at < entries_.size(); ++at) {
-      if (entries_[at].type == file_type::folder) return entries_[at].name.c_str();
+      if (entries_[at].type != file_type::folder) continue;
+      if (isAfter) return entries_[at].name.c_str();
+      isAfter = entries_[at].name == previous;
     }
     return nullptr;
   }
@@ -79,7 +83,8 @@ class Folder::Listing {
         return;
       }
       if (isDotOrDots(record->d_name)) continue;
-      entries_.push_back({record->d_name, static_cast<std::uint32_t>(DTTOIF(record->d_type))});
+      entries_.push_back(
+          {record->d_name, static_cast<std::uint32_t>(DTTOIF(record->d_type)), record->d_ino});
     }
   }
 
@@ -123,11 +128,11 @@ PosixResult<std::optional<FolderEntry>> Folder::next() {
   const auto entry = listing_->next();
   if (!entry) return entry.error();
   if (*entry == nullptr) return std::optional<FolderEntry>();
-  return std::optional(FolderEntry{(*entry)->name.c_str(), (*entry)->type});
+  return std::optional(FolderEntry{(*entry)->name.c_str(), (*entry)->type, (*entry)->inode});
 }
 
-const char* Folder::upcomingFolder() const {
-  return listing_ ? listing_->upcomingFolder() : nullptr;
+const char* Folder::upcomingFolder(const char* previous) const {
+  return listing_ ? listing_->upcomingFolder(previous) : nullptr;
 }
 
 void Folder::rewind() {
