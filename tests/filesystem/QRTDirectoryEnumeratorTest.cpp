@@ -114,7 +114,7 @@ class SlowFiles : public test::PortFileSystem {
   PosixResult<Folder> openFolder(FileAt object, Links links) override {
     const auto count = ++opening_;
     if (count > mostAtOnce) mostAtOnce = count;
-    std::this_thread::sleep_for(std::chrono::microseconds(200));
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
     --opening_;
     return test::PortFileSystem::openFolder(object, links);
   }
