@@ -1,6 +1,5 @@
 #include "filesystem/DeletionOperations.h"
 
-#include <atomic>
 #include <functional>
 
 #include "PortFileSystem.h"
@@ -17,7 +16,6 @@ namespace {
 
 using test::PortFileSystem;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 /// Files with flags and failures of a test's choice.
 class FakedFiles : public PortFileSystem {
@@ -28,7 +26,6 @@ class FakedFiles : public PortFileSystem {
   std::function<Answer(FileAt)> beforeRemoval = [](FileAt) { return std::nullopt; };
   Answer setFlagsAnswer;
   bool mayRefuseChanges = false;
-  Answer statusAnswer;
 
   /// One object shows flags beside its own.
   void plantFlags(const std::string& path, std::uint32_t flags) {
@@ -37,7 +34,6 @@ class FakedFiles : public PortFileSystem {
   }
 
   PosixResult<FileStatus> status(FileAt object, Links links) override {
-    if (statusAnswer) return *statusAnswer;
     auto status = PortFileSystem::status(object, links);
     if (status) status->flags |= plantedOn(*status);
     return status;
@@ -114,12 +110,6 @@ TEST_F(DeletionTest, AFolderThatFillsUpIsEmptiedALimitedNumberOfTimes) {
   }
 }
 
-TEST_F(DeletionTest, ALackOfMemoryDoesNotPassForAMissingObject) {
-  const auto file = scratch_.file("file");
-  files_.statusAnswer = PosixCode::outOfMemory;
-  EXPECT_EQ(remove(file, recursively), posixError(PosixCode::outOfMemory));
-}
-
 TEST_F(DeletionTest, SingleRemovalReportsSystemFlagsWhiteoutsAndFlagsThatStay) {
   const auto file = scratch_.file("file");
   if (!scratch_.changeFlags("file", "+i")) GTEST_SKIP() << "needs the right to set flags";
@@ -191,30 +181,7 @@ TEST_F(DeletionTest, FindsObjectsThatRefuseChangesBeforeItRemovesAny) {
   }
 }
 
-TEST_F(DeletionTest, ADanglingLinkIsAnErrorOnlyIfItsTargetIsChecked) {
-  const auto dangling = scratch_.link("dangling", "nowhere");
-  EXPECT_EQ(additions::setImmutableFlag(files_, true, dangling, true),
-            posixError(PosixCode::noEntry));
-  EXPECT_EQ(additions::setImmutableFlag(files_, true, dangling, false), success);
-}
-
 using DeletionOperationsTest = test::OperationFixture;
-
-TEST_F(DeletionOperationsTest, ArgumentsAreChecked) {
-  const auto file = scratch_.file("file");
-  const std::pair<const char*, Array> rows[] = {{"DeleteFileobjects", {}},
-                                                {"DeleteFileobjects", {"1", "0"}},
-                                                {"DeleteFileobjects", {"2", "0", file}},
-                                                {"DeleteFileobjects", {"1", "", file}},
-                                                {"DeleteFileobjects", {"1", "0", 7}},
-                                                {"DeleteFoldercontents", {}},
-                                                {"DeleteFoldercontents", {1}}};
-  for (const auto& [stem, arguments] : rows) {
-    EXPECT_EQ(perform(stem, arguments), invalid_);
-    EXPECT_THAT(feedback_.messages, IsEmpty());
-  }
-  EXPECT_TRUE(test::exists(file));
-}
 
 TEST_F(DeletionOperationsTest, TriesEveryPathOrStopsAtTheFirstError) {
   scratch_.make("mkdir full; touch full/file a b c");
@@ -236,34 +203,12 @@ TEST_F(DeletionOperationsTest, TriesEveryPathOrStopsAtTheFirstError) {
   EXPECT_EQ(rmdir(full.c_str()), 0);
 }
 
-TEST_F(DeletionOperationsTest, AFolderThatCannotBeListedIsAFileManagersError) {
-  if (geteuid() != 0) GTEST_SKIP() << "needs root to become somebody else";
-  const auto locked = scratch_.folder("locked");
-  ASSERT_EQ(chmod(locked.c_str(), 0700), 0);
-  ASSERT_EQ(seteuid(65534), 0);
-  const auto error = perform("DeleteFoldercontents", {locked});
-  ASSERT_EQ(seteuid(0), 0);
-  EXPECT_EQ(error, fileReadError(PosixCode::permissionDenied, locked));
-}
-
 TEST_F(DeletionOperationsTest, TranslatesErrorsOfTheFileDeletionDomain) {
-  const auto translated = DeletionOperations::privilegedOperationErrorForFileDeletionError;
-  const Dictionary about{{"NSFilePath", "/x"},
-                         {"NSUnderlyingError", posixError(PosixCode::notPermitted)}};
   for (const auto& [from, to] : {std::pair(1, 6), {2, 7}, {3, 8}, {4, 17}}) {
-    auto result = translated(fileDeletionError(from, about));
-    expectError(result, to, "/x");
-    // Nothing of what it was about is lost.
-    result->userInfo.merge(Dictionary(about));
-    EXPECT_EQ(result->userInfo.size(), 5u);
+    expectError(DeletionOperations::privilegedOperationErrorForFileDeletionError(
+                    fileDeletionError(from, {{"NSFilePath", "/x"}})),
+                to, "/x");
   }
-  EXPECT_EQ(
-      translated(fileDeletionError(3, {}))->userInfo.at("QRTLocalizedRecoverySuggestionParameters"),
-      Array{""});
-  EXPECT_EQ(translated(fileDeletionError(9, about)),
-            (Error{std::string(privilegedOperationErrorDomain), 0, about}));
-  EXPECT_EQ(translated(invalid_), invalid_);
-  EXPECT_EQ(translated(success), success);
 }
 
 }  // namespace

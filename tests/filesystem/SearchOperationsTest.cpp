@@ -10,16 +10,13 @@
 #include "filesystem/objects/FileObjectInfo.h"
 #include "filesystem/walk/QRTDirectoryEnumerator.h"
 #include "protocol/FeedbackMessage.h"
-#include "support/Mounts.h"
 #include "support/RecordingLog.h"
 
 namespace qrt {
 namespace {
 
-using test::Mount;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::UnorderedElementsAre;
 using testing::UnorderedElementsAreArray;
 
 constexpr std::uint32_t listedUser = 1234, unlistedUser = 5678, nobodys = 4321;
@@ -199,36 +196,6 @@ TEST_F(SearchOperationsTest, IsFolderAtPathComparesWithTheGivenUsers) {
     KnownUserIDs users(ids);
     EXPECT_EQ(isFolderAtPath(used(), scratch_.path(name), users), answer) << name;
   }
-}
-
-TEST_F(SearchOperationsTest, SearchesEveryFileSystemAndTheVolumeBelow) {
-  int tried = 0;
-  for (const auto kind :
-       {Mount::Kind::memory, Mount::Kind::ext4WithoutTypes, Mount::Kind::xfs, Mount::Kind::btrfs}) {
-    const auto base = "base" + std::to_string(static_cast<int>(kind));
-    const Mount outer(kind, scratch_.folder(base));
-    if (!outer.isMounted()) continue;
-    ++tried;
-    const auto data = base + "/data/", top = scratch_.folder(data), volume = data + "volume";
-    const Mount inner(Mount::Kind::memory, scratch_.folder(volume));
-    scratch_.make("cd " + data +
-                  "; truncate -s 10000000000 a.log; ln a.log hard; ln -s volume link;"
-                  "printf 1234567 > volume/b.log; chown 4321 volume hard");
-    const auto a = data + "a.log", b = volume + "/b.log", hard = data + "hard";
-    EXPECT_THAT(found("SearchPatterns", {top, "0", "2", "log"}), UnorderedElementsAre(a, b));
-    EXPECT_THAT(found("SearchPatterns", {top, "1", "2", "log"}), ElementsAre(a));
-    EXPECT_EQ(found("SearchAgedfiles", {top, 0, true}).size(), 4u);
-    // The volume holds an object of root's; then it stands for all that it holds.
-    EXPECT_THAT(found("SearchFileorphans", {top, false}), UnorderedElementsAre(a, hard));
-    scratch_.make("chown 4321 " + b);
-    for (const bool stay : {true, false}) {
-      EXPECT_THAT(found("SearchFileorphans", {top, stay}), UnorderedElementsAre(a, hard, volume));
-    }
-    const auto size =
-        20'000'000'000 + std::string("volume").size() + 7 + test::statusOf(top + "volume").st_size;
-    EXPECT_EQ(perform("InspectStoragesize", {top}), privilegedOperationAnswer({{"Size", size}}));
-  }
-  if (tried == 0) GTEST_SKIP() << "needs the right to mount";
 }
 
 TEST_F(SearchOperationsTest, SearchesADeepTreeToTheLimitAndMeasuresAllOfIt) {

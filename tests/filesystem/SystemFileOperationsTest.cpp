@@ -2,9 +2,7 @@
 
 #include <sys/resource.h>
 
-#include "PortFileSystem.h"
 #include "filesystem/OperationFixture.h"
-#include "support/Mounts.h"
 #include "support/PlantedFile.h"
 #include "support/SteppedChild.h"
 
@@ -51,18 +49,6 @@ TEST_F(SystemFileOperationsTest, NewContentsGetTheOldAttributes) {
   EXPECT_FALSE(test::exists(file + ".backup"));
 }
 
-TEST_F(SystemFileOperationsTest, KeepsTypeCreatorAndHiddenExtensionAndNoOtherAttribute) {
-  const auto file = scratch_.file("file");
-  // "TYPE", "CREA", hidden with a hidden extension, and what else there may be.
-  const auto record = "54595045435245414010" + std::string(44, '7');
-  const auto set = "attribute user.other 1 file; setrecord " + record + " file";
-  if (!scratch_.tryToMake(set)) GTEST_SKIP() << "needs attributes";
-  EXPECT_EQ(overwrite(file, "new", keepBackup), success);
-  EXPECT_EQ(scratch_.printedBy("record file"),
-            "54595045435245410010" + std::string(44, '0') + "\n");
-  EXPECT_EQ(scratch_.printedBy("attributes file").find("other"), std::string::npos);
-}
-
 TEST_F(SystemFileOperationsTest, RefusesPathsThatAreNotFiles) {
   scratch_.folder("folder");
   const std::pair<std::string, PosixCode> refused[] = {
@@ -76,21 +62,6 @@ TEST_F(SystemFileOperationsTest, RefusesPathsThatAreNotFiles) {
   const auto file = scratch_.file("file", "old");
   EXPECT_EQ(SystemFileOperations::overwriteSystemFileAtPath(platform_, file, nullptr, keepBackup),
             invalid_);
-  EXPECT_EQ(contentsOf(file), "old");
-}
-
-TEST_F(SystemFileOperationsTest, AFolderBlocksThePlaceOfTheBackup) {
-  const auto file = scratch_.file("file", "old"), backup = scratch_.folder("file.backup");
-  expectError(overwrite(file, "new", keepBackup), 5, backup);
-  EXPECT_EQ(contentsOf(file), "old");
-}
-
-TEST_F(SystemFileOperationsTest, AProtectedFileIsAnErrorThatKeepsItsCause) {
-  const auto file = scratch_.file("file", "old");
-  if (!scratch_.changeFlags("file", "+i")) GTEST_SKIP() << "needs the right to set flags";
-  const auto error = overwrite(file, "new", keepBackup);
-  expectError(error, 16, file);
-  EXPECT_EQ(error->userInfo.at("NSUnderlyingError").error()->code, 513);
   EXPECT_EQ(contentsOf(file), "old");
 }
 
@@ -121,27 +92,6 @@ TEST_F(SystemFileOperationsTest, AnAttributeThatCannotBeSetIsAnErrorThatChangesN
   EXPECT_FALSE(child.finish());
   EXPECT_EQ(statusOf(file).st_ino, inode);
   EXPECT_EQ(names(), "file\n");
-}
-
-class WithoutLinks : public test::PortFileSystem {
- public:
-  PosixCode createHardLink(FileAt, FileAt) override { return answer; }
-  PosixCode answer = PosixCode::inputOutput;
-};
-
-TEST_F(SystemFileOperationsTest, WithoutLinksTheOldFileIsMovedAside) {
-  WithoutLinks files;
-  use({.files = &files});
-  const auto file = scratch_.file("file", "old");
-  expectError(overwrite(file, "new", keepBackup), 16, file);
-  for (const auto answer :
-       {PosixCode::notPermitted, PosixCode::notSupported, PosixCode::tooManyNames}) {
-    scratch_.make("printf old > file; printf older > file.backup");
-    files.answer = answer;
-    EXPECT_EQ(overwrite(file, "new", keepBackup), success);
-    EXPECT_EQ(contentsOf(file), "new");
-    EXPECT_EQ(contentsOf(file + ".backup"), "old");
-  }
 }
 
 TEST_F(SystemFileOperationsTest, RemovesOnlyItsOwnLeftovers) {

@@ -9,8 +9,8 @@ namespace qrt::test {
 /// file system's tools, and for a kind that the system does not have.
 class Mount {
  public:
-  /// `plainMemory` keeps no flags. The listings of `ext4WithoutTypes` hold no types.
-  enum class Kind { memory, plainMemory, ext4, ext4WithoutTypes, xfs, btrfs };
+  /// `plainMemory` keeps no flags.
+  enum class Kind { memory, plainMemory, ext4, xfs, btrfs };
 
   Mount(Kind kind, const std::string& on);
   Mount(const Mount&) = delete;

@@ -99,14 +99,6 @@ class AcrossTest : public ItemMoveTest {
   const std::string from_ = scratch_.path("tree"), to_ = scratch_.path("volume/tree");
 };
 
-TEST_F(AcrossTest, HolesStayHoles) {
-  scratch_.make("truncate -s 8G tree/file");
-  ASSERT_EQ(move(from_ + "/file", to_), success);
-  const auto status = test::statusOf(to_);
-  EXPECT_EQ(status.st_size, 8LL << 30);
-  EXPECT_LT(status.st_blocks, 100);
-}
-
 TEST_F(AcrossTest, AFullVolumeKeepsTheOldTreeAndNothingOfTheNew) {
   scratch_.file("tree/a", std::string(100000, 'a'));
   scratch_.file("tree/b", std::string(3000000, 'b'));

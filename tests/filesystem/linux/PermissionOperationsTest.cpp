@@ -61,14 +61,6 @@ TEST_F(PermissionOperationsTest, OnePassGivesOwnerBitsAndListOnEveryFileSystem) 
   }
 }
 
-TEST_F(PermissionOperationsTest, SendsProgress) {
-  scratch_.make("mkdir top; cd top; touch $(seq 200)");
-  EXPECT_EQ(propagate(scratch_.path("top"), 0), success);
-  EXPECT_EQ(fractions(), (std::vector<double>{100, 200, 1}));
-  EXPECT_EQ(propagate(scratch_.path("top"), others, 400), success);
-  EXPECT_EQ(fractions(), (std::vector<double>{0.25, 0.5, 1}));
-}
-
 TEST_F(PermissionOperationsTest, ATooDeepTreeIsChangedDownToTheLimit) {
   auto deep = scratch_.folder("top");
   for (int level = 1; level <= 501; ++level) ASSERT_EQ(mkdir((deep += "/d").c_str(), 0755), 0);

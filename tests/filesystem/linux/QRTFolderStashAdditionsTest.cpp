@@ -41,13 +41,6 @@ TEST_F(QRTFolderStashAdditionsTest, TheSubstituteIsEmptyAndHasTheSameMetadata) {
   }
 }
 
-TEST_F(QRTFolderStashAdditionsTest, ALinkToAFolderIsMovedItself) {
-  scratch_.make("mkdir folder; chmod 0711 folder; ln -s folder link");
-  EXPECT_EQ(stash(scratch_.path("link"), "aside", true), success);
-  EXPECT_TRUE(S_ISLNK(statusOf("aside").st_mode));
-  EXPECT_EQ(statusOf("link").st_mode, S_IFDIR | 0711u);
-}
-
 TEST_F(QRTFolderStashAdditionsTest, RefusesMissingFoldersAndTakenNames) {
   const auto folder = scratch_.folder("folder"), file = scratch_.file("file");
   EXPECT_EQ(stash("", "aside", true), invalid_);
