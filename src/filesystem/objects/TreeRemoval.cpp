@@ -19,6 +19,8 @@ class Removal : public TreeVisitor {
 
   static constexpr const char* openTop = ".";
 
+  std::size_t heldDescriptors() const override { return 0; }
+
   PosixResult<Next> visit(const TreeObject& object) override {
     if (object.isFolder()) return Next::enter;
     const auto code = unlessGone(files_.removeFile(object.at()));

@@ -35,6 +35,8 @@ class ObjectCount : public TreeVisitor {
  public:
   explicit ObjectCount(const WalkBounds& bounds) : bounds_(bounds) {}
 
+  std::size_t heldDescriptors() const override { return 0; }
+
   PosixResult<Next> visit(const TreeObject& object) override {
     total_.add(object, 1);
     const bool isEntered = object.isFolder() && bounds_.admits(object.at(), object.relativePath());
@@ -51,6 +53,8 @@ class ObjectCount : public TreeVisitor {
 class SizeSum : public TreeVisitor {
  public:
   explicit SizeSum(FileSystem& files) : files_(files) {}
+
+  std::size_t heldDescriptors() const override { return 0; }
 
   PosixResult<Next> visit(const TreeObject& object) override {
     const auto status = files_.status(object.at(), Links::stay);

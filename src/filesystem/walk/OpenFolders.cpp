@@ -9,27 +9,25 @@ namespace {
 
 /// The folder that holds the top of the walk, and another one of the caller.
 constexpr std::size_t heldByCaller = 2;
-/// A visitor holds the object that it reads or changes, and opens it for calls that need that.
-constexpr std::size_t heldByVisitor = 2;
 
-constexpr std::size_t capacityFor(std::size_t workers) {
+constexpr std::size_t capacityFor(std::size_t workers, std::size_t heldByVisitor) {
   return OpenFolders::maximumDescriptors - heldByCaller - heldByVisitor * workers;
 }
 
 /// Each worker has one folder open. Not all of the rest may be kept: if every worker needs a second
 /// folder, one of them must get it.
-constexpr std::size_t keptForWaiting(std::size_t workers) {
-  return (capacityFor(workers) - workers) / 2;
+constexpr std::size_t keptForWaiting(std::size_t capacity, std::size_t workers) {
+  return (capacity - workers) / 2;
 }
 
-static_assert(keptForWaiting(16) > 0 && keptForWaiting(16) + 16 < capacityFor(16));
+static_assert(keptForWaiting(capacityFor(16, 2), 16) + 16 < capacityFor(16, 2));
 
 }  // namespace
 
-OpenFolders::OpenFolders(FileSystem& files, std::size_t workers)
+OpenFolders::OpenFolders(FileSystem& files, std::size_t workers, std::size_t heldByVisitor)
     : files_(files),
-      capacity_(capacityFor(workers)),
-      maximumKeptForWaiting_(keptForWaiting(workers)) {
+      capacity_(capacityFor(workers, heldByVisitor)),
+      maximumKeptForWaiting_(keptForWaiting(capacity_, workers)) {
   open_.reserve(capacity_);
 }
 

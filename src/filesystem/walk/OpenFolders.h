@@ -53,7 +53,8 @@ class OpenFolders {
   /// Of a walk, with those that its caller and the calls of its visitor hold.
   static constexpr std::size_t maximumDescriptors = 64;
 
-  OpenFolders(FileSystem& files, std::size_t workers);
+  /// Each worker's visitor holds so many descriptors of its own.
+  OpenFolders(FileSystem& files, std::size_t workers, std::size_t heldByVisitor);
 
   /// Notes a subfolder of a folder that the worker uses. False when the subfolder may not wait
   /// until another worker has time: too many folders must stay open for others that wait.

@@ -67,7 +67,7 @@ struct Walk {
   const FileAt top;
   TreeVisitor& visitor;
   WorkerCount count;
-  OpenFolders folders{files, WorkerCount::maximum};
+  OpenFolders folders{files, WorkerCount::maximum, visitor.heldDescriptors()};
   WorkQueue<Piece> waiting{WorkerCount::maximum, enoughWaiting};
   std::atomic<bool> isStopped = false;
   std::atomic<bool> isReadingAhead = false;

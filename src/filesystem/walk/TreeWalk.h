@@ -49,6 +49,9 @@ class TreeVisitor {
 
   virtual ~TreeVisitor() = default;
 
+  /// How many descriptors one of its calls holds at most.
+  virtual std::size_t heldDescriptors() const { return 2; }
+
   /// Called for each object below the top, for folders before their contents. `enter` continues
   /// with the contents of a folder and means nothing for other objects. An error ends the walk.
   virtual PosixResult<Next> visit(const TreeObject& object) = 0;
