@@ -8,8 +8,8 @@
 #include <optional>
 
 #include "platform/HelperConnection.h"
-#include "platform/macos/xpc/OwnAuthorization.h"
 #include "platform/macos/xpc/Mailbox.h"
+#include "platform/macos/xpc/OwnAuthorization.h"
 #include "platform/macos/xpc/XPCProtocols.h"
 
 namespace qrt {
