@@ -22,14 +22,6 @@ TEST(Path, TakenApart) {
   }
 }
 
-TEST(Path, PutTogether) {
-  const std::tuple<const char*, const char*, const char*> cases[] = {
-      {"/a//", "//b/", "/a/b"}, {"/", "b", "/b"}, {"", "b", "b"}, {"/a", "", "/a"}};
-  for (const auto& [folder, component, path] : cases) {
-    EXPECT_EQ(path::appending(folder, component), path);
-  }
-}
-
 TEST(Path, RefusesNamesThatNoObjectCanHave) {
   using namespace std::string_view_literals;
   for (const auto name : {""sv, "."sv, ".."sv, "a/b"sv, "a\0b"sv}) {

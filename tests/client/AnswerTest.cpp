@@ -129,46 +129,10 @@ TEST_F(AnswerTest, FeedbackGoesToItsStreams) {
             "{\"done\":true}\n");
 }
 
-TEST_F(AnswerTest, StringTablesTranslateAFailure) {
-  const test::ScratchFolder bundle;
-  test::plant(bundle, "Resources/xx.lproj/PrivilegedOperationErrors.strings",
-              "\"An object or its parent folder are explicitly protected against changes.\" = "
-              "\"N\xC3\xB6.\";"
-              "\"Please verify that the object at '$1$' can be modified.\" = \"So: $1$!\";");
-  bundlePath = bundle.path();
-  language = "xx";
-  helper.answer = protectedObject();
-  EXPECT_EQ(run({"nop"}), 1);
-  EXPECT_THAT(terminal.errors(), HasSubstr(" N\xC3\xB6.\nSo: /a\\x0a\\xff!\nCause: "));
-  EXPECT_EQ(run({"nop", "--json"}), 1);
-  EXPECT_THAT(terminal.output(),
-              HasSubstr("\"code\":16,\"description\":\"N\xC3\xB6.\",\"suggestion\":\"So: "
-                        "/a\\n\xF4\x8F\xBF\xBF!\",\"userInfo\":{"));
-}
-
 using std::chrono::hours;
 using std::chrono::milliseconds;
 
 const ProgressLine::TimePoint start{hours(5)};
-
-TEST(ProgressLine, IsRedrawnInPlaceWhenItChanges) {
-  const std::tuple<int, std::optional<double>, const char*> steps[] = {
-      {99, 0.1, ""},           {100, std::nullopt, "\rnop  [##..................]   10 %  0:00"},
-      {199, 0.5, ""},          {200, std::nullopt, "\rnop  [##########..........]   50 %  0:00"},
-      {999, std::nullopt, ""}, {1000, std::nullopt, "\rnop  [##########..........]   50 %  0:01"}};
-  test::FakeTerminal terminal;
-  terminal.width = 41;
-  ProgressLine line(terminal, "nop", start);
-  for (const auto& [time, fraction, drawn] : steps) {
-    if (fraction) line.setFraction(*fraction, start + milliseconds(time));
-    line.tick(start + milliseconds(time));
-    EXPECT_EQ(terminal.take(), drawn) << time;
-  }
-  line.hide();
-  EXPECT_EQ(terminal.take(), "\r" + std::string(40, ' ') + "\r");
-  line.finish(start + milliseconds(1150));
-  EXPECT_EQ(terminal.take(), "\rnop  [####################]  100 %  0:01\n");
-}
 
 TEST(ProgressLine, NeverReachesTheLastColumn) {
   for (std::size_t width = 1; width < 120; ++width) {

@@ -38,13 +38,6 @@ TEST_F(ClientTest, AnUnreachableHelperIsStatus6) {
   }
 }
 
-TEST_F(ClientTest, ASlowStartPrintsANotice) {
-  noticeDelay = std::chrono::milliseconds(1);
-  helper.start = std::chrono::milliseconds(200);
-  EXPECT_EQ(run({"nop"}), 0);
-  EXPECT_EQ(terminal.errors(), "qrtctl: waiting for the helper to start\n");
-}
-
 TEST_F(ClientTest, AnInterruptionReportsWhetherTheOperationContinues) {
   helper.whileItRuns = [&] { caller.interrupt(); };
   EXPECT_EQ(run({"delete-foldercontents", "/a"}), 130);
@@ -101,25 +94,6 @@ TEST_F(ClientTest, OutputThatCannotBeWrittenEndsTheRun) {
   EXPECT_EQ(run({"version"}), 1);
 }
 
-TEST_F(ClientTest, ProgressMovesWithTimeAndMakesRoomForAFailure) {
-  terminal.terminals = {StandardStream::output, StandardStream::error};
-  helper.feedback = {progressMessage(0.5)};
-  helper.whileItRuns = [&] {
-    // Only the time can change the line.
-    std::string drawn;
-    for (int i = 0; i < 1000 && std::count(drawn.begin(), drawn.end(), '\r') < 2; ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-      drawn = terminal.errors();
-    }
-  };
-  helper.answer = posixError(PosixCode::busy);
-  EXPECT_EQ(run({"delete-foldercontents", "/a"}), 1);
-  EXPECT_THAT(terminal.errors(),
-              testing::MatchesRegex("(\rqrtctl delete-foldercontents [^\r]+ 50 %  0:0[0-9]){2,}"
-                                    "\r +\r\x1B\\[31mqrtctl delete-foldercontents\x1B\\[0m: "
-                                    "Device or resource busy .*"));
-}
-
 TEST_F(ClientTest, OnlyRootChangesTheRights) {
   EXPECT_EQ(run({"install-rights", "--json"}), 0);
   EXPECT_EQ(terminal.output(), "{\"done\":true,\"answer\":{\"installed\":33}}\n");
@@ -160,25 +134,6 @@ TEST_F(ClientTest, AQuestionAtATerminalPrecedesDestruction) {
     EXPECT_EQ(run(words), isDone ? 0 : 1) << testing::PrintToString(words);
     EXPECT_EQ(terminal.errors().find("[y/N]") != std::string::npos, isAsked);
     EXPECT_EQ(helper.calls.empty(), !isDone);
-  }
-}
-
-TEST_F(ClientTest, TheDoctorFailsOnlyOnAProblem) {
-  EXPECT_EQ(run({"doctor"}), 0) << terminal.output();
-  EXPECT_FALSE(hasProblem(diagnoseSystem({"polkit", true}, {{"a", false, false, ""}})));
-  EXPECT_TRUE(hasProblem(diagnoseSystem({"polkit", true}, {{"a", false, true, ""}})));
-}
-
-TEST_F(ClientTest, ListsAndExplanationsNeedNoHelper) {
-  const std::tuple<Words, int, std::string> cases[] = {
-      {{"operations"}, 0, "\nnop                    everybody       nothing   Perform an empty"},
-      {{"--json", "explain", "nop"}, 0, R"("tells":"nothing","who":"everybody")"},
-      {{"explain", "format-planet"}, 2, "There is no operation 'format-planet'"},
-      {{"delete-fileobjects", "--help"}, 0, "--stop-on-first-error"}};
-  for (const auto& [words, status, text] : cases) {
-    EXPECT_EQ(run(words), status) << testing::PrintToString(words);
-    EXPECT_THAT(terminal.take(), HasSubstr(text));
-    EXPECT_TRUE(helper.calls.empty());
   }
 }
 

@@ -138,28 +138,6 @@ TEST_F(SearchOperationsTest, AFailedListingCountsAsEmptyAndOneForWantOfMemoryIsA
   EXPECT_EQ(fractions(), std::vector<double>{1.0});
 }
 
-TEST_F(SearchOperationsTest, SendsFindingsInGroupsOfTwenty) {
-  Array patterns{"0"};
-  for (int i = 0; i < 45; ++i) {
-    scratch_.file(std::to_string(i));
-    patterns.insert(patterns.end(), {"0", std::to_string(i)});
-  }
-  const std::tuple<const char*, Array, std::vector<double>> rows[] = {
-      {"SearchAgedfiles", {0, false}, {0.0, 0.0, 1.0}},
-      {"SearchFilenames", {"", "", false}, {0.0, 0.0, 1.0}},
-      {"SearchPatterns", patterns, {0.0, 0.01, 19.0 / 45, 39.0 / 45, 1.0}}};
-  for (const auto& [stem, rest, sent] : rows) {
-    EXPECT_EQ(found(stem, Array{scratch_.path()} + rest).size(), 45u);
-    EXPECT_EQ(fractions(), sent) << stem;
-    std::vector<std::size_t> batches;
-    for (const auto& message : feedback_.messages) {
-      if (isProgressOnly(message)) continue;
-      batches.push_back(message.at("FileObjectInfo").array()->size());
-    }
-    EXPECT_THAT(batches, ElementsAre(20, 20, 5)) << stem;
-  }
-}
-
 TEST_F(SearchOperationsTest, ReportsAnOrphanedFolderInPlaceOfItsContents) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   scratch_.make(

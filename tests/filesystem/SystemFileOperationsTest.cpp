@@ -81,19 +81,6 @@ TEST_F(SystemFileOperationsTest, AFailedWriteIsNotReportedAndTheOldFileIsItsOwnB
   EXPECT_EQ(names(), "file\nfile.backup\n");
 }
 
-TEST_F(SystemFileOperationsTest, AnAttributeThatCannotBeSetIsAnErrorThatChangesNothing) {
-  if (geteuid() != 0) GTEST_SKIP() << "needs root";
-  const auto file = scratch_.file("file", "old");
-  const auto inode = statusOf(file).st_ino;
-  ASSERT_EQ(chown(scratch_.path().c_str(), 1234, 1234), 0);
-  // This user may replace the file, but not give it to root.
-  test::SteppedChild child(
-      [&] { return seteuid(1234) == 0 && overwrite(file, "new", keepBackup) == success; });
-  EXPECT_FALSE(child.finish());
-  EXPECT_EQ(statusOf(file).st_ino, inode);
-  EXPECT_EQ(names(), "file\n");
-}
-
 TEST_F(SystemFileOperationsTest, RemovesOnlyItsOwnLeftovers) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   const char* const kept[] = {"mkdir $NAME",

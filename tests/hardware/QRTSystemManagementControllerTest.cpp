@@ -75,31 +75,6 @@ class SMC : public testing::Test {
   const std::unique_ptr<Controller> controller = Controller::init(model, log);
 };
 
-TEST_F(SMC, EveryKeyHasItsTypeAndAValue) {
-  EXPECT_EQ(controller->availableKeys().size(), model.keys.size());
-  const struct {
-    const char *key, *type;
-    PropertyValue value;
-    bool isWriteOnly = false;
-    double delta = -1;
-  } cases[] = {{"$Num", "ui8 ", 200},
-               {"Xbad", "ui16", "<received 1 bytes for type 'ui16': mismatch detected>"},
-               {"ZWnw", "zzzz", "<decoding is currently not implemented>", true},
-               {"ZWui", "ui8 ", "<write-only property>", true},
-               {"fp1f", "fp1f", 1.5, false, 1.0 / 32768},
-               {"sp78", "sp78", -64, false, 1.0 / 256}};
-  for (const auto& [key, type, value, isWriteOnly, delta] : cases) {
-    EXPECT_EQ(controller->valueForPropertyWithKey(key), value) << key;
-    EXPECT_EQ(controller->typeCodeOfPropertyWithKey(key), type);
-    EXPECT_EQ(controller->isWriteOnlyPropertyWithKey(key), isWriteOnly);
-    EXPECT_EQ(controller->precisionDeltaOfNumericPropertyWithKey(key), delta) << key;
-  }
-  EXPECT_EQ(controller->softwareVersion(), "2.11f260");
-  EXPECT_EQ(controller->softwareBranchAndBuildGeneration(), std::string("m\xC3\xA9\0 (11)", 9));
-  EXPECT_FALSE(controller->valueForPropertyWithKey("nope"));
-  EXPECT_EQ(controller->maximumFractionDigitsOfNumericPropertyWithKey("fp1f"), 6);
-}
-
 TEST_F(SMC, AFailureWhileKeysAreListedLeavesNoController) {
   SharedSMCController shared(model, log);
   for (const auto fault : {ModelSMC::Fault{KernelReturn::busy}, ModelSMC::Fault{{}, 0x99}}) {

@@ -87,28 +87,5 @@ TEST_F(OperationSetLocalization, ErrorsAreLocalizedWithThoseUnderneath) {
   EXPECT_EQ(localizedLevels, 33);
 }
 
-/// The tables that are installed with the client.
-TEST_F(OperationSetLocalization, TheGermanTablesAreComplete) {
-  const auto table = [&](const std::string& name) {
-    const auto text = test::contentsOf(QRT_TABLES + name + ".strings");
-    return *readPropertyList(Data(text.begin(), text.end()))->dictionary();
-  };
-  const auto plain = table("PrivilegedOperationErrors");
-  const auto polite = table("PrivilegedOperationErrors-Polite");
-  EXPECT_EQ(plain.size(), 44u);
-  EXPECT_EQ(polite.size(), 44u);
-  for (const auto& [key, text] : plain) {
-    ASSERT_TRUE(polite.contains(key)) << key;
-    for (const auto* translation : {text.string(), polite.at(key).string()}) {
-      ASSERT_TRUE(translation && *translation != key) << key;
-      for (const auto* placeholder : {"$1$", "$2$"}) {
-        EXPECT_EQ(translation->find(placeholder) == std::string::npos,
-                  key.find(placeholder) == std::string::npos)
-            << key;
-      }
-    }
-  }
-}
-
 }  // namespace
 }  // namespace qrt

@@ -105,34 +105,5 @@ TEST_F(Bundles, TheHighestInstalledVersionCounts) {
   EXPECT_DOUBLE_EQ(QRTBundle::versionNumberFromString("Version 2.1.3 (45)"), 2.13);
 }
 
-TEST_F(Bundles, HostilePackagesGetAnAnswer) {
-  const std::tuple<const char*, const char*, bool> cases[] = {
-      {"loop.app", "ln -s Info.plist Info.plist", false},
-      {"fifo.app", "mkfifo Info.plist", true},
-      {"zero.app", "ln -s /dev/zero Info.plist", true},
-      {"huge.app", "printf '{' > Info.plist; truncate -s 4G Info.plist", true},
-      {"deep.app", "head -c 1M /dev/zero | tr '\\0' '(' > Info.plist", true},
-      {"wide.app", "(printf '('; head -c 8M /dev/zero | tr '\\0' ,) > Info.plist", true},
-      {"cut.app", "printf bplist00 > Info.plist", true},
-  };
-  for (const auto& [name, plant, isBundle] : cases) {
-    const std::string folder = std::string(name) + "/Contents";
-    root.make("mkdir -p " + folder + "/Resources; cd " + folder + "; " + plant);
-    const auto bundle = QRTBundle::initWithPath(root.path(name), platform);
-    EXPECT_EQ(bundle.has_value(), isBundle) << name;
-    EXPECT_FALSE(bundle && (bundle->infoDictionary() || bundle->executablePath())) << name;
-  }
-  for (const auto& path :
-       {std::string(), std::string("/bin\0.app", 9), "/" + std::string(1 << 20, 'x')}) {
-    EXPECT_FALSE(QRTBundle::initWithPath(path, platform));
-  }
-
-  // A widget that holds itself.
-  const auto widget = inspected(
-      "self.wdgt", {{"Info.plist", "{MainHTML=x; Plugin=\"a/a/a/a\"; CFBundleExecutable=x;}"}});
-  root.link("self.wdgt/a", ".");
-  EXPECT_FALSE(widget->executablePath());
-}
-
 }  // namespace
 }  // namespace qrt

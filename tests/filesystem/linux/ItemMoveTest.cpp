@@ -191,17 +191,6 @@ TEST_F(AcrossTest, AMoveWaitsForLeasesOnlyOnce) {
   EXPECT_EQ(namesOnVolume(), "");
 }
 
-TEST_F(AcrossTest, AMoveLeavesOutAnAttributeThatOnlyTheSystemSets) {
-  if (geteuid() != 0) GTEST_SKIP() << "needs root";
-  scratch_.make(
-      "touch tree/file; setfattr -n security.note -v 1 tree/file; chown -R 1234 tree; chmod 0777 "
-      "volume");
-  test::SteppedChild child(
-      [&] { return seteuid(1234) == 0 && move(from_ + "/file", to_) == success; });
-  EXPECT_TRUE(child.finish());
-  EXPECT_TRUE(test::exists(to_));
-}
-
 TEST_F(AcrossTest, RefusesToMoveATreeIntoItselfByAnotherMount) {
   scratch_.make("mkdir -p tree/top/inner bound; mount --bind tree bound");
   const auto error = move(from_ + "/top", scratch_.path("bound/top/inner/new"));

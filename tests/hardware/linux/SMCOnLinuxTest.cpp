@@ -23,7 +23,6 @@ class SMCOnLinux : public testing::Test {
         "echo 2 > key_at_index_data_length");
   }
   void change(const std::string& script) { root.make("cd " + folder + "; " + script); }
-  std::string writtenIndex() { return test::contentsOf(root.path(folder + "/key_at_index")); }
   /// The codes of the driver and of the controller.
   Answer call(std::uint8_t command, SMCCode key = brsc) {
     SMCParameterRecord input;
@@ -40,23 +39,6 @@ class SMCOnLinux : public testing::Test {
   const std::unique_ptr<SMCExchange> exchange = makeSMCExchange(root.path());
   SMCParameterRecord answer;
 };
-
-TEST_F(SMCOnLinux, AKeyIsFoundInTheSortedListAndRead) {
-  EXPECT_EQ(call(smc_command::keyAtIndex, 0).first, KernelReturn::noError);
-  EXPECT_EQ(answer.key, brsc);
-  EXPECT_EQ(writtenIndex(), "2\n");
-  EXPECT_EQ(call(info).first, KernelReturn::noError);
-  EXPECT_EQ(answer.dataType, smcCode("ui8\0"));
-  EXPECT_EQ(answer.dataSize, 2u);
-  EXPECT_EQ(writtenIndex(), "1\n");
-  EXPECT_EQ(call(read).first, KernelReturn::noError);
-  EXPECT_EQ(answer.bytes[0] << 8 | answer.bytes[1], 0xFFFE);
-  // Before and after the keys of the list.
-  EXPECT_EQ(call(read, smcCode("    ")).second, smc_result::keyNotFound);
-  EXPECT_EQ(writtenIndex(), "0\n");
-  EXPECT_EQ(call(read, smcCode("~~~~")).second, smc_result::keyNotFound);
-  EXPECT_EQ(writtenIndex(), "2\n");
-}
 
 TEST_F(SMCOnLinux, AFailureHasItsCode) {
   using enum KernelReturn;

@@ -65,25 +65,6 @@ int asAnotherUser(Action action) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-TEST_F(DaemonTest, AnswersACallInThePacketThatEndsTheHandshake) {
-  auto packet = RawClient::handshakeBytes();
-  const auto call = RawClient::methodCall("getVersionString");
-  packet.insert(packet.end(), call.begin(), call.end());
-  for (int i = 0; i < 1000; ++i) {
-    RawClient peer(daemon_->socketPath());
-    ASSERT_TRUE(peer.send(packet) && peer.receiveHandshake()) << i;
-    ASSERT_TRUE(peer.receiveReply()) << i;
-  }
-}
-
-TEST_F(DaemonTest, TheExecutableCarriesBothPropertyLists) {
-  ASSERT_TRUE(connect()->getVersionString());
-  const auto image = test::contentsOf("/proc/" + std::to_string(daemon_->processID()) + "/exe");
-  for (const auto list : {infoPropertyList, launchdPropertyList}) {
-    EXPECT_NE(image.find(std::string(list.begin(), list.end())), std::string::npos);
-  }
-}
-
 /// Well framed but wrong: an error reply, and the connection stays.
 TEST_F(DaemonTest, AMalformedCallIsAnErrorAndIsNotCarriedOut) {
   WireBytes nested;

@@ -49,12 +49,6 @@ class InstallMediaTest : public test::DaemonFixture {
   std::string output_;
 };
 
-TEST_F(InstallMediaTest, TheToolsOutputArrivesWhileItRuns) {
-  EXPECT_EQ(perform(installer_, volume_), success);
-  EXPECT_EQ(output_, "--applicationpath " + installer_ + " --volume " + volume_ +
-                         " --nointeraction PATH=\ndone\n");
-}
-
 TEST_F(InstallMediaTest, NothingRunsForAnotherVolumeOrInstaller) {
   scratch_.folder("volume/folder");
   test::run({"cp", "-R", installer_, scratch_.path("Changed.app")});

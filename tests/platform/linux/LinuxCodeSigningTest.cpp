@@ -135,15 +135,6 @@ TEST(LinuxCodeSigning, RefusesContradictionsInSignedDirectories) {
   }
 }
 
-TEST(LinuxCodeSigning, AnswersAboutTheCodeThatWasThereAtFirst) {
-  const Application first, second(thin, {.leafName = "Another", .team = "TEAM"});
-  const auto code = LinuxCodeSigning().staticCode(first.path + "/");
-  ASSERT_TRUE(code);
-  first.scratch.make("mv A.app old; cp -a " + second.path + " .");
-  EXPECT_EQ(code->checkValidity(), success);
-  EXPECT_EQ(code->signingInformation()->certificates.at(0).commonName, "Software Signing");
-}
-
 TEST(LinuxCodeSigning, TakesAFileForAProgram) {
   const Application application;
   EXPECT_EQ(verdict(application.contents("MacOS/helper")), valid);
