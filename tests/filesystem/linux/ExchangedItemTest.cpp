@@ -24,29 +24,27 @@ class ExchangedItemTest : public test::OperationFixture {
   ~ExchangedItemTest() override { scratch_.make("unflag ."); }
 
   struct Attack {
-    /// Names of what is exchanged; a script makes it, with what is around it.
+    /// Names of what is exchanged.
     std::vector<std::pair<std::string, std::string>> exchanges;
-    std::string script;
+    std::function<void()> make;
     /// Whether the other object, whatever its name is by now, is as it was.
     std::function<bool()> isSafe;
   };
 
-  /// The stops at which the attacker wins, of a harness of SteppedChild.h.
+  /// The stops at which the attacker wins, of the first exchange with which it does.
   template <class Action>
   std::vector<int> lostStops(const Attack& attack, const Action& action, bool atRandom = false) {
-    std::vector<int> all;
     int strikes = 0;
     for (const auto& [first, second] : attack.exchanges) {
-      const auto prepare = [&] { scratch_.make("unflag .; rm -rf *; " + attack.script); };
       const auto strike = test::exchanging(scratch_.path(first), scratch_.path(second));
-      const auto attacks = atRandom
-                               ? test::attackAtRandomMoments(prepare, action, strike, attack.isSafe)
-                               : test::attackAtEveryCall(prepare, action, strike, attack.isSafe);
-      all.insert(all.end(), attacks.lostStops.begin(), attacks.lostStops.end());
+      const auto attacks =
+          atRandom ? test::attackAtRandomMoments(attack.make, action, strike, attack.isSafe)
+                   : test::attackAtEveryCall(attack.make, action, strike, attack.isSafe, true);
+      if (!attacks.lostStops.empty()) return attacks.lostStops;
       strikes += attacks.strikes;
     }
     EXPECT_TRUE(atRandom || strikes > 3);
-    return all;
+    return {};
   }
 
   /// The attack succeeds against `careless`, and never against the others.
@@ -60,6 +58,9 @@ class ExchangedItemTest : public test::OperationFixture {
     (expectNoLoss(careful), ...);
   }
 
+  auto script(const std::string& text) const {
+    return [this, text] { scratch_.make("unflag .; rm -rf *; " + text); };
+  }
   /// An attacker can make it fail, nothing more.
   auto performing(const std::string& stem, const Array& arguments) {
     return test::anyhow([this, stem, arguments] { return perform(stem, arguments); });
@@ -80,8 +81,8 @@ TEST_F(ExchangedItemTest, AStashedFolderIsNotFollowedToItsNewName) {
   for (const bool substitute : {false, true}) {
     expectSafety(
         {{{"aside", "link"}, {"folder", "link"}},
-         "mkdir -m 0777 folder; mkdir -m 0700 precious; chown 1234:1234 folder; ln -s precious "
-         "link",
+         script("mkdir -m 0777 folder; mkdir -m 0700 precious; chown 1234:1234 folder;"
+                "ln -s precious link"),
          [&] {
            const auto status = test::statusOf(scratch_.path("precious"));
            return status.st_uid == 0 && (status.st_mode & 0077) == 0;
@@ -99,8 +100,8 @@ TEST_F(ExchangedItemTest, PermissionsGoToTheObjectThatHadTheOthers) {
   constexpr int groupPermissions = 0x04;
   expectSafety(
       {{{"folder/file", "secret"}},
-       "mkdir -m 0770 folder; touch folder/file secret; chown 1234:1234 folder/file;"
-       "chmod 0606 folder/file; chmod 0600 secret",
+       script("mkdir -m 0770 folder; touch folder/file secret; chown 1234:1234 folder/file;"
+              "chmod 0606 folder/file; chmod 0600 secret"),
        [&] {
          for (const auto& path : {file_, scratch_.path("secret")}) {
            const auto status = test::statusOf(path);
@@ -119,9 +120,9 @@ TEST_F(ExchangedItemTest, FlagsGoToTheTargetThatHadTheOthers) {
     // The flag of the plain file is changed, whichever way.
     expectSafety(
         {{{"folder/link", "other"}},
-         "touch plain log; mkdir folder; ln -s ../plain folder/link; ln -s ../log other;"
-         "flag a log;" +
-             std::string(isRecursive ? "flag i plain" : ""),
+         script("touch plain log; mkdir folder; ln -s ../plain folder/link; ln -s ../log other;"
+                "flag a log;" +
+                std::string(isRecursive ? "flag i plain" : "")),
          [&] { return hasFlag("log", file_flag::userAppendOnly); }},
         [&] {
           auto status = platform_.files.status(link.c_str(), Links::follow);
@@ -140,7 +141,8 @@ TEST_F(ExchangedItemTest, DeletionClearsNoFlagOfALinksTarget) {
   if (!canMake("touch file; flag i file")) GTEST_SKIP() << "needs a file system with flags";
   expectSafety(
       {{{"folder/file", "link"}},
-       "mkdir folder; touch folder/file precious; ln -s $PWD/precious link; flag i precious",
+       script(
+           "mkdir folder; touch folder/file precious; ln -s $PWD/precious link; flag i precious"),
        [&] { return hasFlag("precious", file_flag::userImmutable); }},
       [&] {
         if (S_ISLNK(test::statusOf(file_).st_mode)) return true;
@@ -159,9 +161,9 @@ TEST_F(ExchangedItemTest, ASystemFileIsNotTheOneThatTookItsName) {
   if (!canMake("setrecord 00 .")) GTEST_SKIP() << "needs attributes";
   expectSafety(
       {{{"folder/file", "folder/hard"}},
-       "mkdir folder; printf p > precious; ln precious folder/hard; touch folder/file;"
-       "chown 1234 folder/file; setrecord 5459504543524541" +
-           std::string(48, '0') + " folder/file",
+       script("mkdir folder; printf p > precious; ln precious folder/hard; touch folder/file;"
+              "chown 1234 folder/file; setrecord 5459504543524541" +
+              std::string(48, '0') + " folder/file"),
        [&] {
          return test::contentsOf(precious) == "p" && test::statusOf(precious).st_uid == 0 &&
                 getxattr(precious.c_str(), classicRecord, nullptr, 0) < 0;
@@ -182,8 +184,8 @@ TEST_F(ExchangedItemTest, ClassicAttributesOfOneObjectDoNotGetIntoAnother) {
   };
   expectSafety(
       {{{"folder/file", "folder/other"}},
-       "mkdir folder; for name in file other; do touch folder/$name;"
-       "attribute user.com.apple.FinderInfo $name folder/$name; done",
+       script("mkdir folder; for name in file other; do touch folder/$name;"
+              "attribute user.com.apple.FinderInfo $name folder/$name; done"),
        [&] {
          for (const auto* name : {"folder/file", "folder/other"}) {
            const auto is = record(scratch_.path(name));
@@ -209,7 +211,7 @@ TEST_F(ExchangedItemTest, ANewFolderIsTheOneThatWasMade) {
         "mkdir -m 0700 other", "mkdir -m 0400 other; chown 1234 other"}) {
     SCOPED_TRACE(made);
     expectSafety(
-        {{{"folder", "other"}}, made, [] { return true; }},
+        {{{"folder", "other"}}, script(made), [] { return true; }},
         [&] {
           remember();
           mkdir(folder_.c_str(), 0700);
@@ -226,15 +228,33 @@ TEST_F(ExchangedItemTest, ANewFolderIsTheOneThatWasMade) {
 /// of the object of the same name in the tree.
 class ExchangedFolderTest : public ExchangedItemTest {
  protected:
-  template <class Look>
-  Attack attack(const std::string& script, Look looksRight) {
-    return {{{"tree/folder", "link"}, {"tree/folder/inner", "inner"}, {"tree/folder/1", "file"}},
-            "mkdir -p tree/folder/inner precious/inner;"
-            "touch tree/folder/1 tree/folder/2 tree/folder/inner/3 tree/folder/inner/4;"
-            "touch precious/1 precious/2 precious/inner/3 precious/inner/4;"
-            "ln -s $PWD/precious link; ln -s $PWD/precious/inner inner; ln -s $PWD/precious/1 file;"
-            "chown -h 1234 link inner file;" +
-                script,
+  template <class Change, class Look>
+  Attack attack(Change change, Look looksRight) {
+    return {{{"tree/folder", "links/precious"},
+             {"tree/folder/inner", "links/inner"},
+             {"tree/folder/1", "links/1"}},
+            [this, change] {
+              Array all{"1", "0"};
+              for (const auto* name : {"tree", "precious", "links"}) {
+                if (test::exists(scratch_.path(name))) all.push_back(scratch_.path(name));
+              }
+              EXPECT_TRUE(all.size() == 2 || perform("DeleteFileobjects", all) == success);
+              for (const auto* name : {"tree", "tree/folder", "precious", "links"}) {
+                scratch_.folder(name);
+              }
+              for (const std::string top : {"tree/folder", "precious"}) {
+                scratch_.folder(top + "/inner");
+                for (const auto* name : names) scratch_.file(top + name);
+              }
+              scratch_.link("links/precious", scratch_.path("precious"));
+              for (const std::string name : {"inner", "1"}) {
+                scratch_.link("links/" + name, scratch_.path("precious/" + name));
+              }
+              for (const auto* name : {"precious", "inner", "1"}) {
+                (void)!lchown((scratch_.path("links/") + name).c_str(), 1234, 1234);
+              }
+              change();
+            },
             [this, looksRight] {
               for (const auto* name : names) {
                 const auto path = scratch_.path("precious") + name;
@@ -266,7 +286,7 @@ class ExchangedFolderTest : public ExchangedItemTest {
 };
 
 TEST_F(ExchangedFolderTest, RemovalStaysInTheTree) {
-  const auto remains = attack("", [](const FileStatus&) { return true; });
+  const auto remains = attack([] {}, [](const FileStatus&) { return true; });
   const auto careless = byPath([](const std::string& path) { unlink(path.c_str()); });
   expectSafety(remains, careless, performing("DeleteFileobjects", {"1", "0", tree_}),
                performing("DeleteFoldercontents", {tree_}));
@@ -281,8 +301,16 @@ TEST_F(ExchangedFolderTest, RemovalStaysInTheTree) {
 TEST_F(ExchangedFolderTest, ClearingFlagsStaysInTheTree) {
   if (!canMake("touch file; flag i file")) GTEST_SKIP() << "needs a file system with flags";
   expectSafety(
-      attack("chattr +i precious/[12] precious/inner/* tree/folder/inner/3",
-             [](const FileStatus& status) { return status.flags == file_flag::userImmutable; }),
+      attack(
+          [&] {
+            for (const auto* name : {"precious/1", "precious/2", "precious/inner/3",
+                                     "precious/inner/4", "tree/folder/inner/3"}) {
+              const auto held = platform_.files.hold(scratch_.path(name).c_str(), Links::stay);
+              EXPECT_EQ(held->setFlags(*held->status(), file_flag::userImmutable),
+                        PosixCode::success);
+            }
+          },
+          [](const FileStatus& status) { return status.flags == file_flag::userImmutable; }),
       byPath([&](const std::string& path) {
         (void)perform("ModifyProtection", {path, false, false, false});
       }),
@@ -293,7 +321,7 @@ TEST_F(ExchangedFolderTest, ClearingFlagsStaysInTheTree) {
 
 TEST_F(ExchangedFolderTest, PropagationStaysInTheTree) {
   constexpr int allButTheList = 0x3e;
-  expectSafety(attack("chown 1234:1234 tree; chmod 0770 tree",
+  expectSafety(attack([&] { EXPECT_TRUE(give(tree_) && chmod(tree_.c_str(), 0770) == 0); },
                       [](const FileStatus& status) {
                         return status.userID == 0 && status.groupID == 0 && status.mode == 0100644;
                       }),
@@ -307,8 +335,13 @@ TEST_F(ExchangedFolderTest, SearchesStayInTheTree) {
   std::int64_t found = 0;  // Each process that is attacked has its own.
   const auto look = byPath([&](const std::string& path) { found += test::statusOf(path).st_size; });
   expectSafety(
-      attack("truncate -s 1T precious/1 precious/2 precious/inner/*",
-             [](const FileStatus&) { return true; }),
+      attack(
+          [&] {
+            for (const auto* name : names) {
+              EXPECT_EQ(truncate((scratch_.path("precious") + name).c_str(), 1LL << 40), 0);
+            }
+          },
+          [](const FileStatus&) { return true; }),
       [&] { return look() && found < preciousSize; },
       [&] {
         const std::pair<std::string, Array> searches[] = {
