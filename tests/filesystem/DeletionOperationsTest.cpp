@@ -8,8 +8,6 @@
 #include "filesystem/objects/FileManager.h"
 #include "filesystem/objects/FileManagerError.h"
 #include "filesystem/objects/QRTFileDeletionAdditions.h"
-#include "operations/NSProcessInfoQRTAdditions.h"
-#include "support/PlantedFile.h"
 
 namespace qrt {
 namespace {
@@ -20,11 +18,8 @@ using testing::ElementsAre;
 /// Files with flags and failures of a test's choice.
 class FakedFiles : public PortFileSystem {
  public:
-  using Answer = std::optional<PosixCode>;
-
-  /// Called before a removal; an answer replaces it.
-  std::function<Answer(FileAt)> beforeRemoval = [](FileAt) { return std::nullopt; };
-  Answer setFlagsAnswer;
+  std::function<void(FileAt)> beforeRemoval = [](FileAt) {};
+  std::optional<PosixCode> setFlagsAnswer;
   bool mayRefuseChanges = false;
 
   /// One object shows flags beside its own.
@@ -39,12 +34,12 @@ class FakedFiles : public PortFileSystem {
     return status;
   }
   PosixCode removeFolder(FileAt object) override {
-    const auto answer = beforeRemoval(object);
-    return answer ? *answer : PortFileSystem::removeFolder(object);
+    beforeRemoval(object);
+    return PortFileSystem::removeFolder(object);
   }
   PosixCode removeFile(FileAt object) override {
-    const auto answer = beforeRemoval(object);
-    return answer ? *answer : PortFileSystem::removeFile(object);
+    beforeRemoval(object);
+    return PortFileSystem::removeFile(object);
   }
   PosixCode setFlags(FileAt object, const FileStatus& seen, std::uint32_t wanted) override {
     if (setFlagsAnswer) return *setFlagsAnswer;
@@ -70,11 +65,9 @@ using file_flag::userImmutable;
 
 constexpr bool recursively = true, singly = false;
 
-Error fileDeletionError(std::int64_t code, Dictionary userInfo) {
-  return {"com.vantor.error.file-deletion", code, std::move(userInfo)};
-}
 Error fileDeletionError(Code code, const std::string& path) {
-  return fileDeletionError(static_cast<std::int64_t>(code), {{"NSFilePath", path}});
+  return {
+      "com.vantor.error.file-deletion", static_cast<std::int64_t>(code), {{"NSFilePath", path}}};
 }
 
 class DeletionTest : public testing::Test {
@@ -97,12 +90,11 @@ TEST_F(DeletionTest, AFolderThatFillsUpIsEmptiedALimitedNumberOfTimes) {
   for (const int limit : {3, 1'000'000}) {
     scratch_.make("mkdir top; touch top/file");
     int added = 0;
-    files_.beforeRemoval = [&](FileAt object) -> FakedFiles::Answer {
+    files_.beforeRemoval = [&](FileAt object) {
       // An entry that another process removes is no error.
       if (object.name == std::string("file")) unlink((top + "/file").c_str());
-      if (object.name != std::string("top") || added >= limit) return std::nullopt;
+      if (object.name != std::string("top") || added >= limit) return;
       scratch_.file("top/new" + std::to_string(added++));
-      return std::nullopt;
     };
     EXPECT_EQ(FileManager::removeItemAtPath(platform_, top),
               limit == 3 ? success : Outcome(fileWriteError(PosixCode::notEmpty, top)));
@@ -125,35 +117,6 @@ TEST_F(DeletionTest, SingleRemovalReportsSystemFlagsWhiteoutsAndFlagsThatStay) {
   const auto whiteout = scratch_.path("whiteout");
   if (mknod(whiteout.c_str(), test::whiteoutMode, 0) != 0) GTEST_SKIP() << "needs whiteouts";
   EXPECT_EQ(remove(whiteout, singly), fileDeletionError(Code::whiteout, whiteout));
-}
-
-TEST_F(DeletionTest, SystemIntegrityProtectionExplainsARefusal) {
-  const auto file = scratch_.file("file");
-  const auto because = [&](const Error& cause) {
-    auto error = fileDeletionError(Code::systemProtected, file);
-    error.userInfo.emplace("NSUnderlyingError", cause);
-    return error;
-  };
-  const auto refusal = posixError(PosixCode::notPermitted), busy = posixError(PosixCode::busy);
-  const auto flag = file_flag::restricted;
-  const std::tuple<const char*, std::uint32_t, PosixCode, bool, Error> rows[] = {
-      {"10.11", flag, PosixCode::notPermitted, singly, because(refusal)},
-      {"10.11", flag, PosixCode::notPermitted, recursively,
-       because(fileWriteError(PosixCode::notPermitted, file))},
-      {"10.11", flag, PosixCode::busy, singly, busy},
-      {"10.10.15", flag, PosixCode::notPermitted, singly, refusal},
-      {"10.11", 0, PosixCode::notPermitted, singly, refusal}};
-  for (const auto& [version, flags, answer, isRecursive, outcome] : rows) {
-    const test::ScratchFolder root;
-    test::plant(root, "System/Library/CoreServices/SystemVersion.plist",
-                std::string("{ ProductVersion = \"") + version + "\"; }");
-    NSProcessInfoQRTAdditions::updateVersionInfo(NativePlatform(root.path() + "/").facilities());
-    files_.plantFlags(file, flags);
-    files_.beforeRemoval = [code = answer](FileAt) { return code; };
-    EXPECT_EQ(remove(file, isRecursive), outcome) << version << " " << flags;
-  }
-  EXPECT_FALSE(additions::isSIPRestrictedObjectAtPath(platform_, ""));
-  EXPECT_FALSE(additions::isSIPRestrictedObjectAtPath(platform_, scratch_.path("missing")));
 }
 
 TEST_F(DeletionTest, RecursiveRemovalChangesNothingIfAFlagStays) {
@@ -206,7 +169,7 @@ TEST_F(DeletionOperationsTest, TriesEveryPathOrStopsAtTheFirstError) {
 TEST_F(DeletionOperationsTest, TranslatesErrorsOfTheFileDeletionDomain) {
   for (const auto& [from, to] : {std::pair(1, 6), {2, 7}, {3, 8}, {4, 17}}) {
     expectError(DeletionOperations::privilegedOperationErrorForFileDeletionError(
-                    fileDeletionError(from, {{"NSFilePath", "/x"}})),
+                    fileDeletionError(Code(from), "/x")),
                 to, "/x");
   }
 }

@@ -3,13 +3,11 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 
-#include <atomic>
 #include <chrono>
 #include <functional>
 #include <set>
 #include <thread>
 
-#include "PortFileSystem.h"
 #include "filesystem/FolderChain.h"
 #include "filesystem/OperationFixture.h"
 #include "support/Mounts.h"
@@ -89,13 +87,6 @@ TEST_F(EnumeratorTest, TheRelativePathIsLimited) {
   EXPECT_THAT(log_.lines(), ElementsAre(line, line));
 }
 
-TEST_F(EnumeratorTest, ANameOf255BytesBelowTheFirstLevelAddsNothing) {
-  const std::string longName(255, 'n');
-  makeChain(scratch_.path(), longName, 3);
-  EXPECT_THAT(allAt(scratch_.path()),
-              ElementsAre(longName, longName + "/" + longName, longName + "/" + longName));
-}
-
 TEST_F(EnumeratorTest, RunningOutOfDescriptorsEndsTheWalkWithAnError) {
   makeChain(scratch_.path(), "d", 40);
   const auto walk = at(scratch_.path());
@@ -107,24 +98,6 @@ bool never(const std::string&) { return false; }
 bool nowAndThen(const std::string& path) { return std::hash<std::string>()(path) % 23 == 7; }
 
 /// Walks long enough that a second thread lists ahead of them.
-/// A disk that takes its time to open folders.
-class SlowFiles : public test::PortFileSystem {
- public:
-  using test::PortFileSystem::openFolder;
-  PosixResult<Folder> openFolder(FileAt object, Links links) override {
-    const auto count = ++opening_;
-    if (count > mostAtOnce) mostAtOnce = count;
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    --opening_;
-    return test::PortFileSystem::openFolder(object, links);
-  }
-
-  std::atomic<unsigned> mostAtOnce = 0;
-
- private:
-  std::atomic<unsigned> opening_ = 0;
-};
-
 class PrefetchTest : public EnumeratorTest {
  protected:
   /// Folders of very different sizes, some of them nested.
@@ -161,13 +134,11 @@ class PrefetchTest : public EnumeratorTest {
 };
 
 TEST_F(PrefetchTest, ReturnsEverythingOnceAndInOrder) {
-  SlowFiles slow;
   for (const auto skips : {never, nowAndThen}) {
     Paths paths;
     list(scratch_.path().c_str(), {}, skips, paths);
     for (const bool areStatusesExpected : {false, true}) {
-      use({.log = &log_, .files = areStatusesExpected ? &slow : nullptr});
-      const auto walk = QRTDirectoryEnumerator::enumeratorAtPath(used(), scratch_.path());
+      const auto walk = at(scratch_.path());
       if (areStatusesExpected) walk->expectStatuses();
       Paths seen;
       while (walk->advance()) {
@@ -184,9 +155,6 @@ TEST_F(PrefetchTest, ReturnsEverythingOnceAndInOrder) {
       EXPECT_FALSE(walk->advance());
       EXPECT_EQ(seen, paths);
     }
-  }
-  if (std::thread::hardware_concurrency() > 1) {
-    EXPECT_GT(slow.mostAtOnce, 4u);
   }
 }
 

@@ -15,7 +15,6 @@
 namespace qrt {
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAreArray;
 
@@ -183,6 +182,11 @@ TEST_F(SearchOperationsTest, SearchesADeepTreeToTheLimitAndMeasuresAllOfIt) {
   });
   // 500 folders of one byte are within the length of a path, and the counted total is the walk's.
   EXPECT_EQ(found("SearchPatterns", {scratch_.path(), "0", "0", "x"}).size(), 500u);
+  for (const auto& message : feedback_.messages) {
+    if (isProgressOnly(message)) continue;
+    const bool isLast = &message == &feedback_.messages.back();
+    EXPECT_EQ(message.at("FileObjectInfo").array()->size(), isLast ? 0u : 20u);
+  }
   const auto sent = fractions();
   EXPECT_LT(sent[sent.size() - 2], 1.0);
   EXPECT_GT(sent[sent.size() - 2], 0.95);

@@ -2,16 +2,10 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <functional>
-#include <map>
-#include <mutex>
-#include <set>
-#include <thread>
 
 #include "filesystem/FolderChain.h"
 #include "filesystem/OperationFixture.h"
-#include "filesystem/walk/Workers.h"
 
 namespace qrt {
 namespace {
@@ -42,54 +36,6 @@ class Counter : public TreeVisitor {
   std::atomic<std::size_t> visits = 0, leaves = 0, mostDescriptors = 0;
   std::function<void(const TreeObject&)> onFolder;
 };
-
-/// Keeps what it was called with, in order. Mostly sleeps, as with a slow disk.
-class SlowRecorder : public TreeVisitor {
- public:
-  PosixResult<Next> visit(const TreeObject& object) override {
-    note("visit ", object);
-    std::this_thread::sleep_for(std::chrono::microseconds(50));
-    return Next::enter;
-  }
-  PosixResult<Leave> leave(const TreeObject& folder, unsigned) override {
-    note("leave ", folder);
-    return Leave::done;
-  }
-
-  std::vector<std::string> calls;
-  std::set<std::size_t> workers;
-
- private:
-  void note(const std::string& call, const TreeObject& object) {
-    const std::lock_guard lock(mutex_);
-    calls.push_back(call + object.relativePath());
-    workers.insert(object.worker());
-  }
-  std::mutex mutex_;
-};
-
-TEST_F(TreeWalkTest, ManyWorkersVisitEverythingOnceAndInOrder) {
-  if (std::thread::hardware_concurrency() < 2) GTEST_SKIP() << "needs two processors";
-  scratch_.make(
-      "for i in $(seq 0 399); do echo $((i / 20))/$((i % 20)); done | xargs mkdir -p;"
-      "for i in */*; do : > $i/1; : > $i/2; : > $i/3; : > $i/4; done;"
-      "mkdir large; cd large; seq 0 1999 | xargs touch");
-  SlowRecorder recorder;
-  EXPECT_FALSE(walkTree(platform_, scratch_.path().c_str(), recorder));
-  EXPECT_GT(recorder.workers.size(), 4u);
-  EXPECT_LE(recorder.workers.size(), WorkerCount::maximum);
-  std::map<std::string, std::size_t> position;
-  for (const auto& call : recorder.calls) {
-    EXPECT_TRUE(position.emplace(call, position.size()).second) << call;
-  }
-  EXPECT_EQ(position.size(), 20u * (1 + 20 * (1 + 4)) + 20 * 21 + 1 + 2002);
-  for (const auto& [call, at] : position) {
-    if (!call.starts_with("visit")) continue;
-    const auto path = call.substr(6);
-    const auto parent = path.substr(0, path.rfind('/') + 1);
-    EXPECT_LT(at, position.at("leave " + parent.substr(0, parent.size() - !parent.empty())));
-  }
-}
 
 TEST_F(TreeWalkTest, AnyDepthIsWalkedWithTheSameDescriptors) {
   constexpr int levels = 3000;
