@@ -32,22 +32,6 @@ class FilesContract : public test::ContractTest {
   }
 };
 
-TEST_F(FilesContract, StatusHasTypeAndSizeAndLinksHaveTargets) {
-  const std::string target(1000, 't');
-  const auto file = scratch_.file("file", "12345"), link = scratch_.link("link", target);
-  const std::pair<std::string, std::uint32_t> types[] = {
-      {file, file_type::regular},           {link, file_type::link},
-      {fifoAt("fifo"), file_type::fifo},    {socketAt("socket"), file_type::socket},
-      {scratch_.path(), file_type::folder}, {"/dev/null", file_type::characterDevice}};
-  for (const auto& [path, type] : types) EXPECT_EQ(statusOf(path)->type(), type) << path;
-  EXPECT_EQ(statusOf(scratch_.link("second", "file"), Links::follow)->size, 5u);
-  EXPECT_EQ(*files().linkTarget(link.c_str()), target);
-  EXPECT_EQ(*files().linkTarget(*files().hold(link.c_str(), Links::stay)), target);
-  EXPECT_EQ(statusOf(file + "/below").error(), PosixCode::notDirectory);
-  EXPECT_TRUE(statusOf("/")->isMountRoot);
-  EXPECT_FALSE(statusOf(scratch_.path())->isMountRoot);
-}
-
 TEST_F(FilesContract, AFolderListsItsEntriesAgainAfterARewind) {
   scratch_.make("touch a; mkdir b; ln -s b c");
   auto folder = files().openFolder(scratch_.path().c_str(), Links::stay);
@@ -64,30 +48,6 @@ TEST_F(FilesContract, AFolderListsItsEntriesAgainAfterARewind) {
   EXPECT_FALSE(folder->isReadOnly());
   EXPECT_EQ(files().openFolder({*folder, "c"}, Links::stay).error(), PosixCode::notDirectory);
   EXPECT_TRUE(files().openFolder({*folder, "c"}, Links::follow));
-}
-
-TEST_F(FilesContract, LocatesAnObjectByItsFolder) {
-  const auto folder = scratch_.folder("folder");
-  scratch_.link("link", "folder");
-  const struct {
-    std::string path, parent, name;
-  } cases[] = {{folder + "//", scratch_.path(), "folder"},
-               {scratch_.path("link/"), scratch_.path(), "link"},
-               {scratch_.path("link/new"), folder, "new"},
-               {"//", "/", "."},
-               {"plain", ".", "plain"},
-               {folder + "/..", scratch_.path(), "."}};
-  for (const auto& c : cases) {
-    const auto location = files().locate(c.path);
-    ASSERT_TRUE(location) << c.path;
-    EXPECT_EQ(location->name, c.name) << c.path;
-    const auto parent = files().status({location->parent, "."}, Links::stay);
-    EXPECT_EQ(parent->inode, statusOf(c.parent)->inode) << c.path;
-  }
-  for (const auto& path : {scratch_.path("missing/x"), std::string(), std::string("/etc\0x", 6)}) {
-    EXPECT_EQ(files().locate(path).error(), PosixCode::noEntry) << path;
-  }
-  EXPECT_EQ(files().resolvedPath(std::string("/tmp\0x", 6)).error(), PosixCode::noEntry);
 }
 
 TEST_F(FilesContract, EntriesMayBeRemovedWhileTheyAreRead) {
@@ -173,23 +133,6 @@ TEST_F(FilesContract, FlagsProtectUntilTheyAreCleared) {
     EXPECT_EQ(files().setFlags(object, now, 0), PosixCode::success);
   }
   EXPECT_EQ(files().removeFile(object), PosixCode::success);
-}
-
-TEST_F(FilesContract, HoldsObjectsOfEveryKind) {
-  const auto file = scratch_.file("file");
-  for (const auto& path : {file, fifoAt("fifo"), socketAt("socket"), scratch_.folder("folder"),
-                           scratch_.link("link", "none")}) {
-    const auto held = files().hold(path.c_str(), Links::stay);
-    ASSERT_TRUE(held) << path;
-    EXPECT_EQ(held->setOwner(geteuid(), getegid()), PosixCode::success) << path;
-    if (statusOf(path)->isLink()) continue;
-    EXPECT_EQ(held->setPermissions(0640), PosixCode::success) << path;
-    EXPECT_EQ(statusOf(path)->mode & 07777, 0640u) << path;
-  }
-  const auto held = files().hold(file.c_str(), Links::stay);
-  ASSERT_EQ(rename(file.c_str(), scratch_.path("moved").c_str()), 0);
-  EXPECT_EQ(held->setPermissions(0600), PosixCode::success);
-  EXPECT_EQ(statusOf(scratch_.path("moved"))->mode & 07777, 0600u);
 }
 
 }  // namespace

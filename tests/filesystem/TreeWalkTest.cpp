@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <bit>
+#include <chrono>
 #include <functional>
+#include <thread>
 
 #include "filesystem/FolderChain.h"
 #include "filesystem/OperationFixture.h"
@@ -26,6 +29,8 @@ class Counter : public TreeVisitor {
   PosixResult<Next> visit(const TreeObject& object) override {
     if (++visits % 64 == 0) mostDescriptors = std::max(mostDescriptors.load(), openDescriptors());
     if (object.isFolder() && onFolder) onFolder(object);
+    workers |= 1u << object.worker();
+    std::this_thread::sleep_for(delay);
     return Next::enter;
   }
   PosixResult<Leave> leave(const TreeObject&, unsigned) override {
@@ -35,7 +40,23 @@ class Counter : public TreeVisitor {
 
   std::atomic<std::size_t> visits = 0, leaves = 0, mostDescriptors = 0;
   std::function<void(const TreeObject&)> onFolder;
+  std::atomic<unsigned> workers = 0;
+  /// As a slow disk has.
+  std::chrono::microseconds delay{0};
 };
+
+TEST_F(TreeWalkTest, ManyWorkersShareSlowFoldersAndALargeOne) {
+  if (std::thread::hardware_concurrency() < 2) GTEST_SKIP() << "needs two processors";
+  scratch_.make(
+      "seq 0 399 | xargs -I{} echo {}/{}/{} | xargs mkdir -p;"
+      "mkdir large; cd large; seq 0 11999 | xargs touch");
+  Counter counter;
+  counter.delay = std::chrono::microseconds(50);
+  EXPECT_FALSE(walkTree(platform_, scratch_.path().c_str(), counter));
+  EXPECT_EQ(counter.visits, 400 * 3 + 1 + 12000u);
+  EXPECT_EQ(counter.leaves, 400 * 3 + 2u);
+  EXPECT_GT(std::popcount(counter.workers.load()), 4);
+}
 
 TEST_F(TreeWalkTest, AnyDepthIsWalkedWithTheSameDescriptors) {
   constexpr int levels = 3000;

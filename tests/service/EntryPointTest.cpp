@@ -38,21 +38,6 @@ TEST(EntryPointTest, PrintsItsVersionForAnyUserAndTakesNoOtherArguments) {
   EXPECT_EQ(start.output.str(), "1.6 (Build 171004)\n1.6 (Build 171004)\n");
 }
 
-/// Only this test keeps the lists in step with the operation set.
-TEST(EntryPointTest, ItsPropertyListsNameTheServiceAndItsRequestor) {
-  Start start;
-  const QRTPrivilegedOperationSetVK2 set(start.doubles.log, start.doubles.authority);
-  const auto service = set.serviceIdentifierForHelper();
-  EXPECT_EQ(*stringIn(start.info, "CFBundleIdentifier"), service);
-  EXPECT_EQ(*stringIn(start.info, "CFBundleName"), service);
-  const auto& clients = *start.info.at("SMAuthorizedClients").array();
-  ASSERT_EQ(clients.size(), 1u);
-  EXPECT_NE(clients[0].string()->find('"' + set.nameOfXPCRequestorForHelper() + '"'),
-            std::string::npos);
-  EXPECT_EQ(*readPropertyList(launchdPropertyList),
-            (Dictionary{{"Label", service}, {"MachServices", Dictionary{{service, true}}}}));
-}
-
 TEST(EntryPointTest, ServesOrReportsTheReason) {
   const std::string needsRoot = "This program needs root privileges.";
   const struct {
