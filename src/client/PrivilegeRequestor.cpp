@@ -123,6 +123,8 @@ Outcome PrivilegeRequestor::perform(const QRTPrivilegedOperation& operation, Arr
   return outcome;
 }
 
+void PrivilegeRequestor::stop() { connection_->stopOperation(); }
+
 void PrivilegeRequestor::interrupt() {
   wasInterrupted_ = true;
   connection_->interrupt();

@@ -43,10 +43,10 @@ bool isConnectionFailure(const Error& error);
 /// A connection to the daemon and this process's registration with it. The daemon does not end
 /// while this process is registered.
 ///
-/// Calls wait for the reply without a time limit. Only `interrupt` may be called while another call
-/// runs; everything else belongs to one thread at a time. Errors are those that the daemon sent,
-/// not localized; QRTPrivilegedOperationSet::localizedErrorForPrivilegedOperationError translates
-/// them.
+/// Calls wait for the reply without a time limit. Only `stop` and `interrupt` may be called while
+/// another call runs; everything else belongs to one thread at a time. Errors are those that the
+/// daemon sent, not localized; QRTPrivilegedOperationSet::localizedErrorForPrivilegedOperationError
+/// translates them.
 class PrivilegeRequestor {
  public:
   /// Connects to the daemon that listens at `address` (defaultHelperAddress() for the installed
@@ -77,6 +77,11 @@ class PrivilegeRequestor {
   Outcome perform(const QRTPrivilegedOperation& operation, Array arguments,
                   const AuthorizationPresentation& presentation = {},
                   const FeedbackHandler& handler = {});
+
+  /// Asks the daemon to end the operation that waits with a handler for feedback. `perform` still
+  /// waits for the outcome: POSIX error 89 when the operation ended early; what it did until then
+  /// stays done. Async-signal-safe and thread-safe.
+  void stop();
 
   /// Makes the call that waits, and each later one, return POSIX error 4. The daemon still finishes
   /// the operation. Async-signal-safe and thread-safe.

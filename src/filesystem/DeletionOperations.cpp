@@ -78,6 +78,7 @@ Outcome deleteFileSystemObjectsAtPaths(const Platform& platform,
   Outcome lastError;
   std::size_t done = 0;
   for (const auto& path : paths) {
+    if (platform.stop.isSet()) return posixError(PosixCode::canceled);
     auto error =
         QRTFileDeletionAdditions::enforceRemovalOfFileSystemObjectAtPath(platform, path, recursive);
     if (error) lastError = privilegedOperationErrorForFileDeletionError(std::move(error));
@@ -123,6 +124,7 @@ Outcome performOperationDeleteFoldercontentsWithArguments(const Platform& platfo
   if (!folders || folders->empty()) return posixError(PosixCode::invalidArgument);
   std::size_t done = 0;
   for (const auto& folder : *folders) {
+    if (platform.stop.isSet()) return posixError(PosixCode::canceled);
     sendProgress(feedback, fraction(done++, folders->size()));
     if (auto error = deleteContentsOfFolder(platform, folder)) return error;
   }

@@ -8,10 +8,11 @@
 namespace qrt {
 namespace {
 
-PosixResult<std::size_t> numberOfEntries(FileSystem& files, FileAt object) {
-  auto folder = files.openFolder(object, Links::stay);
+PosixResult<std::size_t> numberOfEntries(const Platform& platform, FileAt object) {
+  auto folder = platform.files.openFolder(object, Links::stay);
   if (!folder) return folder.error();
   for (std::size_t count = 0;; ++count) {
+    if (platform.stop.isSet()) return PosixCode::canceled;
     const auto entry = folder->next();
     if (!entry) return entry.error();
     if (!*entry) return count;
@@ -46,7 +47,7 @@ PosixResult<bool> isFolderAtObject(const Platform& platform, FileAt folder, cons
                                    KnownUserIDs& emptyOrAllContentsNotOwnedByUsersInSet) {
   auto& users = emptyOrAllContentsNotOwnedByUsersInSet;
   if (users.isEmpty()) return false;
-  const auto count = numberOfEntries(platform.files, folder);
+  const auto count = numberOfEntries(platform, folder);
   if (!count && isExhaustion(count.error())) return count.error();
   if (!count) return false;
   if (*count == 0) return true;

@@ -22,7 +22,7 @@ namespace {
 
 /// Runs a search over everything below a folder. `search` takes the walk and the findings and
 /// returns the reason why it ended early, which is returned after the findings are sent. Errors are
-/// those of the folder and of the walk, and that descriptors or memory ran out.
+/// those of the folder and of the walk, that descriptors or memory ran out, and `canceled`.
 template <class Search>
 Outcome searchHierarchy(const Platform& platform, const std::string& folder, bool stayOnFileSystem,
                         FeedbackConnection* feedback, Search search) {
@@ -65,12 +65,14 @@ struct NameFilter {
 
 /// Adds the entries of a folder. All names are read first, because a listing that fails counts as
 /// empty, even if it fails half-way.
-PosixCode findIn(FileSystem& files, const std::string& path, bool wantsFolders,
+PosixCode findIn(const Platform& platform, const std::string& path, bool wantsFolders,
                  const NameFilter& filter, FoundObjects& found) {
+  auto& files = platform.files;
   auto folder = files.openFolder(path.c_str(), Links::follow);
   if (!folder) return folder.error();
   std::string names;
   for (;;) {
+    if (platform.stop.isSet()) return PosixCode::canceled;
     const auto entry = folder->next();
     if (!entry) return entry.error();
     if (!*entry) break;
@@ -78,6 +80,7 @@ PosixCode findIn(FileSystem& files, const std::string& path, bool wantsFolders,
     if (filter.passes(name)) names.append(name) += '\0';
   }
   for (std::size_t at = 0; at < names.size(); at = names.find('\0', at) + 1) {
+    if (platform.stop.isSet()) return PosixCode::canceled;
     const FileAt object{*folder, names.data() + at};
     const auto status = files.status(object, Links::stay);
     if (!status && isExhaustion(status.error())) return status.error();
@@ -122,16 +125,16 @@ Outcome performOperationSearchAgedfilesWithArguments(const Platform& platform,
 Outcome performOperationSearchFilenamesWithArguments(const Platform& platform,
                                                      const Array& arguments,
                                                      FeedbackConnection* feedback) {
-  auto& files = platform.files;
   const auto [folder, prefix, extension, wantsFolders] =
       unpack<std::string, std::string, std::string, bool>(arguments);
   const NameFilter filter{prefix, extension};
-  const auto path = resolvedSearchFolder(files, folder);
+  const auto path = resolvedSearchFolder(platform.files, folder);
   if (!path) return path.error();
   FoundObjects found(*path, sendingTo(feedback));
-  const auto failure = findIn(files, *path, wantsFolders, filter, found);
+  const auto failure = findIn(platform, *path, wantsFolders, filter, found);
   found.finish();
-  return posixOutcome(isExhaustion(failure) ? failure : PosixCode::success);
+  const bool isReported = isExhaustion(failure) || failure == PosixCode::canceled;
+  return posixOutcome(isReported ? failure : PosixCode::success);
 }
 
 Outcome performOperationSearchPatternsWithArguments(const Platform& platform,

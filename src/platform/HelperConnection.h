@@ -16,7 +16,8 @@ using FeedbackHandler = std::function<void(const Dictionary& message)>;
 
 /// A call waits for its reply without a time limit. It fails with an error of
 /// protocol/ConnectionErrors.h when the connection itself fails, and with POSIX error 4 after
-/// `interrupt`. Not thread-safe, except for `interrupt`.
+/// `interrupt`. Not thread-safe, except for `interrupt` and
+/// `stopOperation`.
 class HelperConnection {
  public:
   virtual ~HelperConnection() = default;
@@ -42,6 +43,10 @@ class HelperConnection {
   virtual Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
                                              const FeedbackHandler& handler,
                                              const Array& arguments) = 0;
+
+  /// Asks the daemon to end the operation that was called with a handler; the call still waits for
+  /// the reply. Without such an operation it does nothing. Async-signal-safe.
+  virtual void stopOperation() = 0;
 
   /// Makes the waiting call return POSIX error 4. The daemon still finishes its work.
   /// Async-signal-safe.

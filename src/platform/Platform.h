@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/WorkerPool.h"
+#include "protocol/StopRequest.h"
 
 namespace qrt {
 
@@ -56,9 +57,11 @@ struct Platform {
   Volumes& volumes;
   /// Of the user whose request is performed.
   WorkerShare workers;
+  /// Of the requestor of the operation that is performed.
+  const StopRequest& stop;
 
   /// The same facilities for a request of a user.
-  Platform forRequest(Log& itsLog, std::uint32_t user) const {
+  Platform forRequest(Log& itsLog, std::uint32_t user, const StopRequest& itsStop) const {
     return {root,
             itsLog,
             self,
@@ -79,7 +82,8 @@ struct Platform {
             applications,
             codeSigning,
             volumes,
-            {workers.pool, user}};
+            {workers.pool, user},
+            itsStop};
   }
 };
 

@@ -16,6 +16,7 @@
 #include "base/Result.h"
 #include "platform/FileDescriptor.h"
 #include "platform/StandardStream.h"
+#include "protocol/StopRequest.h"
 
 namespace qrt {
 
@@ -43,6 +44,8 @@ class Subprocess {
 
   static constexpr std::size_t maximumPiece = 64 << 10;
   static constexpr std::chrono::seconds drainPatience{2};
+  /// The time that a program gets to end by itself.
+  static constexpr std::chrono::seconds terminationPatience{5};
 
   /// Makes the pipes of a run. Fails when descriptors have run out. Thread-safe.
   static PosixResult<std::unique_ptr<Subprocess>> prepare();
@@ -62,13 +65,17 @@ class Subprocess {
   PosixCode launch(const ProgramLaunch& program);
 
   /// Passes output on until the program ends. Returns its exit status, or the number of the signal
-  /// that killed it.
-  std::int32_t waitUntilExit(const Sink& sink);
+  /// that killed it. A request to stop asks the program to end (SIGTERM), and kills it (SIGKILL)
+  /// when it has not ended within `terminationPatience`.
+  std::int32_t waitUntilExit(const Sink& sink, const StopRequest& stop);
 
   /// After the exit: passes on the remaining output until both streams have ended. A process that
   /// the program started may keep them open; after `drainPatience` without output they count as
-  /// ended.
+  /// ended. So they do for a stopped program once `terminationPatience` is over.
   void drain(const Sink& sink);
+
+  /// Whether the program was asked to end.
+  bool wasStopped() const { return stoppedAt_.has_value(); }
 
  private:
   struct Pipe {
@@ -76,7 +83,13 @@ class Subprocess {
     FileDescriptor writingEnd;
   };
 
+  using Clock = std::chrono::steady_clock;
+
   Subprocess();
+  void stopChild();
+  bool isPatienceOver() const {
+    return stoppedAt_ && Clock::now() - *stoppedAt_ >= terminationPatience;
+  }
   static bool open(Pipe& pipe);
   bool bothEnded() const { return hasEnded_[0] && hasEnded_[1]; }
   bool passOn(const Sink& sink, std::chrono::milliseconds patience);
@@ -88,6 +101,8 @@ class Subprocess {
   Pipe report_;
   /// Its process id; 0 when there is no child.
   std::int32_t child_ = 0;
+  /// When the program was asked to end.
+  std::optional<Clock::time_point> stoppedAt_;
   /// While the program runs.
   std::unique_ptr<ProgramActivity> activity_;
   /// In the order of `StandardStream`.

@@ -1,4 +1,4 @@
-// The way back to a requestor while its operation runs.
+// The connection to a requestor while its operation runs.
 #pragma once
 
 #include <memory>
@@ -7,12 +7,13 @@
 #include "base/PropertyValue.h"
 #include "protocol/FeedbackMessage.h"
 #include "protocol/RemoteInterface.h"
+#include "protocol/StopRequest.h"
 
 namespace qrt {
 
-/// Messages travel one way and in order. A requestor that does not read costs a bounded amount of
-/// memory and delays its own operation only: when too much waits, newer progress replaces older,
-/// and records and output wait.
+/// Messages travel to the requestor in order. A requestor that does not read costs a bounded amount
+/// of memory and delays its own operation only: when too much waits, newer progress replaces older,
+/// and records and output wait. The other way the requestor can only ask that its operation stops.
 class FeedbackConnection {
  public:
   virtual ~FeedbackConnection() = default;
@@ -23,6 +24,9 @@ class FeedbackConnection {
 
   /// Sends a message, without a reply.
   virtual void processPrivilegedOperationFeedback(FeedbackMessage message) = 0;
+
+  /// Set when the requestor asks for the end of its operation. Lives as long as the connection.
+  virtual const StopRequest& stopRequest() const = 0;
 
   /// Sends the waiting messages and ends the connection.
   virtual void suspend() = 0;

@@ -43,6 +43,9 @@ inline constexpr const char* feedbackPath = "/com/vantor/QRTPrivilegedOperationF
 inline constexpr const char* feedbackInterface =
     "com.vantor.QRTPrivilegedOperationFeedbackProtocol";
 inline constexpr const char* feedbackMethod = "processPrivilegedOperationFeedback";
+inline constexpr const char* controlPath = "/com/vantor/QRTOperationControl";
+inline constexpr const char* controlInterface = "com.vantor.QRTOperationControlProtocol";
+inline constexpr const char* stopMethod = "stopOperation";
 /// The reply to "Hello".
 inline constexpr const char* peerName = ":1.0";
 }  // namespace wire

@@ -240,7 +240,8 @@ Outcome RequestPipeline::run(const Request& request) const {
 }
 
 Outcome RequestPipeline::dispatch(const Request& request) const {
-  const auto platform = platform_.forRequest(request.log, request.caller.userID);
+  const auto& stop = request.feedback ? request.feedback->stopRequest() : StopRequest::never();
+  const auto platform = platform_.forRequest(request.log, request.caller.userID, stop);
   const auto internal = internalOperations_.find(request.code);
   if (internal != internalOperations_.end()) {
     return internal->second(platform, request.arguments, nullptr);
@@ -256,7 +257,10 @@ Outcome RequestPipeline::dispatch(const Request& request) const {
   }
   request.log.info("Operation %{public}@ will be executed with feedback option %{public}s.",
                    request.identifier, request.feedback ? "enabled" : "disabled");
-  return (*handler)(platform, request.arguments, request.feedback.get());
+  auto outcome = (*handler)(platform, request.arguments, request.feedback.get());
+  // The handler reports the step that the request to stop ended.
+  const bool wasStopped = stop.isSet() && codeOf(outcome) != 0;
+  return wasStopped ? posixError(PosixCode::canceled) : outcome;
 }
 
 void RequestPipeline::closeFeedback(Request& request) const {

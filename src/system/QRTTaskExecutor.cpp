@@ -70,8 +70,9 @@ std::int32_t QRTTaskExecutor::runSubTask(const ProgramLaunch& program) {
   const auto receiveOutput = [this](StandardStream stream, std::span<const std::uint8_t> piece) {
     processIncomingData({piece.begin(), piece.end()}, stream == StandardStream::error);
   };
-  const auto status = subTask_->waitUntilExit(receiveOutput);
+  const auto status = subTask_->waitUntilExit(receiveOutput, stop_);
   subTask_->drain(receiveOutput);
+  wasStopped_ = subTask_->wasStopped();
   for (const bool isError : {false, true}) processIncomingData({}, isError);
   return status;
 }

@@ -33,7 +33,9 @@ class QRTTaskExecutor {
   /// The status of a program that could not be run.
   static constexpr std::int32_t notRun = -1;
 
-  explicit QRTTaskExecutor(Log& log) : log_(log) {}
+  /// `stop` ends a program that runs, see `Subprocess::waitUntilExit`.
+  explicit QRTTaskExecutor(Log& log, const StopRequest& stop = StopRequest::never())
+      : log_(log), stop_(stop) {}
 
   /// True if only root can replace the program: the path leads to a file of root and group 0 that
   /// group and others cannot write, in such a folder. An error only if descriptors or memory have
@@ -55,6 +57,9 @@ class QRTTaskExecutor {
   std::int32_t executeProgramAtPath(const std::string& path,
                                     const std::vector<std::string>& withArguments);
 
+  /// Whether the last program was stopped.
+  bool wasStopped() const { return wasStopped_; }
+
   /// This process's ends of the pipes while a program runs, else -1.
   int subTaskInputHandle() const { return subTask_ ? subTask_->inputHandle() : -1; }
   int subTaskOutputHandle() const { return subTask_ ? subTask_->outputHandle() : -1; }
@@ -65,6 +70,8 @@ class QRTTaskExecutor {
   void processIncomingData(Data data, bool asError);
 
   Log& log_;
+  const StopRequest& stop_;
+  bool wasStopped_ = false;
   QRTTaskExecutorDelegate* delegate_ = nullptr;
   EnvironmentChanges environment_;
   std::unique_ptr<Subprocess> subTask_;

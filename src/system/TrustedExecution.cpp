@@ -62,15 +62,18 @@ Outcome executeTrusted(const Platform& platform, QRTPrivilegedOperationSetVK2& o
     if (!*isSafe) return unsafePermissions(systemProgramAtPath);
   }
 
+  if (platform.stop.isSet()) return posixError(PosixCode::canceled);
+
   EnvironmentChanges environment{{"PATH", std::nullopt}};
   if (safePathEnvironment) environment["PATH"] = safeSearchPath;
   operationSet.setOutputConnection(forwardingOutputToConnection);
 
   OutputForwarder forwarder(forwardingOutputToConnection);
-  QRTTaskExecutor executor(platform.log);
+  QRTTaskExecutor executor(platform.log, platform.stop);
   executor.setDelegate(&forwarder);
   executor.setEnvironmentChanges(std::move(environment));
   const auto status = executor.executeProgramAtPath(systemProgramAtPath, withArguments);
+  if (executor.wasStopped()) return posixError(PosixCode::canceled);
   if (status != 0) return failedWithStatus(status);
   operationSet.setOutputConnection(nullptr);
   return success;

@@ -43,7 +43,7 @@ class EnumeratorTest : public test::OperationFixture {
   Paths allAt(const std::string& path, bool stay = false) { return at(path, stay)->allObjects(); }
 
   test::RecordingLog log_;
-  const Platform withLog_ = platform_.forRequest(log_, 0);
+  const Platform withLog_ = platform_.forRequest(log_, 0, StopRequest::never());
 };
 
 TEST_F(EnumeratorTest, ALinkAsBaseStaysOnTheFileSystemOfTheLinkItself) {

@@ -102,5 +102,21 @@ TEST_F(TreeWalkTest, AMovedFolderEndsTheWalk) {
   }
 }
 
+TEST_F(TreeWalkTest, ARequestToStopEndsEveryWorker) {
+  scratch_.make("seq 0 399 | xargs -I{} echo {}/{}/{} | xargs mkdir -p");
+  StopRequest stop;
+  Counter counter;
+  counter.delay = std::chrono::microseconds(50);
+  counter.onFolder = [&](const TreeObject&) {
+    if (counter.visits >= 600) stop.set();
+  };
+  const auto platform = platform_.forRequest(platform_.log, 0, stop);
+  const auto failure = walkTree(platform, scratch_.path().c_str(), counter);
+  ASSERT_TRUE(failure);
+  EXPECT_EQ(failure->code, PosixCode::canceled);
+  // Each worker finishes the call that it makes.
+  EXPECT_LT(counter.visits, 600 + 2 * 16);
+}
+
 }  // namespace
 }  // namespace qrt

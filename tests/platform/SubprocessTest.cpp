@@ -20,15 +20,17 @@ struct Finished {
 };
 
 Finished runProgram(const std::string& path, const std::vector<std::string>& arguments,
-                    const EnvironmentChanges& environment = {}) {
+                    const EnvironmentChanges& environment = {}, bool isStopped = false) {
+  StopRequest stop;
   Finished finished;
   const auto subprocess = std::move(*Subprocess::prepare());
   EXPECT_EQ(subprocess->launch({path, arguments, environment}), PosixCode::success);
-  const auto receive = [&finished](StandardStream stream, std::span<const std::uint8_t> piece) {
+  const auto receive = [&](StandardStream stream, std::span<const std::uint8_t> piece) {
     auto& text = stream == StandardStream::output ? finished.output : finished.error;
     text.append(piece.begin(), piece.end());
+    if (isStopped) stop.set();
   };
-  finished.status = subprocess->waitUntilExit(receive);
+  finished.status = subprocess->waitUntilExit(receive, stop);
   subprocess->drain(receive);
   return finished;
 }
@@ -44,6 +46,19 @@ TEST(Subprocess, AProcessThatKeepsTheStreamsOpenDelaysTheEndByTwoSeconds) {
   kill(std::stoi(finished.output), SIGKILL);
   EXPECT_TRUE(finished.output.ends_with("\nlate\n"));
   EXPECT_EQ(finished.status, 6);
+}
+
+TEST(Subprocess, AStoppedProgramHasFiveSecondsToEnd) {
+  const std::tuple<std::string, int, std::chrono::seconds> cases[] = {
+      {"echo; exec sleep 60", SIGTERM, 0s},
+      {"echo; exec sleep 60 >&- 2>&-", SIGTERM, 0s},
+      {"trap '' TERM; while :; do echo; done", SIGKILL, 5s}};
+  for (const auto& [script, status, time] : cases) {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(runProgram("/bin/sh", {"-c", script}, {}, true).status, status);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, time);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, time + 2s) << script;
+  }
 }
 
 TEST(Subprocess, AFailedLaunchReportsItsReasonAndNoProgramRemains) {

@@ -15,6 +15,7 @@ class FakeFeedback : public FeedbackEndpoint {
   std::optional<Error> refusal;
   std::vector<Dictionary> messages;
   bool suspended = false;
+  StopRequest stop;
 
   RemoteInterface interface;
 
@@ -37,6 +38,7 @@ class FakeFeedback : public FeedbackEndpoint {
     void processPrivilegedOperationFeedback(FeedbackMessage message) override {
       owner.messages.push_back(dictionaryOf(std::move(message)));
     }
+    const StopRequest& stopRequest() const override { return owner.stop; }
     void suspend() override { owner.suspended = true; }
   };
 };

@@ -95,6 +95,7 @@ class FakeHelper : public HelperConnector {
       if (isInterrupted) return posixError(PosixCode::interrupted);
       return helper.answer;
     }
+    void stopOperation() override { helper.calls.push_back("stop"); }
     void interrupt() override { isInterrupted = true; }
   };
 };

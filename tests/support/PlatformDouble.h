@@ -57,7 +57,8 @@ inline Platform platformWith(const Doubles& doubles, const Platform& rest) {
           .applications = either(doubles.applications, rest.applications),
           .codeSigning = either(doubles.codeSigning, rest.codeSigning),
           .volumes = rest.volumes,
-          .workers = rest.workers};
+          .workers = rest.workers,
+          .stop = rest.stop};
 }
 
 }  // namespace qrt::test

@@ -28,6 +28,7 @@ QRTDirectoryEnumerator::QRTDirectoryEnumerator(const Platform& platform,
                                                const std::string& basePath)
     : files_(platform.files),
       log_(platform.log),
+      stop_(platform.stop),
       basePath_(basePath),
       bounds_(files_, log_, basePath),
       prefetch_(files_, bounds_, platform.workers) {}
@@ -50,6 +51,8 @@ std::optional<std::string> QRTDirectoryEnumerator::nextObject() {
 }
 
 bool QRTDirectoryEnumerator::advance() {
+  wasStopped_ = stop_.isSet();
+  if (wasStopped_) return false;
   if (!advanceInPrefetched() && !advanceCursor()) return false;
   bounds_.log(entry_->limit);
   levels_ = entry_->levels();

@@ -20,8 +20,8 @@ namespace qrt {
 /// its paths say where objects were found. A caller that acts on an object uses `object()`, so that
 /// an exchanged folder cannot lead it astray.
 ///
-/// An unreadable folder is returned without its contents, and that is not an error. Only running
-/// out of descriptors or memory ends the walk early, see `failure()`.
+/// An unreadable folder is returned without its contents, and that is not an error. Only a request
+/// to stop, or running out of descriptors or memory, ends the walk early, see `failure()`.
 ///
 /// Belongs to one thread. Not restartable.
 class QRTDirectoryEnumerator {
@@ -76,9 +76,9 @@ class QRTDirectoryEnumerator {
   /// Its path relative to the base.
   const std::string& objectPath() const { return *path_; }
 
-  /// `success`, or the reason why the walk ended early: descriptors or memory ran out. The objects
-  /// returned are then incomplete, and the caller reports that.
-  PosixCode failure() const { return cursor_.failure(); }
+  /// `success`, or the reason why the walk ended early: descriptors or memory ran out, or
+  /// `canceled`. The objects returned are then incomplete, and the caller reports that.
+  PosixCode failure() const { return wasStopped_ ? PosixCode::canceled : cursor_.failure(); }
 
  private:
   static constexpr std::string_view className = "QRTDirectoryEnumerator";
@@ -92,6 +92,8 @@ class QRTDirectoryEnumerator {
 
   FileSystem& files_;
   Log& log_;
+  const StopRequest& stop_;
+  bool wasStopped_ = false;
   std::string basePath_;
   WalkBounds bounds_;
   HierarchyCursor cursor_{files_, bounds_};

@@ -54,7 +54,11 @@ struct Walk {
   static constexpr std::size_t enoughWaiting = 64;
 
   Walk(const Platform& platform, FileAt theTop, TreeVisitor& theVisitor)
-      : files(platform.files), top(theTop), visitor(theVisitor), count(platform.workers) {}
+      : files(platform.files),
+        top(theTop),
+        visitor(theVisitor),
+        stop(platform.stop),
+        count(platform.workers) {}
 
   void fail(PosixCode code, std::string relativePath) {
     const std::lock_guard lock(mutex);
@@ -66,6 +70,7 @@ struct Walk {
   FileSystem& files;
   const FileAt top;
   TreeVisitor& visitor;
+  const StopRequest& stop;
   WorkerCount count;
   OpenFolders folders{files, WorkerCount::maximum, visitor.heldDescriptors()};
   WorkQueue<Piece> waiting{WorkerCount::maximum, enoughWaiting};
@@ -116,7 +121,7 @@ class Worker {
   TreeObject objectOf(const TreeFolder& folder) const;
   void cannotRead(const TreeFolder& folder, PosixCode reason);
   void cannotReadOn(TreeFolder& folder, PosixCode reason);
-  bool isStopped() const { return walk_.isStopped.load(std::memory_order_relaxed); }
+  bool isStopped() const;
 
   Walk& walk_;
   Helpers& helpers_;
@@ -124,6 +129,14 @@ class Worker {
   WorkerMeter meter_;
   std::size_t seen_ = 0;
 };
+
+/// Also notices that the requestor wants the walk to end.
+bool Worker::isStopped() const {
+  if (walk_.isStopped.load(std::memory_order_relaxed)) return true;
+  if (!walk_.stop.isSet()) return false;
+  walk_.fail(PosixCode::canceled, {});
+  return true;
+}
 
 void Worker::work() {
   while (!walk_.waiting.isClosed()) {

@@ -72,7 +72,8 @@ struct TreeFailure {
 };
 
 /// Visits what is below `top`, which is not followed when it is a link. Folders are opened relative
-/// to the open folder that holds them. The first error ends the walk and is returned.
+/// to the open folder that holds them. The first error ends the walk and is returned. A request to
+/// stop is the error `canceled`.
 ///
 /// Holds at most `OpenFolders::maximumDescriptors` whatever the depth: folders further up are
 /// closed and opened again on the way back. A folder that has been moved elsewhere by then is

@@ -27,7 +27,8 @@ struct NativePlatform::Facilities {
                    .applications = *owned.applications,
                    .codeSigning = *owned.codeSigning,
                    .volumes = *owned.volumes,
-                   .workers = {workers}} {}
+                   .workers = {workers},
+                   .stop = StopRequest::never()} {}
 
   const NativeFacilities owned;
   WorkerPool workers;

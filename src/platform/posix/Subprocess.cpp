@@ -20,8 +20,7 @@ extern char** environ;
 namespace qrt {
 namespace {
 
-/// How long after the end of a program it is noticed at the latest, when another process keeps its
-/// streams open.
+/// How long after the end of a program, or a request to stop it, that is noticed at the latest.
 constexpr std::chrono::milliseconds exitCheckInterval{100};
 
 /// Moves a descriptor away from the numbers of the standard streams: a process that was started
@@ -178,23 +177,36 @@ PosixCode Subprocess::launch(const ProgramLaunch& program) {
   return PosixCode::success;
 }
 
-std::int32_t Subprocess::waitUntilExit(const Sink& sink) {
+std::int32_t Subprocess::waitUntilExit(const Sink& sink, const StopRequest& stop) {
+  // Most programs end right after they closed their streams.
+  std::chrono::milliseconds patience{1};
   for (;;) {
+    if (stop.isSet()) stopChild();
     int status = 0;
-    // When both streams have ended, only the exit is left to wait for.
-    const auto result = waitFor(child_, &status, bothEnded() ? 0 : WNOHANG);
+    const auto result = waitFor(child_, &status, WNOHANG);
     if (result != 0) {
       child_ = 0;
       activity_.reset();
       if (result < 0) return -1;
       return WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
     }
-    passOn(sink, exitCheckInterval);
+    passOn(sink, bothEnded() ? patience : exitCheckInterval);
+    if (bothEnded()) patience = std::min(2 * patience, exitCheckInterval);
+  }
+}
+
+/// To be called again and again until the child has ended.
+void Subprocess::stopChild() {
+  if (!stoppedAt_) {
+    stoppedAt_ = Clock::now();
+    ::kill(child_, SIGTERM);
+  } else if (isPatienceOver()) {
+    ::kill(child_, SIGKILL);
   }
 }
 
 void Subprocess::drain(const Sink& sink) {
-  while (!bothEnded() && passOn(sink, drainPatience)) continue;
+  while (!bothEnded() && !isPatienceOver() && passOn(sink, drainPatience)) continue;
 }
 
 /// Passes on a piece of each stream that has one. False when neither had for as long as `patience`.

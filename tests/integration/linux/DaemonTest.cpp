@@ -49,7 +49,10 @@ class DaemonTest : public test::DaemonFixture {
                std::size_t descriptors = 0) {
     const auto form = connect()->createExternalForm();
     const auto body = RawClient::request(code, *form, endpoints, [&](WireBytes& values) {
-      for (const auto& path : paths) values.signature("s").string(*path.string());
+      for (const auto& value : paths) {
+        if (value.string()) values.signature("s").string(*value.string());
+        if (value.number()) values.signature("t").u64(value.number()->asUInt64());
+      }
     });
     return RawClient::methodCall("performPrivilegedOperation", "tayahav", body, descriptors);
   }
@@ -294,6 +297,36 @@ TEST_F(DaemonTest, ARequestorThatNeverReadsDelaysNothing) {
   EXPECT_TRUE(isEmptied(folders.front()) && isEmptied(folders.back()));
   // The request itself is about a megabyte and half as values.
   EXPECT_LT(daemon_->memory() - before, 4 << 10);
+}
+
+/// The requestor asks before the operation begins, so that each ends at its first step. Another
+/// client's operation, which has begun, does not.
+TEST_F(DaemonTest, OnlyItsOwnRequestorStopsAnOperation) {
+  const auto stop = RawClient::methodCall("stopOperation", "", {}, 0, "QRTOperationControl");
+  const auto folders = makeFolders(2'000);
+  const std::string folder = daemon_->folder(), kept = daemon_->folder() + "/0/inside";
+  const std::pair<std::uint64_t, Array> operations[] = {
+      {3, {"1", "0", folder}},        {4, {folder}},
+      {10, {folder, 0, 0}},           {11, {folder, "", "", 1}},
+      {12, {folder, "0", "1", "in"}}, {13, {folder, 0}},
+      {21, {folder, 1, 0, 63}},       {22, {"/App", "chmod", "0700", kept}},
+  };
+  bool wasRunning = false;
+  const auto stopOthers = [&](const Dictionary&) {
+    if (std::exchange(wasRunning, true)) return;
+    auto peer = client();
+    EXPECT_TRUE(peer.send(stop) && peer.receiveReply()->isError);
+    for (const auto& [code, arguments] : operations) {
+      test::SocketPair pair;
+      RawClient receiver(std::move(pair.second));
+      ASSERT_TRUE(receiver.send(RawClient::handshakeBytes()) && receiver.send(stop));
+      ASSERT_TRUE(peer.send(request(code, arguments, 1, 1), {pair.first.get()}));
+      EXPECT_EQ(peer.receiveReply()->outcome(), std::pair(std::string(posixErrorDomain), 89L));
+      EXPECT_TRUE(test::exists(kept)) << code;
+    }
+  };
+  EXPECT_EQ(perform(*connect(), 10, {folder, 0, 0}, stopOthers), success);
+  EXPECT_TRUE(wasRunning);
 }
 
 TEST_F(DaemonTest, EndsAfterTheOperationOfItsLastClient) {

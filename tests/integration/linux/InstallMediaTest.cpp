@@ -10,11 +10,10 @@ namespace {
 
 constexpr std::uint64_t createInstallmedia = 25;
 
-/// Prints its arguments and ends after the test has received them.
+/// Prints its arguments and waits until it is stopped.
 constexpr const char* tool = R"tool(#!/bin/sh
 echo "$@ PATH=$(/usr/bin/printenv PATH)"
-until [ -e "$4/arrived" ]; do /bin/sleep 0.1; done
-echo done >&2
+exec /bin/sleep 60
 )tool";
 
 class InstallMediaTest : public test::DaemonFixture {
@@ -31,14 +30,15 @@ class InstallMediaTest : public test::DaemonFixture {
     start("", "trusting_daemon " + scratch_.file("digest", digest));
   }
 
-  /// Collects the tool's output, and then creates the file that the tool waits for.
+  /// Collects the tool's output, and then stops it.
   Outcome perform(const std::string& installer, const std::string& volume) {
-    return DaemonFixture::perform(*connect(), createInstallmedia, {installer, volume},
+    const auto connection = connect();
+    return DaemonFixture::perform(*connection, createInstallmedia, {installer, volume},
                                   [&](const Dictionary& message) {
                                     const auto* piece = message.begin()->second.data();
-                                    if (!piece) return;
+                                    if (!piece || piece->empty()) return;
                                     output_.append(piece->begin(), piece->end());
-                                    test::plant(scratch_, "volume/arrived");
+                                    connection->stopOperation();
                                   });
   }
 
@@ -66,6 +66,12 @@ TEST_F(InstallMediaTest, NothingRunsForAnotherVolumeOrInstaller) {
     ASSERT_EQ(codeOf(outcome), code) << installer << " " << volume;
     EXPECT_EQ(*stringIn(outcome->userInfo, filePathErrorKey), code == 18 ? installer : volume);
   }
+}
+
+TEST_F(InstallMediaTest, TheToolRunsUntilItsRequestorStopsIt) {
+  EXPECT_EQ(perform(installer_, volume_), posixError(PosixCode::canceled));
+  const auto words = "--applicationpath " + installer_ + " --volume " + volume_;
+  EXPECT_TRUE(output_.starts_with(words + " --nointeraction PATH=")) << output_;
 }
 
 }  // namespace

@@ -100,9 +100,10 @@ class RawClient {
     return count == 0 || errno != EAGAIN;
   }
 
-  /// A method call to the helper.
+  /// A method call to the helper, or to the object and interface of another name.
   static Data methodCall(const std::string& member, const std::string& signature = "",
-                         const Data& body = {}, std::size_t descriptors = 0) {
+                         const Data& body = {}, std::size_t descriptors = 0,
+                         const std::string& object = "QRTPrivilegedHelper") {
     WireBytes message;
     message.byte('l').byte(1).byte(0).byte(1);
     message.u32(static_cast<std::uint32_t>(body.size())).u32(1);
@@ -110,8 +111,8 @@ class RawClient {
       const auto field = [&](unsigned code, const char* type) -> WireBytes& {
         return fields.align(8).byte(code).signature(type);
       };
-      field(1, "o").string("/com/vantor/QRTPrivilegedHelper");
-      field(2, "s").string("com.vantor.QRTPrivilegedHelperProtocol");
+      field(1, "o").string("/com/vantor/" + object);
+      field(2, "s").string("com.vantor." + object + "Protocol");
       field(3, "s").string(member);
       if (!signature.empty()) field(8, "g").signature(signature);
       if (descriptors > 0) field(9, "u").u32(static_cast<std::uint32_t>(descriptors));

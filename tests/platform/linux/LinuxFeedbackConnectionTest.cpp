@@ -8,14 +8,15 @@
 #include <limits>
 #include <thread>
 
+#include "integration/linux/RawClient.h"
 #include "protocol/FeedbackMessage.h"
 #include "protocol/Names.h"
-#include "support/WirePair.h"
 
 namespace qrt {
 namespace {
 
 using namespace std::chrono_literals;
+using test::RawClient;
 using Clock = std::chrono::steady_clock;
 
 class LinuxFeedbackConnectionTest : public testing::Test {
@@ -97,6 +98,45 @@ TEST_F(LinuxFeedbackConnectionTest, ABusClientGetsEveryMessage) {
     connection.processPrivilegedOperationFeedback(finalMessage());
     connection.suspend();
     ASSERT_EQ(received.get(), 3) << round;
+  }
+}
+
+/// What a requestor may say is limited. Saying more ends the listening and nothing else.
+TEST_F(LinuxFeedbackConnectionTest, ARequestorThatSaysTooMuchIsNotListenedTo) {
+  const auto stop = RawClient::methodCall("stopOperation", "", {}, 0, "QRTOperationControl");
+  const auto hello = RawClient::methodCall("Hello");
+  const auto withDescriptor = RawClient::methodCall("Hello", "", {}, 1);
+  struct Case {
+    const char* name;
+    Data message;
+    int times;
+    bool hasDescriptor, isHeard;
+  };
+  const Case cases[] = {
+      {"nothing", {}, 1, false, true},
+      {"99 messages", hello, 99, false, true},
+      {"100 messages", hello, 100, false, false},
+      {"a descriptor", withDescriptor, 1, true, false},
+      {"a long message", RawClient::methodCall("Hello", "", Data(4096)), 1, false, false},
+      {"no message", Data(64, 0xAA), 1, false, false}};
+  for (const auto& [name, message, times, hasDescriptor, isHeard] : cases) {
+    test::SocketPair pair;
+    RawClient peer(std::move(pair.second));
+    LinuxFeedbackConnection connection(only(std::move(pair.first)), request_.first.get(),
+                                       feedbackRemoteInterface);
+    EXPECT_TRUE(peer.send(RawClient::handshakeBytes()));
+    ASSERT_EQ(connection.open(progressMessage(0)), success);
+    for (int i = 0; i < times; ++i) {
+      peer.send(message, hasDescriptor ? std::vector{peer.socket()} : std::vector<int>());
+    }
+    peer.send(stop);
+    connection.processPrivilegedOperationFeedback(finalMessage());
+    EXPECT_TRUE(peer.receiveHandshake());
+    const int replies = times == 1 ? 0 : times;
+    for (int received = 0; received < replies + 2; ++received)
+      EXPECT_TRUE(peer.receiveReply()) << name;
+    connection.suspend();
+    EXPECT_EQ(connection.stopRequest().isSet(), isHeard) << name;
   }
 }
 

@@ -54,6 +54,7 @@ class EchoingHelper : public QRTPrivilegedHelperProtocol, public ListenerDelegat
       return posixError(PosixCode::invalidArgument);
     }
     const auto values = arguments->decode();
+    bool isStopped = false;
     if (endpoint) {
       const auto feedback = endpoint->connect(feedbackRemoteInterface);
       EXPECT_EQ(feedback->open(progressMessage(0)), success);
@@ -64,10 +65,11 @@ class EchoingHelper : public QRTPrivilegedHelperProtocol, public ListenerDelegat
       feedback->processPrivilegedOperationFeedback(progressMessage(1));
       feedback->processPrivilegedOperationFeedback(finalMessage());
       std::this_thread::sleep_for(std::chrono::milliseconds(250));
+      isStopped = feedback->stopRequest().isSet();
       feedback->suspend();
     }
     std::this_thread::sleep_for(duration);
-    return success;
+    return isStopped ? Outcome(posixError(PosixCode::canceled)) : success;
   }
 
  private:
@@ -137,6 +139,14 @@ TEST_F(XPCTransportTest, FeedbackComesInOrderAndBeforeTheReply) {
   EXPECT_EQ(received[1], oneOfEveryKind);
   EXPECT_EQ(received.end()[-2], progressMessage(1));
   EXPECT_EQ(received.back(), finalMessage());
+}
+
+TEST_F(XPCTransportTest, ARequestToStopReachesItsOperationOnly) {
+  const auto stop = [&](const Dictionary&) { connection_->stopOperation(); };
+  EXPECT_EQ(connection_->performPrivilegedOperation(0, {}, stop, {}),
+            posixError(PosixCode::canceled));
+  const auto listen = [](const Dictionary&) {};
+  EXPECT_EQ(connection_->performPrivilegedOperation(0, {}, listen, {}), success);
 }
 
 TEST_F(XPCTransportTest, AnInterruptionEndsTheCallAndNotTheNext) {

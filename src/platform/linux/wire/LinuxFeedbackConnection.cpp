@@ -82,6 +82,18 @@ Outcome LinuxFeedbackConnection::connect() {
   wake_.reset(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
   if (!wire || !wake_) return invalid("There are no resources for a feedback connection.");
   wire_ = std::move(*wire);
+  wire_->limitInput(inputLimit);
+  static const sd_bus_vtable control[] = {
+      SD_BUS_VTABLE_START(0),
+      SD_BUS_METHOD(
+          wire::stopMethod, "", "",
+          [](sd_bus_message* call, void* context, sd_bus_error*) {
+            static_cast<LinuxFeedbackConnection*>(context)->stop();
+            return sd_bus_reply_method_return(call, nullptr);
+          },
+          SD_BUS_VTABLE_UNPRIVILEGED),
+      SD_BUS_VTABLE_END};
+  wire_->addObject(wire::controlPath, wire::controlInterface, control, this);
   if (!wire_->handshake()) return invalid("Nobody answered at the feedback endpoint.");
   // A library that says Hello takes the first message that it gets for the answer.
   wire_->stepUntil([this] { return wire_->wasGreeted(); }, Clock::now() + greetingPatience);
@@ -113,9 +125,17 @@ bool LinuxFeedbackConnection::send(const FeedbackMessage& message) {
   return result >= 0;
 }
 
-bool LinuxFeedbackConnection::isFull(std::size_t further) const {
-  return !waiting_.empty() &&
-         (waiting_.size() >= maximumWaiting || waitingBytes_ + further > maximumWaitingBytes);
+/// `times` multiplies what may wait.
+bool LinuxFeedbackConnection::isFull(std::size_t further, std::size_t times) const {
+  return !waiting_.empty() && (waiting_.size() >= times * maximumWaiting ||
+                               waitingBytes_ + further > times * maximumWaitingBytes);
+}
+
+/// Wakes the operation if it waits for room.
+void LinuxFeedbackConnection::stop() {
+  const std::lock_guard lock(mutex_);
+  stopRequest_.set();
+  changed_.notify_all();
 }
 
 void LinuxFeedbackConnection::enqueue(FeedbackMessage message, bool canBeLost) {
@@ -138,8 +158,10 @@ void LinuxFeedbackConnection::processPrivilegedOperationFeedback(FeedbackMessage
       return;
     }
     if (!isFinal) {
-      changed_.wait(lock, [&] { return lostRequestor_ || !isFull(bytes); });
-      if (lostRequestor_) return;
+      changed_.wait(lock, [&] { return lostRequestor_ || stopRequest_.isSet() || !isFull(bytes); });
+      // A stopped search sends its last records. What a stopped program still writes can be lost.
+      constexpr std::size_t timesWhenStopped = 2;
+      if (lostRequestor_ || isFull(bytes, timesWhenStopped)) return;
     }
     if (newestProgress_) enqueue(*std::exchange(newestProgress_, std::nullopt), true);
     enqueue(std::move(message), isProgress || isFinal);

@@ -17,11 +17,16 @@
 namespace qrt {
 
 /// The daemon's end of a requestor's feedback socket. A thread of its own writes what waits,
-/// answers the peer's handshake calls, and notices when the requestor is gone.
+/// answers the peer's calls, and notices when the requestor is gone. The one call that matters asks
+/// for the end of the operation; from then on nothing waits for room.
 class LinuxFeedbackConnection : public FeedbackConnection {
  public:
   static constexpr std::size_t maximumWaiting = 256;
   static constexpr std::size_t maximumWaitingBytes = 1 << 20;
+  /// A requestor has hardly anything to say here. One that sends more is not listened to any
+  /// longer.
+  static constexpr WireConnection::InputLimit inputLimit{.messages = 100,
+                                                         .bytesOfMessage = 4 << 10};
   static constexpr std::chrono::seconds progressPatience{5};
   /// The time that a peer has to say Hello before the first message is sent.
   static constexpr std::chrono::milliseconds greetingPatience{20};
@@ -34,6 +39,7 @@ class LinuxFeedbackConnection : public FeedbackConnection {
 
   Outcome open(Dictionary firstMessage) override;
   void processPrivilegedOperationFeedback(FeedbackMessage message) override;
+  const StopRequest& stopRequest() const override { return stopRequest_; }
   void suspend() override;
 
  private:
@@ -55,7 +61,8 @@ class LinuxFeedbackConnection : public FeedbackConnection {
   bool sendWaiting();
   bool waitForEvents();
   void enqueue(FeedbackMessage message, bool canBeLost);
-  bool isFull(std::size_t further) const;
+  bool isFull(std::size_t further, std::size_t times = 1) const;
+  void stop();
   void wakeThread();
 
   std::vector<FileDescriptor> endpoint_;
@@ -64,6 +71,7 @@ class LinuxFeedbackConnection : public FeedbackConnection {
   std::unique_ptr<WireConnection> wire_;
   FileDescriptor wake_;
   std::thread thread_;
+  StopRequest stopRequest_;
 
   std::mutex mutex_;
   std::condition_variable changed_;

@@ -5,12 +5,14 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "platform/linux/LinuxFacilities.h"
 #include "platform/linux/wire/WireConnection.h"
@@ -52,6 +54,18 @@ class FeedbackReceiver {
   int socket() const { return wire_->socket(); }
   short pollEvents() const { return wire_->pollEvents(); }
 
+  /// Once the connection is complete.
+  void stopOperation() {
+    isStopWanted_ = !hasGreeted_;
+    if (isStopWanted_) return;
+    sd_bus_message* made = nullptr;
+    int result = sd_bus_message_new_method_call(wire_->bus(), &made, nullptr, wire::controlPath,
+                                                wire::controlInterface, wire::stopMethod);
+    const BusMessage call(made);
+    if (result >= 0) result = sd_bus_message_set_expect_reply(made, 0);
+    if (result >= 0) sd_bus_send(wire_->bus(), made, nullptr);
+  }
+
   WireConnection::Progress step() {
     const auto progress = wire_->step();
     if (!hasGreeted_ && wire_->isReady() && !wire_->hasPeerLeft()) greet();
@@ -61,6 +75,7 @@ class FeedbackReceiver {
  private:
   void greet() {
     hasGreeted_ = true;
+    if (std::exchange(isStopWanted_, false)) stopOperation();
     sd_bus_call_method_async(wire_->bus(), nullptr, nullptr, "/org/freedesktop/DBus",
                              "org.freedesktop.DBus", "Hello", receiveAnswer, this, nullptr);
   }
@@ -81,12 +96,13 @@ class FeedbackReceiver {
   std::unique_ptr<WireConnection> wire_;
   const FeedbackHandler& handler_;
   bool hasGreeted_ = false;
+  bool isStopWanted_ = false;
 };
 
 class LinuxHelperConnection : public HelperConnection {
  public:
-  LinuxHelperConnection(std::unique_ptr<WireConnection> wire, FileDescriptor interruption)
-      : wire_(std::move(wire)), interruption_(std::move(interruption)) {}
+  LinuxHelperConnection(std::unique_ptr<WireConnection> wire, FileDescriptor wake)
+      : wire_(std::move(wire)), wake_(std::move(wake)) {}
 
   static Result<std::unique_ptr<HelperConnection>> over(FileDescriptor socket);
 
@@ -139,7 +155,15 @@ class LinuxHelperConnection : public HelperConnection {
                                      const FeedbackHandler& handler,
                                      const Array& arguments) override;
 
-  void interrupt() override { eventfd_write(interruption_.get(), 1); }
+  void stopOperation() override {
+    isStopWanted_ = true;
+    eventfd_write(wake_.get(), 1);
+  }
+
+  void interrupt() override {
+    isInterrupted_ = true;
+    eventfd_write(wake_.get(), 1);
+  }
 
  private:
   /// Reads what a reply carries; called while the connection dispatches it.
@@ -170,7 +194,10 @@ class LinuxHelperConnection : public HelperConnection {
   Outcome wait(PendingReply& reply, FeedbackReceiver* feedback);
 
   std::unique_ptr<WireConnection> wire_;
-  FileDescriptor interruption_;
+  /// The thread that waits looks at the flags.
+  FileDescriptor wake_;
+  std::atomic<bool> isStopWanted_ = false;
+  std::atomic<bool> isInterrupted_ = false;
 };
 
 Result<std::unique_ptr<HelperConnection>> LinuxHelperConnection::over(FileDescriptor socket) {
@@ -180,10 +207,10 @@ Result<std::unique_ptr<HelperConnection>> LinuxHelperConnection::over(FileDescri
   };
   if (!socket) return unusable();
   auto wire = WireConnection::make(std::move(socket), WireConnection::Role::client);
-  FileDescriptor interruption(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-  if (!wire || !interruption || !(*wire)->handshake()) return unusable();
+  FileDescriptor wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  if (!wire || !wake || !(*wire)->handshake()) return unusable();
   return std::unique_ptr<HelperConnection>(
-      std::make_unique<LinuxHelperConnection>(std::move(*wire), std::move(interruption)));
+      std::make_unique<LinuxHelperConnection>(std::move(*wire), std::move(wake)));
 }
 
 int LinuxHelperConnection::receiveReply(sd_bus_message* reply, void* context, sd_bus_error*) {
@@ -227,14 +254,17 @@ Outcome LinuxHelperConnection::call(const char* interface, const char* method,
 /// Runs the connection and the feedback until the reply has arrived.
 Outcome LinuxHelperConnection::wait(PendingReply& reply, FeedbackReceiver* feedback) {
   using Progress = WireConnection::Progress;
-  const auto pumpFeedback = [&feedback] {
+  const auto pumpFeedback = [&] {
     auto progress = Progress::made;
-    while (feedback && progress == Progress::made) progress = feedback->step();
+    while (feedback && progress == Progress::made && !isInterrupted_) {
+      if (isStopWanted_.exchange(false)) feedback->stopOperation();
+      progress = feedback->step();
+    }
     if (progress == Progress::closed) feedback = nullptr;
   };
   while (!reply.arrived) {
     pollfd events[] = {
-        {wire_->socket(), wire_->pollEvents(), 0}, {interruption_.get(), POLLIN, 0}, {-1, 0, 0}};
+        {wire_->socket(), wire_->pollEvents(), 0}, {wake_.get(), POLLIN, 0}, {-1, 0, 0}};
     if (feedback) events[2] = {feedback->socket(), feedback->pollEvents(), 0};
     if (poll(events, std::size(events), -1) < 0) {
       if (errno == EINTR) continue;
@@ -242,10 +272,10 @@ Outcome LinuxHelperConnection::wait(PendingReply& reply, FeedbackReceiver* feedb
     }
     if (events[1].revents != 0) {
       eventfd_t count;
-      eventfd_read(interruption_.get(), &count);
-      return posixError(PosixCode::interrupted);
+      eventfd_read(wake_.get(), &count);
+      if (isInterrupted_.exchange(false)) return posixError(PosixCode::interrupted);
     }
-    if (events[2].revents != 0) pumpFeedback();
+    if (events[1].revents != 0 || events[2].revents != 0) pumpFeedback();
     if (events[0].revents != 0 && wire_->step() == Progress::closed) break;
   }
   if (!reply.arrived) return interrupted();
@@ -258,6 +288,7 @@ Outcome LinuxHelperConnection::performPrivilegedOperation(std::uint64_t code,
                                                           const Data& authorizationData,
                                                           const FeedbackHandler& handler,
                                                           const Array& arguments) {
+  isStopWanted_ = false;
   FileDescriptor endpoint;
   std::optional<FeedbackReceiver> receiver;
   if (handler) {

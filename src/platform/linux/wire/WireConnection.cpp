@@ -108,8 +108,10 @@ bool WireConnection::hasPeerLeft() const {
 }
 
 short WireConnection::pollEvents() const {
-  // A peer that does not take its replies is not served further ones.
-  return hasQueuedOutput() ? POLLOUT : POLLIN;
+  const bool hasOutput = hasQueuedOutput();
+  // A peer that does not take its replies is not served further ones without a limit.
+  const bool mayRead = isReading_ && (!hasOutput || inputLimit_);
+  return static_cast<short>((hasOutput ? POLLOUT : 0) | (mayRead ? POLLIN : 0));
 }
 
 WireReader WireConnection::arguments() const {
@@ -161,12 +163,29 @@ WireConnection::Progress WireConnection::step(Patience patience) {
   if (hasQueuedOutput()) {
     if (hasPeerLeft()) dropOutput();
     if (!process()) return Progress::closed;
-    if (hasQueuedOutput()) return Progress::waits;
+    if (hasQueuedOutput() && !inputLimit_) return Progress::waits;
   }
+  if (isReading_) return readAndDispatch(patience);
+  return hasPeerLeft() ? Progress::closed : Progress::waits;
+}
+
+/// Of a connection with limited input only the reading ends.
+WireConnection::Progress WireConnection::refuse() {
+  if (!inputLimit_ || !isReady()) return Progress::closed;
+  shutdown(socket(), SHUT_RD);
+  descriptors_.clear();
+  isReading_ = false;
+  return Progress::made;
+}
+
+WireConnection::Progress WireConnection::readAndDispatch(Patience patience) {
   const bool isHandshake = !isReady();
   const auto read = isHandshake ? readHandshakeLine() : readMessage(patience);
   if (read == Read::waits) return Progress::waits;
-  if (read == Read::failed || !hasAnnouncedDescriptors(isHandshake)) return Progress::closed;
+  if (read == Read::refused) return refuse();
+  if (read == Read::failed) return Progress::closed;
+  if (!hasAnnouncedDescriptors(isHandshake)) return refuse();
+  if (inputLimit_ && !descriptors_.empty()) return refuse();
 
   const bool isLarge = received_.size() > LargeMessageQueue::largestWithout;
   const bool alive = feed() && (!isHandshake || !isReady() || feedThroughPipe());
@@ -180,7 +199,8 @@ WireConnection::Progress WireConnection::step(Patience patience) {
   }
   // libsystemd drops a message silently when its header fields make no sense.
   const bool dropped = !isHandshake && !dispatched_;
-  return alive && !dropped ? Progress::made : Progress::closed;
+  if (!alive) return Progress::closed;
+  return dropped ? refuse() : Progress::made;
 }
 
 /// Takes exactly one line from the socket, so that the first message stays there until the
@@ -204,8 +224,10 @@ WireConnection::Read WireConnection::readMessage(Patience patience) {
     if (read != Read::complete) return read;
     const auto frame =
         MessageFrame::parse(std::span(received_).first<MessageFrame::prefixLength>());
-    if (!frame) return Read::failed;
+    if (!frame) return Read::refused;
     frame_ = *frame;
+    if (inputLimit_ && frame_.length() > inputLimit_->bytesOfMessage) return Read::refused;
+    if (inputLimit_ && inputLimit_->messages-- == 0) return Read::refused;
   }
   const bool isLarge = frame_.length() > LargeMessageQueue::largestWithout;
   if (isLarge && role_ == Role::server) return readLargeMessage();
@@ -263,7 +285,8 @@ WireConnection::Read WireConnection::receive(std::size_t wanted, int flags) {
     received_.resize(before + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return errno == EAGAIN ? Read::waits : Read::failed;
-    if (count == 0 || !collectDescriptors(header)) return Read::failed;
+    if (count == 0) return Read::failed;
+    if (!collectDescriptors(header)) return Read::refused;
     flags |= MSG_DONTWAIT;  // Only the beginning of a message is waited for.
   }
   return Read::complete;

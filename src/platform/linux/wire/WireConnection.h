@@ -35,6 +35,11 @@ class WireConnection {
     waits,   ///< Nothing to do before the socket is ready for `pollEvents()`.
     closed,  ///< The peer left or sent what is no D-Bus message.
   };
+  /// What a peer may send that is expected to send hardly anything.
+  struct InputLimit {
+    std::size_t messages;
+    std::size_t bytesOfMessage;
+  };
   /// Whether a step may sleep until the next message begins to arrive.
   enum class Patience { noWait, untilMessage };
   using Clock = std::chrono::steady_clock;
@@ -46,6 +51,10 @@ class WireConnection {
   /// From here on messages over `LargeMessageQueue::largestWithout` are read when `user` has its
   /// turn. Before, they end a connection of the server's side; a client has asked for what it gets.
   void takeLargeMessages(LargeMessageQueue& queue, std::uint32_t user);
+
+  /// From here on a message over the limit, one with descriptors, and bytes that are no message end
+  /// the reading from the peer, and not the connection. Messages are read also while output waits.
+  void limitInput(InputLimit limit) { inputLimit_ = limit; }
 
   /// Shakes hands within the limit. False: the peer did not.
   bool handshake();
@@ -102,8 +111,10 @@ class WireConnection {
     std::uint32_t user;
   };
 
-  enum class Read { complete, waits, failed };
+  enum class Read { complete, waits, failed, refused };
   void dropOutput();
+  Progress refuse();
+  Progress readAndDispatch(Patience patience);
   Read readMessage(Patience patience);
   Read readLargeMessage();
   bool waitForTurn() const;
@@ -130,6 +141,9 @@ class WireConnection {
   std::optional<LargeMessages> largeMessages_;
   std::unique_ptr<LargeMessageTurn> turn_;
   std::size_t handshakeBytes_ = 0;
+  /// What the peer may still send.
+  std::optional<InputLimit> inputLimit_;
+  bool isReading_ = true;
   bool dispatched_ = false;
   bool wasGreeted_ = false;
 };

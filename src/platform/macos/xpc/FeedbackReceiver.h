@@ -10,6 +10,11 @@
 
 namespace qrt {
 
+/// The first connection that was accepted; nil before that.
+struct AcceptedConnection {
+  NSXPCConnection* connection = nil;
+};
+
 /// Offers an endpoint and passes every message that arrives there to the handler, on the thread
 /// that waits at the mailbox. Used by that thread only.
 class FeedbackReceiver {
@@ -22,6 +27,9 @@ class FeedbackReceiver {
 
   NSXPCListenerEndpoint* endpoint() const { return listener_.endpoint; }
 
+  /// Asks the daemon to stop the operation. False before the daemon has connected.
+  bool stopOperation();
+
   /// After the reply: returns when the handler has received everything that the daemon sent before
   /// it, or when the mailbox is interrupted.
   void receiveRest();
@@ -29,6 +37,8 @@ class FeedbackReceiver {
  private:
   const std::shared_ptr<Mailbox> mailbox_;
   const std::shared_ptr<FeedbackIntake> intake_;
+  /// Tasks of the mailbox set it.
+  const std::shared_ptr<AcceptedConnection> daemon_;
   NSXPCListener* const listener_;
   /// The listener does not keep it.
   const id<NSXPCListenerDelegate> delegate_;

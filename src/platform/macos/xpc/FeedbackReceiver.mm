@@ -3,6 +3,7 @@
 #include "platform/macos/xpc/XPCProtocols.h"
 #include "platform/macos/xpc/XPCValue.h"
 
+using qrt::AcceptedConnection;
 using qrt::FeedbackIntake;
 using qrt::Mailbox;
 
@@ -44,20 +45,24 @@ using qrt::Mailbox;
 /// Accepts connections, one after the other, and numbers them.
 @interface QRTFeedbackListener : NSObject <NSXPCListenerDelegate>
 - (instancetype)initWithIntake:(std::shared_ptr<FeedbackIntake>)intake
+                        daemon:(std::shared_ptr<AcceptedConnection>)daemon
                        mailbox:(std::shared_ptr<Mailbox>)mailbox;
 @end
 
 @implementation QRTFeedbackListener {
   int _lastNumber;
   std::shared_ptr<FeedbackIntake> _intake;
+  std::shared_ptr<AcceptedConnection> _daemon;
   std::shared_ptr<Mailbox> _mailbox;
 }
 
 - (instancetype)initWithIntake:(std::shared_ptr<FeedbackIntake>)intake
+                        daemon:(std::shared_ptr<AcceptedConnection>)daemon
                        mailbox:(std::shared_ptr<Mailbox>)mailbox {
   self = [super init];
   if (self) {
     _intake = std::move(intake);
+    _daemon = std::move(daemon);
     _mailbox = std::move(mailbox);
   }
   return self;
@@ -67,8 +72,13 @@ using qrt::Mailbox;
     shouldAcceptNewConnection:(NSXPCConnection*)newConnection {
   const int number = ++_lastNumber;
   const auto intake = _intake;
+  const auto daemon = _daemon;
   const auto mailbox = _mailbox;
-  mailbox->post([intake, number] { intake->accept(number); });
+  newConnection.remoteObjectInterface = qrt::controlXPCInterface();
+  mailbox->post([intake, daemon, number, newConnection] {
+    if (!daemon->connection) daemon->connection = newConnection;
+    intake->accept(number);
+  });
   newConnection.exportedInterface = qrt::feedbackXPCInterface();
   newConnection.exportedObject = [[QRTFeedbackConnection alloc] initWithNumber:number
                                                                         intake:intake
@@ -87,8 +97,11 @@ namespace qrt {
 FeedbackReceiver::FeedbackReceiver(std::shared_ptr<Mailbox> mailbox, const FeedbackHandler& handler)
     : mailbox_(std::move(mailbox)),
       intake_(std::make_shared<FeedbackIntake>(handler)),
+      daemon_(std::make_shared<AcceptedConnection>()),
       listener_([NSXPCListener anonymousListener]),
-      delegate_([[QRTFeedbackListener alloc] initWithIntake:intake_ mailbox:mailbox_]) {
+      delegate_([[QRTFeedbackListener alloc] initWithIntake:intake_
+                                                     daemon:daemon_
+                                                    mailbox:mailbox_]) {
   listener_.delegate = delegate_;
   [listener_ resume];
 }
@@ -96,6 +109,12 @@ FeedbackReceiver::FeedbackReceiver(std::shared_ptr<Mailbox> mailbox, const Feedb
 FeedbackReceiver::~FeedbackReceiver() {
   intake_->abandon();
   [listener_ invalidate];
+}
+
+bool FeedbackReceiver::stopOperation() {
+  if (!daemon_->connection) return false;
+  [id<QRTOperationControlProtocol>(daemon_->connection.remoteObjectProxy) stopOperation];
+  return true;
 }
 
 void FeedbackReceiver::receiveRest() {

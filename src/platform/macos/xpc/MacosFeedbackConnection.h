@@ -24,6 +24,7 @@ class MacosFeedbackConnection : public FeedbackConnection {
 
   Outcome open(Dictionary firstMessage) override;
   void processPrivilegedOperationFeedback(FeedbackMessage message) override;
+  const StopRequest& stopRequest() const override { return *stopRequest_; }
   void suspend() override;
 
  private:
@@ -33,6 +34,8 @@ class MacosFeedbackConnection : public FeedbackConnection {
   void sendNewestProgress();
 
   NSXPCConnection* const connection_;
+  /// The exported object, which can receive a last call after this object is gone, shares it.
+  const std::shared_ptr<StopRequest> stopRequest_ = std::make_shared<StopRequest>();
   std::mutex mutex_;
   Clock::time_point nextProgress_{};
   /// Progress that was held back.

@@ -5,6 +5,27 @@
 #include "platform/macos/xpc/XPCValue.h"
 #include "protocol/FeedbackMessage.h"
 
+/// Sets the request of one operation.
+@interface QRTOperationControl : NSObject <QRTOperationControlProtocol>
+- (instancetype)initWithStopRequest:(std::shared_ptr<qrt::StopRequest>)stopRequest;
+@end
+
+@implementation QRTOperationControl {
+  std::shared_ptr<qrt::StopRequest> _stopRequest;
+}
+
+- (instancetype)initWithStopRequest:(std::shared_ptr<qrt::StopRequest>)stopRequest {
+  self = [super init];
+  if (self) _stopRequest = std::move(stopRequest);
+  return self;
+}
+
+- (void)stopOperation {
+  _stopRequest->set();
+}
+
+@end
+
 namespace qrt {
 namespace {
 
@@ -20,6 +41,8 @@ MacosFeedbackConnection::MacosFeedbackConnection(NSXPCListenerEndpoint* endpoint
                                                  const RemoteInterface& interface)
     : connection_([[NSXPCConnection alloc] initWithListenerEndpoint:endpoint]) {
   connection_.remoteObjectInterface = xpcInterface(interface);
+  connection_.exportedInterface = controlXPCInterface();
+  connection_.exportedObject = [[QRTOperationControl alloc] initWithStopRequest:stopRequest_];
   [connection_ resume];
 }
 

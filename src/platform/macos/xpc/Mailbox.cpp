@@ -21,8 +21,10 @@ Mailbox::Mailbox() {
 }
 
 void Mailbox::wake() {
+  const int error = errno;
   const char byte = 0;
   [[maybe_unused]] const auto written = write(writingEnd_.get(), &byte, sizeof byte);
+  errno = error;
 }
 
 void Mailbox::post(Task task) {
@@ -34,10 +36,8 @@ void Mailbox::post(Task task) {
 }
 
 void Mailbox::interrupt() {
-  const int error = errno;
   isInterrupted_ = true;
   wake();
-  errno = error;
 }
 
 bool Mailbox::waitForWake(std::optional<Clock::time_point> deadline) {

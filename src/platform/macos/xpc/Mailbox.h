@@ -24,6 +24,9 @@ class Mailbox {
   /// From any thread.
   void post(Task task);
 
+  /// Makes the waiting thread look again whether its wait is over. Async-signal-safe.
+  void wake();
+
   /// Ends the current wait; without one, the next wait ends at once. Async-signal-safe.
   void interrupt();
 
@@ -35,7 +38,6 @@ class Mailbox {
   bool performUntil(const std::function<bool()>& isOver, std::chrono::milliseconds limit);
 
  private:
-  void wake();
   using Clock = std::chrono::steady_clock;
   bool waitForWake(std::optional<Clock::time_point> deadline);
   bool perform(const std::function<bool()>& isOver, std::optional<Clock::time_point> deadline);

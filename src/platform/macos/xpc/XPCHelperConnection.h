@@ -3,6 +3,7 @@
 
 #import <Foundation/Foundation.h>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -13,6 +14,8 @@
 #include "platform/macos/xpc/XPCProtocols.h"
 
 namespace qrt {
+
+class FeedbackReceiver;
 
 class XPCHelperConnection : public HelperConnection {
  public:
@@ -30,6 +33,7 @@ class XPCHelperConnection : public HelperConnection {
   Outcome performPrivilegedOperation(std::uint64_t code, const Data& authorizationData,
                                      const FeedbackHandler& handler,
                                      const Array& arguments) override;
+  void stopOperation() override;
   void interrupt() override;
 
  private:
@@ -41,12 +45,15 @@ class XPCHelperConnection : public HelperConnection {
 
   Outcome untilTaken();
   template <class T>
-  Result<T> call(const std::function<void(Helper, Answer<T>)>& send);
+  Result<T> call(const std::function<void(Helper, Answer<T>)>& send,
+                 FeedbackReceiver* feedback = nullptr);
 
   NSXPCConnection* const connection_;
   const std::shared_ptr<Mailbox> mailbox_;
   /// Set by the mailbox's tasks when the connection breaks.
   const std::shared_ptr<bool> hasHelperEnded_ = std::make_shared<bool>(false);
+  /// The thread that waits at the mailbox looks at it.
+  std::atomic<bool> isStopWanted_ = false;
   OwnAuthorization authorization_;
 };
 

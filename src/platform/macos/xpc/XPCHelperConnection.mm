@@ -45,7 +45,8 @@ XPCHelperConnection::~XPCHelperConnection() { [connection_ invalidate]; }
 /// Sends a call and waits for its answer or for the failure of the connection. The system delivers
 /// exactly one of them, maybe after an interruption has ended the wait.
 template <class T>
-Result<T> XPCHelperConnection::call(const std::function<void(Helper, Answer<T>)>& send) {
+Result<T> XPCHelperConnection::call(const std::function<void(Helper, Answer<T>)>& send,
+                                    FeedbackReceiver* feedback) {
   const auto received = std::make_shared<std::optional<Result<T>>>();
   const Answer<T> answer = [mailbox = mailbox_, received](Result<T> result) {
     mailbox->post([received, result] { received->emplace(result); });
@@ -56,7 +57,10 @@ Result<T> XPCHelperConnection::call(const std::function<void(Helper, Answer<T>)>
          }],
          answer);
   }
-  const bool isAnswered = mailbox_->performUntil([&] { return received->has_value(); });
+  const bool isAnswered = mailbox_->performUntil([&] {
+    if (feedback && isStopWanted_) isStopWanted_ = !feedback->stopOperation();
+    return received->has_value();
+  });
   if (!isAnswered) return posixError(PosixCode::interrupted);
   return **received;
 }
@@ -114,6 +118,7 @@ Outcome XPCHelperConnection::performPrivilegedOperation(std::uint64_t code,
                                                         const Data& authorizationData,
                                                         const FeedbackHandler& handler,
                                                         const Array& arguments) {
+  isStopWanted_ = false;
   std::optional<FeedbackReceiver> feedback;
   if (handler) feedback.emplace(mailbox_, handler);
   const auto perform = [&](Helper helper, Answer<Outcome> answer) {
@@ -126,10 +131,15 @@ Outcome XPCHelperConnection::performPrivilegedOperation(std::uint64_t code,
                               answer(outcomeFrom(error));
                             }];
   };
-  const auto outcome = call<Outcome>(perform);
+  const auto outcome = call<Outcome>(perform, feedback ? &*feedback : nullptr);
   const bool isAnswered = outcome || !isPosixError(outcome.error(), PosixCode::interrupted);
   if (feedback && isAnswered) feedback->receiveRest();
   return outcome ? *outcome : outcome.error();
+}
+
+void XPCHelperConnection::stopOperation() {
+  isStopWanted_ = true;
+  mailbox_->wake();
 }
 
 void XPCHelperConnection::interrupt() { mailbox_->interrupt(); }

@@ -22,12 +22,18 @@
 - (void)processPrivilegedOperationFeedback:(NSDictionary*)message;
 @end
 
+/// The daemon's end of the connection for feedback.
+@protocol QRTOperationControlProtocol
+- (void)stopOperation;
+@end
+
 namespace qrt {
 
-/// Descriptions of both. Where a collection is received the classes of property lists are allowed
+/// Descriptions of them. Where a collection is received the classes of property lists are allowed
 /// and no other; an error's user information may hold errors as well.
 NSXPCInterface* helperXPCInterface();
 NSXPCInterface* feedbackXPCInterface();
+NSXPCInterface* controlXPCInterface();
 
 /// The description of the interface with these names; nil for another one.
 NSXPCInterface* xpcInterface(const RemoteInterface& interface);

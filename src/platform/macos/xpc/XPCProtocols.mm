@@ -36,6 +36,10 @@ NSXPCInterface* feedbackXPCInterface() {
   return interface;
 }
 
+NSXPCInterface* controlXPCInterface() {
+  return [NSXPCInterface interfaceWithProtocol:@protocol(QRTOperationControlProtocol)];
+}
+
 NSXPCInterface* xpcInterface(const RemoteInterface& interface) {
   return interface == feedbackRemoteInterface ? feedbackXPCInterface() : nil;
 }
