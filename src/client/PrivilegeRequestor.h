@@ -78,9 +78,9 @@ class PrivilegeRequestor {
                   const AuthorizationPresentation& presentation = {},
                   const FeedbackHandler& handler = {});
 
-  /// Asks the daemon to end the operation that waits with a handler for feedback. `perform` still
-  /// waits for the outcome: POSIX error 89 when the operation ended early; what it did until then
-  /// stays done. Async-signal-safe and thread-safe.
+  /// Asks the daemon to end the operation that runs with a handler for feedback, or the next one.
+  /// `perform` still waits for the outcome: POSIX error 89 when the operation ended early; what it
+  /// did until then stays done. Async-signal-safe and thread-safe.
   void stop();
 
   /// Makes the call that waits, and each later one, return POSIX error 4. The daemon still finishes

@@ -44,8 +44,8 @@ class HelperConnection {
                                              const FeedbackHandler& handler,
                                              const Array& arguments) = 0;
 
-  /// Asks the daemon to end the operation that was called with a handler; the call still waits for
-  /// the reply. Without such an operation it does nothing. Async-signal-safe.
+  /// Asks the daemon to end the operation that was called with a handler, or will be called next;
+  /// the call still waits for the reply. Async-signal-safe.
   virtual void stopOperation() = 0;
 
   /// Makes the waiting call return POSIX error 4. The daemon still finishes its work.

@@ -40,24 +40,48 @@ TEST_F(ClientTest, AnUnreachableHelperIsStatus6) {
 
 TEST_F(ClientTest, AnInterruptionReportsWhetherTheOperationContinues) {
   helper.whileItRuns = [&] { caller.interrupt(); };
-  EXPECT_EQ(run({"delete-foldercontents", "/a"}), 130);
+  EXPECT_EQ(run({"touch-fileobject", "/a"}), 130);
   EXPECT_EQ(terminal.errors(),
-            "qrtctl delete-foldercontents: Interrupted.\n"
+            "qrtctl touch-fileobject: Interrupted.\n"
             "The operation continues in the privileged helper.\n");
   // Unregistering at once could end the daemon before the operation.
   EXPECT_EQ(helper.calls.back(), "unregister later 42");
 
   // Before the request is sent.
   helper.whileItAuthorizes = std::exchange(helper.whileItRuns, nullptr);
-  EXPECT_EQ(run({"delete-foldercontents", "/a"}), 130);
+  EXPECT_EQ(run({"touch-fileobject", "/a"}), 130);
   EXPECT_THAT(terminal.errors(), HasSubstr("Interrupted.\nNothing was done.\n"));
   EXPECT_EQ(helper.calls.back(), "unregister 42");
 
   // The handler's own error with the same code.
   helper.whileItAuthorizes = nullptr;
   helper.answer = posixError(PosixCode::interrupted);
-  EXPECT_EQ(run({"delete-foldercontents", "/a"}), 1);
+  EXPECT_EQ(run({"touch-fileobject", "/a"}), 1);
   EXPECT_EQ(helper.calls.back(), "unregister 42");
+}
+
+TEST_F(ClientTest, TheFirstInterruptionStopsARunningOperationAndTheSecondLeaves) {
+  helper.feedback = {progressMessage(0)};
+  helper.whileItRuns = [&] {
+    caller.interrupt();
+    helper.answer = posixError(PosixCode::canceled);
+  };
+  const std::pair<Words, std::string> cases[] = {
+      {{"delete-fileobjects", "/a"}, "what was deleted stays deleted"},
+      {{"prop-permissions", "/a"}, "what was changed stays changed"},
+      {{"search-agedfiles", "/a", "1"}, "there may be more to find"}};
+  for (const auto& [words, consequence] : cases) {
+    EXPECT_EQ(run(words), 130);
+    EXPECT_EQ(terminal.errors(), "qrtctl " + words[0] + ": stopped; " + consequence + "\n");
+    EXPECT_THAT(helper.calls, testing::Contains("stop"));
+    EXPECT_EQ(helper.calls.back(), "unregister 42");
+  }
+  helper.whileItRuns = [&] {
+    caller.interrupt();
+    caller.interrupt();
+  };
+  EXPECT_EQ(run({"delete-fileobjects", "/a"}), 130);
+  EXPECT_EQ(helper.calls.back(), "unregister later 42");
 }
 
 TEST_F(ClientTest, AnAgentIsStartedOnceAndAnInterruptionEndsItsQuestion) {

@@ -14,6 +14,7 @@
 #include "client/cli/Doctor.h"
 #include "client/cli/RightsChange.h"
 #include "client/cli/StartNotice.h"
+#include "client/cli/StoppedOperation.h"
 #include "client/cli/commandline/CommandLine.h"
 #include "client/cli/commandline/OperationDescription.h"
 #include "client/cli/generated/GeneratedText.h"
@@ -115,6 +116,7 @@ class Client {
       if (!hasReader) (*requestor)->interrupt();
     };
     const bool sendsFeedback = !use.operation.feedback.empty();
+    canBeStopped_ = sendsFeedback;
     const AuthorizationPresentation presentation{options_.prompt, std::move(*iconPath)};
     const auto outcome = askingForPasswords([&] {
       return (*requestor)
@@ -122,6 +124,10 @@ class Client {
                     sendsFeedback ? handler : FeedbackHandler());
     });
     if (!hasReader && !wasInterrupted_) return ExitStatus::failed;
+    if (wasStopped_ && outcome && isPosixError(*outcome, PosixCode::canceled)) {
+      fail(stoppedError(use.operation.row.identifier));
+      return ExitStatus::interrupted;
+    }
     return conclude(outcome, **requestor);
   }
 
@@ -162,11 +168,14 @@ class Client {
 
   /// Runs in a signal handler. While the agent asks for a password, only the question ends: the
   /// daemon then replies with the fate of the operation, which is unknown after an interrupted
-  /// call.
+  /// call. An operation that sends feedback is stopped and its end waited for. The second time, and
+  /// for other operations, the call ends at once.
   void interrupt(PrivilegeRequestor& requestor) {
     wasInterrupted_ = true;
     if (auto* const agent = agent_.exchange(nullptr)) {
       agent->dismiss();
+    } else if (canBeStopped_ && !wasStopped_.exchange(true)) {
+      requestor.stop();
     } else {
       requestor.interrupt();
       environment_.terminal.stopWaiting();
@@ -305,6 +314,9 @@ class Client {
   CommandOptions options_;
   bool isJson_ = false;
   std::atomic<bool> wasInterrupted_ = false;
+  /// The operation sends feedback.
+  std::atomic<bool> canBeStopped_ = false;
+  std::atomic<bool> wasStopped_ = false;
   /// The agent that asks for passwords at the moment, or null.
   std::atomic<CallerProcess::TextAgent*> agent_ = nullptr;
   static_assert(decltype(agent_)::is_always_lock_free);

@@ -43,7 +43,8 @@ constexpr ExitStatusDescription statuses[] = {
     {ExitStatus::notAuthorized, "not authorized"},
     {ExitStatus::notFound, "not found"},
     {ExitStatus::unreachable, "the privileged helper cannot be reached"},
-    {ExitStatus::interrupted, "interrupted; an operation that has begun continues in the helper"},
+    {ExitStatus::interrupted,
+     "stopped or interrupted; an interrupted operation continues in the helper"},
 };
 
 /// Each works on an empty machine with a helper when /srv/example holds the folders "old" and
@@ -68,6 +69,10 @@ constexpr std::string_view notes[] = {
     "error. Failures have colour on a terminal, unless the variable NO_COLOR is set.",
     "On a terminal, a question precedes each operation that destroys something; --yes answers it. "
     "Without a terminal there is no question.",
+    "Ctrl-C (or SIGTERM) stops an operation that sends progress or output: it ends as soon as it "
+    "can, "
+    "and what it did until then stays done. A second Ctrl-C leaves at once; the operation then "
+    "continues in the helper, as do operations without feedback.",
     "With --json all output goes to standard output, one JSON object a line: "
     "{\"feedback\":{...}} for each message of a running operation, then {\"done\":true} or "
     "{\"done\":true,\"answer\":{...}} for the result or {\"done\":false,\"error\":{...}} for the "

@@ -288,7 +288,6 @@ Outcome LinuxHelperConnection::performPrivilegedOperation(std::uint64_t code,
                                                           const Data& authorizationData,
                                                           const FeedbackHandler& handler,
                                                           const Array& arguments) {
-  isStopWanted_ = false;
   FileDescriptor endpoint;
   std::optional<FeedbackReceiver> receiver;
   if (handler) {
@@ -331,6 +330,7 @@ Outcome LinuxHelperConnection::performPrivilegedOperation(std::uint64_t code,
   };
   auto failure = call(wire::helperInterface, "performPrivilegedOperation", write, read,
                       receiver ? &*receiver : nullptr);
+  isStopWanted_ = false;
   return failure ? failure : answer;
 }
 

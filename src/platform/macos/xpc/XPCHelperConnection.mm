@@ -118,7 +118,6 @@ Outcome XPCHelperConnection::performPrivilegedOperation(std::uint64_t code,
                                                         const Data& authorizationData,
                                                         const FeedbackHandler& handler,
                                                         const Array& arguments) {
-  isStopWanted_ = false;
   std::optional<FeedbackReceiver> feedback;
   if (handler) feedback.emplace(mailbox_, handler);
   const auto perform = [&](Helper helper, Answer<Outcome> answer) {
@@ -132,6 +131,7 @@ Outcome XPCHelperConnection::performPrivilegedOperation(std::uint64_t code,
                             }];
   };
   const auto outcome = call<Outcome>(perform, feedback ? &*feedback : nullptr);
+  isStopWanted_ = false;
   const bool isAnswered = outcome || !isPosixError(outcome.error(), PosixCode::interrupted);
   if (feedback && isAnswered) feedback->receiveRest();
   return outcome ? *outcome : outcome.error();
