@@ -23,6 +23,8 @@ TEST_F(CommandLineTest, WordsBecomeTheValuesOfTheRequest) {
   const std::pair<Words, Array> cases[] = {
       {{"delete-fileobjects", "--recursive", "/a", "../b/"}, {"1", "0", "/a", "/here/../b/"}},
       {{"delete-fileobjects", "a", "--stop-on-first-error"}, {"0", "1", "/here/a"}},
+      {{"create-link", "l", "a/../b/"}, {"/here/l", "a/../b/", false}},
+      {{"create-link", "--hard", "l", "a/../b/"}, {"/here/l", "/here/a/../b/", true}},
       {{"modify-kernelsetting", "a", "18446744073709551615"}, {"a", UINT64_MAX}},
       {{"modify-kernelsetting", "a", "-0x10"}, {"a", -16}},
       {{"signal-process", "1234", "sigusr1"}, {1234, SIGUSR1}},
@@ -78,6 +80,10 @@ TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeTheHelperIsAsked) {
     EXPECT_THAT(terminal.errors(), testing::HasSubstr(text));
     EXPECT_TRUE(helper.calls.empty());
   }
+  caller.folder = std::string("/usr");
+  EXPECT_EQ(run({"execute-utility", "chmod", "--", "0600", "bin/env"}), 2);
+  EXPECT_THAT(terminal.errors(), testing::HasSubstr("folder; write '/usr/bin/env'\n"));
+  EXPECT_EQ(run({"execute-utility", "chmod", "--", "u=/", "bin/missing"}), 0);
   EXPECT_EQ(run({"nop", "extra", "--json"}), 2);
   EXPECT_THAT(terminal.take(), testing::StartsWith(R"json({"done":false,"error":{)json"));
   caller.folder = PosixCode::noEntry;

@@ -15,6 +15,7 @@
 #include "client/cli/RightsChange.h"
 #include "client/cli/StartNotice.h"
 #include "client/cli/StoppedOperation.h"
+#include "client/cli/commandline/CallerPaths.h"
 #include "client/cli/commandline/CommandLine.h"
 #include "client/cli/commandline/OperationDescription.h"
 #include "client/cli/generated/GeneratedText.h"

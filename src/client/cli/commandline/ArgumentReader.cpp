@@ -12,8 +12,10 @@
 #include <utility>
 
 #include "client/cli/commandline/AccessControlArgument.h"
+#include "client/cli/commandline/CallerPaths.h"
 #include "client/cli/commandline/SignalNames.h"
 #include "platform/CallerProcess.h"
+#include "platform/Platform.h"
 #include "protocol/WireText.h"
 
 namespace qrt {
@@ -85,6 +87,8 @@ UsageResult<PropertyValue> readWord(const ArgumentDescription& description, cons
   switch (description.form) {
     case ArgumentForm::path:
       return wrapped(absolutePath(word, context.caller));
+    case ArgumentForm::utilityWord:
+      return wrapped(wordForProgram(word, context.caller, context.platform.files));
     case ArgumentForm::fileContents:
       return wrapped(contentsOfFile(word));
     case ArgumentForm::accessControlList:
@@ -168,6 +172,19 @@ std::optional<UsageError> read(const ArgumentDescription& description,
   return std::nullopt;
 }
 
+/// The description with a form that does not depend on other arguments.
+ArgumentDescription settled(std::span<const ArgumentDescription> descriptions, std::size_t index,
+                            const GivenWords& words) {
+  auto description = descriptions[index];
+  if (description.form != ArgumentForm::pathWithOption) return description;
+  const auto option =
+      std::find_if(descriptions.begin(), descriptions.end(),
+                   [&](const auto& other) { return other.name == description.detail; });
+  const auto at = static_cast<std::size_t>(option - descriptions.begin());
+  description.form = words[at].empty() ? ArgumentForm::text : ArgumentForm::path;
+  return description;
+}
+
 /// The largest number of bytes that the value takes in a message.
 std::size_t sizeInMessage(const PropertyValue& value) {
   constexpr std::size_t typeLengthAndPadding = 24;
@@ -190,7 +207,8 @@ UsageResult<Array> readArguments(std::span<const ArgumentDescription> descriptio
                                  const GivenWords& words, const WordContext& context) {
   Array values;
   for (std::size_t i = 0; i < descriptions.size(); ++i) {
-    if (const auto error = read(descriptions[i], words[i], context, values)) return *error;
+    const auto description = settled(descriptions, i, words);
+    if (const auto error = read(description, words[i], context, values)) return *error;
   }
   if (sizeInMessage(values) > largestArguments) {
     return UsageError{fmt::format(tooLarge, "The arguments are")};
@@ -208,16 +226,6 @@ UsageResult<std::vector<std::string>> wordsOnStandardInput() {
     begin = end == contents->end() ? end : end + 1;
   }
   return words;
-}
-
-UsageResult<std::string> absolutePath(const std::string& path, const CallerProcess& caller) {
-  if (path.empty() || path.starts_with('/')) return path;
-  auto folder = caller.currentFolder();
-  if (!folder) {
-    return UsageError{fmt::format("'{}' is relative, and there is no current folder", path)};
-  }
-  if (!folder->ends_with('/')) folder->push_back('/');
-  return *folder + path;
 }
 
 }  // namespace qrt

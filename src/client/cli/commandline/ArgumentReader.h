@@ -30,8 +30,4 @@ UsageResult<Array> readArguments(std::span<const ArgumentDescription> descriptio
 /// The words on standard input. A zero byte ends each; the last word may lack it.
 UsageResult<std::vector<std::string>> wordsOnStandardInput();
 
-/// A relative path is below the current folder. Links and ".." are not resolved. An empty path
-/// stays empty.
-UsageResult<std::string> absolutePath(const std::string& path, const CallerProcess& caller);
-
 }  // namespace qrt

@@ -60,7 +60,9 @@ constexpr OperationArguments table[] = {
       {"--hidden", numberFlag, "Hide the object; without it the object is shown"}}},
     {"create-link",
      {{"PATH", path, "Link to create"},
-      {"TARGET", text, "Target of the link, stored as written"},
+      {"TARGET", pathWithOption,
+       "Target of the link; of a symbolic link, the text that is stored as written", once,
+       "--hard"},
       {"--hard", numberFlag, "Create a hard link instead of a symbolic one"}}},
     {"search-agedfiles",
      {{"FOLDER", path, "Where to search"},
@@ -126,7 +128,7 @@ constexpr OperationArguments table[] = {
     {"execute-utility",
      {{"", constant, "", once, "qrtctl"},
       {"UTILITY", text, "Name of the utility"},
-      {"ARGUMENT", text, "Argument of the utility", any}}},
+      {"ARGUMENT", utilityWord, "Argument of the utility; its paths are absolute", any}}},
     {"enable-ipvsix",
      {{"", constant, "", once, "qrtctl"},
       {"SERVICE", text, "Identifier of the network service"},
@@ -158,7 +160,9 @@ std::span<const OperationArguments> operationArguments() { return table; }
 std::string_view typeLettersOf(ArgumentForm form) {
   switch (form) {
     case path:
+    case pathWithOption:
     case text:
+    case utilityWord:
     case choice:
     case textFlag:
     case constant:

@@ -15,6 +15,10 @@ enum class ArgumentForm {
   /// A path, sent as an absolute path.
   path,
   text,
+  /// A path when the option `detail` is given, otherwise a text.
+  pathWithOption,
+  /// A word for a program that runs in another folder, sent as written; see CallerPaths.h.
+  utilityWord,
   /// A text that is sent after a second text, the `detail`.
   taggedText,
   /// One word of the `detail` ("word=text word=text ..."), sent as that word's text.

@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <span>
 #include <string>
 #include <string_view>
@@ -115,7 +116,9 @@ std::string zshGeneralOptions() {
 
 /// What zsh offers for the value of an argument.
 std::string zshAction(const ArgumentDescription& argument) {
-  if (argument.form == ArgumentForm::path || argument.form == ArgumentForm::fileContents) {
+  using enum ArgumentForm;
+  const auto fileForms = {path, pathWithOption, utilityWord, fileContents};
+  if (std::find(fileForms.begin(), fileForms.end(), argument.form) != fileForms.end()) {
     return "_files";
   }
   const auto choices = choicesIn({&argument, 1});

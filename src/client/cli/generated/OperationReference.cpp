@@ -51,6 +51,8 @@ std::string sentAs(const ArgumentDescription& argument) {
   switch (argument.form) {
     case ArgumentForm::path:
       return "An absolute path";
+    case ArgumentForm::pathWithOption:
+      return fmt::format("With `{}` an absolute path", argument.detail);
     case ArgumentForm::taggedText:
       return fmt::format("`\"{}\"`, then the text", argument.detail);
     case ArgumentForm::choice:
@@ -72,6 +74,7 @@ std::string sentAs(const ArgumentDescription& argument) {
       return "The system's external form";
     case ArgumentForm::fileContents:
     case ArgumentForm::text:
+    case ArgumentForm::utilityWord:
     case ArgumentForm::number:
       return "";
   }
