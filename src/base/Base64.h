@@ -1,4 +1,4 @@
-// Data as text of 64 characters.
+// Base64: data as text in an alphabet of 64 characters.
 #pragma once
 
 #include <cstddef>

@@ -19,7 +19,7 @@ namespace ExtendedAttributeAdditions {
 Result<Dictionary> extendedAttributesForItemAtPath(const Platform& platform,
                                                    const std::string& path, bool notFollowingLinks,
                                                    bool exposingFSCompression);
-/// The same of an object that is held. A link has its own names and values then.
+/// The same for a held object. A link has its own names and values then.
 PosixResult<Dictionary> extendedAttributesForItem(const Platform& platform, const HeldObject& item);
 
 Outcome setForItemAtPath(const Platform& platform, const std::string& path, const Data& value,

@@ -73,9 +73,9 @@ class OpenFolders {
   PosixCode useParent(TreeFolder& folder);
   void stopUsing(TreeFolder& folder);
 
-  /// One thing less is pending in a folder that the worker uses. True when it was the last: the
-  /// folder is the worker's alone then. Otherwise the worker does not use it any longer, unless it
-  /// `continues`.
+  /// The worker has finished one pending task of a folder that it uses. True after the last task:
+  /// the folder belongs to the worker alone then. Otherwise the worker does not use it any longer,
+  /// unless it `continues`.
   bool finishPart(TreeFolder& folder, bool continues);
 
   /// Its contents are to be visited once more.

@@ -91,8 +91,8 @@ class Worker {
   /// The same, or when the walk has too many workers or too little work.
   void help();
 
-  /// One thing less is pending in a folder that the worker uses. When it was the last, the folder
-  /// is done, and that is one thing less in the folder that holds it, and so on up to `outer`,
+  /// The worker has finished one pending task of a folder that it uses. After the last task the
+  /// folder is done, which finishes a task of the folder that holds it, and so on up to `outer`,
   /// which the worker continues with. Returns a folder that is to be listed once more.
   TreeFolder* release(TreeFolder* folder, const TreeFolder* outer);
 

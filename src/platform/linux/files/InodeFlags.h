@@ -18,8 +18,8 @@ bool mayBeOn(std::uint32_t type);
 /// here.
 bool canBe(std::uint32_t flags, std::uint32_t type);
 
-/// The flags that an object was seen to have and those that it shall have. Only flags that differ
-/// are written; all others keep the value that the object has at that moment.
+/// The flags of an object when it was looked at, and those that it is to get. Only flags that
+/// differ are written; all others keep the value that the object has at that moment.
 struct Change {
   std::uint32_t seen;
   std::uint32_t wanted;
@@ -28,7 +28,7 @@ struct Change {
 /// Changes known flags of a regular file or folder; a link is not followed. Any other object, and a
 /// file system without such flags, is `notSupported`. Takes the best of the ways below.
 PosixCode write(FileAt object, Change change);
-/// The same of an object that is held.
+/// The same for a held object.
 PosixCode write(const HeldObject& object, Change change);
 
 /// Two calls on the name itself, from kernel 6.17; `notImplemented` before.

@@ -53,7 +53,7 @@ Outcome MacosFeedbackConnection::open(Dictionary firstMessage) {
   id<QRTPrivilegedOperationFeedbackProtocol> requestor =
       [connection_ remoteObjectProxyWithErrorHandler:^(NSError* error) {
         auto outcome = outcomeFrom(error);
-        // Errors of the system make their descriptions up when they are asked.
+        // System errors compose their descriptions on request.
         if (outcome) {
           outcome->userInfo.emplace(localizedDescriptionKey,
                                     textFrom((__bridge CFStringRef)error.localizedDescription));
