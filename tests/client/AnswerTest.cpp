@@ -138,7 +138,8 @@ TEST(ProgressLine, NeverReachesTheLastColumn) {
   for (std::size_t width = 1; width < 120; ++width) {
     test::FakeTerminal terminal;
     terminal.width = width;
-    ProgressLine line(terminal, "delete-foldercontents", start);
+    const std::atomic<bool> isStopping = false;
+    ProgressLine line(terminal, "delete-foldercontents", start, isStopping);
     line.setFraction(0.5, start + hours(30));
     const auto drawn = terminal.take();
     EXPECT_LE(drawn.size() - 1, std::max<std::size_t>(width, 2) - 1) << width;
@@ -150,6 +151,28 @@ TEST(ProgressLine, NeverReachesTheLastColumn) {
     EXPECT_LE(terminal.take().size(), std::max<std::size_t>(width / 2, 2))
         << "narrower than before";
   }
+}
+
+TEST(ProgressLine, ShowsWhatIsKnownWhileTheProgressDoesNotMove) {
+  using namespace std::chrono_literals;
+  test::FakeTerminal terminal;
+  std::atomic<bool> isStopping = false;
+  ProgressLine line(terminal, "q", start, isStopping);
+  const auto shown = [&](const auto& change, std::chrono::seconds time) {
+    change();
+    line.tick(start + time);
+    const auto drawn = terminal.take();
+    return drawn.substr(1, drawn.find_last_not_of(' '));
+  };
+  EXPECT_EQ(shown([] {}, 1s), "q  working  0:01");
+  EXPECT_EQ(shown([&] { line.addFound(1240); }, 2s), "q  1,240 found  0:02");
+  EXPECT_EQ(shown([&] { line.setFraction(0.5, start + 3s); }, 3s),
+            "q  [" + std::string(20, '#') + std::string(20, '.') + "]   50 %  1,240 found  0:03");
+  EXPECT_EQ(shown([] {}, 7s), "q   50 %  1,240 found  0:07");
+  EXPECT_EQ(shown([&] { isStopping = true; }, 8s),
+            "q  stopping; Ctrl-C again leaves   50 %  1,240 found  0:08");
+  line.finish(start + 9s);
+  EXPECT_THAT(terminal.take(), testing::EndsWith("\rq: 1,240 found in 0:09\n"));
 }
 
 }  // namespace

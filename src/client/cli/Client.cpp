@@ -69,7 +69,7 @@ class Client {
     isJson_ = options_.isJson;
     presenter_ = isJson_ ? makeJsonPresenter(environment_.terminal)
                          : makeTextPresenter(environment_.terminal, "qrtctl " + command.name,
-                                             environment_.mayColor);
+                                             environment_.mayColor, wasStopped_);
     if (const auto* use = std::get_if<OperationUse>(&command.use)) return performOperation(*use);
     return execute(std::get<BuiltInUse>(command.use));
   }

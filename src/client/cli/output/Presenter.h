@@ -1,6 +1,7 @@
 // How feedback, answers and failures are printed: as text or as JSON lines.
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -26,7 +27,9 @@ class Presenter {
 
 /// Text for the user: output, records and answers go to standard output, progress and failures to
 /// standard error, after `label`. With `mayColor` the label of a failure has colour on a terminal.
-std::unique_ptr<Presenter> makeTextPresenter(Terminal& terminal, std::string label, bool mayColor);
+/// `isStopping`, which outlives the presenter, is set when the user has asked for the end.
+std::unique_ptr<Presenter> makeTextPresenter(Terminal& terminal, std::string label, bool mayColor,
+                                             const std::atomic<bool>& isStopping);
 
 /// JSON for a program: on standard output one line for each message and one for the result.
 std::unique_ptr<Presenter> makeJsonPresenter(Terminal& terminal);

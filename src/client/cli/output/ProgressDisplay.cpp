@@ -19,13 +19,18 @@ using Clock = std::chrono::steady_clock;
 /// The line, and a thread that updates its time while no message arrives.
 class MovingProgress : public ProgressDisplay {
  public:
-  MovingProgress(Terminal& terminal, const std::string& label)
-      : line_(terminal, label, Clock::now()), ticker_([this] { tickUntilEnd(); }) {}
+  MovingProgress(Terminal& terminal, const std::string& label, const std::atomic<bool>& isStopping)
+      : line_(terminal, label, Clock::now(), isStopping), ticker_([this] { tickUntilEnd(); }) {}
   ~MovingProgress() override { stopTicking(); }
 
   void setFraction(double fraction) override {
     const std::lock_guard lock(mutex_);
     line_.setFraction(fraction, Clock::now());
+  }
+
+  void addFound(std::size_t count) override {
+    const std::lock_guard lock(mutex_);
+    line_.addFound(count);
   }
 
   void makeRoom() override {
@@ -78,6 +83,7 @@ class PlainProgress : public ProgressDisplay {
     terminal_.write(StandardStream::error, fmt::format("{}: {} %\n", label_, tenth * 10));
   }
 
+  void addFound(std::size_t) override {}
   void makeRoom() override {}
   void end(bool) override {}
 
@@ -89,9 +95,10 @@ class PlainProgress : public ProgressDisplay {
 
 }  // namespace
 
-std::unique_ptr<ProgressDisplay> makeProgressDisplay(Terminal& terminal, const std::string& label) {
+std::unique_ptr<ProgressDisplay> makeProgressDisplay(Terminal& terminal, const std::string& label,
+                                                     const std::atomic<bool>& isStopping) {
   if (terminal.isTerminal(StandardStream::error)) {
-    return std::make_unique<MovingProgress>(terminal, label);
+    return std::make_unique<MovingProgress>(terminal, label, isStopping);
   }
   return std::make_unique<PlainProgress>(terminal, label);
 }

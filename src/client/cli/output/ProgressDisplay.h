@@ -1,6 +1,8 @@
 // Progress of an operation on standard error.
 #pragma once
 
+#include <atomic>
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -14,13 +16,17 @@ class ProgressDisplay {
 
   /// From 0 to 1.
   virtual void setFraction(double fraction) = 0;
+  /// Adds to the number of objects that a search has found.
+  virtual void addFound(std::size_t count) = 0;
   /// Removes the line before other output. The next tick draws it again.
   virtual void makeRoom() = 0;
-  /// Ends the display: at 100 % when the work is done, else without a trace.
+  /// Ends the display: with a summary after a long run that is done, else without a trace.
   virtual void end(bool isDone) = 0;
 };
 
 /// On a terminal, a line that is redrawn in place. Elsewhere, a line for each new tenth.
-std::unique_ptr<ProgressDisplay> makeProgressDisplay(Terminal& terminal, const std::string& label);
+/// `isStopping` outlives the display.
+std::unique_ptr<ProgressDisplay> makeProgressDisplay(Terminal& terminal, const std::string& label,
+                                                     const std::atomic<bool>& isStopping);
 
 }  // namespace qrt

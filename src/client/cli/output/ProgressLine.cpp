@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "client/cli/output/SizeText.h"
 #include "platform/Terminal.h"
 
 namespace qrt {
@@ -26,13 +27,17 @@ std::string bar(double fraction, std::size_t width) {
 
 }  // namespace
 
-ProgressLine::ProgressLine(Terminal& terminal, std::string label, TimePoint start)
+ProgressLine::ProgressLine(Terminal& terminal, std::string label, TimePoint start,
+                           const std::atomic<bool>& isStopping)
     : terminal_(terminal),
       label_(std::move(label)),
       start_(start),
-      nextDraw_(start + shortestInterval) {}
+      nextDraw_(start + shortestInterval),
+      isStopping_(isStopping),
+      moved_(start) {}
 
 void ProgressLine::setFraction(double fraction, TimePoint now) {
+  if (fraction != fraction_) moved_ = now;
   fraction_ = fraction;
   tick(now);
 }
@@ -49,11 +54,11 @@ void ProgressLine::hide() {
 }
 
 void ProgressLine::finish(TimePoint now) {
-  if (!wasEverShown_) return;
-  fraction_ = 1;
-  draw(now);
-  terminal_.write(StandardStream::error, "\n");
-  shown_.clear();
+  hide();
+  if (now - start_ < longRun) return;
+  const auto result = found_ == 0 ? "done" : countText(found_) + " found";
+  terminal_.write(StandardStream::error,
+                  fmt::format("{}: {} in {}\n", label_, result, elapsedText(now - start_)));
 }
 
 bool ProgressLine::draw(TimePoint now) {
@@ -63,7 +68,6 @@ bool ProgressLine::draw(TimePoint now) {
   const auto width = std::min(shown_.size(), room());
   terminal_.write(StandardStream::error, fmt::format("\r{:{}}", text, width));
   shown_ = std::move(text);
-  wasEverShown_ = true;
   return true;
 }
 
@@ -72,16 +76,34 @@ std::size_t ProgressLine::room() const {
   return std::max<std::size_t>(terminal_.columns(), 2) - 1;
 }
 
+/// An operation that does not know how much it has to do may be far from its end at 1.
+bool ProgressLine::isPartKnown() const { return fraction_ > 0 && fraction_ < 1; }
+
+/// What is known, and the time.
+std::string ProgressLine::figures(TimePoint now) const {
+  std::string text;
+  if (isPartKnown()) text = fmt::format("{:3} %  ", static_cast<int>(fraction_ * 100));
+  if (found_ > 0) text += countText(found_) + " found  ";
+  return text + elapsedText(now - start_);
+}
+
 std::string ProgressLine::content(TimePoint now) const {
-  const auto figures =
-      fmt::format("{:3} %  {}", static_cast<int>(fraction_ * 100), elapsedText(now - start_));
-  auto labelled = label_ + "  " + figures;
-  if (labelled.size() > room()) return figures.substr(0, room());
+  const bool isMoving = isPartKnown() && now - moved_ < standstill;
+  const auto known = figures(now);
+  auto text = known;
+  if (isStopping_) {
+    text = "stopping; Ctrl-C again leaves  " + known;
+  } else if (!isMoving && found_ == 0) {
+    text = "working  " + known;
+  }
+  if (text.size() > room()) return known.substr(0, room());
+  const auto labelled = label_ + "  " + text;
+  if (labelled.size() > room()) return text;
 
   constexpr std::size_t frame = 4;
   const auto width = std::min(room() - labelled.size(), widestBar + frame);
-  if (width < narrowestBar + frame) return labelled;
-  return label_ + "  " + bar(fraction_, width - frame) + figures;
+  if (!isMoving || isStopping_ || width < narrowestBar + frame) return labelled;
+  return label_ + "  " + bar(fraction_, width - frame) + text;
 }
 
 }  // namespace qrt

@@ -20,4 +20,10 @@ std::string sizeText(std::uint64_t bytes) {
   return fmt::format("{:.{}f} {}", value, decimals, units[unit]);
 }
 
+std::string countText(std::uint64_t count) {
+  auto text = std::to_string(count);
+  for (auto at = text.size(); at > 3;) text.insert(at -= 3, 1, ',');
+  return text;
+}
+
 }  // namespace qrt

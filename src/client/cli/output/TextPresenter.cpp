@@ -27,10 +27,12 @@ std::string_view textOf(const Data& data) {
 
 class TextPresenter : public Presenter {
  public:
-  TextPresenter(Terminal& terminal, std::string label, bool mayColor)
+  TextPresenter(Terminal& terminal, std::string label, bool mayColor,
+                const std::atomic<bool>& isStopping)
       : terminal_(terminal),
         label_(std::move(label)),
         mayColor_(mayColor),
+        isStopping_(isStopping),
         enough_(terminal.isTerminal(StandardStream::output) ? 0 : 64 << 10) {
     tzset();  // The lines of records show local time.
   }
@@ -76,12 +78,13 @@ class TextPresenter : public Presenter {
   }
 
   void setFraction(double fraction) {
-    if (!progress_) progress_ = makeProgressDisplay(terminal_, label_);
+    if (!progress_) progress_ = makeProgressDisplay(terminal_, label_, isStopping_);
     // A value that is not a number fails the comparison and counts as 0.
     progress_->setFraction(fraction > 0 ? std::min(fraction, 1.0) : 0);
   }
 
   bool writeRecords(const Array& records) {
+    if (progress_) progress_->addFound(records.size());
     for (const auto& record : records) {
       if (record.dictionary()) appendRecordText(lines_, *record.dictionary());
     }
@@ -108,6 +111,7 @@ class TextPresenter : public Presenter {
   Terminal& terminal_;
   std::string label_;
   bool mayColor_;
+  const std::atomic<bool>& isStopping_;
   /// The bytes of lines that are written at once. A user at a terminal sees each batch as it
   /// arrives.
   const std::size_t enough_;
@@ -118,8 +122,9 @@ class TextPresenter : public Presenter {
 
 }  // namespace
 
-std::unique_ptr<Presenter> makeTextPresenter(Terminal& terminal, std::string label, bool mayColor) {
-  return std::make_unique<TextPresenter>(terminal, std::move(label), mayColor);
+std::unique_ptr<Presenter> makeTextPresenter(Terminal& terminal, std::string label, bool mayColor,
+                                             const std::atomic<bool>& isStopping) {
+  return std::make_unique<TextPresenter>(terminal, std::move(label), mayColor, isStopping);
 }
 
 }  // namespace qrt
