@@ -60,8 +60,12 @@ TEST_F(CommandLineTest, WordsBecomeTheValuesOfTheRequest) {
 TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeTheHelperIsAsked) {
   const std::string number = "VALUE: '", notNumber = "' is not a whole number of 64 bits";
   const std::pair<Words, std::string> cases[] = {
-      {{}, ""},
-      {{"--", "nop"}, ""},
+      {{}, "A command is required\n"},
+      {{"--", "nop"}, "The command 'nop' goes before \"--\""},
+      {{"delete-folder-contents"}, "no command 'delete-folder-contents'; did you mean delete-f"},
+      {{"help", "inspect"}, "mean one of: inspect-fileobject, inspect-storagesize?\n"},
+      {{"explain", "version"}, "no operation 'version'\n"},
+      {{"--foo"}, "no option '--foo'"},
       {{"delete-fileobjects"}, "PATH is required"},
       {{"modify-kernelsetting", "a", "1.5"}, number + "1.5" + notNumber},
       {{"modify-kernelsetting", "a", "0x-1"}, number + "0x-1" + notNumber},
@@ -84,6 +88,11 @@ TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeTheHelperIsAsked) {
   EXPECT_EQ(run({"execute-utility", "chmod", "--", "0600", "bin/env"}), 2);
   EXPECT_THAT(terminal.errors(), testing::HasSubstr("folder; write '/usr/bin/env'\n"));
   EXPECT_EQ(run({"execute-utility", "chmod", "--", "u=/", "bin/missing"}), 0);
+  EXPECT_EQ(run({"nop", "-V"}), 0);
+  EXPECT_EQ(terminal.output(), "qrtctl 1.6\n");
+  EXPECT_EQ(run({"help", "touch-fileobject"}), 0);
+  EXPECT_THAT(terminal.output(),
+              testing::HasSubstr("Usage: qrtctl touch-fileobject [OPTIONS] PATH"));
   EXPECT_EQ(run({"nop", "extra", "--json"}), 2);
   EXPECT_THAT(terminal.take(), testing::StartsWith(R"json({"done":false,"error":{)json"));
   caller.folder = PosixCode::noEntry;

@@ -17,6 +17,7 @@
 #include "client/cli/StoppedOperation.h"
 #include "client/cli/commandline/CallerPaths.h"
 #include "client/cli/commandline/CommandLine.h"
+#include "client/cli/commandline/NearestWords.h"
 #include "client/cli/commandline/OperationDescription.h"
 #include "client/cli/generated/GeneratedText.h"
 #include "client/cli/output/Presenter.h"
@@ -59,6 +60,7 @@ class Client {
     if (const auto* help = std::get_if<HelpText>(&parsed)) {
       return status(environment_.terminal.write(StandardStream::output, help->text));
     }
+    if (std::holds_alternative<VersionRequest>(parsed)) return showOwnVersion();
     if (const auto* error = std::get_if<UsageError>(&parsed)) return refuse(*error);
     return execute(std::get<Command>(std::move(parsed)));
   }
@@ -80,6 +82,8 @@ class Client {
         return showVersion();
       case BuiltInCommand::operations:
         return listOperations();
+      case BuiltInCommand::help:
+        break;  // The parser has its text.
       case BuiltInCommand::explain:
         return explain(use.word);
       case BuiltInCommand::doctor:
@@ -200,6 +204,12 @@ class Client {
     return ExitStatus::interrupted;
   }
 
+  ExitStatus showOwnVersion() {
+    const auto& version = operations_.implementationVersion();
+    if (!isJson_) return write(fmt::format("qrtctl {}\n", version));
+    return status(makeJsonPresenter(environment_.terminal)->showAnswer({{"version", version}}));
+  }
+
   ExitStatus showVersion() {
     auto requestor = connect();
     if (!requestor) return fail(requestor.error());
@@ -223,7 +233,10 @@ class Client {
                                       return operation.row.identifier == identifier;
                                     });
     if (found == descriptions_.end()) {
-      return refuse({fmt::format("There is no operation '{}'", identifier)});
+      std::vector<std::string_view> names;
+      for (const auto& operation : descriptions_) names.push_back(operation.row.identifier);
+      return refuse({fmt::format("There is no operation '{}'{}", identifier,
+                                 proposalFor(identifier, names))});
     }
     if (isJson_) return status(presenter_->showAnswer(recordOf(*found, systemFeatures())));
     return write(explanationOf(*found, systemFeatures()));

@@ -1,9 +1,13 @@
 #include "client/cli/commandline/CommandLine.h"
 
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iterator>
 #include <utility>
+
+#include "client/cli/commandline/NearestWords.h"
 
 namespace qrt {
 namespace {
@@ -81,12 +85,16 @@ struct BuiltInParser {
   CLI::Option* word;
 };
 
+using ParsedWords = std::variant<Command, HelpText, VersionRequest, UsageError>;
+
 class Parser {
  public:
   explicit Parser(const OperationDescriptions& operations) {
     app_.require_subcommand(1);
     app_.footer(std::string(usageNotes()));
-    app_.set_help_flag("-h,--help", "Show this help");
+    app_.set_help_flag(std::string(helpOption.names), std::string(helpOption.help));
+    // The client prints the version, which CLI11 does not know.
+    app_.set_version_flag(std::string(versionOption.names), "", std::string(versionOption.help));
     const auto formatter = app_.get_formatter();
     formatter->column_width(26);
     formatter->label("SUBCOMMAND", "COMMAND");
@@ -97,17 +105,24 @@ class Parser {
     for (const auto& operation : operations) addOperation(operation);
   }
 
-  std::variant<Command, HelpText, UsageError> parse(const std::vector<std::string>& words) {
+  ParsedWords parse(const std::vector<std::string>& words) {
     try {
       app_.parse(marked(words));
     } catch (const CLI::CallForHelp&) {
       return HelpText{app_.help()};
+    } catch (const CLI::CallForVersion&) {
+      return VersionRequest{};
     } catch (const CLI::ParseError& error) {
+      if (app_.get_subcommands().empty()) return unknownCommand();
       std::string text = error.what();
       text.erase(std::remove(text.begin(), text.end(), mark), text.end());
       return UsageError{std::move(text)};
     }
-    return command();
+    auto parsed = command();
+    const auto* builtIn = std::get_if<BuiltInUse>(&parsed.use);
+    const bool isHelp = builtIn && builtIn->command == BuiltInCommand::help;
+    if (isHelp) return helpOn(builtIn->word);
+    return parsed;
   }
 
  private:
@@ -136,7 +151,7 @@ class Parser {
     if (!builtIn.argument.empty()) {
       word = command->add_option(std::string(builtIn.argument), acceptWords,
                                  std::string(builtIn.argumentHelp));
-      word->required();
+      word->required(!builtIn.isArgumentOptional);
     }
     builtIns_.push_back({builtIn.command, command, word});
   }
@@ -152,6 +167,36 @@ class Parser {
     operations_.push_back({operation, command, std::move(options), paths});
   }
 
+  UsageError unknownCommand() const {
+    const auto words = app_.remaining();
+    const auto first = std::find_if(words.begin(), words.end(),
+                                    [](const auto& word) { return !word.starts_with('-'); });
+    if (first != words.end()) return noSuchCommand(unmarked(*first));
+    if (words.empty()) return {"A command is required"};
+    return {fmt::format("There is no option '{}', and a command is required", words.front())};
+  }
+
+  UsageError noSuchCommand(const std::string& word) const {
+    std::vector<std::string_view> names;
+    for (const auto& builtIn : builtInCommands()) {
+      if (!builtIn.isHidden) names.push_back(builtIn.name);
+    }
+    for (const auto& parser : operations_) names.push_back(parser.operation.row.identifier);
+    if (std::find(names.begin(), names.end(), word) != names.end()) {
+      return {fmt::format("The command '{}' goes before \"--\"", word)};
+    }
+    return {fmt::format("There is no command '{}'{}", word, proposalFor(word, names))};
+  }
+
+  ParsedWords helpOn(const std::string& word) {
+    app_.clear();  // Otherwise CLI11 describes the command "help".
+    if (word.empty()) return HelpText{app_.help()};
+    const auto commands =
+        app_.get_subcommands([&](const CLI::App* command) { return command->get_name() == word; });
+    if (commands.empty()) return noSuchCommand(word);
+    return HelpText{commands.front()->help(app_.get_name())};
+  }
+
   Command command() const {
     const auto* const chosen = app_.get_subcommands().front();
     auto options = options_;
@@ -162,15 +207,19 @@ class Parser {
   }
 
   std::variant<BuiltInUse, OperationUse> useOf(const CLI::App* chosen) const {
-    for (const auto& [which, command, word] : builtIns_) {
-      if (command != chosen) continue;
-      return BuiltInUse{which, word ? unmarked(word->results().front()) : ""};
+    for (const auto& builtIn : builtIns_) {
+      if (builtIn.command == chosen) return BuiltInUse{builtIn.which, wordOf(builtIn)};
     }
     const auto parser =
         std::find_if(operations_.begin(), operations_.end(),
                      [&](const OperationParser& candidate) { return candidate.command == chosen; });
     return OperationUse{parser->operation, wordsOf(parser->options),
                         parser->pathsFromInput && *parser->pathsFromInput};
+  }
+
+  static std::string wordOf(const BuiltInParser& builtIn) {
+    const bool isGiven = builtIn.word && !builtIn.word->empty();
+    return isGiven ? unmarked(builtIn.word->results().front()) : "";
   }
 
   static GivenWords wordsOf(const std::vector<CLI::Option*>& options) {
@@ -192,7 +241,7 @@ class Parser {
 
 }  // namespace
 
-std::variant<Command, HelpText, UsageError> parseCommandLine(
+std::variant<Command, HelpText, VersionRequest, UsageError> parseCommandLine(
     const std::vector<std::string>& words, const OperationDescriptions& operations) {
   return Parser(operations).parse(words);
 }

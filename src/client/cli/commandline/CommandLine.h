@@ -34,8 +34,11 @@ struct HelpText {
   std::string text;
 };
 
+/// The version of this program is asked for.
+struct VersionRequest {};
+
 /// Words after "--" are never options. `operations` outlives the command.
-std::variant<Command, HelpText, UsageError> parseCommandLine(
+std::variant<Command, HelpText, VersionRequest, UsageError> parseCommandLine(
     const std::vector<std::string>& words, const OperationDescriptions& operations);
 
 }  // namespace qrt

@@ -25,6 +25,8 @@ constexpr BuiltInDescription commands[] = {
     {BuiltInCommand::explain, "explain",
      "Describe an operation: arguments, right, and whether this system supports it.", "OPERATION",
      "Name of the operation"},
+    {BuiltInCommand::help, "help", "Show how a command is used.", "COMMAND", "Name of the command",
+     true},
     {BuiltInCommand::doctor, "doctor",
      "Check the helper and this system. Fails when it finds a problem."},
     {BuiltInCommand::installRights, "install-rights",
@@ -33,7 +35,7 @@ constexpr BuiltInDescription commands[] = {
      "Remove the authorization rights of all operations from the rights database (root only)."},
     {BuiltInCommand::generate, "generate",
      "Write a text that is generated from the tables of this program.", "TEXT",
-     "man, daemon-man, bash, zsh, fish, reference or examples", true},
+     "man, daemon-man, bash, zsh, fish, reference or examples", false, true},
 };
 
 constexpr ExitStatusDescription statuses[] = {

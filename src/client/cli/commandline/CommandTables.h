@@ -35,6 +35,7 @@ enum class BuiltInCommand {
   version,
   operations,
   explain,
+  help,
   doctor,
   installRights,
   removeRights,
@@ -47,8 +48,18 @@ struct BuiltInDescription {
   std::string_view help;
   std::string_view argument = {};
   std::string_view argumentHelp = {};
+  bool isArgumentOptional = false;
   bool isHidden = false;
 };
+
+/// An option that prints a text and ends the run.
+struct InformationOption {
+  std::string_view names;
+  std::string_view help;
+};
+inline constexpr InformationOption helpOption{"-h,--help", "Show this help"};
+inline constexpr InformationOption versionOption{"-V,--version",
+                                                 "Show the version of this program"};
 
 struct ExitStatusDescription {
   ExitStatus status;

@@ -201,7 +201,7 @@ _qrtctl() {{
   esac
   case $command in
     '') choices='{1}' ;;
-    explain) choices='{2}' ;;
+    explain | help) choices='{2}' ;;
 {3}  esac
   [[ $current != -* ]] || choices="$options {4} --help"
   mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$current")
@@ -233,7 +233,7 @@ _qrtctl() {{
   fi
   [[ $state == argument ]] || return
   case $words[1] in
-    explain)
+    explain|help)
       _values operation {2}
       ;;
 {3}  esac
@@ -254,7 +254,7 @@ std::string fishCompletion(const OperationDescriptions& operations) {
     text += fmt::format("complete -c qrtctl -n __fish_use_subcommand -f -a {} -d {}\n", name,
                         fishQuoted(help));
   }
-  text += fmt::format("complete -c qrtctl -n '__fish_seen_subcommand_from explain' -f -a {}\n",
+  text += fmt::format("complete -c qrtctl -n '__fish_seen_subcommand_from explain help' -f -a {}\n",
                       fishQuoted(operationNames(operations)));
   for (const auto& operation : operations) {
     const auto& row = operation.row;
