@@ -21,7 +21,9 @@ TEST_F(CommandLineTest, WordsBecomeTheValuesOfTheRequest) {
   const test::ScratchFolder scratch;
   const auto contents = scratch.file("contents", std::string("\0\xFF\n", 3));
   const std::pair<Words, Array> cases[] = {
-      {{"delete-fileobjects", "--recursive", "/a", "../b/"}, {"1", "0", "/a", "/here/../b/"}},
+      {{"delete-fileobjects", "--recursive", "../b/"}, {"1", "0", "/here/../b/"}},
+      // The last fraction says which path failed.
+      {{"delete-fileobjects", "/a", "b"}, {"0", "1", "/a", "/here/b"}},
       {{"delete-fileobjects", "a", "--stop-on-first-error"}, {"0", "1", "/here/a"}},
       {{"create-link", "l", "a/../b/"}, {"/here/l", "a/../b/", false}},
       {{"create-link", "--hard", "l", "a/../b/"}, {"/here/l", "/here/a/../b/", true}},
@@ -99,13 +101,16 @@ TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeTheHelperIsAsked) {
   EXPECT_EQ(run({"delete-foldercontents", "a"}), 2);
 }
 
-TEST_F(CommandLineTest, ArgumentsThatDoNotFitIntoAMessageAreRefused) {
+TEST_F(CommandLineTest, OnlyPathsAreSentInSeveralMessages) {
   Words words(60, std::string(100000, '\xFF'));
-  words.insert(words.begin(), "delete-foldercontents");
+  words.insert(words.begin(), {"execute-utility", "chmod"});
   EXPECT_EQ(run(words), 2) << "each such byte is sent as four";
   EXPECT_THAT(terminal.errors(), testing::HasSubstr("The arguments are larger than 15.5 MiB"));
-  words.resize(30);
+  words.erase(words.begin());
+  words[0] = "delete-foldercontents";
   EXPECT_EQ(run(words), 0);
+  EXPECT_EQ(std::count(helper.calls.begin(), helper.calls.end(), "perform 4"), 2);
+  EXPECT_EQ(helper.arguments.size(), 60u - 40u);
 }
 
 TEST(OperationArguments, MatchTheCatalogueAndTheSystemsFeatures) {

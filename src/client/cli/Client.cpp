@@ -22,6 +22,9 @@
 #include "client/cli/generated/GeneratedText.h"
 #include "client/cli/output/Presenter.h"
 #include "client/cli/output/SystemMessages.h"
+#include "client/cli/paths/PathRequests.h"
+#include "client/cli/paths/PathSummary.h"
+#include "client/cli/paths/PathsOnInput.h"
 #include "operations/NSProcessInfoQRTAdditions.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "operations/StringTables.h"
@@ -99,7 +102,11 @@ class Client {
   }
 
   ExitStatus performOperation(const OperationUse& use) {
-    auto arguments = valuesOf(use);
+    const auto words = wordsOf(use);
+    if (!words) return refuse(words.error());
+    if (use.readsPaths && words->back().empty()) return concludeWithoutPaths();
+    auto arguments = readArguments(use.operation.row.arguments, *words,
+                                   {environment_.caller, environment_.platform});
     if (!arguments) return refuse(arguments.error());
     auto iconPath = absolutePath(options_.iconPath, environment_.caller);
     if (!iconPath) return refuse(iconPath.error());
@@ -120,33 +127,55 @@ class Client {
       // Without a reader the result is useless too.
       if (!hasReader) (*requestor)->interrupt();
     };
-    const bool sendsFeedback = !use.operation.feedback.empty();
-    canBeStopped_ = sendsFeedback;
+    canBeStopped_ = !use.operation.feedback.empty();
     const AuthorizationPresentation presentation{options_.prompt, std::move(*iconPath)};
-    const auto outcome = askingForPasswords([&] {
-      return (*requestor)
-          ->perform(use.operation.row.identifier, *arguments, presentation,
-                    sendsFeedback ? handler : FeedbackHandler());
-    });
+    const SendRequest send = [&](const Array& sent, const FeedbackHandler& wanted) -> Outcome {
+      if (wasStopped_) return posixError(PosixCode::canceled);  // Between two requests.
+      return askingForPasswords([&] {
+        return (*requestor)->perform(use.operation.row.identifier, sent, presentation, wanted);
+      });
+    };
+    const auto outcome = sendOperation(use.operation, std::move(*arguments), *words, send, handler);
     if (!hasReader && !wasInterrupted_) return ExitStatus::failed;
     if (wasStopped_ && outcome && isPosixError(*outcome, PosixCode::canceled)) {
-      fail(stoppedError(use.operation.row.identifier));
+      auto error = stoppedError(use.operation.row.identifier);
+      auto summary = outcome->userInfo;
+      error.userInfo.merge(summary);
+      fail(error);
       return ExitStatus::interrupted;
     }
     return conclude(outcome, **requestor);
   }
 
-  UsageResult<Array> valuesOf(const OperationUse& use) const {
-    const auto& arguments = use.operation.row.arguments;
+  /// The words of each argument. The list of paths, always the last argument, has those on standard
+  /// input as well.
+  static UsageResult<GivenWords> wordsOf(const OperationUse& use) {
     auto words = use.words;
-    if (use.readsPaths) {
-      auto further = wordsOnStandardInput();
-      if (!further) return further.error();
-      const auto* const list = std::find_if(arguments.begin(), arguments.end(), isPathList);
-      auto& paths = words[static_cast<std::size_t>(list - arguments.begin())];
-      std::move(further->begin(), further->end(), std::back_inserter(paths));
+    if (!use.readsPaths) return words;
+    auto further = pathsOnStandardInput();
+    if (!further) return further.error();
+    std::move(further->begin(), further->end(), std::back_inserter(words.back()));
+    return words;
+  }
+
+  ExitStatus concludeWithoutPaths() {
+    if (!isJson_) {
+      environment_.terminal.write(StandardStream::error,
+                                  "qrtctl: nothing to do: standard input holds no path\n");
     }
-    return readArguments(arguments, words, {environment_.caller, environment_.platform});
+    return status(presenter_->showAnswer({}));
+  }
+
+  Outcome sendOperation(const OperationDescription& operation, Array arguments,
+                        const GivenWords& words, const SendRequest& send,
+                        const FeedbackHandler& handler) {
+    if (!takesPathList(operation.row)) {
+      return send(arguments, operation.feedback.empty() ? FeedbackHandler() : handler);
+    }
+    const auto command = pathCommandFor(operation, std::move(arguments));
+    const auto result = performForPaths(command, send, handler);
+    return outcomeOf(result, command.paths, words.back(), operation.row.participle,
+                     [this](const Error& error) { return localized(error); });
   }
 
   /// Asks at a terminal. Without a terminal the answer is yes.
@@ -296,13 +325,17 @@ class Client {
                                        environment_.patience);
   }
 
-  ExitStatus fail(const Error& error) {
+  Error localized(const Error& error) const {
     StringTables tables(environment_.bundlePath, environment_.language,
                         environment_.platform.files);
     const Localization localization{
         tables, NSProcessInfoQRTAdditions::shouldUIUsePoliteForms(environment_.platform)};
-    presenter_->showFailure(
-        *QRTPrivilegedOperationSet::localizedErrorForPrivilegedOperationError(error, localization));
+    return *QRTPrivilegedOperationSet::localizedErrorForPrivilegedOperationError(error,
+                                                                                 localization);
+  }
+
+  ExitStatus fail(const Error& error) {
+    presenter_->showFailure(localized(error));
     return exitStatusFor(error);
   }
 

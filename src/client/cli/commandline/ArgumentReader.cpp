@@ -13,17 +13,14 @@
 
 #include "client/cli/commandline/AccessControlArgument.h"
 #include "client/cli/commandline/CallerPaths.h"
+#include "client/cli/commandline/MessageSize.h"
 #include "client/cli/commandline/SignalNames.h"
 #include "platform/CallerProcess.h"
 #include "platform/Platform.h"
-#include "protocol/WireText.h"
 
 namespace qrt {
 namespace {
 
-/// In bytes: a message of 16 MiB without its header, the authorization and the two texts of the
-/// dialog.
-constexpr std::size_t largestArguments = 31 << 19;
 constexpr const char* tooLarge = "{} larger than 15.5 MiB";
 
 template <class Integer>
@@ -185,20 +182,10 @@ ArgumentDescription settled(std::span<const ArgumentDescription> descriptions, s
   return description;
 }
 
-/// The largest number of bytes that the value takes in a message.
-std::size_t sizeInMessage(const PropertyValue& value) {
-  constexpr std::size_t typeLengthAndPadding = 24;
-  std::size_t size = typeLengthAndPadding;
-  if (const auto* text = value.string()) size += encodeWireText(*text).size();
-  if (const auto* data = value.data()) size += data->size();
-  if (const auto* array = value.array()) {
-    for (const auto& element : *array) size += sizeInMessage(element);
-  }
-  if (const auto* dictionary = value.dictionary()) {
-    for (const auto& [key, element] : *dictionary)
-      size += sizeInMessage(key) + sizeInMessage(element);
-  }
-  return size;
+/// The paths of a list are sent in as many requests as they need.
+bool isTooLarge(std::span<const ArgumentDescription> descriptions, const Array& values) {
+  const bool isList = std::any_of(descriptions.begin(), descriptions.end(), isPathList);
+  return !isList && sizeInMessage(values) > largestArguments;
 }
 
 }  // namespace
@@ -210,22 +197,10 @@ UsageResult<Array> readArguments(std::span<const ArgumentDescription> descriptio
     const auto description = settled(descriptions, i, words);
     if (const auto error = read(description, words[i], context, values)) return *error;
   }
-  if (sizeInMessage(values) > largestArguments) {
+  if (isTooLarge(descriptions, values)) {
     return UsageError{fmt::format(tooLarge, "The arguments are")};
   }
   return values;
-}
-
-UsageResult<std::vector<std::string>> wordsOnStandardInput() {
-  const auto contents = contentsOfFile("-");
-  if (!contents) return contents.error();
-  std::vector<std::string> words;
-  for (auto begin = contents->begin(); begin != contents->end();) {
-    const auto end = std::find(begin, contents->end(), '\0');
-    words.emplace_back(begin, end);
-    begin = end == contents->end() ? end : end + 1;
-  }
-  return words;
 }
 
 }  // namespace qrt

@@ -27,7 +27,4 @@ using GivenWords = std::vector<std::vector<std::string>>;
 UsageResult<Array> readArguments(std::span<const ArgumentDescription> descriptions,
                                  const GivenWords& words, const WordContext& context);
 
-/// The words on standard input. A zero byte ends each; the last word may lack it.
-UsageResult<std::vector<std::string>> wordsOnStandardInput();
-
 }  // namespace qrt

@@ -75,6 +75,9 @@ class ArgumentList {
   std::size_t size_ = 0;
 };
 
+/// The option of an operation with a list of paths that leaves the paths after a failure alone.
+inline constexpr std::string_view stopOption = "--stop-on-first-error";
+
 struct OperationArguments {
   std::string_view identifier;
   /// In the order in which they are sent.
@@ -84,6 +87,8 @@ struct OperationArguments {
   /// Name of the system's feature without which the operation always fails; empty when there is no
   /// such feature.
   std::string_view neededFeature = {};
+  /// What has become of each path of a list: "deleted".
+  std::string_view participle = {};
   /// More than the help of the arguments has room for; the reference and "explain" print it.
   std::string_view note = {};
 };

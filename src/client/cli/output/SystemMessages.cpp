@@ -77,6 +77,13 @@ std::string descriptionForPerson(const Error& error) {
   return fmt::format("{} ({} error {})", meaningOf(error), shortNameOf(error.domain), error.code);
 }
 
+std::string reasonForPerson(const Error& error) {
+  const auto* own = stringIn(error.userInfo, localizedDescriptionKey);
+  auto reason = own && !own->empty() ? *own : meaningOf(error);
+  if (reason.ends_with('.')) reason.pop_back();
+  return reason;
+}
+
 Error describedError(PosixCode code, std::string_view description, std::string_view suggestion) {
   Dictionary texts{{std::string(localizedDescriptionKey), description}};
   if (!suggestion.empty()) texts.emplace(localizedRecoverySuggestionKey, suggestion);
