@@ -22,6 +22,7 @@
 #include "client/cli/generated/GeneratedText.h"
 #include "client/cli/output/Presenter.h"
 #include "client/cli/output/SystemMessages.h"
+#include "client/cli/paths/JsonPaths.h"
 #include "client/cli/paths/PathRequests.h"
 #include "client/cli/paths/PathSummary.h"
 #include "client/cli/paths/PathsOnInput.h"
@@ -72,10 +73,15 @@ class Client {
   ExitStatus execute(Command command) {
     options_ = std::move(command.options);
     isJson_ = options_.isJson;
-    presenter_ = isJson_ ? makeJsonPresenter(environment_.terminal)
-                         : makeTextPresenter(environment_.terminal, "qrtctl " + command.name,
-                                             environment_.mayColor, wasStopped_);
-    if (const auto* use = std::get_if<OperationUse>(&command.use)) return performOperation(*use);
+    const auto* const use = std::get_if<OperationUse>(&command.use);
+    const bool writesPaths = use && use->writesPaths;
+    if (writesPaths && isJson_) return refuse({"--print0 and --json exclude each other"});
+    presenter_ =
+        isJson_ ? makeJsonPresenter(environment_.terminal)
+                : makeTextPresenter(environment_.terminal, "qrtctl " + command.name,
+                                    environment_.mayColor,
+                                    writesPaths ? RecordForm::path : RecordForm::line, wasStopped_);
+    if (use) return performOperation(*use);
     return execute(std::get<BuiltInUse>(command.use));
   }
 
@@ -149,12 +155,18 @@ class Client {
 
   /// The words of each argument. The list of paths, always the last argument, has those on standard
   /// input as well.
-  static UsageResult<GivenWords> wordsOf(const OperationUse& use) {
+  UsageResult<GivenWords> wordsOf(const OperationUse& use) const {
+    const auto& row = use.operation.row;
     auto words = use.words;
-    if (!use.readsPaths) return words;
-    auto further = pathsOnStandardInput();
-    if (!further) return further.error();
-    std::move(further->begin(), further->end(), std::back_inserter(words.back()));
+    if (!options_.hasJsonPaths) {
+      if (auto error = doubtfulPath(row, words, environment_.platform.files)) return *error;
+    }
+    if (use.readsPaths) {
+      auto further = pathsOnStandardInput();
+      if (!further) return further.error();
+      std::move(further->begin(), further->end(), std::back_inserter(words.back()));
+    }
+    if (options_.hasJsonPaths) decodeJsonPaths(row, words);
     return words;
   }
 

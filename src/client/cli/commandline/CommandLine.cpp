@@ -74,8 +74,8 @@ struct OperationParser {
   CLI::App* command;
   /// One for each argument; null for an argument that the user does not write.
   std::vector<CLI::Option*> options;
-  /// Null when the operation takes no list of paths.
-  CLI::Option* pathsFromInput;
+  /// Null when the operation has no option of the client.
+  CLI::Option* clientOption;
 };
 
 struct BuiltInParser {
@@ -162,9 +162,9 @@ class Parser {
         addCommand(row.identifier, operation.sentence, "Operations of the privileged helper");
     std::vector<CLI::Option*> options;
     for (const auto& argument : row.arguments) options.push_back(addArgument(*command, argument));
-    auto* const paths =
-        takesPathList(row) ? addFlag(*command, pathsFromInput.name, pathsFromInput.help) : nullptr;
-    operations_.push_back({operation, command, std::move(options), paths});
+    const auto* const own = clientOptionOf(row);
+    auto* const clientOption = own ? addFlag(*command, own->name, own->help) : nullptr;
+    operations_.push_back({operation, command, std::move(options), clientOption});
   }
 
   UsageError unknownCommand() const {
@@ -213,8 +213,10 @@ class Parser {
     const auto parser =
         std::find_if(operations_.begin(), operations_.end(),
                      [&](const OperationParser& candidate) { return candidate.command == chosen; });
+    const auto* const own = clientOptionOf(parser->operation.row);
+    const bool isGiven = own && *parser->clientOption;
     return OperationUse{parser->operation, wordsOf(parser->options),
-                        parser->pathsFromInput && *parser->pathsFromInput};
+                        isGiven && own == &pathsFromInput, isGiven && own == &pathsToOutput};
   }
 
   static std::string wordOf(const BuiltInParser& builtIn) {

@@ -22,6 +22,8 @@ struct OperationUse {
   GivenWords words;
   /// Whether standard input holds further paths.
   bool readsPaths = false;
+  /// Whether only the paths of records are written, each with a zero byte.
+  bool writesPaths = false;
 };
 
 struct Command {

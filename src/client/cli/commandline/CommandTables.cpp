@@ -4,6 +4,7 @@
 
 #include <cstddef>
 
+#include "client/cli/commandline/OperationArguments.h"
 #include "platform/ServiceDescription.h"
 
 namespace qrt {
@@ -13,6 +14,8 @@ const GeneralOption options[] = {
     {"--json", "", "Write output as JSON lines", &CommandOptions::isJson},
     {"--yes", "", "Answer yes to the question before something is destroyed",
      &CommandOptions::assumesYes},
+    {"--json-paths", "", "Read paths in the form in which JSON output writes them",
+     &CommandOptions::hasJsonPaths},
     {"--prompt", "TEXT", "Text of the authorization dialog", nullptr, &CommandOptions::prompt},
     {"--icon", "FILE", "Image in the authorization dialog", nullptr, &CommandOptions::iconPath},
     {"--socket", serviceDescription().addressValue, serviceDescription().addressHelp, nullptr,
@@ -56,6 +59,9 @@ constexpr CommandExample examples[] = {
      "Delete a folder with everything below it, even objects with immutable flags."},
     {"find /srv/example/project -name '*.tmp' -print0 | qrtctl delete-fileobjects --stdin0",
      "Delete the objects that another program found."},
+    {"qrtctl search-patterns --extension bak --print0 /srv/example/project | "
+     "qrtctl delete-fileobjects --stdin0",
+     "Delete what a search found, whatever bytes the names have."},
     {"qrtctl search-agedfiles /srv/example/project 30",
      "List the objects that have not changed for thirty days."},
     {"qrtctl --json inspect-storagesize /srv/example/project",
@@ -96,6 +102,11 @@ std::string wrapped(std::string_view paragraph) {
 }
 
 }  // namespace
+
+const ClientOption* clientOptionOf(const OperationArguments& operation) {
+  if (takesPathList(operation)) return &pathsFromInput;
+  return operation.identifier.starts_with("search-") ? &pathsToOutput : nullptr;
+}
 
 std::span<const GeneralOption> generalOptions() { return options; }
 std::span<const BuiltInDescription> builtInCommands() { return commands; }

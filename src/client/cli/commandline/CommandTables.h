@@ -10,10 +10,14 @@
 
 namespace qrt {
 
+struct OperationArguments;
+
 struct CommandOptions {
   bool isJson = false;
   /// The answer to the question before an operation destroys something.
   bool assumesYes = false;
+  /// Whether paths in the command line and on standard input are as JSON output writes them.
+  bool hasJsonPaths = false;
   std::string prompt;
   std::string iconPath;
   /// Where the helper listens.
@@ -72,12 +76,18 @@ struct CommandExample {
   std::string_view meaning;
 };
 
-/// The option of operations that take a list of paths.
-struct PathsFromInput {
-  std::string_view name = "--stdin0";
-  std::string_view help = "Read further paths from standard input, each ended by a zero byte";
+/// An option of some operations that the helper does not see.
+struct ClientOption {
+  std::string_view name;
+  std::string_view help;
 };
-inline constexpr PathsFromInput pathsFromInput;
+inline constexpr ClientOption pathsFromInput{
+    "--stdin0", "Read further paths from standard input, each ended by a zero byte"};
+inline constexpr ClientOption pathsToOutput{
+    "--print0", "Write only the paths of what is found, each ended by a zero byte"};
+
+/// Null for an operation that has no such option.
+const ClientOption* clientOptionOf(const OperationArguments& operation);
 
 std::span<const GeneralOption> generalOptions();
 std::span<const BuiltInDescription> builtInCommands();

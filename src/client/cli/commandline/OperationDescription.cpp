@@ -80,7 +80,7 @@ OperationDescriptions describedOperations(const QRTPrivilegedOperationSet& opera
 std::string synopsisOf(const OperationArguments& operation) {
   std::string options;
   std::string words;
-  if (takesPathList(operation)) options = fmt::format(" [{}]", pathsFromInput.name);
+  if (const auto* own = clientOptionOf(operation)) options = fmt::format(" [{}]", own->name);
   for (const auto& argument : operation.arguments) {
     if (isImplied(argument.form)) continue;
     (isOption(argument) ? options : words) += ' ' + synopsisOf(argument);
@@ -101,7 +101,7 @@ std::vector<ArgumentRow> argumentRows(const OperationArguments& operation) {
     if (isImplied(argument.form)) continue;
     rows.emplace_back(nameOf(argument), argument.help);
   }
-  if (takesPathList(operation)) rows.emplace_back(pathsFromInput.name, pathsFromInput.help);
+  if (const auto* own = clientOptionOf(operation)) rows.emplace_back(own->name, own->help);
   return rows;
 }
 

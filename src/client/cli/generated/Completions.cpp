@@ -65,7 +65,7 @@ std::string optionsOf(const OperationArguments& operation) {
   for (const auto& argument : operation.arguments) {
     if (isOption(argument)) names.add(argument.name);
   }
-  if (takesPathList(operation)) names.add(pathsFromInput.name);
+  if (const auto* own = clientOptionOf(operation)) names.add(own->name);
   return names.text();
 }
 
@@ -143,9 +143,8 @@ std::string zshCases(const OperationDescriptions& operations) {
     for (const auto& argument : row.arguments) {
       if (!isImplied(argument.form)) specifications += ' ' + quoted(zshSpecification(argument));
     }
-    if (takesPathList(row)) {
-      const auto help = zshText(pathsFromInput.help);
-      specifications += ' ' + quoted(fmt::format("{}[{}]", pathsFromInput.name, help));
+    if (const auto* own = clientOptionOf(row)) {
+      specifications += ' ' + quoted(fmt::format("{}[{}]", own->name, zshText(own->help)));
     }
     cases += fmt::format("    {})\n      _arguments \"$general[@]\"{}\n      ;;\n", row.identifier,
                          specifications);
@@ -259,9 +258,8 @@ std::string fishCompletion(const OperationDescriptions& operations) {
   for (const auto& operation : operations) {
     const auto& row = operation.row;
     for (const auto& argument : row.arguments) text += fishLine(row, argument);
-    if (takesPathList(row)) {
-      text += fishLine(row, fmt::format("-l {} -d {}", pathsFromInput.name.substr(2),
-                                        fishQuoted(pathsFromInput.help)));
+    if (const auto* own = clientOptionOf(row)) {
+      text += fishLine(row, fmt::format("-l {} -d {}", own->name.substr(2), fishQuoted(own->help)));
     }
   }
   return text;

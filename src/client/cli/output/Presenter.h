@@ -25,10 +25,15 @@ class Presenter {
   virtual void showFailure(const Error& error) = 0;
 };
 
+/// How the record of an object that was found is written: as a line for the user, or as its path
+/// and a zero byte.
+enum class RecordForm { line, path };
+
 /// Text for the user: output, records and answers go to standard output, progress and failures to
 /// standard error, after `label`. With `mayColor` the label of a failure has colour on a terminal.
 /// `isStopping`, which outlives the presenter, is set when the user has asked for the end.
 std::unique_ptr<Presenter> makeTextPresenter(Terminal& terminal, std::string label, bool mayColor,
+                                             RecordForm recordForm,
                                              const std::atomic<bool>& isStopping);
 
 /// JSON for a program: on standard output one line for each message and one for the result.

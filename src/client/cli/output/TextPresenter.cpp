@@ -27,11 +27,12 @@ std::string_view textOf(const Data& data) {
 
 class TextPresenter : public Presenter {
  public:
-  TextPresenter(Terminal& terminal, std::string label, bool mayColor,
+  TextPresenter(Terminal& terminal, std::string label, bool mayColor, RecordForm recordForm,
                 const std::atomic<bool>& isStopping)
       : terminal_(terminal),
         label_(std::move(label)),
         mayColor_(mayColor),
+        recordForm_(recordForm),
         isStopping_(isStopping),
         enough_(terminal.isTerminal(StandardStream::output) ? 0 : 64 << 10) {
     tzset();  // The lines of records show local time.
@@ -86,7 +87,12 @@ class TextPresenter : public Presenter {
   bool writeRecords(const Array& records) {
     if (progress_) progress_->addFound(records.size());
     for (const auto& record : records) {
-      if (record.dictionary()) appendRecordText(lines_, *record.dictionary());
+      if (!record.dictionary()) continue;
+      if (recordForm_ == RecordForm::line) {
+        appendRecordText(lines_, *record.dictionary());
+      } else if (const auto* path = stringIn(*record.dictionary(), file_object_key::path)) {
+        lines_.append(*path).push_back('\0');
+      }
     }
     return lines_.size() < enough_ || writeCollected();
   }
@@ -111,6 +117,7 @@ class TextPresenter : public Presenter {
   Terminal& terminal_;
   std::string label_;
   bool mayColor_;
+  RecordForm recordForm_;
   const std::atomic<bool>& isStopping_;
   /// The bytes of lines that are written at once. A user at a terminal sees each batch as it
   /// arrives.
@@ -123,8 +130,10 @@ class TextPresenter : public Presenter {
 }  // namespace
 
 std::unique_ptr<Presenter> makeTextPresenter(Terminal& terminal, std::string label, bool mayColor,
+                                             RecordForm recordForm,
                                              const std::atomic<bool>& isStopping) {
-  return std::make_unique<TextPresenter>(terminal, std::move(label), mayColor, isStopping);
+  return std::make_unique<TextPresenter>(terminal, std::move(label), mayColor, recordForm,
+                                         isStopping);
 }
 
 }  // namespace qrt
