@@ -7,6 +7,7 @@
 #include "client/cli/Doctor.h"
 #include "operations/PrivilegedOperationError.h"
 #include "protocol/FeedbackMessage.h"
+#include "support/ScratchFolder.h"
 
 namespace qrt {
 namespace {
@@ -159,6 +160,37 @@ TEST_F(ClientTest, AQuestionAtATerminalPrecedesDestruction) {
     EXPECT_EQ(terminal.errors().find("[y/N]") != std::string::npos, isAsked);
     EXPECT_EQ(helper.calls.empty(), !isDone);
   }
+}
+
+TEST_F(ClientTest, ABatchHasOneConnectionAndRunsOnlyWhenEachLineIsRight) {
+  const test::ScratchFolder scratch;
+  const auto batch = [&](const std::string& text, Words words = {}) {
+    words.insert(words.begin(), {"batch", scratch.file("batch", text)});
+    return run(words);
+  };
+  EXPECT_EQ(batch("nop # one\n\n delete-foldercontents 'a\nb' \\\n c\\ d\ndiscard-auth"), 0);
+  EXPECT_THAT(helper.calls,
+              ElementsAre("connect " + defaultHelperAddress(), "register 42", "createExternalForm",
+                          "perform 9998", "perform 4", "perform 9997", "unregister 42"));
+  const std::pair<std::string, std::string> wrong[] = {
+      {"nop\nnop 'a\n\n", "line 2: The quotation does not end"},
+      {"nop\nnop; nop", "line 2: ';' is an operator of sh"},
+      {"nop\nno", "line 2: There is no command 'no'"},
+      {"nop\nbatch x", "line 2: batch cannot be used here"},
+  };
+  for (const auto& [text, problem] : wrong) {
+    EXPECT_EQ(batch(text), 2) << text;
+    EXPECT_THAT(terminal.errors(), HasSubstr(problem));
+    EXPECT_TRUE(helper.calls.empty());
+  }
+
+  helper.answer = posixError(PosixCode::noEntry);
+  EXPECT_EQ(batch("nop\nnop"), 4);
+  EXPECT_THAT(terminal.errors(), HasSubstr("line 2: qrtctl nop: No such file"));
+  EXPECT_THAT(terminal.errors(), HasSubstr("2 of 2 commands failed.\n"));
+  EXPECT_EQ(batch("nop\nnop", {"--stop-on-first-error", "--json"}), 4);
+  EXPECT_THAT(terminal.output(), testing::StartsWith(R"({"line":1,"words":["nop"]})"));
+  EXPECT_THAT(terminal.output(), HasSubstr("1 of 2 commands failed; 1 was not run."));
 }
 
 }  // namespace

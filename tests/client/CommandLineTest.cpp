@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "ClientFixture.h"
+#include "client/cli/commandline/CommandSplitter.h"
 #include "client/cli/commandline/OperationArguments.h"
 #include "client/cli/output/Json.h"
 #include "operations/OperationCatalogue.h"
@@ -111,6 +112,24 @@ TEST_F(CommandLineTest, OnlyPathsAreSentInSeveralMessages) {
   EXPECT_EQ(run(words), 0);
   EXPECT_EQ(std::count(helper.calls.begin(), helper.calls.end(), "perform 4"), 2);
   EXPECT_EQ(helper.arguments.size(), 60u - 40u);
+}
+
+TEST(CommandSplitter, WordsAreThoseOfSh) {
+  const std::pair<std::string, std::vector<std::string>> cases[] = {
+      {" a\tb  # c", {"a", "b"}},
+      {"a#b \\#c ''#d", {"a#b", "#c", "#d"}},
+      {"a\\ b 'c d'\"e f\" '' \"\"", {"a b", "c de f", "", ""}},
+      {"'\\' \"\\\\ \\$ \\\" \\n\" \\n", {"\\", "\\ $ \" \\n", "n"}},
+      {"a\\\nb \\\n c \"d\\\ne\" '\\\n'", {"ab", "c", "de", "\\\n"}},
+  };
+  for (const auto& [text, words] : cases) {
+    const auto commands = splitCommands(text);
+    ASSERT_TRUE(commands && commands->size() == 1) << text;
+    EXPECT_EQ(commands->front().words, words) << text;
+    std::string expected;
+    for (const auto& word : words) expected += word + '\0';
+    EXPECT_EQ(test::printed("printf '%s\\0' " + text), expected) << "as sh has them: " << text;
+  }
 }
 
 TEST(OperationArguments, MatchTheCatalogueAndTheSystemsFeatures) {

@@ -11,8 +11,11 @@
 #include <variant>
 
 #include "base/Printable.h"
+#include "client/cli/Batch.h"
 #include "client/cli/Doctor.h"
 #include "client/cli/RightsChange.h"
+#include "client/cli/Session.h"
+#include "client/cli/Shell.h"
 #include "client/cli/StartNotice.h"
 #include "client/cli/StoppedOperation.h"
 #include "client/cli/commandline/CallerPaths.h"
@@ -20,6 +23,7 @@
 #include "client/cli/commandline/NearestWords.h"
 #include "client/cli/commandline/OperationDescription.h"
 #include "client/cli/generated/GeneratedText.h"
+#include "client/cli/output/Json.h"
 #include "client/cli/output/Presenter.h"
 #include "client/cli/output/SystemMessages.h"
 #include "client/cli/paths/JsonPaths.h"
@@ -50,23 +54,41 @@ bool isRefusal(const Error& error) {
          isPosixError(error, PosixCode::canceled);
 }
 
+/// What a command inherits from the batch or shell that it is a part of.
+struct CommandOrigin {
+  CommandOptions options;
+  bool isPart = false;
+  /// Before the text of a failure: "line 3: ". Empty where the user sees the line.
+  std::string label;
+  /// Whether standard input holds the commands.
+  bool isInputTaken = false;
+};
+
 class Client {
  public:
-  Client(const ClientEnvironment& environment, const QRTPrivilegedOperationSet& operations)
+  Client(const ClientEnvironment& environment, const QRTPrivilegedOperationSet& operations,
+         Session& session, CommandOrigin origin = {})
       : environment_(environment),
         operations_(operations),
+        session_(session),
+        origin_(std::move(origin)),
         descriptions_(describedOperations(operations)) {}
 
   ExitStatus run(const std::vector<std::string>& words) {
     // The parser stops at an error, maybe before this option.
-    isJson_ = std::find(words.begin(), words.end(), "--json") != words.end();
-    auto parsed = parseCommandLine(words, descriptions_);
+    isJson_ =
+        origin_.options.isJson || std::find(words.begin(), words.end(), "--json") != words.end();
+    auto parsed = parseCommandLine(words, descriptions_, origin_.options);
     if (const auto* help = std::get_if<HelpText>(&parsed)) {
       return status(environment_.terminal.write(StandardStream::output, help->text));
     }
     if (std::holds_alternative<VersionRequest>(parsed)) return showOwnVersion();
     if (const auto* error = std::get_if<UsageError>(&parsed)) return refuse(*error);
-    return execute(std::get<Command>(std::move(parsed)));
+    auto& command = std::get<Command>(parsed);
+    if (origin_.isPart) {
+      if (const auto error = problemInBatch(command, origin_.isInputTaken)) return refuse(*error);
+    }
+    return execute(std::move(command));
   }
 
  private:
@@ -78,7 +100,7 @@ class Client {
     if (writesPaths && isJson_) return refuse({"--print0 and --json exclude each other"});
     presenter_ =
         isJson_ ? makeJsonPresenter(environment_.terminal)
-                : makeTextPresenter(environment_.terminal, "qrtctl " + command.name,
+                : makeTextPresenter(environment_.terminal, origin_.label + "qrtctl " + command.name,
                                     environment_.mayColor,
                                     writesPaths ? RecordForm::path : RecordForm::line, wasStopped_);
     if (use) return performOperation(*use);
@@ -94,11 +116,15 @@ class Client {
       case BuiltInCommand::help:
         break;  // The parser has its text.
       case BuiltInCommand::explain:
-        return explain(use.word);
+        return explain(use.word());
       case BuiltInCommand::doctor:
         return diagnose();
+      case BuiltInCommand::batch:
+        return runFile(use);
+      case BuiltInCommand::shell:
+        return runTyped();
       case BuiltInCommand::generate:
-        return generate(use.word);
+        return generate(use.word());
       case BuiltInCommand::installRights:
         return change(RightsChange::install);
       case BuiltInCommand::removeRights:
@@ -326,15 +352,69 @@ class Client {
     return status(presenter_->showAnswer({{"installed", *installed}}));
   }
 
+  ExitStatus runFile(const BuiltInUse& use) {
+    const auto file = use.words.empty() ? "-" : use.word();
+    const bool isInputTaken = file == "-";
+    const auto commands = readBatch(file, [&](const std::vector<std::string>& words) {
+      return problemOf(words, isInputTaken);
+    });
+    if (!commands) return refuse(commands.error());
+    const auto result = runBatch(*commands, use.hasOption, [&](const SplitCommand& command) {
+      return runPart(command, /*isTyped=*/false, isInputTaken);
+    });
+    if (result.failed > 0) {
+      const auto summary = batchSummary(result, commands->size());
+      presenter_->showFailure(describedError(PosixCode::inputOutput, summary));
+      return result.status;
+    }
+    if (!isJson_) return ExitStatus::done;
+    return status(presenter_->showAnswer({{"commands", std::int64_t(commands->size())}}));
+  }
+
+  ExitStatus runTyped() {
+    const bool isTyped = environment_.terminal.canAsk();
+    return runShell(
+        environment_.terminal, [](std::string_view) { return LineEditor::Completions{}; },
+        [&](const SplitCommand& command) { return runPart(command, isTyped, !isTyped); });
+  }
+
+  std::optional<UsageError> problemOf(const std::vector<std::string>& words, bool isInputTaken) {
+    const auto parsed = parseCommandLine(words, descriptions_, options_);
+    if (const auto* error = std::get_if<UsageError>(&parsed)) return *error;
+    const auto* command = std::get_if<Command>(&parsed);
+    return command ? problemInBatch(*command, isInputTaken) : std::nullopt;
+  }
+
+  /// Runs one command of a batch or of the shell.
+  ExitStatus runPart(const SplitCommand& command, bool isTyped, bool isInputTaken) {
+    if (isJson_) {
+      const Dictionary part{{"line", std::int64_t(command.line)},
+                            {"words", Array(command.words.begin(), command.words.end())}};
+      environment_.terminal.write(StandardStream::output, lineOf(jsonOf(part)));
+    }
+    const auto label = isTyped ? "" : fmt::format("line {}: ", command.line);
+    const CommandOrigin origin{options_, /*isPart=*/true, label, isInputTaken};
+    Client part(environment_, operations_, session_, origin);
+    const auto status = part.run(command.words);
+    // A request to stop that came too late would stop the next operation.
+    if (part.wasStopped_ || status == ExitStatus::unreachable) session_.drop();
+    return status;
+  }
+
   /// The system may wait some seconds before it restarts a helper that has just ended.
-  Result<std::unique_ptr<PrivilegeRequestor>> connect() {
+  Result<PrivilegeRequestor*> connect() {
+    if (auto* const requestor = session_.requestorAt(options_.address)) return requestor;
+    // Unregisters first, so that the process is never registered twice.
+    session_.drop();
     const StartNotice notice(environment_.noticeDelay, [this] {
       constexpr std::string_view text = "qrtctl: waiting for the helper to start\n";
       if (!isJson_) environment_.terminal.write(StandardStream::error, text);
     });
-    return PrivilegeRequestor::connect(environment_.platform, options_.address,
-                                       environment_.caller.processIdentifier(), operations_,
-                                       environment_.patience);
+    auto requestor = PrivilegeRequestor::connect(environment_.platform, options_.address,
+                                                 environment_.caller.processIdentifier(),
+                                                 operations_, environment_.patience);
+    if (!requestor) return requestor.error();
+    return session_.keep(std::move(*requestor), options_.address);
   }
 
   Error localized(const Error& error) const {
@@ -356,7 +436,8 @@ class Client {
       makeJsonPresenter(environment_.terminal)
           ->showFailure(describedError(PosixCode::invalidArgument, error.text));
     } else {
-      const auto text = fmt::format("qrtctl: {}\nTry \"qrtctl --help\".\n", printable(error.text));
+      const auto text = fmt::format("{}qrtctl: {}\nTry \"qrtctl --help\".\n", origin_.label,
+                                    printable(error.text));
       environment_.terminal.write(StandardStream::error, text);
     }
     return ExitStatus::usage;
@@ -369,6 +450,8 @@ class Client {
 
   const ClientEnvironment& environment_;
   const QRTPrivilegedOperationSet& operations_;
+  Session& session_;
+  const CommandOrigin origin_;
   const OperationDescriptions descriptions_;
   CommandOptions options_;
   bool isJson_ = false;
@@ -387,7 +470,8 @@ class Client {
 ExitStatus runClient(const std::vector<std::string>& words, const ClientEnvironment& environment) {
   const QRTPrivilegedOperationSetVK2 operations(environment.platform.log,
                                                 environment.platform.authority);
-  return Client(environment, operations).run(words);
+  Session session;
+  return Client(environment, operations, session).run(words);
 }
 
 }  // namespace qrt

@@ -44,22 +44,6 @@ std::optional<Number> numberIn(std::string_view text) {
   return std::nullopt;
 }
 
-UsageResult<Data> contentsOfFile(const std::string& path) {
-  const bool isStandardInput = path == "-";
-  const auto name = isStandardInput ? "Standard input" : path;
-  // A C stream reports the end of standard input and its failure as different states.
-  const auto close = [](std::FILE* file) { return file == stdin ? 0 : std::fclose(file); };
-  const std::unique_ptr<std::FILE, decltype(close)> file(
-      isStandardInput ? stdin : std::fopen(path.c_str(), "rb"), close);
-  Data contents(largestArguments + 1);
-  contents.resize(file ? std::fread(contents.data(), 1, contents.size(), file.get()) : 0);
-  if (!file || std::ferror(file.get()) != 0) {
-    return UsageError{fmt::format("{} cannot be read", name)};
-  }
-  if (contents.size() > largestArguments) return UsageError{fmt::format(tooLarge, name + " is")};
-  return contents;
-}
-
 UsageError unsuitable(const ArgumentDescription& description, const std::string& word,
                       std::string_view expected) {
   return {fmt::format("{}: '{}' is not {}", description.name, word, expected)};
@@ -189,6 +173,22 @@ bool isTooLarge(std::span<const ArgumentDescription> descriptions, const Array& 
 }
 
 }  // namespace
+
+UsageResult<Data> contentsOfFile(const std::string& path) {
+  const bool isStandardInput = path == "-";
+  const auto name = isStandardInput ? "Standard input" : path;
+  // A C stream reports the end of standard input and its failure as different states.
+  const auto close = [](std::FILE* file) { return file == stdin ? 0 : std::fclose(file); };
+  const std::unique_ptr<std::FILE, decltype(close)> file(
+      isStandardInput ? stdin : std::fopen(path.c_str(), "rb"), close);
+  Data contents(largestArguments + 1);
+  contents.resize(file ? std::fread(contents.data(), 1, contents.size(), file.get()) : 0);
+  if (!file || std::ferror(file.get()) != 0) {
+    return UsageError{fmt::format("{} cannot be read", name)};
+  }
+  if (contents.size() > largestArguments) return UsageError{fmt::format(tooLarge, name + " is")};
+  return contents;
+}
 
 UsageResult<Array> readArguments(std::span<const ArgumentDescription> descriptions,
                                  const GivenWords& words, const WordContext& context) {

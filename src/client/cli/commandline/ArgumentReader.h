@@ -27,4 +27,7 @@ using GivenWords = std::vector<std::vector<std::string>>;
 UsageResult<Array> readArguments(std::span<const ArgumentDescription> descriptions,
                                  const GivenWords& words, const WordContext& context);
 
+/// "-" is standard input. Contents that are too large for a message are an error.
+UsageResult<Data> contentsOfFile(const std::string& path);
+
 }  // namespace qrt

@@ -82,14 +82,17 @@ struct BuiltInParser {
   BuiltInCommand which;
   CLI::App* command;
   /// Null when the command takes no argument.
-  CLI::Option* word;
+  CLI::Option* words;
+  /// Null when the command has no option of its own.
+  CLI::Option* option;
 };
 
 using ParsedWords = std::variant<Command, HelpText, VersionRequest, UsageError>;
 
 class Parser {
  public:
-  explicit Parser(const OperationDescriptions& operations) {
+  Parser(const OperationDescriptions& operations, const CommandOptions& defaults)
+      : options_(defaults) {
     app_.require_subcommand(1);
     app_.footer(std::string(usageNotes()));
     app_.set_help_flag(std::string(helpOption.names), std::string(helpOption.help));
@@ -121,7 +124,7 @@ class Parser {
     auto parsed = command();
     const auto* builtIn = std::get_if<BuiltInUse>(&parsed.use);
     const bool isHelp = builtIn && builtIn->command == BuiltInCommand::help;
-    if (isHelp) return helpOn(builtIn->word);
+    if (isHelp) return helpOn(builtIn->word());
     return parsed;
   }
 
@@ -147,13 +150,15 @@ class Parser {
   void addBuiltIn(const BuiltInDescription& builtIn) {
     auto* const command =
         addCommand(builtIn.name, builtIn.help, builtIn.isHidden ? "" : "Commands");
-    CLI::Option* word = nullptr;
-    if (!builtIn.argument.empty()) {
-      word = command->add_option(std::string(builtIn.argument), acceptWords,
-                                 std::string(builtIn.argumentHelp));
-      word->required(!builtIn.isArgumentOptional);
+    const auto& [name, occurrence, help] = builtIn.argument;
+    CLI::Option* words = nullptr;
+    if (!name.empty()) {
+      words = command->add_option(std::string(name), acceptWords, std::string(help));
+      words->required(occurrence == Occurrence::once);
     }
-    builtIns_.push_back({builtIn.command, command, word});
+    const auto& [optionName, optionHelp] = builtIn.option;
+    auto* const option = optionName.empty() ? nullptr : addFlag(*command, optionName, optionHelp);
+    builtIns_.push_back({builtIn.command, command, words, option});
   }
 
   void addOperation(const OperationDescription& operation) {
@@ -207,8 +212,9 @@ class Parser {
   }
 
   std::variant<BuiltInUse, OperationUse> useOf(const CLI::App* chosen) const {
-    for (const auto& builtIn : builtIns_) {
-      if (builtIn.command == chosen) return BuiltInUse{builtIn.which, wordOf(builtIn)};
+    for (const auto& [which, command, words, option] : builtIns_) {
+      if (command != chosen) continue;
+      return BuiltInUse{which, wordsOf({words}).front(), option && *option};
     }
     const auto parser =
         std::find_if(operations_.begin(), operations_.end(),
@@ -217,11 +223,6 @@ class Parser {
     const bool isGiven = own && *parser->clientOption;
     return OperationUse{parser->operation, wordsOf(parser->options),
                         isGiven && own == &pathsFromInput, isGiven && own == &pathsToOutput};
-  }
-
-  static std::string wordOf(const BuiltInParser& builtIn) {
-    const bool isGiven = builtIn.word && !builtIn.word->empty();
-    return isGiven ? unmarked(builtIn.word->results().front()) : "";
   }
 
   static GivenWords wordsOf(const std::vector<CLI::Option*>& options) {
@@ -244,8 +245,9 @@ class Parser {
 }  // namespace
 
 std::variant<Command, HelpText, VersionRequest, UsageError> parseCommandLine(
-    const std::vector<std::string>& words, const OperationDescriptions& operations) {
-  return Parser(operations).parse(words);
+    const std::vector<std::string>& words, const OperationDescriptions& operations,
+    const CommandOptions& defaults) {
+  return Parser(operations, defaults).parse(words);
 }
 
 }  // namespace qrt

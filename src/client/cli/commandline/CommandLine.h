@@ -13,8 +13,12 @@ namespace qrt {
 
 struct BuiltInUse {
   BuiltInCommand command = BuiltInCommand::version;
-  /// Its argument; empty when it takes no argument.
-  std::string word;
+  std::vector<std::string> words;
+  /// Whether its own option was given.
+  bool hasOption = false;
+
+  /// The first word; empty without one.
+  std::string word() const { return words.empty() ? "" : words.front(); }
 };
 
 struct OperationUse {
@@ -39,8 +43,10 @@ struct HelpText {
 /// The version of this program is asked for.
 struct VersionRequest {};
 
-/// Words after "--" are never options. `operations` outlives the command.
+/// Words after "--" are never options. `operations` outlives the command. An option that is not
+/// given is as in `defaults`.
 std::variant<Command, HelpText, VersionRequest, UsageError> parseCommandLine(
-    const std::vector<std::string>& words, const OperationDescriptions& operations);
+    const std::vector<std::string>& words, const OperationDescriptions& operations,
+    const CommandOptions& defaults = {});
 
 }  // namespace qrt

@@ -25,20 +25,34 @@ const GeneralOption options[] = {
 constexpr BuiltInDescription commands[] = {
     {BuiltInCommand::version, "version", "Show the version of the privileged helper."},
     {BuiltInCommand::operations, "operations", "List the operations of the privileged helper."},
-    {BuiltInCommand::explain, "explain",
-     "Describe an operation: arguments, right, and whether this system supports it.", "OPERATION",
-     "Name of the operation"},
-    {BuiltInCommand::help, "help", "Show how a command is used.", "COMMAND", "Name of the command",
-     true},
+    {BuiltInCommand::explain,
+     "explain",
+     "Describe an operation: arguments, right, and whether this system supports it.",
+     {"OPERATION", Occurrence::once, "Name of the operation"}},
+    {BuiltInCommand::help,
+     "help",
+     "Show how a command is used.",
+     {"COMMAND", Occurrence::optional, "Name of the command"}},
     {BuiltInCommand::doctor, "doctor",
      "Check the helper and this system. Fails when it finds a problem."},
     {BuiltInCommand::installRights, "install-rights",
      "Add the authorization rights of all operations to the rights database (root only)."},
     {BuiltInCommand::removeRights, "remove-rights",
      "Remove the authorization rights of all operations from the rights database (root only)."},
-    {BuiltInCommand::generate, "generate",
-     "Write a text that is generated from the tables of this program.", "TEXT",
-     "man, daemon-man, bash, zsh, fish, reference or examples", false, true},
+    {BuiltInCommand::batch,
+     "batch",
+     "Run commands of a file, one a line with the quotes of sh, on one connection. A wrong line is "
+     "found before the first command runs.",
+     {"FILE", Occurrence::optional, "File with the commands; standard input without it"},
+     {"--stop-on-first-error", "Do not run the remaining commands after a failure"}},
+    {BuiltInCommand::shell, "shell",
+     "Run commands as you type them, on one connection. \"exit\" ends it."},
+    {BuiltInCommand::generate,
+     "generate",
+     "Write a text that is generated from the tables of this program.",
+     {"TEXT", Occurrence::once, "man, daemon-man, bash, zsh, fish, reference or examples"},
+     {},
+     true},
 };
 
 constexpr ExitStatusDescription statuses[] = {
@@ -68,6 +82,8 @@ constexpr CommandExample examples[] = {
      "Measure a folder, for a program to read."},
     {"qrtctl execute-utility chmod -- -R go-w /srv/example/project",
      "Run a utility; the words after \"--\" are its arguments."},
+    {"printf 'touch-fileobject /srv/example/%s\\n' old project | qrtctl batch",
+     "Run many commands, with one password for all of them."},
     {"qrtctl explain modify-protection", "Describe an operation."},
     {"qrtctl doctor", "Find out what is wrong."},
 };
@@ -113,6 +129,14 @@ std::span<const BuiltInDescription> builtInCommands() { return commands; }
 std::span<const ExitStatusDescription> exitStatuses() { return statuses; }
 std::span<const CommandExample> commandExamples() { return examples; }
 std::span<const std::string_view> outputNotes() { return notes; }
+
+std::string synopsisOf(const BuiltInDescription& builtIn) {
+  const auto& [name, occurrence, help] = builtIn.argument;
+  const auto option = builtIn.option.name.empty() ? "" : fmt::format("[{}]", builtIn.option.name);
+  const auto word = name.empty() || occurrence == Occurrence::once ? std::string(name)
+                                                                   : fmt::format("[{}]", name);
+  return option + (option.empty() || word.empty() ? "" : " ") + word;
+}
 
 std::string usageNotes() {
   std::string text =

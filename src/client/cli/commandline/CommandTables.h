@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "client/cli/commandline/OperationArguments.h"
 #include "client/cli/output/ExitStatus.h"
 #include "platform/HelperConnection.h"
 
@@ -43,16 +44,31 @@ enum class BuiltInCommand {
   doctor,
   installRights,
   removeRights,
+  batch,
+  shell,
   generate,
+};
+
+struct BuiltInArgument {
+  /// Empty when there is no argument.
+  std::string_view name = {};
+  Occurrence occurrence = Occurrence::once;
+  std::string_view help = {};
+};
+
+/// An option without a value.
+struct BuiltInOption {
+  /// Empty when there is no option.
+  std::string_view name = {};
+  std::string_view help = {};
 };
 
 struct BuiltInDescription {
   BuiltInCommand command;
   std::string_view name;
   std::string_view help;
-  std::string_view argument = {};
-  std::string_view argumentHelp = {};
-  bool isArgumentOptional = false;
+  BuiltInArgument argument = {};
+  BuiltInOption option = {};
   bool isHidden = false;
 };
 
@@ -64,6 +80,9 @@ struct InformationOption {
 inline constexpr InformationOption helpOption{"-h,--help", "Show this help"};
 inline constexpr InformationOption versionOption{"-V,--version",
                                                  "Show the version of this program"};
+
+/// What follows the command's name: "[--stop-on-first-error] [FILE]".
+std::string synopsisOf(const BuiltInDescription& builtIn);
 
 struct ExitStatusDescription {
   ExitStatus status;

@@ -87,11 +87,6 @@ std::string spaced(std::string_view first, std::string_view second) {
   return second.empty() ? std::string(first) : fmt::format("{} {}", first, second);
 }
 
-std::string synopsisOf(const BuiltInDescription& command) {
-  return spaced(command.name, command.isArgumentOptional ? fmt::format("[{}]", command.argument)
-                                                         : std::string(command.argument));
-}
-
 }  // namespace
 
 std::string clientManual(const OperationDescriptions& operations) {
@@ -111,7 +106,7 @@ std::string clientManual(const OperationDescriptions& operations) {
   for (const auto& option : {helpOption, versionOption}) page.item(option.names, option.help);
   page.heading("COMMANDS");
   for (const auto& builtIn : builtInCommands()) {
-    if (!builtIn.isHidden) page.item(synopsisOf(builtIn), builtIn.help);
+    if (!builtIn.isHidden) page.item(spaced(builtIn.name, synopsisOf(builtIn)), builtIn.help);
   }
   page.heading("OPERATIONS");
   for (const auto& operation : operations) {
