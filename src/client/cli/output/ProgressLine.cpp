@@ -97,7 +97,7 @@ std::string ProgressLine::content(TimePoint now) const {
     text = "working  " + known;
   }
   if (text.size() > room()) return known.substr(0, room());
-  const auto labelled = label_ + "  " + text;
+  auto labelled = label_ + "  " + text;
   if (labelled.size() > room()) return text;
 
   constexpr std::size_t frame = 4;
