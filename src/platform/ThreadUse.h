@@ -6,15 +6,27 @@
 
 namespace qrt {
 
-/// Since the thread started.
+/// Of the time since the thread started, or of a part of it.
 struct ThreadUse {
   std::chrono::nanoseconds processorTime{0};
-  /// How often it waited, for a disk or another thread; 0 if the system does not count that.
+  /// How often it waited, for a disk or another thread.
   std::int64_t waits = 0;
-  /// How often another thread took its processor; 0 if the system does not count that.
+  /// How often another thread took its processor.
   std::int64_t preemptions = 0;
+
+  ThreadUse& operator+=(const ThreadUse& other) {
+    processorTime += other.processorTime;
+    waits += other.waits;
+    preemptions += other.preemptions;
+    return *this;
+  }
+  ThreadUse operator-(const ThreadUse& other) const {
+    return {processorTime - other.processorTime, waits - other.waits,
+            preemptions - other.preemptions};
+  }
 };
 
+/// Where the system does not count waits, each call counts one, and there are no preemptions.
 ThreadUse useOfThread();
 
 }  // namespace qrt

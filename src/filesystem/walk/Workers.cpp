@@ -16,9 +16,10 @@ std::size_t processors() {
 /// How many workers keep the processors busy when each waits for that part of its time.
 std::size_t workersFor(double waitingPart) {
   // Also in memory, threads wait for each other's locks.
-  constexpr double waitingInMemory = 0.5;
+  constexpr double waitingInMemory = 0.33;
   if (processors() == 1 || waitingPart < waitingInMemory) return processors();
-  const auto workers = static_cast<double>(processors()) / std::max(1.0 - waitingPart, 0.01);
+  // Twice what the mean needs, because waits differ in length.
+  const auto workers = 2 * static_cast<double>(processors()) / std::max(1.0 - waitingPart, 0.01);
   return std::min(WorkerCount::maximum, static_cast<std::size_t>(workers));
 }
 
@@ -60,18 +61,16 @@ void WorkerMeter::note() {
   const auto now = Clock::now();
   const auto use = useOfThread();
   if (use_) {
-    // A busy machine takes processors away. More threads would not help then.
+    // A busy machine or its host takes processors away. More threads would not help then.
     const std::chrono::duration<double> time = now - begin_;
-    const auto withoutProcessor = time - (use.processorTime - use_->processorTime);
-    const auto waits = std::max<std::int64_t>(0, use.waits - use_->waits - idleWaits_);
-    const auto switches = waits + use.preemptions - use_->preemptions;
+    const auto used = use - *use_;
+    const auto switches = used.waits + used.preemptions;
     const auto waitingPart =
-        switches == 0 ? 1.0 : static_cast<double>(waits) / static_cast<double>(switches);
-    count_.note(std::max(withoutProcessor, {}) * waitingPart, time);
+        switches == 0 ? 0.0 : static_cast<double>(used.waits) / static_cast<double>(switches);
+    count_.note(std::max(time - used.processorTime, {}) * waitingPart, time);
   }
   begin_ = now;
   use_ = use;
-  idleWaits_ = 0;
 }
 
 Helpers::Helpers(WorkerCount& count, std::function<void(std::size_t)> work)

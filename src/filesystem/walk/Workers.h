@@ -49,7 +49,7 @@ class WorkerCount {
   std::mutex mutex_;
   /// Of the recent past. A walk begins as if it had worked in memory for a while.
   std::chrono::duration<double> waiting_{0};
-  std::chrono::duration<double> time_{0.01};
+  std::chrono::duration<double> time_{0.03};
 };
 
 /// Measures one worker for a count. Belongs to the worker's thread.
@@ -62,13 +62,14 @@ class WorkerMeter {
   /// The first time, only begins to measure.
   void note();
 
-  /// The worker waits for work, which is not counted.
+  /// The worker waits for work, asleep or not, which is not counted.
   template <class Wait>
   auto whileIdle(Wait wait) {
     const auto begin = Clock::now();
+    const auto before = useOfThread();
     auto result = wait();
     begin_ += Clock::now() - begin;
-    ++idleWaits_;
+    if (use_) *use_ += useOfThread() - before;
     return result;
   }
 
@@ -79,7 +80,6 @@ class WorkerMeter {
   WorkerCount& count_;
   Clock::time_point begin_ = Clock::now();
   std::optional<ThreadUse> use_;
-  std::int64_t idleWaits_ = 0;
 };
 
 /// The helpers of a walk. Thread-safe.
