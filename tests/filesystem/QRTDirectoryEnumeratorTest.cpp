@@ -145,8 +145,9 @@ TEST_F(PrefetchTest, ReturnsEverythingOnceAndInOrder) {
         const auto path = seen.emplace_back(walk->objectPath());
         const auto status = platform_.files.status(scratch_.path(path).c_str(), Links::stay);
         ASSERT_EQ(walk->objectStatus()->inode, status->inode) << path;
-        ASSERT_EQ(platform_.files.status(walk->object(), Links::stay)->inode, status->inode)
-            << path;
+        if (!areStatusesExpected || status->isFolder()) {
+          ASSERT_EQ(platform_.files.status(walk->object(), Links::stay)->inode, status->inode);
+        }
         ASSERT_EQ(walk->isInsideObject(), status->isFolder()) << path;
         if (skips(path)) walk->skipDescendents();
       }

@@ -11,8 +11,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// The bounds of one recording, beside that of its folders.
-constexpr std::size_t maximumObjects = 1024;
+/// The bounds of one recording, beside that of its open folders.
+constexpr std::size_t maximumObjects = 2048;
 constexpr std::size_t enoughNameBytes = 32 * 1024;
 constexpr std::chrono::seconds maximumAge{1};
 
@@ -24,12 +24,14 @@ constexpr std::size_t maximumStreams = 500;
 /// Waking a thread takes as long as listing a dozen folders, so threads poll for a short time
 /// before they sleep.
 template <class Condition>
-void poll(Condition isMet) {
+bool poll(Condition isMet) {
   constexpr std::chrono::microseconds patience{100};
   const auto end = Clock::now() + patience;
-  while (!isMet() && Clock::now() < end) {
+  while (!isMet()) {
+    if (Clock::now() >= end) return false;
     std::this_thread::yield();  // To a thread that sends records, or to their reader.
   }
+  return true;
 }
 
 }  // namespace
@@ -41,11 +43,7 @@ PrefetchedFolder::PrefetchedFolder(FileSystem& files, const WalkBounds& bounds,
       folder_(std::move(folder)),
       wanted_(statuses),
       maximumFolders_(maximumFolders),
-      cursor_(files, bounds) {
-  entries_.reserve(maximumObjects);
-  names_.reserve(enoughNameBytes);
-  if (wanted_ == Statuses::read) statuses_.reserve(maximumObjects);
-}
+      cursor_(files, bounds) {}
 
 bool PrefetchedFolder::isOf(const WalkEntry& folder) const {
   return folder_.holder == folder.holder && folder_.name == folder.name;
@@ -62,25 +60,29 @@ void PrefetchedFolder::record() {
 
 void PrefetchedFolder::recordObjects() {
   isEntered_ = cursor_.enterFolder(folder_);
-  for (std::size_t folders = 1; folders < maximumFolders_ && hasRoom() && !isWanted;) {
-    if (!cursor_.advance()) return;
+  while (hasRoom() && !isWanted && cursor_.advance()) {
     if (cursor_.isObjectToBeEntered()) cursor_.enterObject();
     keep(cursor_.entry());
-    if (cursor_.entry().isEntered) ++folders;
   }
 }
 
 bool PrefetchedFolder::hasRoom() const {
-  return entries_.size() < maximumObjects && names_.size() < enoughNameBytes;
+  return entries_.size() < maximumObjects && names_.size() < enoughNameBytes &&
+         held_.size() < maximumFolders_;
 }
 
 void PrefetchedFolder::keep(const WalkEntry& entry) {
   auto& kept = entries_.emplace_back(entry);
   names_.append(entry.name, std::strlen(entry.name) + 1);
-  if (wanted_ == Statuses::leave) return;
-  if (const auto status = files_.status(entry.object(), Links::stay)) {
-    kept.status = &statuses_.emplace_back(*status);
+  if (wanted_ == Statuses::read) {
+    const auto status = files_.status(entry.object(), Links::stay);
+    statuses_.push_back(status ? std::optional(*status) : std::nullopt);
+    const auto type = status ? status->type() : entry.type;
+    if (type != file_type::folder) kept.holder.reset();
   }
+  const auto* holder = kept.holder.get();
+  const bool isHeld = std::find(held_.rbegin(), held_.rend(), holder) != held_.rend();
+  if (holder != nullptr && !isHeld) held_.push_back(holder);
 }
 
 bool PrefetchedFolder::isUsable() const {
@@ -92,9 +94,11 @@ const WalkEntry* PrefetchedFolder::next() {
   // The folders that nothing refers to any more are closed on the way.
   if (next_ != 0) entries_[next_ - 1].holder.reset();
   if (isAtEnd()) return nullptr;
-  auto& entry = entries_[next_++];
+  auto& entry = entries_[next_];
   entry.name = names_.data() + nextName_;
   nextName_ += std::strlen(entry.name) + 1;
+  if (!statuses_.empty() && statuses_[next_]) entry.status = &*statuses_[next_];
+  ++next_;
   return &entry;
 }
 
@@ -111,18 +115,18 @@ Prefetch::~Prefetch() {
     isOver_ = true;
     for (const auto& recording : recordings_) recording->isWanted = true;
   }
-  changed_.notify_all();
+  work_.notify_all();
   helpers_.waitForAll();
 }
 
 void Prefetch::prepare(const HierarchyCursor& walk) {
   if (!isLongWalk()) return;
-  constexpr Width inMemory{.inOneFolder = 1, .recordings = 4, .folders = 100};
-  constexpr Width waiting{.inOneFolder = 12, .recordings = 32, .folders = 14};
-  const auto& width = count_.isWaiting() ? waiting : inMemory;
+  constexpr Width inMemory{.inOneFolder = 1, .recordings = 4, .folders = 100, .waiting = 0};
+  constexpr Width forDisk{.inOneFolder = 16, .recordings = 32, .folders = 14, .waiting = 4};
+  const auto& width = count_.isWaiting() ? forDisk : inMemory;
   const auto streams = walk.levels() + width.recordings * width.folders;
-  if (streams > maximumStreams) return;
-  while (prepareOne(walk, width)) {
+  if (streams > maximumStreams || waiting_ > width.waiting) return;
+  while (prepareOne(walk, width) && (width.waiting != 0 || waiting_ == 0)) {
   }
 }
 
@@ -138,8 +142,7 @@ bool Prefetch::isLongWalk() {
 
 /// Adds the upcoming folder of the outermost folder that has too few recordings.
 bool Prefetch::prepareOne(const HierarchyCursor& walk, const Width& width) {
-  const bool isBusy = !count_.isWaiting() && waiting_ != 0;
-  if (isBusy || recordings_.size() >= width.recordings) return false;
+  if (recordings_.size() >= width.recordings) return false;
   auto next = recordings_.begin();
   for (std::size_t level = 0; level < walk.levels(); ++level) {
     const auto first = next;
@@ -165,7 +168,7 @@ void Prefetch::add(Recordings::iterator before, UpcomingFolder folder, const Wid
     recordings_.insert(before, std::move(recording));
     ++waiting_;
   }
-  changed_.notify_one();
+  work_.notify_one();
   helpers_.addOne();
 }
 
@@ -175,32 +178,39 @@ std::unique_ptr<PrefetchedFolder> Prefetch::take(const WalkEntry& folder) {
   while (!recordings_.empty()) {
     const auto& last = recordings_.back()->folder();
     if (last.depth.levels() != folder.depth.levels() || last.holder == folder.holder) break;
-    takeLast();
+    dropLast();
   }
   const auto found = std::find_if(recordings_.begin(), recordings_.end(),
                                   [&](const auto& recording) { return recording->isOf(folder); });
   if (found == recordings_.end()) return nullptr;
-  while (!recordings_.back()->isOf(folder)) takeLast();
+  while (!recordings_.back()->isOf(folder)) dropLast();
   auto recording = takeLast();
   return recording->isUsable() ? std::move(recording) : nullptr;
 }
 
 bool Prefetch::forget(std::size_t levels) {
   const auto before = recordings_.size();
-  while (!recordings_.empty() && recordings_.back()->folder().depth.levels() > levels) takeLast();
+  while (!recordings_.empty() && recordings_.back()->folder().depth.levels() > levels) dropLast();
   return recordings_.size() != before;
+}
+
+void Prefetch::dropLast() {
+  recordings_.back()->isWanted = true;
+  takeLast();
 }
 
 std::unique_ptr<PrefetchedFolder> Prefetch::takeLast() {
   using State = PrefetchedFolder::State;
   auto& last = *recordings_.back();
   const auto isFree = [&] { return last.state != State::recording; };
-  last.isWanted = true;
-  if (!count_.isWaiting()) poll(isFree);
+  if (!count_.isWaiting()) {
+    last.isWanted = true;
+    if (!isFree()) meter_.whileIdle([&] { return poll(isFree); });
+  }
   std::unique_lock lock(mutex_);
   if (!isFree()) {
     meter_.whileIdle([&] {
-      changed_.wait(lock, isFree);
+      done_.wait(lock, isFree);
       return true;
     });
   }
@@ -212,25 +222,25 @@ std::unique_ptr<PrefetchedFolder> Prefetch::takeLast() {
 
 void Prefetch::help() {
   WorkerMeter meter(count_);
-  const auto hasWork = [this] { return isOver_ || waiting_ != 0; };
   while (!count_.hasTooMany()) {
-    if (!count_.isWaiting()) poll(hasWork);
-    if (!hasWork()) {
-      std::unique_lock lock(mutex_);
-      const auto wait = [&] { return changed_.wait_for(lock, Helpers::patience, hasWork); };
-      if (!meter.whileIdle(wait)) return;
-    }
+    if (!hasWork() && !meter.whileIdle([this] { return waitForWork(); })) return;
     if (isOver_) return;
     auto* recording = nextToRecord();
     if (recording == nullptr) continue;
     recording->record();
     if (meter.isDue()) meter.note();
-    {
-      const std::lock_guard lock(mutex_);
-      recording->state = PrefetchedFolder::State::done;
-    }
-    changed_.notify_all();
+    const std::lock_guard lock(mutex_);
+    recording->state = PrefetchedFolder::State::done;
+    done_.notify_one();
   }
+}
+
+/// False if there is none for a while.
+bool Prefetch::waitForWork() {
+  const auto isMet = [this] { return hasWork(); };
+  if (!count_.isWaiting() && poll(isMet)) return true;
+  std::unique_lock lock(mutex_);
+  return work_.wait_for(lock, Helpers::patience, isMet);
 }
 
 /// The one that the walk reaches first; null if none waits.

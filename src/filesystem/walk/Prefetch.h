@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,7 +35,7 @@ class PrefetchedFolder {
 
   /// Guarded by the lock of the prefetch, except that the walk may look for `done` without it.
   std::atomic<State> state = State::waiting;
-  /// The walk waits: the recording ends soon.
+  /// The walk waits and would be as fast itself, or passes the folder: the recording ends soon.
   std::atomic<bool> isWanted = false;
 
   /// Records until there is enough, or until the walk wants the folder.
@@ -70,12 +71,14 @@ class PrefetchedFolder {
 
   std::vector<WalkEntry> entries_;
   std::size_t next_ = 0;
-  /// Of the entries, each with its zero. The text may move while it grows, so an entry gets its
-  /// name when `next` returns it.
+  /// Of the entries, each with its zero. It may move while it grows, as the statuses may, so an
+  /// entry gets both when `next` returns it.
   std::string names_;
   std::size_t nextName_ = 0;
-  /// The entries point to these; never grows beyond its reserved size.
-  std::vector<FileStatus> statuses_;
+  /// One for each entry, or empty when no statuses are wanted.
+  std::vector<std::optional<FileStatus>> statuses_;
+  /// The folders that entries keep open. With its status, an object other than a folder needs none.
+  std::vector<const Folder*> held_;
 };
 
 /// The folders that are listed ahead of a walk. Belongs to the thread that walks. Helpers start
@@ -107,17 +110,21 @@ class Prefetch {
   struct Width {
     std::size_t inOneFolder;
     std::size_t recordings;
-    /// Of one recording.
+    /// That one recording keeps open.
     std::size_t folders;
+    /// More are added when no more than so many wait for a helper.
+    std::size_t waiting;
   };
 
   bool isLongWalk();
   bool prepareOne(const HierarchyCursor& walk, const Width& width);
   void add(Recordings::iterator before, UpcomingFolder folder, const Width& width);
+  void dropLast();
   std::unique_ptr<PrefetchedFolder> takeLast();
   void help();
   PrefetchedFolder* nextToRecord();
-  bool hasWork();
+  bool hasWork() const { return isOver_ || waiting_ != 0; }
+  bool waitForWork();
 
   FileSystem& files_;
   const WalkBounds& bounds_;
@@ -125,8 +132,10 @@ class Prefetch {
   unsigned enteredFolders_ = 0;
 
   std::mutex mutex_;
-  /// A recording waits, or is done, or the walk is over.
-  std::condition_variable changed_;
+  /// A recording waits, or the walk is over.
+  std::condition_variable work_;
+  /// The recording that the walk wants is done.
+  std::condition_variable done_;
   /// In the order in which the walk reaches them, the next one last. Only the walk changes the
   /// list.
   Recordings recordings_;

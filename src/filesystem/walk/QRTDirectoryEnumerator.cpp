@@ -94,6 +94,7 @@ void QRTDirectoryEnumerator::enterObject() {
 
 std::optional<FileStatus> QRTDirectoryEnumerator::objectStatus() const {
   if (entry_->status != nullptr) return *entry_->status;
+  if (entry_->holder == nullptr) return std::nullopt;
   const auto status = files_.status(object(), Links::stay);
   return status ? std::optional(*status) : std::nullopt;
 }

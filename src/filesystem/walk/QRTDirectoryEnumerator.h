@@ -44,7 +44,8 @@ class QRTDirectoryEnumerator {
   QRTDirectoryEnumerator(const QRTDirectoryEnumerator&) = delete;
   QRTDirectoryEnumerator& operator=(const QRTDirectoryEnumerator&) = delete;
 
-  /// Reads statuses ahead, for callers that need the status of nearly every object.
+  /// Reads statuses ahead, for callers that need the status of nearly every object and use
+  /// `object()` only while that is a folder.
   void expectStatuses() { prefetch_.expectStatuses(); }
 
   /// The next path relative to the base, or nothing at the end of the walk.
