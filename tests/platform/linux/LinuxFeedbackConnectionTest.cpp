@@ -173,5 +173,19 @@ TEST_F(LinuxFeedbackConnectionTest, OutputWaitsForItsReaderWhileTheRequestorIsCo
   EXPECT_LT(Clock::now() - begun, 2s);
 }
 
+TEST_F(LinuxFeedbackConnectionTest, AStoppedOperationDoesNotWaitForItsReader) {
+  std::atomic<int> sent{0};
+  std::thread writing([&] {
+    for (; sent < 64; ++sent) send(outputMessage(Data(64 << 10, 'x')));
+  });
+  std::this_thread::sleep_for(300ms);
+  EXPECT_LT(sent, 32);
+  sd_bus_call_method_async(requestor_->bus(), nullptr, nullptr, wire::controlPath,
+                           wire::controlInterface, wire::stopMethod, nullptr, nullptr, "");
+  writing.join();
+  EXPECT_TRUE(connection_->stopRequest().isSet());
+  request_.second.reset();
+}
+
 }  // namespace
 }  // namespace qrt
