@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <clocale>
 #include <cstddef>
 #include <iterator>
 #include <memory>
@@ -20,6 +21,7 @@
 #include "client/cli/StoppedOperation.h"
 #include "client/cli/commandline/CallerPaths.h"
 #include "client/cli/commandline/CommandLine.h"
+#include "client/cli/commandline/CommandRecords.h"
 #include "client/cli/commandline/NearestWords.h"
 #include "client/cli/commandline/OperationDescription.h"
 #include "client/cli/generated/GeneratedText.h"
@@ -79,9 +81,7 @@ class Client {
     isJson_ =
         origin_.options.isJson || std::find(words.begin(), words.end(), "--json") != words.end();
     auto parsed = parseCommandLine(words, descriptions_, origin_.options);
-    if (const auto* help = std::get_if<HelpText>(&parsed)) {
-      return status(environment_.terminal.write(StandardStream::output, help->text));
-    }
+    if (const auto* help = std::get_if<HelpText>(&parsed)) return showHelp(*help);
     if (std::holds_alternative<VersionRequest>(parsed)) return showOwnVersion();
     if (const auto* error = std::get_if<UsageError>(&parsed)) return refuse(*error);
     auto& command = std::get<Command>(parsed);
@@ -95,6 +95,7 @@ class Client {
   ExitStatus execute(Command command) {
     options_ = std::move(command.options);
     isJson_ = options_.isJson;
+    if (isJson_) std::setlocale(LC_ALL, "C");  // Also for the system's own texts.
     const auto* const use = std::get_if<OperationUse>(&command.use);
     const bool writesPaths = use && use->writesPaths;
     if (writesPaths && isJson_) return refuse({"--print0 and --json exclude each other"});
@@ -271,6 +272,12 @@ class Client {
     return ExitStatus::interrupted;
   }
 
+  ExitStatus showHelp(const HelpText& help) {
+    if (!isJson_) return write(help.text);
+    return status(makeJsonPresenter(environment_.terminal)
+                      ->showAnswer(helpRecord(help.command, descriptions_, systemFeatures())));
+  }
+
   ExitStatus showOwnVersion() {
     const auto& version = operations_.implementationVersion();
     if (!isJson_) return write(fmt::format("qrtctl {}\n", version));
@@ -339,7 +346,8 @@ class Client {
 
   ExitStatus generate(const std::string& name) {
     const auto text = generatedText(name, descriptions_);
-    return text ? write(*text) : refuse({fmt::format("There is no text '{}'", name)});
+    if (!text) return refuse({fmt::format("There is no text '{}'", name)});
+    return isJson_ ? status(presenter_->showAnswer({{"text", *text}})) : write(*text);
   }
 
   ExitStatus write(const std::string& text) {
@@ -418,7 +426,8 @@ class Client {
   }
 
   Error localized(const Error& error) const {
-    StringTables tables(environment_.bundlePath, environment_.language,
+    // The same English for each program that reads JSON.
+    StringTables tables(environment_.bundlePath, isJson_ ? "C" : environment_.language,
                         environment_.platform.files);
     const Localization localization{
         tables, NSProcessInfoQRTAdditions::shouldUIUsePoliteForms(environment_.platform)};

@@ -112,7 +112,8 @@ class Parser {
     try {
       app_.parse(marked(words));
     } catch (const CLI::CallForHelp&) {
-      return HelpText{app_.help()};
+      const auto chosen = app_.get_subcommands();
+      return HelpText{app_.help(), chosen.empty() ? "" : chosen.front()->get_name()};
     } catch (const CLI::CallForVersion&) {
       return VersionRequest{};
     } catch (const CLI::ParseError& error) {
@@ -195,11 +196,11 @@ class Parser {
 
   ParsedWords helpOn(const std::string& word) {
     app_.clear();  // Otherwise CLI11 describes the command "help".
-    if (word.empty()) return HelpText{app_.help()};
+    if (word.empty()) return HelpText{app_.help(), word};
     const auto commands =
         app_.get_subcommands([&](const CLI::App* command) { return command->get_name() == word; });
     if (commands.empty()) return noSuchCommand(word);
-    return HelpText{commands.front()->help(app_.get_name())};
+    return HelpText{commands.front()->help(app_.get_name()), word};
   }
 
   Command command() const {

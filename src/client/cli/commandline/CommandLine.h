@@ -38,6 +38,8 @@ struct Command {
 
 struct HelpText {
   std::string text;
+  /// The command that it is about; empty for the whole program.
+  std::string command;
 };
 
 /// The version of this program is asked for.

@@ -118,25 +118,6 @@ const SystemFeature* missingFeature(const OperationArguments& operation,
   return found != features.end() && !found->isPresent ? &*found : nullptr;
 }
 
-Dictionary recordOf(const OperationDescription& operation,
-                    const std::vector<SystemFeature>& features) {
-  const auto& row = operation.row;
-  Array arguments;
-  for (const auto& [name, meaning] : argumentRows(row)) {
-    arguments.push_back(Dictionary{{"name", name}, {"meaning", meaning}});
-  }
-  return {{"operation", row.identifier},
-          {"code", operation.code},
-          {"right", operation.right},
-          {"who", operation.users},
-          {"tells", operation.feedback.empty() ? "nothing" : operation.feedback},
-          {"description", operation.sentence},
-          {"synopsis", synopsisOf(row)},
-          {"arguments", std::move(arguments)},
-          {"asksFirst", !row.question.empty()},
-          {"isSupported", missingFeature(row, features) == nullptr}};
-}
-
 std::string explanationOf(const OperationDescription& operation,
                           const std::vector<SystemFeature>& features) {
   const auto& row = operation.row;

@@ -7,7 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include "base/PropertyValue.h"
 #include "client/cli/commandline/OperationArguments.h"
 
 namespace qrt {
@@ -48,10 +47,6 @@ std::string feedbackPhrase(const OperationDescription& operation);
 /// The feature that the operation needs and this system lacks, or null.
 const SystemFeature* missingFeature(const OperationArguments& operation,
                                     const std::vector<SystemFeature>& features);
-
-/// For a program.
-Dictionary recordOf(const OperationDescription& operation,
-                    const std::vector<SystemFeature>& features);
 
 /// For the user.
 std::string explanationOf(const OperationDescription& operation,
