@@ -38,9 +38,8 @@ std::string_view typeOf(ArgumentForm form) {
   }
 }
 
-std::string_view occurrenceOf(const ArgumentDescription& argument) {
-  if (isFlag(argument.form)) return "optional";
-  switch (argument.occurrence) {
+std::string_view wordFor(Occurrence occurrence) {
+  switch (occurrence) {
     case Occurrence::once:
       return "once";
     case Occurrence::optional:
@@ -62,8 +61,8 @@ Array argumentsOf(const OperationArguments& operation) {
   Array records;
   for (const auto& argument : operation.arguments) {
     if (isImplied(argument.form)) continue;
-    auto record =
-        argumentRecord(argument.name, argument.help, typeOf(argument.form), occurrenceOf(argument));
+    auto record = argumentRecord(argument.name, argument.help, typeOf(argument.form),
+                                 isFlag(argument.form) ? "optional" : wordFor(argument.occurrence));
     Array words;
     for (const auto& choice : choicesOf(argument)) words.push_back(choice.word);
     if (!words.empty()) record.emplace("words", std::move(words));
@@ -77,9 +76,12 @@ Array argumentsOf(const OperationArguments& operation) {
 
 Dictionary recordOf(const BuiltInDescription& command) {
   Array arguments;
-  if (!command.argument.empty()) {
-    arguments.push_back(argumentRecord(command.argument, command.argumentHelp, "text",
-                                       command.isArgumentOptional ? "optional" : "once"));
+  if (const auto& option = command.option; !option.name.empty()) {
+    arguments.push_back(argumentRecord(option.name, option.help, "flag", "optional"));
+  }
+  if (const auto& argument = command.argument; !argument.name.empty()) {
+    arguments.push_back(
+        argumentRecord(argument.name, argument.help, "text", wordFor(argument.occurrence)));
   }
   return {{"command", command.name},
           {"description", command.help},
