@@ -62,9 +62,11 @@ Result<std::unique_ptr<PrivilegeRequestor>> PrivilegeRequestor::connect(
     const Platform& platform, const std::string& address, std::int32_t processIdentifier,
     const QRTPrivilegedOperationSet& operations, RegistrationPatience patience) {
   auto& connector = platform.helperConnector;
+  const auto deadline = std::chrono::steady_clock::now() + helperAnswerLimit();
   auto connection = connectAndRegister(connector, address, processIdentifier);
   for (int attempt = 1; !connection && attempt < patience.attempts; ++attempt) {
     if (!isConnectionFailure(connection.error())) break;
+    if (std::chrono::steady_clock::now() >= deadline) break;
     std::this_thread::sleep_for(patience.pause);
     connection = connectAndRegister(connector, address, processIdentifier);
   }

@@ -33,7 +33,7 @@ struct AuthorizationPresentation {
 struct RegistrationPatience {
   /// At least 1.
   int attempts = 10;
-  /// Between two attempts.
+  /// Between two attempts. No attempt begins after `helperAnswerLimit()`.
   std::chrono::milliseconds pause{50};
 };
 
@@ -43,10 +43,10 @@ bool isConnectionFailure(const Error& error);
 /// A connection to the daemon and this process's registration with it. The daemon does not end
 /// while this process is registered.
 ///
-/// Calls wait for the reply without a time limit. Only `stop` and `interrupt` may be called while
-/// another call runs; everything else belongs to one thread at a time. Errors are those that the
-/// daemon sent, not localized; QRTPrivilegedOperationSet::localizedErrorForPrivilegedOperationError
-/// translates them.
+/// An operation has no time limit; other calls fail after `helperAnswerLimit()`. Only `stop` and
+/// `interrupt` may be called while another call runs; everything else belongs to one thread at a
+/// time. Errors are those that the daemon sent, not localized;
+/// QRTPrivilegedOperationSet::localizedErrorForPrivilegedOperationError translates them.
 class PrivilegeRequestor {
  public:
   /// Connects to the daemon that listens at `address` (defaultHelperAddress() for the installed

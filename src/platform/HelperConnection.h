@@ -1,6 +1,7 @@
 // A client's connection to the daemon.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -14,10 +15,10 @@ namespace qrt {
 /// Receives the feedback of a running operation, on the thread that called it.
 using FeedbackHandler = std::function<void(const Dictionary& message)>;
 
-/// A call waits for its reply without a time limit. It fails with an error of
-/// protocol/ConnectionErrors.h when the connection itself fails, and with POSIX error 4 after
-/// `interrupt`. Not thread-safe, except for `interrupt` and
-/// `stopOperation`.
+/// An operation has no time limit. Every other call fails after `helperAnswerLimit()`, and after
+/// that the calls of this connection fail at once. A call fails with an error of
+/// protocol/ConnectionErrors.h when the connection itself fails or the limit is over, and with
+/// POSIX error 4 after `interrupt`. Not thread-safe, except for `interrupt` and `stopOperation`.
 class HelperConnection {
  public:
   virtual ~HelperConnection() = default;
@@ -56,10 +57,14 @@ class HelperConnection {
 /// The address of the daemon that is installed on this system.
 std::string defaultHelperAddress();
 
+/// How long a daemon may take to start and to answer.
+std::chrono::seconds helperAnswerLimit();
+
 class HelperConnector {
  public:
   virtual ~HelperConnector() = default;
-  /// Fails with an error of protocol/ConnectionErrors.h when no daemon can be reached.
+  /// Fails with an error of protocol/ConnectionErrors.h when no daemon can be reached, or none
+  /// answers within `helperAnswerLimit()`.
   virtual Result<std::unique_ptr<HelperConnection>> connect(const std::string& address) = 0;
 };
 

@@ -17,6 +17,8 @@ struct ServiceDescription {
   std::string_view address, addressValue, addressHelp;
   /// Sentences of the client's page: who may run which operation, and the default address.
   std::string_view clientRights, defaultAddress;
+  /// What to look at when the daemon does not answer: a sentence.
+  std::string_view troubleshooting;
   /// The daemon's page.
   std::string_view synopsis, start, rights, wrongStart;
   std::vector<ManualItem> environment, files;

@@ -13,7 +13,7 @@ namespace qrt {
 namespace connection_error {
 /// It broke while a call was under way.
 inline constexpr std::int64_t interrupted = 4097;
-/// It cannot be opened or used.
+/// It cannot be opened or used, or the daemon does not answer.
 inline constexpr std::int64_t invalid = 4099;
 }  // namespace connection_error
 

@@ -421,8 +421,12 @@ class Client {
     auto requestor = PrivilegeRequestor::connect(environment_.platform, options_.address,
                                                  environment_.caller.processIdentifier(),
                                                  operations_, environment_.patience);
-    if (!requestor) return requestor.error();
-    return session_.keep(std::move(*requestor), options_.address);
+    if (requestor) return session_.keep(std::move(*requestor), options_.address);
+    auto error = requestor.error();
+    if (isConnectionFailure(error)) {
+      error.userInfo.emplace(localizedRecoverySuggestionKey, serviceDescription().troubleshooting);
+    }
+    return error;
   }
 
   Error localized(const Error& error) const {

@@ -13,6 +13,10 @@ const ServiceDescription& serviceDescription() {
           "Where polkit runs, it asks a user without the right for an administrator's "
           "password.",
       .defaultAddress = "Where the helper listens unless --socket names another place.",
+      .troubleshooting =
+          "Look at \"systemctl status com.vantor.system.privilegedhelper-vk2.socket\" and "
+          "\"journalctl --unit com.vantor.system.privilegedhelper-vk2.service\", or run \"qrtctl "
+          "doctor\".",
       .synopsis = "com.vantor.system.privilegedhelper-vk2.socket",
       .start =
           "The socket unit starts the daemon when a client connects; the daemon ends when its "

@@ -9,6 +9,9 @@ const ServiceDescription& serviceDescription() {
       .addressHelp = "Mach service of the helper",
       .clientRights = "The system asks a user without the right for an administrator's password.",
       .defaultAddress = "The helper's Mach service unless --socket names another.",
+      .troubleshooting =
+          "Look at \"launchctl print system/com.vantor.system.privilegedhelper-vk2\", or run "
+          "\"qrtctl doctor\".",
       .synopsis = "/Library/PrivilegedHelperTools/com.vantor.system.privilegedhelper-vk2",
       .start =
           "launchd starts the daemon when a client connects to its Mach service; the daemon ends "

@@ -3,10 +3,13 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -35,6 +38,21 @@ Error errorOf(const sd_bus_error& reply) {
 Error interrupted() {
   return connectionError(connection_error::interrupted,
                          "The connection to the helper was interrupted.");
+}
+
+Error unanswered() {
+  return connectionError(connection_error::invalid,
+                         "The helper did not answer within " +
+                             std::to_string(helperAnswerLimit().count()) + " seconds.");
+}
+
+using Clock = std::chrono::steady_clock;
+
+/// For `poll`: the milliseconds until the deadline, or for ever without one.
+int patienceUntil(std::optional<Clock::time_point> deadline) {
+  if (!deadline) return -1;
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - Clock::now()).count();
+  return static_cast<int>(std::max<std::int64_t>(left, 0));
 }
 
 /// The requestor's end of a feedback socket, which passes every message to the handler. It says
@@ -189,15 +207,22 @@ class LinuxHelperConnection : public HelperConnection {
   BusMessage callMessage(const char* interface, const char* method, const ArgumentWriter& write);
 
   static int receiveReply(sd_bus_message* reply, void* context, sd_bus_error*);
+  /// With the limit of `helperAnswerLimit()`.
   Outcome call(const char* interface, const char* method, const ArgumentWriter& write,
-               const ReplyReader& read, FeedbackReceiver* feedback = nullptr);
-  Outcome wait(PendingReply& reply, FeedbackReceiver* feedback);
+               const ReplyReader& read);
+  Outcome callUntil(std::optional<Clock::time_point> deadline, const char* interface,
+                    const char* method, const ArgumentWriter& write, const ReplyReader& read,
+                    FeedbackReceiver* feedback = nullptr);
+  Outcome wait(PendingReply& reply, FeedbackReceiver* feedback,
+               std::optional<Clock::time_point> deadline);
 
   std::unique_ptr<WireConnection> wire_;
   /// The thread that waits looks at the flags.
   FileDescriptor wake_;
   std::atomic<bool> isStopWanted_ = false;
   std::atomic<bool> isInterrupted_ = false;
+  /// It did not answer in time.
+  bool isHelperSilent_ = false;
 };
 
 Result<std::unique_ptr<HelperConnection>> LinuxHelperConnection::over(FileDescriptor socket) {
@@ -208,7 +233,11 @@ Result<std::unique_ptr<HelperConnection>> LinuxHelperConnection::over(FileDescri
   if (!socket) return unusable();
   auto wire = WireConnection::make(std::move(socket), WireConnection::Role::client);
   FileDescriptor wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-  if (!wire || !wake || !(*wire)->handshake()) return unusable();
+  if (!wire || !wake) return unusable();
+  const auto deadline = Clock::now() + helperAnswerLimit();
+  if (!(*wire)->handshake(helperAnswerLimit())) {
+    return Clock::now() < deadline ? unusable() : unanswered();
+  }
   return std::unique_ptr<HelperConnection>(
       std::make_unique<LinuxHelperConnection>(std::move(*wire), std::move(wake)));
 }
@@ -236,8 +265,15 @@ BusMessage LinuxHelperConnection::callMessage(const char* interface, const char*
 }
 
 Outcome LinuxHelperConnection::call(const char* interface, const char* method,
-                                    const ArgumentWriter& write, const ReplyReader& read,
-                                    FeedbackReceiver* feedback) {
+                                    const ArgumentWriter& write, const ReplyReader& read) {
+  if (isHelperSilent_) return unanswered();
+  return callUntil(Clock::now() + helperAnswerLimit(), interface, method, write, read);
+}
+
+Outcome LinuxHelperConnection::callUntil(std::optional<Clock::time_point> deadline,
+                                         const char* interface, const char* method,
+                                         const ArgumentWriter& write, const ReplyReader& read,
+                                         FeedbackReceiver* feedback) {
   constexpr auto noTimeLimit = std::numeric_limits<std::uint64_t>::max();
   PendingReply pending{*wire_, read, success};
   const auto message = callMessage(interface, method, write);
@@ -246,13 +282,14 @@ Outcome LinuxHelperConnection::call(const char* interface, const char* method,
   const int result =
       sd_bus_call_async(wire_->bus(), &slot, message.get(), receiveReply, &pending, noTimeLimit);
   if (result < 0) return interrupted();
-  auto outcome = wait(pending, feedback);
+  auto outcome = wait(pending, feedback, deadline);
   sd_bus_slot_unref(slot);
   return outcome;
 }
 
 /// Runs the connection and the feedback until the reply has arrived.
-Outcome LinuxHelperConnection::wait(PendingReply& reply, FeedbackReceiver* feedback) {
+Outcome LinuxHelperConnection::wait(PendingReply& reply, FeedbackReceiver* feedback,
+                                    std::optional<Clock::time_point> deadline) {
   using Progress = WireConnection::Progress;
   const auto pumpFeedback = [&] {
     auto progress = Progress::made;
@@ -266,7 +303,12 @@ Outcome LinuxHelperConnection::wait(PendingReply& reply, FeedbackReceiver* feedb
     pollfd events[] = {
         {wire_->socket(), wire_->pollEvents(), 0}, {wake_.get(), POLLIN, 0}, {-1, 0, 0}};
     if (feedback) events[2] = {feedback->socket(), feedback->pollEvents(), 0};
-    if (poll(events, std::size(events), -1) < 0) {
+    const int ready = poll(events, std::size(events), patienceUntil(deadline));
+    if (ready == 0) {
+      isHelperSilent_ = true;
+      return unanswered();
+    }
+    if (ready < 0) {
       if (errno == EINTR) continue;
       return interrupted();
     }
@@ -328,10 +370,16 @@ Outcome LinuxHelperConnection::performPrivilegedOperation(std::uint64_t code,
       answer = std::move(error);
     }
   };
-  auto failure = call(wire::helperInterface, "performPrivilegedOperation", write, read,
-                      receiver ? &*receiver : nullptr);
+  auto failure = callUntil(std::nullopt, wire::helperInterface, "performPrivilegedOperation", write,
+                           read, receiver ? &*receiver : nullptr);
   isStopWanted_ = false;
   return failure ? failure : answer;
+}
+
+/// How long a call on the socket may wait until the peer takes what is sent; 0 is no limit.
+void limitSending(const FileDescriptor& socket, std::chrono::seconds limit) {
+  const timeval time{static_cast<time_t>(limit.count()), 0};
+  setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &time, sizeof time);
 }
 
 /// Connects to the socket at an absolute path.
@@ -351,16 +399,21 @@ Result<std::unique_ptr<HelperConnection>> LinuxHelperConnector::connect(
   std::memcpy(name.sun_path, address.data(), address.size());
   FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   if (!socket) return posixError(lastError());
+  limitSending(socket, helperAnswerLimit());
   if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&name), sizeof name) < 0) {
+    if (errno == EAGAIN) return unanswered();
     auto error = connectionError(connection_error::invalid,
                                  "The helper cannot be reached at '" + address + "'.");
     error.userInfo.emplace(underlyingErrorKey, posixError(lastError()));
     return error;
   }
+  limitSending(socket, std::chrono::seconds(0));
   return LinuxHelperConnection::over(std::move(socket));
 }
 
 }  // namespace
+
+std::chrono::seconds helperAnswerLimit() { return std::chrono::seconds(10); }
 
 std::unique_ptr<HelperConnector> makeHelperConnector() {
   return std::make_unique<LinuxHelperConnector>();

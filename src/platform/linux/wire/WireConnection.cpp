@@ -135,8 +135,8 @@ ReceivedMessage WireConnection::takeMessage() {
 
 bool WireConnection::isReady() const { return sd_bus_is_ready(bus()) > 0; }
 
-bool WireConnection::handshake() {
-  return stepUntil([this] { return isReady(); }, Clock::now() + handshakeLimit);
+bool WireConnection::handshake(std::chrono::milliseconds limit) {
+  return stepUntil([this] { return isReady(); }, Clock::now() + limit);
 }
 
 bool WireConnection::stepUntil(const std::function<bool()>& isDone, Clock::time_point deadline) {

@@ -57,7 +57,7 @@ class WireConnection {
   void limitInput(InputLimit limit) { inputLimit_ = limit; }
 
   /// Shakes hands within the limit. False: the peer did not.
-  bool handshake();
+  bool handshake(std::chrono::milliseconds limit = handshakeLimit);
 
   /// Steps until `isDone`. False when the deadline passes or the connection closes before that.
   bool stepUntil(const std::function<bool()>& isDone, Clock::time_point deadline);

@@ -20,6 +20,9 @@ class MacosHelperConnector : public HelperConnector {
 
 }  // namespace
 
+/// launchd starts a job at most every 10 seconds.
+std::chrono::seconds helperAnswerLimit() { return std::chrono::seconds(15); }
+
 std::string defaultHelperAddress() { return std::string(helperServiceIdentifier); }
 
 std::unique_ptr<HelperConnector> makeHelperConnector() {

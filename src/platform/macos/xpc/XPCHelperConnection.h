@@ -45,8 +45,14 @@ class XPCHelperConnection : public HelperConnection {
 
   Outcome untilTaken();
   template <class T>
-  Result<T> call(const std::function<void(Helper, Answer<T>)>& send,
-                 FeedbackReceiver* feedback = nullptr);
+  using Call = std::function<void(Helper, Answer<T>)>;
+  template <class T>
+  using Received = std::shared_ptr<std::optional<Result<T>>>;
+  template <class T>
+  void send(const Call<T>& call, const Received<T>& received);
+  /// With the limit of `helperAnswerLimit()`.
+  template <class T>
+  Result<T> call(const Call<T>& call);
 
   NSXPCConnection* const connection_;
   const std::shared_ptr<Mailbox> mailbox_;
@@ -54,6 +60,8 @@ class XPCHelperConnection : public HelperConnection {
   const std::shared_ptr<bool> hasHelperEnded_ = std::make_shared<bool>(false);
   /// The thread that waits at the mailbox looks at it.
   std::atomic<bool> isStopWanted_ = false;
+  /// It did not answer in time.
+  bool isHelperSilent_ = false;
   OwnAuthorization authorization_;
 };
 

@@ -1,11 +1,13 @@
 #include "platform/macos/xpc/XPCHelperConnection.h"
 
 #include <chrono>
+#include <string>
 #include <thread>
 
 #include "platform/macos/CFValue.h"
 #include "platform/macos/xpc/FeedbackReceiver.h"
 #include "platform/macos/xpc/XPCValue.h"
+#include "protocol/ConnectionErrors.h"
 
 namespace qrt {
 namespace {
@@ -17,6 +19,12 @@ constexpr std::chrono::milliseconds timeToEnd{100};
 bool tellsThatHelperIsGone(const Error& error) {
   return error.domain == cocoaErrorDomain &&
          (error.code == NSXPCConnectionInterrupted || error.code == NSXPCConnectionInvalid);
+}
+
+Error unanswered() {
+  return connectionError(connection_error::invalid,
+                         "The helper did not answer within " +
+                             std::to_string(helperAnswerLimit().count()) + " seconds.");
 }
 
 }  // namespace
@@ -42,27 +50,32 @@ XPCHelperConnection::XPCHelperConnection(NSXPCConnection* connection,
 
 XPCHelperConnection::~XPCHelperConnection() { [connection_ invalidate]; }
 
-/// Sends a call and waits for its answer or for the failure of the connection. The system delivers
-/// exactly one of them, maybe after an interruption has ended the wait.
+/// Sends a call whose answer, or the failure of the connection, is put into `received` by a task of
+/// the mailbox. The system delivers exactly one of them, maybe after the wait has ended.
 template <class T>
-Result<T> XPCHelperConnection::call(const std::function<void(Helper, Answer<T>)>& send,
-                                    FeedbackReceiver* feedback) {
-  const auto received = std::make_shared<std::optional<Result<T>>>();
+void XPCHelperConnection::send(const Call<T>& call, const Received<T>& received) {
   const Answer<T> answer = [mailbox = mailbox_, received](Result<T> result) {
     mailbox->post([received, result] { received->emplace(result); });
   };
   @autoreleasepool {
-    send([connection_ remoteObjectProxyWithErrorHandler:^(NSError* error) {
+    call([connection_ remoteObjectProxyWithErrorHandler:^(NSError* error) {
            answer(*outcomeFrom(error));
          }],
          answer);
   }
-  const bool isAnswered = mailbox_->performUntil([&] {
-    if (feedback && isStopWanted_) isStopWanted_ = !feedback->stopOperation();
-    return received->has_value();
-  });
-  if (!isAnswered) return posixError(PosixCode::interrupted);
-  return **received;
+}
+
+template <class T>
+Result<T> XPCHelperConnection::call(const Call<T>& call) {
+  if (isHelperSilent_) return unanswered();
+  const auto received = std::make_shared<std::optional<Result<T>>>();
+  const auto deadline = std::chrono::steady_clock::now() + helperAnswerLimit();
+  send(call, received);
+  if (mailbox_->performUntil([&] { return received->has_value(); }, helperAnswerLimit())) {
+    return **received;
+  }
+  isHelperSilent_ = std::chrono::steady_clock::now() >= deadline;
+  return isHelperSilent_ ? unanswered() : posixError(PosixCode::interrupted);
 }
 
 Result<std::string> XPCHelperConnection::getVersionString() {
@@ -130,10 +143,16 @@ Outcome XPCHelperConnection::performPrivilegedOperation(std::uint64_t code,
                               answer(outcomeFrom(error));
                             }];
   };
-  const auto outcome = call<Outcome>(perform, feedback ? &*feedback : nullptr);
+  const auto received = std::make_shared<std::optional<Result<Outcome>>>();
+  send<Outcome>(perform, received);
+  const bool isAnswered = mailbox_->performUntil([&] {
+    if (feedback && isStopWanted_) isStopWanted_ = !feedback->stopOperation();
+    return received->has_value();
+  });
   isStopWanted_ = false;
-  const bool isAnswered = outcome || !isPosixError(outcome.error(), PosixCode::interrupted);
-  if (feedback && isAnswered) feedback->receiveRest();
+  if (!isAnswered) return posixError(PosixCode::interrupted);
+  if (feedback) feedback->receiveRest();
+  const auto& outcome = **received;
   return outcome ? *outcome : outcome.error();
 }
 
