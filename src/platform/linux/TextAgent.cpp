@@ -9,8 +9,10 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -41,6 +43,8 @@ class ControllingTerminal {
   /// The system stops a background process that reads from the terminal.
   bool isForeground() const { return isKnown_ && tcgetpgrp(file_.get()) == getpgrp(); }
 
+  int descriptor() const { return file_.get(); }
+
   /// Discards the part of a password that was typed, so that the shell does not show or run it.
   void restore() const {
     termios now{};
@@ -53,6 +57,45 @@ class ControllingTerminal {
   FileDescriptor file_;
   termios found_{};
   bool isKnown_ = false;
+};
+
+/// The descriptor of the terminal where an agent asks; -1 without an agent.
+std::atomic<int> askingTerminal = -1;
+static_assert(std::atomic<int>::is_always_lock_free);
+
+/// Handles SIGCONT. While the client and its agent are stopped, the shell turns the echo on, and
+/// the agent reads on without noticing.
+void hideTyping(int) {
+  const int errorOfTheInterrupted = errno;
+  const int terminal = askingTerminal;
+  termios now{};
+  // The system stops a background process that changes the terminal.
+  if (terminal >= 0 && tcgetpgrp(terminal) == getpgrp() && tcgetattr(terminal, &now) == 0) {
+    now.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHOE | ECHOK | ECHONL);
+    tcsetattr(terminal, TCSANOW, &now);
+  }
+  errno = errorOfTheInterrupted;
+}
+
+/// While it lives, what is typed stays hidden after a stop.
+class HiddenTyping {
+ public:
+  explicit HiddenTyping(int terminal) {
+    askingTerminal = terminal;
+    struct sigaction handling {};
+    handling.sa_handler = hideTyping;
+    handling.sa_flags = SA_RESTART;
+    sigaction(SIGCONT, &handling, &previous_);
+  }
+  ~HiddenTyping() {
+    sigaction(SIGCONT, &previous_, nullptr);
+    askingTerminal = -1;
+  }
+  HiddenTyping(const HiddenTyping&) = delete;
+  HiddenTyping& operator=(const HiddenTyping&) = delete;
+
+ private:
+  struct sigaction previous_ {};
 };
 
 /// In the forked child. Only calls that are safe there.
@@ -75,6 +118,7 @@ class PolkitTextAgent : public CallerProcess::TextAgent {
  public:
   ~PolkitTextAgent() override {
     if (process_ > 0) end();
+    hiddenTyping_.reset();
     terminal_.restore();
   }
 
@@ -83,6 +127,7 @@ class PolkitTextAgent : public CallerProcess::TextAgent {
     if (!terminal_.isForeground() || access(program, X_OK) != 0 || !openPipe(ends)) return false;
     const FileDescriptor readingEnd(ends[0]);
     FileDescriptor writingEnd(ends[1]);
+    hiddenTyping_.emplace(terminal_.descriptor());
     std::string asker = std::to_string(getpid());
     std::string notification = std::to_string(readiness);
     std::string words[] = {program, "--process", asker, "--notify-fd", notification};
@@ -117,6 +162,7 @@ class PolkitTextAgent : public CallerProcess::TextAgent {
   }
 
   ControllingTerminal terminal_;
+  std::optional<HiddenTyping> hiddenTyping_;
   pid_t process_ = -1;
 };
 
