@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "base/Result.h"
 
@@ -34,6 +35,10 @@ class CallerProcess {
   /// The absolute path of the current folder, without symbolic links. `noEntry` when the folder was
   /// removed or is outside of the process's root.
   virtual PosixResult<std::string> currentFolder() const = 0;
+
+  /// The home folders of the user: the one in the environment, the one of the user's account, and
+  /// the one of the account that ran "sudo". Some may not exist.
+  virtual std::vector<std::string> homeFolders() const = 0;
 
   /// While the guard lives, a signal that asks the process to end (SIGINT, SIGQUIT, SIGTERM,
   /// SIGHUP) calls `action` instead of ending it. `action` runs in a signal handler, on any thread,

@@ -1,4 +1,4 @@
-// The standard streams of a command-line program.
+// The standard streams and the controlling terminal of a command-line program.
 #pragma once
 
 #include <cstddef>
@@ -29,11 +29,18 @@ class Terminal {
   /// `write` returns false. Async-signal-safe.
   virtual void stopWaiting() = 0;
 
-  /// True when a user can read a question on standard error and type the answer.
-  virtual bool canAsk() const = 0;
+  /// True when standard input is a terminal.
+  virtual bool isInputTyped() const = 0;
 
   /// Reads a line of standard input, without its end; no value at the end of the input.
   virtual std::optional<std::string> readLine() = 0;
+
+  /// True when this process has a controlling terminal, wherever its standard streams go.
+  virtual bool canAsk() const = 0;
+
+  /// Writes a question to the controlling terminal and reads the line that the user types there,
+  /// without its end. No value at the end of the input.
+  virtual std::optional<std::string> ask(std::string_view question) = 0;
 };
 
 }  // namespace qrt

@@ -28,6 +28,7 @@ struct FakeCaller : CallerProcess {
 
   std::int32_t processIdentifier() const override { return 42; }
   PosixResult<std::string> currentFolder() const override { return folder; }
+  std::vector<std::string> homeFolders() const override { return {"/usr"}; }
   std::unique_ptr<InterruptionGuard> catchInterruptions(std::function<void()> action) override {
     interrupt = std::move(action);
     return std::make_unique<InterruptionGuard>();

@@ -138,6 +138,9 @@ TEST_F(ClientTest, AQuestionAtATerminalPrecedesDestruction) {
       {"n", {"--yes", "delete-files", "/a"}, false, true},
       {"n", {"touch-fileobject", "/a"}, false, true},
       {std::nullopt, {"delete-files", "/a"}, false, true},
+      {"y", {"delete-files", "--no-preserve-root", "/"}, true, true},
+      {"y", {"delete-files", "--no-preserve-mounts", "/proc"}, true, true},
+      {"y", {"delete-files", "--no-preserve-home", "/usr/"}, true, true},
   };
   for (const auto& [typed, words, isAsked, isDone] : cases) {
     terminal.typed = typed;

@@ -23,7 +23,12 @@ class FakeTerminal : public Terminal {
   bool isTerminal(StandardStream stream) const override { return terminals.contains(stream); }
   std::size_t columns() const override { return width; }
   bool canAsk() const override { return typed.has_value(); }
+  bool isInputTyped() const override { return typed.has_value(); }
   std::optional<std::string> readLine() override { return typed; }
+  std::optional<std::string> ask(std::string_view question) override {
+    write(StandardStream::error, question);
+    return typed;
+  }
   void stopWaiting() override {}
   bool write(StandardStream stream, std::string_view bytes) override {
     const std::lock_guard lock(mutex_);

@@ -28,6 +28,7 @@
 #include "client/cli/output/Json.h"
 #include "client/cli/output/Presenter.h"
 #include "client/cli/output/SystemMessages.h"
+#include "client/cli/paths/DangerousPaths.h"
 #include "client/cli/paths/JsonPaths.h"
 #include "client/cli/paths/PathRequests.h"
 #include "client/cli/paths/PathSummary.h"
@@ -138,9 +139,10 @@ class Client {
     const auto words = wordsOf(use);
     if (!words) return refuse(words.error());
     if (use.readsPaths && words->back().empty()) return concludeWithoutPaths();
-    auto arguments = readArguments(use.operation.row.arguments, *words,
-                                   {environment_.caller, environment_.platform});
+    const WordContext context{environment_.caller, environment_.platform};
+    auto arguments = readArguments(use.operation.row.arguments, *words, context);
     if (!arguments) return refuse(arguments.error());
+    if (auto error = dangerousPath(use.operation.row, *words, context)) return refuse(*error);
     auto iconPath = absolutePath(options_.iconPath, environment_.caller);
     if (!iconPath) return refuse(iconPath.error());
     if (!isConfirmed(use.operation.row.question)) {
@@ -220,8 +222,7 @@ class Client {
   /// Asks at a terminal. Without a terminal the answer is yes.
   bool isConfirmed(std::string_view question) {
     if (question.empty() || options_.assumesYes || !environment_.terminal.canAsk()) return true;
-    environment_.terminal.write(StandardStream::error, fmt::format("{} [y/N] ", question));
-    const auto answer = environment_.terminal.readLine();
+    const auto answer = environment_.terminal.ask(fmt::format("{} [y/N] ", question));
     return answer && (*answer == "y" || *answer == "Y" || *answer == "yes");
   }
 
@@ -380,7 +381,7 @@ class Client {
   }
 
   ExitStatus runTyped() {
-    const bool isTyped = environment_.terminal.canAsk();
+    const bool isTyped = environment_.terminal.isInputTyped();
     return runShell(
         environment_.terminal, [](std::string_view) { return LineEditor::Completions{}; },
         [&](const SplitCommand& command) { return runPart(command, isTyped, !isTyped); });

@@ -1,5 +1,6 @@
 #include "platform/CallerProcess.h"
 
+#include <pwd.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -64,6 +65,24 @@ class PosixCallerProcess : public CallerProcess {
     // A folder outside the process's root has no path.
     if (path.get()[0] != '/') return PosixCode::noEntry;
     return std::string(path.get());
+  }
+
+  std::vector<std::string> homeFolders() const override {
+    std::vector<std::string> folders;
+    const auto add = [&](const char* folder) {
+      if (folder && *folder) folders.emplace_back(folder);
+    };
+    const auto addOfUser = [&](uid_t user) {
+      // The client has one thread when it asks.
+      const auto* const account = ::getpwuid(user);
+      if (account) add(account->pw_dir);
+    };
+    add(std::getenv("HOME"));
+    addOfUser(::getuid());
+    if (const char* const user = std::getenv("SUDO_UID")) {
+      addOfUser(static_cast<uid_t>(std::strtoul(user, nullptr, 10)));
+    }
+    return folders;
   }
 
   std::unique_ptr<CallerProcess::InterruptionGuard> catchInterruptions(

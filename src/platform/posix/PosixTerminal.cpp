@@ -65,7 +65,41 @@ class PosixTerminal : public Terminal {
   }
 
   bool write(StandardStream stream, std::string_view bytes) override {
-    const int descriptor = descriptorOf(stream);
+    return writeAll(descriptorOf(stream), bytes);
+  }
+
+  void stopWaiting() override { (void)!::write(makeImpatient_.get(), "", 1); }
+
+  bool isInputTyped() const override { return ::isatty(STDIN_FILENO) == 1; }
+
+  std::optional<std::string> readLine() override {
+    std::string line;
+    if (!std::getline(std::cin, line)) return std::nullopt;
+    return line;
+  }
+
+  bool canAsk() const override { return static_cast<bool>(controllingTerminal()); }
+
+  std::optional<std::string> ask(std::string_view question) override {
+    const auto terminal = controllingTerminal();
+    if (!terminal || !writeAll(terminal.get(), question)) return std::nullopt;
+    std::string line;
+    for (char typed = 0;; line.push_back(typed)) {
+      ssize_t count;
+      do {
+        count = ::read(terminal.get(), &typed, 1);
+      } while (count < 0 && errno == EINTR);
+      if (count <= 0) return std::nullopt;
+      if (typed == '\n') return line;
+    }
+  }
+
+ private:
+  static FileDescriptor controllingTerminal() {
+    return FileDescriptor(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
+  }
+
+  bool writeAll(int descriptor, std::string_view bytes) const {
     // A pipe that is writable takes this much without blocking. A file never blocks.
     const auto most = isFile(descriptor) ? bytes.size() : std::size_t{PIPE_BUF};
     while (!bytes.empty()) {
@@ -80,19 +114,6 @@ class PosixTerminal : public Terminal {
     return true;
   }
 
-  void stopWaiting() override { (void)!::write(makeImpatient_.get(), "", 1); }
-
-  bool canAsk() const override {
-    return ::isatty(STDIN_FILENO) == 1 && isTerminal(StandardStream::error);
-  }
-
-  std::optional<std::string> readLine() override {
-    std::string line;
-    if (!std::getline(std::cin, line)) return std::nullopt;
-    return line;
-  }
-
- private:
   bool waitUntilWritable(int descriptor) const {
     pollfd entries[] = {{descriptor, POLLOUT, 0}, {isImpatient_.get(), POLLIN, 0}};
     while (::poll(entries, std::size(entries), -1) < 0) {

@@ -194,6 +194,7 @@ UsageResult<Array> readArguments(std::span<const ArgumentDescription> descriptio
                                  const GivenWords& words, const WordContext& context) {
   Array values;
   for (std::size_t i = 0; i < descriptions.size(); ++i) {
+    if (descriptions[i].form == ArgumentForm::clientFlag) continue;
     const auto description = settled(descriptions, i, words);
     if (const auto error = read(description, words[i], context, values)) return *error;
   }

@@ -24,6 +24,7 @@ std::string_view typeOf(ArgumentForm form) {
       return "word";
     case ArgumentForm::textFlag:
     case ArgumentForm::numberFlag:
+    case ArgumentForm::clientFlag:
       return "flag";
     case ArgumentForm::number:
       return "number";

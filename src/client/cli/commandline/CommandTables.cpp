@@ -91,8 +91,10 @@ constexpr CommandExample examples[] = {
 constexpr std::string_view notes[] = {
     "Records, program output and answers go to standard output, progress and messages to standard "
     "error. Failures have colour on a terminal, unless the variable NO_COLOR is set.",
-    "On a terminal, a question precedes each operation that destroys something; --yes answers it. "
-    "Without a terminal there is no question.",
+    "A question precedes each operation that destroys something; --yes answers it. It goes to the "
+    "controlling terminal, wherever the standard streams go. A process without one, such as a "
+    "service, is not asked. The root folder, your home folder and mount points are not deleted or "
+    "emptied without the option that names them.",
     "Ctrl-C (or SIGTERM) stops an operation that sends progress or output: it ends as soon as it "
     "can, "
     "and what it did until then stays done. A second Ctrl-C leaves at once; the operation then "

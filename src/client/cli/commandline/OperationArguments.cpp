@@ -10,12 +10,20 @@ using enum Occurrence;
 
 constexpr std::string_view sameFileSystem = "Stay on the file system of the folder";
 
+constexpr ArgumentDescription noPreserveRoot{preserveRootOption, clientFlag,
+                                             "Permit the root folder among the paths"};
+constexpr ArgumentDescription noPreserveHome{preserveHomeOption, clientFlag,
+                                             "Permit your home folder among the paths"};
+constexpr ArgumentDescription noPreserveMounts{preserveMountsOption, clientFlag,
+                                               "Permit mount points among the paths"};
+
 // clang-format off
 constexpr OperationArguments table[] = {
     {"nop"},
     {"discard-auth"},
     {"delete-files",
-     {{"PATH", path, "Object to delete", oneOrMore}},
+     {noPreserveRoot, noPreserveHome, noPreserveMounts,
+      {"PATH", path, "Object to delete", oneOrMore}},
      "Delete these files for good?", {}, "deleted"},
     {"prepare-uninstall"},
     {"perform-uninstall",
@@ -38,10 +46,12 @@ constexpr OperationArguments table[] = {
     {"delete-fileobjects",
      {{"--recursive", textFlag, "Delete folders with everything below them"},
       {stopOption, textFlag, "Do not delete the remaining objects after a failure"},
+      noPreserveRoot, noPreserveHome, noPreserveMounts,
       {"PATH", path, "Object to delete", oneOrMore}},
      "Delete these objects for good, whatever protects them?", {}, "deleted"},
     {"delete-foldercontents",
-     {{"FOLDER", path, "Folder to empty; the folder itself stays", oneOrMore}},
+     {noPreserveRoot, noPreserveHome, noPreserveMounts,
+      {"FOLDER", path, "Folder to empty; the folder itself stays", oneOrMore}},
      "Delete everything in these folders for good?", {}, "emptied"},
     {"inspect-fileobject",
      {{"PATH", path, "Object to look for"}}},
@@ -180,6 +190,8 @@ std::string_view typeLettersOf(ArgumentForm form) {
     case fileContents:
     case accessControlList:
       return "D";
+    case clientFlag:
+      return "";
   }
   return "";
 }
@@ -211,7 +223,9 @@ bool takesPathList(const OperationArguments& operation) {
   return std::any_of(operation.arguments.begin(), operation.arguments.end(), isPathList);
 }
 
-bool isFlag(ArgumentForm form) { return form == textFlag || form == numberFlag; }
+bool isFlag(ArgumentForm form) {
+  return form == textFlag || form == numberFlag || form == clientFlag;
+}
 
 bool isImplied(ArgumentForm form) { return form == constant || form == ownProcess; }
 

@@ -25,6 +25,8 @@ enum class ArgumentForm {
   choice,
   /// An option without a value, sent as the text "1" when it is given, else "0".
   textFlag,
+  /// An option without a value that this program understands. It is not sent.
+  clientFlag,
   /// Not written. The text in `detail` is sent.
   constant,
   number,
@@ -71,7 +73,7 @@ class ArgumentList {
   constexpr bool empty() const { return size_ == 0; }
 
  private:
-  std::array<ArgumentDescription, 5> arguments_{};
+  std::array<ArgumentDescription, 6> arguments_{};
   std::size_t size_ = 0;
 };
 
@@ -92,6 +94,11 @@ struct OperationArguments {
   /// More than the help of the arguments has room for; the reference and "explain" print it.
   std::string_view note = {};
 };
+
+/// The options of operations that delete; see DangerousPaths.h.
+inline constexpr std::string_view preserveRootOption = "--no-preserve-root";
+inline constexpr std::string_view preserveHomeOption = "--no-preserve-home";
+inline constexpr std::string_view preserveMountsOption = "--no-preserve-mounts";
 
 /// One row for every operation of the catalogue, in its order.
 std::span<const OperationArguments> operationArguments();

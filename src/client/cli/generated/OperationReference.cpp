@@ -61,6 +61,8 @@ std::string sentAs(const ArgumentDescription& argument) {
                          argument.form == ArgumentForm::bits ? ", added up" : "");
     case ArgumentForm::textFlag:
       return "`\"1\"` or `\"0\"`";
+    case ArgumentForm::clientFlag:
+      return "Not sent: the client refuses such paths otherwise";
     case ArgumentForm::constant:
       return "Name of the requestor";
     case ArgumentForm::numberFlag:

@@ -126,8 +126,11 @@ constexpr const char* yes = "1";
 
 PathCommand pathCommandFor(const OperationDescription& operation, Array values) {
   const auto& arguments = operation.row.arguments;
-  // Every argument before the list has one value.
-  const auto firstPath = values.begin() + static_cast<std::ptrdiff_t>(arguments.size() - 1);
+  // Every argument before the list has one value; options of the client follow them.
+  const auto sent = std::count_if(arguments.begin(), arguments.end(), [](const auto& argument) {
+    return argument.form != ArgumentForm::clientFlag;
+  });
+  const auto firstPath = values.begin() + (sent - 1);
   PathCommand command;
   command.sendsProgress = !operation.feedback.empty();
   command.paths.assign(std::make_move_iterator(firstPath), std::make_move_iterator(values.end()));
