@@ -26,7 +26,7 @@ struct ThreadUse {
   }
 };
 
-/// Where the system does not count waits, each call counts one, and there are no preemptions.
+/// Where the system does not count waits, their number only grows, and there are no preemptions.
 ThreadUse useOfThread();
 
 }  // namespace qrt
