@@ -73,7 +73,7 @@ constexpr CommandExample examples[] = {
      "Delete a folder with everything below it, even objects with immutable flags."},
     {"find /srv/example/project -name '*.tmp' -print0 | qrtctl delete-fileobjects --stdin0",
      "Delete the objects that another program found."},
-    {"qrtctl search-patterns --extension bak --print0 /srv/example/project | "
+    {"qrtctl search-patterns --extension tmp --print0 /srv/example/project | "
      "qrtctl delete-fileobjects --stdin0",
      "Delete what a search found, whatever bytes the names have."},
     {"qrtctl search-agedfiles /srv/example/project 30",
