@@ -46,7 +46,7 @@ class PathList {
 
   std::optional<UsageError> endPath() {
     if (path_.empty()) return UsageError{"Standard input holds an empty path"};
-    size_ += path_.size() + sizeof path_;
+    size_ += path_.size() + sizeof(std::string);
     if (size_ > largestList) return UsageError{"Standard input holds too many paths"};
     paths_.push_back(std::move(path_));
     path_.clear();
