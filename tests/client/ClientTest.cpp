@@ -5,6 +5,7 @@
 
 #include "ClientFixture.h"
 #include "client/cli/Doctor.h"
+#include "client/cli/paths/ObjectCount.h"
 #include "operations/PrivilegedOperationError.h"
 #include "protocol/FeedbackMessage.h"
 #include "support/ScratchFolder.h"
@@ -123,6 +124,15 @@ TEST_F(ClientTest, OnlyRootChangesTheRights) {
   authority.takeCalls();
   EXPECT_EQ(run({"remove-rights"}), 3);
   EXPECT_TRUE(authority.takeCalls().empty());
+}
+
+TEST_F(ClientTest, ACountFollowsNoLinkAndEndsAtItsDeadline) {
+  const test::ScratchFolder scratch;
+  scratch.make("mkdir -p a/b; ln -s / a/link; printf 12345 > a/b/file");
+  const auto now = std::chrono::steady_clock::now();
+  const auto all = countObjects(platform.files, scratch.path(), now + std::chrono::minutes(1));
+  EXPECT_TRUE(all.objects == 4 && all.bytes == 5 && all.isComplete) << all.objects;
+  EXPECT_FALSE(countObjects(platform.files, scratch.path(), now).isComplete);
 }
 
 TEST_F(ClientTest, AQuestionAtATerminalPrecedesDestruction) {
