@@ -37,6 +37,8 @@ TEST_F(AnswerTest, TextIsReadableAndJsonKeepsEveryValue) {
       {"Size", UINT64_MAX, "18 EB (18446744073709551615 bytes)", "18446744073709551615"},
       {"V", "\xC3\xBC\"\\\n\xFF", "\xC3\xBC\"\\\\x0a\\xff",
        "\"\xC3\xBC\\\"\\\\\\n\xF4\x8F\xBF\xBF\""},
+      {"V", "a\u202E\u2066\u009B", "a\\xe2\\x80\\xae\\xe2\\x81\\xa6\\xc2\\x9b",
+       R"("a\u202e\u2066\u009b")"},
       {"V", 1.0 / 3, "0.3333333333333333", "0.3333333333333333"},
       {"V", Data{0xFB, 0xFF}, R"("+/8=")", R"("+/8=")"},
       {"V", Date{1500000000.25}, "1500000000.25", "1500000000.25"},

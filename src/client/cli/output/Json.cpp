@@ -1,8 +1,15 @@
 #include "client/cli/output/Json.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <string_view>
 #include <variant>
 
 #include "base/Base64.h"
+#include "base/Printable.h"
+#include "base/Utf8.h"
 #include "client/cli/output/SystemMessages.h"
 #include "protocol/WireText.h"
 
@@ -40,6 +47,20 @@ Json jsonOf(const Error& error) {
   return object;
 }
 
-std::string lineOf(const Json& json) { return json.dump() + '\n'; }
+std::string lineOf(const Json& json) {
+  const auto text = json.dump();
+  std::string line;
+  for (std::string_view rest = text; !rest.empty();) {
+    const auto character = firstUtf8Character(rest);
+    const auto bytes = rest.substr(0, std::max<std::size_t>(character.length, 1));
+    if (isPrintable(character.codePoint)) {
+      line += bytes;
+    } else {
+      line += fmt::format("\\u{:04x}", static_cast<std::uint32_t>(character.codePoint));
+    }
+    rest.remove_prefix(bytes.size());
+  }
+  return line + '\n';
+}
 
 }  // namespace qrt

@@ -20,7 +20,8 @@ Json jsonOf(const Dictionary& dictionary);
 /// Domain, code, the texts for the user, and the whole user information.
 Json jsonOf(const Error& error);
 
-/// One line of valid UTF-8 with its line feed.
+/// One line of valid UTF-8 with its line feed. Characters that control a terminal or the direction
+/// of text are escaped.
 std::string lineOf(const Json& json);
 
 }  // namespace qrt
