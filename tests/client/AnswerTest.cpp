@@ -3,8 +3,10 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <sstream>
 
 #include "ClientFixture.h"
+#include "client/cli/output/FoldedText.h"
 #include "client/cli/output/ProgressLine.h"
 #include "operations/PrivilegedOperationError.h"
 #include "protocol/FeedbackMessage.h"
@@ -55,6 +57,36 @@ TEST_F(AnswerTest, TextIsReadableAndJsonKeepsEveryValue) {
   helper.answer = privilegedOperationAnswer({{"Size", 5}, {"Name", "a\x07"}});
   EXPECT_EQ(run({"nop"}), 0);
   EXPECT_EQ(terminal.output(), "Name: a\\x07\nSize: 5 B\n");
+}
+
+TEST_F(AnswerTest, TextFoldsAtTheWidthOfATerminalOnly) {
+  const std::tuple<std::string, std::size_t, std::string> cases[] = {
+      {"  --a  one two\n\nx", 11, "  --a\n      one\n      two\n\nx\n"},
+      {"a  \x1B[32m\u00FC\x1B[0m 22 333 4444 55555 666666 7\n", 28,
+       "a  \x1B[32m\u00FC\x1B[0m 22 333 4444 55555\n   666666 7\n"},
+      {"a  an abcdefghijklmnopqrstuvwxyz\n", 28, "a\n    an\n    abcdefghijklmnopqrstuvwxyz\n"},
+      {"          deep text", 11, "      deep\n      text\n"},
+  };
+  for (const auto& [text, width, wanted] : cases) EXPECT_EQ(folded(text, width), wanted);
+  const auto longest = [&](const Words& words) {
+    EXPECT_EQ(run(words), 0);
+    std::size_t most = 0;
+    std::istringstream lines(terminal.output());
+    for (std::string line; std::getline(lines, line);) {
+      // A line of one word is as long as the word.
+      if (line.find(' ', line.find_first_not_of(' ')) != std::string::npos) {
+        most = std::max(most, line.size());
+      }
+    }
+    return most;
+  };
+  terminal.width = 40;
+  for (const auto& words : {Words{"--help"}, {"explain", "modify-acl"}, {"operations"}}) {
+    terminal.terminals = {StandardStream::output};
+    EXPECT_LE(longest(words), terminal.width) << words.front();
+    terminal.terminals = {};
+    EXPECT_GT(longest(words), 2 * terminal.width) << words.front();
+  }
 }
 
 TEST_F(AnswerTest, AFailureHasATextAndAStatus) {

@@ -25,6 +25,7 @@
 #include "client/cli/commandline/NearestWords.h"
 #include "client/cli/commandline/OperationDescription.h"
 #include "client/cli/generated/GeneratedText.h"
+#include "client/cli/output/FoldedText.h"
 #include "client/cli/output/Json.h"
 #include "client/cli/output/Presenter.h"
 #include "client/cli/output/SystemMessages.h"
@@ -348,11 +349,16 @@ class Client {
   ExitStatus generate(const std::string& name) {
     const auto text = generatedText(name, descriptions_);
     if (!text) return refuse({fmt::format("There is no text '{}'", name)});
-    return isJson_ ? status(presenter_->showAnswer({{"text", *text}})) : write(*text);
+    if (isJson_) return status(presenter_->showAnswer({{"text", *text}}));
+    return status(environment_.terminal.write(StandardStream::output, *text));
   }
 
+  /// Text for a person: folded on a terminal, one line for each row elsewhere.
   ExitStatus write(const std::string& text) {
-    return status(environment_.terminal.write(StandardStream::output, text));
+    auto& terminal = environment_.terminal;
+    const bool isFolded = terminal.isTerminal(StandardStream::output);
+    return status(
+        terminal.write(StandardStream::output, isFolded ? folded(text, terminal.columns()) : text));
   }
 
   ExitStatus change(RightsChange rights) {

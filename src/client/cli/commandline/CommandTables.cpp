@@ -96,28 +96,14 @@ constexpr std::string_view notes[] = {
     "service, is not asked. The root folder, your home folder and mount points are not deleted or "
     "emptied without the option that names them.",
     "Ctrl-C (or SIGTERM) stops an operation that sends progress or output: it ends as soon as it "
-    "can, "
-    "and what it did until then stays done. A second Ctrl-C leaves at once; the operation then "
-    "continues in the helper, as do operations without feedback.",
+    "can, and what it did until then stays done. A second Ctrl-C leaves at once; the operation "
+    "then continues in the helper, as do operations without feedback.",
     "With --json all output goes to standard output, one JSON object a line: "
     "{\"feedback\":{...}} for each message of a running operation, then {\"done\":true} or "
     "{\"done\":true,\"answer\":{...}} for the result or {\"done\":false,\"error\":{...}} for the "
     "failure, with its domain, code, description, suggestion and userInfo. Data is Base64, a date "
     "is seconds since 1970, and a byte that is not valid UTF-8 is the character U+10FF00 + byte.",
 };
-
-constexpr std::size_t helpWidth = 96;
-
-std::string wrapped(std::string_view paragraph) {
-  std::string lines;
-  while (paragraph.size() > helpWidth) {
-    const auto end = paragraph.rfind(' ', helpWidth);
-    if (end == std::string_view::npos) break;
-    lines += fmt::format("  {}\n", paragraph.substr(0, end));
-    paragraph.remove_prefix(end + 1);
-  }
-  return lines + fmt::format("  {}\n", paragraph);
-}
 
 }  // namespace
 
@@ -148,8 +134,8 @@ std::string usageNotes() {
     text += fmt::format("  {:<4} {}\n", static_cast<int>(status), meaning);
   }
   text += "  \"execute-utility\" ends with the status of the utility when that is not 0.\n";
-  text += "\nOutput:\n";
-  for (const auto& note : notes) text += wrapped(note);
+  text += "\nOutput:";
+  for (const auto& note : notes) text += fmt::format("\n  {}\n", note);
   return text;
 }
 

@@ -110,9 +110,9 @@ constexpr OperationArguments table[] = {
      {},
      {},
      {},
-     "On Linux the files are those of GNUstep. Its programs read a user's settings, and in\n"
-     "/etc/GNUstep/GlobalDefaults.plist those of any user for any application. A program reads\n"
-     "/etc/GNUstep/Defaults (any user, one application) and the folders ByHost (one host) only\n"
+     "On Linux the files are those of GNUstep. Its programs read a user's settings, and in "
+     "/etc/GNUstep/GlobalDefaults.plist those of any user for any application. A program reads "
+     "/etc/GNUstep/Defaults (any user, one application) and the folders ByHost (one host) only "
      "if it looks there."},
     {"modify-sysconf",
      {{"", constant, "", once, "qrtctl"},

@@ -4,9 +4,12 @@
 #include <string_view>
 
 #include "client/cli/generated/GeneratedText.h"
+#include "client/cli/output/FoldedText.h"
 
 namespace qrt {
 namespace {
+
+constexpr std::size_t noteWidth = 90;
 
 constexpr std::string_view introduction =
     R"(# Operations
@@ -109,7 +112,7 @@ std::string sectionOf(const OperationDescription& operation) {
   if (operation.row.arguments.empty()) return text;
   text += "| Argument | Type | Times | Meaning | Sent as |\n|---|---|---|---|---|\n";
   for (const auto& argument : operation.row.arguments) text += rowOf(argument);
-  if (!operation.row.note.empty()) text += fmt::format("\n{}\n", operation.row.note);
+  if (!operation.row.note.empty()) text += "\n" + folded(operation.row.note, noteWidth);
   return text + '\n';
 }
 
