@@ -135,6 +135,29 @@ TEST_F(ClientTest, ACountFollowsNoLinkAndEndsAtItsDeadline) {
   EXPECT_FALSE(countObjects(platform.files, scratch.path(), now).isComplete);
 }
 
+TEST_F(ClientTest, AQuestionNamesTheObjectAndItsExtent) {
+  const test::ScratchFolder scratch;
+  const auto file = scratch.file("f", std::string(1500, 'x'));
+  const auto odd = scratch.file("a{PATH}\\\"\n\xff", "");
+  const auto folder = scratch.path();
+  const std::pair<Words, std::string> cases[] = {
+      {{"delete-fileobjects", "--recursive", folder, "/b", "/c"},
+       "Delete " + folder + " (2 objects, 1.5 kB) and 2 more for good? [y/N] "},
+      {{"delete-fileobjects", folder}, folder + " for good?"},
+      {{"delete-foldercontents", folder}, "everything in " + folder + " (2 objects, 1.5 kB) for"},
+      {{"delete-files", file}, file + " (1.5 kB) for good?"},
+      {{"delete-files", odd}, "\"" + folder + R"(/a{PATH}\\\"\x0a\xff" (0 B) for good?)"},
+      {{"delete-files", "/" + std::string(80, 'x')},
+       "Delete /" + std::string(19, 'x') + "..." + std::string(37, 'x') + " for good?"},
+      {{"modify-nvram", "", "b c"}, "Set the firmware variable \"\" to \"b c\"?"},
+  };
+  terminal.typed = "n";
+  for (const auto& [words, text] : cases) {
+    EXPECT_EQ(run(words), 1);
+    EXPECT_THAT(terminal.errors(), HasSubstr(text));
+  }
+}
+
 TEST_F(ClientTest, AQuestionAtATerminalPrecedesDestruction) {
   struct Case {
     std::optional<std::string> typed;
@@ -148,9 +171,9 @@ TEST_F(ClientTest, AQuestionAtATerminalPrecedesDestruction) {
       {"n", {"--yes", "delete-files", "/a"}, false, true},
       {"n", {"touch-fileobject", "/a"}, false, true},
       {std::nullopt, {"delete-files", "/a"}, false, true},
-      {"y", {"delete-files", "--no-preserve-root", "/"}, true, true},
-      {"y", {"delete-files", "--no-preserve-mounts", "/proc"}, true, true},
-      {"y", {"delete-files", "--no-preserve-home", "/usr/"}, true, true},
+      {"y", {"delete-fileobjects", "--no-preserve-root", "/"}, true, true},
+      {"y", {"delete-fileobjects", "--no-preserve-mounts", "/proc"}, true, true},
+      {"y", {"delete-fileobjects", "--no-preserve-home", "/usr/"}, true, true},
   };
   for (const auto& [typed, words, isAsked, isDone] : cases) {
     terminal.typed = typed;

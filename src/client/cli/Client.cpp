@@ -29,6 +29,7 @@
 #include "client/cli/output/Json.h"
 #include "client/cli/output/Presenter.h"
 #include "client/cli/output/SystemMessages.h"
+#include "client/cli/paths/ActionText.h"
 #include "client/cli/paths/DangerousPaths.h"
 #include "client/cli/paths/JsonPaths.h"
 #include "client/cli/paths/PathRequests.h"
@@ -146,7 +147,8 @@ class Client {
     if (auto error = dangerousPath(use.operation.row, *words, context)) return refuse(*error);
     auto iconPath = absolutePath(options_.iconPath, environment_.caller);
     if (!iconPath) return refuse(iconPath.error());
-    if (!isConfirmed(use.operation.row.question)) {
+    ActionText action(use.operation.row, *words, context);
+    if (!isConfirmed(use.operation.row, action)) {
       presenter_->showFailure(describedError(PosixCode::canceled, nothingWasDone));
       return ExitStatus::failed;
     }
@@ -221,9 +223,11 @@ class Client {
   }
 
   /// Asks at a terminal. Without a terminal the answer is yes.
-  bool isConfirmed(std::string_view question) {
-    if (question.empty() || options_.assumesYes || !environment_.terminal.canAsk()) return true;
-    const auto answer = environment_.terminal.ask(fmt::format("{} [y/N] ", question));
+  bool isConfirmed(const OperationArguments& operation, ActionText& action) {
+    if (operation.confirmation == Confirmation::none || options_.assumesYes) return true;
+    if (!environment_.terminal.canAsk()) return true;
+    const auto text = action.in([](const std::string& english) { return english; });
+    const auto answer = environment_.terminal.ask(text + "? [y/N] ");
     return answer && (*answer == "y" || *answer == "Y" || *answer == "yes");
   }
 

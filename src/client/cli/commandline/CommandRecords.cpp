@@ -125,7 +125,7 @@ Dictionary recordOf(const OperationDescription& operation,
           {"description", operation.sentence},
           {"synopsis", synopsisOf(row)},
           {"arguments", argumentsOf(row)},
-          {"asksFirst", !row.question.empty()},
+          {"asksFirst", row.confirmation == Confirmation::asked},
           {"isSupported", missingFeature(row, features) == nullptr}};
 }
 

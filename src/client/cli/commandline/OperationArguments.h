@@ -80,12 +80,18 @@ class ArgumentList {
 /// The option of an operation with a list of paths that leaves the paths after a failure alone.
 inline constexpr std::string_view stopOption = "--stop-on-first-error";
 
+/// Whether a question at the terminal precedes the operation, because it destroys something.
+enum class Confirmation { none, asked };
+
 struct OperationArguments {
   std::string_view identifier;
   /// In the order in which they are sent.
   ArgumentList arguments = {};
-  /// Asked at a terminal before the operation begins; empty when the operation destroys nothing.
-  std::string_view question = {};
+  /// What it does, for questions and dialogs, with names of arguments in braces: their words take
+  /// that place. "{PATH*}" adds the size of the object and of what is below it. Empty when no
+  /// dialog precedes the operation.
+  std::string_view action = {};
+  Confirmation confirmation = Confirmation::none;
   /// Name of the system's feature without which the operation always fails; empty when there is no
   /// such feature.
   std::string_view neededFeature = {};

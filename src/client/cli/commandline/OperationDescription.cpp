@@ -62,6 +62,13 @@ std::string synopsisOf(const ArgumentDescription& argument) {
   return name;
 }
 
+/// With the names of arguments in place of their words.
+std::string questionOf(const OperationArguments& operation) {
+  std::string text(operation.action);
+  std::erase_if(text, [](char c) { return c == '{' || c == '}' || c == '*'; });
+  return text + "?";
+}
+
 }  // namespace
 
 OperationDescriptions describedOperations(const QRTPrivilegedOperationSet& operations) {
@@ -126,7 +133,7 @@ std::string explanationOf(const OperationDescription& operation,
   for (const auto& [name, meaning] : argumentRows(row)) text.add({"  " + name, meaning});
   text.add({"Right:", fmt::format("{}, for {}", operation.right, operation.users)});
   text.add({"Feedback:", feedbackPhrase(operation)});
-  if (!row.question.empty()) text.add({"Question:", std::string(row.question)});
+  if (row.confirmation == Confirmation::asked) text.add({"Question:", questionOf(row)});
   const auto* missing = missingFeature(row, features);
   text.add({"This system:",
             missing ? fmt::format("does not support it (no {}: {})", missing->name, missing->note)
