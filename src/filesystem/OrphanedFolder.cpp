@@ -54,7 +54,7 @@ PosixResult<bool> isFolderAtObject(const Platform& platform, FileAt folder, cons
 
   const auto walk = QRTDirectoryEnumerator::enumeratorAtObject(platform, folder, path, true);
   while (walk && walk->advance()) {
-    const auto status = platform.files.status(walk->object(), Links::stay);
+    const auto status = walk->objectStatus();
     if (!status || users.contains(status->userID)) return false;
   }
   if (!walk) return false;

@@ -76,9 +76,8 @@ Outcome searchForFileNamesAtPath(const Platform& platform, const std::string& pa
   FoundObjects found(*base, feedbackBlock);
   const auto walk = QRTDirectoryEnumerator::enumeratorAtPath(platform, *base, stayOnFileSystem);
   for (std::uint64_t done = 0; walk && walk->advance(); ++done) {
-    const auto object = walk->object();
-    if (matchesOne(*descriptors, object.name)) {
-      const auto status = platform.files.status(object, Links::stay);
+    if (matchesOne(*descriptors, walk->objectName())) {
+      const auto status = walk->objectStatus();
       if (status) found.add(walk->objectPath(), *status);
     }
     // The hierarchy may have grown since it was counted.

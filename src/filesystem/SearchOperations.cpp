@@ -96,7 +96,7 @@ PosixCode findIn(const Platform& platform, const std::string& path, bool wantsFo
 PosixResult<bool> isReported(const Platform& platform, QRTDirectoryEnumerator& walk,
                              const FileStatus& status, KnownUserIDs& known) {
   if (!status.isFolder()) return true;
-  auto holdsOrphansOnly = isFolderAtObject(platform, walk.object(), walk.objectPath(), known);
+  auto holdsOrphansOnly = isFolderAtObject(platform, walk.folder(), walk.objectPath(), known);
   // After a folder that was not entered, this would skip its neighbours.
   if (holdsOrphansOnly && *holdsOrphansOnly && walk.isInsideObject()) walk.skipDescendents();
   return holdsOrphansOnly;

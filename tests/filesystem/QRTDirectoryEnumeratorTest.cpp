@@ -10,6 +10,7 @@
 
 #include "filesystem/FolderChain.h"
 #include "filesystem/OperationFixture.h"
+#include "filesystem/walk/Prefetch.h"
 #include "support/Mounts.h"
 #include "support/RecordingLog.h"
 
@@ -145,8 +146,8 @@ TEST_F(PrefetchTest, ReturnsEverythingOnceAndInOrder) {
         const auto path = seen.emplace_back(walk->objectPath());
         const auto status = platform_.files.status(scratch_.path(path).c_str(), Links::stay);
         ASSERT_EQ(walk->objectStatus()->inode, status->inode) << path;
-        if (!areStatusesExpected || status->isFolder()) {
-          ASSERT_EQ(platform_.files.status(walk->object(), Links::stay)->inode, status->inode);
+        if (status->isFolder()) {
+          ASSERT_EQ(platform_.files.status(walk->folder(), Links::stay)->inode, status->inode);
         }
         ASSERT_EQ(walk->isInsideObject(), status->isFolder()) << path;
         if (skips(path)) walk->skipDescendents();
@@ -174,6 +175,25 @@ TEST_F(PrefetchTest, ListsAFolderAgainAfterASecond) {
   while (const auto path = walk->nextObject()) seen.push_back(*path);
   ASSERT_FALSE(added.empty());
   EXPECT_THAT(seen, testing::IsSupersetOf(added));
+}
+
+TEST_F(PrefetchTest, ReadsStatusesThroughFoldersThatItClosed) {
+  const WalkBounds bounds(platform_.files, log_, scratch_.path());
+  auto base = platform_.files.openFolder(scratch_.path().c_str(), Links::stay);
+  const UpcomingFolder folder{std::make_shared<Folder>(std::move(*base)), {}, "11", "11"};
+  PrefetchedFolder recording(platform_.files, bounds, folder, PrefetchedFolder::Statuses::leave,
+                             PrefetchedFolder::Holders::ofFolders, 14);
+  recording.record();
+  auto path = folder.path;
+  std::size_t closed = 0;
+  while (const auto* entry = recording.next()) {
+    entry->depth.lead(path, entry->name);
+    if (entry->holder != nullptr) continue;
+    const auto status = platform_.files.status(scratch_.path(path).c_str(), Links::stay);
+    ASSERT_EQ(recording.readStatus()->inode, status->inode) << path;
+    ++closed;
+  }
+  EXPECT_GT(closed, 100u);
 }
 
 TEST_F(PrefetchTest, GivesItsDescriptorsToTheWalk) {

@@ -15,6 +15,7 @@ namespace qrt {
 
 /// An object that a walk has found.
 struct WalkEntry {
+  /// Null if the folder was closed after the object was recorded.
   std::shared_ptr<const Folder> holder;
   const char* name = nullptr;
   /// Type bits (`file_type`), or 0 if the file system's listing does not have them.

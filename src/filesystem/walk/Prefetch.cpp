@@ -37,11 +37,12 @@ bool poll(Condition isMet) {
 }  // namespace
 
 PrefetchedFolder::PrefetchedFolder(FileSystem& files, const WalkBounds& bounds,
-                                   UpcomingFolder folder, Statuses statuses,
+                                   UpcomingFolder folder, Statuses statuses, Holders holders,
                                    std::size_t maximumFolders)
     : files_(files),
       folder_(std::move(folder)),
       wanted_(statuses),
+      holders_(statuses == Statuses::read ? Holders::ofFolders : holders),
       maximumFolders_(maximumFolders),
       cursor_(files, bounds) {}
 
@@ -77,9 +78,10 @@ void PrefetchedFolder::keep(const WalkEntry& entry) {
   if (wanted_ == Statuses::read) {
     const auto status = files_.status(entry.object(), Links::stay);
     statuses_.push_back(status ? std::optional(*status) : std::nullopt);
-    const auto type = status ? status->type() : entry.type;
-    if (type != file_type::folder) kept.holder.reset();
+    if (status) kept.type = status->type();
   }
+  const bool mayBeFolder = kept.type == 0 || kept.type == file_type::folder;
+  if (holders_ == Holders::ofFolders && !mayBeFolder) kept.holder.reset();
   const auto* holder = kept.holder.get();
   const bool isHeld = std::find(held_.rbegin(), held_.rend(), holder) != held_.rend();
   if (holder != nullptr && !isHeld) held_.push_back(holder);
@@ -95,11 +97,34 @@ const WalkEntry* PrefetchedFolder::next() {
   if (next_ != 0) entries_[next_ - 1].holder.reset();
   if (isAtEnd()) return nullptr;
   auto& entry = entries_[next_];
+  const auto levels = entry.depth.levels() - folder_.depth.levels() - 1;
+  if (levels != within_.size()) holder_.reset();
+  if (levels > within_.size()) within_.push_back(entries_[next_ - 1].name);
+  within_.resize(levels);
   entry.name = names_.data() + nextName_;
   nextName_ += std::strlen(entry.name) + 1;
   if (!statuses_.empty() && statuses_[next_]) entry.status = &*statuses_[next_];
   ++next_;
   return &entry;
+}
+
+PosixResult<FileStatus> PrefetchedFolder::readStatus() {
+  const auto& entry = entries_[next_ - 1];
+  if (!holder_) {
+    auto opened = openHolder();
+    if (!opened) return opened.error();
+    holder_ = std::move(*opened);
+  }
+  return files_.status({*holder_, entry.name}, Links::stay);
+}
+
+PosixResult<Folder> PrefetchedFolder::openHolder() const {
+  auto folder = files_.openFolder({*folder_.holder, folder_.name.c_str()}, Links::stay);
+  for (const auto* name : within_) {
+    if (!folder) break;
+    folder = files_.openFolder({*folder, name}, Links::stay);
+  }
+  return folder;
 }
 
 void PrefetchedFolder::skipTo(std::size_t levels) {
@@ -121,8 +146,14 @@ Prefetch::~Prefetch() {
 
 void Prefetch::prepare(const HierarchyCursor& walk) {
   if (!isLongWalk()) return;
-  constexpr Width inMemory{.inOneFolder = 1, .recordings = 4, .folders = 100, .waiting = 0};
-  constexpr Width forDisk{.inOneFolder = 16, .recordings = 32, .folders = 14, .waiting = 4};
+  using Holders = PrefetchedFolder::Holders;
+  constexpr Width inMemory{
+      .inOneFolder = 1, .recordings = 4, .folders = 100, .holders = Holders::ofAll, .waiting = 0};
+  constexpr Width forDisk{.inOneFolder = 16,
+                          .recordings = 32,
+                          .folders = 14,
+                          .holders = Holders::ofFolders,
+                          .waiting = 4};
   const auto& width = count_.isWaiting() ? forDisk : inMemory;
   const auto streams = walk.levels() + width.recordings * width.folders;
   if (streams > maximumStreams || waiting_ > width.waiting) return;
@@ -162,7 +193,7 @@ bool Prefetch::prepareOne(const HierarchyCursor& walk, const Width& width) {
 
 void Prefetch::add(Recordings::iterator before, UpcomingFolder folder, const Width& width) {
   auto recording = std::make_unique<PrefetchedFolder>(files_, bounds_, std::move(folder), statuses_,
-                                                      width.folders);
+                                                      width.holders, width.folders);
   {
     const std::lock_guard lock(mutex_);
     recordings_.insert(before, std::move(recording));

@@ -22,11 +22,14 @@ namespace qrt {
 class PrefetchedFolder {
  public:
   enum class Statuses { leave, read };
+  /// The objects whose folders the recording keeps open. With few open folders it can be longer;
+  /// `readStatus` opens them again.
+  enum class Holders { ofAll, ofFolders };
   enum class State { waiting, recording, done };
 
   /// Records nothing yet. `files` and `bounds` outlive it.
   PrefetchedFolder(FileSystem& files, const WalkBounds& bounds, UpcomingFolder folder,
-                   Statuses statuses, std::size_t maximumFolders);
+                   Statuses statuses, Holders holders, std::size_t maximumFolders);
   PrefetchedFolder(const PrefetchedFolder&) = delete;
   PrefetchedFolder& operator=(const PrefetchedFolder&) = delete;
 
@@ -46,6 +49,9 @@ class PrefetchedFolder {
 
   /// The next recorded object, null at the end. Valid until the next call.
   const WalkEntry* next();
+  /// Reads the status of the object that `next` has returned without a holder. Links on the way
+  /// there are not followed.
+  PosixResult<FileStatus> readStatus();
   bool isAtEnd() const { return next_ == entries_.size(); }
   /// Skips the recorded objects that are more than `levels` folders down.
   void skipTo(std::size_t levels);
@@ -58,10 +64,12 @@ class PrefetchedFolder {
   void recordObjects();
   bool hasRoom() const;
   void keep(const WalkEntry& entry);
+  PosixResult<Folder> openHolder() const;
 
   FileSystem& files_;
   const UpcomingFolder folder_;
   const Statuses wanted_;
+  const Holders holders_;
   const std::size_t maximumFolders_;
   HierarchyCursor cursor_;
   bool isEntered_ = false;
@@ -77,8 +85,12 @@ class PrefetchedFolder {
   std::size_t nextName_ = 0;
   /// One for each entry, or empty when no statuses are wanted.
   std::vector<std::optional<FileStatus>> statuses_;
-  /// The folders that entries keep open. With its status, an object other than a folder needs none.
+  /// The folders that entries keep open.
   std::vector<const Folder*> held_;
+  /// The names of the folders from the recorded one to that of the object that `next` has returned.
+  std::vector<const char*> within_;
+  /// The last of them, if it was opened again.
+  std::optional<Folder> holder_;
 };
 
 /// The folders that are listed ahead of a walk. Belongs to the thread that walks. Helpers start
@@ -112,6 +124,7 @@ class Prefetch {
     std::size_t recordings;
     /// That one recording keeps open.
     std::size_t folders;
+    PrefetchedFolder::Holders holders;
     /// More are added when no more than so many wait for a helper.
     std::size_t waiting;
   };

@@ -51,8 +51,8 @@ std::optional<std::string> QRTDirectoryEnumerator::nextObject() {
 }
 
 bool QRTDirectoryEnumerator::advance() {
-  wasStopped_ = stop_.isSet();
-  if (wasStopped_) return false;
+  if (stop_.isSet()) failure_ = PosixCode::canceled;
+  if (failure_ != PosixCode::success) return false;
   if (!advanceInPrefetched() && !advanceCursor()) return false;
   bounds_.log(entry_->limit);
   levels_ = entry_->levels();
@@ -92,11 +92,19 @@ void QRTDirectoryEnumerator::enterObject() {
   prefetch_.prepare(cursor_);
 }
 
-std::optional<FileStatus> QRTDirectoryEnumerator::objectStatus() const {
+std::optional<FileStatus> QRTDirectoryEnumerator::objectStatus() {
   if (entry_->status != nullptr) return *entry_->status;
-  if (entry_->holder == nullptr) return std::nullopt;
-  const auto status = files_.status(object(), Links::stay);
+  auto status = readStatus();
+  if (!status && isExhaustion(status.error())) {
+    if (prefetch_.forget(0)) status = readStatus();
+    if (!status && isExhaustion(status.error())) failure_ = status.error();
+  }
   return status ? std::optional(*status) : std::nullopt;
+}
+
+PosixResult<FileStatus> QRTDirectoryEnumerator::readStatus() {
+  if (entry_->holder == nullptr) return prefetched_->readStatus();
+  return files_.status(entry_->object(), Links::stay);
 }
 
 std::vector<std::string> QRTDirectoryEnumerator::allObjects() {

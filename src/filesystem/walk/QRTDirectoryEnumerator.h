@@ -44,14 +44,13 @@ class QRTDirectoryEnumerator {
   QRTDirectoryEnumerator(const QRTDirectoryEnumerator&) = delete;
   QRTDirectoryEnumerator& operator=(const QRTDirectoryEnumerator&) = delete;
 
-  /// Reads statuses ahead, for callers that need the status of nearly every object and use
-  /// `object()` only while that is a folder.
+  /// Reads statuses ahead, for callers that need the status of nearly every object.
   void expectStatuses() { prefetch_.expectStatuses(); }
 
   /// The next path relative to the base, or nothing at the end of the walk.
   std::optional<std::string> nextObject();
 
-  /// The same for callers that use `object()`. False at the end of the walk.
+  /// The same for callers that use the object. False at the end of the walk.
   bool advance();
 
   /// All remaining paths.
@@ -64,12 +63,15 @@ class QRTDirectoryEnumerator {
 
   bool shouldStayOnFileSystem() const { return bounds_.isOneFileSystem(); }
 
-  /// The current object. Valid until the next move or `skipDescendents()`. Not to be called before
-  /// the first object nor after the last.
-  FileAt object() const { return entry_->object(); }
+  /// The current object, which the functions below describe. Not to be called before the first
+  /// object nor after the last. The answers are valid until the next move or `skipDescendents()`.
+  const char* objectName() const { return entry_->name; }
+
+  /// Only if it is a folder: the folders of other objects need not be open.
+  FileAt folder() const { return entry_->object(); }
 
   /// Its own status; nothing if it cannot be read.
-  std::optional<FileStatus> objectStatus() const;
+  std::optional<FileStatus> objectStatus();
 
   /// Whether it is a folder that the walk has entered, so that its contents come next.
   bool isInsideObject() const { return levels_ > entry_->depth.levels(); }
@@ -79,7 +81,9 @@ class QRTDirectoryEnumerator {
 
   /// `success`, or the reason why the walk ended early: descriptors or memory ran out, or
   /// `canceled`. The objects returned are then incomplete, and the caller reports that.
-  PosixCode failure() const { return wasStopped_ ? PosixCode::canceled : cursor_.failure(); }
+  PosixCode failure() const {
+    return failure_ != PosixCode::success ? failure_ : cursor_.failure();
+  }
 
  private:
   static constexpr std::string_view className = "QRTDirectoryEnumerator";
@@ -90,11 +94,11 @@ class QRTDirectoryEnumerator {
   bool advanceInPrefetched();
   bool advanceCursor();
   void enterObject();
+  PosixResult<FileStatus> readStatus();
 
   FileSystem& files_;
   Log& log_;
   const StopRequest& stop_;
-  bool wasStopped_ = false;
   std::string basePath_;
   WalkBounds bounds_;
   HierarchyCursor cursor_{files_, bounds_};
@@ -107,6 +111,7 @@ class QRTDirectoryEnumerator {
   const std::string* path_ = nullptr;
   /// How many folders the walk is in.
   std::size_t levels_ = 1;
+  PosixCode failure_ = PosixCode::success;
 };
 
 }  // namespace qrt
