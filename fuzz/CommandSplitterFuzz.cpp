@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "base/ShellWord.h"
 #include "client/cli/commandline/CommandSplitter.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {

@@ -25,6 +25,8 @@ struct AuthorityInUse {
   std::string name;
   /// False when it never asks a user for a password.
   bool canAsk;
+  /// The command that mends it when it should answer and does not; else empty.
+  std::string remedy = {};
 };
 AuthorityInUse authorityInUse();
 

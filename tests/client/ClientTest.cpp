@@ -40,6 +40,25 @@ TEST_F(ClientTest, AnUnreachableHelperIsStatus6) {
   }
 }
 
+TEST(Doctor, MissingAndChangedRightsHaveARemedy) {
+  const OperationArguments row{"nop"};
+  const OperationDescriptions operations{{0, row, "", "a", "everybody", ""},
+                                         {1, row, "", "b", "administrators", ""}};
+  const std::pair<std::optional<DeclaredRights>, std::string> cases[] = {
+      {std::nullopt, ""},
+      {DeclaredRights{{"a", RightRule::everybody}, {"b", RightRule::administrators}}, "all 2"},
+      {DeclaredRights{{"a", RightRule::everybody}}, "1 of 2 are missing"},
+      {DeclaredRights{{"a", RightRule::everybody}, {"b", RightRule::other}}, "changed: b"},
+  };
+  for (const auto& [declared, text] : cases) {
+    const auto finding = diagnoseRights(operations, declared);
+    EXPECT_THAT(finding.text, HasSubstr(text));
+    EXPECT_EQ(finding.state == Finding::State::problem, !finding.remedy.empty());
+    const bool isWrong = declared && text != "all 2";
+    EXPECT_EQ(remediesOf({finding}).find("install-rights") != std::string::npos, isWrong);
+  }
+}
+
 TEST_F(ClientTest, AnInterruptionReportsWhetherTheOperationContinues) {
   helper.whileItRuns = [&] { caller.interrupt(); };
   EXPECT_EQ(run({"touch-fileobject", "/a"}), 130);

@@ -42,6 +42,8 @@
 #include "platform/CallerProcess.h"
 #include "platform/Platform.h"
 #include "platform/ServiceDescription.h"
+#include "platform/ServiceDiagnosis.h"
+#include "platform/SystemFeatures.h"
 #include "platform/Terminal.h"
 
 namespace qrt {
@@ -323,31 +325,41 @@ class Client {
   }
 
   ExitStatus diagnose() {
-    bool isReached = false;
-    auto findings = diagnoseHelper(isReached);
-    const auto ofSystem = diagnoseSystem(authorityInUse(), systemFeatures());
+    auto [findings, isReached] = diagnoseHelper();
+    const auto ofSystem = diagnoseSystem(descriptions_);
     findings.insert(findings.end(), ofSystem.begin(), ofSystem.end());
-    const bool isColored =
-        environment_.mayColor && environment_.terminal.isTerminal(StandardStream::output);
     const auto written = isJson_
                              ? status(presenter_->showAnswer({{"findings", recordsOf(findings)}}))
-                             : write(textOf(findings, isColored));
+                             : write(findings);
     if (!isReached) return ExitStatus::unreachable;
     return hasProblem(findings) ? ExitStatus::failed : written;
   }
 
+  /// The commands are not folded, so that they can be copied.
+  ExitStatus write(const Findings& findings) {
+    auto& terminal = environment_.terminal;
+    const bool isColored = environment_.mayColor && terminal.isTerminal(StandardStream::output);
+    const auto written = write(textOf(findings, isColored));
+    if (written != ExitStatus::done) return written;
+    return status(terminal.write(StandardStream::output, remediesOf(findings)));
+  }
+
+  struct HelperDiagnosis {
+    Findings findings;
+    bool isReached = false;
+  };
   /// The helper's address and its version.
-  std::vector<Finding> diagnoseHelper(bool& isReached) {
+  HelperDiagnosis diagnoseHelper() {
     using State = Finding::State;
     const std::string address(serviceDescription().address);
-    auto requestor = connect();
-    if (!requestor) {
-      return {{address, State::problem, descriptionForPerson(requestor.error())}};
+    const auto requestor = connect();
+    const auto version = requestor ? (*requestor)->version() : requestor.error();
+    if (version) {
+      return {{{address, State::good, options_.address}, {"version", State::good, *version}}, true};
     }
-    const auto version = (*requestor)->version();
-    isReached = static_cast<bool>(version);
-    if (!isReached) return {{address, State::problem, descriptionForPerson(version.error())}};
-    return {{address, State::good, options_.address}, {"version", State::good, *version}};
+    auto problem = diagnoseService(options_.address);
+    return {{{address, State::problem, descriptionForPerson(version.error())},
+             {"service", State::problem, std::move(problem.text), std::move(problem.remedy)}}};
   }
 
   ExitStatus generate(const std::string& name) {

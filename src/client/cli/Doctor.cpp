@@ -1,11 +1,15 @@
 #include "client/cli/Doctor.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <string_view>
 
 #include "base/Printable.h"
 #include "client/cli/output/AlignedText.h"
 #include "client/cli/output/Color.h"
+#include "platform/ServiceDiagnosis.h"
+#include "platform/SystemFeatures.h"
 
 namespace qrt {
 namespace {
@@ -29,6 +33,19 @@ constexpr Appearance appearances[] = {
     {State::problem, "problem", Color::red},
 };
 
+constexpr const char* installRights = "sudo qrtctl install-rights";
+constexpr const char* reinstallRights = "sudo qrtctl remove-rights && sudo qrtctl install-rights";
+
+RightRule ruleOf(const OperationDescription& operation) {
+  return operation.users == "everybody" ? RightRule::everybody : RightRule::administrators;
+}
+
+Finding diagnoseAuthority(const AuthorityInUse& authority) {
+  const auto state = authority.canAsk ? State::good : State::absent;
+  return {"authority", authority.remedy.empty() ? state : State::problem, authority.name,
+          authority.remedy};
+}
+
 const Appearance& appearanceOf(State state) {
   return *std::find_if(std::begin(appearances), std::end(appearances),
                        [&](const Appearance& appearance) { return appearance.state == state; });
@@ -36,37 +53,74 @@ const Appearance& appearanceOf(State state) {
 
 }  // namespace
 
-std::vector<Finding> diagnoseSystem(const AuthorityInUse& authority,
-                                    const std::vector<SystemFeature>& features) {
-  std::vector<Finding> findings{
-      {"authority", authority.canAsk ? State::good : State::absent, authority.name}};
-  for (const auto& feature : features) {
+Findings diagnoseSystem(const OperationDescriptions& operations) {
+  const auto authority = authorityInUse();
+  Findings findings{diagnoseAuthority(authority)};
+  findings.push_back(
+      diagnoseRights(operations, authority.canAsk ? declaredRights() : std::nullopt));
+  if (auto problem = stateFolderProblem()) {
+    findings.push_back(
+        {"state folder", State::problem, std::move(problem->text), std::move(problem->remedy)});
+  }
+  for (const auto& feature : systemFeatures()) {
     findings.push_back({std::string(feature.name), stateOf(feature), std::string(feature.note)});
   }
   return findings;
 }
 
-bool hasProblem(const std::vector<Finding>& findings) {
+Finding diagnoseRights(const OperationDescriptions& operations,
+                       const std::optional<DeclaredRights>& declared) {
+  if (!declared) return {"rights", State::absent, "the authority does not list them"};
+  std::size_t missing = 0;
+  std::string changed;
+  for (const auto& operation : operations) {
+    const auto found = declared->find(operation.right);
+    if (found == declared->end()) {
+      ++missing;
+    } else if (found->second != ruleOf(operation)) {
+      changed += (changed.empty() ? "" : ", ") + operation.right;
+    }
+  }
+  if (missing > 0) {
+    return {"rights", State::problem,
+            fmt::format("{} of {} are missing", missing, operations.size()), installRights};
+  }
+  if (!changed.empty()) return {"rights", State::problem, "changed: " + changed, reinstallRights};
+  return {"rights", State::good, fmt::format("all {}", operations.size())};
+}
+
+bool hasProblem(const Findings& findings) {
   return std::any_of(findings.begin(), findings.end(),
                      [](const Finding& finding) { return finding.state == State::problem; });
 }
 
-Array recordsOf(const std::vector<Finding>& findings) {
+Array recordsOf(const Findings& findings) {
   Array records;
-  for (const auto& [subject, state, text] : findings) {
-    records.push_back(
-        Dictionary{{"subject", subject}, {"state", appearanceOf(state).word}, {"text", text}});
+  for (const auto& [subject, state, text, remedy] : findings) {
+    Dictionary record{{"subject", subject}, {"state", appearanceOf(state).word}, {"text", text}};
+    if (!remedy.empty()) record.emplace("remedy", remedy);
+    records.push_back(std::move(record));
   }
   return records;
 }
 
-std::string textOf(const std::vector<Finding>& findings, bool isColored) {
+std::string textOf(const Findings& findings, bool isColored) {
   AlignedText lines;
-  for (const auto& [subject, state, text] : findings) {
+  for (const auto& [subject, state, text, remedy] : findings) {
     const auto& [same, word, color] = appearanceOf(state);
     lines.add({isColored ? colored(color, word) : std::string(word), subject, printable(text)});
   }
   return lines.text();
+}
+
+std::string remediesOf(const Findings& findings) {
+  std::string text;
+  for (const auto& finding : findings) {
+    if (finding.remedy.empty()) continue;
+    text += text.empty() ? "\nWhat to do:\n" : "";
+    text += fmt::format("  {}:\n    {}\n", finding.subject, printable(finding.remedy));
+  }
+  return text;
 }
 
 }  // namespace qrt

@@ -1,11 +1,13 @@
 // What the command "doctor" finds.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "base/PropertyValue.h"
-#include "platform/SystemFeatures.h"
+#include "client/cli/commandline/OperationDescription.h"
+#include "platform/DeclaredRights.h"
 
 namespace qrt {
 
@@ -15,16 +17,26 @@ struct Finding {
   std::string subject;
   State state;
   std::string text;
+  /// The command that mends it or shows more; empty when there is nothing to do.
+  std::string remedy = {};
 };
 
-/// The authority that decides, and the features that the system has or lacks.
-std::vector<Finding> diagnoseSystem(const AuthorityInUse& authority,
-                                    const std::vector<SystemFeature>& features);
+using Findings = std::vector<Finding>;
 
-bool hasProblem(const std::vector<Finding>& findings);
+/// The authority that decides, its rights, where the daemon keeps its state, and the features that
+/// the system has or lacks.
+Findings diagnoseSystem(const OperationDescriptions& operations);
 
-Array recordsOf(const std::vector<Finding>& findings);
+/// Compares what the authority knows, if it says, with what the operations need.
+Finding diagnoseRights(const OperationDescriptions& operations,
+                       const std::optional<DeclaredRights>& declared);
+
+bool hasProblem(const Findings& findings);
+
+Array recordsOf(const Findings& findings);
 /// One line for each.
-std::string textOf(const std::vector<Finding>& findings, bool isColored);
+std::string textOf(const Findings& findings, bool isColored);
+/// The commands that mend what is wrong; empty when there is nothing to do.
+std::string remediesOf(const Findings& findings);
 
 }  // namespace qrt

@@ -4,13 +4,12 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <systemd/sd-bus.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdint>
 
 #include "platform/FileDescriptor.h"
+#include "platform/linux/SdBus.h"
 
 #ifndef SO_PEERPIDFD
 #define SO_PEERPIDFD 77  // Kernel 6.5; Debian 12's headers do not have it.
@@ -56,17 +55,21 @@ bool hasFlagsByName() {
   return syscall(fileGetAttributes, AT_FDCWD, nullptr, nullptr, 0, 0) == 0 || errno != ENOSYS;
 }
 
-bool isPolkitReachable() {
-  constexpr std::uint64_t microseconds = 5'000'000;
-  sd_bus* fresh = nullptr;
-  if (sd_bus_open_system(&fresh) < 0) return false;
-  sd_bus_set_method_call_timeout(fresh, microseconds);
-  const bool isReachable =
-      sd_bus_call_method(fresh, "org.freedesktop.PolicyKit1",
+enum class Polkit { answers, isAbsent, isSilent };
+
+Polkit stateOfPolkit() {
+  const auto bus = openSystemBus();
+  if (!bus) return Polkit::isAbsent;
+  BusErrorOwner problem;
+  if (sd_bus_call_method(bus.get(), "org.freedesktop.PolicyKit1",
                          "/org/freedesktop/PolicyKit1/Authority", "org.freedesktop.DBus.Peer",
-                         "Ping", nullptr, nullptr, nullptr) >= 0;
-  sd_bus_flush_close_unref(fresh);
-  return isReachable;
+                         "Ping", &problem.error, nullptr, nullptr) >= 0) {
+    return Polkit::answers;
+  }
+  // The bus knows no such service where polkit is not installed.
+  const bool isUnknown = sd_bus_error_has_name(&problem.error, SD_BUS_ERROR_SERVICE_UNKNOWN) != 0 ||
+                         sd_bus_error_has_name(&problem.error, SD_BUS_ERROR_NAME_HAS_NO_OWNER) != 0;
+  return isUnknown ? Polkit::isAbsent : Polkit::isSilent;
 }
 
 }  // namespace
@@ -88,7 +91,11 @@ std::vector<SystemFeature> systemFeatures() {
 }
 
 AuthorityInUse authorityInUse() {
-  if (isPolkitReachable()) return {"polkit", true};
+  const auto polkit = stateOfPolkit();
+  if (polkit == Polkit::answers) return {"polkit", true};
+  if (polkit == Polkit::isSilent) {
+    return {"polkit does not answer", false, "sudo systemctl restart polkit.service"};
+  }
   return {"the helper's own (polkit cannot be reached): most operations are for root", false};
 }
 

@@ -116,28 +116,10 @@ class Splitter {
   std::optional<SplitProblem> problem_;
 };
 
-bool isPlain(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-         std::string_view("_-+=:,./@%").find(c) != std::string_view::npos;
-}
-
 }  // namespace
 
 Result<std::vector<SplitCommand>, SplitProblem> splitCommands(std::string_view text) {
   return Splitter(text).split();
-}
-
-std::string quotedWord(std::string_view word) {
-  if (!word.empty() && std::all_of(word.begin(), word.end(), isPlain)) return std::string(word);
-  std::string quoted = "'";
-  for (const char c : word) {
-    if (c == '\'') {
-      quoted += "'\\''";
-    } else {
-      quoted += c;
-    }
-  }
-  return quoted + "'";
 }
 
 }  // namespace qrt

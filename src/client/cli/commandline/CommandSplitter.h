@@ -31,7 +31,4 @@ struct SplitProblem {
 /// "delete-files /a; nop" would not mean what it does in sh. A text with a zero byte is a problem.
 Result<std::vector<SplitCommand>, SplitProblem> splitCommands(std::string_view text);
 
-/// One word for `splitCommands` and for sh; as it is when it needs no quotes.
-std::string quotedWord(std::string_view word);
-
 }  // namespace qrt
