@@ -54,6 +54,12 @@ struct AuthorizationEnvironment {
   AuthorizationItem* items;
 };
 
+/// A right, and the sentence with which a dialog asks for it.
+struct RequestedRight {
+  std::string name;
+  std::string sentence;
+};
+
 /// A reference to one client's authorization. Its destructor keeps the rights that were acquired
 /// through it; `free` can destroy them.
 class Authorization {
@@ -61,7 +67,7 @@ class Authorization {
   virtual ~Authorization() = default;
 
   /// Asks for one right. Can block for as long as a user takes to answer a dialog.
-  virtual AuthorizationStatus copyRight(const std::string& rightName,
+  virtual AuthorizationStatus copyRight(const RequestedRight& right,
                                         const AuthorizationEnvironment& environment,
                                         std::uint32_t flags) = 0;
 

@@ -57,11 +57,13 @@ Outcome AuthorizationCheck::checkAuthorization(const Caller& caller, const Data&
     return operationSet_.errorForAuthorizationServicesFailure();
   }
 
+  const auto& sentence =
+      operationSet_.implementedOperations().at(identifier->second).presentationString();
   const auto environment = QRTPrivilegedOperationSet::createAuthorizationEnvironmentForRightPrompt(
       overridingPrompt, iconWithPath);
   const auto status = isValidUtf8(*rightName)
                           ? (*authorization)
-                                ->copyRight(*rightName, *environment,
+                                ->copyRight({*rightName, sentence}, *environment,
                                             authorization_flag::interactionAllowed |
                                                 authorization_flag::extendRights)
                           : AuthorizationStatus::invalidPointer;

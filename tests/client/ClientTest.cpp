@@ -5,8 +5,10 @@
 
 #include "ClientFixture.h"
 #include "client/cli/Doctor.h"
+#include "client/cli/commandline/OperationArguments.h"
 #include "client/cli/paths/ObjectCount.h"
 #include "operations/PrivilegedOperationError.h"
+#include "operations/StringTables.h"
 #include "protocol/FeedbackMessage.h"
 #include "support/ScratchFolder.h"
 
@@ -174,6 +176,31 @@ TEST_F(ClientTest, AQuestionNamesTheObjectAndItsExtent) {
   for (const auto& [words, text] : cases) {
     EXPECT_EQ(run(words), 1);
     EXPECT_THAT(terminal.errors(), HasSubstr(text));
+  }
+}
+
+TEST_F(ClientTest, AUsersDialogShowsTheActionInTheirLanguage) {
+  const test::ScratchFolder scratch;
+  scratch.make("mkdir Resources; ln -s " QRT_TABLES " Resources/de.lproj");
+  bundlePath = scratch.path();
+  language = "de";
+  const Words words{"delete-files", scratch.path(), "/b"};
+  EXPECT_EQ(run(words), 0);
+  EXPECT_EQ(helper.arguments.size(), 1u) << "root needs no dialog";
+  self.userID = 1000;
+  EXPECT_EQ(run(words), 0);
+  const auto text = scratch.path() + " (2 Objekte, 0 B) und 1 weitere endg\u00fcltig l\u00f6schen";
+  EXPECT_EQ(helper.arguments[1], PropertyValue(Dictionary{{"QRTAuthorizationPrompt", text}}));
+
+  StringTables tables(bundlePath, language, platform.files);
+  for (const auto& [identifier, arguments, action, confirmation, feature, participle, note] :
+       operationArguments()) {
+    const std::string english(action);
+    const auto german = tables.localizedStringForKey(english, "?", "PrivilegedOperationActions");
+    EXPECT_EQ(german == "?", english.empty()) << english;
+    for (std::size_t at = 0; (at = english.find('{', at)) != std::string::npos; ++at) {
+      EXPECT_THAT(german, HasSubstr(english.substr(at, english.find('}', at) + 1 - at)));
+    }
   }
 }
 

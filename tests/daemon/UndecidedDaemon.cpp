@@ -7,7 +7,7 @@
 using namespace qrt;
 
 struct Dialog : Authorization {
-  AuthorizationStatus copyRight(const std::string&, const AuthorizationEnvironment&,
+  AuthorizationStatus copyRight(const RequestedRight&, const AuthorizationEnvironment&,
                                 std::uint32_t) override {
     for (;;) pause();
   }

@@ -69,10 +69,10 @@ class FakeAuthority : public Authority {
     FakeAuthority& authority;
 
     explicit Reference(FakeAuthority& itsAuthority) : authority(itsAuthority) {}
-    AuthorizationStatus copyRight(const std::string& rightName,
+    AuthorizationStatus copyRight(const RequestedRight& right,
                                   const AuthorizationEnvironment& environment,
                                   std::uint32_t flags) override {
-      Call call{"copyRight", rightName, flags};
+      Call call{"copyRight", right.name, flags};
       for (std::uint32_t i = 0; i < environment.count; ++i) {
         const auto& [name, length, value, reserved] = environment.items[i];
         call.environment.push_back({name, {static_cast<const char*>(value), length}});

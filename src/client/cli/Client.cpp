@@ -41,6 +41,7 @@
 #include "platform/Authority.h"
 #include "platform/CallerProcess.h"
 #include "platform/Platform.h"
+#include "platform/SelfProcess.h"
 #include "platform/ServiceDescription.h"
 #include "platform/ServiceDiagnosis.h"
 #include "platform/SystemFeatures.h"
@@ -50,6 +51,9 @@ namespace qrt {
 namespace {
 
 constexpr const char* nothingWasDone = "Nothing was done.";
+
+/// The table of translated actions.
+constexpr std::string_view actionTable = "PrivilegedOperationActions";
 
 bool needsDialog(const Error& error) {
   return error.domain == osStatusErrorDomain &&
@@ -168,7 +172,7 @@ class Client {
       if (!hasReader) (*requestor)->interrupt();
     };
     canBeStopped_ = !use.operation.feedback.empty();
-    const AuthorizationPresentation presentation{options_.prompt, std::move(*iconPath)};
+    const AuthorizationPresentation presentation{promptFor(action), std::move(*iconPath)};
     const SendRequest send = [&](const Array& sent, const FeedbackHandler& wanted) -> Outcome {
       if (wasStopped_) return posixError(PosixCode::canceled);  // Between two requests.
       return askingForPasswords([&] {
@@ -231,6 +235,17 @@ class Client {
     const auto text = action.in([](const std::string& english) { return english; });
     const auto answer = environment_.terminal.ask(text + "? [y/N] ");
     return answer && (*answer == "y" || *answer == "Y" || *answer == "yes");
+  }
+
+  /// What the password dialog shows after the operation's own sentence.
+  std::string promptFor(ActionText& action) {
+    if (!options_.prompt.empty()) return options_.prompt;
+    if (environment_.platform.self.realUserID() == 0) return {};  // There is no dialog for root.
+    StringTables tables(environment_.bundlePath, environment_.language,
+                        environment_.platform.files);
+    return action.in([&](const std::string& english) {
+      return tables.localizedStringForKey(english, english, actionTable);
+    });
   }
 
   /// When the first attempt fails because no dialog can be shown, the operation has not begun:

@@ -28,10 +28,11 @@ class MacosAuthorization : public Authorization {
 
   AuthorizationRef reference() const { return reference_; }
 
-  AuthorizationStatus copyRight(const std::string& rightName,
+  /// The rights database has the sentence.
+  AuthorizationStatus copyRight(const RequestedRight& requested,
                                 const AuthorizationEnvironment& environment,
                                 std::uint32_t flags) override {
-    ::AuthorizationItem right{rightName.c_str(), 0, nullptr, 0};
+    ::AuthorizationItem right{requested.name.c_str(), 0, nullptr, 0};
     const ::AuthorizationRights rights{1, &right};
     std::vector<::AuthorizationItem> items;
     for (std::uint32_t i = 0; i < environment.count; ++i) {

@@ -27,7 +27,7 @@ class LinuxAuthorityTest : public testing::Test {
   AuthorizationStatus ask(std::uint32_t user, const std::string& right) {
     const auto form = authority_.externalForm(self(user));
     auto reference = authority_.createFromExternalForm({}, *form, log_);
-    return reference ? (*reference)->copyRight(right, {0, nullptr}, 3) : reference.error();
+    return reference ? (*reference)->copyRight({right, ""}, {0, nullptr}, 3) : reference.error();
   }
   AuthorizationStatus set(const std::string& name, const PropertyValue& definition) {
     return authority_.rightSet(**reference_, name, definition, "A <b> & \"c\"\n", "Table");

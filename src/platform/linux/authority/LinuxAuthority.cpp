@@ -4,6 +4,8 @@
 
 #include <string_view>
 
+#include "base/Printable.h"
+
 namespace qrt {
 namespace {
 
@@ -16,6 +18,14 @@ std::string textIn(const AuthorizationEnvironment& environment, std::string_view
     }
   }
   return {};
+}
+
+/// The sentence, and on a line of their own the words of the client, which can neither add a line
+/// nor be so long that they hide it. Empty without such words: polkit has the sentence.
+std::string messageFor(const std::string& sentence, const AuthorizationEnvironment& environment) {
+  constexpr std::size_t mostBytes = 512;
+  const auto words = textIn(environment, "prompt");
+  return words.empty() ? words : sentence + "\n" + printable(words, mostBytes);
 }
 
 AuthorizationStatus statusOf(bool succeeded) {
@@ -36,10 +46,10 @@ class LinuxAuthority::Reference : public Authorization {
   const int connection;
   Log* const log;
 
-  AuthorizationStatus copyRight(const std::string& rightName,
+  AuthorizationStatus copyRight(const RequestedRight& right,
                                 const AuthorizationEnvironment& environment,
                                 std::uint32_t flags) override {
-    return authority_.evaluate(*this, rightName, environment, flags);
+    return authority_.evaluate(*this, right, environment, flags);
   }
 
   void free(std::uint32_t flags) override {
@@ -78,9 +88,10 @@ Result<std::unique_ptr<Authorization>, AuthorizationStatus> LinuxAuthority::crea
 }
 
 AuthorizationStatus LinuxAuthority::evaluate(const Reference& reference,
-                                             const std::string& rightName,
+                                             const RequestedRight& right,
                                              const AuthorizationEnvironment& environment,
                                              std::uint32_t flags) {
+  const auto& rightName = right.name;
   const auto& process = reference.process;
   if (process.userID == 0 || grants_.contains(process, rightName)) {
     return AuthorizationStatus::noError;
@@ -88,7 +99,7 @@ AuthorizationStatus LinuxAuthority::evaluate(const Reference& reference,
   const auto handle = openProcess(process);
   if (!handle) return AuthorizationStatus::canceled;
   const Asker asker{process, *handle, reference.connection};
-  PolkitQuestion question{asker, rightName, textIn(environment, "prompt"),
+  PolkitQuestion question{asker, rightName, messageFor(right.sentence, environment),
                           textIn(environment, "icon"), false};
   auto answer = polkit_.check(question, *reference.log);
   std::unique_ptr<DialogQueue::Turn> turn;

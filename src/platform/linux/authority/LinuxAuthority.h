@@ -41,7 +41,7 @@ class LinuxAuthority : public Authority {
  private:
   class Reference;
 
-  AuthorizationStatus evaluate(const Reference& reference, const std::string& rightName,
+  AuthorizationStatus evaluate(const Reference& reference, const RequestedRight& right,
                                const AuthorizationEnvironment& environment, std::uint32_t flags);
   AuthorizationStatus evaluateWithoutPolkit(const std::string& rightName);
   bool isGrantRemembered(const std::string& rightName);
