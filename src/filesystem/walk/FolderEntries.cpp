@@ -5,7 +5,11 @@
 namespace qrt {
 
 FolderEntries FolderEntries::read(Folder& folder, std::size_t maximum) {
+  constexpr std::size_t usualNameBytes = 12;
   FolderEntries entries;
+  // Memory that grows step by step takes up to three times as much on the way.
+  entries.entries_.reserve(maximum);
+  entries.names_.reserve(std::min(maximum * usualNameBytes, maximumNameBytes));
   while (entries.entries_.size() < maximum && entries.names_.size() < maximumNameBytes) {
     const auto entry = folder.next();
     if (!entry || !*entry) break;

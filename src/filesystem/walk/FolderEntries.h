@@ -14,7 +14,7 @@ namespace qrt {
 /// A copy of some entries, which are handed out one by one. Belongs to one thread at a time.
 class FolderEntries {
  public:
-  /// Of a large folder; their memory is a few megabytes.
+  /// Of a large folder. Their memory is at most 6 MB.
   static constexpr std::size_t many = 200'000;
 
   /// The next entries of the folder, at most so many. Fewer at its end and before a failure, which

@@ -222,6 +222,7 @@ std::optional<FolderEntry> Worker::nextEntry(TreeFolder& folder) {
 void Worker::readAhead(TreeFolder& folder) {
   if (folder.ahead && !folder.ahead->isEmpty()) return;
   if (!folder.ahead && walk_.isReadingAhead.exchange(true)) return;
+  folder.ahead.reset();
   folder.ahead =
       std::make_unique<FolderEntries>(FolderEntries::read(**folder.folder, FolderEntries::many));
   if (!folder.ahead->isEmpty()) return folder.ahead->orderByInode();
