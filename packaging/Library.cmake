@@ -1,4 +1,5 @@
-# The client library as other programs find it: one archive, its headers, and a package for CMake.
+# The client library as other programs find it: one archive, its public headers in one folder, and packages for CMake and
+# pkg-config.
 set(layers base protocol platform operations)
 list(TRANSFORM layers PREPEND qrt_)
 list(TRANSFORM layers REPLACE "(.+)" "$<TARGET_OBJECTS:\\1>" OUTPUT_VARIABLE objects)
@@ -16,15 +17,29 @@ foreach(module IN LISTS linked)
 endforeach()
 target_link_libraries(requestor_archive INTERFACE ${foreign_libraries} Threads::Threads)
 
-set(headers ${CMAKE_INSTALL_INCLUDEDIR}/privilegerequestor)
+# The public headers include each other only. In the source they are in the folders of their layers.
+set(public_headers
+    client/PrivilegeRequestor client/AuthorizationPresentation client/OperationFeedback client/RequestErrors
+    base/Error base/Number base/PosixCode base/PropertyValue base/Result)
+list(TRANSFORM public_headers PREPEND ${PROJECT_SOURCE_DIR}/src/)
+list(TRANSFORM public_headers APPEND .h)
+list(APPEND public_headers ${PROJECT_BINARY_DIR}/generated/client/OperationCalls.h)
+set(flatten_script ${PROJECT_SOURCE_DIR}/cmake/FlattenHeader.cmake)
+foreach(header IN LISTS public_headers)
+  get_filename_component(header_name ${header} NAME)
+  set(flat_header ${CMAKE_CURRENT_BINARY_DIR}/headers/${header_name})
+  add_custom_command(OUTPUT ${flat_header}
+                     COMMAND ${CMAKE_COMMAND} -DHEADER=${header} -DOUTPUT=${flat_header} -P ${flatten_script}
+                     DEPENDS ${header} ${flatten_script} VERBATIM)
+  list(APPEND flat_headers ${flat_header})
+endforeach()
+add_custom_target(public_headers DEPENDS ${flat_headers})
+add_dependencies(requestor_archive public_headers)
+
 set(package ${CMAKE_INSTALL_LIBDIR}/cmake/privilegerequestor)
 install(TARGETS requestor_archive EXPORT privilegerequestor ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
-        COMPONENT development INCLUDES DESTINATION ${headers})
-foreach(layer base protocol platform operations client)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/${layer} DESTINATION ${headers} COMPONENT development
-          FILES_MATCHING PATTERN "*.h"
-          PATTERN posix EXCLUDE PATTERN linux EXCLUDE PATTERN macos EXCLUDE PATTERN cli EXCLUDE)
-endforeach()
+        COMPONENT development INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES ${flat_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/privilegerequestor COMPONENT development)
 
 include(CMakePackageConfigHelpers)
 write_basic_package_version_file(privilegerequestorConfigVersion.cmake COMPATIBILITY SameMinorVersion)
@@ -32,3 +47,10 @@ install(EXPORT privilegerequestor FILE privilegerequestorTargets.cmake NAMESPACE
         DESTINATION ${package} COMPONENT development)
 install(FILES privilegerequestorConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/privilegerequestorConfigVersion.cmake
         DESTINATION ${package} COMPONENT development)
+
+# The archive is static, so whatever links it needs the other libraries as well.
+list(TRANSFORM foreign_libraries PREPEND -l OUTPUT_VARIABLE link_words)
+list(JOIN link_words " " link_words)
+configure_file(privilegerequestor.pc.in privilegerequestor.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/privilegerequestor.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT development)

@@ -1,148 +1,47 @@
 #include "client/PrivilegeRequestor.h"
 
-#include <algorithm>
-#include <thread>
 #include <utility>
 
-#include "operations/OperationCatalogue.h"
-#include "operations/QRTPrivilegedOperationSet.h"
-#include "platform/FileSystem.h"
-#include "platform/Platform.h"
-#include "protocol/ConnectionErrors.h"
-#include "protocol/Names.h"
+#include "client/CallSender.h"
+#include "operations/QRTPrivilegedOperationSetVK2.h"
+#include "platform/CallerProcess.h"
+#include "platform/HelperConnection.h"
+#include "platform/NativePlatform.h"
 
 namespace qrt {
 namespace {
 
-/// The arguments, after the metadata pair unless the presentation is empty.
-Array withMetadata(const AuthorizationPresentation& presentation, Array arguments) {
-  Dictionary metadata;
-  if (!presentation.prompt.empty()) {
-    metadata.emplace(authorizationPromptKey, presentation.prompt);
-  }
-  if (!presentation.iconPath.empty()) {
-    metadata.emplace(authorizationIconKey, presentation.iconPath);
-  }
-  if (metadata.empty()) return arguments;
-  arguments.insert(arguments.begin(), {metadataMarker, std::move(metadata)});
-  return arguments;
-}
-
-Result<std::unique_ptr<HelperConnection>> connectAndRegister(HelperConnector& connector,
-                                                             const std::string& address,
-                                                             std::int32_t processIdentifier) {
-  auto connection = connector.connect(address);
-  if (!connection) return connection.error();
-  if (auto failure = (*connection)->registerClientWithPID(processIdentifier)) return *failure;
-  return connection;
-}
-
-bool isBrokenConnection(const Error& error) {
-  return error.domain == cocoaErrorDomain && error.code == connection_error::interrupted;
-}
-
-/// Whether no path among the values exists.
-bool areGone(FileSystem& files, const Array& values) {
-  return std::all_of(values.begin(), values.end(), [&](const PropertyValue& value) {
-    if (!value.string()) return true;
-    const auto status = files.status(value.string()->c_str(), Links::stay);
-    return !status && status.error() == PosixCode::noEntry;
-  });
-}
+struct Environment {
+  NativePlatform native;
+  QRTPrivilegedOperationSetVK2 operations{native.facilities().log, native.facilities().authority};
+};
 
 }  // namespace
 
-bool isConnectionFailure(const Error& error) {
-  const bool isInvalid =
-      error.domain == cocoaErrorDomain && error.code == connection_error::invalid;
-  return isInvalid || isBrokenConnection(error);
+Result<PrivilegeRequestor> PrivilegeRequestor::connect() {
+  auto environment = std::make_shared<Environment>();
+  const auto caller = makeNativeCallerProcess();
+  auto requestor = Requestor::connect(environment->native.facilities(), defaultHelperAddress(),
+                                      caller->processIdentifier(), environment->operations);
+  if (!requestor) return requestor.error();
+  auto folder = caller->currentFolder();
+  return PrivilegeRequestor(std::make_unique<CallSender>(
+      std::move(*requestor), folder ? std::move(*folder) : std::string(), std::move(environment)));
 }
 
-Result<std::unique_ptr<PrivilegeRequestor>> PrivilegeRequestor::connect(
-    const Platform& platform, const std::string& address, std::int32_t processIdentifier,
-    const QRTPrivilegedOperationSet& operations, RegistrationPatience patience) {
-  auto& connector = platform.helperConnector;
-  const auto deadline = std::chrono::steady_clock::now() + helperAnswerLimit();
-  auto connection = connectAndRegister(connector, address, processIdentifier);
-  for (int attempt = 1; !connection && attempt < patience.attempts; ++attempt) {
-    if (!isConnectionFailure(connection.error())) break;
-    if (std::chrono::steady_clock::now() >= deadline) break;
-    std::this_thread::sleep_for(patience.pause);
-    connection = connectAndRegister(connector, address, processIdentifier);
-  }
-  if (!connection) return connection.error();
-  return std::unique_ptr<PrivilegeRequestor>(new PrivilegeRequestor(
-      std::move(*connection), platform.files, processIdentifier, operations));
-}
+PrivilegeRequestor::PrivilegeRequestor(std::unique_ptr<CallSender> sender)
+    : OperationCalls(std::move(sender)) {}
 
-PrivilegeRequestor::PrivilegeRequestor(std::unique_ptr<HelperConnection> connection,
-                                       FileSystem& files, std::int32_t processIdentifier,
-                                       const QRTPrivilegedOperationSet& operations)
-    : connection_(std::move(connection)),
-      files_(files),
-      processIdentifier_(processIdentifier),
-      operations_(operations) {}
+Result<std::string> PrivilegeRequestor::version() { return sender_->requestor().version(); }
 
-PrivilegeRequestor::~PrivilegeRequestor() {
-  if (isOperationLeftBehind_) {
-    // If the daemon unregistered this process at once, it could end before the operation does.
-    connection_->unregisterClientWithPIDLater(processIdentifier_);
-    return;
-  }
-  static_cast<void>(connection_->unregisterClientWithPID(processIdentifier_));
-}
+void PrivilegeRequestor::stop() { sender_->requestor().stop(); }
 
-Result<std::string> PrivilegeRequestor::version() { return connection_->getVersionString(); }
+void PrivilegeRequestor::interrupt() { sender_->requestor().interrupt(); }
 
-Outcome PrivilegeRequestor::perform(std::string_view identifier, Array arguments,
-                                    const AuthorizationPresentation& presentation,
-                                    const FeedbackHandler& handler) {
-  const auto found = operations_.implementedOperations().find(identifier);
-  if (found == operations_.implementedOperations().end()) {
-    return posixError(PosixCode::invalidArgument);
-  }
-  return perform(found->second, std::move(arguments), presentation, handler);
-}
+bool PrivilegeRequestor::wasInterrupted() const { return sender_->requestor().wasInterrupted(); }
 
-Outcome PrivilegeRequestor::perform(const QRTPrivilegedOperation& operation, Array arguments,
-                                    const AuthorizationPresentation& presentation,
-                                    const FeedbackHandler& handler) {
-  const auto authorization = authorizationData();
-  if (!authorization) return authorization.error();
-  if (wasInterrupted_) return posixError(PosixCode::interrupted);
-  const auto code = operations_.opCodeForOperation(&operation);
-  const bool isUninstall = code == operation_code::performUninstall;
-  const auto paths = isUninstall ? arguments : Array();
-  auto outcome = connection_->performPrivilegedOperation(
-      code, *authorization, handler, withMetadata(presentation, std::move(arguments)));
-  // A daemon that has removed itself ends without a reply. If its files still exist, it ended for
-  // another reason.
-  if (isUninstall && outcome && isBrokenConnection(*outcome) && areGone(files_, paths)) {
-    return success;
-  }
-  isOperationLeftBehind_ =
-      wasInterrupted_ && outcome && isPosixError(*outcome, PosixCode::interrupted);
-  return outcome;
-}
-
-void PrivilegeRequestor::stop() { connection_->stopOperation(); }
-
-void PrivilegeRequestor::interrupt() {
-  wasInterrupted_ = true;
-  connection_->interrupt();
-}
-
-bool PrivilegeRequestor::wasInterrupted() const { return wasInterrupted_; }
-
-bool PrivilegeRequestor::isOperationLeftBehind() const { return isOperationLeftBehind_; }
-
-Result<Data> PrivilegeRequestor::authorizationData() {
-  if (!authorizationData_) {
-    auto form = connection_->createExternalForm();
-    if (!form) return form.error();
-    authorizationData_ = std::move(*form);
-  }
-  return *authorizationData_;
+bool PrivilegeRequestor::isOperationLeftBehind() const {
+  return sender_->requestor().isOperationLeftBehind();
 }
 
 }  // namespace qrt

@@ -1,85 +1,36 @@
 // The client library: asks the daemon to do privileged work.
 #pragma once
 
-#include <atomic>
-#include <chrono>
-#include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
-#include <string_view>
 
 #include "base/Error.h"
-#include "base/PropertyValue.h"
-#include "platform/HelperConnection.h"
+#include "base/Result.h"
+#include "client/OperationCalls.h"
+#include "client/RequestErrors.h"
 
 namespace qrt {
 
-class FileSystem;
-class QRTPrivilegedOperation;
-class QRTPrivilegedOperationSet;
-struct Platform;
-
-/// What the authorization dialog shows instead of the right's own text and icon. An empty member
-/// changes nothing.
-struct AuthorizationPresentation {
-  std::string prompt;
-  /// Absolute path of an image file that every user can read.
-  std::string iconPath;
-};
-
-/// How often `connect` tries to register when the connection fails. The daemon ends when its last
-/// client leaves, so a new client may connect to a daemon that is about to end.
-struct RegistrationPatience {
-  /// At least 1.
-  int attempts = 10;
-  /// Between two attempts. No attempt begins after `helperAnswerLimit()`.
-  std::chrono::milliseconds pause{50};
-};
-
-/// Whether the connection itself failed: the daemon was not reached, or it ended the connection.
-bool isConnectionFailure(const Error& error);
-
 /// A connection to the daemon and this process's registration with it. The daemon does not end
-/// while this process is registered.
+/// while this process is registered. A requestor that was moved from can only be destroyed.
 ///
-/// An operation has no time limit; other calls fail after `helperAnswerLimit()`. Only `stop` and
-/// `interrupt` may be called while another call runs; everything else belongs to one thread at a
-/// time. Errors are those that the daemon sent, not localized;
-/// QRTPrivilegedOperationSet::localizedErrorForPrivilegedOperationError translates them.
-class PrivilegeRequestor {
+/// An operation has no time limit, because a person may have to enter a password; other calls fail
+/// when the daemon does not answer for some seconds. Only `stop` and `interrupt` may be called
+/// while another call runs; everything else belongs to one thread at a time.
+class PrivilegeRequestor final : public OperationCalls {
  public:
-  /// Connects to the daemon that listens at `address` (defaultHelperAddress() for the installed
-  /// one) and registers this process under `processIdentifier`. Fails with the error of the last
-  /// attempt. `platform` and `operations` must outlive the requestor.
-  static Result<std::unique_ptr<PrivilegeRequestor>> connect(
-      const Platform& platform, const std::string& address, std::int32_t processIdentifier,
-      const QRTPrivilegedOperationSet& operations, RegistrationPatience patience = {});
+  /// Connects to the installed daemon and registers this process. Relative paths will be below the
+  /// current folder of this moment.
+  static Result<PrivilegeRequestor> connect();
 
-  /// Unregisters, so that the daemon can end. The daemon first finishes an operation whose call was
-  /// interrupted. Errors are ignored.
-  ~PrivilegeRequestor();
-  PrivilegeRequestor(const PrivilegeRequestor&) = delete;
-  PrivilegeRequestor& operator=(const PrivilegeRequestor&) = delete;
+  /// For the library itself; programs use `connect`.
+  explicit PrivilegeRequestor(std::unique_ptr<CallSender> sender);
 
   /// The version of the daemon, for example "1.6".
   Result<std::string> version();
 
-  /// Asks the daemon to perform an operation and returns its outcome. The request is sent once and
-  /// never repeated, even when the connection fails. `handler` receives the feedback, on this
-  /// thread and before `perform` returns; an empty handler asks for no feedback.
-  ///
-  /// When the operation returns a value, the outcome is an error of code 0 with the value in its
-  /// user information. An identifier that is not in the catalogue is POSIX error 22.
-  Outcome perform(std::string_view identifier, Array arguments,
-                  const AuthorizationPresentation& presentation = {},
-                  const FeedbackHandler& handler = {});
-  Outcome perform(const QRTPrivilegedOperation& operation, Array arguments,
-                  const AuthorizationPresentation& presentation = {},
-                  const FeedbackHandler& handler = {});
-
-  /// Asks the daemon to end the operation that runs with a handler for feedback, or the next one.
-  /// `perform` still waits for the outcome: POSIX error 89 when the operation ended early; what it
+  /// Asks the daemon to end the operation that runs with a function for feedback, or the next one.
+  /// The call still waits for the outcome: POSIX error 89 when the operation ended early; what it
   /// did until then stays done. Async-signal-safe and thread-safe.
   void stop();
 
@@ -90,21 +41,6 @@ class PrivilegeRequestor {
   /// Whether the daemon continues an operation whose call was interrupted. If not, the interrupted
   /// call has done nothing.
   bool isOperationLeftBehind() const;
-
- private:
-  PrivilegeRequestor(std::unique_ptr<HelperConnection> connection, FileSystem& files,
-                     std::int32_t processIdentifier, const QRTPrivilegedOperationSet& operations);
-
-  /// The external form of this process's authorization, requested for the first operation and kept.
-  Result<Data> authorizationData();
-
-  std::unique_ptr<HelperConnection> connection_;
-  FileSystem& files_;
-  std::int32_t processIdentifier_;
-  const QRTPrivilegedOperationSet& operations_;
-  std::optional<Data> authorizationData_;
-  std::atomic<bool> wasInterrupted_ = false;
-  bool isOperationLeftBehind_ = false;
 };
 
 }  // namespace qrt

@@ -84,4 +84,13 @@ constexpr QRTPrivilegedOperationStaticDescription privilegedOperationCatalogue[]
 };
 // clang-format on
 
+std::string sentenceOf(std::string_view userPresentation) {
+  constexpr std::string_view wish = " likes to ";
+  const auto at = userPresentation.find(wish);
+  if (at == std::string_view::npos) return std::string(userPresentation);
+  std::string sentence(userPresentation.substr(at + wish.size()));
+  if (!sentence.empty() && sentence[0] >= 'a' && sentence[0] <= 'z') sentence[0] += 'A' - 'a';
+  return sentence;
+}
+
 }  // namespace qrt

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 namespace qrt {
 
@@ -55,5 +57,9 @@ inline constexpr std::uint64_t endOfCatalogue = 9999;
 
 /// Ends with a record of code `endOfCatalogue`.
 extern const QRTPrivilegedOperationStaticDescription privilegedOperationCatalogue[];
+
+/// What the operation does, out of the sentence of its dialog: "Delete ..." for "Corvexa likes to
+/// delete ...".
+std::string sentenceOf(std::string_view userPresentation);
 
 }  // namespace qrt

@@ -9,6 +9,7 @@
 #include "client/cli/commandline/OperationArguments.h"
 #include "client/cli/output/Json.h"
 #include "operations/OperationCatalogue.h"
+#include "operations/OperationParameters.h"
 #include "platform/FileDescriptor.h"
 #include "platform/SystemFeatures.h"
 #include "support/ScratchFolder.h"
@@ -138,14 +139,20 @@ TEST(CommandSplitter, WordsAreThoseOfSh) {
 TEST(OperationArguments, MatchTheCatalogueAndTheSystemsFeatures) {
   const auto features = systemFeatures();
   const auto* record = privilegedOperationCatalogue;
+  ASSERT_EQ(operationArguments().size(), operationParameters().size());
+  auto row = operationParameters().begin();
   for (const auto& operation : operationArguments()) {
     ASSERT_EQ(operation.identifier, record->identifier);
+    ASSERT_EQ(operation.identifier, row->identifier);
+    std::string typed;
+    for (const auto& parameter : row++->parameters) typed += typeLettersOf(parameter.kind);
     const bool isList = record->argumentCount == NSNotFound;
     std::string letters;
     for (const auto& argument : operation.arguments) {
       letters += typeLettersOf(argument.form);
       EXPECT_TRUE(isList || argument.occurrence != Occurrence::oneOrMore) << operation.identifier;
     }
+    EXPECT_EQ(typed, letters) << operation.identifier;
     if (isList) letters.erase(0, letters.find_first_not_of('S'));
     EXPECT_EQ(letters, record->argumentTypes ? record->argumentTypes : "") << operation.identifier;
     EXPECT_TRUE(operation.neededFeature.empty() ||

@@ -2,6 +2,7 @@
 #include "client/PrivilegeRequestor.h"
 
 #include "ClientFixture.h"
+#include "client/CallSender.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 
 namespace qrt {
@@ -11,10 +12,10 @@ using testing::ElementsAre;
 
 class PrivilegeRequestorTest : public test::ClientFixture {
  protected:
-  Result<std::unique_ptr<PrivilegeRequestor>> connect() {
+  Result<std::unique_ptr<Requestor>> connect() {
     helper.calls.clear();
-    return PrivilegeRequestor::connect(platform, "/socket", 42, operations_,
-                                       {.attempts = 3, .pause = std::chrono::milliseconds(1)});
+    return Requestor::connect(platform, "/socket", 42, operations_,
+                              {.attempts = 3, .pause = std::chrono::milliseconds(1)});
   }
 
   const Error broken_ = test::FakeHelper::brokenConnection();
@@ -69,6 +70,35 @@ TEST_F(PrivilegeRequestorTest, SendsNothingWithoutACodeOrAnAuthorizationOrAfterA
   EXPECT_THAT(helper.calls,
               ElementsAre("connect /socket", "register 42", "createExternalForm",
                           "createExternalForm", "perform 9998", "unregister later 42"));
+}
+
+TEST_F(PrivilegeRequestorTest, TypedCallsSendTheValuesOfTheCatalogueAndReturnAnswers) {
+  PrivilegeRequestor requestor(std::make_unique<CallSender>(std::move(*connect()), ""));
+  std::vector<OperationFeedback> messages;
+  helper.feedback = {{{"ProgressFraction", 0.5}},
+                     {{"FileObjectInfo", Array{Dictionary{{"Path", "/x"}, {"Size", 7}}}}}};
+  EXPECT_EQ(requestor.deleteFileobjects({.paths = {"/a", "", "/b/"}, .recursive = true},
+                                        [&](const auto& one) { messages.push_back(one); }),
+            success);
+  EXPECT_THAT(helper.arguments, ElementsAre("1", "0", "/a", "", "/b/"));
+  ASSERT_EQ(messages.size(), 2u);
+  EXPECT_EQ(messages[0].fraction, 0.5);
+  EXPECT_EQ(messages[1].objects.at(0).path, "/x");
+  EXPECT_EQ(messages[1].objects.at(0).size, 7u);
+
+  using enum PropPermissionsCopy;
+  EXPECT_EQ(requestor.propPermissions({.folder = "/", .copy = {acl, owner, acl}}), success);
+  EXPECT_THAT(helper.arguments, ElementsAre("/", 0, false, 9));
+  EXPECT_EQ(requestor.searchPatterns({.folder = "/", .names = {"a"}, .extensions = {"b"}}),
+            success);
+  EXPECT_THAT(helper.arguments, ElementsAre("/", "0", "0", "a", "2", "b"));
+  EXPECT_EQ(requestor.createFileobject({.path = "relative", .kind = CreateFileobjectKind::folder}),
+            posixError(PosixCode::noEntry));
+
+  helper.answer = Error{"com.vantor.error.privileged-operation", 0, {{"Size", 5}}};
+  EXPECT_EQ(*requestor.inspectStoragesize({.folder = "/"}), 5);
+  helper.answer = posixError(PosixCode::noEntry);
+  EXPECT_EQ(requestor.inspectStoragesize({.folder = "/"}).error(), *helper.answer);
 }
 
 }  // namespace

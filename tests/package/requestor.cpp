@@ -1,27 +1,18 @@
 // Prints the version of the helper; with two paths it asks the helper to uninstall itself.
 //   requestor [EXECUTABLE JOB]
+#include <privilegerequestor/PrivilegeRequestor.h>
+
 #include <iostream>
 
-#include "client/PrivilegeRequestor.h"
-#include "operations/QRTPrivilegedOperationSetVK2.h"
-#include "platform/CallerProcess.h"
-#include "platform/NativePlatform.h"
-#include "protocol/Names.h"
-
 int main(int count, char** words) {
-  const qrt::NativePlatform native;
-  const auto& platform = native.facilities();
-  const qrt::QRTPrivilegedOperationSetVK2 operations(platform.log, platform.authority);
-  const auto process = qrt::makeNativeCallerProcess()->processIdentifier();
-  auto requestor = qrt::PrivilegeRequestor::connect(platform, std::string(qrt::defaultSocketPath),
-                                                    process, operations);
+  auto requestor = qrt::PrivilegeRequestor::connect();
   if (!requestor) return 1;
   if (count < 3) {
-    const auto version = (*requestor)->version();
+    const auto version = requestor->version();
     std::cout << (version ? *version : "unknown") << "\n";
     return version ? 0 : 1;
   }
-  const auto outcome = (*requestor)->perform("perform-uninstall", {process, words[1], words[2]});
-  if (outcome) std::cerr << outcome->domain << " " << outcome->code << "\n";
-  return outcome ? 1 : 0;
+  const auto failure = requestor->performUninstall({.executable = words[1], .job = words[2]});
+  if (failure) std::cerr << qrt::messageOf(*failure) << "\n";
+  return failure ? 1 : 0;
 }

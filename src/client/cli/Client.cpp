@@ -12,6 +12,7 @@
 #include <variant>
 
 #include "base/Printable.h"
+#include "client/RequestErrors.h"
 #include "client/cli/Batch.h"
 #include "client/cli/Doctor.h"
 #include "client/cli/RightsChange.h"
@@ -266,7 +267,7 @@ class Client {
   /// daemon then replies with the fate of the operation, which is unknown after an interrupted
   /// call. An operation that sends feedback is stopped and its end waited for. The second time, and
   /// for other operations, the call ends at once.
-  void interrupt(PrivilegeRequestor& requestor) {
+  void interrupt(Requestor& requestor) {
     wasInterrupted_ = true;
     if (auto* const agent = agent_.exchange(nullptr)) {
       agent->dismiss();
@@ -278,7 +279,7 @@ class Client {
     }
   }
 
-  ExitStatus conclude(const Outcome& outcome, const PrivilegeRequestor& requestor) {
+  ExitStatus conclude(const Outcome& outcome, const Requestor& requestor) {
     if (!outcome) return status(presenter_->showAnswer({}));
     if (outcome->code == 0) return status(presenter_->showAnswer(outcome->userInfo));
     if (requestor.wasInterrupted() && isPosixError(*outcome, PosixCode::interrupted)) {
@@ -448,7 +449,7 @@ class Client {
   }
 
   /// The system may wait some seconds before it restarts a helper that has just ended.
-  Result<PrivilegeRequestor*> connect() {
+  Result<Requestor*> connect() {
     if (auto* const requestor = session_.requestorAt(options_.address)) return requestor;
     // Unregisters first, so that the process is never registered twice.
     session_.drop();
@@ -456,9 +457,9 @@ class Client {
       constexpr std::string_view text = "qrtctl: waiting for the helper to start\n";
       if (!isJson_) environment_.terminal.write(StandardStream::error, text);
     });
-    auto requestor = PrivilegeRequestor::connect(environment_.platform, options_.address,
-                                                 environment_.caller.processIdentifier(),
-                                                 operations_, environment_.patience);
+    auto requestor = Requestor::connect(environment_.platform, options_.address,
+                                        environment_.caller.processIdentifier(), operations_,
+                                        environment_.patience);
     if (requestor) return session_.keep(std::move(*requestor), options_.address);
     auto error = requestor.error();
     if (isConnectionFailure(error)) {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "client/PrivilegeRequestor.h"
+#include "client/Requestor.h"
 #include "client/cli/output/ExitStatus.h"
 
 namespace qrt {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "client/PrivilegeRequestor.h"
+#include "client/Requestor.h"
 
 namespace qrt {
 
@@ -13,12 +13,12 @@ namespace qrt {
 class Session {
  public:
   /// Null when there is none to that address, or when it cannot be used any more.
-  PrivilegeRequestor* requestorAt(const std::string& address) const {
+  Requestor* requestorAt(const std::string& address) const {
     const bool isUsable = requestor_ && address_ == address && !requestor_->wasInterrupted();
     return isUsable ? requestor_.get() : nullptr;
   }
 
-  PrivilegeRequestor* keep(std::unique_ptr<PrivilegeRequestor> requestor, std::string address) {
+  Requestor* keep(std::unique_ptr<Requestor> requestor, std::string address) {
     requestor_ = std::move(requestor);
     address_ = std::move(address);
     return requestor_.get();
@@ -29,7 +29,7 @@ class Session {
 
  private:
   std::string address_;
-  std::unique_ptr<PrivilegeRequestor> requestor_;
+  std::unique_ptr<Requestor> requestor_;
 };
 
 }  // namespace qrt

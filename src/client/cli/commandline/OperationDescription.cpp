@@ -6,22 +6,12 @@
 
 #include "client/cli/commandline/CommandTables.h"
 #include "client/cli/output/AlignedText.h"
+#include "operations/OperationCatalogue.h"
 #include "operations/QRTPrivilegedOperationSet.h"
 #include "platform/SystemFeatures.h"
 
 namespace qrt {
 namespace {
-
-/// The catalogue has the question of a dialog: "Corvexa likes to delete ...".
-std::string sentenceFor(const QRTPrivilegedOperation& operation) {
-  const auto& question = operation.presentationString();
-  constexpr std::string_view wish = " likes to ";
-  const auto at = question.find(wish);
-  if (at == std::string::npos) return question;
-  auto sentence = question.substr(at + wish.size());
-  if (!sentence.empty() && sentence[0] >= 'a' && sentence[0] <= 'z') sentence[0] += 'A' - 'a';
-  return sentence;
-}
 
 std::string_view usersOf(const QRTPrivilegedOperation& operation) {
   const auto* rule = operation.authenticationPolicy().string();
@@ -78,8 +68,9 @@ OperationDescriptions describedOperations(const QRTPrivilegedOperationSet& opera
     if (found == operations.implementedOperations().end()) continue;
     const auto& operation = found->second;
     const auto right = operations.authorizationRightNameForOperationWithIdentifier(row.identifier);
-    descriptions.push_back({operations.opCodeForOperation(&operation), row, sentenceFor(operation),
-                            right.value_or(""), usersOf(operation), feedbackOf(operation)});
+    descriptions.push_back({operations.opCodeForOperation(&operation), row,
+                            sentenceOf(operation.presentationString()), right.value_or(""),
+                            usersOf(operation), feedbackOf(operation)});
   }
   return descriptions;
 }

@@ -3,7 +3,7 @@
 #include <charconv>
 #include <system_error>
 
-#include "client/PrivilegeRequestor.h"
+#include "client/RequestErrors.h"
 #include "operations/PrivilegedOperationError.h"
 #include "platform/Authority.h"
 

@@ -5,7 +5,7 @@
 #include <iterator>
 #include <utility>
 
-#include "client/PrivilegeRequestor.h"
+#include "client/RequestErrors.h"
 #include "client/cli/commandline/MessageSize.h"
 #include "operations/PrivilegedOperationError.h"
 #include "protocol/Names.h"
