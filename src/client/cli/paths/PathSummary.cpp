@@ -19,8 +19,10 @@ std::string sentenceFor(const PathsResult& result, const Array& failures,
   auto sentence = fmt::format("{} of {} {}", result.done, result.total, participle);
   if (failures.empty()) return sentence;
   sentence += fmt::format("; not {}:", participle);
-  if (failures.size() == 1) sentence += ' ' + failedPathText(*failures.front().dictionary());
-  return sentence;
+  if (failures.size() > 1) return sentence;  // A line for each follows.
+  sentence += ' ' + failedPathText(*failures.front().dictionary());
+  const auto untried = result.total - result.done - failures.size();
+  return untried == 0 ? sentence : fmt::format("{}; {} not tried", sentence, untried);
 }
 
 void setText(Dictionary& userInfo, std::string_view key, std::string text) {
