@@ -7,15 +7,15 @@
 #include <string>
 #include <string_view>
 
+#include "operations/UtilityPaths.h"
+
 namespace qrt {
 
 /// A client names a utility; this table has its path.
 class TrustedUtilities {
  public:
-  static const std::span<const std::string_view> standardPaths;
-
   /// The paths are not copied.
-  explicit TrustedUtilities(std::span<const std::string_view> paths = standardPaths);
+  explicit TrustedUtilities(std::span<const std::string_view> paths = utilityPaths());
 
   /// The path of a utility; nothing for an unknown name or if one of the texts is empty. Unless a
   /// text is empty, sets the booleans that are not null, also for an unknown name: `*isExternal` if

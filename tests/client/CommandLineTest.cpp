@@ -7,9 +7,11 @@
 #include "ClientFixture.h"
 #include "client/cli/commandline/CommandSplitter.h"
 #include "client/cli/commandline/OperationArguments.h"
+#include "client/cli/completion/TypedWords.h"
 #include "client/cli/output/Json.h"
 #include "operations/OperationCatalogue.h"
 #include "operations/OperationParameters.h"
+#include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "platform/FileDescriptor.h"
 #include "platform/SystemFeatures.h"
 #include "support/ScratchFolder.h"
@@ -18,6 +20,54 @@ namespace qrt {
 namespace {
 
 using CommandLineTest = test::ClientFixture;
+
+TEST_F(CommandLineTest, CandidatesFitThePlaceOfTheWord) {
+  const std::pair<Words, std::string> cases[] = {
+      {{"--json", "touch"}, "touch-fileobject\tSet the modification time"},
+      {{"--socket", ""}, ""},
+      {{"help", "doc"}, "doctor\t"},
+      {{"batch", "--stop"}, "--stop-on-first-error\t"},
+      {{"explain", "com.vantor.vk2.touch"}, "com.vantor.vk2.touch-fileobject\t"},
+      {{"delete-files", "--st"}, "--stdin0\t"},
+      {{"delete-files", "--", "--st"}, ""},
+      {{"signal-process", "--prompt", "1", "1", "SIGTE"}, "SIGTERM\n"},
+      {{"prop-permissions", "--copy", "acl", "--copy", "gr"}, "group\ngroup-id\n"},
+      {{"create-fileobject", "/a", "fo"}, "folder\n"},
+      {{"execute-utility", "chm"}, "chmod\n"},
+      {{"execute-utility", "chmod", "chm"}, ""},
+      {{"enable-ipvsix", "lo"}, "lo\n"},
+  };
+  for (const auto& [words, wanted] : cases) {
+    Words all{"complete", "--"};
+    all.insert(all.end(), words.begin(), words.end());
+    EXPECT_EQ(run(all), 0);
+    EXPECT_EQ(terminal.output().substr(0, wanted.size()), wanted) << words.back();
+    EXPECT_EQ(terminal.output().empty(), wanted.empty()) << words.back();
+  }
+  EXPECT_TRUE(helper.calls.empty());
+}
+
+TEST_F(CommandLineTest, TypedWordsAreCompletedWithTheirQuotes) {
+  const test::ScratchFolder scratch;
+  scratch.folder("a b");
+  for (const char* name : {"c", ".d", "\u202E"}) scratch.file(name);
+  const auto place = scratch.path() + "/";
+  const std::tuple<std::string, std::size_t, Words> cases[] = {
+      {"expl", 4, {"explain "}},
+      {"create-link --ha", 4, {"--hard "}},
+      {"touch-fileobject " + place, place.size(), {"'" + place + "a b/'", place + "c"}},
+      {"touch-fileobject '" + place + "a", place.size() + 2, {"'" + place + "a b/'"}},
+      {"touch-fileobject " + place + "a\\ b", place.size() + 4, {"'" + place + "a b/'"}},
+      {"touch-fileobject " + place + ".", place.size() + 1, {place + ".d "}},
+      {"nop; tou", 0, {}},
+  };
+  const QRTPrivilegedOperationSetVK2 operations(log, authority);
+  for (const auto& [line, replaced, texts] : cases) {
+    const auto completions = completionsFor(line, describedOperations(operations));
+    EXPECT_EQ(completions.replacedBytes, replaced) << line;
+    EXPECT_EQ(completions.texts, texts) << line;
+  }
+}
 
 TEST_F(CommandLineTest, WordsBecomeTheValuesOfTheRequest) {
   const test::ScratchFolder scratch;

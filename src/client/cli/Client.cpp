@@ -25,6 +25,8 @@
 #include "client/cli/commandline/CommandRecords.h"
 #include "client/cli/commandline/NearestWords.h"
 #include "client/cli/commandline/OperationDescription.h"
+#include "client/cli/completion/Candidates.h"
+#include "client/cli/completion/TypedWords.h"
 #include "client/cli/generated/GeneratedText.h"
 #include "client/cli/output/FoldedText.h"
 #include "client/cli/output/Json.h"
@@ -134,6 +136,8 @@ class Client {
         return runFile(use);
       case BuiltInCommand::shell:
         return runTyped();
+      case BuiltInCommand::complete:
+        return writeText(textOf(candidatesFor(use.words, descriptions_)));
       case BuiltInCommand::generate:
         return generate(use.word());
       case BuiltInCommand::installRights:
@@ -326,10 +330,10 @@ class Client {
   }
 
   ExitStatus explain(const std::string& identifier) {
-    const auto found = std::find_if(descriptions_.begin(), descriptions_.end(),
-                                    [&](const OperationDescription& operation) {
-                                      return operation.row.identifier == identifier;
-                                    });
+    const auto found = std::find_if(
+        descriptions_.begin(), descriptions_.end(), [&](const OperationDescription& operation) {
+          return operation.row.identifier == identifier || operation.right == identifier;
+        });
     if (found == descriptions_.end()) {
       std::vector<std::string_view> names;
       for (const auto& operation : descriptions_) names.push_back(operation.row.identifier);
@@ -381,8 +385,13 @@ class Client {
   ExitStatus generate(const std::string& name) {
     const auto text = generatedText(name, descriptions_);
     if (!text) return refuse({fmt::format("There is no text '{}'", name)});
-    if (isJson_) return status(presenter_->showAnswer({{"text", *text}}));
-    return status(environment_.terminal.write(StandardStream::output, *text));
+    return writeText(*text);
+  }
+
+  /// Text for a program, as it is.
+  ExitStatus writeText(const std::string& text) {
+    if (isJson_) return status(presenter_->showAnswer({{"text", text}}));
+    return status(environment_.terminal.write(StandardStream::output, text));
   }
 
   /// Text for a person: folded on a terminal, one line for each row elsewhere.
@@ -421,7 +430,8 @@ class Client {
   ExitStatus runTyped() {
     const bool isTyped = environment_.terminal.isInputTyped();
     return runShell(
-        environment_.terminal, [](std::string_view) { return LineEditor::Completions{}; },
+        environment_.terminal,
+        [this](std::string_view line) { return completionsFor(line, descriptions_); },
         [&](const SplitCommand& command) { return runPart(command, isTyped, !isTyped); });
   }
 

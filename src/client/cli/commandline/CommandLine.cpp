@@ -156,6 +156,7 @@ class Parser {
     if (!name.empty()) {
       words = command->add_option(std::string(name), acceptWords, std::string(help));
       words->required(occurrence == Occurrence::once);
+      if (occurrence == Occurrence::any) words->expected(0, -1)->allow_extra_args();
     }
     const auto& [optionName, optionHelp] = builtIn.option;
     auto* const option = optionName.empty() ? nullptr : addFlag(*command, optionName, optionHelp);

@@ -46,6 +46,7 @@ enum class BuiltInCommand {
   removeRights,
   batch,
   shell,
+  complete,
   generate,
 };
 

@@ -26,6 +26,12 @@ constexpr NamedSignal namedSignals[] = {
 
 }  // namespace
 
+std::vector<std::string_view> signalNames() {
+  std::vector<std::string_view> names;
+  for (const auto& entry : namedSignals) names.push_back(entry.name);
+  return names;
+}
+
 std::optional<std::int32_t> signalNumber(std::string_view name) {
   std::string upper(name);
   for (char& c : upper) {

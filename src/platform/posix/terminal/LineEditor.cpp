@@ -42,6 +42,11 @@ std::string commonBeginning(const std::vector<std::string>& texts) {
         std::mismatch(common.begin(), common.end(), text.begin(), text.end());
     common.erase(end, common.end());
   }
+  // A part of a character is no text.
+  const auto isInsideCharacter = [&] {
+    return (static_cast<unsigned char>(texts.front()[common.size()]) & 0xC0) == 0x80;
+  };
+  while (common.size() < texts.front().size() && isInsideCharacter()) common.pop_back();
   return common;
 }
 
