@@ -116,8 +116,11 @@ class Parser {
       return HelpText{app_.help(), chosen.empty() ? "" : chosen.front()->get_name()};
     } catch (const CLI::CallForVersion&) {
       return VersionRequest{};
+    } catch (const CLI::ArgumentMismatch& error) {
+      return wrongValue(error.what());
     } catch (const CLI::ParseError& error) {
       if (app_.get_subcommands().empty()) return unknownCommand();
+      if (dynamic_cast<const CLI::ExtrasError*>(&error)) return unexpectedWord();
       std::string text = error.what();
       text.erase(std::remove(text.begin(), text.end(), mark), text.end());
       return UsageError{std::move(text)};
@@ -172,6 +175,28 @@ class Parser {
     const auto* const own = clientOptionOf(row);
     auto* const clientOption = own ? addFlag(*command, own->name, own->help) : nullptr;
     operations_.push_back({operation, command, std::move(options), clientOption});
+  }
+
+  /// CLI11 begins a text about a missing value with "--name: ", one about a value for an option
+  /// that has none with "name ".
+  static UsageError wrongValue(const std::string& text) {
+    const auto name = text.substr(0, text.find_first_of(": "));
+    if (text.starts_with('-')) return {name + " needs a value"};
+    return {fmt::format("--{} takes no value", name)};
+  }
+
+  UsageError unexpectedWord() const {
+    const auto* const command = app_.get_subcommands().front();
+    const auto word = unmarked(app_.remaining(/*recurse=*/true).front());
+    if (!word.starts_with('-')) return {fmt::format("'{}' is one word too many", word)};
+    std::vector<std::string> names;
+    for (const auto* from : {command, static_cast<const CLI::App*>(&app_)}) {
+      for (const auto* option : from->get_options()) {
+        if (!option->get_lnames().empty()) names.push_back("--" + option->get_lnames().front());
+      }
+    }
+    const std::vector<std::string_view> views(names.begin(), names.end());
+    return {fmt::format("There is no option '{}'{}", word, proposalFor(word, views))};
   }
 
   UsageError unknownCommand() const {
