@@ -1,5 +1,5 @@
 # The client library as other programs find it: one archive, its public headers in one folder, and packages for CMake and
-# pkg-config.
+# pkg-config; and the same for Python.
 set(layers base protocol platform operations)
 list(TRANSFORM layers PREPEND qrt_)
 list(TRANSFORM layers REPLACE "(.+)" "$<TARGET_OBJECTS:\\1>" OUTPUT_VARIABLE objects)
@@ -54,3 +54,6 @@ list(JOIN link_words " " link_words)
 configure_file(privilegerequestor.pc.in privilegerequestor.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/privilegerequestor.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
         COMPONENT development)
+
+install(DIRECTORY ${PROJECT_BINARY_DIR}/generated/python/privilegerequestor DESTINATION lib/python3/dist-packages
+        COMPONENT python PATTERN __pycache__ EXCLUDE)

@@ -55,4 +55,10 @@ std::string camelCase(std::string_view words) {
   return std::string(first) + typeCase(words.substr(first.size()));
 }
 
+std::string snakeCase(std::string_view words) {
+  std::string result(words);
+  std::replace(result.begin(), result.end(), '-', '_');
+  return result;
+}
+
 }  // namespace qrt

@@ -29,11 +29,13 @@ std::vector<Call> calls();
 /// Word and value of each of a choice's words.
 std::vector<std::pair<std::string, std::string>> choicesOf(const OperationParameter& parameter);
 
-/// "delete-files" as "deleteFiles" and "DeleteFiles".
+/// "delete-files" as "deleteFiles", "DeleteFiles" and "delete_files".
 std::string camelCase(std::string_view words);
 std::string typeCase(std::string_view words);
+std::string snakeCase(std::string_view words);
 
 std::string cppHeader(const std::vector<Call>& calls);
 std::string cppSource(const std::vector<Call>& calls);
+std::string pythonModule(const std::vector<Call>& calls);
 
 }  // namespace qrt

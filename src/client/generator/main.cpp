@@ -1,4 +1,4 @@
-// Writes the typed calls of one kind to standard output: generator header|source.
+// Writes the typed calls of one kind to standard output: generator header|source|python.
 #include <iostream>
 #include <string_view>
 
@@ -15,8 +15,10 @@ int main(int count, char** words) {
     std::cout << qrt::cppHeader(calls);
   } else if (kind == "source") {
     std::cout << qrt::cppSource(calls);
+  } else if (kind == "python") {
+    std::cout << qrt::pythonModule(calls);
   } else {
-    std::cerr << "Usage: generator header|source\n";
+    std::cerr << "Usage: generator header|source|python\n";
     return 2;
   }
   return std::cout.flush() ? 0 : 1;
