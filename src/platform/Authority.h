@@ -89,6 +89,10 @@ class Authority {
   /// A new reference of this process, without rights.
   virtual Result<std::unique_ptr<Authorization>, AuthorizationStatus> create() = 0;
 
+  /// The file with which a package has brought the rights; empty when they are installed one by
+  /// one. Such rights can neither be set nor removed here.
+  virtual std::string packagedRights() const { return {}; }
+
   /// The rights database. `rightGet` returns `denied` for an unknown right.
   virtual AuthorizationStatus rightGet(const std::string& name) = 0;
   virtual AuthorizationStatus rightSet(Authorization& authorization, const std::string& name,

@@ -53,7 +53,11 @@ TEST(Doctor, MissingAndChangedRightsHaveARemedy) {
       {DeclaredRights{{"a", RightRule::everybody}, {"b", RightRule::other}}, "changed: b"},
   };
   for (const auto& [declared, text] : cases) {
-    const auto finding = diagnoseRights(operations, declared);
+    const auto finding = diagnoseRights(operations, declared, "");
+    const auto packaged = diagnoseRights(operations, declared, "/actions").remedy;
+    EXPECT_EQ(packaged.find("--reinstall privileged-helper") == std::string::npos,
+              packaged.empty());
+    EXPECT_EQ(packaged.empty(), finding.remedy.empty());
     EXPECT_THAT(finding.text, HasSubstr(text));
     EXPECT_EQ(finding.state == Finding::State::problem, !finding.remedy.empty());
     const bool isWrong = declared && text != "all 2";
@@ -134,6 +138,11 @@ TEST_F(ClientTest, OnlyRootChangesTheRights) {
   EXPECT_EQ(terminal.output(), "0\n");
   EXPECT_TRUE(authority.rights().empty());
 
+  authority.package = "/actions";
+  EXPECT_EQ(run({"install-rights"}), 1);
+  EXPECT_THAT(terminal.errors(), HasSubstr("A package has installed the rights in /actions."));
+  EXPECT_TRUE(authority.rights().empty());
+  authority.package = "";
   authority.rightSetStatus = AuthorizationStatus::denied;
   EXPECT_EQ(run({"install-rights"}), 1);
   EXPECT_THAT(terminal.errors(), HasSubstr("33 rights could not be installed."));

@@ -35,6 +35,10 @@ class FakeAuthority : public Authority {
   AuthorizationStatus copyRightStatus = AuthorizationStatus::noError;
   AuthorizationStatus rightSetStatus = AuthorizationStatus::noError;
 
+  /// The file of a package's rights.
+  std::string package;
+  std::string packagedRights() const override { return package; }
+
   const std::vector<Call>& calls() const { return calls_; }
   std::vector<Call> takeCalls() { return std::exchange(calls_, {}); }
   const std::map<std::string, Right>& rights() const { return rights_; }

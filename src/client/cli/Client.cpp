@@ -346,7 +346,7 @@ class Client {
 
   ExitStatus diagnose() {
     auto [findings, isReached] = diagnoseHelper();
-    const auto ofSystem = diagnoseSystem(descriptions_);
+    const auto ofSystem = diagnoseSystem(descriptions_, environment_.platform.authority);
     findings.insert(findings.end(), ofSystem.begin(), ofSystem.end());
     const auto written = isJson_
                              ? status(presenter_->showAnswer({{"findings", recordsOf(findings)}}))

@@ -8,6 +8,7 @@
 #include "base/Printable.h"
 #include "client/cli/output/AlignedText.h"
 #include "client/cli/output/Color.h"
+#include "platform/Authority.h"
 #include "platform/ServiceDiagnosis.h"
 #include "platform/SystemFeatures.h"
 
@@ -34,6 +35,7 @@ constexpr Appearance appearances[] = {
 };
 
 constexpr const char* installRights = "sudo qrtctl install-rights";
+constexpr const char* reinstallPackage = "sudo apt-get install --reinstall privileged-helper";
 constexpr const char* reinstallRights = "sudo qrtctl remove-rights && sudo qrtctl install-rights";
 
 RightRule ruleOf(const OperationDescription& operation) {
@@ -53,11 +55,11 @@ const Appearance& appearanceOf(State state) {
 
 }  // namespace
 
-Findings diagnoseSystem(const OperationDescriptions& operations) {
-  const auto authority = authorityInUse();
-  Findings findings{diagnoseAuthority(authority)};
-  findings.push_back(
-      diagnoseRights(operations, authority.canAsk ? declaredRights() : std::nullopt));
+Findings diagnoseSystem(const OperationDescriptions& operations, const Authority& authority) {
+  const auto inUse = authorityInUse();
+  Findings findings{diagnoseAuthority(inUse)};
+  findings.push_back(diagnoseRights(operations, inUse.canAsk ? declaredRights() : std::nullopt,
+                                    authority.packagedRights()));
   if (auto problem = stateFolderProblem()) {
     findings.push_back(
         {"state folder", State::problem, std::move(problem->text), std::move(problem->remedy)});
@@ -69,7 +71,7 @@ Findings diagnoseSystem(const OperationDescriptions& operations) {
 }
 
 Finding diagnoseRights(const OperationDescriptions& operations,
-                       const std::optional<DeclaredRights>& declared) {
+                       const std::optional<DeclaredRights>& declared, const std::string& package) {
   if (!declared) return {"rights", State::absent, "the authority does not list them"};
   std::size_t missing = 0;
   std::string changed;
@@ -83,9 +85,13 @@ Finding diagnoseRights(const OperationDescriptions& operations,
   }
   if (missing > 0) {
     return {"rights", State::problem,
-            fmt::format("{} of {} are missing", missing, operations.size()), installRights};
+            fmt::format("{} of {} are missing", missing, operations.size()),
+            package.empty() ? installRights : reinstallPackage};
   }
-  if (!changed.empty()) return {"rights", State::problem, "changed: " + changed, reinstallRights};
+  if (!changed.empty()) {
+    return {"rights", State::problem, "changed: " + changed,
+            package.empty() ? reinstallRights : reinstallPackage};
+  }
   return {"rights", State::good, fmt::format("all {}", operations.size())};
 }
 

@@ -11,6 +11,8 @@
 
 namespace qrt {
 
+class Authority;
+
 struct Finding {
   enum class State { good, absent, problem };
 
@@ -25,11 +27,12 @@ using Findings = std::vector<Finding>;
 
 /// The authority that decides, its rights, where the daemon keeps its state, and the features that
 /// the system has or lacks.
-Findings diagnoseSystem(const OperationDescriptions& operations);
+Findings diagnoseSystem(const OperationDescriptions& operations, const Authority& authority);
 
-/// Compares what the authority knows, if it says, with what the operations need.
+/// Compares what the authority knows, if it says, with what the operations need. `package`: see
+/// `Authority::packagedRights`.
 Finding diagnoseRights(const OperationDescriptions& operations,
-                       const std::optional<DeclaredRights>& declared);
+                       const std::optional<DeclaredRights>& declared, const std::string& package);
 
 bool hasProblem(const Findings& findings);
 

@@ -40,6 +40,11 @@ Result<std::int64_t> changeRights(RightsChange change, const QRTPrivilegedOperat
   if (platform.self.realUserID() != 0) {
     return describedError(PosixCode::notPermitted, "Only root can change the rights.");
   }
+  const auto package = platform.authority.packagedRights();
+  if (change == RightsChange::install && !package.empty()) {
+    return describedError(PosixCode::exists,
+                          fmt::format("A package has installed the rights in {}.", package));
+  }
   const auto authorization = platform.authority.create();
   if (!authorization) return osStatusError(number(authorization.error()));
   if (change == RightsChange::install) {
@@ -53,7 +58,7 @@ Result<std::int64_t> changeRights(RightsChange change, const QRTPrivilegedOperat
   // The failure of a single right is only logged, so the result is counted.
   const auto [installed, missing] = countRights(operations, platform.authority);
   if (change == RightsChange::install && missing != 0) return incompleteError(missing, "installed");
-  if (change == RightsChange::remove && installed != 0) {
+  if (change == RightsChange::remove && installed != 0 && package.empty()) {
     return incompleteError(installed, "removed");
   }
   return installed;

@@ -25,8 +25,9 @@ const ServiceDescription& serviceDescription() {
           "client. Any user may connect, and each request is authorized by itself.",
       .rights =
           "Root needs no further authorization. For other users polkit decides where it can be "
-          "reached; otherwise they may use the operations for everybody only. \"qrtctl "
-          "install-rights\" adds the rights to the system, \"qrtctl remove-rights\" removes them.",
+          "reached; otherwise they may use the operations for everybody only. A package brings the "
+          "rights; without one \"qrtctl install-rights\" adds them to the system and \"qrtctl "
+          "remove-rights\" removes them.",
       .wrongStart = "It was not started as root or without a socket.",
       .environment = {{"LISTEN_FDS, LISTEN_PID", "The listening socket, as systemd passes it."},
                       {"STATE_DIRECTORY",
@@ -34,7 +35,8 @@ const ServiceDescription& serviceDescription() {
                       {"CONFIGURATION_DIRECTORY",
                        "Where system configuration settings are kept; below /etc unless set."}},
       .files = {{defaultSocketPath, "The socket."},
-                {"/usr/share/polkit-1/actions", "Holds a file for each right."}},
+                {"/usr/share/polkit-1/actions",
+                 "Holds com.vantor.vk2.policy with all rights, or a file for each."}},
       .clientSeeAlso = {"polkit(8)"},
       .daemonSeeAlso = {"systemd.socket(5)", "polkit(8)"}};
   return description;

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "platform/PolkitAction.h"
 #include "support/PlantedFile.h"
 #include "support/RecordingLog.h"
 
@@ -86,6 +87,23 @@ TEST_F(LinuxRightsTest, EachRightIsAnActionOfPolkit) {
   for (const auto* name : {"", ".hidden", "../../escaped", "a b"}) {
     EXPECT_EQ(set(name, "allow"), AuthorizationStatus::internal) << name;
   }
+}
+
+TEST_F(LinuxRightsTest, APackagesRightsCountAndStay) {
+  ASSERT_EQ(set("com.example.own", "allow"), granted);
+  scratch_.file("usr/share/polkit-1/actions/com.vantor.vk2.policy",
+                polkitActionFile(polkitAction("com.example.admins", Dictionary{}, "A") +
+                                 polkitAction("com.example.open", "allow", "B")));
+  EXPECT_EQ(authority_.packagedRights(),
+            scratch_.path() + "/usr/share/polkit-1/actions/com.vantor.vk2.policy");
+  for (const auto* right : {"com.example.admins", "com.example.open"}) {
+    EXPECT_EQ(authority_.rightRemove(**reference_, right), granted);
+    EXPECT_EQ(authority_.rightGet(right), granted) << right;
+  }
+  EXPECT_EQ(ask(1000, "com.example.open"), granted);
+  EXPECT_EQ(ask(1000, "com.example.admins"), denied);
+  EXPECT_EQ(authority_.rightRemove(**reference_, "com.example.own"), granted);
+  EXPECT_EQ(authority_.rightGet("com.example.own"), denied);
 }
 
 TEST(RememberedGrants, EndByThemselvesAndOnDemand) {

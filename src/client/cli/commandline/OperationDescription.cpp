@@ -70,7 +70,8 @@ OperationDescriptions describedOperations(const QRTPrivilegedOperationSet& opera
     const auto right = operations.authorizationRightNameForOperationWithIdentifier(row.identifier);
     descriptions.push_back({operations.opCodeForOperation(&operation), row,
                             sentenceOf(operation.presentationString()), right.value_or(""),
-                            usersOf(operation), feedbackOf(operation)});
+                            usersOf(operation), feedbackOf(operation),
+                            operation.authenticationPolicy(), operation.presentationString()});
   }
   return descriptions;
 }

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/PropertyValue.h"
 #include "client/cli/commandline/OperationArguments.h"
 
 namespace qrt {
@@ -25,6 +26,9 @@ struct OperationDescription {
   std::string_view users;
   /// What the operation sends while it runs: "progress", "output", or empty for no feedback.
   std::string_view feedback;
+  /// The right's definition and the sentence of its dialog.
+  PropertyValue definition = Dictionary();
+  std::string dialog = {};
 };
 using OperationDescriptions = std::vector<OperationDescription>;
 

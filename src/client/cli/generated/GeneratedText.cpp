@@ -13,7 +13,7 @@ struct Text {
 constexpr Text texts[] = {
     {"man", clientManual},         {"daemon-man", daemonManual}, {"bash", bashCompletion},
     {"zsh", zshCompletion},        {"fish", fishCompletion},     {"reference", operationReference},
-    {"examples", exampleCommands},
+    {"examples", exampleCommands}, {"polkit", polkitFile},
 };
 
 }  // namespace

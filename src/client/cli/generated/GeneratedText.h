@@ -23,6 +23,9 @@ std::string bashCompletion(const OperationDescriptions& operations);
 std::string zshCompletion(const OperationDescriptions& operations);
 std::string fishCompletion(const OperationDescriptions& operations);
 
+/// The rights as one file of polkit's actions, for a package.
+std::string polkitFile(const OperationDescriptions& operations);
+
 /// Markdown.
 std::string operationReference(const OperationDescriptions& operations);
 

@@ -122,8 +122,14 @@ AuthorizationStatus LinuxAuthority::evaluate(const Reference& reference,
   return status;
 }
 
+/// An administrator's definition comes before the package's.
+std::optional<PropertyValue> LinuxAuthority::definition(const std::string& rightName) {
+  auto own = rights_.definition(rightName);
+  return own ? own : actions_.packagedDefinition(rightName);
+}
+
 AuthorizationStatus LinuxAuthority::evaluateWithoutPolkit(const std::string& rightName) {
-  const auto definition = rights_.definition(rightName);
+  const auto definition = this->definition(rightName);
   const auto* rule = definition ? definition->string() : nullptr;
   const bool isForAll = rule && *rule == "allow";
   return isForAll ? AuthorizationStatus::noError : AuthorizationStatus::denied;
@@ -132,7 +138,7 @@ AuthorizationStatus LinuxAuthority::evaluateWithoutPolkit(const std::string& rig
 /// Only grants by the default rule are, which also holds for a right without a definition. Rights
 /// for all users need no memory; all others ask for an administrator's password each time.
 bool LinuxAuthority::isGrantRemembered(const std::string& rightName) {
-  const auto definition = rights_.definition(rightName);
+  const auto definition = this->definition(rightName);
   if (!definition) return true;
   const auto* dictionary = definition->dictionary();
   const auto* rule = dictionary ? stringIn(*dictionary, "rule") : nullptr;
@@ -140,7 +146,8 @@ bool LinuxAuthority::isGrantRemembered(const std::string& rightName) {
 }
 
 AuthorizationStatus LinuxAuthority::rightGet(const std::string& name) {
-  const bool isThere = rights_.definition(name).has_value() && actions_.contains(name);
+  const bool isOwn = rights_.definition(name).has_value() && actions_.contains(name);
+  const bool isThere = isOwn || actions_.packagedDefinition(name).has_value();
   return isThere ? AuthorizationStatus::noError : AuthorizationStatus::denied;
 }
 

@@ -20,8 +20,8 @@ namespace qrt {
 /// Clients prove who they are with an external form that the daemon sealed for them.
 ///
 /// A right is kept in the daemon's own database and as an action of polkit, so that either can
-/// decide. It exists when both have it. Setting it adds what is missing and changes nothing else;
-/// removing it removes both.
+/// decide. It exists when both have it, or when a package has brought it. Setting it adds what is
+/// missing and changes nothing else; removing it removes both, but not what a package has brought.
 class LinuxAuthority : public Authority {
  public:
   LinuxAuthority(const std::string& root, std::string stateFolder);
@@ -32,6 +32,7 @@ class LinuxAuthority : public Authority {
   Result<std::unique_ptr<Authorization>, AuthorizationStatus> createFromExternalForm(
       const Caller& caller, const AuthorizationExternalForm& form, Log& log) override;
   Result<std::unique_ptr<Authorization>, AuthorizationStatus> create() override;
+  std::string packagedRights() const override { return actions_.packagedFile(); }
   AuthorizationStatus rightGet(const std::string& name) override;
   AuthorizationStatus rightSet(Authorization& authorization, const std::string& name,
                                const PropertyValue& definition, const std::string& description,
@@ -44,6 +45,7 @@ class LinuxAuthority : public Authority {
   AuthorizationStatus evaluate(const Reference& reference, const RequestedRight& right,
                                const AuthorizationEnvironment& environment, std::uint32_t flags);
   AuthorizationStatus evaluateWithoutPolkit(const std::string& rightName);
+  std::optional<PropertyValue> definition(const std::string& rightName);
   bool isGrantRemembered(const std::string& rightName);
 
   StateFolder state_;

@@ -7,16 +7,20 @@
 #include <string_view>
 
 #include "base/Text.h"
-#include "base/Utf8.h"
+#include "platform/PolkitAction.h"
 #include "platform/linux/files/FileReplacement.h"
 #include "platform/linux/files/OwnFolder.h"
 #include "platform/posix/NativeError.h"
+#include "platform/posix/ReadFile.h"
 
 namespace qrt {
 namespace {
 
 constexpr mode_t readableByAll = 0644;
+constexpr std::size_t largestFile = 1 << 20;
 constexpr std::string_view extension = ".policy";
+constexpr std::string_view actionsFolder = "/usr/share/polkit-1/actions/";
+constexpr std::string_view packagedName = "com.vantor.vk2.policy";
 
 /// Whether polkit accepts the name for an action. No such name leads out of the folder.
 bool isActionName(std::string_view right) {
@@ -28,46 +32,6 @@ bool isActionName(std::string_view right) {
 }
 
 std::string fileNameOf(const std::string& right) { return right + std::string(extension); }
-
-std::string escaped(std::string_view text) {
-  std::string result;
-  while (!text.empty()) {
-    const auto character = firstUtf8Character(text);
-    const auto bytes = text.substr(0, std::max<std::size_t>(character.length, 1));
-    text.remove_prefix(bytes.size());
-    if (character.length == 0 || character.codePoint < 0x20) {
-      result += ' ';
-    } else if (character.codePoint == '&') {
-      result += "&amp;";
-    } else if (character.codePoint == '<') {
-      result += "&lt;";
-    } else {
-      result += bytes;
-    }
-  }
-  return result;
-}
-
-std::string actionFile(const std::string& right, const PropertyValue& definition,
-                       const std::string& description) {
-  const auto* rule = definition.string();
-  const std::string answer = rule && *rule == "allow" ? "yes" : "auth_admin";
-  const auto text = escaped(description);
-  // clang-format off
-  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-         "<policyconfig>\n"
-         "  <action id=\"" + right + "\">\n"
-         "    <description>" + text + "</description>\n"
-         "    <message>" + text + "</message>\n"
-         "    <defaults>\n"
-         "      <allow_any>" + answer + "</allow_any>\n"
-         "      <allow_inactive>" + answer + "</allow_inactive>\n"
-         "      <allow_active>" + answer + "</allow_active>\n"
-         "    </defaults>\n"
-         "  </action>\n"
-         "</policyconfig>\n";
-  // clang-format on
-}
 
 }  // namespace
 
@@ -84,8 +48,21 @@ PosixResult<FileDescriptor> PolkitActions::folder() const {
 }
 
 bool PolkitActions::contains(const std::string& right) const {
-  const auto path = root_ + "/usr/share/polkit-1/actions/" + fileNameOf(right);
+  const auto path = root_ + std::string(actionsFolder) + fileNameOf(right);
   return isActionName(right) && access(path.c_str(), F_OK) == 0;
+}
+
+std::string PolkitActions::packagedFile() const {
+  const auto path = root_ + std::string(actionsFolder) + std::string(packagedName);
+  return access(path.c_str(), F_OK) == 0 ? path : std::string();
+}
+
+std::optional<PropertyValue> PolkitActions::packagedDefinition(const std::string& right) const {
+  const auto path = packagedFile();
+  const auto file = path.empty() ? PosixResult<Data>(PosixCode::noEntry)
+                                 : readFile(AT_FDCWD, path.c_str(), largestFile);
+  if (!file || !isActionName(right)) return std::nullopt;
+  return definitionInPolkitFile(std::string(file->begin(), file->end()), right);
 }
 
 PosixCode PolkitActions::set(const std::string& right, const PropertyValue& definition,
@@ -93,7 +70,7 @@ PosixCode PolkitActions::set(const std::string& right, const PropertyValue& defi
   if (!isActionName(right)) return PosixCode::invalidArgument;
   const auto actions = folder();
   if (!actions) return actions.error();
-  const auto text = actionFile(right, definition, description);
+  const auto text = polkitActionFile(polkitAction(right, definition, description));
   return replaceFile(actions->get(), fileNameOf(right), {asBytes(text), readableByAll});
 }
 
