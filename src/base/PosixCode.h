@@ -28,6 +28,7 @@ enum class PosixCode : std::int32_t {
   noSpace = 28,
   readOnlyFileSystem = 30,
   tooManyNames = 31,
+  brokenPipe = 32,
   tryAgain = 35,
   notSupported = 45,
   timedOut = 60,

@@ -74,6 +74,9 @@ class Subprocess {
   /// ended. So they do for a stopped program once `terminationPatience` is over.
   void drain(const Sink& sink);
 
+  /// Whether a signal killed the program.
+  bool wasKilled() const { return wasKilled_; }
+
   /// Whether the program was asked to end.
   bool wasStopped() const { return stoppedAt_.has_value(); }
 
@@ -94,6 +97,7 @@ class Subprocess {
   bool bothEnded() const { return hasEnded_[0] && hasEnded_[1]; }
   bool passOn(const Sink& sink, std::chrono::milliseconds patience);
 
+  bool wasKilled_ = false;
   Pipe input_;
   Pipe output_;
   Pipe error_;

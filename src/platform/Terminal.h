@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/PosixCode.h"
 #include "platform/StandardStream.h"
 
 namespace qrt {
@@ -21,9 +22,12 @@ class Terminal {
   /// The width of the terminal in characters; 80 when it is not known.
   virtual std::size_t columns() const = 0;
 
-  /// Writes all bytes, unbuffered, and waits for a slow reader. False when the reader has closed
-  /// the stream.
+  /// Writes all bytes, unbuffered, and waits for a slow reader. False when they cannot be
+  /// written.
   virtual bool write(StandardStream stream, std::string_view bytes) = 0;
+
+  /// Why the last write to standard output failed.
+  virtual PosixCode outputFailure() const = 0;
 
   /// From now on `write` does not wait: bytes that the reader is too slow for are not written, and
   /// `write` returns false. Async-signal-safe.

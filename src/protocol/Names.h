@@ -18,6 +18,9 @@ inline constexpr std::string_view metadataMarker = "!QRTMETA!";
 inline constexpr std::string_view authorizationPromptKey = "QRTAuthorizationPrompt";
 inline constexpr std::string_view authorizationIconKey = "QRTAuthorizationIcon";
 
+/// In the user information of the error for a program that a signal killed: the signal's number.
+inline constexpr std::string_view programSignalKey = "QRTProgramSignal";
+
 /// Keys of feedback messages.
 inline constexpr std::string_view progressFractionKey = "ProgressFraction";
 inline constexpr std::string_view outputDataKey = "OutputData";

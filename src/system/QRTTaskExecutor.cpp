@@ -73,6 +73,7 @@ std::int32_t QRTTaskExecutor::runSubTask(const ProgramLaunch& program) {
   const auto status = subTask_->waitUntilExit(receiveOutput, stop_);
   subTask_->drain(receiveOutput);
   wasStopped_ = subTask_->wasStopped();
+  wasKilled_ = subTask_->wasKilled();
   for (const bool isError : {false, true}) processIncomingData({}, isError);
   return status;
 }

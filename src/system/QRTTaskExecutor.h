@@ -59,6 +59,8 @@ class QRTTaskExecutor {
 
   /// Whether the last program was stopped.
   bool wasStopped() const { return wasStopped_; }
+  /// Whether a signal killed the last program.
+  bool wasKilled() const { return wasKilled_; }
 
   /// This process's ends of the pipes while a program runs, else -1.
   int subTaskInputHandle() const { return subTask_ ? subTask_->inputHandle() : -1; }
@@ -72,6 +74,7 @@ class QRTTaskExecutor {
   Log& log_;
   const StopRequest& stop_;
   bool wasStopped_ = false;
+  bool wasKilled_ = false;
   QRTTaskExecutorDelegate* delegate_ = nullptr;
   EnvironmentChanges environment_;
   std::unique_ptr<Subprocess> subTask_;

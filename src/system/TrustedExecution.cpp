@@ -5,6 +5,7 @@
 #include "platform/Platform.h"
 #include "protocol/FeedbackConnection.h"
 #include "protocol/FeedbackMessage.h"
+#include "protocol/Names.h"
 #include "system/QRTTaskExecutor.h"
 
 namespace qrt {
@@ -74,7 +75,11 @@ Outcome executeTrusted(const Platform& platform, QRTPrivilegedOperationSetVK2& o
   executor.setEnvironmentChanges(std::move(environment));
   const auto status = executor.executeProgramAtPath(systemProgramAtPath, withArguments);
   if (executor.wasStopped()) return posixError(PosixCode::canceled);
-  if (status != 0) return failedWithStatus(status);
+  if (status != 0) {
+    auto error = failedWithStatus(status);
+    if (executor.wasKilled()) error.userInfo.emplace(programSignalKey, status);
+    return error;
+  }
   operationSet.setOutputConnection(nullptr);
   return success;
 }

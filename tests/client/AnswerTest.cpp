@@ -125,6 +125,10 @@ TEST_F(AnswerTest, AFailedUtilityGivesItsOutputAndItsStatus) {
     EXPECT_EQ(terminal.output(), "\x1B[32mok\x1B[0m\n");
     EXPECT_EQ(terminal.errors(), "bad\n" + text);
   }
+  helper.answer = privilegedOperationError(3, "Not completed.", "Code.", {"9"});
+  helper.answer->userInfo.emplace("QRTProgramSignal", 9);
+  EXPECT_EQ(run({"execute-utility", "chmod"}), 137);
+  EXPECT_THAT(terminal.errors(), HasSubstr("The program was killed by signal 9 (Killed).\n"));
 }
 
 TEST_F(AnswerTest, FeedbackGoesToItsStreams) {
@@ -144,7 +148,9 @@ TEST_F(AnswerTest, FeedbackGoesToItsStreams) {
                      progressMessage(7),
                      finalMessage()};
   setenv("TZ", "UTC", 1);
-  EXPECT_EQ(run({"delete-foldercontents", "/a"}), 0);
+  EXPECT_EQ(run({"delete-foldercontents", "/a", "--quiet", "--progress"}), 0);
+  EXPECT_EQ(terminal.errors(), "e\x1B[0m");
+  EXPECT_EQ(run({"delete-foldercontents", "/a", "--progress"}), 0);
   unsetenv("TZ");
   EXPECT_EQ(terminal.output(), std::string("o\0\xFF", 3) +
                                    "drwxr-s--t  4.1 kB  1971-01-02 00:00  /d/a\\x0a\n"

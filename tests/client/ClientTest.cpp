@@ -127,6 +127,7 @@ TEST_F(ClientTest, OutputThatCannotBeWrittenEndsTheRun) {
   terminal.deaf = {StandardStream::output};
   EXPECT_EQ(run({"delete-foldercontents", "/a"}), 1);
   EXPECT_EQ(helper.calls.back(), "unregister later 42");
+  EXPECT_THAT(terminal.errors(), HasSubstr("standard output cannot be written: No space left"));
   EXPECT_EQ(run({"version"}), 1);
 }
 

@@ -17,6 +17,7 @@ using namespace std::chrono_literals;
 struct Finished {
   std::int32_t status = -1;
   std::string output, error;
+  bool wasKilled = false;
 };
 
 Finished runProgram(const std::string& path, const std::vector<std::string>& arguments,
@@ -31,6 +32,7 @@ Finished runProgram(const std::string& path, const std::vector<std::string>& arg
     if (isStopped) stop.set();
   };
   finished.status = subprocess->waitUntilExit(receive, stop);
+  finished.wasKilled = subprocess->wasKilled();
   subprocess->drain(receive);
   return finished;
 }
@@ -46,6 +48,7 @@ TEST(Subprocess, AProcessThatKeepsTheStreamsOpenDelaysTheEndByTwoSeconds) {
   kill(std::stoi(finished.output), SIGKILL);
   EXPECT_TRUE(finished.output.ends_with("\nlate\n"));
   EXPECT_EQ(finished.status, 6);
+  EXPECT_FALSE(finished.wasKilled);
 }
 
 TEST(Subprocess, AStoppedProgramHasFiveSecondsToEnd) {
@@ -55,7 +58,9 @@ TEST(Subprocess, AStoppedProgramHasFiveSecondsToEnd) {
       {"trap '' TERM; while :; do echo; done", SIGKILL, 5s}};
   for (const auto& [script, status, time] : cases) {
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(runProgram("/bin/sh", {"-c", script}, {}, true).status, status);
+    const auto finished = runProgram("/bin/sh", {"-c", script}, {}, true);
+    EXPECT_EQ(finished.status, status);
+    EXPECT_TRUE(finished.wasKilled);
     EXPECT_GE(std::chrono::steady_clock::now() - start, time);
     EXPECT_LT(std::chrono::steady_clock::now() - start, time + 2s) << script;
   }

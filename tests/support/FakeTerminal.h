@@ -20,6 +20,7 @@ class FakeTerminal : public Terminal {
   /// The text that a person types; empty without a person.
   std::optional<std::string> typed;
 
+  PosixCode outputFailure() const override { return PosixCode::noSpace; }
   bool isTerminal(StandardStream stream) const override { return terminals.contains(stream); }
   std::size_t columns() const override { return width; }
   bool canAsk() const override { return typed.has_value(); }

@@ -118,6 +118,8 @@ TEST_F(UtilityOperations, AFailedRunReturnsItsStatusAndKeepsItsConnection) {
   EXPECT_EQ(operationSet.outputConnection(), requestor.get());
   EXPECT_FALSE(execute(tool, {"/App", "tool", "0"}));
   EXPECT_EQ(operationSet.outputConnection(), nullptr);
+  const auto killed = execute(makeTool("kill -9 $$"), {"/App", "tool"});
+  EXPECT_EQ(killed->userInfo.at("QRTProgramSignal"), PropertyValue(9));
 }
 
 TEST_F(UtilityOperations, TheSearchPathIsTheSafeOneOrThereIsNone) {

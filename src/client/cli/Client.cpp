@@ -114,8 +114,9 @@ class Client {
     presenter_ =
         isJson_ ? makeJsonPresenter(environment_.terminal)
                 : makeTextPresenter(environment_.terminal, origin_.label + "qrtctl " + command.name,
-                                    environment_.mayColor,
-                                    writesPaths ? RecordForm::path : RecordForm::line, wasStopped_);
+                                    TextStyle{environment_.mayColor, progressForm(),
+                                              writesPaths ? RecordForm::path : RecordForm::line},
+                                    wasStopped_);
     if (use) return performOperation(*use);
     return execute(std::get<BuiltInUse>(command.use));
   }
@@ -185,7 +186,7 @@ class Client {
       });
     };
     const auto outcome = sendOperation(use.operation, std::move(*arguments), *words, send, handler);
-    if (!hasReader && !wasInterrupted_) return ExitStatus::failed;
+    if (!hasReader && !wasInterrupted_) return status(false);
     if (wasStopped_ && outcome && isPosixError(*outcome, PosixCode::canceled)) {
       auto error = stoppedError(use.operation.row.identifier);
       auto summary = outcome->userInfo;
@@ -465,7 +466,8 @@ class Client {
     session_.drop();
     const StartNotice notice(environment_.noticeDelay, [this] {
       constexpr std::string_view text = "qrtctl: waiting for the helper to start\n";
-      if (!isJson_) environment_.terminal.write(StandardStream::error, text);
+      const bool isShown = !isJson_ && !options_.isQuiet;
+      if (isShown) environment_.terminal.write(StandardStream::error, text);
     });
     auto requestor = Requestor::connect(environment_.platform, options_.address,
                                         environment_.caller.processIdentifier(), operations_,
@@ -507,7 +509,23 @@ class Client {
 
   ExitStatus status(bool wasWritten) const {
     if (wasWritten) return ExitStatus::done;
-    return wasInterrupted_ ? ExitStatus::interrupted : ExitStatus::failed;
+    if (wasInterrupted_) return ExitStatus::interrupted;
+    const auto code = environment_.terminal.outputFailure();
+    // A reader that has read enough closes its pipe.
+    if (code != PosixCode::brokenPipe) {
+      const auto reason = descriptionForPerson(posixError(code));
+      environment_.terminal.write(
+          StandardStream::error,
+          fmt::format("qrtctl: standard output cannot be written: {}\n", reason));
+    }
+    return ExitStatus::failed;
+  }
+
+  ProgressForm progressForm() const {
+    if (options_.isQuiet) return ProgressForm::none;
+    const bool isShown = environment_.terminal.isTerminal(StandardStream::error);
+    if (isShown && environment_.mayRedraw) return ProgressForm::redrawn;
+    return isShown || options_.wantsProgress ? ProgressForm::lines : ProgressForm::none;
   }
 
   const ClientEnvironment& environment_;

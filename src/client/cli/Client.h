@@ -26,6 +26,8 @@ struct ClientEnvironment {
   bool mayColor = false;
   /// When the helper takes longer than this to start, the client prints a notice.
   std::chrono::milliseconds noticeDelay{1000};
+  /// Whether a terminal on standard error can redraw a line.
+  bool mayRedraw = true;
 };
 
 /// `words` follow the program's name.

@@ -25,6 +25,12 @@ bool mayColor() {
   return !refusal || !*refusal;
 }
 
+/// Terminals that can only append text have this name.
+bool isTerminalDumb() {
+  const char* const name = std::getenv("TERM");
+  return name && std::string_view(name) == "dumb";
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -32,8 +38,13 @@ int main(int argc, char** argv) {
   const auto terminal = qrt::makeNativeTerminal();
   const qrt::NativePlatform native;
   const auto caller = qrt::makeNativeCallerProcess();
-  const qrt::ClientEnvironment environment{
-      native.facilities(),         *terminal, *caller, QRT_BUNDLE_PATH, languageOfUser(),
-      qrt::RegistrationPatience{}, mayColor()};
+  qrt::ClientEnvironment environment{native.facilities(),
+                                     *terminal,
+                                     *caller,
+                                     QRT_BUNDLE_PATH,
+                                     languageOfUser(),
+                                     qrt::RegistrationPatience{},
+                                     mayColor() && !isTerminalDumb()};
+  environment.mayRedraw = !isTerminalDumb();
   return static_cast<int>(qrt::runClient({argv + 1, argv + argc}, environment));
 }

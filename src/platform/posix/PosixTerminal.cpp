@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <iostream>
@@ -16,6 +17,7 @@
 #include "platform/FileDescriptor.h"
 #include "platform/NativePlatform.h"
 #include "platform/posix/ChildProcess.h"
+#include "platform/posix/NativeError.h"
 
 namespace qrt {
 namespace {
@@ -65,8 +67,12 @@ class PosixTerminal : public Terminal {
   }
 
   bool write(StandardStream stream, std::string_view bytes) override {
-    return writeAll(descriptorOf(stream), bytes);
+    if (writeAll(descriptorOf(stream), bytes)) return true;
+    if (stream == StandardStream::output) outputFailure_ = lastError();
+    return false;
   }
+
+  PosixCode outputFailure() const override { return outputFailure_; }
 
   void stopWaiting() override { (void)!::write(makeImpatient_.get(), "", 1); }
 
@@ -122,6 +128,7 @@ class PosixTerminal : public Terminal {
     return entries[0].revents != 0;
   }
 
+  std::atomic<PosixCode> outputFailure_ = PosixCode::success;
   /// A pipe; a byte in it means that `write` no longer waits.
   FileDescriptor isImpatient_;
   FileDescriptor makeImpatient_;

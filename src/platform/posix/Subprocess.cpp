@@ -188,7 +188,8 @@ std::int32_t Subprocess::waitUntilExit(const Sink& sink, const StopRequest& stop
       child_ = 0;
       activity_.reset();
       if (result < 0) return -1;
-      return WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
+      wasKilled_ = WIFSIGNALED(status);
+      return wasKilled_ ? WTERMSIG(status) : WEXITSTATUS(status);
     }
     passOn(sink, bothEnded() ? patience : exitCheckInterval);
     if (bothEnded()) patience = std::min(2 * patience, exitCheckInterval);

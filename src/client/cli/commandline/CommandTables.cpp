@@ -16,6 +16,9 @@ const GeneralOption options[] = {
      &CommandOptions::assumesYes},
     {"--json-paths", "", "Read paths in the form in which JSON output writes them",
      &CommandOptions::hasJsonPaths},
+    {"--quiet", "", "Show neither progress nor notices", &CommandOptions::isQuiet},
+    {"--progress", "", "Show progress even where standard error is no terminal",
+     &CommandOptions::wantsProgress},
     {"--prompt", "TEXT", "Text of the password dialog, after the operation's own", nullptr,
      &CommandOptions::prompt},
     {"--icon", "FILE", "Image in the authorization dialog", nullptr, &CommandOptions::iconPath},
@@ -97,7 +100,10 @@ constexpr CommandExample examples[] = {
 
 constexpr std::string_view notes[] = {
     "Records, program output and answers go to standard output, progress and messages to standard "
-    "error. Failures have colour on a terminal, unless the variable NO_COLOR is set.",
+    "error. Failures have colour on a terminal, unless the variable NO_COLOR is set or TERM is "
+    "\"dumb\".",
+    "Progress is one line that a terminal redraws. A terminal with TERM=dumb gets single lines; "
+    "other outputs get them with --progress only. --quiet shows neither progress nor notices.",
     "A question precedes each operation that destroys something; --yes answers it. It names the "
     "first object and what is below it; \"at least\" means that the count ended after 2 seconds or "
     "that you may not read everything. It goes to the controlling terminal, wherever the standard "
@@ -142,7 +148,9 @@ std::string usageNotes() {
   for (const auto& [status, meaning] : statuses) {
     text += fmt::format("  {:<4} {}\n", static_cast<int>(status), meaning);
   }
-  text += "  \"execute-utility\" ends with the status of the utility when that is not 0.\n";
+  text +=
+      "  \"execute-utility\" ends with the status of the utility when that is not 0, and with "
+      "128 and the number of the signal when a signal killed it.\n";
   text += "\nOutput:";
   for (const auto& note : notes) text += fmt::format("\n  {}\n", note);
   return text;

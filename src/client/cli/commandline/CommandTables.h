@@ -19,6 +19,10 @@ struct CommandOptions {
   bool assumesYes = false;
   /// Whether paths in the command line and on standard input are as JSON output writes them.
   bool hasJsonPaths = false;
+  /// Neither progress nor notices.
+  bool isQuiet = false;
+  /// Progress also where standard error is no terminal.
+  bool wantsProgress = false;
   std::string prompt;
   std::string iconPath;
   /// Where the helper listens.

@@ -121,7 +121,9 @@ std::string clientManual(const OperationDescriptions& operations) {
   for (const auto& [status, meaning] : exitStatuses()) {
     page.item(std::to_string(static_cast<int>(status)), meaning);
   }
-  page.paragraph("execute-utility ends with the status of the utility when that is not 0.");
+  page.paragraph(
+      "execute-utility ends with the status of the utility when that is not 0, and with 128 and "
+      "the number of the signal when a signal killed it.");
   page.heading("ENVIRONMENT");
   page.item("NO_COLOR", "When it is set and not empty, no output has colour.");
   page.heading("FILES");

@@ -6,6 +6,7 @@
 #include "client/RequestErrors.h"
 #include "operations/PrivilegedOperationError.h"
 #include "platform/Authority.h"
+#include "protocol/Names.h"
 
 namespace qrt {
 namespace {
@@ -44,8 +45,14 @@ std::optional<int> statusOfProgram(const Error& error) {
   return isStatus ? std::optional(status) : std::nullopt;
 }
 
+std::optional<int> signalOfProgram(const Error& error) {
+  const auto status = statusOfProgram(error);
+  return status && error.userInfo.contains(programSignalKey) ? status : std::nullopt;
+}
+
 ExitStatus exitStatusFor(const Error& error) {
   if (isConnectionFailure(error)) return ExitStatus::unreachable;
+  if (const auto signal = signalOfProgram(error)) return static_cast<ExitStatus>(128 + *signal);
   if (const auto status = statusOfProgram(error)) return static_cast<ExitStatus>(*status);
   if (isNotFound(error)) return ExitStatus::notFound;
   const bool isDenied = isPosixError(error, PosixCode::notPermitted) ||

@@ -20,8 +20,11 @@ enum class ExitStatus : int {
 /// The exit status of the program that the operation ran; nothing when the error has another cause.
 std::optional<int> statusOfProgram(const Error& error);
 
-/// The status after an operation that failed with this error: the program's own, or one of the
-/// list.
+/// The signal that killed the program that the operation ran.
+std::optional<int> signalOfProgram(const Error& error);
+
+/// The status after an operation that failed with this error: the program's own, 128 and the
+/// number of the signal that killed it, or one of the list.
 ExitStatus exitStatusFor(const Error& error);
 
 }  // namespace qrt

@@ -7,6 +7,7 @@
 
 #include "base/Error.h"
 #include "base/PropertyValue.h"
+#include "client/cli/output/ProgressDisplay.h"
 
 namespace qrt {
 
@@ -29,11 +30,17 @@ class Presenter {
 /// and a zero byte.
 enum class RecordForm { line, path };
 
+struct TextStyle {
+  /// Whether labels may have colour on a terminal.
+  bool mayColor = false;
+  ProgressForm progress = ProgressForm::none;
+  RecordForm records = RecordForm::line;
+};
+
 /// Text for the user: output, records and answers go to standard output, progress and failures to
-/// standard error, after `label`. With `mayColor` the label of a failure has colour on a terminal.
+/// standard error, after `label`.
 /// `isStopping`, which outlives the presenter, is set when the user has asked for the end.
-std::unique_ptr<Presenter> makeTextPresenter(Terminal& terminal, std::string label, bool mayColor,
-                                             RecordForm recordForm,
+std::unique_ptr<Presenter> makeTextPresenter(Terminal& terminal, std::string label, TextStyle style,
                                              const std::atomic<bool>& isStopping);
 
 /// JSON for a program: on standard output one line for each message and one for the result.

@@ -95,12 +95,18 @@ class PlainProgress : public ProgressDisplay {
 
 }  // namespace
 
-std::unique_ptr<ProgressDisplay> makeProgressDisplay(Terminal& terminal, const std::string& label,
+std::unique_ptr<ProgressDisplay> makeProgressDisplay(ProgressForm form, Terminal& terminal,
+                                                     const std::string& label,
                                                      const std::atomic<bool>& isStopping) {
-  if (terminal.isTerminal(StandardStream::error)) {
-    return std::make_unique<MovingProgress>(terminal, label, isStopping);
+  switch (form) {
+    case ProgressForm::redrawn:
+      return std::make_unique<MovingProgress>(terminal, label, isStopping);
+    case ProgressForm::lines:
+      return std::make_unique<PlainProgress>(terminal, label);
+    case ProgressForm::none:
+      break;
   }
-  return std::make_unique<PlainProgress>(terminal, label);
+  return nullptr;
 }
 
 }  // namespace qrt

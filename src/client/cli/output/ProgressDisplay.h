@@ -10,6 +10,9 @@ namespace qrt {
 
 class Terminal;
 
+/// How progress is shown.
+enum class ProgressForm { none, lines, redrawn };
+
 class ProgressDisplay {
  public:
   virtual ~ProgressDisplay() = default;
@@ -24,9 +27,10 @@ class ProgressDisplay {
   virtual void end(bool isDone) = 0;
 };
 
-/// On a terminal, a line that is redrawn in place. Elsewhere, a line for each new tenth.
+/// A line that is redrawn in place, or a line for each new tenth; null for no progress.
 /// `isStopping` outlives the display.
-std::unique_ptr<ProgressDisplay> makeProgressDisplay(Terminal& terminal, const std::string& label,
+std::unique_ptr<ProgressDisplay> makeProgressDisplay(ProgressForm form, Terminal& terminal,
+                                                     const std::string& label,
                                                      const std::atomic<bool>& isStopping);
 
 }  // namespace qrt

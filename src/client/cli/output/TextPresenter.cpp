@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <ctime>
 #include <string_view>
 #include <utility>
@@ -27,12 +28,11 @@ std::string_view textOf(const Data& data) {
 
 class TextPresenter : public Presenter {
  public:
-  TextPresenter(Terminal& terminal, std::string label, bool mayColor, RecordForm recordForm,
+  TextPresenter(Terminal& terminal, std::string label, TextStyle style,
                 const std::atomic<bool>& isStopping)
       : terminal_(terminal),
         label_(std::move(label)),
-        mayColor_(mayColor),
-        recordForm_(recordForm),
+        style_(style),
         isStopping_(isStopping),
         enough_(terminal.isTerminal(StandardStream::output) ? 0 : 64 << 10) {
     tzset();  // The lines of records show local time.
@@ -58,11 +58,15 @@ class TextPresenter : public Presenter {
   void showFailure(const Error& error) override {
     endProgress(false);
     writeCollected();
-    // The program has printed the reason itself.
-    if (statusOfProgram(error)) return;
-    const bool isColored = mayColor_ && terminal_.isTerminal(StandardStream::error);
+    // The program has printed the reason itself, unless a signal ended it.
+    if (statusOfProgram(error) && !signalOfProgram(error)) return;
+    const bool isColored = style_.mayColor && terminal_.isTerminal(StandardStream::error);
     const auto label = isColored ? colored(Color::red, label_) : label_;
-    terminal_.write(StandardStream::error, fmt::format("{}: {}", label, errorText(error)));
+    const auto signal = signalOfProgram(error);
+    const auto text = signal ? fmt::format("The program was killed by signal {} ({}).\n", *signal,
+                                           strsignal(*signal))
+                             : errorText(error);
+    terminal_.write(StandardStream::error, fmt::format("{}: {}", label, text));
   }
 
  private:
@@ -79,16 +83,18 @@ class TextPresenter : public Presenter {
   }
 
   void setFraction(double fraction) {
-    if (!progress_) progress_ = makeProgressDisplay(terminal_, label_, isStopping_);
+    if (!progress_) {
+      progress_ = makeProgressDisplay(style_.progress, terminal_, label_, isStopping_);
+    }
     // A value that is not a number fails the comparison and counts as 0.
-    progress_->setFraction(fraction > 0 ? std::min(fraction, 1.0) : 0);
+    if (progress_) progress_->setFraction(fraction > 0 ? std::min(fraction, 1.0) : 0);
   }
 
   bool writeRecords(const Array& records) {
     if (progress_) progress_->addFound(records.size());
     for (const auto& record : records) {
       if (!record.dictionary()) continue;
-      if (recordForm_ == RecordForm::line) {
+      if (style_.records == RecordForm::line) {
         appendRecordText(lines_, *record.dictionary());
       } else if (const auto* path = stringIn(*record.dictionary(), file_object_key::path)) {
         lines_.append(*path).push_back('\0');
@@ -116,8 +122,7 @@ class TextPresenter : public Presenter {
 
   Terminal& terminal_;
   std::string label_;
-  bool mayColor_;
-  RecordForm recordForm_;
+  const TextStyle style_;
   const std::atomic<bool>& isStopping_;
   /// The bytes of lines that are written at once. A user at a terminal sees each batch as it
   /// arrives.
@@ -129,11 +134,9 @@ class TextPresenter : public Presenter {
 
 }  // namespace
 
-std::unique_ptr<Presenter> makeTextPresenter(Terminal& terminal, std::string label, bool mayColor,
-                                             RecordForm recordForm,
+std::unique_ptr<Presenter> makeTextPresenter(Terminal& terminal, std::string label, TextStyle style,
                                              const std::atomic<bool>& isStopping) {
-  return std::make_unique<TextPresenter>(terminal, std::move(label), mayColor, recordForm,
-                                         isStopping);
+  return std::make_unique<TextPresenter>(terminal, std::move(label), style, isStopping);
 }
 
 }  // namespace qrt
