@@ -9,6 +9,7 @@
 #include "client/cli/paths/ObjectCount.h"
 #include "operations/PrivilegedOperationError.h"
 #include "operations/StringTables.h"
+#include "platform/SystemFeatures.h"
 #include "protocol/FeedbackMessage.h"
 #include "support/ScratchFolder.h"
 
@@ -129,6 +130,15 @@ TEST_F(ClientTest, OutputThatCannotBeWrittenEndsTheRun) {
   EXPECT_EQ(helper.calls.back(), "unregister later 42");
   EXPECT_THAT(terminal.errors(), HasSubstr("standard output cannot be written: No space left"));
   EXPECT_EQ(run({"version"}), 1);
+}
+
+TEST_F(ClientTest, AWarningPrecedesWhatTheSystemCannotDo) {
+  for (const auto& feature : systemFeatures()) {
+    if (feature.name != "installer programs") continue;
+    EXPECT_EQ(run({"create-installmedia", "/a", "/b"}), 0);
+    EXPECT_EQ(terminal.errors().find("no installer programs") == std::string::npos,
+              feature.isPresent);
+  }
 }
 
 TEST_F(ClientTest, OnlyRootChangesTheRights) {

@@ -157,6 +157,7 @@ class Client {
     auto arguments = readArguments(use.operation.row.arguments, *words, context);
     if (!arguments) return refuse(arguments.error());
     if (auto error = dangerousPath(use.operation.row, *words, context)) return refuse(*error);
+    warnOfMissingFeature(use.operation.row);
     auto iconPath = absolutePath(options_.iconPath, environment_.caller);
     if (!iconPath) return refuse(iconPath.error());
     ActionText action(use.operation.row, *words, context);
@@ -232,6 +233,19 @@ class Client {
     const auto result = performForPaths(command, send, handler);
     return outcomeOf(result, command.paths, words.back(), operation.row.participle,
                      [this](const Error& error) { return localized(error); });
+  }
+
+  /// Some operations succeed without an effect where the system lacks what they change.
+  void warnOfMissingFeature(const OperationArguments& operation) {
+    if (operation.neededFeature.empty() || isJson_ || options_.isQuiet) return;
+    const auto features = systemFeatures();
+    const auto* const missing = missingFeature(operation, features);
+    if (!missing) return;
+    environment_.terminal.write(
+        StandardStream::error,
+        fmt::format("qrtctl {}: warning: this system has no {} ({}); the operation may succeed "
+                    "without an effect\n",
+                    operation.identifier, missing->name, missing->note));
   }
 
   /// Asks at a terminal. Without a terminal the answer is yes.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -59,6 +60,22 @@ UsageResult<std::string_view> chosenValue(const ArgumentDescription& description
   return unsuitable(description, word, "one of: " + allowed);
 }
 
+/// Quotes set four digits apart from a number.
+std::optional<Number> fourCharactersIn(std::string_view word) {
+  const bool isQuoted = word.size() == 6 && word.front() == '\'' && word.back() == '\'';
+  if (isQuoted) {
+    word = word.substr(1, 4);
+  } else if (const auto value = numberIn(word)) {
+    return value;
+  }
+  const bool isPlain =
+      std::all_of(word.begin(), word.end(), [](char c) { return c >= ' ' && c <= '~'; });
+  if (word.size() != 4 || !isPlain) return std::nullopt;
+  std::uint32_t code = 0;
+  for (const char c : word) code = code << 8 | static_cast<std::uint8_t>(c);
+  return Number(std::int64_t{code});
+}
+
 UsageResult<PropertyValue> readWord(const ArgumentDescription& description, const std::string& word,
                                     const WordContext& context) {
   const auto wrapped = [](auto result) -> UsageResult<PropertyValue> {
@@ -87,10 +104,20 @@ UsageResult<PropertyValue> readWord(const ArgumentDescription& description, cons
     case ArgumentForm::number:
       if (const auto value = numberIn(word)) return PropertyValue(*value);
       return unsuitable(description, word, "a whole number of 64 bits");
+    case ArgumentForm::count:
+      if (const auto value = numberIn(word); value && !word.starts_with('-')) {
+        return PropertyValue(*value);
+      }
+      return unsuitable(description, word, "a whole number of 0 or more");
+    case ArgumentForm::fourCharacters:
+      if (const auto value = fourCharactersIn(word)) return PropertyValue(*value);
+      return unsuitable(description, word, "four characters such as TEXT, or a number");
     case ArgumentForm::signal:
       if (const auto value = signalNumber(word)) return PropertyValue(*value);
       if (const auto value = numberIn(word)) return PropertyValue(*value);
-      return unsuitable(description, word, "a signal");
+      return unsuitable(
+          description, word,
+          fmt::format("a signal number or one of: {}", fmt::join(signalNames(), ", ")));
     default:
       return PropertyValue(word);
   }

@@ -27,6 +27,7 @@ std::string_view typeOf(ArgumentForm form) {
     case ArgumentForm::clientFlag:
       return "flag";
     case ArgumentForm::number:
+    case ArgumentForm::count:
       return "number";
     case ArgumentForm::signal:
       return "signal";

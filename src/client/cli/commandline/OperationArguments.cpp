@@ -11,6 +11,10 @@ using enum Occurrence;
 
 constexpr std::string_view sameFileSystem = "Stay on the file system of the folder";
 
+constexpr std::string_view typeCode = "Type code: four characters, for example TEXT, or a number";
+constexpr std::string_view creatorCode =
+    "Creator code: four characters, for example ttxt, or a number";
+
 constexpr ArgumentDescription noPreserveRoot{preserveRootOption, clientFlag,
                                              "Permit the root folder among the paths"};
 constexpr ArgumentDescription noPreserveHome{preserveHomeOption, clientFlag,
@@ -70,8 +74,8 @@ constexpr OperationArguments table[] = {
      "Set the protection of {PATH*} to {PROTECTION}", none, "immutable flags"},
     {"modify-hfsattr",
      {{"PATH", path, "Object to change"},
-      {"TYPE", number, "Type code"},
-      {"CREATOR", number, "Creator code"},
+      {"TYPE", fourCharacters, typeCode},
+      {"CREATOR", fourCharacters, creatorCode},
       {"--hidden", numberFlag, "Hide the object; without it the object is shown"}},
      "Change the HFS attributes of {PATH}"},
     {"create-link",
@@ -145,11 +149,11 @@ constexpr OperationArguments table[] = {
      "Change the access control list of {PATH}"},
     {"prop-permissions",
      {{"FOLDER", path, "Folder whose permissions are copied to everything below it"},
-      {"--expected", number, "Number of objects below it, to compute the progress", optional, "0"},
+      {"--expected", count, "Number of objects below it, to compute the progress", optional, "0"},
       {"--one-file-system", numberFlag, sameFileSystem},
       {"--copy", bits,
-       "What to copy: acl, others, group, owner, group-id, user-id; mark-inherited marks the "
-       "entries of the list",
+       "What to copy: acl, the access control list; owner, group, others, the permissions of each "
+       "(rwx); user-id, group-id, who owns it; mark-inherited marks the entries of the list",
        any,
        "acl=1 others=2 group=4 owner=8 group-id=16 user-id=32 mark-inherited=64"}},
      "Copy the permissions of {FOLDER*} to everything below it"},
@@ -174,7 +178,7 @@ constexpr OperationArguments table[] = {
      "Erase {VOLUME} and make it an install medium", asked, "installer programs"},
     {"erase-diskblocks",
      {{"DEVICE", text, "Name of the device, without its folder"},
-      {"COUNT", number, "Number of blocks of 512 bytes"}},
+      {"COUNT", count, "Number of blocks of 512 bytes"}},
      "Erase the first {COUNT} blocks of {DEVICE} for good", asked},
     {"write-smcvalue",
      {{"KEY", text, "Key of four characters"},
@@ -200,6 +204,8 @@ std::string_view typeLettersOf(ArgumentForm form) {
     case taggedText:
       return "SS";
     case number:
+    case count:
+    case fourCharacters:
     case numberFlag:
     case onOff:
     case signal:

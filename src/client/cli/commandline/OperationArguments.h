@@ -30,6 +30,10 @@ enum class ArgumentForm {
   /// Not written. The text in `detail` is sent.
   constant,
   number,
+  /// A number that is not negative.
+  count,
+  /// Four characters ("TEXT", or "'1234'" to set it apart from a number) or their number.
+  fourCharacters,
   /// An option without a value, sent as a boolean number.
   numberFlag,
   /// "on" or "off", sent as a boolean number.

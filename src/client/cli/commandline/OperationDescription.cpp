@@ -25,7 +25,7 @@ std::string_view feedbackOf(const QRTPrivilegedOperation& operation) {
 
 /// The word for the value of an option.
 std::string_view placeholderOf(ArgumentForm form) {
-  if (form == ArgumentForm::number) return "NUMBER";
+  if (form == ArgumentForm::number || form == ArgumentForm::count) return "NUMBER";
   if (form == ArgumentForm::bits) return "WORD";
   return "TEXT";
 }

@@ -73,6 +73,8 @@ std::string sentAs(const ArgumentDescription& argument) {
       return "A boolean";
     case ArgumentForm::ownProcess:
       return "The requestor's process identifier";
+    case ArgumentForm::fourCharacters:
+      return "The characters' bytes as a number, the first one highest";
     case ArgumentForm::signal:
       return "The system's own number";
     case ArgumentForm::accessControlList:
@@ -81,6 +83,7 @@ std::string sentAs(const ArgumentDescription& argument) {
     case ArgumentForm::text:
     case ArgumentForm::utilityWord:
     case ArgumentForm::number:
+    case ArgumentForm::count:
       return "";
   }
   return "";
