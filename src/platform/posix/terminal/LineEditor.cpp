@@ -145,3 +145,9 @@ std::unique_ptr<LineEditor> makeLineEditor(LineEditor::Completer completer) {
 }
 
 }  // namespace qrt
+
+#ifdef __SANITIZE_ADDRESS__
+// The library never frees the name and the description of a function that is added to it.
+extern "C" const char* __lsan_default_suppressions() { return "leak:wcsdup"; }
+extern "C" const char* __lsan_default_options() { return "print_suppressions=0"; }
+#endif
