@@ -63,7 +63,7 @@ class ClientFixture : public testing::Test {
   std::string bundlePath = "/nowhere", language = "C";
   std::chrono::milliseconds noticeDelay{60'000};
   NativePlatform native;
-  const Platform platform = platformWith(
+  Platform platform = platformWith(
       {.log = &log, .self = &self, .authority = &authority, .helperConnector = &helper},
       native.facilities());
 };

@@ -177,8 +177,9 @@ constexpr OperationArguments table[] = {
       {"VOLUME", path, "Volume that becomes the medium"}},
      "Erase {VOLUME} and make it an install medium", asked, "installer programs"},
     {"erase-diskblocks",
-     {{"DEVICE", text, "Name of the device, without its folder"},
-      {"COUNT", count, "Number of blocks of 512 bytes"}},
+     {{"DEVICE", device, "Name of the device, without its folder"},
+      {"COUNT", count, "Number of blocks of 512 bytes"},
+      {preserveMountsOption, clientFlag, "Permit a device that is mounted"}},
      "Erase the first {COUNT} blocks of {DEVICE} for good", asked},
     {"write-smcvalue",
      {{"KEY", text, "Key of four characters"},
@@ -196,6 +197,7 @@ std::string_view typeLettersOf(ArgumentForm form) {
     case path:
     case pathWithOption:
     case text:
+    case device:
     case utilityWord:
     case choice:
     case textFlag:

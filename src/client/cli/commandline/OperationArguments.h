@@ -17,6 +17,8 @@ enum class ArgumentForm {
   text,
   /// A path when the option `detail` is given, otherwise a text.
   pathWithOption,
+  /// The name of a storage device, sent as written.
+  device,
   /// A word for a program that runs in another folder, sent as written; see CallerPaths.h.
   utilityWord,
   /// A text that is sent after a second text, the `detail`.

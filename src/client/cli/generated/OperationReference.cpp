@@ -81,6 +81,7 @@ std::string sentAs(const ArgumentDescription& argument) {
       return "The system's external form";
     case ArgumentForm::fileContents:
     case ArgumentForm::text:
+    case ArgumentForm::device:
     case ArgumentForm::utilityWord:
     case ArgumentForm::number:
     case ArgumentForm::count:

@@ -8,6 +8,7 @@
 #include "client/cli/commandline/CallerPaths.h"
 #include "client/cli/output/ShownName.h"
 #include "client/cli/output/SizeText.h"
+#include "platform/DiskDescription.h"
 #include "platform/FileSystem.h"
 #include "platform/Platform.h"
 
@@ -49,6 +50,14 @@ std::string_view formFor(const ObjectCount& count) {
   return count.objects == 1 ? oneObjectExtent : folderExtent;
 }
 
+/// `sda ("A model", 1 TB)`, as far as it is known.
+std::string deviceText(const std::string& name, const std::string& root) {
+  const auto disk = describeDisk(root, name);
+  auto facts = disk.model.empty() ? "" : shownName(disk.model);
+  if (disk.bytes > 0) facts += (facts.empty() ? "" : ", ") + sizeText(disk.bytes);
+  return facts.empty() ? shownName(name) : shownName(name) + " (" + facts + ')';
+}
+
 std::string joined(const std::vector<std::string>& words) {
   std::string text;
   for (const auto& word : words) text += (text.empty() ? "" : " ") + shownName(word);
@@ -70,6 +79,9 @@ std::string ActionText::textOf(std::string_view place, const Translation& langua
                    [&](const ArgumentDescription& each) { return each.name == name; });
   if (argument == arguments.end()) return {};
   const auto& given = words_[static_cast<std::size_t>(argument - arguments.begin())];
+  if (argument->form == ArgumentForm::device) {
+    return deviceText(given.front(), context_.platform.root);
+  }
   if (argument->form != ArgumentForm::path || given.empty()) return joined(given);
   const auto absolute = absolutePath(given.front(), context_.caller);
   const auto& path = absolute ? *absolute : given.front();

@@ -3,11 +3,13 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <string_view>
 #include <vector>
 
 #include "client/cli/commandline/CallerPaths.h"
 #include "platform/CallerProcess.h"
+#include "platform/DiskDescription.h"
 #include "platform/FileSystem.h"
 #include "platform/Platform.h"
 
@@ -66,12 +68,26 @@ const Danger* dangerOf(const FileStatus& object, const Places& places) {
   return found == std::end(dangers) ? nullptr : found;
 }
 
+/// The same for an operation on a storage device.
+std::optional<UsageError> mountedDevice(const OperationArguments& operation,
+                                        const GivenWords& words, const WordContext& context) {
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    if (operation.arguments.data()[i].form != ArgumentForm::device) continue;
+    const auto& name = words[i].front();
+    const auto place = describeDisk(context.platform.root, name).mountPoint;
+    if (place.empty() || isGiven(preserveMountsOption, operation, words)) return std::nullopt;
+    return UsageError{fmt::format("'{}' or a part of it is mounted at {}; the option {} permits it",
+                                  name, place, preserveMountsOption)};
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 std::optional<UsageError> dangerousPath(const OperationArguments& operation,
                                         const GivenWords& words, const WordContext& context) {
   // An operation with a list of paths deletes them or what is in them.
-  if (!takesPathList(operation)) return std::nullopt;
+  if (!takesPathList(operation)) return mountedDevice(operation, words, context);
   const Places places(context);
   for (const auto& word : words.back()) {
     const auto path = absolutePath(word, context.caller);

@@ -1,4 +1,4 @@
-// Paths that a user rarely wants to delete.
+// Paths and devices that a user rarely wants to delete.
 #pragma once
 
 #include <optional>
@@ -8,7 +8,7 @@
 namespace qrt {
 
 /// An error when the operation would delete or empty the root folder, the caller's home or a mount
-/// point, and the option that names this danger is not among the words.
+/// point, or erase a mounted device, and the option that names this danger is not among the words.
 std::optional<UsageError> dangerousPath(const OperationArguments& operation,
                                         const GivenWords& words, const WordContext& context);
 

@@ -42,4 +42,20 @@ std::optional<std::string> mountPointIn(std::string_view table, std::uint64_t mo
   return std::nullopt;
 }
 
+std::optional<std::string> mountPointOfDevice(std::string_view table, std::string_view number,
+                                              std::string_view path) {
+  while (!table.empty()) {
+    auto line = takeUntil(table, '\n');
+    for (int field = 0; field < 2; ++field) takeUntil(line, ' ');  // Mount, parent.
+    const auto device = takeUntil(line, ' ');
+    takeUntil(line, ' ');  // Root.
+    const auto place = takeUntil(line, ' ');
+    constexpr std::string_view endOfOptions = " - ";
+    line.remove_prefix(std::min(line.find(endOfOptions), line.size()));
+    for (int field = 0; field < 3; ++field) takeUntil(line, ' ');  // The end, the type.
+    if (device == number || takeUntil(line, ' ') == path) return unescaped(place);
+  }
+  return std::nullopt;
+}
+
 }  // namespace qrt
