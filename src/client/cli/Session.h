@@ -12,7 +12,7 @@ namespace qrt {
 /// and it lives at least as long as this registration.
 class Session {
  public:
-  /// Null when there is none to that address, or when it cannot be used any more.
+  /// Null when no connection to that address is usable.
   Requestor* requestorAt(const std::string& address) const {
     const bool isUsable = requestor_ && address_ == address && !requestor_->wasInterrupted();
     return isUsable ? requestor_.get() : nullptr;

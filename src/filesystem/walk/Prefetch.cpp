@@ -266,7 +266,7 @@ void Prefetch::help() {
   }
 }
 
-/// False if there is none for a while.
+/// False if no work comes for a while.
 bool Prefetch::waitForWork() {
   const auto isMet = [this] { return hasWork(); };
   if (!count_.isWaiting() && poll(isMet)) return true;

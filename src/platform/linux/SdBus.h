@@ -24,7 +24,7 @@ struct BusErrorOwner {
   BusErrorOwner& operator=(const BusErrorOwner&) = delete;
   ~BusErrorOwner() { sd_bus_error_free(&error); }
 
-  sd_bus_error error = SD_BUS_ERROR_NULL;
+  sd_bus_error error{};
 };
 
 /// The bus of the system, for short questions: a call fails after 5 s. Null when there is no bus.

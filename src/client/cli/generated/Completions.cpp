@@ -2,7 +2,7 @@
 
 namespace qrt {
 
-// Each asks "qrtctl complete" for the candidates and their help. Where there are none, the shell
+// Each asks "qrtctl complete" for the candidates and their help. Without a candidate, the shell
 // completes paths.
 
 std::string bashCompletion(const OperationDescriptions&) {

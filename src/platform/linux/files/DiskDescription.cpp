@@ -73,8 +73,11 @@ class BlockDevices {
     if (number.empty() || levels == 0) return {};
     if (const auto place = mountPointOfDevice(mounts_, number, "/dev/" + name)) return *place;
     auto users = namesIn(folder + "/holders");
+    const auto isPartition = [&](const std::string& name) {
+      return !textOf(folder + '/' + name + "/partition").empty();
+    };
     for (auto& part : namesIn(folder)) {
-      if (!textOf(folder + '/' + part + "/partition").empty()) users.push_back(std::move(part));
+      if (isPartition(part)) users.push_back(std::move(part));
     }
     for (const auto& user : users) {
       if (auto place = mountPointOf(user, levels - 1); !place.empty()) return place;
