@@ -68,10 +68,14 @@ std::string signatureOf(const Call& call) {
 
 /// {"file": "F"}, with numbers unquoted.
 std::string mapOf(const OperationParameter& parameter) {
-  std::string entries;
   const std::string quote = parameter.kind == ParameterKind::choice ? "\"" : "";
+  const auto entryOf = [&](const std::string& word, const std::string& value) {
+    return "\"" + word + "\": " + quote + value + quote;
+  };
+  std::string entries;
   for (const auto& [word, value] : choicesOf(parameter)) {
-    entries += (entries.empty() ? "\"" : ", \"") + word + "\": " + quote + value + quote;
+    if (!entries.empty()) entries += ", ";
+    entries += entryOf(word, value);
   }
   return "{" + entries + "}";
 }

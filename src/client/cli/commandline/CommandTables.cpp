@@ -99,6 +99,7 @@ constexpr CommandExample examples[] = {
 };
 
 constexpr std::string_view notes[] = {
+    // Every text takes several lines. NOLINTNEXTLINE(bugprone-suspicious-missing-comma)
     "Records, program output and answers go to standard output, progress and messages to standard "
     "error. Failures have colour on a terminal, unless the variable NO_COLOR is set or TERM is "
     "\"dumb\".",
@@ -107,9 +108,9 @@ constexpr std::string_view notes[] = {
     "A question precedes each operation that destroys something; --yes answers it. It names the "
     "first object and what is below it; \"at least\" means that the count ended after 2 seconds or "
     "that you may not read everything. It goes to the controlling terminal, wherever the standard "
-    "streams go. A process without one, such as a "
-    "service, is not asked. The root folder, your home folder and mount points are not deleted or "
-    "emptied without the option that names them.",
+    "streams go. A process without one, such as a service, is not asked.",
+    "The root folder, your home folder and mount points are not deleted or emptied without the "
+    "option that names them.",
     "Ctrl-C (or SIGTERM) stops an operation that sends progress or output: it ends as soon as it "
     "can, and what it did until then stays done. A second Ctrl-C leaves at once; the operation "
     "then continues in the helper, as do operations without feedback.",

@@ -85,7 +85,7 @@ std::string ActionText::textOf(std::string_view place, const Translation& langua
   if (argument->form != ArgumentForm::path || given.empty()) return joined(given);
   const auto absolute = absolutePath(given.front(), context_.caller);
   const auto& path = absolute ? *absolute : given.front();
-  const auto object = place == name ? shownName(path) : withExtent(path, language);
+  auto object = place == name ? shownName(path) : withExtent(path, language);
   if (given.size() == 1) return object;
   return filled(language(listOfObjects), object, given.size() - 1);
 }

@@ -73,11 +73,11 @@ class BlockDevices {
     if (number.empty() || levels == 0) return {};
     if (const auto place = mountPointOfDevice(mounts_, number, "/dev/" + name)) return *place;
     auto users = namesIn(folder + "/holders");
-    const auto isPartition = [&](const std::string& name) {
-      return !textOf(folder + '/' + name + "/partition").empty();
+    const auto isPartition = [&](const std::string& part) {
+      return !textOf(folder + '/' + part + "/partition").empty();
     };
-    for (auto& part : namesIn(folder)) {
-      if (isPartition(part)) users.push_back(std::move(part));
+    for (auto& inner : namesIn(folder)) {
+      if (isPartition(inner)) users.push_back(std::move(inner));
     }
     for (const auto& user : users) {
       if (auto place = mountPointOf(user, levels - 1); !place.empty()) return place;
