@@ -137,6 +137,7 @@ TEST_F(CommandLineTest, WrongWordsAreRefusedBeforeTheHelperIsAsked) {
       {{"modify-hfsattr", "a", "TEXTS", "1"}, "TYPE: 'TEXTS' is not four characters such as"},
       {{"erase-diskblocks", "sda", "--", "-1"}, "COUNT: '-1' is not a whole number of 0 or more"},
       {{"create-fileobject", "a", "D"}, "TYPE: 'D' is not one of: file, executable, folder"},
+      {{"execute-utility", "ls"}, "UTILITY: 'ls' is not one of: dscacheutil, chmod, chown"},
       {{"modify-systemfile", "a", "/dev"}, "/dev cannot be read"},
       {{"modify-systemfile", "a", "/dev/zero"}, "/dev/zero is larger than 15.5 MiB"},
       {{"modify-acl", "a", "u:1:r,u:1:w"}, "'u:1:r,u:1:w' is not an access control list"},

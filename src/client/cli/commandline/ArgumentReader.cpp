@@ -12,10 +12,12 @@
 #include <string_view>
 #include <utility>
 
+#include "base/Path.h"
 #include "client/cli/commandline/AccessControlArgument.h"
 #include "client/cli/commandline/CallerPaths.h"
 #include "client/cli/commandline/MessageSize.h"
 #include "client/cli/commandline/SignalNames.h"
+#include "operations/UtilityPaths.h"
 #include "platform/CallerProcess.h"
 #include "platform/Platform.h"
 
@@ -60,6 +62,14 @@ UsageResult<std::string_view> chosenValue(const ArgumentDescription& description
   return unsuitable(description, word, "one of: " + allowed);
 }
 
+UsageResult<std::string> utilityName(const ArgumentDescription& description,
+                                     const std::string& word) {
+  std::vector<std::string_view> names;
+  for (const auto path : utilityPaths()) names.push_back(path::lastComponent(path));
+  if (std::find(names.begin(), names.end(), word) != names.end()) return word;
+  return unsuitable(description, word, fmt::format("one of: {}", fmt::join(names, ", ")));
+}
+
 /// Quotes set four digits apart from a number.
 std::optional<Number> fourCharactersIn(std::string_view word) {
   const bool isQuoted = word.size() == 6 && word.front() == '\'' && word.back() == '\'';
@@ -85,6 +95,8 @@ UsageResult<PropertyValue> readWord(const ArgumentDescription& description, cons
   switch (description.form) {
     case ArgumentForm::path:
       return wrapped(absolutePath(word, context.caller));
+    case ArgumentForm::utility:
+      return wrapped(utilityName(description, word));
     case ArgumentForm::utilityWord:
       return wrapped(wordForProgram(word, context.caller, context.platform.files));
     case ArgumentForm::fileContents:

@@ -159,7 +159,7 @@ constexpr OperationArguments table[] = {
      "Copy the permissions of {FOLDER*} to everything below it"},
     {"execute-utility",
      {{"", constant, "", once, "qrtctl"},
-      {"UTILITY", text, "Name of the utility"},
+      {"UTILITY", utility, "Name of the utility"},
       {"ARGUMENT", utilityWord, "Argument of the utility; its paths are absolute", any}},
      "Run {UTILITY} {ARGUMENT}"},
     {"enable-ipvsix",
@@ -198,6 +198,7 @@ std::string_view typeLettersOf(ArgumentForm form) {
     case pathWithOption:
     case text:
     case device:
+    case utility:
     case utilityWord:
     case choice:
     case textFlag:

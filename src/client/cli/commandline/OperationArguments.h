@@ -19,6 +19,8 @@ enum class ArgumentForm {
   pathWithOption,
   /// The name of a storage device, sent as written.
   device,
+  /// The name of a utility that the helper runs, sent as written.
+  utility,
   /// A word for a program that runs in another folder, sent as written; see CallerPaths.h.
   utilityWord,
   /// A text that is sent after a second text, the `detail`.

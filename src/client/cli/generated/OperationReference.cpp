@@ -82,6 +82,7 @@ std::string sentAs(const ArgumentDescription& argument) {
     case ArgumentForm::fileContents:
     case ArgumentForm::text:
     case ArgumentForm::device:
+    case ArgumentForm::utility:
     case ArgumentForm::utilityWord:
     case ArgumentForm::number:
     case ArgumentForm::count:
