@@ -24,6 +24,8 @@ class HeldObject {
       : descriptor_(std::move(descriptor)), name_(std::move(name)) {}
 
   PosixResult<FileStatus> status() const;
+  /// Whether its mount refuses changes.
+  bool isReadOnly() const;
 
   PosixCode setOwner(std::uint32_t userID, std::uint32_t groupID) const;
   /// Sets the twelve permission bits. `notSupported` for links on systems where links have no

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/RightForecast.h"
 #include "platform/macos/CFValue.h"
 #include "platform/macos/MacosFacilities.h"
 
@@ -108,7 +109,36 @@ class MacosAuthority : public Authority {
   }
 };
 
+RightForecast forecastFor(OSStatus status) {
+  switch (status) {
+    case errAuthorizationSuccess:
+      return RightForecast::granted;
+    case errAuthorizationInteractionNotAllowed:
+      return RightForecast::needsPassword;
+    case errAuthorizationDenied:
+      return RightForecast::refused;
+    default:
+      return RightForecast::unknown;
+  }
+}
+
 }  // namespace
+
+/// Without the flag that allows interaction, the system shows no dialog. What is granted ends with
+/// the reference.
+RightForecast forecastOfRight(const std::string& right, RightRule) {
+  AuthorizationRef reference = nullptr;
+  if (AuthorizationCreate(nullptr, kAuthorizationEmptyEnvironment, kAuthorizationFlagDefaults,
+                          &reference) != errAuthorizationSuccess) {
+    return RightForecast::unknown;
+  }
+  ::AuthorizationItem item{right.c_str(), 0, nullptr, 0};
+  const ::AuthorizationRights rights{1, &item};
+  const auto status = AuthorizationCopyRights(reference, &rights, kAuthorizationEmptyEnvironment,
+                                              kAuthorizationFlagExtendRights, nullptr);
+  AuthorizationFree(reference, kAuthorizationFlagDestroyRights);
+  return forecastFor(status);
+}
 
 std::unique_ptr<Authority> makeAuthority() { return std::make_unique<MacosAuthority>(); }
 

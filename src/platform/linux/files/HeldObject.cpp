@@ -23,12 +23,14 @@ PosixResult<FileStatus> HeldObject::status() const {
   return objectStatus(descriptor(), "", AT_EMPTY_PATH);
 }
 
+bool HeldObject::isReadOnly() const { return refusesChanges(descriptor()); }
+
 PosixCode HeldObject::setOwner(std::uint32_t userID, std::uint32_t groupID) const {
   return codeFor(::fchownat(descriptor(), "", userID, groupID, AT_EMPTY_PATH));
 }
 
 PosixCode HeldObject::setFlags(const FileStatus& seen, std::uint32_t wanted) const {
-  if (refusesChanges(descriptor())) return PosixCode::readOnlyFileSystem;
+  if (isReadOnly()) return PosixCode::readOnlyFileSystem;
   if (wanted == seen.flags) return PosixCode::success;
   if (!inode_flags::canBe(wanted, seen.type())) return PosixCode::notSupported;
   return inode_flags::write(*this, {seen.flags, wanted});

@@ -7,6 +7,7 @@
 #include "platform/macos/files/CommonAttribute.h"
 #include "platform/macos/files/ObjectStatus.h"
 #include "platform/posix/NativeError.h"
+#include "platform/posix/ReadOnlyMount.h"
 
 namespace qrt {
 namespace {
@@ -23,6 +24,9 @@ PosixResult<FileStatus> HeldObject::status() const {
   if (name_.empty()) return objectStatus(descriptor());
   return objectStatus(descriptor(), name_.c_str(), Links::stay);
 }
+
+/// What has no descriptor of its own is on the mount of its folder.
+bool HeldObject::isReadOnly() const { return refusesChanges(descriptor()); }
 
 PosixCode HeldObject::setOwner(std::uint32_t userID, std::uint32_t groupID) const {
   if (name_.empty()) return codeFor(::fchown(descriptor(), userID, groupID));
