@@ -36,6 +36,9 @@ TEST_F(CommandLineTest, CandidatesFitThePlaceOfTheWord) {
       {{"execute-utility", "chm"}, "chmod\n"},
       {{"execute-utility", "chmod", "chm"}, ""},
       {{"enable-ipvsix", "lo"}, "lo\n"},
+      {{"plan", "signal"}, "signal-process\t"},
+      {{"plan", "signal-process", "1", "TE"}, "TERM\n"},
+      {{"plan", "doc"}, ""},
   };
   for (const auto& [words, wanted] : cases) {
     Words all{"complete", "--"};

@@ -23,7 +23,6 @@
 #include "client/cli/commandline/CallerPaths.h"
 #include "client/cli/commandline/CommandLine.h"
 #include "client/cli/commandline/CommandRecords.h"
-#include "client/cli/commandline/NearestWords.h"
 #include "client/cli/commandline/OperationDescription.h"
 #include "client/cli/completion/Candidates.h"
 #include "client/cli/completion/TypedWords.h"
@@ -38,6 +37,8 @@
 #include "client/cli/paths/PathRequests.h"
 #include "client/cli/paths/PathSummary.h"
 #include "client/cli/paths/PathsOnInput.h"
+#include "client/cli/plan/Plan.h"
+#include "client/cli/plan/PlanOutput.h"
 #include "operations/NSProcessInfoQRTAdditions.h"
 #include "operations/QRTPrivilegedOperationSetVK2.h"
 #include "operations/StringTables.h"
@@ -128,7 +129,8 @@ class Client {
       case BuiltInCommand::operations:
         return listOperations();
       case BuiltInCommand::help:
-        break;  // The parser has its text.
+      case BuiltInCommand::plan:
+        break;  // The parser has its text, or has replaced the command.
       case BuiltInCommand::explain:
         return explain(use.word());
       case BuiltInCommand::doctor:
@@ -157,6 +159,7 @@ class Client {
     auto arguments = readArguments(use.operation.row.arguments, *words, context);
     if (!arguments) return refuse(arguments.error());
     if (auto error = dangerousPath(use.operation.row, *words, context)) return refuse(*error);
+    if (options_.isDryRun) return show(planFor(use.operation, *words, context));
     warnOfMissingFeature(use.operation.row);
     auto iconPath = absolutePath(options_.iconPath, environment_.caller);
     if (!iconPath) return refuse(iconPath.error());
@@ -196,6 +199,13 @@ class Client {
       return ExitStatus::interrupted;
     }
     return conclude(outcome, **requestor);
+  }
+
+  /// The status is the operation's own, as far as it can be known.
+  ExitStatus show(const Plan& plan) {
+    const auto written =
+        isJson_ ? status(presenter_->showAnswer(recordOf(plan))) : write(textOf(plan));
+    return written == ExitStatus::done ? plan.status() : written;
   }
 
   /// The words of each argument. The list of paths, always the last argument, has those on standard
@@ -349,12 +359,7 @@ class Client {
         descriptions_.begin(), descriptions_.end(), [&](const OperationDescription& operation) {
           return operation.row.identifier == identifier || operation.right == identifier;
         });
-    if (found == descriptions_.end()) {
-      std::vector<std::string_view> names;
-      for (const auto& operation : descriptions_) names.push_back(operation.row.identifier);
-      return refuse({fmt::format("There is no operation '{}'{}", identifier,
-                                 proposalFor(identifier, names))});
-    }
+    if (found == descriptions_.end()) return refuse(unknownOperation(identifier, descriptions_));
     if (isJson_) return status(presenter_->showAnswer(recordOf(*found, systemFeatures())));
     return write(explanationOf(*found, systemFeatures()));
   }

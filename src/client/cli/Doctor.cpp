@@ -38,10 +38,6 @@ constexpr const char* installRights = "sudo qrtctl install-rights";
 constexpr const char* reinstallPackage = "sudo apt-get install --reinstall privileged-helper";
 constexpr const char* reinstallRights = "sudo qrtctl remove-rights && sudo qrtctl install-rights";
 
-RightRule ruleOf(const OperationDescription& operation) {
-  return operation.users == "everybody" ? RightRule::everybody : RightRule::administrators;
-}
-
 Finding diagnoseAuthority(const AuthorityInUse& authority) {
   const auto state = authority.canAsk ? State::good : State::absent;
   return {"authority", authority.remedy.empty() ? state : State::problem, authority.name,

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iterator>
+#include <optional>
 #include <utility>
 
 #include "client/cli/commandline/NearestWords.h"
@@ -14,6 +15,8 @@ namespace {
 
 constexpr const char* commandFooter =
     R"("qrtctl --help" shows the options for all commands and the exit statuses.)";
+
+constexpr std::string_view planName = "plan";
 
 /// CLI11 gives some plain words a meaning: "[a,b]" is a list, "++" ends a command. A mark before
 /// such a word hides it from CLI11; the mark is removed from the result.
@@ -87,12 +90,23 @@ struct BuiltInParser {
   CLI::Option* option;
 };
 
+using WordIterator = std::vector<std::string>::iterator;
+
+/// The first word that is neither an option nor the value of a general one.
+WordIterator commandFrom(WordIterator word, WordIterator end) {
+  while (word != end && word->starts_with('-') && *word != "--") {
+    const bool hasValue = isGeneralOptionWithValue(*word) && word + 1 != end;
+    word += hasValue ? 2 : 1;
+  }
+  return word != end && *word == "--" ? end : word;
+}
+
 using ParsedWords = std::variant<Command, HelpText, VersionRequest, UsageError>;
 
 class Parser {
  public:
   Parser(const OperationDescriptions& operations, const CommandOptions& defaults)
-      : options_(defaults) {
+      : descriptions_(operations), options_(defaults) {
     app_.require_subcommand(1);
     app_.footer(std::string(usageNotes()));
     app_.set_help_flag(std::string(helpOption.names), std::string(helpOption.help));
@@ -108,7 +122,8 @@ class Parser {
     for (const auto& operation : operations) addOperation(operation);
   }
 
-  ParsedWords parse(const std::vector<std::string>& words) {
+  ParsedWords parse(std::vector<std::string> words) {
+    if (auto error = replacePlan(words)) return *error;
     try {
       app_.parse(marked(words));
     } catch (const CLI::CallForHelp&) {
@@ -129,10 +144,36 @@ class Parser {
     const auto* builtIn = std::get_if<BuiltInUse>(&parsed.use);
     const bool isHelp = builtIn && builtIn->command == BuiltInCommand::help;
     if (isHelp) return helpOn(builtIn->word());
+    if (builtIn && parsed.options.isDryRun && isChange(builtIn->command)) {
+      return UsageError{fmt::format("There is no plan for {}", parsed.name)};
+    }
     return parsed;
   }
 
  private:
+  static bool isChange(BuiltInCommand command) {
+    const auto all = builtInCommands();
+    return std::any_of(all.begin(), all.end(), [&](const BuiltInDescription& one) {
+      return one.command == command && one.isChange;
+    });
+  }
+
+  /// "plan OPERATION" becomes "--dry-run OPERATION". Without a word for the operation it stays, so
+  /// that its help can be shown.
+  std::optional<UsageError> replacePlan(std::vector<std::string>& words) {
+    const auto place = commandFrom(words.begin(), words.end());
+    if (place == words.end() || *place != planName) return std::nullopt;
+    const auto word = commandFrom(place + 1, words.end());
+    if (word == words.end()) return std::nullopt;
+    const bool isOperation = std::any_of(
+        operations_.begin(), operations_.end(),
+        [&](const OperationParser& parser) { return parser.operation.row.identifier == *word; });
+    if (!isOperation) return unknownOperation(*word, descriptions_);
+    options_.isDryRun = true;
+    words.erase(place);
+    return std::nullopt;
+  }
+
   CLI::App* addCommand(std::string_view name, std::string_view help, const std::string& group) {
     auto* const command = app_.add_subcommand(std::string(name), std::string(help));
     command->group(group);
@@ -264,6 +305,7 @@ class Parser {
   }
 
   CLI::App app_{"Asks the privileged helper to do maintenance work that needs root.", "qrtctl"};
+  const OperationDescriptions& descriptions_;
   CommandOptions options_;
   std::vector<BuiltInParser> builtIns_;
   std::vector<OperationParser> operations_;

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstddef>
 
 #include "client/cli/commandline/OperationArguments.h"
@@ -14,6 +15,8 @@ const GeneralOption options[] = {
     {"--json", "", "Write output as JSON lines", &CommandOptions::isJson},
     {"--yes", "", "Answer yes to the question before something is destroyed",
      &CommandOptions::assumesYes},
+    {"--dry-run", "", "Show what the operation would do, and change nothing; see the command plan",
+     &CommandOptions::isDryRun},
     {"--json-paths", "", "Read paths in the form in which JSON output writes them",
      &CommandOptions::hasJsonPaths},
     {"--quiet", "", "Show neither progress nor notices", &CommandOptions::isQuiet},
@@ -37,12 +40,23 @@ constexpr BuiltInDescription commands[] = {
      "help",
      "Show how a command is used.",
      {"COMMAND", Occurrence::optional, "Name of the command"}},
+    {BuiltInCommand::plan,
+     "plan",
+     "Show what an operation would do and what protects its objects from it, which right it needs, "
+     "whether a password is asked for, and whether this system can do it. Changes nothing, asks no "
+     "helper, and ends with the status that the operation would have.",
+     {"OPERATION", Occurrence::once, "Name of the operation; its arguments follow"}},
     {BuiltInCommand::doctor, "doctor",
      "Check the helper and this system. Fails when it finds a problem."},
-    {BuiltInCommand::installRights, "install-rights",
-     "Add the authorization rights of all operations to the rights database (root only)."},
-    {BuiltInCommand::removeRights, "remove-rights",
-     "Remove the authorization rights of all operations from the rights database (root only)."},
+    {.command = BuiltInCommand::installRights,
+     .name = "install-rights",
+     .help = "Add the authorization rights of all operations to the rights database (root only).",
+     .isChange = true},
+    {.command = BuiltInCommand::removeRights,
+     .name = "remove-rights",
+     .help = "Remove the authorization rights of all operations from the rights database (root "
+             "only).",
+     .isChange = true},
     {BuiltInCommand::batch,
      "batch",
      "Run commands of a file, one a line with the quotes of sh, on one connection. A wrong line is "
@@ -94,6 +108,8 @@ constexpr CommandExample examples[] = {
      "Run a utility; the words after \"--\" are its arguments."},
     {"printf 'touch-fileobject /srv/example/%s\\n' old project | qrtctl batch",
      "Run many commands, with one password for all of them."},
+    {"qrtctl plan delete-fileobjects --recursive /srv/example/old",
+     "Show what would be deleted, what protects it and whether that would work."},
     {"qrtctl explain modify-protection", "Describe an operation."},
     {"qrtctl doctor", "Find out what is wrong."},
 };
@@ -129,6 +145,11 @@ const ClientOption* clientOptionOf(const OperationArguments& operation) {
 }
 
 std::span<const GeneralOption> generalOptions() { return options; }
+bool isGeneralOptionWithValue(std::string_view word) {
+  return std::any_of(std::begin(options), std::end(options), [&](const GeneralOption& option) {
+    return option.name == word && option.text;
+  });
+}
 std::span<const BuiltInDescription> builtInCommands() { return commands; }
 std::span<const ExitStatusDescription> exitStatuses() { return statuses; }
 std::span<const CommandExample> commandExamples() { return examples; }

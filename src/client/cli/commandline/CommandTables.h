@@ -21,6 +21,8 @@ struct CommandOptions {
   bool hasJsonPaths = false;
   /// Neither progress nor notices.
   bool isQuiet = false;
+  /// Only show what would be done.
+  bool isDryRun = false;
   /// Progress also where standard error is no terminal.
   bool wantsProgress = false;
   std::string prompt;
@@ -45,6 +47,7 @@ enum class BuiltInCommand {
   operations,
   explain,
   help,
+  plan,
   doctor,
   installRights,
   removeRights,
@@ -75,6 +78,8 @@ struct BuiltInDescription {
   BuiltInArgument argument = {};
   BuiltInOption option = {};
   bool isHidden = false;
+  /// Whether it changes something, which no plan can show.
+  bool isChange = false;
 };
 
 /// An option that prints a text and ends the run.
@@ -114,6 +119,8 @@ inline constexpr ClientOption pathsToOutput{
 const ClientOption* clientOptionOf(const OperationArguments& operation);
 
 std::span<const GeneralOption> generalOptions();
+/// Whether the word is one of them and its value is the next word.
+bool isGeneralOptionWithValue(std::string_view word);
 std::span<const BuiltInDescription> builtInCommands();
 std::span<const ExitStatusDescription> exitStatuses();
 std::span<const CommandExample> commandExamples();

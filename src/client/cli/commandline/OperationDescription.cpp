@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "client/cli/commandline/CommandTables.h"
+#include "client/cli/commandline/NearestWords.h"
 #include "client/cli/output/AlignedText.h"
 #include "operations/OperationCatalogue.h"
 #include "operations/QRTPrivilegedOperationSet.h"
@@ -74,6 +75,16 @@ OperationDescriptions describedOperations(const QRTPrivilegedOperationSet& opera
                             operation.authenticationPolicy(), operation.presentationString()});
   }
   return descriptions;
+}
+
+RightRule ruleOf(const OperationDescription& operation) {
+  return operation.users == "everybody" ? RightRule::everybody : RightRule::administrators;
+}
+
+UsageError unknownOperation(const std::string& word, const OperationDescriptions& operations) {
+  std::vector<std::string_view> names;
+  for (const auto& operation : operations) names.push_back(operation.row.identifier);
+  return {fmt::format("There is no operation '{}'{}", word, proposalFor(word, names))};
 }
 
 std::string synopsisOf(const OperationArguments& operation) {

@@ -9,6 +9,8 @@
 
 #include "base/PropertyValue.h"
 #include "client/cli/commandline/OperationArguments.h"
+#include "client/cli/commandline/UsageError.h"
+#include "platform/DeclaredRights.h"
 
 namespace qrt {
 
@@ -34,6 +36,12 @@ using OperationDescriptions = std::vector<OperationDescription>;
 
 /// The operations of the set, in the catalogue's order.
 OperationDescriptions describedOperations(const QRTPrivilegedOperationSet& operations);
+
+/// The rule of its right.
+RightRule ruleOf(const OperationDescription& operation);
+
+/// For a word that is not the name of an operation.
+UsageError unknownOperation(const std::string& word, const OperationDescriptions& operations);
 
 /// What follows the operation's name: "[--recursive] PATH...".
 std::string synopsisOf(const OperationArguments& operation);

@@ -81,9 +81,11 @@ Candidates optionsOf(const OperationArguments& row) {
   return candidates;
 }
 
-Candidates commandNames(const OperationDescriptions& operations) {
+using BuiltIns = std::span<const BuiltInDescription>;
+
+Candidates commandNames(BuiltIns builtIns, const OperationDescriptions& operations) {
   Candidates candidates;
-  for (const auto& builtIn : builtInCommands()) {
+  for (const auto& builtIn : builtIns) {
     if (!builtIn.isHidden) add(candidates, builtIn);
   }
   for (const auto& operation : operations) {
@@ -103,13 +105,6 @@ Candidates operationsAndRights(const OperationDescriptions& operations, std::str
     }
   }
   return names.empty() ? rights : names;
-}
-
-bool isGeneralOptionWithValue(std::string_view word) {
-  const auto options = generalOptions();
-  return std::any_of(options.begin(), options.end(), [&](const GeneralOption& option) {
-    return option.name == word && option.text;
-  });
 }
 
 /// Null unless the operation has such an option and it takes a value.
@@ -174,7 +169,7 @@ Candidates inBuiltIn(std::string_view typed, const BuiltInDescription& builtIn,
     return operationsAndRights(operations, typed);
   }
   if (builtIn.command == BuiltInCommand::help && !typed.starts_with('-')) {
-    return commandNames(operations);
+    return commandNames(builtInCommands(), operations);
   }
   Candidates candidates;
   if (!builtIn.option.name.empty()) add(candidates, builtIn.option);
@@ -182,15 +177,16 @@ Candidates inBuiltIn(std::string_view typed, const BuiltInDescription& builtIn,
   return candidates;
 }
 
-Candidates beforeCommand(std::string_view typed, const OperationDescriptions& operations) {
-  if (!typed.starts_with('-')) return commandNames(operations);
+Candidates beforeCommand(std::string_view typed, BuiltIns builtIns,
+                         const OperationDescriptions& operations) {
+  if (!typed.starts_with('-')) return commandNames(builtIns, operations);
   Candidates candidates;
   addGeneralOptions(candidates);
   add(candidates, versionOption);
   return candidates;
 }
 
-Candidates allCandidates(Words words, const OperationDescriptions& operations) {
+Candidates allCandidates(Words words, BuiltIns builtIns, const OperationDescriptions& operations) {
   for (std::size_t i = 0; i + 1 < words.size(); ++i) {
     if (isGeneralOptionWithValue(words[i])) {
       if (i + 2 == words.size()) return {};
@@ -201,13 +197,18 @@ Candidates allCandidates(Words words, const OperationDescriptions& operations) {
           return inOperation(words.subspan(i + 1), operation.row);
         }
       }
-      for (const auto& builtIn : builtInCommands()) {
-        if (builtIn.name == words[i]) return inBuiltIn(words.back(), builtIn, operations);
+      for (const auto& builtIn : builtIns) {
+        if (builtIn.name != words[i]) continue;
+        // An operation with its words follows.
+        if (builtIn.command == BuiltInCommand::plan) {
+          return allCandidates(words.subspan(i + 1), {}, operations);
+        }
+        return inBuiltIn(words.back(), builtIn, operations);
       }
       return {};
     }
   }
-  return beforeCommand(words.back(), operations);
+  return beforeCommand(words.back(), builtIns, operations);
 }
 
 }  // namespace
@@ -215,7 +216,7 @@ Candidates allCandidates(Words words, const OperationDescriptions& operations) {
 Candidates candidatesFor(const std::vector<std::string>& words,
                          const OperationDescriptions& operations) {
   if (words.empty()) return {};
-  auto candidates = allCandidates(words, operations);
+  auto candidates = allCandidates(words, builtInCommands(), operations);
   candidates.erase(std::remove_if(candidates.begin(), candidates.end(),
                                   [&](const Candidate& candidate) {
                                     return !candidate.word.starts_with(words.back());

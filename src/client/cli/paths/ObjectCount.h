@@ -3,11 +3,15 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
+
+#include "platform/Folder.h"
 
 namespace qrt {
 
 class FileSystem;
+struct FileStatus;
 
 struct ObjectCount {
   std::uint64_t objects = 0;
@@ -17,9 +21,14 @@ struct ObjectCount {
   bool isComplete = true;
 };
 
+/// Looks at an object that is counted. `folder` is the path of the folder that holds it.
+using CountVisitor =
+    std::function<void(FileAt object, const FileStatus& status, const std::string& folder)>;
+
 /// Counts what is below the folder, without the folder itself, until the deadline. Follows no link
 /// and enters every file system.
 ObjectCount countObjects(FileSystem& files, const std::string& folder,
-                         std::chrono::steady_clock::time_point deadline);
+                         std::chrono::steady_clock::time_point deadline,
+                         const CountVisitor& visitor = {});
 
 }  // namespace qrt
