@@ -109,7 +109,7 @@ const Case cases[] = {
     {{"modify-sysconf", "k", "5"}, 0, {"Change the system setting k\n", "VALUE 5\n"}},
     {{"signal-process", "1", "TERM"}, 0, {"Send the signal TERM to the process 1\n"}},
     {{"modify-acl", "@listed", "none"}, 0, {"list on @listed; does not stop the helper\n"}},
-    {{"prop-permissions", "@tree"}, 1, {"immutable flag on @tree/deep/file; stops"}},
+    {{"prop-permissions", "@tree"}, 0, {"deep/file; stops the operation if a change is nec"}},
     {{"execute-utility", "chmod", "--", "0600", "/x"}, 0, {"run as root\n", "Run chmod 0600 /x\n"}},
     {{"rename-stashfolder", "@closed", "old"}, 1, {"moved aside\n", "immutable flag on @closed"}},
     {{"erase-diskblocks", "missing", "8"}, 4, {"/dev/missing does not exist\n"}},

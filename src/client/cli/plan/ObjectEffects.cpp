@@ -64,7 +64,7 @@ constexpr ObjectEffect model{.text = "the model for everything below it",
                              .expected = Expected::folder,
                              .reach = Reach::everythingBelow,
                              .isChange = true,
-                             .below = refusedIfFixed};
+                             .below = {.doubtful = fixing}};
 constexpr ObjectEffect rewritten{.text = "replaced by a file with the new contents",
                                  .expected = Expected::otherThanFolder,
                                  .isChange = true,

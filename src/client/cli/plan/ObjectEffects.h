@@ -18,10 +18,12 @@ enum class WhenMissing { notFound, failed, accepted };
 /// What an effect concerns. An `emptyObject` is not a folder with entries.
 enum class Reach { object, emptyObject, everythingBelow };
 
-/// Flags that the helper clears, and flags with which the system refuses the effect.
+/// Flags that the helper clears, flags with which the system refuses the effect, and flags with
+/// which it refuses the effect unless the object has it already.
 struct FlagRule {
   std::uint32_t cleared = 0;
   std::uint32_t stopping = 0;
+  std::uint32_t doubtful = 0;
 };
 
 struct ObjectEffect {

@@ -64,7 +64,8 @@ class Survey {
     if (!isAbsence(code)) {
       object_.presence = Presence::hidden;
     } else if (!isWanted() && effect_.whenMissing != WhenMissing::accepted) {
-      fail("does not exist", effect_.whenMissing == WhenMissing::notFound);
+      const bool isPathGood = code == PosixCode::noEntry;
+      fail("does not exist", isPathGood && effect_.whenMissing == WhenMissing::notFound);
     }
   }
 

@@ -90,15 +90,26 @@ std::string lineOf(const SurveyedObject& object) {
   return fmt::format("{} ({}): {}", printable(object.path), whatItIs(object), effectText(object));
 }
 
+std::string_view textOf(Consequence consequence) {
+  switch (consequence) {
+    case Consequence::cleared:
+      return "the helper clears it";
+    case Consequence::stops:
+      return "stops the operation";
+    case Consequence::mayStop:
+      return "stops the operation if a change is necessary there";
+    case Consequence::harmless:
+      break;
+  }
+  return "does not stop the helper";
+}
+
 std::string lineOf(const Protection& protection) {
-  std::string_view consequence = "does not stop the helper";
-  if (protection.consequence == Consequence::cleared) consequence = "the helper clears it";
-  if (protection.consequence == Consequence::stops) consequence = "stops the operation";
   const auto where = protection.objects == 1
                          ? printable(protection.example)
                          : fmt::format("{} objects, first {}", countText(protection.objects),
                                        printable(protection.example));
-  return fmt::format("{} on {}; {}", protection.name, where, consequence);
+  return fmt::format("{} on {}; {}", protection.name, where, textOf(protection.consequence));
 }
 
 std::string lineOf(const Obstacle& obstacle) { return "would fail: " + obstacle.text; }

@@ -23,14 +23,24 @@ constexpr FlagName flagNames[] = {
 
 Consequence consequenceOf(std::uint32_t flag, const FlagRule& rule) {
   if ((rule.stopping & flag) != 0) return Consequence::stops;
+  if ((rule.doubtful & flag) != 0) return Consequence::mayStop;
   return (rule.cleared & flag) != 0 ? Consequence::cleared : Consequence::harmless;
 }
 
 }  // namespace
 
 std::string_view wordFor(Consequence consequence) {
-  if (consequence == Consequence::stops) return "stops";
-  return consequence == Consequence::cleared ? "cleared" : "harmless";
+  switch (consequence) {
+    case Consequence::cleared:
+      return "cleared";
+    case Consequence::stops:
+      return "stops";
+    case Consequence::mayStop:
+      return "mayStop";
+    case Consequence::harmless:
+      break;
+  }
+  return "harmless";
 }
 
 void Protections::add(const Protection& protection) {

@@ -13,9 +13,9 @@ namespace qrt {
 struct FileStatus;
 
 /// What a protection means for an operation.
-enum class Consequence { cleared, stops, harmless };
+enum class Consequence { cleared, stops, mayStop, harmless };
 
-/// "cleared", "stops" or "harmless".
+/// "cleared", "stops", "mayStop" or "harmless".
 std::string_view wordFor(Consequence consequence);
 
 struct Protection {
