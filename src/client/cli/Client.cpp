@@ -90,9 +90,9 @@ class Client {
         descriptions_(describedOperations(operations)) {}
 
   ExitStatus run(const std::vector<std::string>& words) {
-    // The parser stops at an error, maybe before this option.
-    isJson_ =
-        origin_.options.isJson || std::find(words.begin(), words.end(), "--json") != words.end();
+    // The parser stops at an error, maybe before this option. Words after "--" are no options.
+    const auto end = std::find(words.begin(), words.end(), "--");
+    isJson_ = origin_.options.isJson || std::find(words.begin(), end, "--json") != end;
     auto parsed = parseCommandLine(words, descriptions_, origin_.options);
     if (const auto* help = std::get_if<HelpText>(&parsed)) return showHelp(*help);
     if (std::holds_alternative<VersionRequest>(parsed)) return showOwnVersion();

@@ -25,8 +25,10 @@ UsageResult<OptionalList> listIn(const std::string& word, const Platform& platfo
     if (list) return std::move(*list);
     return UsageError{fmt::format("the list of {} cannot be read", word.substr(1))};
   }
+  // A text without entries would remove the list, which only "none" asks for.
+  const bool hasEntries = word.find(':') != std::string::npos;
   auto list = platform.accessControl.fromText(word);
-  if (list) return std::move(*list);
+  if (hasEntries && list) return std::move(*list);
   return UsageError{fmt::format("'{}' is not an access control list", word)};
 }
 

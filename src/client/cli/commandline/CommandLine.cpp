@@ -218,18 +218,19 @@ class Parser {
     operations_.push_back({operation, command, std::move(options), clientOption});
   }
 
-  /// CLI11 begins a text about a missing value with "--name: ", one about a value for an option
-  /// that has none with "name ".
+  /// CLI11 begins a text about a missing value or one too many with "--name: ", one about a value
+  /// for an option that has none with "name ".
   static UsageError wrongValue(const std::string& text) {
     const auto name = text.substr(0, text.find_first_of(": "));
+    if (text.find(": At Most") != std::string::npos) return {name + " can be given only once"};
     if (text.starts_with('-')) return {name + " needs a value"};
     return {fmt::format("--{} takes no value", name)};
   }
 
   UsageError unexpectedWord() const {
     const auto* const command = app_.get_subcommands().front();
-    const auto word = unmarked(app_.remaining(/*recurse=*/true).front());
-    if (!word.starts_with('-')) return {fmt::format("'{}' is one word too many", word)};
+    const auto word = app_.remaining(/*recurse=*/true).front();
+    if (!word.starts_with('-')) return {fmt::format("'{}' is one word too many", unmarked(word))};
     std::vector<std::string> names;
     for (const auto* from : {command, static_cast<const CLI::App*>(&app_)}) {
       for (const auto* option : from->get_options()) {
