@@ -106,19 +106,6 @@ TEST_F(DaemonTest, AMalformedCallIsAnErrorAndIsNotCarriedOut) {
   EXPECT_EQ(daemon_->waitForEnd(), 0);
 }
 
-TEST_F(DaemonTest, BytesThatAreNoMessageEndTheirConnectionOnly) {
-  auto peer = client();
-  const Data oversized{'l', 1, 0, 1, 0, 0, 0, 2, 1, 0, 0, 0, 8, 0, 0, 0}, garbage(64, 0xAA);
-  auto senseless = RawClient::methodCall("getVersionString");
-  std::fill(senseless.begin() + 16, senseless.end(), std::uint8_t{0xFF});
-  for (const auto& bytes : {oversized, garbage, senseless}) {
-    auto other = client();
-    EXPECT_TRUE(other.send(bytes));
-    EXPECT_TRUE(other.isClosedByPeer());
-  }
-  EXPECT_TRUE(peer.call("getVersionString"));
-}
-
 TEST_F(DaemonTest, OneUserCannotFillTheRegistry) {
   const auto root = connect();
   ASSERT_EQ(root->registerClientWithPID(getpid()), success);
