@@ -15,7 +15,7 @@ const GeneralOption options[] = {
     {"--json", "", "Write output as JSON lines", &CommandOptions::isJson},
     {"--yes", "", "Answer yes to the question before something is destroyed",
      &CommandOptions::assumesYes},
-    {"--dry-run", "", "Show what the operation would do, and change nothing; see the command plan",
+    {"--dry-run", "", "Show what the operation would do, without doing it",
      &CommandOptions::isDryRun},
     {"--json-paths", "", "Read paths in the form in which JSON output writes them",
      &CommandOptions::hasJsonPaths},
@@ -42,9 +42,8 @@ constexpr BuiltInDescription commands[] = {
      {"COMMAND", Occurrence::optional, "Name of the command"}},
     {BuiltInCommand::plan,
      "plan",
-     "Show what an operation would do and what protects its objects from it, which right it needs, "
-     "whether a password is asked for, and whether this system can do it. Changes nothing, asks no "
-     "helper, and ends with the status that the operation would have.",
+     "Show what an operation would do and whether it would succeed, without doing it. The option "
+     "--dry-run does the same.",
      {"OPERATION", Occurrence::once, "Name of the operation; its arguments follow"}},
     {BuiltInCommand::doctor, "doctor",
      "Check the helper and this system. Fails when it finds a problem."},
@@ -127,6 +126,12 @@ constexpr std::string_view notes[] = {
     "streams go. A process without one, such as a service, is not asked.",
     "The root folder, your home folder and mount points are not deleted or emptied without the "
     "option that names them.",
+    "A plan names the objects of an operation with their counts and sizes, what protects them "
+    "(flags, access control lists, read-only mounts, mount points, system integrity), the right, "
+    "whether a password is asked for, and whether this system can do it. It sees what you see, "
+    "counts for 2 seconds at most, changes nothing and asks no helper. Its exit status is that of "
+    "the operation as far as it can be known: 0, 3 when you do not get the right, 4 when an object "
+    "is missing, 1 for other obstacles.",
     "Ctrl-C (or SIGTERM) stops an operation that sends progress or output: it ends as soon as it "
     "can, and what it did until then stays done. A second Ctrl-C leaves at once; the operation "
     "then continues in the helper, as do operations without feedback.",
