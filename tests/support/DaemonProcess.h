@@ -2,6 +2,7 @@
 #pragma once
 
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -13,8 +14,12 @@
 #include <cstdlib>
 #include <fstream>
 #include <string>
+#include <utility>
 
 namespace qrt::test {
+
+/// A launcher for programs that may be killed, whose daemons would stay.
+inline constexpr const char* endsWithItsParent = "setpriv --pdeathsig KILL";
 
 /// Listens at a socket in a scratch folder and starts the daemon beside this program as soon as it
 /// is made, as an activator does. The destructor stops it and removes the folder.
@@ -23,33 +28,35 @@ class DaemonProcess {
   /// `launcher` is a command that runs another: "prlimit --nofile=48". `program` is one of this
   /// build, and the words that it gets.
   explicit DaemonProcess(const std::string& launcher = "",
-                         const std::string& program = "com.vantor.system.privilegedhelper-vk2") {
+                         const std::string& program = "com.vantor.system.privilegedhelper-vk2")
+      : DaemonProcess(onDemand, launcher, program) {
+    start();
+    close(std::exchange(listening_, -1));
+  }
+
+  /// Starts no daemon: that is for `startForClient`.
+  struct OnDemand {};
+  static constexpr OnDemand onDemand{};
+  explicit DaemonProcess(OnDemand, const std::string& launcher = "",
+                         const std::string& program = "com.vantor.system.privilegedhelper-vk2")
+      : command_("mkdir -pm 0700 $0; LISTEN_FDS=1 STATE_DIRECTORY=$0 exec " + launcher +
+                 " sh -c 'LISTEN_PID=$$ exec " + folderOfPrograms() + program +
+                 "' >/dev/null 2>&1") {
     const bool hasFolder = mkdtemp(folder_.data()) != nullptr && chmod(folder_.c_str(), 0755) == 0;
-    const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    listening_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_un name{AF_UNIX, {}};
     socketPath().copy(name.sun_path, sizeof name.sun_path - 1);
-    if (!hasFolder || bind(listening, reinterpret_cast<sockaddr*>(&name), sizeof name) != 0 ||
-        chmod(name.sun_path, 0666) != 0 || listen(listening, SOMAXCONN) != 0) {
+    if (!hasFolder || bind(listening_, reinterpret_cast<sockaddr*>(&name), sizeof name) != 0 ||
+        chmod(name.sun_path, 0666) != 0 || listen(listening_, SOMAXCONN) != 0) {
       std::perror("the daemon's socket");
     }
-    const auto script = "mkdir -m 0700 $0; LISTEN_FDS=1 STATE_DIRECTORY=$0 exec " + launcher +
-                        " sh -c 'LISTEN_PID=$$ exec " + folderOfPrograms() + program +
-                        "' >/dev/null 2>&1";
-    const auto state = folder_ + "/state";
-    process_ = fork();
-    if (process_ == 0) {
-      dup2(listening, 3);
-      fcntl(3, F_SETFD, 0);
-      execl("/bin/sh", "sh", "-c", script.c_str(), state.c_str(), static_cast<char*>(nullptr));
-      _exit(127);
-    }
-    close(listening);
   }
   ~DaemonProcess() {
     if (process_ > 0) {
       kill(process_, SIGKILL);
       waitpid(process_, nullptr, 0);
     }
+    if (listening_ >= 0) close(listening_);
     if (std::system(("rm -rf " + folder_).c_str()) != 0) std::perror("rm");
   }
   DaemonProcess(const DaemonProcess&) = delete;
@@ -71,21 +78,40 @@ class DaemonProcess {
     return 0;
   }
 
-  /// Waits for the daemon to end by itself and returns its exit status; -1 after ten seconds or
+  /// Starts the daemon when a client connects. False when no client does within a moment.
+  bool startForClient() {
+    pollfd waiting{listening_, POLLIN, 0};
+    const bool isWanted = poll(&waiting, 1, 50) == 1;
+    if (isWanted) start();
+    return isWanted;
+  }
+
+  /// Waits for the daemon to end by itself and returns its exit status; -1 after that time or
   /// when a signal ended it.
-  int waitForEnd() {
-    for (int tries = 0; tries < 1000; ++tries) {
+  int waitForEnd(int milliseconds = 10'000) {
+    for (int tries = 0; tries < milliseconds; ++tries) {
       int status = 0;
       if (waitpid(process_, &status, WNOHANG) == process_) {
         process_ = -1;
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
       }
-      usleep(10'000);
+      usleep(1'000);
     }
     return -1;
   }
 
  private:
+  void start() {
+    const auto state = folder_ + "/state";
+    process_ = fork();
+    if (process_ == 0) {
+      dup2(listening_, 3);
+      fcntl(3, F_SETFD, 0);
+      execl("/bin/sh", "sh", "-c", command_.c_str(), state.c_str(), static_cast<char*>(nullptr));
+      _exit(127);
+    }
+  }
+
   /// With a slash at its end.
   static std::string folderOfPrograms() {
     char path[4096];
@@ -96,6 +122,8 @@ class DaemonProcess {
 
   // In memory: what is measured is the daemon, not a disk.
   std::string folder_ = "/dev/shm/qrt-daemon-XXXXXX";
+  const std::string command_;
+  int listening_ = -1;
   pid_t process_ = -1;
 };
 

@@ -185,6 +185,8 @@ TEST_F(DaemonTest, OneUserCannotTakeEveryPlace) {
               return oneTooMany.receiveHandshake() || HasFailure() ? 2 : 0;
             }),
             0);
+  std::vector<RawClient> ofRoot;
+  while (ofRoot.size() <= ConnectionQuota::maximumOfOneUser) ofRoot.push_back(client());
 }
 
 TEST_F(DaemonTest, APeerWithoutAProcessNumberGetsNoForm) {
