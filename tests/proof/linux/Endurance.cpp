@@ -1,0 +1,241 @@
+// Many requests, many clients and many lives of the daemon. Needs root.
+//
+//   prove_endurance SEED REQUESTS CLIENTS ENDINGS
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <functional>
+#include <random>
+#include <thread>
+
+#include "client/Requestor.h"
+#include "operations/QRTPrivilegedOperationSetVK2.h"
+#include "platform/NativePlatform.h"
+#include "platform/Platform.h"
+#include "support/ActivatedDaemon.h"
+#include "support/Figures.h"
+#include "support/ScratchFolder.h"
+
+namespace qrt::test {
+namespace {
+
+/// A closing feedback waits 250 ms, so that many connections are needed.
+constexpr int connections = 24;
+
+using Clock = std::chrono::steady_clock;
+
+struct World {
+  const NativePlatform native;
+  QRTPrivilegedOperationSetVK2 operations{native.facilities().log, native.facilities().authority};
+
+  Result<std::unique_ptr<Requestor>> connect(const std::string& address, int identifier) {
+    return Requestor::connect(native.facilities(), address, identifier, operations);
+  }
+};
+
+/// A text that begins with "/" is a path below the folder of the client.
+struct Request {
+  const char* identifier;
+  Array arguments;
+  std::int64_t code = 0;
+  /// Of the answer; -1 if the operation has no answer.
+  std::int64_t answer = -1;
+  bool hasFeedback = false;
+};
+
+/// Each series leaves the folder as it was.
+const std::vector<Request> series[] = {
+    {{"search-patterns", {"/tree", "0", "1", "1"}, 0, -1, true},
+     {"delete-foldercontents", {"/empty"}, 0, -1, true}},
+    {{"nop", {}}, {"nop", {"superfluous"}, 22}, {"discard-auth", {}}},
+    {{"inspect-fileobject", {"/file"}, 0, 2}, {"inspect-fileobject", {"/missing"}, 0, 0}},
+    {{"inspect-storagesize", {"/tree/flat"}, 0, 0}, {"touch-fileobject", {"/missing"}, 2}},
+    {{"create-fileobject", {"/new", "D"}}, {"delete-fileobjects", {"1", "1", "/new"}}},
+    {{"rename-fileobject", {"/file", "/other"}}, {"rename-fileobject", {"/other", "/file"}}},
+    {{"modify-systemfile", {"/file", Data(5000, 'x'), true}}},
+    {{"create-link", {"/link", "/file", false}}, {"delete-files", {"/link"}}},
+    {{"modify-protection", {"/tree", true, true, true}},
+     {"modify-protection", {"/tree", false, true, true}}},
+    {{"execute-utility", {"endurance", "chmod", "u+r", "/file"}}},
+    {{"nop", {std::string(200'000, 'x')}, 22}}};
+
+class Client {
+ public:
+  Client(World& world, const std::string& address, int number, unsigned seed)
+      : random_(seed + static_cast<unsigned>(number)), scratch_("/dev/shm") {
+    scratch_.make("mkdir tree tree/flat empty; touch file tree/1 tree/2");
+    if (auto made = world.connect(address, number)) requestor_ = std::move(*made);
+  }
+
+  /// One request in a hundred has feedback. Returns how many there were.
+  long perform(std::atomic<long>& errors) {
+    const bool hasFeedback = random_() % 50 == 0;
+    const auto& chosen = series[hasFeedback ? 0 : 1 + random_() % (std::size(series) - 1)];
+    for (const auto& request : chosen) errors += !isRight(request);
+    return static_cast<long>(chosen.size());
+  }
+
+ private:
+  bool isRight(const Request& request) {
+    auto arguments = request.arguments;
+    for (auto& argument : arguments) {
+      const auto* const text = argument.string();
+      if (text && text->starts_with("/")) argument = scratch_.path() + *text;
+    }
+    int messages = 0;
+    const FeedbackHandler count = [&](const Dictionary&) { ++messages; };
+    const auto outcome = requestor_->perform(request.identifier, std::move(arguments), {},
+                                             request.hasFeedback ? count : nullptr);
+    std::int64_t answer = -1;
+    if (outcome && outcome->code == 0)
+      answer = outcome->userInfo.begin()->second.number()->asInt64();
+    const bool isRight = codeOf(outcome) == request.code && answer == request.answer &&
+                         (messages >= 2) == request.hasFeedback;
+    if (!isRight) {
+      std::fprintf(stderr, "%s: %s, answer %lld, %d messages\n", request.identifier,
+                   outcome ? descriptionOf(*outcome).c_str() : "done",
+                   static_cast<long long>(answer), messages);
+    }
+    return isRight;
+  }
+
+  std::mt19937 random_;
+  const ScratchFolder scratch_;
+  std::unique_ptr<Requestor> requestor_;
+};
+
+/// One daemon over a long time.
+class LongLife {
+ public:
+  /// `work` does some work of one of the threads and returns how much.
+  using Work = std::function<long(int thread, std::atomic<long>& errors)>;
+
+  void judge(const std::string& what, long amount, int threads, const Work& work,
+             Figures& figures) {
+    run(amount / 10 + 500L * threads, threads, work);  // What each thread needs once.
+    const auto before = look();
+    run(amount, threads, work);
+    const auto after = look();
+    figures.atLeast(what, static_cast<double>(done_), static_cast<double>(amount));
+    figures.atMost(what + ": errors", static_cast<double>(errors_), 0);
+    figures.atMost(what + ": growth of memory, KiB",
+                   static_cast<double>(after.memory - before.memory), 256);
+    figures.atMost(what + ": slope, KiB for a million", slope(),
+                   256e6 / static_cast<double>(amount));
+    figures.atMost(what + ": descriptors left", after.descriptors - before.descriptors, 0);
+    figures.atMost(what + ": threads left", after.threads - before.threads, 0);
+  }
+  const DaemonProcess& daemon() const { return daemon_; }
+
+ private:
+  struct State {
+    long memory;
+    int descriptors, threads;
+  };
+  int entries(const char* folder) const {
+    return std::atoi(
+        printed("ls /proc/" + std::to_string(daemon_.processID()) + "/" + folder + " | wc -l")
+            .c_str());
+  }
+  /// After the connections that have ended are closed.
+  State look() const {
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    return {daemon_.memory(), entries("fd"), entries("task")};
+  }
+
+  void run(long amount, int threads, const Work& work) {
+    done_ = 0;
+    samples_.clear();
+    std::vector<std::thread> running;
+    for (int thread = 0; thread < threads; ++thread) {
+      running.emplace_back([&, thread] {
+        while (done_ < amount) done_ += work(thread, errors_);
+      });
+    }
+    while (done_ < amount) {
+      samples_.emplace_back(static_cast<double>(done_), static_cast<double>(daemon_.memory()));
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    for (auto& thread : running) thread.join();
+  }
+  /// Of the line that fits the samples best.
+  double slope() const {
+    double n = 0, x = 0, y = 0, xx = 0, xy = 0;
+    for (const auto& [done, memory] : samples_) {
+      n += 1, x += done, y += memory, xx += done * done, xy += done * memory;
+    }
+    const double spread = n * xx - x * x;
+    return spread > 0 ? 1e6 * (n * xy - x * y) / spread : 0;
+  }
+
+  const DaemonProcess daemon_{endsWithItsParent};
+  std::atomic<long> done_ = 0, errors_ = 0;
+  std::vector<std::pair<double, double>> samples_;
+};
+
+/// Two clients connect, call and leave, so that each meets a daemon that ends again and again.
+void judgeEndings(World& world, long endings, Figures& figures) {
+  const ActivatedDaemon daemon;
+  std::atomic<long> errors = 0;
+  const auto come = [&](int client) {
+    while (daemon.ends() < endings) {
+      auto requestor = world.connect(daemon.socketPath(), client);
+      errors += !requestor || (*requestor)->perform("nop", {});
+    }
+  };
+  std::thread other(come, 1);
+  come(2);
+  other.join();
+  figures.atLeast("endings by the last client", static_cast<double>(daemon.ends()),
+                  static_cast<double>(endings));
+  figures.atMost("endings by the last client: errors", static_cast<double>(errors), 0);
+  figures.atMost("endings by the last client: other than with 0",
+                 static_cast<double>(daemon.failures()), 0);
+}
+
+int prove(unsigned seed, long requests, long visits, long endings) {
+  Figures figures;
+  World world;
+  {
+    LongLife life;
+    const auto address = life.daemon().socketPath();
+    std::vector<std::unique_ptr<Client>> clients;
+    for (int i = 0; i < connections; ++i) {
+      clients.push_back(std::make_unique<Client>(world, address, 100 + i, seed));
+    }
+    life.judge(
+        "mixed requests", requests, connections,
+        [&](int i, std::atomic<long>& errors) {
+          return clients[static_cast<std::size_t>(i)]->perform(errors);
+        },
+        figures);
+  }
+  {
+    LongLife life;
+    const auto address = life.daemon().socketPath();
+    const auto first = world.connect(address, 1);
+    life.judge(
+        "clients that come, call and leave", visits, 4,
+        [&](int thread, std::atomic<long>& errors) {
+          const auto client = world.connect(address, 100 + thread);
+          errors += !client || (*client)->perform("nop", {});
+          return 1;
+        },
+        figures);
+  }
+  judgeEndings(world, endings, figures);
+  return figures.areKept() ? 0 : 1;
+}
+
+}  // namespace
+}  // namespace qrt::test
+
+int main(int count, char** words) {
+  if (count != 5) {
+    std::fprintf(stderr, "usage: prove_endurance SEED REQUESTS CLIENTS ENDINGS\n");
+    return 2;
+  }
+  return qrt::test::prove(static_cast<unsigned>(std::atoi(words[1])), std::atol(words[2]),
+                          std::atol(words[3]), std::atol(words[4]));
+}
