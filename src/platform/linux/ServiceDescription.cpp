@@ -36,7 +36,9 @@ const ServiceDescription& serviceDescription() {
                        "Where system configuration settings are kept; below /etc unless set."}},
       .files = {{defaultSocketPath, "The socket."},
                 {"/usr/share/polkit-1/actions",
-                 "Holds com.vantor.vk2.policy with all rights, or a file for each."}},
+                 "Holds com.vantor.vk2.policy with all rights, or a file for each."},
+                {"/usr/share/doc/privileged-helper",
+                 "Pages on the operations, the protocol, JSON and security."}},
       .clientSeeAlso = {"polkit(8)"},
       .daemonSeeAlso = {"systemd.socket(5)", "polkit(8)"}};
   return description;

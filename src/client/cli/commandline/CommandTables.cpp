@@ -73,7 +73,7 @@ constexpr BuiltInDescription commands[] = {
     {BuiltInCommand::generate,
      "generate",
      "Write a text that is generated from the tables of this program.",
-     {"TEXT", Occurrence::once, "man, daemon-man, bash, zsh, fish, reference or examples"},
+     {"TEXT", Occurrence::once, "man, daemon-man, bash, zsh, fish, reference, examples or polkit"},
      {},
      true},
 };

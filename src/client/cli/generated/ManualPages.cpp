@@ -130,12 +130,12 @@ std::string clientManual(const OperationDescriptions& operations) {
   page.item(defaultHelperAddress(), service.defaultAddress);
   page.heading("EXAMPLES");
   for (const auto& [command, meaning] : commandExamples()) page.example(command, meaning);
-  page.seeAlso(fmt::format("{}(8)", helperServiceIdentifier), service.clientSeeAlso);
+  page.seeAlso("privileged-helper(8)", service.clientSeeAlso);
   return std::move(page).text();
 }
 
 std::string daemonManual(const OperationDescriptions& operations) {
-  Page page(helperServiceIdentifier, 8, "the privileged helper, a daemon for maintenance work");
+  Page page("privileged-helper", 8, "a daemon for maintenance work that needs root");
   page.heading("SYNOPSIS");
   const auto& service = serviceDescription();
   page.line(fmt::format("\\fB{}\\fR", escaped(service.synopsis)));
