@@ -40,6 +40,15 @@ std::unique_ptr<HelperConnection> connect(const Scene& scene) {
   return connection ? std::move(*connection) : nullptr;
 }
 
+/// The form of this process. A busy daemon may need several tries.
+Data externalForm(const Scene& scene) {
+  for (;;) {
+    const auto connection = connect(scene);
+    const auto form = connection ? connection->createExternalForm() : Error();
+    if (form) return *form;
+  }
+}
+
 // The client that the others must not disturb, and the control.
 
 void bePolite(const Scene& scene) {
@@ -191,7 +200,7 @@ Data requestForADialog(const Data& form, Write write) {
 /// or all are metadata.
 void fillMemoryAtDialogs(const Scene& scene) {
   constexpr int values = 999'000;
-  const auto form = *connect(scene)->createExternalForm();
+  const auto form = externalForm(scene);
   runThreads(64, [&](int i) {
     auto peer = connectedClient(scene.socketPath);
     peer.send(requestForADialog(form, [&](WireBytes& bytes) {
@@ -216,7 +225,7 @@ void coverTheScreen(const Scene& scene) {
   for (auto& asker : askers) {
     asker = fork();
     if (asker != 0) continue;
-    const auto form = *connect(scene)->createExternalForm();
+    const auto form = externalForm(scene);
     const auto request = requestForADialog(
         form, [](WireBytes& bytes) { bytes.signature("s").string("/nonexistent"); });
     const auto dismissed = std::pair<std::string, std::int64_t>("NSPOSIXErrorDomain", 89);
