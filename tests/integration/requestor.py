@@ -51,25 +51,31 @@ class FeedbackReceiver:
         stream = Gio.Socket.new_from_fd(self._ours.detach()).connection_factory_create_connection()
         # Messages wait until the object is registered: the first one directly follows the handshake.
         flags = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.DELAY_MESSAGE_PROCESSING
-        feedback = Gio.DBusConnection.new_sync(stream, None, flags, None, None)
+        try:
+            feedback = Gio.DBusConnection.new_sync(stream, None, flags, None, None)
+        except GLib.Error:
+            return  # The daemon has refused the request, or ended.
         node = Gio.DBusNodeInfo.new_for_xml(
             f'<node><interface name="{FEEDBACK}"><method name="processPrivilegedOperationFeedback">'
             '<arg type="a{sv}" direction="in"/></method></interface></node>')
         feedback.register_object("/com/vantor/QRTPrivilegedOperationFeedback", node.interfaces[0], self._take, None, None)
         feedback.start_message_processing()
-        while not any("FinalFeedbackMessage" in message for message in self.messages):
+        feedback.connect("closed", lambda *_: None)  # Ends the wait for a message.
+        while not feedback.is_closed() and not any("FinalFeedbackMessage" in message for message in self.messages):
             context.iteration(True)
         context.pop_thread_default()
 
 
 class Requestor:
-    def __init__(self, address):
+    def __init__(self, address, patience=GLib.MAXINT):
+        """`patience`: milliseconds for each answer."""
+        self._patience = patience
         flags = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
         self.bus = Gio.DBusConnection.new_for_address_sync(address, flags)
 
     def call(self, interface, method, arguments=None, reply="()", descriptors=None):
         answer, _ = self.bus.call_with_unix_fd_list_sync(
-            None, PATH, interface, method, arguments, GLib.VariantType(reply), 0, GLib.MAXINT, descriptors)
+            None, PATH, interface, method, arguments, GLib.VariantType(reply), 0, self._patience, descriptors)
         return answer.unpack()
 
     def notify(self, method, process):
@@ -77,6 +83,12 @@ class Requestor:
         self.bus.call(None, PATH, HELPER, method, GLib.Variant("(i)", (process,)), None, 0, GLib.MAXINT)
         try:
             self.bus.flush_sync()
+        except GLib.Error:
+            pass  # The daemon has already ended.
+
+    def close(self):
+        try:
+            self.bus.close_sync()
         except GLib.Error:
             pass  # The daemon has already ended.
 
