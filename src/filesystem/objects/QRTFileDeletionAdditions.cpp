@@ -71,9 +71,12 @@ PosixCode clearImmutableFlags(const Platform& platform, FileAt top, const FileSt
   return failure ? failure->code : PosixCode::success;
 }
 
-/// An object without a readable status counts as missing, which is not an error. A lack of
-/// descriptors or memory proves nothing about the object.
-Outcome unlessMissing(PosixCode code) { return isExhaustion(code) ? posixOutcome(code) : success; }
+/// A missing object is not an error. Only these codes show that it is missing.
+Outcome unlessMissing(PosixCode code) {
+  const bool isMissing = code == PosixCode::noEntry || code == PosixCode::notDirectory ||
+                         code == PosixCode::tooManyLinks || code == PosixCode::nameTooLong;
+  return isMissing ? success : posixOutcome(code);
+}
 
 Outcome enforceSingleRemoval(const Platform& platform, FileAt object, const std::string& path) {
   auto& files = platform.files;
