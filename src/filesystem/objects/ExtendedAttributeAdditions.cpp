@@ -18,6 +18,10 @@ PosixResult<Dictionary> attributesOf(ExtendedAttributes& attached, const HeldObj
   Dictionary attributes;
   for (const auto& name : *names) {
     auto value = attached.value(valued, name);
+    const bool isLeftOut = !value && (value.error() == PosixCode::noAttribute ||
+                                      value.error() == PosixCode::notSupported);
+    // A stash would take an attribute that is missing here for one to remove.
+    if (!value && !isLeftOut) return value.error();
     if (value && !value->empty()) attributes.insert_or_assign(name, std::move(*value));
   }
   return attributes;
