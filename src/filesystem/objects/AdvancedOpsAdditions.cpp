@@ -71,7 +71,11 @@ Outcome setUserImmutableAtPath(const Platform& platform, const std::string& path
   if (code != PosixCode::success) return posixError(code);
   if (!recursive || !status->isFolder()) return success;
   std::optional<std::uint32_t> onlyFileSystem;
-  if (stayOnFileSystem) onlyFileSystem = fileSystemIDForPath(files, path);
+  if (stayOnFileSystem) {
+    onlyFileSystem = fileSystemIDForPath(files, path);
+    // No object would be on it.
+    if (*onlyFileSystem == noFileSystemID) return posixError(PosixCode::inputOutput);
+  }
   return setUserImmutableBelow(platform, *target, toValue, onlyFileSystem);
 }
 

@@ -23,6 +23,7 @@ class FlagVisitor : public TreeVisitor {
     if (object.isLink() && change_.ofLinks == OfLinks::leave) return Next::pass;
     const auto status = files_.status(object.at(), Links::stay);
     if (change_.onlyFileSystem) {
+      if (!status && isExhaustion(status.error())) return status.error();
       const bool isThere =
           status && static_cast<std::uint32_t>(status->device) == *change_.onlyFileSystem;
       if (!isThere) return Next::pass;
