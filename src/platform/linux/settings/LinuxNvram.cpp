@@ -121,9 +121,10 @@ class VariableFolder final : public NvramOptions {
     if (!written) return kernelReturn(lastError());
     // Each write sets the whole variable, so there must be exactly one.
     const auto count = write(written.get(), record.data(), record.size());
-    if (count < 0) return kernelReturn(lastError());
-    return count == static_cast<ssize_t>(record.size()) ? KernelReturn::noError
-                                                        : KernelReturn::error;
+    if (count == static_cast<ssize_t>(record.size())) return KernelReturn::noError;
+    const auto failure = count < 0 ? kernelReturn(lastError()) : KernelReturn::error;
+    if (isNew) unlinkat(folder_.get(), file->c_str(), 0);
+    return failure;
   }
 
  private:
