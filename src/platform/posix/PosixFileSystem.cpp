@@ -63,11 +63,11 @@ constexpr mode_t justMade = 0400;
 
 /// Whether the object's owner is this process's effective user and its permissions are those of
 /// `justMade`. The set-group bit does not count: the parent folder decides about it.
-bool showsJustMade(int object) {
+PosixResult<bool> showsJustMade(int object) {
   struct stat status;
   constexpr mode_t others = S_IRWXU | S_IRWXG | S_IRWXO | S_ISVTX | S_ISUID;
-  return ::fstat(object, &status) == 0 && status.st_uid == ::geteuid() &&
-         (status.st_mode & others & ~justMade) == 0;
+  if (::fstat(object, &status) != 0) return lastError();
+  return status.st_uid == ::geteuid() && (status.st_mode & others & ~justMade) == 0;
 }
 
 /// Whether the file system keeps owners and permissions. Creates a file beside the object to see
@@ -81,7 +81,8 @@ bool keepsOwners(FileAt object) {
                                      O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, justMade));
   if (!file) return true;
   removed({object.folder, name.c_str()}, 0);
-  return showsJustMade(file.get());
+  const auto isKept = showsJustMade(file.get());
+  return !isKept || *isKept;
 }
 
 PosixResult<bool> isEmpty(const Folder& folder) {
@@ -98,8 +99,9 @@ PosixResult<bool> isEmpty(const Folder& folder) {
 /// process replaced it, the replacement would get rights or contents that are not meant for it. On
 /// a file system without owners every folder passes: there are no rights to get.
 PosixResult<bool> isJustMade(const Folder& folder, FileAt object) {
-  if (!showsJustMade(folder.descriptor())) return !keepsOwners(object);
-  return isEmpty(folder);
+  const auto isShown = showsJustMade(folder.descriptor());
+  if (!isShown) return isShown.error();
+  return *isShown ? isEmpty(folder) : !keepsOwners(object);
 }
 
 }  // namespace
