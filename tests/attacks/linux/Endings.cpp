@@ -70,7 +70,8 @@ class Rounds {
 
   void play(const EndedOperation& operation) {
     ++rounds_;
-    scratch_.make("rm -rf ./*; " + std::string(operation.prepare));
+    // An ended change of a file leaves its hidden temporary file.
+    scratch_.make("rm -rf ./* ./.[!.]*; " + std::string(operation.prepare));
     auto arguments = operation.arguments;
     for (auto& argument : arguments) {
       const auto* const text = argument.string();
