@@ -47,7 +47,9 @@ std::optional<int> statusOfProgram(const Error& error) {
 
 std::optional<int> signalOfProgram(const Error& error) {
   const auto status = statusOfProgram(error);
-  return status && error.userInfo.contains(programSignalKey) ? status : std::nullopt;
+  // The map of older libraries has no `contains` for a view.
+  const bool wasKilled = error.userInfo.find(programSignalKey) != error.userInfo.end();
+  return status && wasKilled ? status : std::nullopt;
 }
 
 ExitStatus exitStatusFor(const Error& error) {
