@@ -37,6 +37,9 @@ void boundHeap() {
   constexpr int bytesOfBlocksThatAreReturned = 1 << 20;
   mallopt(M_MMAP_THRESHOLD, bytesOfBlocksThatAreReturned);
   mallopt(M_ARENA_MAX, static_cast<int>(std::max(2U, std::thread::hardware_concurrency())));
+  // AddressSanitizer has a heap of its own. The library's is then made ready at the first of these
+  // calls, which two threads must not do at once.
+  malloc_trim(0);
 }
 
 /// Whether the peer has left without sending anything. It gets no connection then.
