@@ -6,6 +6,7 @@
 #include "platform/linux/signing/SealedResources.h"
 #include "support/BundleSigner.h"
 #include "support/PlantedFile.h"
+#include "support/TestTable.h"
 
 namespace qrt {
 namespace {
@@ -177,45 +178,9 @@ TEST(LinuxCodeSigning, FindsEachChangedByteOfAProgram) {
 
 TEST(LinuxCodeSigning, FindsEachAlterationOfABundle) {
   const Application original;
-  const std::pair<std::string, std::string> rows[] = {
-      {"echo >> MacOS/program", unsignedCode},
-      {"echo '<!-- -->' >> Info.plist", infoFailed},
-      {"echo '<!-- -->' >> _CodeSignature/CodeResources", listFailed},
-      {"rm -r _CodeSignature CodeResources", listFailed},
-      {"rm CodeResources; mv _CodeSignature/CodeResources .; rmdir _CodeSignature", valid},
-      {"sed -i s=.program.=\\>../MacOS/program\\<= Info.plist", noCode},
-      {"echo b > Resources/resource", altered},
-      {"rm Resources/resource", missing + "1"},
-      {"rm -r Resources/en.lproj", valid},
-      {"echo b > Resources/en.lproj/text.strings", altered},
-      {"touch ../new", added + "1"},
-      {"mkdir -p a/b/c; touch a/1 a/b/2 a/b/c/3", added + "3"},
-      {"mkdir a; seq 1000 | sed s=^=a/= | xargs touch", added + "16"},
-      {"touch .DS_Store Resources/.DS_Store PkgInfo ../.DS_Store", valid},
-      {"mkdir _MASReceipt; touch _MASReceipt/receipt", valid},
-      // Links.
-      {"ln -sfn /etc/passwd Resources/link", altered},
-      {"mv Resources/resource PkgInfo; ln -s ../PkgInfo Resources/resource", altered},
-      {"rm Resources/link; echo a > Resources/link", altered},
-      {"mv Resources R; ln -s R Resources", added + "4 Missing 2"},
-      {"mv MacOS/program PkgInfo; ln -s ../PkgInfo MacOS/program", noCode},
-      {"ln -s b a; ln -s a b; ln -s . c", added + "3"},
-      // Code inside.
-      {"printf x | dd of=MacOS/helper bs=1 seek=5000 conv=notrunc", altered},
-      {"echo b > PlugIns/Inner.app/Contents/Resources/resource", altered},
-      {"mv PlugIns/Inner.app ../..; ln -s ../../../Inner.app PlugIns/Inner.app", altered},
-      // Nothing blocks, and nothing is read without a limit.
-      {"rm Resources/resource; mkfifo Resources/resource", altered},
-      {"rm -r _CodeSignature/* CodeResources; mkfifo _CodeSignature/CodeResources", listFailed},
-      {"rm MacOS/program; mkfifo MacOS/program", noCode},
-      {"truncate -s 4T Resources/resource", altered},
-      {"truncate -s 4T _CodeSignature/CodeResources", listFailed},
-      {"truncate -s 4T Info.plist", noCode},
-      {"for i in $(seq 300); do mkdir -p d; cd d; done", altered},
-  };
-  for (const auto& [script, expected] : rows) {
-    original.scratch.make("mkdir copy; cp -a A.app copy; cd copy/A.app/Contents; " + script);
-    EXPECT_EQ(verdict(original.scratch.path("copy/A.app")), expected) << script;
+  for (const auto& row : test::rowsOfTable("platform/linux/bundle-alterations.tsv")) {
+    original.scratch.make("mkdir copy; cp -a A.app copy; cd copy/A.app/Contents; " + row[0]);
+    EXPECT_EQ(verdict(original.scratch.path("copy/A.app")), row[1]) << row[0];
     original.scratch.make("rm -r copy");
   }
 }
@@ -306,40 +271,17 @@ TEST(LinuxCodeSigning, RefusesSealedLinksThatLeaveTheBundle) {
 }
 
 TEST(ResourceList, OmitsWhatThePatternOfAHeavierRuleMatches) {
-  const std::string omitted = "omitted", sealed = "sealed", refused = "refused";
-  const struct {
-    /// As a list writes it: a backslash is doubled.
-    std::string pattern, path, answer, rule = "{omit=<*BY>;}";
-  } rows[] = {
-      {R"(^(.*/)?\\.DS_Store$)", "a/.DS_Store", omitted},
-      {R"(^(.*/)?\\.DS_Store$)", "a/x.DS_Store", sealed},
-      {"lproj", "a.lproj/b", omitted},
-      {"lproj", "a.lproj/b", omitted, "<*BN>"},
-      {"lproj", "a.lproj/b", sealed, "<*BY>"},
-      {"lproj", "a.lproj/b", sealed, "{omit=<*BY>;weight=<*R0.4>;}"},
-      {"^[^/]+$", "a\xFF\nb", omitted},
-      {"x|", "a", omitted},
-      {"", std::string(1024, 'a'), omitted},
-      {"", std::string(1025, 'a'), sealed},
-      {"(", "", refused},
-      {R"(a\\)", "", refused},
-      {R"((a)\\1)", "", refused},
-      {R"(a\\{2\\})", "a{2}", omitted},
-      {"a{2}", "", refused},
-      {R"(a\000b)", "", refused},
-      {std::string(256, 'a'), "b", sealed},
-      {std::string(257, 'a'), "", refused},
-      {std::string(16, '(') + "a" + std::string(16, ')'), "b", sealed},
-      {std::string(17, '(') + "a" + std::string(17, ')'), "", refused},
-      {"a++++", "b", sealed},
-      {"a+++++", "", refused},
-  };
-  for (const auto& [pattern, path, answer, rule] : rows) {
+  for (const auto& row : test::rowsOfTable("platform/linux/resource-rules.tsv")) {
+    const auto pattern = test::unescaped(row[0]), path = test::unescaped(row[1]);
     const auto text =
-        "{files2={};rules2={\"^\"={weight=<*R0.5>;};\"" + pattern + "\"=" + rule + ";};}";
+        "{files2={};rules2={\"^\"={weight=<*R0.5>;};\"" + pattern + "\"=" + row[3] + ";};}";
     const auto list = ResourceList::read(Data(text.begin(), text.end()));
     SigningBudget budget, spent{.patterns = 0};
-    EXPECT_EQ(!list ? refused : list->allows(path, budget) ? omitted : sealed, answer) << pattern;
+    EXPECT_EQ(!list                        ? "refused"
+              : list->allows(path, budget) ? "omitted"
+                                           : "sealed",
+              row[2])
+        << pattern;
     EXPECT_FALSE(list && list->allows(path, spent));
   }
 }
