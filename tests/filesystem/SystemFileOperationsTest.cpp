@@ -96,38 +96,5 @@ TEST_F(SystemFileOperationsTest, RemovesOnlyItsOwnLeftovers) {
   EXPECT_EQ(names(), "file\n");
 }
 
-TEST_F(SystemFileOperationsTest, AKillAtAnyCallLeavesTheOldOrTheNewFileWhole) {
-  if (geteuid() != 0) GTEST_SKIP() << "needs root";
-  const auto file = scratch_.path("file");
-  for (const std::size_t size : {0u, 4096u, 4096u * 1024u}) {
-    const std::string old(size, 'o'), content(size + 1, 'n');
-    const auto isWhole = [&](const std::string& path) {
-      const auto status = statusOf(path);
-      const auto is = contentsOf(path);
-      return (is == old || is == content) && (status.st_mode & 07777) == 0640 &&
-             status.st_uid == 1234;
-    };
-    const auto kills = test::killAtEveryCall(
-        [&] {
-          scratch_.make("rm -rf file*");
-          scratch_.file("file", old);
-          scratch_.make("chown 1234:4321 file; chmod 0640 file; printf older > file.backup");
-        },
-        [&] { (void)overwrite(file, content, keepBackup); },
-        [&](int stop) {
-          EXPECT_TRUE(isWhole(file)) << "killed at stop " << stop;
-          const auto backup = contentsOf(file + ".backup");
-          EXPECT_TRUE(backup == "older" || backup == old || !test::exists(file + ".backup"))
-              << stop;
-          const auto others = test::printed("ls -A '" + scratch_.path() +
-                                            "' | grep -vx -e file -e file.backup | wc -l");
-          EXPECT_LE(std::stoi(others), 1) << stop;
-        });
-    EXPECT_GT(kills, 40);
-    EXPECT_EQ(overwrite(file, content, removeBackup), success);
-    EXPECT_EQ(names(), "file\n");
-  }
-}
-
 }  // namespace
 }  // namespace qrt

@@ -8,7 +8,6 @@
 #include "service/ClientSet.h"
 #include "service/ObjectRemoval.h"
 #include "support/PlantedFile.h"
-#include "support/SteppedChild.h"
 
 namespace qrt {
 namespace {
@@ -112,25 +111,6 @@ TEST_F(SelfUninstallTest, AMissingFileStopsItAndAFailedToolDoesNot) {
   EXPECT_FALSE(uninstall());
   EXPECT_EQ(doubles_.log.texts().back(),
             "Removal from Launch Services management failed with error code 3.");
-}
-
-TEST_F(SelfUninstallTest, AfterAKillASecondRequestFinishesOrNothingHasChanged) {
-  bool wasUntouched = false;
-  bool wasFinished = false;
-  const auto check = [&](int stop) {
-    SCOPED_TRACE(stop);
-    if (test::exists(program_)) {
-      EXPECT_TRUE(isUntouched());
-      wasUntouched = true;
-      return;
-    }
-    install();
-    uninstall();
-    EXPECT_TRUE(isGone() && test::exists(called_));
-    wasFinished = true;
-  };
-  EXPECT_GT(test::killAtEveryCall([this] { install(); }, [this] { uninstall(); }, check), 10);
-  EXPECT_TRUE(wasUntouched && wasFinished);
 }
 
 TEST_F(SelfUninstallTest, DeletingContinuesAfterAFailure) {

@@ -1,8 +1,7 @@
-// An action that stops at each of its system calls, to be killed or attacked there.
+// An action that stops at each of its system calls, to be attacked there.
 #pragma once
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <stdio.h>
 #include <sys/wait.h>
@@ -95,23 +94,6 @@ auto anyhow(Action action) {
     (void)action();
     return true;
   };
-}
-
-/// Kills `action` at every stop, each time after `prepare`, and calls `check` to examine what is
-/// left. Returns the number of kills.
-template <class Prepare, class Action, class Check>
-int killAtEveryCall(Prepare prepare, Action action, Check check) {
-  for (int stop = 1;; ++stop) {
-    prepare();
-    bool isOver = false;
-    {
-      SteppedChild child(anyhow(action));
-      isOver = !child.step(stop);
-      EXPECT_TRUE(!isOver || child.finish()) << "at stop " << stop;
-    }
-    check(stop);
-    if (isOver || testing::Test::HasFailure()) return stop - 1;
-  }
 }
 
 struct Attacks {

@@ -99,20 +99,6 @@ class AcrossTest : public ItemMoveTest {
   const std::string from_ = scratch_.path("tree"), to_ = scratch_.path("volume/tree");
 };
 
-TEST_F(AcrossTest, AFullVolumeKeepsTheOldTreeAndNothingOfTheNew) {
-  scratch_.file("tree/a", std::string(100000, 'a'));
-  scratch_.file("tree/b", std::string(3000000, 'b'));
-  scratch_.make("mount -o remount,size=1m volume");
-  const auto before = description(from_);
-  const auto error = move(from_, to_);
-  ASSERT_TRUE(error);
-  EXPECT_EQ(error->code, 640);
-  EXPECT_EQ(causeOf(error), 28);
-  EXPECT_EQ(*stringIn(error->userInfo, filePathErrorKey), from_ + "/b");
-  EXPECT_EQ(description(from_), before);
-  EXPECT_EQ(namesOnVolume(), "");
-}
-
 TEST_F(AcrossTest, DoesNotCopyAnObjectThatItCannotRemove) {
   using namespace file_flag;  // No volume of this system keeps the flags of the rows.
   const auto parent = platform_.files.openFolder(from_.c_str(), Links::stay);
@@ -342,22 +328,6 @@ TEST_F(AcrossTest, AnExchangedFolderIsNotRemoved) {
   EXPECT_THAT(attacks.lostStops, IsEmpty());
   EXPECT_GT(attacks.strikes, 40);
   EXPECT_THAT(test::attackAtRandomMoments(prepare, careful, strike, isSafe).lostStops, IsEmpty());
-}
-
-TEST_F(AcrossTest, AKillLeavesACompleteTreeAtOneOfThePaths) {
-  const auto make = [&] {
-    scratch_.make(
-        "rm -rf tree volume/tree; mkdir -p tree/folder; printf contents > tree/folder/file;"
-        "chmod 604 tree/folder/file; touch -d @1 tree/folder/file tree/folder tree");
-  };
-  make();
-  const auto before = description(from_);
-  const auto kills = test::killAtEveryCall(
-      make, [&] { (void)move(from_, to_); },
-      [&](int stop) {
-        EXPECT_TRUE(description(from_) == before || description(to_) == before) << stop;
-      });
-  EXPECT_GT(kills, 60);
 }
 
 }  // namespace

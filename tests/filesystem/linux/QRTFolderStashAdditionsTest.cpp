@@ -1,5 +1,4 @@
 #include "filesystem/OperationFixture.h"
-#include "support/SteppedChild.h"
 
 namespace qrt {
 namespace {
@@ -54,33 +53,6 @@ TEST_F(QRTFolderStashAdditionsTest, RefusesMissingFoldersAndTakenNames) {
     EXPECT_EQ(stash(folder, "aside", true)->code, 513);
   }
   EXPECT_TRUE(test::exists(folder));
-}
-
-TEST_F(QRTFolderStashAdditionsTest, AKillAtAnyMomentLosesNothingAndOpensNothing) {
-  if (geteuid() != 0) GTEST_SKIP() << "needs root";
-  struct stat before {};
-  std::string metadata;
-  const auto kills = test::killAtEveryCall(
-      [&] {
-        scratch_.make(
-            "rm -rf folder aside; mkdir folder; touch folder/file; chown 1234:4321 folder;"
-            "chmod 0710 folder; setfacl -m u:77:rwx,d:u:78:r-x folder");
-        before = statusOf("folder");
-        metadata = metadataOf("folder");
-      },
-      [&] { (void)stash(scratch_.path("folder"), "aside", true); },
-      [&](int stop) {
-        const bool isAside = test::exists(scratch_.path("aside"));
-        const std::string place = isAside ? "aside" : "folder";
-        EXPECT_EQ(statusOf(place).st_ino, before.st_ino) << stop;
-        EXPECT_EQ(metadataOf(place), metadata) << stop;
-        EXPECT_TRUE(test::exists(scratch_.path(place + "/file"))) << stop;
-        if (!isAside || !test::exists(scratch_.path("folder"))) return;
-        // A substitute that is not finished is closed to everybody whom the folder keeps out.
-        EXPECT_EQ(statusOf("folder").st_mode & ~(before.st_mode | 0700), 0u) << stop;
-        EXPECT_FALSE(test::exists(scratch_.path("folder/file"))) << stop;
-      });
-  EXPECT_GT(kills, 20);
 }
 
 }  // namespace

@@ -5,9 +5,7 @@
 #include <thread>
 
 #include "integration/linux/RawClient.h"
-#include "platform/linux/wire/LargeMessageQueue.h"
 #include "platform/linux/wire/ServedConnection.h"
-#include "service/ClientSet.h"
 #include "service/EmbeddedPropertyLists.h"
 #include "support/DaemonFixture.h"
 #include "support/PlantedFile.h"
@@ -104,22 +102,6 @@ TEST_F(DaemonTest, AMalformedCallIsAnErrorAndIsNotCarriedOut) {
   // The only client: no malformed call registered 0.
   peer.send(RawClient::methodCall("unregisterClientWithPID", "i", client42));
   EXPECT_EQ(daemon_->waitForEnd(), 0);
-}
-
-TEST_F(DaemonTest, OneUserCannotFillTheRegistry) {
-  const auto root = connect();
-  ASSERT_EQ(root->registerClientWithPID(getpid()), success);
-  EXPECT_EQ(asAnotherUser([&] {
-              const auto connection = connect();
-              const int most = static_cast<int>(ClientSet::maximumOfOneUser);
-              int taken = 0;
-              while (taken <= most && !connection->registerClientWithPID(-1 - taken)) ++taken;
-              for (int i = 0; i < taken; ++i) {
-                if (connection->unregisterClientWithPID(-1 - i)) return 2;
-              }
-              return taken == most ? 0 : 1;
-            }),
-            0);
 }
 
 /// The peers die after they sent their own end of the connection, so the daemon does not see them
@@ -228,25 +210,6 @@ TEST_F(DaemonTest, DisconnectsPeersThatDoNotFinishTheHandshake) {
   EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(8));
 }
 
-TEST_F(DaemonTest, LargeRequestsDoNotDelayOthers) {
-  const Array large(20, std::string(LargeMessageQueue::largestWithout, 'x'));
-  std::vector<RawClient> waiting;
-  std::vector<test::SocketPair> feedback(4);
-  for (auto& pair : feedback) {
-    waiting.push_back(client());
-    // No handshake comes for their feedback; the daemon waits for it.
-    ASSERT_TRUE(
-        waiting.back().send(request(deleteFoldercontents, large, 1, 1), {pair.first.get()}));
-  }
-  auto other = client();
-  ASSERT_TRUE(other.send(request(nop, large)));
-  EXPECT_TRUE(other.receiveReply());
-  for (auto& peer : waiting) {
-    pollfd answer{peer.socket(), POLLIN, 0};
-    EXPECT_EQ(poll(&answer, 1, 0), 0) << "it did not wait";
-  }
-}
-
 TEST_F(DaemonTest, RefusesUnusableFeedbackEndpointsAndClosesUnusedDescriptors) {
   test::SocketPair good, silent, unused;
   RawClient receiver(std::move(good.second));
@@ -268,24 +231,6 @@ TEST_F(DaemonTest, RefusesUnusableFeedbackEndpointsAndClosesUnusedDescriptors) {
     ASSERT_TRUE(reply);
     EXPECT_EQ(reply->outcome(), std::pair(std::string("NSCocoaErrorDomain"), std::int64_t{4099}));
   }
-}
-
-TEST_F(DaemonTest, ARequestorThatNeverReadsDelaysNothing) {
-  const auto folders = makeFolders(20'000);
-  const auto body = request(deleteFoldercontents, folders, 1, 1);
-  auto peer = client();
-  const auto before = daemon_->memory();
-  test::SocketPair pair;
-  ASSERT_TRUE(peer.send(body, {pair.first.get()}));
-  pair.first.reset();
-  RawClient neverReads(std::move(pair.second));
-  ASSERT_TRUE(neverReads.send(RawClient::handshakeBytes()));
-  const auto reply = peer.receiveReply();
-  ASSERT_TRUE(reply);
-  EXPECT_EQ(reply->outcome().second, 0);
-  EXPECT_TRUE(isEmptied(folders.front()) && isEmptied(folders.back()));
-  // The request itself is about a megabyte and half as values.
-  EXPECT_LT(daemon_->memory() - before, 4 << 10);
 }
 
 /// The requestor asks before the operation begins, so that each ends at its first step. Another
