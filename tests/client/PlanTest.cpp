@@ -42,7 +42,7 @@ TEST_F(PlanTest, EachOperationWithPathsIsInTheTable) {
 TEST_F(PlanTest, SaysWhetherTheSystemHasWhatItNeeds) {
   for (const auto& feature : systemFeatures()) {
     if (feature.name != "management controller") continue;
-    EXPECT_EQ(plan({"write-smcvalue", "KEY0", scene.path()}), feature.isPresent ? 0 : 1);
+    EXPECT_EQ(plan({"write-smcvalue", "KEY0", scene.file("new", "1")}), feature.isPresent ? 0 : 1);
     EXPECT_EQ(terminal.output().find("does not support it: no management") == std::string::npos,
               feature.isPresent);
   }
