@@ -42,11 +42,12 @@ void checkValues(const OperationUse& use) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   static const auto descriptions = describedOperations(operations);
+  static CommandLineParser parser(descriptions);
   std::vector<std::string> words(1);
   for (const char c : std::string(bytes, bytes + size)) {
     c == '\0' ? void(words.emplace_back()) : words.back().push_back(c);
   }
-  const auto parsed = parseCommandLine(words, descriptions);
+  const auto parsed = parser.parse(words);
   if (const auto* error = std::get_if<UsageError>(&parsed)) {
     if (error->text.empty()) std::abort();
   } else if (const auto* command = std::get_if<Command>(&parsed)) {

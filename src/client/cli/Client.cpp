@@ -93,7 +93,7 @@ class Client {
     // The parser stops at an error, maybe before this option. Words after "--" are no options.
     const auto end = std::find(words.begin(), words.end(), "--");
     isJson_ = origin_.options.isJson || std::find(words.begin(), end, "--json") != end;
-    auto parsed = parseCommandLine(words, descriptions_, origin_.options);
+    auto parsed = CommandLineParser(descriptions_, origin_.options).parse(words);
     if (const auto* help = std::get_if<HelpText>(&parsed)) return showHelp(*help);
     if (std::holds_alternative<VersionRequest>(parsed)) return showOwnVersion();
     if (const auto* error = std::get_if<UsageError>(&parsed)) return refuse(*error);
@@ -431,8 +431,9 @@ class Client {
   ExitStatus runFile(const BuiltInUse& use) {
     const auto file = use.words.empty() ? "-" : use.word();
     const bool isInputTaken = file == "-";
+    CommandLineParser parser(descriptions_, options_);
     const auto commands = readBatch(file, [&](const std::vector<std::string>& words) {
-      return problemOf(words, isInputTaken);
+      return problemOf(parser.parse(words), isInputTaken);
     });
     if (!commands) return refuse(commands.error());
     const auto result = runBatch(*commands, use.hasOption, [&](const SplitCommand& command) {
@@ -455,8 +456,7 @@ class Client {
         [&](const SplitCommand& command) { return runPart(command, isTyped, !isTyped); });
   }
 
-  std::optional<UsageError> problemOf(const std::vector<std::string>& words, bool isInputTaken) {
-    const auto parsed = parseCommandLine(words, descriptions_, options_);
+  static std::optional<UsageError> problemOf(const ParsedWords& parsed, bool isInputTaken) {
     if (const auto* error = std::get_if<UsageError>(&parsed)) return *error;
     const auto* command = std::get_if<Command>(&parsed);
     return command ? problemInBatch(*command, isInputTaken) : std::nullopt;

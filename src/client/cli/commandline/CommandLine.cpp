@@ -101,12 +101,13 @@ WordIterator commandFrom(WordIterator word, WordIterator end) {
   return word != end && *word == "--" ? end : word;
 }
 
-using ParsedWords = std::variant<Command, HelpText, VersionRequest, UsageError>;
+}  // namespace
 
-class Parser {
+/// The commands and options, as CLI11 knows them.
+class CommandLineParser::Grammar {
  public:
-  Parser(const OperationDescriptions& operations, const CommandOptions& defaults)
-      : descriptions_(operations), options_(defaults) {
+  Grammar(const OperationDescriptions& operations, const CommandOptions& defaults)
+      : descriptions_(operations), defaults_(defaults), options_(defaults) {
     app_.require_subcommand(1);
     app_.footer(std::string(usageNotes()));
     app_.set_help_flag(std::string(helpOption.names), std::string(helpOption.help));
@@ -123,6 +124,8 @@ class Parser {
   }
 
   ParsedWords parse(std::vector<std::string> words) {
+    app_.clear();
+    options_ = defaults_;
     if (auto error = replacePlan(words)) return *error;
     try {
       app_.parse(marked(words));
@@ -307,17 +310,20 @@ class Parser {
 
   CLI::App app_{"Asks the privileged helper to do maintenance work that needs root.", "qrtctl"};
   const OperationDescriptions& descriptions_;
+  const CommandOptions defaults_;
   CommandOptions options_;
   std::vector<BuiltInParser> builtIns_;
   std::vector<OperationParser> operations_;
 };
 
-}  // namespace
+CommandLineParser::CommandLineParser(const OperationDescriptions& operations,
+                                     const CommandOptions& defaults)
+    : grammar_(std::make_unique<Grammar>(operations, defaults)) {}
 
-std::variant<Command, HelpText, VersionRequest, UsageError> parseCommandLine(
-    const std::vector<std::string>& words, const OperationDescriptions& operations,
-    const CommandOptions& defaults) {
-  return Parser(operations, defaults).parse(words);
+CommandLineParser::~CommandLineParser() = default;
+
+ParsedWords CommandLineParser::parse(std::vector<std::string> words) {
+  return grammar_->parse(std::move(words));
 }
 
 }  // namespace qrt

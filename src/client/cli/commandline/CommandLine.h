@@ -1,6 +1,7 @@
 // What the words after the program's name ask for.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <variant>
 #include <vector>
@@ -45,10 +46,23 @@ struct HelpText {
 /// The version of this program is asked for.
 struct VersionRequest {};
 
-/// Words after "--" are never options. `operations` outlives the command. An option that is not
-/// given is as in `defaults`.
-std::variant<Command, HelpText, VersionRequest, UsageError> parseCommandLine(
-    const std::vector<std::string>& words, const OperationDescriptions& operations,
-    const CommandOptions& defaults = {});
+using ParsedWords = std::variant<Command, HelpText, VersionRequest, UsageError>;
+
+/// Making a parser takes much longer than reading a command line with it.
+class CommandLineParser {
+ public:
+  /// `operations` outlives the parser and its commands. An option that is not given is as in
+  /// `defaults`.
+  explicit CommandLineParser(const OperationDescriptions& operations,
+                             const CommandOptions& defaults = {});
+  ~CommandLineParser();
+
+  /// Words after "--" are never options.
+  ParsedWords parse(std::vector<std::string> words);
+
+ private:
+  class Grammar;
+  std::unique_ptr<Grammar> grammar_;
+};
 
 }  // namespace qrt

@@ -30,10 +30,12 @@ std::size_t distance(std::string_view one, std::string_view other) {
   return row.back();
 }
 
-/// Small for a name that is near.
-std::size_t scoreOf(std::string_view word, std::string_view name) {
+/// Small for a name that is near. A score above `most` is not exact: the word can be very long.
+std::size_t scoreOf(std::string_view word, std::string_view name, std::size_t most) {
   const bool isPart = word.size() >= shortestPart && name.find(word) != std::string_view::npos;
-  return isPart ? 1 : distance(word, name);
+  if (isPart) return 1;
+  const auto [shorter, longer] = std::minmax({word.size(), name.size()});
+  return longer - shorter > most ? longer - shorter : distance(word, name);
 }
 
 }  // namespace
@@ -42,7 +44,7 @@ std::string proposalFor(std::string_view word, std::span<const std::string_view>
   auto best = std::max<std::size_t>(word.size() / 3, 1);
   std::vector<std::string_view> nearest;
   for (const auto name : names) {
-    const auto score = scoreOf(word, name);
+    const auto score = scoreOf(word, name, best);
     if (score > best) continue;
     if (score < best) nearest.clear();
     best = score;
