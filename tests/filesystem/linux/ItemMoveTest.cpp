@@ -293,22 +293,22 @@ TEST_F(AcrossTest, AFileGivenAwayDuringItsCopyDoesNotRunAsRoot) {
            pwrite(opened.get(), look.text.data(), look.text.size(), 0) > 0 &&
            fchmod(opened.get(), look.mode) == 0;
   };
-  for (const auto& [before, after, isEvilBySetID] : cases) {
+  for (const auto& row : cases) {
     const auto attacks = test::attackAtEveryCall(
         [&] {
           scratch_.make("rm -rf volume/* file");
-          change(before, O_CREAT);
+          change(row.before, O_CREAT);
         },
-        test::anyhow([&] { return move(file, to_); }), [&] { return change(after, 0); },
+        test::anyhow([&] { return move(file, to_); }), [&] { return change(row.after, 0); },
         [&] {
           if (!test::exists(to_)) return true;
           const auto status = test::statusOf(to_);
           const bool hasSetID = (status.st_mode & 06000) != 0;
-          const bool isEvil = test::contentsOf(to_) == "evil" ? hasSetID || isEvilBySetID
-                                                              : hasSetID && isEvilBySetID;
+          const bool isEvil = test::contentsOf(to_) == "evil" ? hasSetID || row.isEvilBySetID
+                                                              : hasSetID && row.isEvilBySetID;
           return !isEvil || (status.st_uid != 0 && status.st_gid != 0);
         });
-    EXPECT_THAT(attacks.lostStops, IsEmpty()) << before.text;
+    EXPECT_THAT(attacks.lostStops, IsEmpty()) << row.before.text;
     EXPECT_GT(attacks.strikes, 20);
   }
 }

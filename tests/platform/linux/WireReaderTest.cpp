@@ -131,9 +131,10 @@ TEST(MessageFrame, TakesTheDescriptorCountOrRefusesTheFields) {
       {"", 0}, {"p", 0}, {"3p", 3}, {"p3", 3}, {"x3", 3}, {"3p3", {}}, {"c", {}}, {"d3", {}}};
   for (const auto& [names, count] : cases) {
     WireBytes message;
-    message.byte('l').byte(1).byte(0).byte(1).u32(0).u32(1).array(8, [&](WireBytes& to) {
-      for (const auto name : names) fields.at(name)(to);
-    });
+    message.byte('l').byte(1).byte(0).byte(1).u32(0).u32(1).array(
+        8, [&, &letters = names](WireBytes& to) {
+          for (const auto letter : letters) fields.at(letter)(to);
+        });
     auto header = message.align(8).bytes();
     const auto frame = MessageFrame::parse(std::span(header).first<MessageFrame::prefixLength>());
     ASSERT_TRUE(frame) << names;
