@@ -113,7 +113,8 @@ class LongLife {
 
   void judge(const std::string& what, long amount, int threads, const Work& work,
              Figures& figures) {
-    run(amount / 10 + 500L * threads, threads, work);  // What each thread needs once.
+    // The C library keeps what each thread may need again, and finds more of it ever more rarely.
+    run(std::max(amount, 500L * threads), threads, work);
     const auto before = look();
     run(amount, threads, work);
     const auto after = look();
