@@ -10,6 +10,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   const auto name = qrt::commandNameInStat(text);
   if (name && (name->data()[-1] != '(' || name->data()[name->size()] != ')')) std::abort();
   (void)qrt::isZombieInStat(text);
+  (void)qrt::startTimeInStat(text);
   (void)qrt::effectiveUserInStatus(text);
   return 0;
 }

@@ -20,6 +20,23 @@ bool isZombieInStat(std::string_view contents) {
   return state == " Z" || state == " X";
 }
 
+std::optional<std::uint64_t> startTimeInStat(std::string_view contents) {
+  // The third field follows the name.
+  const auto nameEnd = contents.rfind(')');
+  if (nameEnd == std::string_view::npos) return std::nullopt;
+  contents.remove_prefix(nameEnd);
+  constexpr int fieldsToStartTime = 20;
+  for (int field = 0; field < fieldsToStartTime; ++field) {
+    const auto space = contents.find(' ');
+    if (space == std::string_view::npos) return std::nullopt;
+    contents.remove_prefix(space + 1);
+  }
+  std::uint64_t ticks = 0;
+  const auto parsed = std::from_chars(contents.data(), contents.data() + contents.size(), ticks);
+  if (parsed.ec != std::errc()) return std::nullopt;
+  return ticks;
+}
+
 std::optional<std::uint32_t> effectiveUserInStatus(std::string_view contents) {
   // The process name is in a line before this one; the kernel escapes a line end in it.
   constexpr std::string_view label = "\nUid:\t";

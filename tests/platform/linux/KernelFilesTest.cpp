@@ -24,6 +24,7 @@ TEST(ProcessFiles, CommandNamesMayHoldAnything) {
   EXPECT_EQ(commandNameInStat("1 (a) R 2 (\n)) S 0 1"), "a) R 2 (\n)");
   for (const char* damaged : {"", "1 (init", "1 )init(", "1 init) S"}) {
     EXPECT_EQ(commandNameInStat(damaged), std::nullopt) << damaged;
+    EXPECT_EQ(startTimeInStat(damaged), std::nullopt) << damaged;
   }
   EXPECT_EQ(effectiveUserInStatus("Name:\t\\nUid:\t9\t9\nUid:\t1\t4294967295\t3\t4"), 4294967295u);
   for (const char* damaged : {"Name:\tx\n", "\nUid:\t1", "\nUid:\t1\t99999999999\t3"}) {

@@ -5,6 +5,7 @@
 #include "platform/PolkitAction.h"
 #include "support/PlantedFile.h"
 #include "support/RecordingLog.h"
+#include "support/WirePair.h"
 
 namespace qrt {
 namespace {
@@ -50,6 +51,16 @@ class LinuxRightsTest : public LinuxAuthorityTest {
   }
 };
 
+TEST(PeerIdentity, IsOfOneProcessThatHasAName) {
+  const PeerIdentity one{1, 2, 3};
+  for (const PeerIdentity& other : {PeerIdentity{0, 2, 3}, {1, 0, 3}, {1, 2, 0}}) {
+    EXPECT_NE(one, other);
+  }
+  EXPECT_FALSE(userOfPeer(-1) || identityOfPeer(-1) || processOf(callerAt(-1, 0)));
+  const test::SocketPair pair;
+  EXPECT_EQ(identityOfPeer(pair.first.get(), false)->processID, getpid());
+}
+
 constexpr auto granted = AuthorizationStatus::noError;
 constexpr auto denied = AuthorizationStatus::denied;
 
@@ -73,6 +84,16 @@ TEST_F(LinuxRightsTest, RootHasAllRightsOtherUsersThoseThatAllow) {
   EXPECT_EQ(ask(1000, "everybodys"), denied);
 }
 
+TEST_F(LinuxRightsTest, ADamagedDatabaseGrantsNothing) {
+  ASSERT_EQ(set("right", "allow"), granted);
+  for (const auto* text : {"(", "<array/>", "{right = allow;}", "{right = {};}"}) {
+    scratch_.file("state/rights.plist", text);
+    EXPECT_EQ(ask(1000, "right"), denied) << text;
+  }
+  scratch_.make("rm state/rights.plist; mkdir state/rights.plist");
+  EXPECT_EQ(set("right", "allow"), AuthorizationStatus::internal);
+}
+
 TEST_F(LinuxRightsTest, EachRightIsAnActionOfPolkit) {
   ASSERT_EQ(set("com.example.open", "allow"), granted);
   const auto open = actions_ + "com.example.open.policy";
@@ -84,8 +105,14 @@ TEST_F(LinuxRightsTest, EachRightIsAnActionOfPolkit) {
   EXPECT_EQ(contentsOf(open), "changed");
   EXPECT_EQ(authority_.rightRemove(**reference_, "com.example.open"), granted);
   EXPECT_EQ(rmdir(actions_.c_str()), 0) << "something is left";
-  for (const auto* name : {"", ".hidden", "../../escaped", "a b"}) {
+  for (const auto* name : {"", ".hidden", "../../escaped", "a b", "a{", "a[", "a:"}) {
     EXPECT_EQ(set(name, "allow"), AuthorizationStatus::internal) << name;
+    EXPECT_EQ(authority_.rightGet(name), denied) << name;
+  }
+  for (const auto* script :
+       {"rm -r usr/share/polkit-1; touch usr/share/polkit-1", "rm -r usr/share"}) {
+    scratch_.make(script);
+    EXPECT_EQ(set("com.example.open", "allow"), AuthorizationStatus::internal) << script;
   }
 }
 
@@ -144,6 +171,9 @@ TEST_F(LinuxAuthorityTest, AFormDiesWithItsProcess) {
   const auto form = *authority_.externalForm({0, child, *startTimeOfProcess(child)});
   EXPECT_TRUE(authority_.createFromExternalForm({}, form, log_));
   kill(child, SIGKILL);
+  siginfo_t ended;
+  waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT);
+  EXPECT_FALSE(openProcess({0, child, *startTimeOfProcess(child)})) << "a zombie";
   waitpid(child, nullptr, 0);
   EXPECT_FALSE(authority_.createFromExternalForm({}, form, log_));
   // The same number in another life.
@@ -154,6 +184,8 @@ TEST_F(LinuxAuthorityTest, AFormDiesWithItsProcess) {
 
 TEST_F(LinuxAuthorityTest, AFormOfAnEarlierBootIsNotAccepted) {
   const auto form = *authority_.externalForm(self(0));
+  scratch_.file("proc/sys/kernel/random/boot_id");
+  EXPECT_FALSE(LinuxAuthority(scratch_.path(), state_).externalForm(self(0)));
   for (const auto* identifier : {"two", "", "one"}) {
     boot(identifier);
     EXPECT_EQ(bool(LinuxAuthority(scratch_.path(), state_).createFromExternalForm({}, form, log_)),
@@ -168,10 +200,14 @@ TEST_F(LinuxAuthorityTest, TheKeyIsPrivateAndIsKept) {
   EXPECT_EQ(key.st_mode, S_IFREG | 0600u);
   EXPECT_EQ(key.st_size, 32);
   EXPECT_TRUE(LinuxAuthority(scratch_.path(), state_).createFromExternalForm({}, form, log_));
-  for (const auto* script :
-       {"chmod 0777 state", "[ $(id -u) != 0 ] || { chmod 0700 state; chown 1 state; }"}) {
+  scratch_.file("state/authorization.key", "short");
+  EXPECT_FALSE(LinuxAuthority(scratch_.path(), state_).createFromExternalForm({}, form, log_));
+  EXPECT_EQ(statusOf(state_ + "/authorization.key").st_size, 32);
+  for (const auto* script : {"rm state/*; mkdir state/authorization.key", "chmod 0777 state",
+                             "[ $(id -u) != 0 ] || { chmod 0700 state; chown 1 state; }"}) {
     scratch_.make(script);
     EXPECT_FALSE(LinuxAuthority(scratch_.path(), state_).externalForm(self(0))) << script;
+    EXPECT_FALSE(LinuxAuthority(scratch_.path(), state_).createFromExternalForm({}, form, log_));
   }
 }
 

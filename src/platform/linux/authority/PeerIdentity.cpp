@@ -7,12 +7,13 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <charconv>
 #include <climits>
 #include <cstdio>
 #include <cstring>
 #include <string>
 #include <string_view>
+
+#include "platform/linux/ProcessFiles.h"
 
 #ifndef SO_PEERPIDFD
 #define SO_PEERPIDFD 77  // Kernel 6.5; Debian 12's headers do not have it.
@@ -52,22 +53,7 @@ std::optional<std::uint64_t> startTimeOfProcess(std::int32_t processID) {
   char buffer[1024];
   const auto length = file ? read(file.get(), buffer, sizeof buffer) : -1;
   if (length <= 0) return std::nullopt;
-
-  // The command may hold spaces and parentheses; the third field follows the last parenthesis.
-  std::string_view rest(buffer, static_cast<std::size_t>(length));
-  const auto commandEnd = rest.rfind(')');
-  if (commandEnd == std::string_view::npos) return std::nullopt;
-  rest.remove_prefix(commandEnd);
-  constexpr int fieldsToStartTime = 20;
-  for (int field = 0; field < fieldsToStartTime; ++field) {
-    const auto space = rest.find(' ');
-    if (space == std::string_view::npos) return std::nullopt;
-    rest.remove_prefix(space + 1);
-  }
-  std::uint64_t ticks = 0;
-  const auto parsed = std::from_chars(rest.data(), rest.data() + rest.size(), ticks);
-  if (parsed.ec != std::errc()) return std::nullopt;
-  return ticks;
+  return startTimeInStat({buffer, static_cast<std::size_t>(length)});
 }
 
 std::optional<std::uint32_t> userOfPeer(int socket) {
@@ -81,10 +67,8 @@ std::optional<PeerIdentity> identityOfPeer(int socket, bool askForHandle) {
   // The number of a process in another namespace is 0 here, and all users of another namespace
   // show as the overflow user.
   constexpr uid_t overflowUser = 65534;
-  if (!credentials || credentials->pid <= 0 || credentials->uid == overflowUser ||
-      credentials->uid == static_cast<uid_t>(-1)) {
+  if (!credentials || credentials->pid <= 0 || credentials->uid == overflowUser)
     return std::nullopt;
-  }
   const auto handle = processHandle(socket, credentials->pid, askForHandle);
   const auto startTime = startTimeOfProcess(credentials->pid);
   // The process still runs, so the start time is its own and not that of a successor with the same

@@ -75,7 +75,6 @@ PosixCode PolkitActions::set(const std::string& right, const PropertyValue& defi
 }
 
 PosixCode PolkitActions::remove(const std::string& right) const {
-  if (!isActionName(right)) return PosixCode::invalidArgument;
   const auto actions = folder();
   if (!actions) return actions.error();
   const bool removed = unlinkat(actions->get(), fileNameOf(right).c_str(), 0) == 0;

@@ -30,6 +30,7 @@ class PolkitActions {
   /// polkit forget a grant.
   PosixCode set(const std::string& right, const PropertyValue& definition,
                 const std::string& description) const;
+  /// Of a right that it contains.
   PosixCode remove(const std::string& right) const;
 
  private:
