@@ -47,6 +47,13 @@ class EnumeratorTest : public test::OperationFixture {
   const Platform withLog_ = platform_.forRequest(log_, 0, StopRequest::never());
 };
 
+TEST_F(EnumeratorTest, RefusesWhatIsNoFolder) {
+  const auto file = scratch_.file("file");
+  for (const auto& path : {std::string(), scratch_.path() + '\0', file}) EXPECT_FALSE(at(path));
+  EXPECT_FALSE(QRTDirectoryEnumerator::enumeratorAtObject(withLog_, file.c_str(), file, false));
+  EXPECT_TRUE(at("/")->nextObject()) << "the folder of the volume namespace";
+}
+
 TEST_F(EnumeratorTest, ALinkAsBaseStaysOnTheFileSystemOfTheLinkItself) {
   const test::Mount mount(test::Mount::Kind::memory, scratch_.folder("volume"));
   if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount";
@@ -120,6 +127,7 @@ TEST_F(EnumeratorTest, ARecordingReadsStatusesThroughFoldersThatItClosed) {
 }
 
 bool never(const std::string&) { return false; }
+bool often(const std::string& path) { return std::hash<std::string>()(path) % 3 == 1; }
 bool nowAndThen(const std::string& path) { return std::hash<std::string>()(path) % 23 == 7; }
 
 /// Walks long enough that a second thread lists ahead of them.
@@ -159,7 +167,7 @@ class PrefetchTest : public EnumeratorTest {
 };
 
 TEST_F(PrefetchTest, ReturnsEverythingOnceAndInOrder) {
-  for (const auto skips : {never, nowAndThen}) {
+  for (const auto skips : {never, often, nowAndThen}) {
     Paths paths;
     list(scratch_.path().c_str(), {}, skips, paths);
     for (const bool areStatusesExpected : {false, true}) {

@@ -9,6 +9,8 @@
 
 #include "filesystem/FolderChain.h"
 #include "filesystem/OperationFixture.h"
+#include "filesystem/walk/QRTDirectoryEnumerator.h"
+#include "support/Mounts.h"
 
 namespace qrt {
 namespace {
@@ -56,6 +58,27 @@ TEST_F(TreeWalkTest, ManyWorkersShareSlowFoldersAndALargeOne) {
   EXPECT_EQ(counter.visits, 400 * 3 + 1 + 12000u);
   EXPECT_EQ(counter.leaves, 400 * 3 + 2u);
   EXPECT_GT(std::popcount(counter.workers.load()), 4);
+}
+
+TEST_F(TreeWalkTest, VisitsALargeFolderInALargeOneOnce) {
+  scratch_.make(
+      "mkdir -p large/first; cd large; seq 0 59999 | xargs touch; mkdir last;"
+      "for d in first last; do (cd $d; seq 0 11999 | xargs touch); done");
+  Counter counter;
+  EXPECT_FALSE(walkTree(platform_, scratch_.path().c_str(), counter));
+  EXPECT_EQ(counter.visits, 1 + 60'000 + 2 * 12'001u);
+}
+
+TEST_F(TreeWalkTest, LooksUpTypesThatAFolderDoesNotName) {
+  const test::Mount mount(test::Mount::Kind::untyped, scratch_.folder("volume"));
+  if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount";
+  scratch_.make(
+      "rmdir volume/lost+found; mkdir -p volume/a/b; touch volume/a/b/file; ln -s a volume/link");
+  Counter counter;
+  EXPECT_FALSE(walkTree(platform_, scratch_.path("volume").c_str(), counter));
+  EXPECT_EQ(counter.visits, 4u);
+  const auto walk = QRTDirectoryEnumerator::enumeratorAtPath(platform_, scratch_.path("volume"));
+  EXPECT_THAT(walk->allObjects(), testing::UnorderedElementsAre("a", "a/b", "a/b/file", "link"));
 }
 
 TEST_F(TreeWalkTest, AnyDepthIsWalkedWithTheSameDescriptors) {
