@@ -2,12 +2,14 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 
 #include "base/ShellWord.h"
 #include "client/cli/commandline/CommandSplitter.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  const std::string text(bytes, bytes + size);
+  // Not followed by a zero byte, so that reading beyond the end is noticed.
+  const std::string_view text(reinterpret_cast<const char*>(bytes), size);
   const auto commands = qrt::splitCommands(text);
   if (!commands) {
     const auto& [line, problem, isIncomplete] = commands.error();
