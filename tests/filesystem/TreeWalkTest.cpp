@@ -9,8 +9,6 @@
 
 #include "filesystem/FolderChain.h"
 #include "filesystem/OperationFixture.h"
-#include "filesystem/walk/QRTDirectoryEnumerator.h"
-#include "support/Mounts.h"
 
 namespace qrt {
 namespace {
@@ -67,18 +65,6 @@ TEST_F(TreeWalkTest, VisitsALargeFolderInALargeOneOnce) {
   Counter counter;
   EXPECT_FALSE(walkTree(platform_, scratch_.path().c_str(), counter));
   EXPECT_EQ(counter.visits, 1 + 60'000 + 2 * 12'001u);
-}
-
-TEST_F(TreeWalkTest, LooksUpTypesThatAFolderDoesNotName) {
-  const test::Mount mount(test::Mount::Kind::untyped, scratch_.folder("volume"));
-  if (!mount.isMounted()) GTEST_SKIP() << "needs the right to mount";
-  scratch_.make(
-      "rmdir volume/lost+found; mkdir -p volume/a/b; touch volume/a/b/file; ln -s a volume/link");
-  Counter counter;
-  EXPECT_FALSE(walkTree(platform_, scratch_.path("volume").c_str(), counter));
-  EXPECT_EQ(counter.visits, 4u);
-  const auto walk = QRTDirectoryEnumerator::enumeratorAtPath(platform_, scratch_.path("volume"));
-  EXPECT_THAT(walk->allObjects(), testing::UnorderedElementsAre("a", "a/b", "a/b/file", "link"));
 }
 
 TEST_F(TreeWalkTest, AnyDepthIsWalkedWithTheSameDescriptors) {

@@ -9,8 +9,8 @@ namespace qrt::test {
 /// file system's tools, and for a kind that the system does not have.
 class Mount {
  public:
-  /// `plainMemory` keeps no flags. Folders of `untyped` do not name the types of their objects.
-  enum class Kind { memory, plainMemory, ext4, untyped, xfs, btrfs };
+  /// `plainMemory` keeps no flags.
+  enum class Kind { memory, plainMemory, ext4, xfs, btrfs };
 
   Mount(Kind kind, const std::string& on);
   Mount(const Mount&) = delete;

@@ -51,11 +51,7 @@ class LinuxRightsTest : public LinuxAuthorityTest {
   }
 };
 
-TEST(PeerIdentity, IsOfOneProcessThatHasAName) {
-  const PeerIdentity one{1, 2, 3};
-  for (const PeerIdentity& other : {PeerIdentity{0, 2, 3}, {1, 0, 3}, {1, 2, 0}}) {
-    EXPECT_NE(one, other);
-  }
+TEST(PeerIdentity, IsOfASocketThatHasAPeer) {
   EXPECT_FALSE(userOfPeer(-1) || identityOfPeer(-1) || processOf(callerAt(-1, 0)));
   const test::SocketPair pair;
   EXPECT_EQ(identityOfPeer(pair.first.get(), false)->processID, getpid());
@@ -107,7 +103,6 @@ TEST_F(LinuxRightsTest, EachRightIsAnActionOfPolkit) {
   EXPECT_EQ(rmdir(actions_.c_str()), 0) << "something is left";
   for (const auto* name : {"", ".hidden", "../../escaped", "a b", "a{", "a[", "a:"}) {
     EXPECT_EQ(set(name, "allow"), AuthorizationStatus::internal) << name;
-    EXPECT_EQ(authority_.rightGet(name), denied) << name;
   }
   for (const auto* script :
        {"rm -r usr/share/polkit-1; touch usr/share/polkit-1", "rm -r usr/share"}) {

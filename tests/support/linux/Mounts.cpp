@@ -11,7 +11,6 @@ namespace {
 /// How an image is formatted, and how large it has to be.
 const std::map<Mount::Kind, std::pair<std::string, const char*>> formats = {
     {Mount::Kind::ext4, {"mkfs.ext4 -q", "64M"}},
-    {Mount::Kind::untyped, {"mkfs.ext4 -q -O ^filetype", "64M"}},
     {Mount::Kind::xfs, {"mkfs.xfs -q", "320M"}},
     {Mount::Kind::btrfs, {"mkfs.btrfs -q", "128M"}}};
 
