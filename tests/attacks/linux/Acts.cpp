@@ -83,28 +83,18 @@ void beBusy(const Scene&) {
 
 // Messages with descriptors.
 
-struct MessageWithDescriptors {
-  bool isGood;
-  Data bytes;
-  std::vector<int> descriptors;
-
-  /// The kernel takes up to 253 with one message.
-  explicit MessageWithDescriptors(unsigned round) : descriptors(round % 254, STDERR_FILENO) {
-    enum { valid, invalidHeader, wrongCount };
-    const auto kind = round % 3;
-    constexpr std::size_t mostInAMessage = 64;
-    isGood = kind == valid && descriptors.size() <= mostInAMessage;
-    bytes = RawClient::methodCall(kind == invalidHeader ? "no member" : "getVersionString", "", {},
-                                  descriptors.size() + (kind == wrongCount ? 1 : 0));
-  }
-};
-
+/// The kernel takes up to 253 with one message, the daemon 64.
 void sendDescriptors(const Scene& scene) {
+  enum { valid, invalidHeader, wrongCount };
   for (unsigned round = scene.seed; !scene.notes.isOver; ++round) {
-    const MessageWithDescriptors message(round);
+    const std::vector<int> descriptors(round % 254, STDERR_FILENO);
+    const auto kind = round % 3;
     auto peer = connectedClient(scene.socketPath);
-    peer.send(message.bytes, message.descriptors);
-    scene.notes.wrongAnswers += message.isGood ? !peer.receiveReply() : !peer.isClosedByPeer();
+    peer.send(RawClient::methodCall(kind == invalidHeader ? "no member" : "getVersionString", "",
+                                    {}, descriptors.size() + (kind == wrongCount ? 1 : 0)),
+              descriptors);
+    const bool isGood = kind == valid && descriptors.size() <= 64;
+    scene.notes.wrongAnswers += isGood ? !peer.receiveReply() : !peer.isClosedByPeer();
   }
 }
 
@@ -120,7 +110,7 @@ void connectInALoop(const Scene& scene) {
       const auto begun = Clock::now();
       for (std::size_t i = 0; secondsSince(begun) < 1; i = (i + 1) % kept) {
         open[i].reset(::socket(AF_UNIX, SOCK_STREAM, 0));
-        connect(open[i].get(), reinterpret_cast<sockaddr*>(&name), sizeof name);
+        (void)connect(open[i].get(), reinterpret_cast<sockaddr*>(&name), sizeof name);
       }
     }
   });
@@ -145,6 +135,27 @@ void connectWhereNoPlaceIs(const Scene& scene) {
 }
 
 // Large messages.
+
+/// A request with that many texts of `size` bytes each. Its form is no process's.
+Data requestWith(int values, std::size_t size) {
+  const std::string text(size, 'x');
+  return RawClient::methodCall("performPrivilegedOperation", "tayahav",
+                               RawClient::request(nop, Data(32), 0, [&](WireBytes& bytes) {
+                                 for (int i = 0; i < values; ++i) bytes.signature("s").string(text);
+                               }));
+}
+
+/// Calls with 2 MiB ten times a second.
+void callWithMuch(const Scene& scene) {
+  const auto message = requestWith(20, (1 << 20) / 10);
+  for (auto& longest = scene.notes.longestLargeCall; !scene.notes.isOver;) {
+    auto peer = connectedClient(scene.socketPath);
+    const auto begun = Clock::now();
+    const bool isAnswered = peer.send(message) && peer.receiveReply();
+    longest = std::max(longest.load(), isAnswered ? secondsSince(begun) : 1e9);
+    std::this_thread::sleep_for(100ms);
+  }
+}
 
 /// Sends everything but the last byte over 64 connections, as far as it is taken.
 void sendHalf(const Scene& scene) {
@@ -267,15 +278,10 @@ void floodTheLog(const Scene& scene) {
 void aimEndings(const Scene& scene) {
   auto& notes = scene.notes;
   std::mt19937 random(scene.seed);
-  for (int round = 1;; ++round) {
-    const auto waitFor = [&](const std::atomic<int>& number) {
-      while (number < round && !notes.isOver) std::this_thread::sleep_for(50us);
-      return !notes.isOver;
-    };
-    if (!waitFor(notes.registered)) return;
+  for (int round = 1; notes.reaches(notes.registered, round); ++round) {
     auto peer = connectedClient(scene.socketPath);
     notes.aimed = round;
-    if (!waitFor(notes.begun)) return;
+    if (!notes.reaches(notes.begun, round)) return;
     std::this_thread::sleep_for(std::chrono::microseconds(random() % 2'000));
     peer.send(RawClient::methodCall("unregisterClientWithPID", "i",
                                     WireBytes().u32(floodedClient).bytes()));
@@ -286,6 +292,7 @@ void aimEndings(const Scene& scene) {
 
 constexpr Act acts[] = {{"polite", bePolite},
                         {"busy", beBusy},
+                        {"much", callWithMuch},
                         {"descriptors", sendDescriptors},
                         {"connects", connectInALoop},
                         {"places", holdConnections},
@@ -310,15 +317,6 @@ RawClient connectedClient(const std::string& socketPath) {
   RawClient client(socketPath);
   (void)isServed(client);
   return client;
-}
-
-/// Its form is no process's.
-Data requestWith(int values, std::size_t size) {
-  const std::string text(size, 'x');
-  return RawClient::methodCall("performPrivilegedOperation", "tayahav",
-                               RawClient::request(nop, Data(32), 0, [&](WireBytes& bytes) {
-                                 for (int i = 0; i < values; ++i) bytes.signature("s").string(text);
-                               }));
 }
 
 }  // namespace qrt::test

@@ -22,7 +22,4 @@ const Act* actNamed(const std::string& name);
 /// A client after its handshake, if the daemon serves it.
 RawClient connectedClient(const std::string& socketPath);
 
-/// A request with that many texts of `size` bytes each.
-Data requestWith(int values, std::size_t size);
-
 }  // namespace qrt::test

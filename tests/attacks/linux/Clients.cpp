@@ -3,15 +3,13 @@
 //
 //   attack_clients ATTACK|endings|all [SECONDS [SEED]]
 //
-// "all" is each attack but "places" at once, each by a user of its own. Beside them two polite
-// clients call, and the delays of their calls are compared with those beside busy loops. "endings",
+// "all" is each attack but "places" at once, each by a user of its own. Attacks and as many busy
+// loops take turns; two polite clients call beside both, and their delays are compared. "endings",
 // at last, ends the daemon in the middle of operations.
 #include <grp.h>
 #include <sys/prctl.h>
 
 #include <algorithm>
-#include <cstring>
-#include <fstream>
 #include <functional>
 #include <iterator>
 
@@ -50,14 +48,6 @@ struct Attack {
   /// The figures of its own, taken when it has ended, or still runs if it does not end.
   void (*judge)(const Look&, Figures&);
 };
-
-/// The descriptors or tasks of a process, without the handles of other processes: the daemon keeps
-/// some, for the next requests of the same ones.
-int entriesOf(pid_t process, const std::string& folder) {
-  return std::atoi(printed("find /proc/" + std::to_string(process) + "/" + folder +
-                           " -mindepth 1 -maxdepth 1 ! -lname '*pidfd*' 2>/dev/null | wc -l")
-                       .c_str());
-}
 
 /// The growth of a number after connections that have ended are closed.
 int settledGrowth(int before, const std::function<int()>& count) {
@@ -111,23 +101,18 @@ void judgeLog(const Look& look, Figures& figures) {
 /// The system calls that the daemon makes for a connection that it refuses.
 void judgePlaces(const Look& look, Figures& figures) {
   const auto trace = look.daemon.folder() + "/trace";
-  const auto process = std::to_string(look.daemon.processID());
-  const pid_t strace = fork();
-  if (strace == 0) {
-    execlp("strace", "strace", "-qq", "-o", trace.c_str(), "-p", process.c_str(), nullptr);
-    _exit(127);
-  }
+  const auto strace = printed("strace -qq -o " + trace + " -p " +
+                              std::to_string(look.daemon.processID()) + " >/dev/null & echo $!");
   std::this_thread::sleep_for(500ms);
   Crowd refused(look.scene);
   refused.add("refused", look.user);
   refused.join();
-  kill(strace, SIGTERM);
-  waitpid(strace, nullptr, 0);
+  printed("kill " + strace + "tail -f -s 0.1 /dev/null --pid " + strace);
+  const auto count = [&](const char* lines) {
+    return std::atof(printed("grep -c '" + std::string(lines) + "' " + trace).c_str());
+  };
   // Those who hold the places also try again.
-  double calls = 0, refusals = 0;
-  std::ifstream lines(trace);
-  for (std::string line; std::getline(lines, line); ++calls)
-    refusals += line.starts_with("accept4");
+  const double refusals = count("^accept4"), calls = count("");
   figures.atLeast("connections that are refused", refusals, 200);
   figures.atMost("system calls for a refusal", calls / refusals, 4);
 }
@@ -141,23 +126,6 @@ constexpr Attack attacks[] = {
 
 // All figures together.
 
-/// Calls `sample` again and again until it is destroyed.
-class Sampler {
- public:
-  Sampler(std::chrono::milliseconds pause, std::function<void()> sample)
-      : thread_([this, pause, sample = std::move(sample)] {
-          for (; !isOver_; std::this_thread::sleep_for(pause)) sample();
-        }) {}
-  ~Sampler() {
-    isOver_ = true;
-    thread_.join();
-  }
-
- private:
-  std::atomic<bool> isOver_ = false;
-  std::thread thread_;
-};
-
 /// Plays some attacks at once, each by users of its own.
 class Measurement {
  public:
@@ -167,26 +135,23 @@ class Measurement {
         person_(userOf("screen")),
         scene_{daemon_.socketPath(), seed, Scene::makeNotes()} {
     registration("registerClientWithPID", 1);
-    play(1, "busy");  // The daemon loads what it needs once.
+    Delays ignored;
+    play(1, "busy", ignored);  // The daemon loads what it needs once.
   }
 
   void takeFigures(Figures& figures) {
-    const auto count = [process = daemon_.processID()](const char* folder) {
-      return [=] { return entriesOf(process, folder); };
+    const auto count = [this](const char* what) {
+      return [this, what] { return daemon_.entries(what); };
     };
     const int descriptors = count("fd")(), threads = count("task")();
-    double control = delayBesideBusyLoops();
-    attack(figures);
-    double above = worstOfHundred() - control;
-    // Other work on the machine delays some measurements, but not three in a row.
-    for (int attempt = 1; attempt < 3 && isWhole() && above > mostAbove; ++attempt) {
-      control = delayBesideBusyLoops();
-      play(seconds_, nullptr);
-      above = worstOfHundred() - control;
+    const auto memory = mostMemory_ = daemon_.memory();
+    // Other work on the machine delays the control as well: they take turns.
+    const int turns = isWhole() ? std::max(1, static_cast<int>(seconds_ / secondsOfTurn)) : 1;
+    for (int turn = 1; turn <= turns; ++turn) {
+      if (isWhole()) play(secondsOfTurn / 3, "busy", besideBusyLoops_);
+      play(seconds_ / turns, nullptr, besideAttacks_, turn == turns ? &figures : nullptr);
     }
-    figures.atMost("polite calls that were lost",
-                   scene_.notes.ofRoot.lost + scene_.notes.ofUser.lost, 0);
-    if (isWhole()) figures.atMost("polite calls, 99 % above the control, ms", above, mostAbove);
+    judge(memory, figures);
     figures.atMost("descriptors left in the daemon", settledGrowth(descriptors, count("fd")), 0);
     figures.atMost("threads left in the daemon", settledGrowth(threads, count("task")), 0);
     for (const int client : {floodedClient, 1}) registration("unregisterClientWithPID", client);
@@ -195,15 +160,15 @@ class Measurement {
 
  private:
 #ifdef QRT_SANITIZED
-  static constexpr double mostAbove = 1e9;
+  static constexpr double mostAbove = 1e9, longestLargeCall = 1e9;
 #else
-  static constexpr double mostAbove = 50;
+  static constexpr double mostAbove = 50, longestLargeCall = 0.5;
 #endif
+  /// A connection that drips lives for 11 s.
+  static constexpr double secondsOfTurn = 14;
+  /// Of calls, in milliseconds.
+  using Delays = std::vector<float>;
 
-  double delayBesideBusyLoops() {
-    play(seconds_ / 3, "busy");
-    return worstOfHundred();
-  }
   bool isWhole() const { return chosen_.size() > 1; }
   uid_t userOf(const std::string& name) const {
     const auto found = std::find_if(chosen_.begin(), chosen_.end(),
@@ -214,76 +179,68 @@ class Measurement {
     client_.call(method, "i", WireBytes().u32(static_cast<unsigned>(client)).bytes());
   }
 
-  /// Of the calls of both polite clients, in milliseconds: what one in a hundred exceeds.
-  double worstOfHundred() const {
-    std::vector<float> delays;
-    for (const auto* calls : {&scene_.notes.ofRoot, &scene_.notes.ofUser}) {
-      const auto* const begin = calls->milliseconds.data();
-      delays.insert(delays.end(), begin, begin + calls->count);
-    }
+  /// What one in a hundred exceeds.
+  static double worstOfHundred(Delays delays) {
     if (delays.empty()) return 1e9;
     std::sort(delays.begin(), delays.end());
     return delays[delays.size() * 99 / 100];
   }
 
-  /// Each attacker plays its own act or `instead`, beside the polite clients. `judge` is called
-  /// when the acts that end have ended.
-  void play(
-      double seconds, const char* instead, const std::function<void()>& judge = [] {}) {
-    scene_.notes.isOver = false;
-    for (auto* calls : {&scene_.notes.ofRoot, &scene_.notes.ofUser}) calls->count = 0;
+  /// Each attacker plays its own act or `instead`, beside the polite clients, whose delays are
+  /// added to `delays`. `figures` are those of the single attacks.
+  void play(double seconds, const char* instead, Delays& delays, Figures* figures = nullptr) {
+    auto& notes = scene_.notes;
+    notes.isOver = false;
+    for (auto* calls : {&notes.ofRoot, &notes.ofUser}) calls->count = 0;
     Crowd polite(scene_), ending(scene_), lasting(scene_);
-    attackers_.clear();
+    std::vector<pid_t> attackers;
     for (const auto& attack : chosen_) {
       auto& crowd = attack.ends && !instead ? ending : lasting;
       for (int i = 0; i < attack.users; ++i) {
         crowd.add(instead ? instead : attack.name, userOf(attack.name) + static_cast<uid_t>(i));
       }
-      attackers_.push_back(crowd.latest());
+      attackers.push_back(crowd.latest());
     }
     polite.add("polite", 0);
+    if (!instead) polite.add("much", 0);
     const bool hasPlaces = chosen_.front().users == 1;
     if (hasPlaces) polite.add("polite", politeUser);
-    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
-    scene_.notes.isOver = true;
+    const auto end = Clock::now() + std::chrono::duration<double>(seconds);
+    for (; Clock::now() < end; std::this_thread::sleep_for(10ms)) {
+      mostMemory_ = std::max(mostMemory_, daemon_.memory());
+    }
+    notes.isOver = true;
     polite.join();
     ending.join();
-    judge();
+    for (const auto* calls : {&notes.ofRoot, &notes.ofUser}) {
+      const auto* const begin = calls->milliseconds.data();
+      delays.insert(delays.end(), begin, begin + calls->count);
+    }
+    for (std::size_t i = 0; figures && i < chosen_.size(); ++i) {
+      const auto user = userOf(chosen_[i].name);
+      chosen_[i].judge({scene_, daemon_, journal_, person_, user, attackers[i]}, *figures);
+    }
   }
 
-  void attack(Figures& figures) {
-    const auto before = daemon_.memory();
-    auto most = before;
-    double slowest = 0, allowed = 0;
-    {
-      const Sampler memory(10ms, [&] { most = std::max(most, daemon_.memory()); });
-      const Sampler large(100ms, [&, message = requestWith(20, (1 << 20) / 10)] {
-        if (scene_.notes.isOver) return;
-        auto root = connectedClient(daemon_.socketPath());
-        const auto begun = Clock::now();
-        const bool isAnswered = root.send(message) && root.receiveReply();
-        const std::chrono::duration<double> delay = Clock::now() - begun;
-        slowest = std::max(slowest, isAnswered ? delay.count() : 1e9);
-      });
-      play(seconds_, nullptr, [&] {
-        for (std::size_t i = 0; i < chosen_.size(); ++i) {
-          chosen_[i].judge(
-              {scene_, daemon_, journal_, person_, userOf(chosen_[i].name), attackers_[i]},
-              figures);
-        }
-      });
-    }
+  void judge(long memory, Figures& figures) const {
+    const auto& notes = scene_.notes;
+    double allowed = 0;
     for (const auto& each : chosen_) allowed += each.memory;
-    figures.atMost("growth of the daemon's memory, MiB", static_cast<double>(most - before) / 1024,
-                   allowed);
-#ifndef QRT_SANITIZED
-    figures.atMost("root's call of 2 MiB, s", slowest, 0.5);
-#endif
+    figures.atMost("growth of the daemon's memory, MiB",
+                   static_cast<double>(mostMemory_ - memory) / 1024, allowed);
+    figures.atMost("root's call of 2 MiB, s", notes.longestLargeCall, longestLargeCall);
     const std::chrono::duration<double> lived = Clock::now() - begun_;
     figures.atMost("lines of one user in the log", static_cast<double>(journal_.mostLines()),
                    1000 + 100 * (lived.count() + 1));
     figures.atMost("answers that are not as they should be",
-                   static_cast<double>(scene_.notes.wrongAnswers), 0);
+                   static_cast<double>(notes.wrongAnswers), 0);
+    figures.atMost("players that hang", static_cast<double>(notes.hung), 0);
+    figures.atMost("polite calls that were lost", notes.ofRoot.lost + notes.ofUser.lost, 0);
+    if (!isWhole()) return;
+    const auto control = worstOfHundred(besideBusyLoops_);
+    std::fprintf(stderr, "99 %% of the polite calls beside busy loops: %.1f ms\n", control);
+    figures.atMost("polite calls, 99 % above the control, ms",
+                   worstOfHundred(besideAttacks_) - control, mostAbove);
   }
 
   const std::vector<Attack> chosen_;
@@ -294,7 +251,8 @@ class Measurement {
   DaemonProcess daemon_{endsWithItsParent};
   const Scene scene_;
   RawClient client_ = connectedClient(daemon_.socketPath());
-  std::vector<pid_t> attackers_;
+  long mostMemory_ = 0;
+  Delays besideBusyLoops_, besideAttacks_;
 };
 
 [[noreturn]] void playAct(char** words) {

@@ -2,17 +2,12 @@
 
 #include "attacks/linux/Acts.h"
 #include "client/RequestErrors.h"
-#include "client/Requestor.h"
-#include "operations/QRTPrivilegedOperationSetVK2.h"
-#include "platform/NativePlatform.h"
-#include "platform/Platform.h"
 #include "support/ActivatedDaemon.h"
+#include "support/Application.h"
 #include "support/ScratchFolder.h"
 
 namespace qrt::test {
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 /// One operation of a victim. A text that begins with "/" is a path below the scratch folder. The
 /// scripts run there.
@@ -68,24 +63,22 @@ class Rounds {
   }
   ~Rounds() { scene_.notes.isOver = true; }
 
-  void play(const EndedOperation& operation) {
+  /// False when the attacker does not do its part in time.
+  bool play(const EndedOperation& operation) {
     ++rounds_;
     // An ended change of a file leaves its hidden temporary file.
     scratch_.make("rm -rf ./* ./.[!.]*; " + std::string(operation.prepare));
-    auto arguments = operation.arguments;
-    for (auto& argument : arguments) {
-      const auto* const text = argument.string();
-      if (text && text->starts_with("/")) argument = scratch_.path() + *text;
-    }
     auto& notes = scene_.notes;
     {
       const auto victim = connect();
       notes.registered = rounds_;
-      while (notes.aimed < rounds_) std::this_thread::yield();
+      if (!notes.reaches(notes.aimed, rounds_)) return false;
       notes.begun = rounds_;
-      if (victim) note((*victim)->perform(operation.identifier, arguments));
+      if (victim) {
+        note((*victim)->perform(operation.identifier, below(scratch_.path(), operation.arguments)));
+      }
     }
-    while (notes.ended < rounds_) std::this_thread::yield();
+    if (!notes.reaches(notes.ended, rounds_)) return false;
     const auto next = connect();
     unserved_ += !next || !(*next)->version();
     if (!scratch_.tryToMake(operation.isWhole)) {
@@ -93,9 +86,12 @@ class Rounds {
                    scratch_.printedBy("ls -lR").c_str());
       ++halfDone_;
     }
+    return true;
   }
 
   void judge(Figures& figures) const {
+    const auto& notes = scene_.notes;
+    figures.atMost("rounds that the attacker did not finish", rounds_ - notes.ended, 0);
     figures.atLeast("rounds of aimed endings", rounds_, 1);
     figures.atLeast("calls that an ending met, %", 100.0 * met_ / rounds_, 5);
     figures.atMost("operations that failed otherwise", failed_, 0);
@@ -106,8 +102,7 @@ class Rounds {
 
  private:
   Result<std::unique_ptr<Requestor>> connect() {
-    return Requestor::connect(native_.facilities(), daemon_.socketPath(), floodedClient,
-                              operations_);
+    return application_.connect(daemon_.socketPath(), floodedClient);
   }
   void note(const Outcome& outcome) {
     const bool isMet = outcome && isConnectionFailure(*outcome);
@@ -115,9 +110,7 @@ class Rounds {
     failed_ += outcome && !isMet;
   }
 
-  const NativePlatform native_;
-  QRTPrivilegedOperationSetVK2 operations_{native_.facilities().log,
-                                           native_.facilities().authority};
+  const Application application_;
   const ScratchFolder scratch_;
   ActivatedDaemon daemon_;
   const Scene scene_;
@@ -129,10 +122,13 @@ class Rounds {
 
 void judgeEndings(double seconds, unsigned seed, Figures& figures) {
   const auto operations = operationsToEnd();
-  const auto begun = Clock::now();
+  const auto begun = std::chrono::steady_clock::now();
+  const auto isOver = [&] {
+    return std::chrono::steady_clock::now() - begun >= std::chrono::duration<double>(seconds);
+  };
   Rounds rounds(seed);
-  while (Clock::now() - begun < std::chrono::duration<double>(seconds)) {
-    for (const auto& operation : operations) rounds.play(operation);
+  for (std::size_t i = 0; i % operations.size() != 0 || !isOver(); ++i) {
+    if (!rounds.play(operations[i % operations.size()])) break;
   }
   rounds.judge(figures);
 }

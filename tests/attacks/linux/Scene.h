@@ -26,11 +26,21 @@ struct Notes {
   std::atomic<bool> isOver;
   PoliteCalls ofRoot, ofUser;
   /// What the attackers saw.
-  std::atomic<long> wrongAnswers, causedLines, dialogs;
-  std::atomic<double> longestDrip;
+  std::atomic<long> wrongAnswers, causedLines, dialogs, hung;
+  /// In seconds.
+  std::atomic<double> longestDrip, longestLargeCall;
   /// The latest round of aimed endings in which the victim has registered, the attacker has
   /// connected, the operation has begun, and the daemon has ended.
   std::atomic<int> registered, aimed, begun, ended;
+
+  /// Waits for the other process. False when the scene is over, or after a minute.
+  bool reaches(const std::atomic<int>& step, int round) const {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (step < round && !isOver && std::chrono::steady_clock::now() < end) {
+      std::this_thread::sleep_for(std::chrono::microseconds(50));
+    }
+    return step >= round && !isOver;
+  }
 };
 
 /// What an act needs, in whichever process it is played.
@@ -61,8 +71,8 @@ class Crowd {
  public:
   explicit Crowd(const Scene& scene) : scene_(scene) {}
   ~Crowd() {
-    for (const auto player : players_) kill(-player, SIGKILL);
-    for (const auto player : players_) waitpid(player, nullptr, 0);
+    for (const auto& [player, act] : players_) kill(-player, SIGKILL);
+    for (const auto& [player, act] : players_) waitpid(player, nullptr, 0);
   }
   Crowd(const Crowd&) = delete;
   Crowd& operator=(const Crowd&) = delete;
@@ -78,19 +88,32 @@ class Crowd {
       _exit(127);
     }
     setpgid(player, player);
-    players_.push_back(player);
+    players_.emplace_back(player, act);
   }
-  pid_t latest() const { return players_.back(); }
+  pid_t latest() const { return players_.back().first; }
 
-  /// Waits until all have ended by themselves.
+  /// Waits until all have ended by themselves. Those that have not after a minute are reported.
   void join() {
-    for (const auto player : players_) waitpid(player, nullptr, 0);
-    players_.clear();
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (!players_.empty()) {
+      const auto& [player, act] = players_.back();
+      if (waitpid(player, nullptr, WNOHANG) != 0) {
+        players_.pop_back();
+      } else if (std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+      } else {
+        std::fprintf(stderr, "\"%s\" hangs\n", act);
+        ++scene_.notes.hung;
+        kill(-player, SIGKILL);
+        waitpid(player, nullptr, 0);
+        players_.pop_back();
+      }
+    }
   }
 
  private:
   const Scene& scene_;
-  std::vector<pid_t> players_;
+  std::vector<std::pair<pid_t, const char*>> players_;
 };
 
 }  // namespace qrt::test

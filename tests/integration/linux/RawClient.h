@@ -17,7 +17,7 @@
 
 namespace qrt::test {
 
-/// The peer has half a minute for each reply.
+/// The peer has half a minute to accept, to read and for each reply.
 class RawClient {
  public:
   struct Reply {
@@ -35,7 +35,8 @@ class RawClient {
 
   explicit RawClient(FileDescriptor connected) : socket_(std::move(connected)) {
     const timeval patience{30, 0};
-    setsockopt(socket_.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    for (const int wait : {SO_RCVTIMEO, SO_SNDTIMEO})
+      setsockopt(socket_.get(), SOL_SOCKET, wait, &patience, sizeof patience);
   }
   explicit RawClient(const std::string& path)
       : RawClient(FileDescriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))) {

@@ -9,11 +9,8 @@
 #include <random>
 #include <thread>
 
-#include "client/Requestor.h"
-#include "operations/QRTPrivilegedOperationSetVK2.h"
-#include "platform/NativePlatform.h"
-#include "platform/Platform.h"
 #include "support/ActivatedDaemon.h"
+#include "support/Application.h"
 #include "support/Figures.h"
 #include "support/ScratchFolder.h"
 
@@ -22,17 +19,6 @@ namespace {
 
 /// A closing feedback waits 250 ms, so that many connections are needed.
 constexpr int connections = 24;
-
-using Clock = std::chrono::steady_clock;
-
-struct World {
-  const NativePlatform native;
-  QRTPrivilegedOperationSetVK2 operations{native.facilities().log, native.facilities().authority};
-
-  Result<std::unique_ptr<Requestor>> connect(const std::string& address, int identifier) {
-    return Requestor::connect(native.facilities(), address, identifier, operations);
-  }
-};
 
 /// A text that begins with "/" is a path below the folder of the client.
 struct Request {
@@ -62,10 +48,10 @@ const std::vector<Request> series[] = {
 
 class Client {
  public:
-  Client(World& world, const std::string& address, int number, unsigned seed)
+  Client(const Application& application, const std::string& address, int number, unsigned seed)
       : random_(seed + static_cast<unsigned>(number)), scratch_("/dev/shm") {
     scratch_.make("mkdir tree tree/flat empty; touch file tree/1 tree/2");
-    if (auto made = world.connect(address, number)) requestor_ = std::move(*made);
+    if (auto made = application.connect(address, number)) requestor_ = std::move(*made);
   }
 
   /// One request in a hundred has feedback. Returns how many there were.
@@ -78,15 +64,11 @@ class Client {
 
  private:
   bool isRight(const Request& request) {
-    auto arguments = request.arguments;
-    for (auto& argument : arguments) {
-      const auto* const text = argument.string();
-      if (text && text->starts_with("/")) argument = scratch_.path() + *text;
-    }
     int messages = 0;
     const FeedbackHandler count = [&](const Dictionary&) { ++messages; };
-    const auto outcome = requestor_->perform(request.identifier, std::move(arguments), {},
-                                             request.hasFeedback ? count : nullptr);
+    const auto outcome =
+        requestor_->perform(request.identifier, below(scratch_.path(), request.arguments), {},
+                            request.hasFeedback ? count : nullptr);
     std::int64_t answer = -1;
     if (outcome && outcome->code == 0)
       answer = outcome->userInfo.begin()->second.number()->asInt64();
@@ -105,60 +87,51 @@ class Client {
   std::unique_ptr<Requestor> requestor_;
 };
 
+/// Does some work as one of several clients at once and returns how many requests it made.
+using Work = std::function<long(int client, std::atomic<long>& errors)>;
+
 /// One daemon over a long time.
 class LongLife {
  public:
-  /// `work` does some work of one of the threads and returns how much.
-  using Work = std::function<long(int thread, std::atomic<long>& errors)>;
-
-  void judge(const std::string& what, long amount, int threads, const Work& work,
+  void judge(const std::string& what, long amount, int clients, const Work& work,
              Figures& figures) {
     // The C library keeps what each thread may need again, and finds more of it ever more rarely.
-    run(std::max(amount, 500L * threads), threads, work);
-    const auto before = look();
-    run(amount, threads, work);
-    const auto after = look();
+    run(std::max(amount, 500L * clients), clients, work);
+    const auto memory = daemon.memory();
+    const auto descriptors = daemon.entries("fd"), threads = daemon.entries("task");
+    run(amount, clients, work);
+    const auto atMost = [&](const char* measure, double value, double limit) {
+      figures.atMost(what + ": " + measure, value, limit);
+    };
     figures.atLeast(what, static_cast<double>(done_), static_cast<double>(amount));
-    figures.atMost(what + ": errors", static_cast<double>(errors_), 0);
-    figures.atMost(what + ": growth of memory, KiB",
-                   static_cast<double>(after.memory - before.memory), 256);
-    figures.atMost(what + ": slope, KiB for a million", slope(),
-                   256e6 / static_cast<double>(amount));
-    figures.atMost(what + ": descriptors left", after.descriptors - before.descriptors, 0);
-    figures.atMost(what + ": threads left", after.threads - before.threads, 0);
+    atMost("errors", static_cast<double>(errors_), 0);
+    atMost("growth of memory, KiB", static_cast<double>(daemon.memory() - memory), mostGrowth);
+    atMost("slope, KiB for a million", slope(), 1e6 * mostGrowth / static_cast<double>(amount));
+    atMost("descriptors left", daemon.entries("fd") - descriptors, 0);
+    atMost("threads left", daemon.entries("task") - threads, 0);
   }
-  const DaemonProcess& daemon() const { return daemon_; }
+
+  const DaemonProcess daemon{endsWithItsParent};
 
  private:
-  struct State {
-    long memory;
-    int descriptors, threads;
-  };
-  int entries(const char* folder) const {
-    return std::atoi(
-        printed("ls /proc/" + std::to_string(daemon_.processID()) + "/" + folder + " | wc -l")
-            .c_str());
-  }
-  /// After the connections that have ended are closed.
-  State look() const {
-    std::this_thread::sleep_for(std::chrono::seconds(1));
-    return {daemon_.memory(), entries("fd"), entries("task")};
-  }
+  static constexpr double mostGrowth = 256;
 
-  void run(long amount, int threads, const Work& work) {
+  void run(long amount, int clients, const Work& work) {
     done_ = 0;
     samples_.clear();
     std::vector<std::thread> running;
-    for (int thread = 0; thread < threads; ++thread) {
-      running.emplace_back([&, thread] {
-        while (done_ < amount) done_ += work(thread, errors_);
+    for (int client = 0; client < clients; ++client) {
+      running.emplace_back([&, client] {
+        while (done_ < amount) done_ += work(client, errors_);
       });
     }
     while (done_ < amount) {
-      samples_.emplace_back(static_cast<double>(done_), static_cast<double>(daemon_.memory()));
+      samples_.emplace_back(static_cast<double>(done_), static_cast<double>(daemon.memory()));
       std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
     for (auto& thread : running) thread.join();
+    // The connections that have ended are closed.
+    std::this_thread::sleep_for(std::chrono::seconds(1));
   }
   /// Of the line that fits the samples best.
   double slope() const {
@@ -170,63 +143,54 @@ class LongLife {
     return spread > 0 ? 1e6 * (n * xy - x * y) / spread : 0;
   }
 
-  const DaemonProcess daemon_{endsWithItsParent};
   std::atomic<long> done_ = 0, errors_ = 0;
   std::vector<std::pair<double, double>> samples_;
 };
 
+void judgeMixedRequests(const Application& application, unsigned seed, long requests,
+                        Figures& figures) {
+  LongLife life;
+  std::vector<std::unique_ptr<Client>> clients;
+  for (int i = 0; i < connections; ++i) {
+    const auto address = life.daemon.socketPath();
+    clients.push_back(std::make_unique<Client>(application, address, 100 + i, seed));
+  }
+  const Work work = [&](int i, std::atomic<long>& errors) {
+    return clients[static_cast<std::size_t>(i)]->perform(errors);
+  };
+  life.judge("mixed requests", requests, connections, work, figures);
+}
+
+/// One registered client lets the daemon live on.
+void judgeVisits(const Application& application, long visits, Figures& figures) {
+  LongLife life;
+  const auto address = life.daemon.socketPath();
+  const auto first = application.connect(address, 1);
+  const Work visit = [&](int i, std::atomic<long>& errors) {
+    const auto client = application.connect(address, 100 + i);
+    errors += !client || (*client)->perform("nop", {});
+    return 1;
+  };
+  life.judge("clients that come, call and leave", visits, 4, visit, figures);
+}
+
 /// Two clients connect, call and leave, so that each meets a daemon that ends again and again.
-void judgeEndings(World& world, long endings, Figures& figures) {
+void judgeEndings(const Application& application, long endings, Figures& figures) {
   const ActivatedDaemon daemon;
   std::atomic<long> errors = 0;
   const auto come = [&](int client) {
     while (daemon.ends() < endings) {
-      auto requestor = world.connect(daemon.socketPath(), client);
+      auto requestor = application.connect(daemon.socketPath(), client);
       errors += !requestor || (*requestor)->perform("nop", {});
     }
   };
   std::thread other(come, 1);
   come(2);
   other.join();
-  figures.atLeast("endings by the last client", static_cast<double>(daemon.ends()),
-                  static_cast<double>(endings));
-  figures.atMost("endings by the last client: errors", static_cast<double>(errors), 0);
-  figures.atMost("endings by the last client: other than with 0",
-                 static_cast<double>(daemon.failures()), 0);
-}
-
-int prove(unsigned seed, long requests, long visits, long endings) {
-  Figures figures;
-  World world;
-  {
-    LongLife life;
-    const auto address = life.daemon().socketPath();
-    std::vector<std::unique_ptr<Client>> clients;
-    for (int i = 0; i < connections; ++i) {
-      clients.push_back(std::make_unique<Client>(world, address, 100 + i, seed));
-    }
-    life.judge(
-        "mixed requests", requests, connections,
-        [&](int i, std::atomic<long>& errors) {
-          return clients[static_cast<std::size_t>(i)]->perform(errors);
-        },
-        figures);
-  }
-  {
-    LongLife life;
-    const auto address = life.daemon().socketPath();
-    const auto first = world.connect(address, 1);
-    life.judge(
-        "clients that come, call and leave", visits, 4,
-        [&](int thread, std::atomic<long>& errors) {
-          const auto client = world.connect(address, 100 + thread);
-          errors += !client || (*client)->perform("nop", {});
-          return 1;
-        },
-        figures);
-  }
-  judgeEndings(world, endings, figures);
-  return figures.areKept() ? 0 : 1;
+  const std::string what = "endings by the last client";
+  figures.atLeast(what, static_cast<double>(daemon.ends()), static_cast<double>(endings));
+  figures.atMost(what + ": errors", static_cast<double>(errors), 0);
+  figures.atMost(what + ": other than with 0", static_cast<double>(daemon.failures()), 0);
 }
 
 }  // namespace
@@ -237,6 +201,12 @@ int main(int count, char** words) {
     std::fprintf(stderr, "usage: prove_endurance SEED REQUESTS CLIENTS ENDINGS\n");
     return 2;
   }
-  return qrt::test::prove(static_cast<unsigned>(std::atoi(words[1])), std::atol(words[2]),
-                          std::atol(words[3]), std::atol(words[4]));
+  using namespace qrt::test;
+  const Application application;
+  Figures figures;
+  judgeMixedRequests(application, static_cast<unsigned>(std::atoi(words[1])), std::atol(words[2]),
+                     figures);
+  judgeVisits(application, std::atol(words[3]), figures);
+  judgeEndings(application, std::atol(words[4]), figures);
+  return figures.areKept() ? 0 : 1;
 }
