@@ -7,9 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdlib>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -99,7 +97,7 @@ auto anyhow(Action action) {
 struct Attacks {
   /// How often the attacker could do what it wanted.
   int strikes = 0;
-  /// The stops at which it won; 0 for a random moment.
+  /// The stops at which it won.
   std::vector<int> lostStops;
 };
 
@@ -125,36 +123,6 @@ Attacks attackAtEveryCall(Prepare prepare, Action action, Strike strike, IsSafe 
       if (!child.finish() || !isSafe()) attacks.lostStops.push_back(stop);
       if (isOneEnough && !attacks.lostStops.empty()) return attacks;
     }
-  }
-  return attacks;
-}
-
-/// The same at random moments, with all threads of the action running. QRT_ATTACK_ROUNDS in the
-/// environment sets the number of rounds.
-template <class Prepare, class Action, class Strike, class IsSafe>
-Attacks attackAtRandomMoments(Prepare prepare, Action action, Strike strike, IsSafe isSafe) {
-  using Clock = std::chrono::steady_clock;
-  const char* const wanted = getenv("QRT_ATTACK_ROUNDS");
-  std::mt19937 random(std::random_device{}());
-  const auto pause = [&](Clock::duration limit) {
-    const auto end = Clock::now() + limit * (random() % 1000) / 1000;
-    while (Clock::now() < end) continue;
-  };
-  Attacks attacks;
-  Clock::duration span = std::chrono::milliseconds(1);
-  for (int round = wanted != nullptr ? atoi(wanted) : 25; round > 0; --round) {
-    prepare();
-    SteppedChild child(action);
-    const auto begin = Clock::now();
-    child.resume();
-    pause(span);
-    attacks.strikes += strike();
-    if (round % 2 == 0) {
-      pause(span / 4);
-      strike();
-    }
-    if (!child.finish() || !isSafe()) attacks.lostStops.push_back(0);
-    span = (span * 7 + (Clock::now() - begin)) / 8;
   }
   return attacks;
 }
